@@ -1,0 +1,31 @@
+# What every target of the project is compiled with.
+include(GNUInstallDirs)
+
+# kandrel_target(NAME): language, floating-point meaning, warnings and sanitizers of one target.
+function(kandrel_target name)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  set_target_properties(${name} PROPERTIES
+    CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  # One input gives the same bytes on every machine: a fused multiply-add rounds once where the
+  # written arithmetic rounds twice.
+  target_compile_options(${name} PRIVATE -ffp-contract=off)
+  target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    -Wno-sign-conversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wundef)
+  if(KANDREL_STRICT)
+    target_compile_options(${name} PRIVATE -Werror)
+  endif()
+  if(KANDREL_SANITIZE)
+    target_compile_options(${name} PRIVATE -fsanitize=${KANDREL_SANITIZE}
+      -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${name} PRIVATE -fsanitize=${KANDREL_SANITIZE})
+  endif()
+endfunction()
+
+# kandrel_require(PACKAGE DEBIAN_NAME): finds a package or names the Debian package that brings it.
+macro(kandrel_require package debian)
+  find_package(${package} QUIET)
+  if(NOT ${package}_FOUND)
+    message(FATAL_ERROR "${package} is missing; install the Debian package ${debian} "
+      "(script/bootstrap does).")
+  endif()
+endmacro()

@@ -1,0 +1,47 @@
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/tolerances.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace misc {
+
+namespace {
+
+// fmod returns its argument unchanged below a full turn; most angles are, and this saves the call.
+double Remainder360(double deg) noexcept {
+  return std::fabs(deg) < kFullTurnDeg ? deg : std::fmod(deg, kFullTurnDeg);
+}
+
+}  // namespace
+
+double SafeAcosRad(double cosine) noexcept {
+  if (cosine > 1.0 + kEqual || std::fabs(cosine - 1.0) <= kArcCosineSnap) return 0.0;
+  if (cosine < -1.0 - kEqual || std::fabs(cosine + 1.0) <= kArcCosineSnap) return kPi;
+  return std::acos(cosine);
+}
+
+double WrapTo360(double deg) noexcept {
+  double wrapped = Remainder360(deg);
+  if (wrapped < 0) wrapped += kFullTurnDeg;
+  // A tiny negative angle rounds up to a full turn, which the half-open range leaves out.
+  return wrapped == kFullTurnDeg ? 0.0 : wrapped;
+}
+
+double WrapTo180(double deg) noexcept {
+  if (!std::isfinite(deg)) return deg;
+  double wrapped = Remainder360(deg);
+  if (wrapped > 180.0) wrapped -= kFullTurnDeg;
+  if (!(wrapped > -180.0)) wrapped += kFullTurnDeg;
+  return wrapped + 0.0;  // -360 gives +0, as repeated addition of a turn would
+}
+
+double CircularDistance(double a, double b) noexcept {
+  const double wrappedA = WrapTo360(a);
+  const double wrappedB = WrapTo360(b);
+  const double low = std::min(wrappedA, wrappedB);
+  const double high = std::max(wrappedA, wrappedB);
+  return std::min(high - low, low + kFullTurnDeg - high);
+}
+
+}  // namespace misc

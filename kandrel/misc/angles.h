@@ -1,0 +1,24 @@
+// Angle arithmetic in one place. Degrees, unless a name ends in Rad.
+#pragma once
+
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
+
+namespace misc {
+
+/// Arc cosine in radians for the dot product of two unit vectors: 0 for an argument above
+/// 1 + 1e-12 or within 1e-10 of 1, pi for one below -1 - 1e-12 or within 1e-10 of -1. Angles below
+/// 1.41e-5 rad therefore come out as exactly 0.
+KANDREL_API double SafeAcosRad(double cosine) noexcept;
+
+/// `deg` reduced into [0, 360). What is not finite gives NaN.
+KANDREL_API double WrapTo360(double deg) noexcept;
+
+/// `deg` reduced into (-180, 180]: -180 comes back as 180. What is not finite comes back as it is.
+KANDREL_API double WrapTo180(double deg) noexcept;
+
+/// The smaller of the two ways round from `a` to `b`, in [0, 180].
+KANDREL_API double CircularDistance(double a, double b) noexcept;
+
+}  // namespace misc

@@ -1,0 +1,162 @@
+// zvAutoPointer: the reference-counted pointer through which this library shares ownership.
+#pragma once
+
+#include <kandrel/misc/export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+namespace misc {
+
+namespace detail {
+
+/// What all copies of one zvAutoPointer share. Eight bytes, taken from a pool (auto_pointer.cpp).
+struct zvReferenceBlock {
+  std::uint32_t count;
+  bool owns;
+};
+
+KANDREL_API zvReferenceBlock* NewReferenceBlock();
+KANDREL_API void DeleteReferenceBlock(zvReferenceBlock* block) noexcept;
+[[noreturn]] KANDREL_API void ThrowNullPointer();
+
+}  // namespace detail
+
+/// Shared owner of a heap object. Two words: the shared block, and the object's address as this
+/// pointer's type sees it (a base class may stand at another address than the object).
+///
+/// 1. Only the block decides whether the pointer is null.
+/// 2. Using a null pointer throws zvException, id 0, "Accessing NULL pointer", at the use and not
+///    where the null was stored: a container may hold nulls until they are used.
+/// 3. The object dies with its last reference, unless ReleaseOwnership was called on any of them.
+/// 4. The counter is a plain integer: all pointers to one object belong to one thread at a time.
+template <class T>
+class zvAutoPointer {
+ public:
+  using element_type = T;
+
+  zvAutoPointer() noexcept = default;
+  zvAutoPointer(std::nullptr_t) noexcept {}
+
+  /// Takes ownership of `raw`; a null `raw` gives a null pointer without a block.
+  explicit zvAutoPointer(T* raw) {
+    if (raw == nullptr) return;
+    try {
+      m_block = detail::NewReferenceBlock();
+    } catch (...) {
+      delete raw;
+      throw;
+    }
+    m_object = raw;
+  }
+
+  zvAutoPointer(const zvAutoPointer& other) noexcept
+      : m_block(other.m_block), m_object(other.m_object) {
+    if (m_block != nullptr) ++m_block->count;
+  }
+  zvAutoPointer(zvAutoPointer&& other) noexcept
+      : m_block(std::exchange(other.m_block, nullptr)),
+        m_object(std::exchange(other.m_object, nullptr)) {}
+
+  /// Shares the block of a pointer to a derived class, with the address adjusted.
+  template <class U>
+  requires std::is_convertible_v<U*, T*> zvAutoPointer(const zvAutoPointer<U>& other)
+  noexcept : m_block(other.m_block), m_object(other.m_object) {
+    AssertDeletable<U>();
+    if (m_block != nullptr) ++m_block->count;
+  }
+  template <class U>
+  requires std::is_convertible_v<U*, T*> zvAutoPointer(zvAutoPointer<U>&& other)
+  noexcept
+      : m_block(std::exchange(other.m_block, nullptr)),
+        m_object(std::exchange(other.m_object, nullptr)) {
+    AssertDeletable<U>();
+  }
+
+  ~zvAutoPointer() { Release(); }
+
+  zvAutoPointer& operator=(const zvAutoPointer& other) noexcept {
+    if (this != &other) {
+      zvAutoPointer copy(other);  // `other` may be reachable only through the object released here
+      Swap(copy);
+    }
+    return *this;
+  }
+  zvAutoPointer& operator=(zvAutoPointer&& other) noexcept {
+    if (this != &other) {
+      zvAutoPointer moved(std::move(other));
+      Swap(moved);
+    }
+    return *this;
+  }
+
+  T* operator->() const {
+    if (m_block == nullptr) [[unlikely]]
+      detail::ThrowNullPointer();
+    return m_object;
+  }
+  T& operator*() const {
+    if (m_block == nullptr) [[unlikely]]
+      detail::ThrowNullPointer();
+    return *m_object;
+  }
+
+  /// The object's address, unchecked; null for a null pointer.
+  T* Get() const noexcept { return m_object; }
+
+  bool IsNull() const noexcept { return m_block == nullptr; }
+  explicit operator bool() const noexcept { return m_block != nullptr; }
+
+  /// Lets the object outlive its last reference; the caller then owns it. Throws on null.
+  void ReleaseOwnership() const {
+    static_cast<void>(operator->());
+    m_block->owns = false;
+  }
+
+  /// Number of zvAutoPointer that share the object, 0 for a null pointer.
+  std::uint32_t UseCount() const noexcept { return m_block != nullptr ? m_block->count : 0; }
+
+  void Swap(zvAutoPointer& other) noexcept {
+    std::swap(m_block, other.m_block);
+    std::swap(m_object, other.m_object);
+  }
+
+  friend bool operator==(const zvAutoPointer& pointer, std::nullptr_t) noexcept {
+    return pointer.IsNull();
+  }
+  template <class U>
+  friend bool operator==(const zvAutoPointer& a, const zvAutoPointer<U>& b) noexcept {
+    return a.Get() == b.Get();
+  }
+
+ private:
+  template <class U>
+  friend class zvAutoPointer;
+
+  template <class U>
+  static constexpr void AssertDeletable() {
+    static_assert(std::is_same_v<std::remove_cv_t<T>, std::remove_cv_t<U>> ||
+                      std::has_virtual_destructor_v<T>,
+                  "a pointer to a base class deletes through it: it needs a virtual destructor");
+  }
+
+  void Release() noexcept {
+    if (m_block == nullptr) return;
+    if (m_block->count != 0 && --m_block->count != 0) return;
+    if (m_block->owns) delete std::exchange(m_object, nullptr);
+    detail::DeleteReferenceBlock(m_block);
+  }
+
+  detail::zvReferenceBlock* m_block = nullptr;
+  T* m_object = nullptr;
+};
+
+/// A new T built from `arguments`, owned by the pointer returned.
+template <class T, class... Arguments>
+zvAutoPointer<T> MakeAutoPointer(Arguments&&... arguments) {
+  return zvAutoPointer<T>(new T(std::forward<Arguments>(arguments)...));
+}
+
+}  // namespace misc

@@ -1,0 +1,71 @@
+// zvRealArrayLarge: an array in chunks, for more elements than one block of memory should hold.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace misc {
+
+/// Fixed-size array of value-initialised T. Access is not checked and takes constant time.
+template <class T>
+class zvRealArrayLarge {
+ public:
+  static constexpr std::uint64_t kChunkSize = 174762;
+
+  /// With `exactLastChunk` the last chunk holds only the remainder, which may be nothing; without,
+  /// it has the size of the others.
+  explicit zvRealArrayLarge(std::uint64_t size, bool exactLastChunk = false)
+      : m_exactLastChunk(exactLastChunk) {
+    Allocate(size);
+  }
+  zvRealArrayLarge(const zvRealArrayLarge& other) : m_exactLastChunk(other.m_exactLastChunk) {
+    Allocate(other.m_size);
+    CopyElements(other);
+  }
+  zvRealArrayLarge(zvRealArrayLarge&&) noexcept = default;
+  zvRealArrayLarge& operator=(const zvRealArrayLarge& other) {
+    if (this != &other) {
+      zvRealArrayLarge copy(other);
+      *this = std::move(copy);
+    }
+    return *this;
+  }
+  zvRealArrayLarge& operator=(zvRealArrayLarge&&) noexcept = default;
+  ~zvRealArrayLarge() = default;
+
+  T& operator[](std::uint64_t i) { return m_chunks[i / kChunkSize][i % kChunkSize]; }
+  const T& operator[](std::uint64_t i) const { return m_chunks[i / kChunkSize][i % kChunkSize]; }
+
+  std::uint64_t GetSize() const noexcept { return m_size; }
+  std::uint64_t GetChunkCount() const noexcept { return m_chunks.size(); }
+
+ private:
+  void Allocate(std::uint64_t size) {
+    m_size = size;
+    if (size == 0) return;
+    const std::uint64_t chunks = size / kChunkSize + 1;
+    m_chunks.reserve(chunks);
+    for (std::uint64_t i = 0; i < chunks; ++i) m_chunks.push_back(std::make_unique<T[]>(Length(i)));
+  }
+
+  std::uint64_t Length(std::uint64_t chunk) const noexcept {
+    return m_exactLastChunk && chunk >= m_size / kChunkSize ? m_size % kChunkSize : kChunkSize;
+  }
+
+  // Element by element, so that counted pointers are counted; for plain data it is one block copy.
+  void CopyElements(const zvRealArrayLarge& other) {
+    for (std::uint64_t i = 0; i < m_chunks.size(); ++i)
+      std::copy_n(other.m_chunks[i].get(), Length(i), m_chunks[i].get());
+  }
+
+  std::vector<std::unique_ptr<T[]>> m_chunks;
+  std::uint64_t m_size = 0;
+  bool m_exactLastChunk;
+};
+
+}  // namespace misc

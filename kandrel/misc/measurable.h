@@ -1,0 +1,33 @@
+// zvMeasurable: base of whatever holds lengths.
+#pragma once
+
+#include <kandrel/misc/units_factory.h>
+
+namespace measures {
+
+/// Knows the unit system of its lengths and rescales them when the system changes.
+class KANDREL_API zvMeasurable {
+ public:
+  virtual ~zvMeasurable();
+
+  zvUnitsFactory::Units GetUnits() const noexcept { return m_units; }
+
+  /// Changes the unit system. With `keepNumbers` only the label changes; otherwise all lengths are
+  /// multiplied by the factor between the two systems, once, and nothing happens when they are
+  /// equal. Throws zvmeasuresException 2141 for units other than metric and inch.
+  void SetUnits(zvUnitsFactory::Units units, bool keepNumbers = false);
+
+ protected:
+  /// Throws zvmeasuresException 2141 for units other than metric and inch.
+  explicit zvMeasurable(zvUnitsFactory::Units units);
+  zvMeasurable(const zvMeasurable&) = default;
+  zvMeasurable& operator=(const zvMeasurable&) = default;
+
+  /// Multiplies all lengths of the object by `factor`.
+  virtual void Scale(zvUnitsFactory::Units newUnits, double factor) = 0;
+
+ private:
+  zvUnitsFactory::Units m_units;
+};
+
+}  // namespace measures

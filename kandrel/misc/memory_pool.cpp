@@ -1,0 +1,253 @@
+#include <kandrel/misc/exception.h>
+#include <kandrel/misc/memory_pool.h>
+#include <kandrel/misc/platform.h>
+
+#include <algorithm>
+#include <bit>
+
+namespace misc {
+
+namespace {
+
+constexpr std::size_t kSlabBytes = 0x200000;
+// The first arenas come one by one, so that a short list costs little; a pool that grows on takes
+// its arenas eight at a time from slabs of the size of a large page, which halves what an append
+// costs, as most of that is the first touch of fresh memory.
+constexpr std::size_t kArenasBeforeSlabs = 8;
+
+std::uint32_t RoundUp(std::uint32_t value, std::uint32_t unit) {
+  return (value + unit - 1) / unit * unit;
+}
+
+void*& LinkOf(void* node) {
+  return *static_cast<void**>(node);
+}
+
+}  // namespace
+
+// The header stands at the start of the arena's own block. Blocks are aligned to a power of two of
+// at least their size, so that masking a node's address finds its arena.
+struct zvMemoryPool::Arena {
+  std::uint32_t usedCount = 0;
+  std::uint32_t freshCount = 0;  // nodes that were ever handed out, in address order
+  void* freeHead = nullptr;      // nodes given back
+  Arena* roomNext = nullptr;
+  Arena* roomPrevious = nullptr;
+  bool hasRoom = false;
+  Slab* slab = nullptr;
+
+  char* Nodes() { return reinterpret_cast<char*>(this) + kHeaderBytes; }
+
+  static constexpr std::size_t kHeaderBytes = 64;
+};
+
+// A block of the size of a large page, cut into arenas.
+struct zvMemoryPool::Slab {
+  void* block = nullptr;
+  std::uint32_t usedMask = 0;
+  std::list<Slab>::iterator self;
+};
+
+zvMemoryPool::zvMemoryPool(std::uint32_t nodeSize, std::uint32_t arenaBytes)
+    : m_nodeSize(nodeSize), m_arenaBytes(arenaBytes != 0 ? arenaBytes : kDefaultArenaBytes) {
+  static_assert(sizeof(Arena) <= Arena::kHeaderBytes);
+  constexpr std::uint32_t kUnit = alignof(std::max_align_t);
+  const std::uint32_t least = std::max<std::uint32_t>(nodeSize, sizeof(void*));
+  // A size near 2^32 would wrap when rounded; no arena holds such a node anyway.
+  m_stride = least > m_arenaBytes ? least : RoundUp(least, kUnit);
+  const std::uint32_t room =
+      m_arenaBytes > Arena::kHeaderBytes ? m_arenaBytes - std::uint32_t{Arena::kHeaderBytes} : 0;
+  m_nodesPerArena = room / m_stride;
+  m_arenaAlignment = std::bit_ceil(std::size_t{m_arenaBytes});
+}
+
+zvMemoryPool::~zvMemoryPool() {
+  ReleaseAll();
+}
+
+void* zvMemoryPool::Alloc(std::size_t size) {
+  if (size > m_nodeSize) throw zvException(0, L"Allocation request size too big");
+  const std::lock_guard lock(m_mutex);
+  Arena* arena = m_currentArena;
+  if (arena == nullptr || arena->usedCount == m_nodesPerArena) {
+    arena = m_roomFirst != nullptr ? m_roomFirst : NewArena();
+    m_currentArena = arena;
+  }
+  void* node = arena->freeHead;
+  if (node != nullptr) {
+    arena->freeHead = LinkOf(node);
+  } else {
+    node = arena->Nodes() + std::size_t{arena->freshCount} * m_stride;
+    ++arena->freshCount;
+  }
+  if (++arena->usedCount == m_nodesPerArena) TakeFromRoom(arena);
+  return node;
+}
+
+void zvMemoryPool::Free(void* node) {
+  if (node == nullptr) return;
+  const std::lock_guard lock(m_mutex);
+  Arena* arena = FindArena(node);
+  if (arena == nullptr) ThrowForeignNode();
+  GiveBack(arena, node, node, 1);
+}
+
+void zvMemoryPool::FreeChain(void* first, std::size_t count) {
+  if (first == nullptr || count == 0) return;
+  const std::lock_guard lock(m_mutex);
+  while (count != 0) {
+    Arena* arena = FindArena(first);
+    if (arena == nullptr) ThrowForeignNode();
+    void* last = first;
+    std::uint32_t run = 1;
+    while (run < count && ArenaOf(LinkOf(last)) == arena) {
+      last = LinkOf(last);
+      ++run;
+    }
+    count -= run;
+    void* next = count != 0 ? LinkOf(last) : nullptr;
+    GiveBack(arena, first, last, run);
+    first = next;
+  }
+}
+
+void zvMemoryPool::Clear() {
+  const std::lock_guard lock(m_mutex);
+  ReleaseAll();
+}
+
+std::size_t zvMemoryPool::GetArenaCount() const {
+  const std::lock_guard lock(m_mutex);
+  return m_arenas.size();
+}
+
+zvMemoryPool::Arena* zvMemoryPool::ArenaOf(const void* node) const noexcept {
+  return reinterpret_cast<Arena*>(reinterpret_cast<std::uintptr_t>(node) &
+                                  ~(std::uintptr_t{m_arenaAlignment} - 1));
+}
+
+// Null unless the address is that of a node of ours: it is looked up before it is read.
+zvMemoryPool::Arena* zvMemoryPool::FindArena(const void* node) const noexcept {
+  Arena* arena = ArenaOf(node);
+  if (arena != m_currentArena && !m_arenas.contains(arena)) return nullptr;
+  const char* nodes = arena->Nodes();
+  const auto offset = static_cast<const char*>(node) - nodes;
+  const bool isNode = offset >= 0 && offset % m_stride == 0 &&
+                      offset / m_stride < static_cast<std::ptrdiff_t>(arena->freshCount);
+  return isNode ? arena : nullptr;
+}
+
+zvMemoryPool::Arena* zvMemoryPool::NewArena() {
+  if (m_nodesPerArena == 0) throw zvException(0, L"zvMemoryPool::Alloc: Node allocation failed");
+  Slab* slab = nullptr;
+  Arena* arena = new (NewBlock(slab)) Arena;
+  arena->slab = slab;
+  try {
+    m_arenas.insert(arena);
+  } catch (...) {
+    ReleaseBlock(arena);
+    throw;
+  }
+  PutIntoRoom(arena);
+  return arena;
+}
+
+// An arena's block, alone or out of a slab; `slab` is set in the latter case.
+void* zvMemoryPool::NewBlock(Slab*& slab) {
+  const std::size_t arenasPerSlab = kSlabBytes / m_arenaBytes;
+  const bool fitsSlab =
+      m_arenaAlignment == m_arenaBytes && arenasPerSlab >= 2 && arenasPerSlab <= 32;
+  if (!fitsSlab || m_arenas.size() < kArenasBeforeSlabs) {
+    void* block =
+        platform::AllocatePages(m_arenaBytes, m_arenaAlignment, platform::PageSize::kSmall);
+    if (block == nullptr) throw zvException(0, L"Failed to allocate memory");
+    return block;
+  }
+  if (m_openSlabs.empty()) {
+    m_openSlabs.emplace_front();
+    m_openSlabs.front().self = m_openSlabs.begin();
+    m_openSlabs.front().block =
+        platform::AllocatePages(kSlabBytes, kSlabBytes, platform::PageSize::kHuge);
+    if (m_openSlabs.front().block == nullptr) {
+      m_openSlabs.pop_front();
+      throw zvException(0, L"Failed to allocate memory");
+    }
+  }
+  slab = &m_openSlabs.front();
+  const auto place = static_cast<std::size_t>(std::countr_one(slab->usedMask));
+  slab->usedMask |= 1u << place;
+  if (static_cast<std::size_t>(std::popcount(slab->usedMask)) == arenasPerSlab)
+    m_fullSlabs.splice(m_fullSlabs.begin(), m_openSlabs, slab->self);
+  return static_cast<char*>(slab->block) + place * m_arenaBytes;
+}
+
+// Gives the arena's block back to where it came from; the arena is in no list any more.
+bool zvMemoryPool::ReleaseBlock(Arena* arena) noexcept {
+  Slab* slab = arena->slab;
+  if (slab == nullptr) return platform::FreePages(arena, m_arenaBytes);
+  const auto place =
+      static_cast<std::size_t>(reinterpret_cast<char*>(arena) - static_cast<char*>(slab->block)) /
+      m_arenaBytes;
+  const bool wasFull =
+      static_cast<std::size_t>(std::popcount(slab->usedMask)) == kSlabBytes / m_arenaBytes;
+  slab->usedMask &= ~(1u << place);
+  if (wasFull) m_openSlabs.splice(m_openSlabs.begin(), m_fullSlabs, slab->self);
+  if (slab->usedMask != 0) return true;
+  const bool freed = platform::FreePages(slab->block, kSlabBytes);
+  m_openSlabs.erase(slab->self);
+  return freed;
+}
+
+void zvMemoryPool::GiveBack(Arena* arena, void* first, void* last, std::uint32_t count) {
+  LinkOf(last) = arena->freeHead;
+  arena->freeHead = first;
+  arena->usedCount -= count;
+  if (!arena->hasRoom) PutIntoRoom(arena);
+  m_currentArena = arena;
+  if (arena->usedCount != 0 || m_arenas.size() == 1) return;
+  m_currentArena = nullptr;
+  TakeFromRoom(arena);
+  m_arenas.erase(arena);
+  if (!ReleaseBlock(arena)) throw zvException(0, L"Failed to free memory");
+}
+
+void zvMemoryPool::PutIntoRoom(Arena* arena) noexcept {
+  arena->hasRoom = true;
+  arena->roomPrevious = nullptr;
+  arena->roomNext = m_roomFirst;
+  if (m_roomFirst != nullptr) m_roomFirst->roomPrevious = arena;
+  m_roomFirst = arena;
+}
+
+void zvMemoryPool::TakeFromRoom(Arena* arena) noexcept {
+  arena->hasRoom = false;
+  (arena->roomPrevious != nullptr ? arena->roomPrevious->roomNext : m_roomFirst) = arena->roomNext;
+  if (arena->roomNext != nullptr) arena->roomNext->roomPrevious = arena->roomPrevious;
+}
+
+void zvMemoryPool::ReleaseAll() noexcept {
+  for (const Arena* arena : m_arenas)
+    if (arena->slab == nullptr) platform::FreePages(const_cast<Arena*>(arena), m_arenaBytes);
+  for (std::list<Slab>* slabs : {&m_openSlabs, &m_fullSlabs}) {
+    for (const Slab& slab : *slabs) platform::FreePages(slab.block, kSlabBytes);
+    slabs->clear();
+  }
+  m_arenas.clear();
+  m_roomFirst = nullptr;
+  m_currentArena = nullptr;
+}
+
+void zvMemoryPool::ThrowForeignNode() {
+  throw zvException(0, L"zvMemoryPool::Free: Node not allocated by one of our arenas");
+}
+
+std::shared_ptr<zvMemoryPool> zvMemoryPoolProvider::GetPool(std::uint32_t nodeSize) {
+  const std::lock_guard lock(m_mutex);
+  Table& table = m_threadTables[std::this_thread::get_id()];
+  for (const std::shared_ptr<zvMemoryPool>& pool : table)
+    if (pool->GetNodeSize() == nodeSize) return pool;
+  table.push_back(std::make_shared<zvMemoryPool>(nodeSize, m_arenaBytes));
+  return table.back();
+}
+
+}  // namespace misc

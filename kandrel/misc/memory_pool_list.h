@@ -1,0 +1,161 @@
+// zvMemoryPoolList: the list that holds posted moves by value, its nodes from a memory pool.
+#pragma once
+
+#include <kandrel/misc/memory_pool.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace misc {
+
+/// Doubly linked list with its elements in place in nodes from the pool of the thread that made
+/// it. It shares that pool's ownership, so it may outlive the provider. Insertion, removal and
+/// append take constant time and no heap call; an element never moves.
+template <class T>
+class zvMemoryPoolList {
+  struct Node {
+    Node* next;
+    Node* prev;
+    T value;
+  };
+
+  template <class Value, class NodePointer>
+  class Iterator {
+   public:
+    using iterator_category = std::bidirectional_iterator_tag;
+    using value_type = T;
+    using difference_type = std::ptrdiff_t;
+    using pointer = Value*;
+    using reference = Value&;
+
+    Iterator() = default;
+    /// From an iterator to a const_iterator.
+    template <class V, class N>
+    requires std::is_convertible_v<N, NodePointer> Iterator(const Iterator<V, N>& other)
+        : m_list(other.m_list), m_node(other.m_node) {}
+
+    reference operator*() const { return m_node->value; }
+    pointer operator->() const { return &m_node->value; }
+    Iterator& operator++() {
+      m_node = m_node->next;
+      return *this;
+    }
+    Iterator operator++(int) { return std::exchange(*this, std::next(*this)); }
+    Iterator& operator--() {
+      m_node = m_node != nullptr ? m_node->prev : m_list->m_tail;
+      return *this;
+    }
+    Iterator operator--(int) { return std::exchange(*this, std::prev(*this)); }
+    friend bool operator==(const Iterator& a, const Iterator& b) { return a.m_node == b.m_node; }
+
+   private:
+    friend class zvMemoryPoolList;
+    template <class V, class N>
+    friend class Iterator;
+
+    Iterator(const zvMemoryPoolList* list, NodePointer node) : m_list(list), m_node(node) {}
+
+    const zvMemoryPoolList* m_list = nullptr;
+    NodePointer m_node = nullptr;
+  };
+
+ public:
+  using value_type = T;
+  using iterator = Iterator<T, Node*>;
+  using const_iterator = Iterator<const T, const Node*>;
+
+  /// What one element takes of the pool: itself and two links.
+  static constexpr std::size_t kNodeSize = sizeof(Node);
+
+  explicit zvMemoryPoolList(zvMemoryPoolProvider& provider)
+      : m_pool(provider.GetPool(std::uint32_t{sizeof(Node)})) {
+    static_assert(alignof(Node) <= alignof(std::max_align_t));
+  }
+  zvMemoryPoolList(const zvMemoryPoolList&) = delete;
+  zvMemoryPoolList& operator=(const zvMemoryPoolList&) = delete;
+  ~zvMemoryPoolList() { Clear(); }
+
+  T& PushBack(const T& value) { return EmplaceBack(value); }
+  T& PushBack(T&& value) { return EmplaceBack(std::move(value)); }
+  template <class... Arguments>
+  T& EmplaceBack(Arguments&&... arguments) {
+    return Link(nullptr, std::forward<Arguments>(arguments)...)->value;
+  }
+
+  /// Puts a new element before `position`, at the end for end(); returns its place. All iterators
+  /// stay valid.
+  iterator Insert(const_iterator position, const T& value) { return Emplace(position, value); }
+  iterator Insert(const_iterator position, T&& value) {
+    return Emplace(position, std::move(value));
+  }
+  template <class... Arguments>
+  iterator Emplace(const_iterator position, Arguments&&... arguments) {
+    return {this, Link(const_cast<Node*>(position.m_node), std::forward<Arguments>(arguments)...)};
+  }
+
+  /// Removes the element at `position`, which is not end(); returns the place after it.
+  iterator Erase(const_iterator position) {
+    Node* node = const_cast<Node*>(position.m_node);
+    Node* next = node->next;
+    (node->prev != nullptr ? node->prev->next : m_head) = next;
+    (next != nullptr ? next->prev : m_tail) = node->prev;
+    --m_count;
+    node->value.T::~T();
+    m_pool->Free(node);
+    return {this, next};
+  }
+
+  /// Destroys all elements; nodes go back to the pool arena by arena.
+  void Clear() {
+    for (Node* node = m_head; node != nullptr; node = node->next) node->value.T::~T();
+    Node* first = std::exchange(m_head, nullptr);
+    m_tail = nullptr;
+    m_pool->FreeChain(first, std::exchange(m_count, 0));
+  }
+
+  std::uint32_t GetCount() const noexcept { return m_count; }
+  bool IsEmpty() const noexcept { return m_count == 0; }
+
+  T& Front() { return m_head->value; }
+  const T& Front() const { return m_head->value; }
+  T& Back() { return m_tail->value; }
+  const T& Back() const { return m_tail->value; }
+
+  iterator begin() { return {this, m_head}; }
+  iterator end() { return {this, nullptr}; }
+  const_iterator begin() const { return {this, m_head}; }
+  const_iterator end() const { return {this, nullptr}; }
+
+ private:
+  // Builds an element in a new node and links it before `next`, at the end for null.
+  template <class... Arguments>
+  Node* Link(Node* next, Arguments&&... arguments) {
+    void* memory = m_pool->Alloc(sizeof(Node));
+    Node* node = static_cast<Node*>(memory);
+    try {
+      ::new (static_cast<void*>(std::addressof(node->value)))
+          T(std::forward<Arguments>(arguments)...);
+    } catch (...) {
+      m_pool->Free(memory);
+      throw;
+    }
+    Node* prev = next != nullptr ? next->prev : m_tail;
+    node->next = next;
+    node->prev = prev;
+    (prev != nullptr ? prev->next : m_head) = node;
+    (next != nullptr ? next->prev : m_tail) = node;
+    ++m_count;
+    return node;
+  }
+
+  std::shared_ptr<zvMemoryPool> m_pool;
+  Node* m_head = nullptr;
+  Node* m_tail = nullptr;
+  std::uint32_t m_count = 0;
+};
+
+}  // namespace misc

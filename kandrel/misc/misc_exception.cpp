@@ -1,0 +1,57 @@
+#include <kandrel/misc/misc_exception.h>
+
+namespace misc {
+
+namespace {
+
+constexpr zvMessageRow kRows[] = {
+    {2018, L"Unexpected end of binary log stream!"},
+    {2052, L"Index out of bounds"},
+    {2148, L"Unexpected end of input stream!"},
+    {2149, L"Unexpected end of output stream!"},
+    {2157, L"Conversion from 64 bytes data to 32 bytes data failed."},
+    {2576, L"Conversion from value to string failed."},
+    {2577, L"Conversion to ascii failed."},
+    {2578, L"String too big. It can not be storred."},
+    {2579, L"Conversion from string to value failed."},
+    {3600, L"The requested message doesn't exist!"},
+    {3601, L"The requested resource file couldn't be loaded!"},
+    {3602, L"Failed to unload the resource file!"},
+    {3603, L"Failed locking specified resource!"},
+    {3604, L"Failed loading specified resource!"},
+    {3605, L"The requested resource was not found!"},
+    {3606, L"Invalid entry found while parsing custom resource ZVMSGMAP!"},
+    {3607, L"Resource dll is not initialized!"},
+    {5503, L"No container available, insertion failed."},
+    {6250, L"Parser not implemented !"},
+    {6251, L"Unknown keyword !"},
+    {7100, L"Undefined MATH EXCEPTION TYPE!!! Please review zvMathException."},
+    {7101, L"Division by zero exception"},
+    {7102, L"Matrix not square"},
+    {7103, L"Incompatible vectors"},
+    {7104, L"Incompatible matrices"},
+    {7105, L"Matrix and vector are incompatible"},
+    {7106, L"Matrix creation parameters are invalid"},
+    {7107, L"Vector creation parameters are invalid"},
+    {7108, L"Determinant is zero, cannot find matrix inverse"},
+    {7109, L"Incompatible pair of matrices for this operation"},
+    {8000, L"Unrecognized action string"},
+    {8001, L"The given action string is already employed"},
+    {8002, L"Given action was not found in action string sheet"},
+    {8003, L"No action string found for given file keyword"},
+    {8004, L"No keyword found for given action string"},
+    {8005, L"A keyword was already assigned for the given action string"},
+    {8006, L"Value is out of range."},
+};
+static_assert(IsSortedById(kRows));
+
+}  // namespace
+
+zvmiscException::zvmiscException(std::uint32_t id, const zvException* previous)
+    : zvExceptionOf(id, FindMessage(kRows, id, kUnknownError), previous) {}
+
+zvMessageTable zvmiscException::Table() noexcept {
+  return kRows;
+}
+
+}  // namespace misc

@@ -1,0 +1,17 @@
+// zvmiscException: failures of the foundation.
+#pragma once
+
+#include <kandrel/misc/exception.h>
+
+namespace misc {
+
+/// Failures of streams, containers and message resources; the texts stand in misc_exception.cpp.
+/// An id without a row has the text "Unknown error.".
+class KANDREL_API zvmiscException : public zvExceptionOf<zvmiscException> {
+ public:
+  explicit zvmiscException(std::uint32_t id, const zvException* previous = nullptr);
+
+  static zvMessageTable Table() noexcept;
+};
+
+}  // namespace misc

@@ -1,0 +1,34 @@
+// Tolerances and constants of the kernel: each has a name, a value, what it guards and why.
+#pragma once
+
+namespace misc {
+
+/// General equality of the kernel, in whatever unit the values have: far above rounding at the size
+/// of machine coordinates, far below anything a machine can move.
+inline constexpr double kEqual = 1e-12;
+
+/// Stands for "no value" in tolerances and distances.
+inline constexpr double kNoValue = 1e308;
+
+/// Largest difference per element for an axis system to count as the identity.
+inline constexpr double kAxisIdentity = 1e-5;
+
+/// |a - b|^2 at or above which two unit directions are different for a 3-axis path: 1e-6 rad.
+inline constexpr double kDirectionDifferenceSquared = 1e-12;
+
+/// |a - b|^2 below which two unit directions need no alignment: 1e-12 in length.
+inline constexpr double kAlignedSquared = 1e-24;
+
+/// A found path axis whose dot product with the machine's is this close to -1 fits: noise of fine
+/// steps (up to 6e-10 in length) would otherwise turn the path about a meaningless axis.
+inline constexpr double kOppositeAxis = 1e-10;
+
+/// Arguments of the arc cosine this close to 1 or -1 count as exactly that: rounding of dot
+/// products of unit vectors would otherwise show as angles of up to 1e-8 rad.
+inline constexpr double kArcCosineSnap = 1e-10;
+
+inline constexpr double kPi = 3.14159265358979323846;
+inline constexpr double kDegreesPerRadian = 57.29577951308232;
+inline constexpr double kFullTurnDeg = 360.0;
+
+}  // namespace misc

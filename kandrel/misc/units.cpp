@@ -1,0 +1,47 @@
+#include <kandrel/misc/measurable.h>
+#include <kandrel/misc/units_factory.h>
+
+namespace measures {
+
+namespace {
+
+constexpr misc::zvMessageRow kRows[] = {
+    {2141, L"Unknown Units"},
+    {2146, L"Undefined ScaleFactor"},
+};
+static_assert(misc::IsSortedById(kRows));
+
+constexpr double kMillimetresPerInch = 25.4;
+// The rounded inverse of 25.4; going there and back keeps a length within one rounding each.
+constexpr double kInchesPerMillimetre = 0.03937007874015748;
+
+}  // namespace
+
+zvmeasuresException::zvmeasuresException(std::uint32_t id, const misc::zvException* previous)
+    : zvExceptionOf(id, misc::FindMessage(kRows, id, misc::kUnknownError), previous) {}
+
+misc::zvMessageTable zvmeasuresException::Table() noexcept {
+  return kRows;
+}
+
+double zvUnitsFactory::GetScaleFactor(Units from, Units to) {
+  if (from == to) return 1.0;
+  if (from == inch && to == metric) return kMillimetresPerInch;
+  if (from == metric && to == inch) return kInchesPerMillimetre;
+  throw zvmeasuresException(2146);
+}
+
+zvMeasurable::zvMeasurable(zvUnitsFactory::Units units) : m_units(units) {
+  if (!zvUnitsFactory::IsKnown(units)) throw zvmeasuresException(2141);
+}
+
+zvMeasurable::~zvMeasurable() = default;
+
+void zvMeasurable::SetUnits(zvUnitsFactory::Units units, bool keepNumbers) {
+  if (!zvUnitsFactory::IsKnown(units)) throw zvmeasuresException(2141);
+  if (!keepNumbers && units != m_units)
+    Scale(units, zvUnitsFactory::GetScaleFactor(m_units, units));
+  m_units = units;
+}
+
+}  // namespace measures

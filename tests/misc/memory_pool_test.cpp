@@ -1,0 +1,192 @@
+#include <gtest/gtest.h>
+#include <kandrel/misc/memory_pool.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <tests/support/throws_id.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace misc {
+namespace {
+
+using tests::ThrowsId;
+
+// Node sizes that divide the arena and that don't, small and larger than a slab allows for.
+struct PoolCase {
+  std::uint32_t nodeSize;
+  std::uint32_t arenaBytes;
+};
+
+class MemoryPoolCases : public testing::TestWithParam<PoolCase> {};
+
+TEST_P(MemoryPoolCases, NodesAreAlignedDistinctAndReusable) {
+  const auto [nodeSize, arenaBytes] = GetParam();
+  zvMemoryPool pool(nodeSize, arenaBytes);
+  ASSERT_GT(pool.GetNodesPerArena(), 0u);
+  const std::size_t count = std::size_t{pool.GetNodesPerArena()} * 20 + 3;
+  std::vector<char*> nodes;
+  for (std::size_t i = 0; i < count; ++i) {
+    nodes.push_back(static_cast<char*>(pool.Alloc(nodeSize)));
+    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(nodes.back()) % alignof(std::max_align_t), 0u);
+    std::memset(nodes.back(), static_cast<int>(i % 251), nodeSize);
+  }
+  EXPECT_EQ(pool.GetArenaCount(), 21u);
+  for (std::size_t i = 0; i < count; ++i)
+    for (std::uint32_t b = 0; b < nodeSize; ++b)
+      ASSERT_EQ(static_cast<unsigned char>(nodes[i][b]), i % 251);
+
+  std::mt19937 random(7);
+  std::shuffle(nodes.begin(), nodes.end(), random);
+  for (std::size_t i = 0; i < count / 2; ++i) pool.Free(nodes[i]);
+  for (std::size_t i = 0; i < count / 2; ++i) nodes[i] = static_cast<char*>(pool.Alloc(1));
+  std::sort(nodes.begin(), nodes.end());
+  EXPECT_EQ(std::unique(nodes.begin(), nodes.end()), nodes.end());
+  EXPECT_LE(pool.GetArenaCount(), 21u);
+  for (char* node : nodes) pool.Free(node);
+  EXPECT_EQ(pool.GetArenaCount(), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, MemoryPoolCases,
+                         testing::Values(PoolCase{8, 4096}, PoolCase{152, 0}, PoolCase{168, 0},
+                                         PoolCase{5000, 0x10000}, PoolCase{24, 5000},
+                                         PoolCase{100000, 0x200000}, PoolCase{1, 0x20000}));
+
+TEST(MemoryPool, KeepsItsLastArenaAndGivesBackTheOthers) {
+  zvMemoryPool pool(64, 4096);
+  EXPECT_EQ(pool.GetArenaCount(), 0u);
+  pool.Free(pool.Alloc(64));
+  EXPECT_EQ(pool.GetArenaCount(), 1u);
+  pool.Clear();
+  EXPECT_EQ(pool.GetArenaCount(), 0u);
+  EXPECT_NE(pool.Alloc(64), nullptr);
+}
+
+TEST(MemoryPool, RefusesWhatItCannotServe) {
+  zvMemoryPool pool(64, 4096);
+  EXPECT_TRUE(
+      ThrowsId<zvException>([&] { pool.Alloc(65); }, 0, L"Allocation request size too big"));
+  zvMemoryPool tooSmall(5000, 4096);
+  EXPECT_TRUE(ThrowsId<zvException>([&] { tooSmall.Alloc(1); }, 0,
+                                    L"zvMemoryPool::Alloc: Node allocation failed"));
+  zvMemoryPool hugeNode(0xFFFFFFF0u);
+  EXPECT_TRUE(ThrowsId<zvException>([&] { hugeNode.Alloc(1); }, 0,
+                                    L"zvMemoryPool::Alloc: Node allocation failed"));
+}
+
+TEST(MemoryPool, ForeignPointersAreRefusedAndChangeNothing) {
+  zvMemoryPool pool(64, 4096);
+  zvMemoryPool other(64, 4096);
+  char* mine = static_cast<char*>(pool.Alloc(64));
+  void* foreign = other.Alloc(64);
+  int local = 0;
+  for (void* bad : {foreign, static_cast<void*>(&local), static_cast<void*>(mine + 8),
+                    static_cast<void*>(mine + 64)}) {
+    EXPECT_TRUE(
+        ThrowsId<zvException>([&] { pool.Free(bad); }, 0,
+                              L"zvMemoryPool::Free: Node not allocated by one of our arenas"));
+  }
+  pool.Free(nullptr);
+  pool.Free(mine);
+  EXPECT_EQ(pool.Alloc(64), mine);
+}
+
+TEST(MemoryPoolProvider, GivesEachThreadItsOwnPoolForEachSize) {
+  zvMemoryPoolProvider provider;
+  const auto pool = provider.GetPool(64);
+  EXPECT_EQ(provider.GetPool(64), pool);
+  EXPECT_NE(provider.GetPool(65), pool);
+  EXPECT_EQ(pool->GetNodesPerArena(), (0x40000u - 64u) / 64u);
+  std::shared_ptr<zvMemoryPool> theirs;
+  std::thread([&] { theirs = provider.GetPool(64); }).join();
+  EXPECT_NE(theirs, pool);
+  zvMemoryPoolProvider copy(provider);
+  EXPECT_NE(copy.GetPool(64), pool);
+}
+
+TEST(MemoryPoolProvider, NodesMayBeFreedOnAnotherThread) {
+  zvMemoryPoolProvider provider;
+  const auto pool = provider.GetPool(48);
+  std::vector<void*> nodes;
+  for (int i = 0; i < 50000; ++i) nodes.push_back(pool->Alloc(48));
+  std::thread freeing([&] {
+    for (std::size_t i = 0; i < nodes.size(); i += 2) pool->Free(nodes[i]);
+  });
+  std::vector<void*> more;
+  for (int i = 0; i < 50000; ++i) more.push_back(pool->Alloc(48));
+  freeing.join();
+  for (std::size_t i = 1; i < nodes.size(); i += 2) pool->Free(nodes[i]);
+  for (void* node : more) pool->Free(node);
+  EXPECT_EQ(pool->GetArenaCount(), 1u);
+}
+
+// Counts its living objects; throws from its copy constructor on demand.
+struct Counted {
+  explicit Counted(int v) : value(v) { ++living; }
+  Counted(const Counted& other) : value(other.value) {
+    if (value < 0) throw std::runtime_error("copy");
+    ++living;
+  }
+  ~Counted() { --living; }
+  int value;
+  static inline int living = 0;
+};
+
+std::vector<int> Values(const zvMemoryPoolList<Counted>& list) {
+  std::vector<int> values;
+  for (const Counted& c : list) values.push_back(c.value);
+  return values;
+}
+
+TEST(MemoryPoolList, InsertsErasesAndClearsAnywhere) {
+  zvMemoryPoolProvider provider;
+  {
+    zvMemoryPoolList<Counted> list(provider);
+    list.Clear();
+    list.EmplaceBack(2);
+    list.Insert(list.begin(), Counted(0));
+    list.Emplace(std::next(list.begin()), 1);
+    list.Emplace(list.end(), 3);
+    EXPECT_EQ(Values(list), (std::vector{0, 1, 2, 3}));
+    std::vector<int> backwards;
+    for (auto it = list.end(); it != list.begin();) backwards.push_back((--it)->value);
+    EXPECT_EQ(backwards, (std::vector{3, 2, 1, 0}));
+    EXPECT_EQ(list.Erase(std::next(list.begin()))->value, 2);
+    EXPECT_EQ(list.Erase(std::prev(list.end())), list.end());
+    list.Erase(list.begin());
+    EXPECT_EQ(Values(list), (std::vector{2}));
+    EXPECT_EQ(&list.Front(), &list.Back());
+    EXPECT_THROW(list.PushBack(Counted(-1)), std::runtime_error);
+    EXPECT_EQ(Counted::living, 1);
+    EXPECT_EQ(list.GetCount(), 1u);
+    list.Clear();
+    EXPECT_EQ(Counted::living, 0);
+    EXPECT_TRUE(list.IsEmpty());
+    list.EmplaceBack(9);
+    EXPECT_EQ(Values(list), (std::vector{9}));
+  }
+  EXPECT_EQ(Counted::living, 0);
+}
+
+TEST(MemoryPoolList, OutlivesItsProviderAndSharesItsPoolWithOthers) {
+  std::unique_ptr<zvMemoryPoolList<Counted>> survivor;
+  {
+    zvMemoryPoolProvider provider;
+    survivor = std::make_unique<zvMemoryPoolList<Counted>>(provider);
+    zvMemoryPoolList<Counted> other(provider);
+    for (int i = 0; i < 30000; ++i) {
+      survivor->EmplaceBack(i);
+      other.EmplaceBack(-i);
+    }
+  }
+  int expected = 0;
+  for (const Counted& c : *survivor) ASSERT_EQ(c.value, expected++);
+  EXPECT_EQ(expected, 30000);
+  survivor.reset();
+  EXPECT_EQ(Counted::living, 0);
+}
+
+}  // namespace
+}  // namespace misc
