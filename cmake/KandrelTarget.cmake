@@ -10,7 +10,7 @@ function(kandrel_target name)
   # written arithmetic rounds twice.
   target_compile_options(${name} PRIVATE -ffp-contract=off)
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-    -Wno-sign-conversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wundef)
+    -Wno-sign-conversion -Wold-style-cast -Woverloaded-virtual -Wundef)
   if(KANDREL_STRICT)
     target_compile_options(${name} PRIVATE -Werror)
   endif()

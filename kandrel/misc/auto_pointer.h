@@ -75,6 +75,15 @@ class zvAutoPointer {
     AssertDeletable<U>();
   }
 
+  /// Shares the block of `other` and points at `object`, which lives as long as what `other` owns:
+  /// the same object under the address of another of its classes.
+  template <class U>
+  zvAutoPointer(const zvAutoPointer<U>& other, T* object) noexcept
+      : m_block(other.m_block), m_object(object) {
+    AssertDeletable<U>();
+    if (m_block != nullptr) ++m_block->count;
+  }
+
   ~zvAutoPointer() { Release(); }
 
   zvAutoPointer& operator=(const zvAutoPointer& other) noexcept {

@@ -51,10 +51,11 @@ struct zvMemoryPool::Slab {
 zvMemoryPool::zvMemoryPool(std::uint32_t nodeSize, std::uint32_t arenaBytes)
     : m_nodeSize(nodeSize), m_arenaBytes(arenaBytes != 0 ? arenaBytes : kDefaultArenaBytes) {
   static_assert(sizeof(Arena) <= Arena::kHeaderBytes);
-  constexpr std::uint32_t kUnit = alignof(std::max_align_t);
   const std::uint32_t least = std::max<std::uint32_t>(nodeSize, sizeof(void*));
-  // A size near 2^32 would wrap when rounded; no arena holds such a node anyway.
-  m_stride = least > m_arenaBytes ? least : RoundUp(least, kUnit);
+  // Rounding up to the links' alignment suffices for any type: the size of a type is a multiple of
+  // its alignment, so a node size that 16 doesn't divide holds no type that needs 16. A size near
+  // 2^32 would wrap when rounded; no arena holds such a node anyway.
+  m_stride = least > m_arenaBytes ? least : RoundUp(least, alignof(void*));
   const std::uint32_t room =
       m_arenaBytes > Arena::kHeaderBytes ? m_arenaBytes - std::uint32_t{Arena::kHeaderBytes} : 0;
   m_nodesPerArena = room / m_stride;

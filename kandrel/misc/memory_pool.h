@@ -20,7 +20,7 @@ namespace misc {
 /// 1. Alloc and Free take constant time; each is safe to call from any thread.
 /// 2. An arena that empties goes back to the system, except the last one: a list that grows and
 ///    empties again doesn't ask the system over and over.
-/// 3. Nodes are aligned for any type.
+/// 3. Nodes are aligned for any type of the node size.
 ///
 /// Failures are zvException with id 0 and the text named at the operation.
 class KANDREL_API zvMemoryPool {

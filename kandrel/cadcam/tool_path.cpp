@@ -1,0 +1,50 @@
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/cadcam/tool_path.h>
+
+namespace cadcam {
+
+void zvTPSlice::EnsureContainer() {
+  if (empty()) push_back(misc::MakeAutoPointer<zvTPContour>());
+}
+
+void zvTPPass::EnsureContainer() {
+  if (empty()) push_back(misc::MakeAutoPointer<zvTPSlice>());
+}
+
+zvToolPath::zvToolPath(measures::zvUnitsFactory::Units units) : zvMeasurable(units) {}
+
+void zvToolPath::EnsureContainer() {
+  if (empty()) push_back(misc::MakeAutoPointer<zvTPPass>());
+}
+
+void zvToolPath::zvSectionInfoGetter::Visit(const zvTPLink& link) {
+  m_isLink = true;
+  m_linkType = link.GetLinkType();
+}
+
+void zvToolPath::zvSectionInfoGetter::Visit(const zvTPContour&) {
+  m_isLink = false;
+}
+
+void zvToolPath::zvSectionInfoGetter::Visit(const zvTPSection&) {
+  throw zvcadcamException(2639);
+}
+
+std::uint64_t zvToolPath::GetMoveCount() const {
+  std::uint64_t count = 0;
+  for (const auto& pass : Children())
+    for (const auto& slice : pass->Children())
+      for (const auto& section : slice->Children()) count += section->size();
+  return count;
+}
+
+void zvToolPath::Scale(measures::zvUnitsFactory::Units, double factor) {
+  zvCNCMoveScaleVisitor visitor(factor);
+  for (const zvMovePointer& move : *this) move->AcceptVisitor(visitor);
+}
+
+const zvTPSection& SectionOf(const zvToolPath::const_iterator& position) {
+  return **position.GetChild().GetChild().GetPosition();
+}
+
+}  // namespace cadcam

@@ -1,0 +1,91 @@
+// zvToolPath, zvTPPass and zvTPSlice: the toolpath tree above its sections.
+#pragma once
+
+#include <kandrel/cadcam/tp_section.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/collection_of_containers.h>
+#include <kandrel/misc/measurable.h>
+
+#include <cstdint>
+#include <list>
+
+namespace cadcam {
+
+/// The levels above the sections: a move added to an empty container makes the containers below.
+template <class C>
+class zvMovesAccessor<misc::zvCollectionOfContainers<C>>
+    : public misc::zvCollectionOfContainers<C> {
+  using Collection = misc::zvCollectionOfContainers<C>;
+
+ public:
+  using iterator = typename Collection::iterator;
+
+  /// Inserts before `position`, which may be end() also of an empty container.
+  iterator Insert(iterator position, const zvMovePointer& move) override {
+    EnsureContainer();
+    return Collection::Insert(std::move(position), move);
+  }
+
+  /// Appends after the very last move, in the last child whatever its kind.
+  virtual void AddMove(const zvMovePointer& move) { Insert(this->end(), move); }
+  virtual void AddMoveFirst(const zvMovePointer& move) { this->PushFront(move); }
+  /// Makes a child if there is none at all.
+  virtual void EnsureContainer() = 0;
+};
+
+/// A slice holds sections. A link must be added as a section (push_back); moves added on their own
+/// go to the last section, and to a new contour if there is none.
+class KANDREL_API zvTPSlice
+    : public zvMovesAccessor<
+          misc::zvCollectionOfContainers<std::list<misc::zvAutoPointer<zvTPSection>>>> {
+ public:
+  void EnsureContainer() override;
+};
+
+class KANDREL_API zvTPPass
+    : public zvMovesAccessor<
+          misc::zvCollectionOfContainers<std::list<misc::zvAutoPointer<zvTPSlice>>>> {
+ public:
+  void EnsureContainer() override;
+};
+
+/// A machine-independent toolpath: passes, slices, sections, moves. Children are shared: a copy of
+/// a toolpath holds the same passes. Range-for runs over the moves; Children() are the passes.
+class KANDREL_API zvToolPath
+    : public zvMovesAccessor<
+          misc::zvCollectionOfContainers<std::list<misc::zvAutoPointer<zvTPPass>>>>,
+      public measures::zvMeasurable {
+ public:
+  /// Throws zvmeasuresException 2141 for units other than metric and inch.
+  explicit zvToolPath(measures::zvUnitsFactory::Units units);
+
+  void EnsureContainer() override;
+
+  /// Tells whether a section is a link, and of which type. It starts as a link of type 0 and throws
+  /// zvcadcamException 2639 for a section that is neither link nor contour.
+  class KANDREL_API zvSectionInfoGetter : public zvTPSVisitor {
+   public:
+    void Visit(const zvTPLink& link) override;
+    void Visit(const zvTPContour& contour) override;
+    void Visit(const zvTPSection& section) override;
+
+    bool IsLink() const noexcept { return m_isLink; }
+    std::uint32_t GetLinkType() const noexcept { return m_linkType; }
+
+   private:
+    bool m_isLink = true;
+    std::uint32_t m_linkType = 0;
+  };
+
+  /// Number of moves. Linear in the number of sections.
+  std::uint64_t GetMoveCount() const;
+
+ protected:
+  /// Scales every move that the walk reaches: a move that stands twice in the tree is scaled twice.
+  void Scale(measures::zvUnitsFactory::Units newUnits, double factor) override;
+};
+
+/// The section in which a toolpath's iterator stands; not for end().
+KANDREL_API const zvTPSection& SectionOf(const zvToolPath::const_iterator& position);
+
+}  // namespace cadcam

@@ -1,0 +1,100 @@
+// zvTPSection, zvTPContour and zvTPLink: the leaves of a toolpath tree, which hold the moves.
+#pragma once
+
+#include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
+#include <list>
+
+namespace cadcam {
+
+class zvTPSection;
+class zvTPContour;
+class zvTPLink;
+
+using zvMovePointer = misc::zvAutoPointer<zvCNCMove>;
+using zvMoveList = std::list<zvMovePointer>;
+
+/// Visits sections, which it may not change.
+class KANDREL_API zvTPSVisitor {
+ public:
+  virtual void Visit(const zvTPLink& link) = 0;
+  virtual void Visit(const zvTPContour& contour) = 0;
+  virtual void Visit(const zvTPSection& section) = 0;
+
+ protected:
+  ~zvTPSVisitor() = default;
+};
+
+/// Adds moves at any level of the tree. `B` is a collection of containers (tool_path.h) or, at the
+/// lowest level, the list of moves itself.
+template <class B>
+class zvMovesAccessor;
+
+template <>
+class KANDREL_API zvMovesAccessor<zvMoveList> : public zvMoveList {
+ public:
+  virtual ~zvMovesAccessor() = default;
+
+  virtual void AddMove(const zvMovePointer& move) { push_back(move); }
+  virtual void AddMoveFirst(const zvMovePointer& move) { push_front(move); }
+  /// Nothing to do at this level: the section is the container.
+  virtual void EnsureContainer() {}
+
+  iterator Insert(const_iterator position, const zvMovePointer& move) {
+    return insert(position, move);
+  }
+
+ protected:
+  zvMovesAccessor() = default;
+  zvMovesAccessor(const zvMovesAccessor&) = default;
+  zvMovesAccessor& operator=(const zvMovesAccessor&) = default;
+};
+
+/// A stretch of moves of one kind. Moves are shared: a move may stand in several places at once.
+class KANDREL_API zvTPSection : public zvMovesAccessor<zvMoveList> {
+ public:
+  virtual void AcceptVisitor(zvTPSVisitor& visitor) const = 0;
+};
+
+/// A stretch that cuts.
+class KANDREL_API zvTPContour : public zvTPSection {
+ public:
+  void AcceptVisitor(zvTPSVisitor& visitor) const override { visitor.Visit(*this); }
+};
+
+/// A stretch that only connects two cuts. Its type is a number from 0 to 5, without a further
+/// meaning here; a larger one is accepted and fails when a posted move type is asked of it.
+class KANDREL_API zvTPLink : public zvTPSection {
+ public:
+  explicit zvTPLink(std::uint32_t linkType) : m_linkType(linkType) {}
+
+  void AcceptVisitor(zvTPSVisitor& visitor) const override { visitor.Visit(*this); }
+
+  std::uint32_t GetLinkType() const noexcept { return m_linkType; }
+
+ private:
+  std::uint32_t m_linkType;
+};
+
+/// Tells links from all other sections, of which none is refused.
+class KANDREL_API zvTPSLinkVisitor : public zvTPSVisitor {
+ public:
+  void Visit(const zvTPLink& link) override {
+    m_isLink = true;
+    m_linkType = link.GetLinkType();
+  }
+  void Visit(const zvTPContour&) override { m_isLink = false; }
+  void Visit(const zvTPSection&) override { m_isLink = false; }
+
+  bool IsLink() const noexcept { return m_isLink; }
+  std::uint32_t GetLinkType() const noexcept { return m_linkType; }
+
+ private:
+  bool m_isLink = true;
+  std::uint32_t m_linkType = 0;
+};
+
+}  // namespace cadcam

@@ -1,0 +1,177 @@
+// zvCollectionOfContainers: a list of containers that can be walked as one sequence of their
+// elements.
+#pragma once
+
+#include <kandrel/misc/misc_exception.h>
+
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+namespace misc {
+
+/// `C` is a std::list of zvAutoPointer to a container, which may be such a collection again.
+///
+/// 1. begin(), end() and the iterators run over the elements of all containers, depth first; empty
+///    containers are skipped at every level. Children() is the list of the containers themselves,
+///    to which the inherited empty(), size(), front() and push_back() belong as well.
+/// 2. A null container met on a walk throws "Accessing NULL pointer".
+/// 3. An iterator has a heap object for each level below it: copying one is not cheap.
+template <class C>
+class zvCollectionOfContainers : public C {
+  using Container = typename C::value_type::element_type;
+
+  // One walker serves both constness: `ChildList` is C or const C, `Child` the child's iterator.
+  template <bool Const>
+  class Walker {
+    using Collection =
+        std::conditional_t<Const, const zvCollectionOfContainers, zvCollectionOfContainers>;
+    using Position = std::conditional_t<Const, typename C::const_iterator, typename C::iterator>;
+    using ChildContainer = std::conditional_t<Const, const Container, Container>;
+    using Child =
+        std::conditional_t<Const, typename Container::const_iterator, typename Container::iterator>;
+
+   public:
+    using iterator_category = std::bidirectional_iterator_tag;
+    using value_type = typename std::iterator_traits<Child>::value_type;
+    using reference = typename std::iterator_traits<Child>::reference;
+    using pointer = typename std::iterator_traits<Child>::pointer;
+    using difference_type = std::ptrdiff_t;
+
+    Walker() = default;
+    Walker(const Walker& other)
+        : m_collection(other.m_collection),
+          m_position(other.m_position),
+          m_child(other.m_child ? std::make_unique<Child>(*other.m_child) : nullptr) {}
+    Walker(Walker&&) noexcept = default;
+    Walker& operator=(const Walker& other) {
+      Walker copy(other);
+      return *this = std::move(copy);
+    }
+    Walker& operator=(Walker&&) noexcept = default;
+    ~Walker() = default;
+
+    reference operator*() const { return **m_child; }
+    pointer operator->() const { return &**m_child; }
+
+    Walker& operator++() {
+      ++*m_child;
+      SkipEmpty();
+      return *this;
+    }
+    Walker operator++(int) {
+      Walker before(*this);
+      ++*this;
+      return before;
+    }
+    /// From end() to the last element; at the first element it does nothing.
+    Walker& operator--() {
+      if (m_child && *m_child != Current().begin()) {
+        --*m_child;
+        return *this;
+      }
+      for (Position position = m_position; position != List().begin();) {
+        --position;
+        ChildContainer& child = **position;
+        if (child.begin() == child.end()) continue;
+        m_position = position;
+        m_child = std::make_unique<Child>(child.end());
+        --*m_child;
+        break;
+      }
+      return *this;
+    }
+    Walker operator--(int) {
+      Walker before(*this);
+      --*this;
+      return before;
+    }
+
+    friend bool operator==(const Walker& a, const Walker& b) {
+      if (&a == &b) return true;
+      if (a.m_collection != b.m_collection || a.m_position != b.m_position) return false;
+      return a.m_child && b.m_child ? *a.m_child == *b.m_child : !a.m_child && !b.m_child;
+    }
+
+    /// Where the walk stands in the collection's own list; its end at end().
+    const Position& GetPosition() const { return m_position; }
+    /// The iterator in the container at that position; only where the walk is not at end().
+    const Child& GetChild() const { return *m_child; }
+
+   private:
+    friend class zvCollectionOfContainers;
+
+    Walker(Collection& collection, Position position)
+        : m_collection(&collection), m_position(position) {}
+
+    auto& List() const { return m_collection->Children(); }
+    ChildContainer& Current() const { return **m_position; }
+
+    // Builds the child iterator at the start of the current child and goes on to an element.
+    void Enter() {
+      if (m_position == List().end()) return;
+      m_child = std::make_unique<Child>(Current().begin());
+      SkipEmpty();
+    }
+
+    void SkipEmpty() {
+      while (*m_child == Current().end()) {
+        if (++m_position == List().end()) {
+          m_child.reset();
+          return;
+        }
+        *m_child = Current().begin();
+      }
+    }
+
+    Collection* m_collection = nullptr;
+    Position m_position{};
+    std::unique_ptr<Child> m_child;
+  };
+
+ public:
+  using iterator = Walker<false>;
+  using const_iterator = Walker<true>;
+  /// What the leaves hold.
+  using Element = typename iterator::value_type;
+
+  zvCollectionOfContainers() = default;
+  zvCollectionOfContainers(const zvCollectionOfContainers&) = default;
+  zvCollectionOfContainers& operator=(const zvCollectionOfContainers&) = default;
+  virtual ~zvCollectionOfContainers() = default;
+
+  /// Inserts before the first element, which need not lie in the first child.
+  virtual void PushFront(const Element& element) { Insert(begin(), element); }
+
+  /// Inserts an element before `position`; at end() it goes to the end of the last child. Throws
+  /// zvmiscException 5503 "No container available, insertion failed." when there is no child.
+  virtual iterator Insert(iterator position, const Element& element) {
+    if (this->empty()) throw zvmiscException(5503);
+    const bool atEnd = !position.m_child;
+    iterator inserted(*this, atEnd ? std::prev(Children().end()) : position.m_position);
+    Container& child = inserted.Current();
+    inserted.m_child = std::make_unique<typename Container::iterator>(
+        child.Insert(atEnd ? child.end() : *position.m_child, element));
+    return inserted;
+  }
+
+  C& Children() noexcept { return *this; }
+  const C& Children() const noexcept { return *this; }
+
+  iterator begin() { return Begin<iterator>(*this); }
+  const_iterator begin() const { return Begin<const_iterator>(*this); }
+  iterator end() { return {*this, Children().end()}; }
+  const_iterator end() const { return {*this, Children().end()}; }
+
+ private:
+  template <class It, class Self>
+  static It Begin(Self& self) {
+    It it(self, self.Children().begin());
+    it.Enter();
+    return it;
+  }
+};
+
+}  // namespace misc
