@@ -1,0 +1,46 @@
+// zvMachDefUtils: checked casts from zvMachDef to its classes.
+#pragma once
+
+#include <kandrel/post/mach_def.h>
+
+namespace post {
+
+/// By value the casts return a copy of the class; by pointer they share the object. They throw
+/// zvPostException 5043 "Wrong static method called." for a definition of another class, 2503 for
+/// one of no class, and "Accessing NULL pointer" for a null pointer.
+class KANDREL_API zvMachDefUtils {
+ public:
+  zvMachDefUtils() = delete;
+
+  static zv3axMachDef Cast3ax(const zvMachDef& machDef);
+  static zv4axMachDef Cast4ax(const zvMachDef& machDef);
+  static zv5axMachDef Cast5ax(const zvMachDef& machDef);
+  static zv6axMachDef Cast6ax(const zvMachDef& machDef);
+
+  static misc::zvAutoPointer<zv3axMachDef> Cast3ax(const misc::zvAutoPointer<zvMachDef>& machDef);
+  static misc::zvAutoPointer<zv4axMachDef> Cast4ax(const misc::zvAutoPointer<zvMachDef>& machDef);
+  static misc::zvAutoPointer<zv5axMachDef> Cast5ax(const misc::zvAutoPointer<zvMachDef>& machDef);
+  static misc::zvAutoPointer<zv6axMachDef> Cast6ax(const misc::zvAutoPointer<zvMachDef>& machDef);
+
+  /// 3 to 6. Throws zvPostException 5031 for any other `numbersOfAxes`.
+  static int GetNumberOfAxes(const misc::zvAutoPointer<zvMachDef>& machDef);
+
+  /// Accepts definitions of one class and throws for the others.
+  class KANDREL_API zvCastingRevolvedChecker : public zvMachineVisitor {
+   public:
+    explicit zvCastingRevolvedChecker(zvMachDef::NumbersOfAxes expected) : m_expected(expected) {}
+
+    void Visit(const zv6axMachDef& machDef) override;
+    void Visit(const zv5axMachDef& machDef) override;
+    void Visit(const zv4axMachDef& machDef) override;
+    void Visit(const zv3axMachDef& machDef) override;
+    void Visit(const zvMachDef& machDef) override;
+
+   private:
+    void Require(zvMachDef::NumbersOfAxes visited) const;
+
+    zvMachDef::NumbersOfAxes m_expected;
+  };
+};
+
+}  // namespace post

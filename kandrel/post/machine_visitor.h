@@ -1,0 +1,27 @@
+// zvMachineVisitor: tells the classes of machine definitions apart.
+#pragma once
+
+#include <kandrel/misc/export.h>
+
+namespace post {
+
+class zvMachDef;
+class zv3axMachDef;
+class zv4axMachDef;
+class zv5axMachDef;
+class zv6axMachDef;
+
+class KANDREL_API zvMachineVisitor {
+ public:
+  virtual void Visit(const zv6axMachDef& machDef) = 0;
+  virtual void Visit(const zv5axMachDef& machDef) = 0;
+  virtual void Visit(const zv4axMachDef& machDef) = 0;
+  virtual void Visit(const zv3axMachDef& machDef) = 0;
+  /// For a definition of no known class; it refuses.
+  virtual void Visit(const zvMachDef& machDef) = 0;
+
+ protected:
+  ~zvMachineVisitor() = default;
+};
+
+}  // namespace post
