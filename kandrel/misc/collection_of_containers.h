@@ -97,8 +97,11 @@ class zvCollectionOfContainers : public C {
 
     /// Where the walk stands in the collection's own list; its end at end().
     const Position& GetPosition() const { return m_position; }
-    /// The iterator in the container at that position; only where the walk is not at end().
-    const Child& GetChild() const { return *m_child; }
+    /// The iterator in the container at that position; throws "Accessing NULL pointer" at end().
+    const Child& GetChild() const {
+      if (!m_child) detail::ThrowNullPointer();
+      return *m_child;
+    }
 
    private:
     friend class zvCollectionOfContainers;

@@ -97,6 +97,12 @@ class zvMemoryPoolList {
     return {this, Link(const_cast<Node*>(position.m_node), std::forward<Arguments>(arguments)...)};
   }
 
+  /// Puts what `make()` returns before `position`, built in place without a copy.
+  template <class Make>
+  iterator EmplaceWith(const_iterator position, Make&& make) {
+    return {this, LinkWith(const_cast<Node*>(position.m_node), std::forward<Make>(make))};
+  }
+
   /// Removes the element at `position`, which is not end(); returns the place after it.
   iterator Erase(const_iterator position) {
     Node* node = const_cast<Node*>(position.m_node);
@@ -131,14 +137,18 @@ class zvMemoryPoolList {
   const_iterator end() const { return {this, nullptr}; }
 
  private:
-  // Builds an element in a new node and links it before `next`, at the end for null.
   template <class... Arguments>
   Node* Link(Node* next, Arguments&&... arguments) {
+    return LinkWith(next, [&] { return T(std::forward<Arguments>(arguments)...); });
+  }
+
+  // Builds an element in a new node and links it before `next`, at the end for null.
+  template <class Make>
+  Node* LinkWith(Node* next, Make&& make) {
     void* memory = m_pool->Alloc(sizeof(Node));
     Node* node = static_cast<Node*>(memory);
     try {
-      ::new (static_cast<void*>(std::addressof(node->value)))
-          T(std::forward<Arguments>(arguments)...);
+      ::new (static_cast<void*>(std::addressof(node->value))) T(make());
     } catch (...) {
       m_pool->Free(memory);
       throw;

@@ -1,0 +1,84 @@
+#include <kandrel/misc/angles.h>
+#include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/post_exception.h>
+
+#include <cmath>
+
+using post::zv5axControlDef;
+using post::zvLimitType;
+using post::zvPostedMove;
+using post::zvPostException;
+
+zvPostedTPCreator::zvPostedTPCreator(const zv5axControlDef& control, const post::zvKDRParam& par,
+                                     const cadcam::zvTPoint3d<double>& partOrigin,
+                                     double toolLengthCompensation)
+    : m_partOrigin(partOrigin),
+      m_toolLengthCompensation(toolLengthCompensation),
+      m_par(par),
+      m_controlDef(control) {}
+
+zvPostedTPCreator::zvPostedTPCreator(const zvPostedTPCreator& other)
+    : m_partOrigin(other.m_partOrigin),
+      m_toolLengthCompensation(other.m_toolLengthCompensation),
+      m_par(other.m_par),
+      m_controlDef(other.m_controlDef) {
+  if (other.m_alignMatrix)
+    m_alignMatrix = misc::MakeAutoPointer<cadcam::zvMatrix<double, 4, 4>>(*other.m_alignMatrix);
+}
+
+zvPostedTPCreator::~zvPostedTPCreator() = default;
+
+zvPostedMove::Types zvPostedTPCreator::GetPostedMoveType(
+    const cadcam::zvToolPath&, const cadcam::zvToolPath::const_iterator& position) const {
+  return post::PostedMoveTypeAt(position);
+}
+
+zvPostedMove::Types zvPostedTPCreator::GetPostedMoveType(const SectionIterator& section) const {
+  return post::PostedMoveTypeOf(**section);
+}
+
+void zvPostedTPCreator::BuildMoves(const cadcam::zvToolPath& toolpath,
+                                   post::zvFlatMoves& moves) const {
+  RequireFiniteSetup();
+  post::Flatten(toolpath, m_alignMatrix, moves);
+}
+
+cadcam::zvMovePointer zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer& move) const {
+  RequireFiniteSetup();
+  post::RequireFinite(*move);
+  return m_alignMatrix ? post::AlignedCopy(*move, *m_alignMatrix) : move;
+}
+
+void zvPostedTPCreator::RequireFiniteSetup() const {
+  if (!IsFinite(m_partOrigin) || !std::isfinite(m_toolLengthCompensation))
+    throw zvPostException(5039);
+}
+
+void zvPostedTPCreator::CheckUnits(const post::zvMachDef& machDef,
+                                   const cadcam::zvToolPath& toolpath) const {
+  if (machDef.GetUnits() == toolpath.GetUnits()) return;
+  throw zvPostException(toolpath.GetUnits() == measures::zvUnitsFactory::metric ? 5032 : 5033);
+}
+
+void zvPostedTPCreator::ExceedingLimit(const zvLimitType& limit) const {
+  const bool isAxis =
+      limit.limitAxis >= zvLimitType::kX && limit.limitAxis <= zvLimitType::kSecondRotary;
+  const bool isSide =
+      limit.limitSide == zvLimitType::kMinimum || limit.limitSide == zvLimitType::kMaximum;
+  if (!isAxis || !isSide) return;
+  // 5010 to 5014 for the minima of the five axes, 5015 to 5019 for the maxima.
+  throw zvPostException(static_cast<std::uint32_t>(5010 + limit.limitAxis + 5 * limit.limitSide));
+}
+
+double zvPostedTPCreator::ApplyAngleLimitToRotAxis(double angle,
+                                                   zv5axControlDef::angleLimit limit) const {
+  switch (limit) {
+    case zv5axControlDef::angleLimit360:
+      return misc::WrapTo360(angle);
+    case zv5axControlDef::angleLimit180:
+      return misc::WrapTo180(angle);
+    case zv5axControlDef::angleLimitNone:
+      break;
+  }
+  return angle;
+}

@@ -1,0 +1,105 @@
+// zvPostedTPCreator: base of the posting algorithms.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/control_def.h>
+#include <kandrel/post/flat_moves.h>
+#include <kandrel/post/limit_type.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/posted_move.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <cstdint>
+#include <list>
+
+/// What the creators of all machine classes share. A creator is built once for a machine and posts
+/// any number of toolpaths, on one thread at a time.
+///
+/// 1. Part origin and control definition are referred to, not copied, and so are the parameters by
+///    a creator's move maker: the caller's objects must outlive the creator. Bind no temporaries.
+/// 2. Limits, steps and choices of a run are read from the creator's own copy of the parameters.
+/// 3. Between postings only the posted list and the alignment matrix stay. A posting that computes
+///    no alignment of its own uses the matrix of an earlier one.
+/// 4. After a failed Post the list may be partly filled.
+class KANDREL_API zvPostedTPCreator {
+ public:
+  enum InstanceType : std::int32_t {
+    instanceBase = 0,
+    instance3ax = 1,
+    instance4ax = 2,
+    instance5ax = 3,
+    instance6ax = 4,
+  };
+
+  /// A new heap copy of the creator's machine definition.
+  virtual misc::zvAutoPointer<post::zvMachDef> GetMachDefPtr() const = 0;
+  /// Runs the creator's own Post; the result stays in its posted list.
+  virtual void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) = 0;
+  virtual ~zvPostedTPCreator();
+  /// Empties the posted list, also for whoever shares it; does nothing before the first posting.
+  virtual void ClearPostedList() = 0;
+
+  const post::zv5axControlDef& GetControlDef() const noexcept { return m_controlDef; }
+  const post::zvKDRParam& GetPar() const noexcept { return m_par; }
+  const cadcam::zvTPoint3d<double>& GetPartOrigin() const noexcept { return m_partOrigin; }
+  /// Length from the tool tip to the spindle's reference point along the spindle direction.
+  const double& GetToolLengthCompensationValue() const noexcept { return m_toolLengthCompensation; }
+  const InstanceType& GetInstanceType() const noexcept { return m_instanceType; }
+
+  /// Shares the matrix, which may be null.
+  post::zvAlignMatrix GetAlignMatrix() const { return m_alignMatrix; }
+  /// Shares the argument. The matrix must be a rotation with zero translation.
+  void SetAlignMatrix(const post::zvAlignMatrix& matrix) { m_alignMatrix = matrix; }
+  /// The spelling is part of the interface.
+  bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
+
+  /// The posted move type of the section in which the iterator stands. Throws zvcadcamException
+  /// 2639 for a section that is neither link nor contour, zvKandrelException 2637 for a link type
+  /// above 5.
+  post::zvPostedMove::Types GetPostedMoveType(
+      const cadcam::zvToolPath& toolpath, const cadcam::zvToolPath::const_iterator& position) const;
+
+ protected:
+  zvPostedTPCreator(const post::zv5axControlDef& control, const post::zvKDRParam& par,
+                    const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
+  /// The copy has a matrix of its own; its instance type restarts at 0.
+  zvPostedTPCreator(const zvPostedTPCreator& other);
+  zvPostedTPCreator& operator=(const zvPostedTPCreator&) = delete;
+
+  void SetInstanceType(InstanceType type) noexcept { m_instanceType = type; }
+  post::zvKDRParam& Par() noexcept { return m_par; }
+
+  using SectionIterator = std::list<misc::zvAutoPointer<cadcam::zvTPSection>>::const_iterator;
+  post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
+
+  /// Flattens a toolpath into an array of its move count (post::Flatten), aligned where a matrix is
+  /// set. Throws zvPostException 5039 also for a part origin or tool length that is infinite or
+  /// NaN.
+  void BuildMoves(const cadcam::zvToolPath& toolpath, post::zvFlatMoves& moves) const;
+
+  /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", what is
+  /// infinite or NaN 5039; with an alignment matrix it is an aligned copy.
+  cadcam::zvMovePointer SingleMove(const cadcam::zvMovePointer& move) const;
+
+  /// Throws zvPostException 5032 or 5033 when the two units differ.
+  void CheckUnits(const post::zvMachDef& machDef, const cadcam::zvToolPath& toolpath) const;
+
+  /// Throws zvPostException 5010 to 5019 for the limit; returns for what names no limit.
+  void ExceedingLimit(const post::zvLimitType& limit) const;
+
+  /// `angle` as the control wants it, degrees; unchanged for an unknown limit.
+  double ApplyAngleLimitToRotAxis(double angle, post::zv5axControlDef::angleLimit limit) const;
+
+ private:
+  void RequireFiniteSetup() const;
+
+  const cadcam::zvTPoint3d<double>& m_partOrigin;
+  double m_toolLengthCompensation;
+  post::zvKDRParam m_par;
+  const post::zv5axControlDef& m_controlDef;
+  InstanceType m_instanceType = instanceBase;
+  post::zvAlignMatrix m_alignMatrix;
+};

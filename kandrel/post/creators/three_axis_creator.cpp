@@ -1,0 +1,163 @@
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/alignment.h>
+#include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/intermediate_moves.h>
+#include <kandrel/post/limit_checker.h>
+#include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/move_times.h>
+#include <kandrel/post/post_exception.h>
+#include <kandrel/post/step_counts.h>
+
+using post::zvKDRParam;
+using post::zvPostedMove;
+using post::zvPostException;
+
+zvPosted3axTPCreator::zvPosted3axTPCreator(const post::zv3axMachDef& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const zvKDRParam& par,
+                                           const cadcam::zvTPoint3d<double>& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
+      m_machDef(machDef),
+      m_maker(machDef, partOrigin, toolLengthCompensation) {
+  m_machDef.Normalize();
+  SetInstanceType(instance3ax);
+}
+
+zvPosted3axTPCreator::zvPosted3axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const zvKDRParam& par,
+                                           const cadcam::zvTPoint3d<double>& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPosted3axTPCreator(*post::zvMachDefUtils::Cast3ax(machDef), control, par, partOrigin,
+                           toolLengthCompensation) {}
+
+zvPosted3axTPCreator::zvPosted3axTPCreator(const zvPosted3axTPCreator& other)
+    : zvPostedTPCreator(other), m_machDef(other.m_machDef), m_maker(other.m_maker) {
+  SetInstanceType(instance3ax);
+}
+
+zvPosted3axTPCreator::~zvPosted3axTPCreator() = default;
+
+void zvPosted3axTPCreator::SetMachDef(const post::zv3axMachDef& machDef) {
+  post::zv3axMachDef normalised = machDef;
+  normalised.Normalize();
+  m_machDef = normalised;
+}
+
+void zvPosted3axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
+  SetMachDef(*post::zvMachDefUtils::Cast3ax(machDef));
+}
+
+misc::zvAutoPointer<post::zvMachDef> zvPosted3axTPCreator::GetMachDefPtr() const {
+  return m_machDef.Clone();
+}
+
+misc::zvAutoPointer<post::zvTransformation3d> zvPosted3axTPCreator::GetTransfor3d() const {
+  return m_maker.GetTransformation();
+}
+
+void zvPosted3axTPCreator::SetTransfor3d(
+    const misc::zvAutoPointer<post::zvTransformation3d>& transformation) {
+  m_maker.SetTransformation(transformation);
+}
+
+zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::Post(const cadcam::zvToolPath& toolpath,
+                                                             bool smallMoves) {
+  m_posted.Renew();
+  if (post::HasNothingToPost(toolpath)) return m_posted.Get();
+  CheckUnits(m_machDef, toolpath);
+  PostMain(toolpath, smallMoves);
+  CheckLimits();
+  post::ComputeMoveTimes(*m_posted.Get());
+  return m_posted.Get();
+}
+
+void zvPosted3axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  Post(toolpath, smallMoves);
+}
+
+zvPosted3axTPCreator::Move zvPosted3axTPCreator::PostMove(const cadcam::zvMovePointer& move,
+                                                          zvPostedMove::Types type) const {
+  return m_maker.Make(*SingleMove(move), type, 0, true, false);
+}
+
+std::pair<misc::zvAutoPointer<post::zvPosted3axMove>, misc::zvAutoPointer<post::zvPosted3axMove>>
+zvPosted3axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
+                                               zvPostedMove::Types type) const {
+  auto posted = misc::MakeAutoPointer<Move>(PostMove(move, type));
+  const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
+  if (check != zvKDRParam::checkNothing && check != zvKDRParam::checkRotaryAxes)
+    ExceedingLimit(post::FirstLinearExcess(posted->GetMachinePosition(), m_machDef));
+  return {std::move(posted), nullptr};
+}
+
+void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  AlignToolpath(toolpath);
+  post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
+  BuildMoves(toolpath, moves);
+  if (!m_maker.GetTransformation()) CheckToolPath(moves);
+  BuildPostedMoves(moves, smallMoves);
+}
+
+void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
+  if (!GetPar().GetAlignToolpath()) return;
+  // A path that fits leaves the matrix of an earlier run in force, deliberately.
+  if (const post::zvAlignMatrix matrix = post::AlignToSpindle(toolpath, m_machDef))
+    SetAlignMatrix(matrix);
+}
+
+void zvPosted3axTPCreator::CheckToolPath(const post::zvFlatMoves& moves) const {
+  const cadcam::zvTPoint3d<double> s = m_machDef.GetSpindleDirection().Normalized();
+  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
+    const cadcam::zvTPoint3d<double> t = moves[i].first->GetOrientation().Normalized();
+    if (!((s - t).SquaredLength() < misc::kDirectionDifferenceSquared)) throw zvPostException(5029);
+  }
+}
+
+void zvPosted3axTPCreator::BuildPostedMoves(const post::zvFlatMoves& moves, bool smallMoves) {
+  List& list = *m_posted.Get();
+  const Move* previous = nullptr;
+  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
+    const auto& [move, type] = moves[i];
+    const auto current = list.EmplaceWith(list.end(), [&, &source = *move, t = type] {
+      return m_maker.Make(source, t, static_cast<std::int32_t>(i), false, smallMoves);
+    });
+    if (previous != nullptr) Interpolate(*previous, current, smallMoves);
+    previous = &*current;
+  }
+}
+
+// Puts the moves between the two before the current one.
+void zvPosted3axTPCreator::Interpolate(const Move& previous, List::iterator current,
+                                       bool smallMoves) {
+  if (current->IsRapid() && !GetPar().GetInterpolateRapidMoves()) return;
+  if (!GetPar().GetInterpolateByDistance()) return;
+  const double distance = (current->GetPartPosition() - previous.GetPartPosition()).Length();
+  const std::uint32_t count = post::StepsByDistance(GetPar(), distance);
+  if (count == 0) return;
+  post::zvIntermediateMoves between(previous, *current, smallMoves);
+  const double step = 1.0 / (count + 1.0);
+  double t = 0;
+  for (std::uint32_t k = 0; k < count; ++k) {
+    t += step;
+    m_posted.Get()->EmplaceWith(current, [&] {
+      return m_maker.Make(between.At(t), between.GetType(), between.GetSourceIndex(),
+                          between.IsInserted(), smallMoves);
+    });
+  }
+}
+
+void zvPosted3axTPCreator::CheckLimits() const {
+  switch (GetPar().GetLimitsCheck()) {
+    case zvKDRParam::checkNothing:
+    case zvKDRParam::checkRotaryAxes:
+      return;
+    case zvKDRParam::checkLinearAxes:
+    case zvKDRParam::checkAllAxes:
+      for (const Move& move : *m_posted.Get())
+        ExceedingLimit(post::FirstLinearExcess(move.GetMachinePosition(), m_machDef));
+      return;
+  }
+  throw zvPostException(5046);
+}

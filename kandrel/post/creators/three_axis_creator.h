@@ -1,0 +1,83 @@
+// zvPosted3axTPCreator: posts toolpaths of constant tool axis for 3-axis machines.
+#pragma once
+
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/posted_list.h>
+#include <kandrel/post/three_axis_move_maker.h>
+
+#include <utility>
+
+/// Machine coordinates beside the original part position and orientation. Limits are reported or
+/// ignored, by limitsCheck; nothing is clipped or moved.
+class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
+ public:
+  using Move = post::zvPosted3axMove;
+  using List = post::zvPostedList<Move>::List;
+  using ListPointer = misc::zvAutoPointer<List>;
+
+  /// Throws zvcadcamException 2189 for a zero spindle direction, zvPostException 5039 for one that
+  /// is infinite or NaN; the second form also 5043 for a machine of another class and "Accessing
+  /// NULL pointer" for a null pointer.
+  zvPosted3axTPCreator(const post::zv3axMachDef& machDef, const post::zv5axControlDef& control,
+                       const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
+                       double toolLengthCompensation);
+  zvPosted3axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
+                       const post::zv5axControlDef& control, const post::zvKDRParam& par,
+                       const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
+  /// Shares the transformation; starts with no posted list.
+  zvPosted3axTPCreator(const zvPosted3axTPCreator& other);
+  /// Empties the posted list, also for whoever shares it.
+  ~zvPosted3axTPCreator() override;
+
+  /// Changes the machine of the limit and unit checks; kinematics stay with the machine of the
+  /// constructor, deliberately. Throws as the constructors do.
+  void SetMachDef(const post::zv3axMachDef& machDef);
+  void SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef);
+  const post::zv3axMachDef& GetMachDef() const noexcept { return m_machDef; }
+  misc::zvAutoPointer<post::zvMachDef> GetMachDefPtr() const override;
+
+  /// The result of the last Post; null before the first.
+  const ListPointer& GetPostedList() const noexcept { return m_posted.Get(); }
+  ListPointer& GetPostedList() noexcept { return m_posted.Get(); }
+  /// Empties the present list and starts a new one with copies of the moves of `list`.
+  void SetPostedList(const ListPointer& list) { m_posted.Set(list); }
+  void ClearPostedList() override { m_posted.Clear(); }
+
+  /// A transformation from part to machine coordinates that replaces part origin, tool length and
+  /// machine axes; orientations are then not checked. Null by default.
+  misc::zvAutoPointer<post::zvTransformation3d> GetTransfor3d() const;
+  void SetTransfor3d(const misc::zvAutoPointer<post::zvTransformation3d>& transformation);
+
+  /// Posts a toolpath into a new list; `smallMoves` leaves the extended blocks out. A toolpath
+  /// without passes, or with an empty first one, gives an empty list whatever else it holds.
+  ///
+  /// Throws zvPostException 5032, 5033 for units that differ; 5029 for an orientation off the
+  /// spindle; 5010 to 5012, 5015 to 5017 for a limit broken by more than 1e-12 (limitsCheck 1, 3);
+  /// 5046 for an unknown limitsCheck; 5039 for what is infinite or NaN; zvcadcamException 2189 for
+  /// a zero orientation, and with alignToolpath for one opposite to the spindle. Linear in the
+  /// number of posted moves.
+  ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
+
+  /// A single move with an extended block, without limit check; aligned where a matrix is set.
+  Move PostMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
+  /// The same with the linear limits checked, unless limitsCheck is 0 or 2: any unknown value
+  /// checks here. The second member is always null.
+  std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> PostMoveWithinMachLimits(
+      const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
+
+ private:
+  void PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void AlignToolpath(const cadcam::zvToolPath& toolpath);
+  void CheckToolPath(const post::zvFlatMoves& moves) const;
+  void BuildPostedMoves(const post::zvFlatMoves& moves, bool smallMoves);
+  void Interpolate(const Move& previous, List::iterator current, bool smallMoves);
+  void CheckLimits() const;
+
+  post::zv3axMachDef m_machDef;
+  post::zvPosted3axMoveMaker m_maker;
+  post::zvPostedList<Move> m_posted;
+};

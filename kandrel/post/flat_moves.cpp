@@ -1,0 +1,76 @@
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/post/flat_moves.h>
+#include <kandrel/post/move_grabber.h>
+#include <kandrel/post/post_exception.h>
+
+namespace post {
+
+namespace {
+
+using cadcam::zvToolPath;
+using Types = zvPostedMove::Types;
+
+Types TypeOfLink(std::uint32_t linkType) {
+  if (linkType > 5) throw zvKandrelException(2637);
+  return static_cast<Types>(linkType);
+}
+
+zvToolPath::zvSectionInfoGetter SectionInfoAt(const zvToolPath::const_iterator& position) {
+  zvToolPath::zvSectionInfoGetter info;
+  cadcam::SectionOf(position).AcceptVisitor(info);
+  return info;
+}
+
+}  // namespace
+
+bool HasNothingToPost(const zvToolPath& toolpath) {
+  return toolpath.empty() || toolpath.front()->empty();
+}
+
+Types PostedMoveTypeOf(const cadcam::zvTPSection& section) {
+  cadcam::zvTPSLinkVisitor visitor;
+  section.AcceptVisitor(visitor);
+  return visitor.IsLink() ? TypeOfLink(visitor.GetLinkType()) : zvPostedMove::noLink;
+}
+
+Types PostedMoveTypeAt(const zvToolPath::const_iterator& position) {
+  const zvToolPath::zvSectionInfoGetter info = SectionInfoAt(position);
+  return info.IsLink() ? TypeOfLink(info.GetLinkType()) : zvPostedMove::noLink;
+}
+
+Types LinkTypeAt(const zvToolPath::const_iterator& position) {
+  const zvToolPath::zvSectionInfoGetter info = SectionInfoAt(position);
+  if (!info.IsLink()) throw cadcam::zvcadcamException(2640);
+  return TypeOfLink(info.GetLinkType());
+}
+
+misc::zvAutoPointer<cadcam::zvCNCMove> AlignedCopy(
+    const cadcam::zvCNCMove& move, const cadcam::zvMatrix<double, 4, 4>& alignment) {
+  auto copy = misc::MakeAutoPointer<cadcam::zv5axMove>();
+  zvCNCMoveGrabber grabber(*copy);
+  move.AcceptVisitor(grabber);
+  copy->SetPosition(alignment * copy->GetPosition());
+  // As a point: right because an alignment has no translation.
+  copy->SetOrientation(alignment * copy->GetOrientation());
+  return copy;
+}
+
+void RequireFinite(const cadcam::zvCNCMove& move) {
+  if (!IsFinite(move.GetPosition()) || !IsFinite(move.GetOrientation()))
+    throw zvPostException(5039);
+}
+
+void Flatten(const zvToolPath& toolpath, const zvAlignMatrix& alignment, zvFlatMoves& moves) {
+  std::uint64_t i = 0;
+  for (const auto& pass : toolpath.Children())
+    for (const auto& slice : pass->Children())
+      for (const auto& section : slice->Children()) {
+        const Types type = PostedMoveTypeOf(*section);
+        for (const cadcam::zvMovePointer& move : *section) {
+          RequireFinite(*move);
+          moves[i++] = {alignment ? AlignedCopy(*move, *alignment) : move, type};
+        }
+      }
+}
+
+}  // namespace post

@@ -1,0 +1,50 @@
+// From the toolpath tree to one array of moves with their posted move types.
+#pragma once
+
+#include <kandrel/cadcam/matrix.h>
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/large_array.h>
+#include <kandrel/post/posted_move.h>
+
+#include <utility>
+
+namespace post {
+
+using zvAlignMatrix = misc::zvAutoPointer<cadcam::zvMatrix<double, 4, 4>>;
+using zvFlatMove = std::pair<cadcam::zvMovePointer, zvPostedMove::Types>;
+using zvFlatMoves = misc::zvRealArrayLarge<zvFlatMove>;
+
+/// True when the toolpath has no pass or its first pass has no slice: creators then post nothing
+/// and check nothing, also where a later pass holds moves.
+KANDREL_API bool HasNothingToPost(const cadcam::zvToolPath& toolpath);
+
+/// The type of all moves of a section: 0 to 5 for a link of that type, 6 for any other section.
+/// Throws zvKandrelException 2637 for a link type above 5.
+KANDREL_API zvPostedMove::Types PostedMoveTypeOf(const cadcam::zvTPSection& section);
+
+/// The same for the section in which a toolpath's iterator stands. Throws zvcadcamException 2639
+/// also for a section that is neither link nor contour.
+KANDREL_API zvPostedMove::Types PostedMoveTypeAt(
+    const cadcam::zvToolPath::const_iterator& position);
+
+/// The type of the link in which a toolpath's iterator stands. Throws as PostedMoveTypeAt does, and
+/// zvcadcamException 2640 outside a link.
+KANDREL_API zvPostedMove::Types LinkTypeAt(const cadcam::zvToolPath::const_iterator& position);
+
+/// A copy of the move as a zv5axMove with position and orientation turned by the matrix, whose
+/// translation is zero. Throws zvPostException 2503 for a plain zvCNCMove.
+KANDREL_API misc::zvAutoPointer<cadcam::zvCNCMove> AlignedCopy(
+    const cadcam::zvCNCMove& move, const cadcam::zvMatrix<double, 4, 4>& alignment);
+
+/// Throws zvPostException 5039 for a position or orientation that is infinite or NaN.
+KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
+
+/// Fills an array of the toolpath's move count in the order of the tree. Without an alignment moves
+/// are shared and nothing is allocated per move; with one the array holds aligned copies and the
+/// toolpath stays as it is. Throws "Accessing NULL pointer" for a null pointer met on the way, and
+/// as RequireFinite, PostedMoveTypeOf and AlignedCopy do.
+KANDREL_API void Flatten(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
+                         zvFlatMoves& moves);
+
+}  // namespace post

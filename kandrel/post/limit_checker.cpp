@@ -1,0 +1,23 @@
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/limit_checker.h>
+
+namespace post {
+
+zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& machinePosition,
+                              const zvMachDef& machDef) {
+  const auto& low = machDef.GetMinLimits();
+  const auto& high = machDef.GetMaxLimits();
+  const auto& m = machinePosition;
+  const struct {
+    double low, value, high;
+  } axes[] = {{low.x, m.x, high.x}, {low.y, m.y, high.y}, {low.z, m.z, high.z}};
+  std::int32_t axis = zvLimitType::kX;
+  for (const auto& a : axes) {
+    if (!(a.low - misc::kEqual <= a.value)) return {axis, zvLimitType::kMinimum};
+    if (!(a.high + misc::kEqual >= a.value)) return {axis, zvLimitType::kMaximum};
+    ++axis;
+  }
+  return {};
+}
+
+}  // namespace post

@@ -1,0 +1,48 @@
+// zvPostedList: the list in which a creator keeps the result of its last posting.
+#pragma once
+
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/memory_pool_list.h>
+
+namespace post {
+
+/// A shared list on a pool of its own. A copy starts with no list and no pools.
+template <class Move>
+class zvPostedList {
+ public:
+  using List = misc::zvMemoryPoolList<Move>;
+  using Pointer = misc::zvAutoPointer<List>;
+
+  zvPostedList() = default;
+  zvPostedList(const zvPostedList&) : zvPostedList() {}
+  zvPostedList& operator=(const zvPostedList&) = delete;
+  ~zvPostedList() { Clear(); }
+
+  Pointer& Get() noexcept { return m_list; }
+  const Pointer& Get() const noexcept { return m_list; }
+
+  /// Lets go of the present list and starts an empty one.
+  void Renew() { m_list = misc::MakeAutoPointer<List>(m_provider); }
+
+  /// Empties the present list, also for whoever shares it; nothing happens without one.
+  void Clear() {
+    if (m_list) m_list->Clear();
+  }
+
+  /// Empties the present list and starts a new one with copies of the moves of `source`, which may
+  /// be null. Its own present list stays as it is.
+  void Set(const Pointer& source) {
+    const Pointer kept = source;  // `source` may be a reference to the member
+    if (kept && kept == m_list) return;
+    Clear();
+    Renew();
+    if (!kept) return;
+    for (const Move& move : *kept) m_list->PushBack(move);
+  }
+
+ private:
+  misc::zvMemoryPoolProvider m_provider;
+  Pointer m_list;
+};
+
+}  // namespace post

@@ -1,0 +1,17 @@
+// How many moves an interpolation puts between two others.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <cstdint>
+
+namespace post {
+
+/// 0 without InterpolateByDistance, when InterpolationDistance is not above 0, or when it is at
+/// least `distance`; else trunc(distance / step) + 1. The added one is deliberate: a distance of
+/// exactly two steps gives three moves. Throws zvPostException 5039 when the count doesn't fit into
+/// 32 bits.
+KANDREL_API std::uint32_t StepsByDistance(const zvKDRParam& par, double distance);
+
+}  // namespace post

@@ -1,0 +1,34 @@
+#include <kandrel/post/move_grabber.h>
+#include <kandrel/post/three_axis_move_maker.h>
+
+namespace post {
+
+zvPosted3axMoveMaker::zvPosted3axMoveMaker(const zv3axMachDef& machDef, const Point& partOrigin,
+                                           double toolLengthCompensation)
+    : m_machDef(machDef), m_partOrigin(&partOrigin) {
+  m_machDef.Normalize();
+  m_toolVector = toolLengthCompensation * m_machDef.GetSpindleDirection();
+}
+
+zvPosted3axMoveMaker::Point zvPosted3axMoveMaker::MachinePosition(const Point& partPosition) const {
+  if (m_transformation) return *m_transformation * partPosition;
+  const Point p_mach = partPosition + *m_partOrigin + m_toolVector;
+  return m_machDef.IsIdentityTransform() ? p_mach : *m_machDef.GetInverseAxisMatrix() * p_mach;
+}
+
+zvPosted3axMove zvPosted3axMoveMaker::Make(const cadcam::zvCNCMove& move, zvPostedMove::Types type,
+                                           std::int32_t sourceIndex, bool inserted,
+                                           bool smallMoves) const {
+  const zvMoveView source(move);
+  const cadcam::zvCNCMove& base = source.Base();
+  const Point& p_part = base.GetPosition();
+  if (smallMoves)
+    return zvPosted3axMove(MachinePosition(p_part), p_part, base.GetOrientation(), base.GetFeed(),
+                           base.IsRapid(), type);
+  return zvPosted3axMove(MachinePosition(p_part), p_part, base.GetOrientation(), base.GetFeed(),
+                         base.IsRapid(), type, source.GetExtendedPoint(),
+                         source.GetExtendedVector(), source.GetExtendedId(),
+                         source.HasExtendedData(), sourceIndex, inserted);
+}
+
+}  // namespace post

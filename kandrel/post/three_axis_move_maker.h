@@ -1,0 +1,48 @@
+// zvPosted3axMoveMaker: one posted move of a 3-axis machine from one toolpath move.
+#pragma once
+
+#include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/posted_move.h>
+#include <kandrel/post/transformation3d.h>
+
+#include <cstdint>
+
+namespace post {
+
+/// Keeps a normalised copy of the machine and a reference to the part origin, which must outlive
+/// it. Lengths in the machine's units.
+class KANDREL_API zvPosted3axMoveMaker {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  /// Throws as zvMachDef::Normalize does.
+  zvPosted3axMoveMaker(const zv3axMachDef& machDef, const Point& partOrigin,
+                       double toolLengthCompensation);
+
+  /// Machine position of a part position: p + part origin + L s, then through the inverse of the
+  /// machine's axis matrix unless it counts as the identity. With a transformation set it is that
+  /// of p and nothing else.
+  Point MachinePosition(const Point& partPosition) const;
+
+  /// Throws zvPostException 2503 for a plain zvCNCMove.
+  zvPosted3axMove Make(const cadcam::zvCNCMove& move, zvPostedMove::Types type,
+                       std::int32_t sourceIndex, bool inserted, bool smallMoves) const;
+
+  const misc::zvAutoPointer<zvTransformation3d>& GetTransformation() const noexcept {
+    return m_transformation;
+  }
+  void SetTransformation(const misc::zvAutoPointer<zvTransformation3d>& transformation) {
+    m_transformation = transformation;
+  }
+
+ private:
+  zv3axMachDef m_machDef;
+  const Point* m_partOrigin;
+  Point m_toolVector;  // L s
+  misc::zvAutoPointer<zvTransformation3d> m_transformation;
+};
+
+}  // namespace post
