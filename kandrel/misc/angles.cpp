@@ -24,8 +24,9 @@ double SafeAcosRad(double cosine) noexcept {
 double WrapTo360(double deg) noexcept {
   double wrapped = Remainder360(deg);
   if (wrapped < 0) wrapped += kFullTurnDeg;
-  // A tiny negative angle rounds up to a full turn, which the half-open range leaves out.
-  return wrapped == kFullTurnDeg ? 0.0 : wrapped;
+  // A tiny negative angle rounds up to a full turn, which the half-open range leaves out; adding 0
+  // turns the -0 of whole negative turns into 0.
+  return wrapped == kFullTurnDeg ? 0.0 : wrapped + 0.0;
 }
 
 double WrapTo180(double deg) noexcept {

@@ -1,0 +1,10 @@
+// The suites, one for each source named after what it drives.
+#pragma once
+
+#include "bench/ratio_table.h"
+
+namespace bench {
+
+void AddThreeAxisCreator(Suite& suite);
+
+}  // namespace bench
