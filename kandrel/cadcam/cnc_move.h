@@ -46,7 +46,7 @@ class KANDREL_API zvCNCMove {
   zvTPoint3d<double> m_position;
   zvTPoint3d<double> m_orientation{0, 0, 1};
   double m_feed = 0;
-  std::uint32_t m_reservedWord = 0;  // copied, never read, never stored
+  [[maybe_unused]] std::uint32_t m_reservedWord = 0;  // copied, never read, never stored
   bool m_rapid = false;
   std::uint32_t m_tag = 0;
 };

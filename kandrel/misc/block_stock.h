@@ -51,8 +51,10 @@ class BlockStock {
     Link* first = nullptr;
     std::size_t count = 0;
 
+    // Of an empty stock; afterwards there is a first block.
     void Fill() {
-      for (; count < kFill; ++count) first = ::new (Depot().Alloc(Size)) Link{first};
+      do first = ::new (Depot().Alloc(Size)) Link{first};
+      while (++count < kFill);
     }
     // The older half goes back, so that a thread that only deletes doesn't hoard.
     void Shrink() noexcept {

@@ -32,12 +32,12 @@ class zvPostedList {
   /// Empties the present list and starts a new one with copies of the moves of `source`, which may
   /// be null. Its own present list stays as it is.
   void Set(const Pointer& source) {
-    const Pointer kept = source;  // `source` may be a reference to the member
-    if (kept && kept == m_list) return;
+    const List* moves = source.Get();  // `source` may be a reference to the member
+    if (moves != nullptr && moves == m_list.Get()) return;
     Clear();
     Renew();
-    if (!kept) return;
-    for (const Move& move : *kept) m_list->PushBack(move);
+    if (moves == nullptr) return;
+    for (const Move& move : *moves) m_list->PushBack(move);
   }
 
  private:

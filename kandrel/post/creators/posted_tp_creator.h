@@ -62,12 +62,13 @@ class KANDREL_API zvPostedTPCreator {
   post::zvPostedMove::Types GetPostedMoveType(
       const cadcam::zvToolPath& toolpath, const cadcam::zvToolPath::const_iterator& position) const;
 
+  zvPostedTPCreator& operator=(const zvPostedTPCreator&) = delete;
+
  protected:
   zvPostedTPCreator(const post::zv5axControlDef& control, const post::zvKDRParam& par,
                     const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
   /// The copy has a matrix of its own; its instance type restarts at 0.
   zvPostedTPCreator(const zvPostedTPCreator& other);
-  zvPostedTPCreator& operator=(const zvPostedTPCreator&) = delete;
 
   void SetInstanceType(InstanceType type) noexcept { m_instanceType = type; }
   post::zvKDRParam& Par() noexcept { return m_par; }

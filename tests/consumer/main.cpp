@@ -1,0 +1,23 @@
+// What a host needs from the installed package at the least: classes across the library's border,
+// and an exception thrown inside it and caught by its type outside.
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/exception.h>
+#include <kandrel/misc/units_factory.h>
+
+#include <cstdio>
+
+int main() {
+  using measures::zvUnitsFactory;
+  if (zvUnitsFactory::GetScaleFactor(zvUnitsFactory::inch, zvUnitsFactory::metric) != 25.4) {
+    std::puts("consumer: an inch is 25.4 mm");
+    return 1;
+  }
+  try {
+    static_cast<void>(*misc::zvAutoPointer<int>());
+  } catch (const misc::zvException&) {
+    std::puts("consumer: linked, ran, caught");
+    return 0;
+  }
+  std::puts("consumer: the library's exception did not arrive");
+  return 1;
+}

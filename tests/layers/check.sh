@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# Checks how the files of the tree depend on each other, and that no file quotes papers which a
+# reader doesn't have.
+#
+#   check.sh [ROOT]    prints each finding as file:line: what is wrong; exits 1 when there is one
+set -euo pipefail
+cd "${1:-$(dirname "$0")/../..}"
+
+files() {
+  if [ -e .git ] && git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
+    git ls-files -co --exclude-standard
+  else
+    find . -type f -not -path './build*' -not -path './out/*' -not -path './.git/*' | sed 's|^\./||'
+  fi | while IFS= read -r file; do
+    if [ -f "$file" ]; then printf '%s\n' "$file"; fi
+  done | LC_ALL=C sort
+}
+
+mapfile -t all < <(files)
+mapfile -t code < <(printf '%s\n' "${all[@]}" | grep -E '\.(h|cpp)$')
+if [ ${#code[@]} -eq 0 ]; then
+  echo "layers: no sources below $PWD" >&2
+  exit 1
+fi
+
+includes() {
+  LC_ALL=C awk '
+    # The place of a library file in the row misc <- cadcam <- post <- post/creators <-
+    # persistence <- kintree; -1 for a folder that has none.
+    function layer(path) {
+      if (path ~ /^kandrel\/misc\//) return 1
+      if (path ~ /^kandrel\/cadcam\//) return 2
+      if (path ~ /^kandrel\/post\/creators\//) return 4
+      if (path ~ /^kandrel\/post\//) return 3
+      if (path ~ /^kandrel\/persistence\//) return 5
+      if (path ~ /^kandrel\/kintree\//) return 6
+      return -1
+    }
+    function report(text) { print FILENAME ":" FNR ": " text; found = 1 }
+
+    FNR == 1 {
+      library = FILENAME ~ /^kandrel\//
+      outside = FILENAME ~ /^(apps|examples|tests\/consumer)\//
+      model = FILENAME ~ /^tests\/support\/rigid_body_model\./
+      mine = layer(FILENAME)
+      if (library && mine < 0) report("stands in no layer")
+    }
+    /^[ \t]*#[ \t]*include/ {
+      if (!match($0, /[<"][^>"]*[>"]/)) {
+        if (library) report("an include whose file cannot be read off")
+        next
+      }
+      form = substr($0, RSTART, 1)
+      target = substr($0, RSTART + 1, RLENGTH - 2)
+      if (library && form == "\"") report("include as <kandrel/...>, not \"" target "\"")
+      if (library && target ~ /^(apps|examples|tests|bench|fuzz)\//)
+        report("the library includes " target)
+      if (outside && target ~ /^(tests|bench|fuzz)\//) report("a program includes " target)
+      if (target ~ /\.\./) report("include by its path from the root, not " target)
+      if (target !~ /^kandrel\//) next
+      if (library && layer(target) > mine) report("includes " target ", which stands above it")
+      if (outside && target ~ /\/detail\//) report("includes " target ", which is not public")
+      if (model && target ~ /^kandrel\/post\//)
+        report("the model that tests the kernel includes " target)
+    }
+    END { exit found }' "${code[@]}"
+}
+
+# Each pattern is written so that it does not match itself.
+papers='\b[Pp]arts? [0-9]+\.[0-9]+|[Ss]peci[f]ication|\bspec\.md\b|\b[Tt]he spec\b|[Ss]eed document'
+papers+='|[Ll]eft to the implementer|\b[Dd]ecisions? [0-9X]+(\.[0-9]+)?-[0-9]+|\b[Ii]ssue #?[0-9]+'
+
+status=0
+includes || status=1
+if printf '%s\0' "${all[@]}" | LC_ALL=C xargs -0 grep -nIHE "$papers"; then
+  echo "layers: the lines above quote papers that a reader doesn't have" >&2
+  status=1
+fi
+if printf '%s\n' "${all[@]}" | LC_ALL=C grep -E "$papers"; then
+  echo "layers: the file names above do" >&2
+  status=1
+fi
+exit $status

@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# Plants one fault at a time in a small tree and holds that check.sh finds it, and that it finds
+# nothing in the tree without faults.
+set -euo pipefail
+check=$(cd "$(dirname "$0")" && pwd)/check.sh
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failed=0
+cases=0
+
+tree() {
+  rm -rf "$work/tree"
+  mkdir -p "$work/tree"/{kandrel/{misc/detail,cadcam,post/creators,persistence,kintree},apps/host,examples,tests/support,tests/consumer,docs}
+  cd "$work/tree"
+  printf '#include <kandrel/misc/detail/slot.h>\n#include <vector>\n' >kandrel/misc/text.h
+  : >kandrel/misc/detail/slot.h
+  echo '#include <kandrel/misc/text.h>' >kandrel/cadcam/point.h
+  echo '#include <kandrel/cadcam/point.h>' >kandrel/post/move.h
+  echo '#include <kandrel/post/move.h>' >kandrel/post/creators/creator.h
+  echo '#include <kandrel/post/creators/creator.h>' >kandrel/persistence/log.h
+  echo '#include <kandrel/persistence/log.h>' >kandrel/kintree/tree.h
+  printf '#include "cl_text.h"\n#include <kandrel/kintree/tree.h>\n' >apps/host/main.cpp
+  echo '#include <tests/support/model.h>' >tests/support/model_test.cpp
+  echo '#include <kandrel/cadcam/point.h>' >tests/support/rigid_body_model.h
+  echo 'Each part has 3.5 mm, specifically; see decision 3.' >docs/notes.md
+}
+
+# finds WHAT FILE LINE: appends the line to the file and expects a finding that names the file.
+finds() {
+  tree
+  mkdir -p "$(dirname "$2")"
+  printf '%s\n' "$3" >>"$2"
+  cases=$((cases + 1))
+  local out
+  if out=$("$check" "$work/tree" 2>&1) || [[ $out != *"$2"* ]]; then
+    printf 'not found: %s (%s)\n%s\n' "$1" "$2" "$out"
+    failed=1
+  fi
+}
+
+tree
+if ! out=$("$check" "$work/tree" 2>&1); then
+  printf 'found in a tree without faults:\n%s\n' "$out"
+  failed=1
+fi
+
+finds 'misc on cadcam' kandrel/misc/text.h '#include <kandrel/cadcam/point.h>'
+finds 'cadcam on post' kandrel/cadcam/point.h '#include <kandrel/post/move.h>'
+finds 'post on creators' kandrel/post/move.h '  #  include <kandrel/post/creators/creator.h>'
+finds 'creators on persistence' kandrel/post/creators/creator.h '#include <kandrel/persistence/log.h>'
+finds 'persistence on kintree' kandrel/persistence/log.h '#include <kandrel/kintree/tree.h>'
+finds 'a way round by quotes' kandrel/misc/text.h '#include "kandrel/misc/text.h"'
+finds 'a way round by dots' kandrel/cadcam/point.h '#include <kandrel/cadcam/../post/move.h>'
+finds 'a way round by a macro' kandrel/misc/text.h '#include HEADER'
+finds 'a folder without a layer' kandrel/extra/thing.h '#include <vector>'
+finds 'the library on tests' kandrel/post/move.cpp '#include <tests/support/model.h>'
+finds 'a program on tests' apps/host/main.cpp '#include <tests/support/model.h>'
+finds 'a program on internals' apps/host/main.cpp '#include <kandrel/misc/detail/slot.h>'
+finds 'an example on internals' examples/01.cpp '#include <kandrel/misc/detail/slot.h>'
+finds 'the consumer on internals' tests/consumer/main.cpp '#include <kandrel/misc/detail/slot.h>'
+finds 'the model on the kernel' tests/support/rigid_body_model.h '#include <kandrel/post/move.h>'
+
+# Put together here, so that check.sh passes over this file.
+finds 'a quoted chapter' docs/notes.md "as Par""t 1.11 tells"
+finds 'quoted chapters' kandrel/misc/text.h "// Par""ts 4.1 to 4.3"
+finds 'the paper' docs/notes.md "the speci""fication"
+finds 'the paper in short' kandrel/post/move.h "// as the ""spec says"
+finds 'the paper as a file' docs/notes.md "see spec"".md"
+finds 'a numbered ruling' docs/notes.md "decision"" 1.4-1"
+finds 'a numbered cross ruling' docs/notes.md "Decision"" X-3"
+finds 'a work item' docs/notes.md "issue"" 2"
+finds 'a file name' "docs/speci""fication.md" 'text'
+
+tree
+rm -r kandrel apps examples tests
+cases=$((cases + 1))
+if "$check" "$work/tree" >/dev/null 2>&1; then
+  echo 'passes over a tree without sources'
+  failed=1
+fi
+
+[ $failed -eq 0 ] && echo "$cases faults planted, $cases found"
+exit $failed
