@@ -18,8 +18,4 @@ void ThrowNullVector() {
 
 }  // namespace detail
 
-bool IsFinite(const zvTPoint3d<double>& p) noexcept {
-  return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
-}
-
 }  // namespace cadcam

@@ -1,10 +1,13 @@
 // zvRealArrayLarge: an array in chunks, for more elements than one block of memory should hold.
 #pragma once
 
+#include <kandrel/misc/platform.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -50,7 +53,36 @@ class zvRealArrayLarge {
     if (size == 0) return;
     const std::uint64_t chunks = size / kChunkSize + 1;
     m_chunks.reserve(chunks);
-    for (std::uint64_t i = 0; i < chunks; ++i) m_chunks.push_back(std::make_unique<T[]>(Length(i)));
+    for (std::uint64_t i = 0; i < chunks; ++i) m_chunks.push_back(NewChunk(Length(i)));
+  }
+
+  // Chunks are large and written once from front to back: large pages save most of what the first
+  // touch of each ordinary page costs.
+  struct ChunkDeleter {
+    std::uint64_t length = 0;
+    void operator()(T* chunk) const noexcept {
+      std::destroy_n(chunk, length);
+      platform::FreePages(chunk, length * sizeof(T));
+    }
+  };
+  using Chunk = std::unique_ptr<T[], ChunkDeleter>;
+
+  static Chunk NewChunk(std::uint64_t length) {
+    if (length == 0) return Chunk();
+    constexpr std::size_t kLargePage = 0x200000;
+    const std::size_t bytes = length * sizeof(T);
+    void* memory = platform::AllocatePages(
+        bytes, kLargePage,
+        bytes >= kLargePage ? platform::PageSize::kHuge : platform::PageSize::kSmall);
+    if (memory == nullptr) throw std::bad_alloc();
+    T* chunk = static_cast<T*>(memory);
+    try {
+      std::uninitialized_value_construct_n(chunk, length);
+    } catch (...) {
+      platform::FreePages(memory, bytes);
+      throw;
+    }
+    return Chunk(chunk, ChunkDeleter{length});
   }
 
   std::uint64_t Length(std::uint64_t chunk) const noexcept {
@@ -63,7 +95,7 @@ class zvRealArrayLarge {
       std::copy_n(other.m_chunks[i].get(), Length(i), m_chunks[i].get());
   }
 
-  std::vector<std::unique_ptr<T[]>> m_chunks;
+  std::vector<Chunk> m_chunks;
   std::uint64_t m_size = 0;
   bool m_exactLastChunk;
 };

@@ -2,6 +2,8 @@
 // would bring its own source beside it.
 #pragma once
 
+#include <kandrel/misc/export.h>
+
 #include <cstddef>
 
 namespace misc::platform {
@@ -13,9 +15,9 @@ enum class PageSize {
 
 /// Zeroed, writable pages at an address that `alignment` (a power of two) divides; null when the
 /// system gives nothing. `bytes` may be any number.
-void* AllocatePages(std::size_t bytes, std::size_t alignment, PageSize pages) noexcept;
+KANDREL_API void* AllocatePages(std::size_t bytes, std::size_t alignment, PageSize pages) noexcept;
 
 /// Gives back what AllocatePages gave for the same number of bytes; false when the system refuses.
-bool FreePages(void* block, std::size_t bytes) noexcept;
+KANDREL_API bool FreePages(void* block, std::size_t bytes) noexcept;
 
 }  // namespace misc::platform

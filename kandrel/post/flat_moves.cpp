@@ -68,7 +68,9 @@ void Flatten(const zvToolPath& toolpath, const zvAlignMatrix& alignment, zvFlatM
         const Types type = PostedMoveTypeOf(*section);
         for (const cadcam::zvMovePointer& move : *section) {
           RequireFinite(*move);
-          moves[i++] = {alignment ? AlignedCopy(*move, *alignment) : move, type};
+          zvFlatMove& flat = moves[i++];
+          flat.first = alignment ? AlignedCopy(*move, *alignment) : move;
+          flat.second = type;
         }
       }
 }

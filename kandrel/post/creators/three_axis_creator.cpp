@@ -109,21 +109,28 @@ void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
 
 void zvPosted3axTPCreator::CheckToolPath(const post::zvFlatMoves& moves) const {
   const cadcam::zvTPoint3d<double> s = m_machDef.GetSpindleDirection().Normalized();
+  // Paths for these machines repeat one orientation: it is tested once for a run of moves.
+  const cadcam::zvTPoint3d<double>* tested = nullptr;
   for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
-    const cadcam::zvTPoint3d<double> t = moves[i].first->GetOrientation().Normalized();
-    if (!((s - t).SquaredLength() < misc::kDirectionDifferenceSquared)) throw zvPostException(5029);
+    const cadcam::zvTPoint3d<double>& t = moves[i].first->GetOrientation();
+    if (tested != nullptr && t == *tested) continue;
+    if (!((s - t.Normalized()).SquaredLength() < misc::kDirectionDifferenceSquared))
+      throw zvPostException(5029);
+    tested = &t;
   }
 }
 
 void zvPosted3axTPCreator::BuildPostedMoves(const post::zvFlatMoves& moves, bool smallMoves) {
   List& list = *m_posted.Get();
+  const bool interpolates = GetPar().GetInterpolateByDistance();
   const Move* previous = nullptr;
   for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
-    const auto& [move, type] = moves[i];
-    const auto current = list.EmplaceWith(list.end(), [&, &source = *move, t = type] {
-      return m_maker.Make(source, t, static_cast<std::int32_t>(i), false, smallMoves);
+    const post::zvFlatMove& flat = moves[i];
+    const auto current = list.EmplaceWith(list.end(), [&] {
+      return m_maker.Make(*flat.first, flat.second, static_cast<std::int32_t>(i), false,
+                          smallMoves);
     });
-    if (previous != nullptr) Interpolate(*previous, current, smallMoves);
+    if (interpolates && previous != nullptr) Interpolate(*previous, current, smallMoves);
     previous = &*current;
   }
 }
@@ -132,7 +139,6 @@ void zvPosted3axTPCreator::BuildPostedMoves(const post::zvFlatMoves& moves, bool
 void zvPosted3axTPCreator::Interpolate(const Move& previous, List::iterator current,
                                        bool smallMoves) {
   if (current->IsRapid() && !GetPar().GetInterpolateRapidMoves()) return;
-  if (!GetPar().GetInterpolateByDistance()) return;
   const double distance = (current->GetPartPosition() - previous.GetPartPosition()).Length();
   const std::uint32_t count = post::StepsByDistance(GetPar(), distance);
   if (count == 0) return;
