@@ -672,7 +672,7 @@ TEST(SectionVisitors, DifferOnAnUnknownSection) {
   EXPECT_FALSE(linkInfo.IsLink());
 }
 
-// Millions of steps if a walk searched its way anew at each: these trees then take hours.
+// A walk that searches its way through the empty sections anew at each step takes minutes here.
 TEST(ToolPathLarge, WalksTakeLinearTime) {
   constexpr Tag kMoves = 200000;
   SectionTags all(kMoves);
