@@ -39,6 +39,8 @@ std::uint64_t zvToolPath::GetMoveCount() const {
 }
 
 void zvToolPath::Scale(measures::zvUnitsFactory::Units, double factor) {
+  // A null fails here, before any move is changed: half a path in other units must not be left.
+  for (const zvMovePointer& move : *this) static_cast<void>(*move);
   zvCNCMoveScaleVisitor visitor(factor);
   for (const zvMovePointer& move : *this) move->AcceptVisitor(visitor);
 }

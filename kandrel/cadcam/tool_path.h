@@ -82,6 +82,7 @@ class KANDREL_API zvToolPath
 
  protected:
   /// Scales every move that the walk reaches: a move that stands twice in the tree is scaled twice.
+  /// A null anywhere in the tree throws "Accessing NULL pointer" and leaves all moves as they were.
   void Scale(measures::zvUnitsFactory::Units newUnits, double factor) override;
 };
 

@@ -50,7 +50,9 @@ class KANDREL_API zvMovesAccessor<zvMoveList> : public zvMoveList {
  protected:
   zvMovesAccessor() = default;
   zvMovesAccessor(const zvMovesAccessor&) = default;
+  zvMovesAccessor(zvMovesAccessor&&) = default;
   zvMovesAccessor& operator=(const zvMovesAccessor&) = default;
+  zvMovesAccessor& operator=(zvMovesAccessor&&) = default;
 };
 
 /// A stretch of moves of one kind. Moves are shared: a move may stand in several places at once.

@@ -14,16 +14,22 @@ namespace misc {
 
 /// `C` is a std::list of zvAutoPointer to a container, which may be such a collection again.
 ///
-/// 1. begin(), end() and the iterators run over the elements of all containers, depth first; empty
-///    containers are skipped at every level. Children() is the list of the containers themselves,
-///    to which the inherited empty(), size(), front() and push_back() belong as well.
-/// 2. A null container met on a walk throws "Accessing NULL pointer".
-/// 3. An iterator has a heap object for each level below it: copying one is not cheap.
+/// 1. begin(), end(), their const and reverse forms and the iterators run over the elements of all
+///    containers, depth first; empty containers are skipped at every level. Children() is the list
+///    of the containers themselves, to which the inherited empty(), size(), front() and push_back()
+///    belong as well: size() is not the number of elements.
+/// 2. A null container met on a walk throws "Accessing NULL pointer". The iterator then stands at
+///    end() if it went forward, and where it stood before if it went backward.
+/// 3. An iterator has a heap object for each level below it: copying one is not cheap. A whole walk
+///    either way takes time linear in elements and containers.
 template <class C>
 class zvCollectionOfContainers : public C {
   using Container = typename C::value_type::element_type;
 
-  // One walker serves both constness: `ChildList` is C or const C, `Child` the child's iterator.
+  template <class>
+  friend class zvCollectionOfContainers;
+
+  // One walker serves both constness: `Child` is the iterator of the container at `Position`.
   template <bool Const>
   class Walker {
     using Collection =
@@ -51,14 +57,26 @@ class zvCollectionOfContainers : public C {
       return *this = std::move(copy);
     }
     Walker& operator=(Walker&&) noexcept = default;
+    /// An iterator gives a const_iterator, as with any container.
+    template <bool Other>
+    requires(Const && !Other) Walker(const Walker<Other>& other)
+        : m_collection(other.m_collection),
+          m_position(other.m_position),
+          m_child(other.m_child ? std::make_unique<Child>(*other.m_child) : nullptr) {}
     ~Walker() = default;
 
     reference operator*() const { return **m_child; }
     pointer operator->() const { return &**m_child; }
 
     Walker& operator++() {
-      ++*m_child;
-      SkipEmpty();
+      try {
+        ++*m_child;
+        SkipEmpty();
+      } catch (...) {
+        m_position = List().end();
+        m_child.reset();
+        throw;
+      }
       return *this;
     }
     Walker operator++(int) {
@@ -68,19 +86,7 @@ class zvCollectionOfContainers : public C {
     }
     /// From end() to the last element; at the first element it does nothing.
     Walker& operator--() {
-      if (m_child && *m_child != Current().begin()) {
-        --*m_child;
-        return *this;
-      }
-      for (Position position = m_position; position != List().begin();) {
-        --position;
-        ChildContainer& child = **position;
-        if (child.begin() == child.end()) continue;
-        m_position = position;
-        m_child = std::make_unique<Child>(child.end());
-        --*m_child;
-        break;
-      }
+      StepBack();
       return *this;
     }
     Walker operator--(int) {
@@ -104,7 +110,10 @@ class zvCollectionOfContainers : public C {
     }
 
    private:
+    template <class>
     friend class zvCollectionOfContainers;
+    template <bool>
+    friend class Walker;
 
     Walker(Collection& collection, Position position)
         : m_collection(&collection), m_position(position) {}
@@ -129,6 +138,22 @@ class zvCollectionOfContainers : public C {
       }
     }
 
+    // False, with nothing changed, where there is no element before. The child is asked instead of
+    // being compared with its begin(), which would search through its empty containers every time.
+    bool StepBack() {
+      if (m_child && StepBackIn(Current(), *m_child)) return true;
+      for (Position position = m_position; position != List().begin();) {
+        --position;
+        ChildContainer& container = **position;
+        auto child = std::make_unique<Child>(container.end());
+        if (!StepBackIn(container, *child)) continue;
+        m_position = position;
+        m_child = std::move(child);
+        return true;
+      }
+      return false;
+    }
+
     Collection* m_collection = nullptr;
     Position m_position{};
     std::unique_ptr<Child> m_child;
@@ -137,12 +162,16 @@ class zvCollectionOfContainers : public C {
  public:
   using iterator = Walker<false>;
   using const_iterator = Walker<true>;
+  using reverse_iterator = std::reverse_iterator<iterator>;
+  using const_reverse_iterator = std::reverse_iterator<const_iterator>;
   /// What the leaves hold.
   using Element = typename iterator::value_type;
 
   zvCollectionOfContainers() = default;
   zvCollectionOfContainers(const zvCollectionOfContainers&) = default;
+  zvCollectionOfContainers(zvCollectionOfContainers&&) = default;
   zvCollectionOfContainers& operator=(const zvCollectionOfContainers&) = default;
+  zvCollectionOfContainers& operator=(zvCollectionOfContainers&&) = default;
   virtual ~zvCollectionOfContainers() = default;
 
   /// Inserts before the first element, which need not lie in the first child.
@@ -156,7 +185,7 @@ class zvCollectionOfContainers : public C {
     iterator inserted(*this, atEnd ? std::prev(Children().end()) : position.m_position);
     Container& child = inserted.Current();
     inserted.m_child = std::make_unique<typename Container::iterator>(
-        child.Insert(atEnd ? child.end() : *position.m_child, element));
+        child.Insert(atEnd ? child.end() : std::move(*position.m_child), element));
     return inserted;
   }
 
@@ -167,8 +196,28 @@ class zvCollectionOfContainers : public C {
   const_iterator begin() const { return Begin<const_iterator>(*this); }
   iterator end() { return {*this, Children().end()}; }
   const_iterator end() const { return {*this, Children().end()}; }
+  // The list's own would run over the children.
+  const_iterator cbegin() const { return begin(); }
+  const_iterator cend() const { return end(); }
+  reverse_iterator rbegin() { return reverse_iterator(end()); }
+  const_reverse_iterator rbegin() const { return const_reverse_iterator(end()); }
+  reverse_iterator rend() { return reverse_iterator(begin()); }
+  const_reverse_iterator rend() const { return const_reverse_iterator(begin()); }
+  const_reverse_iterator crbegin() const { return rbegin(); }
+  const_reverse_iterator crend() const { return rend(); }
 
  private:
+  template <class Child, class ChildContainer>
+  static bool StepBackIn(ChildContainer& container, Child& child) {
+    if constexpr (requires { child.StepBack(); }) {
+      return child.StepBack();
+    } else {
+      if (child == container.begin()) return false;
+      --child;
+      return true;
+    }
+  }
+
   template <class It, class Self>
   static It Begin(Self& self) {
     It it(self, self.Children().begin());

@@ -30,7 +30,11 @@ class zvRealArrayLarge {
     Allocate(other.m_size);
     CopyElements(other);
   }
-  zvRealArrayLarge(zvRealArrayLarge&&) noexcept = default;
+  /// What was moved from has size 0.
+  zvRealArrayLarge(zvRealArrayLarge&& other) noexcept
+      : m_chunks(std::move(other.m_chunks)),
+        m_size(std::exchange(other.m_size, 0)),
+        m_exactLastChunk(other.m_exactLastChunk) {}
   zvRealArrayLarge& operator=(const zvRealArrayLarge& other) {
     if (this != &other) {
       zvRealArrayLarge copy(other);
@@ -38,7 +42,13 @@ class zvRealArrayLarge {
     }
     return *this;
   }
-  zvRealArrayLarge& operator=(zvRealArrayLarge&&) noexcept = default;
+  zvRealArrayLarge& operator=(zvRealArrayLarge&& other) noexcept {
+    zvRealArrayLarge moved(std::move(other));
+    m_chunks.swap(moved.m_chunks);
+    std::swap(m_size, moved.m_size);
+    m_exactLastChunk = moved.m_exactLastChunk;
+    return *this;
+  }
   ~zvRealArrayLarge() = default;
 
   T& operator[](std::uint64_t i) { return m_chunks[i / kChunkSize][i % kChunkSize]; }

@@ -26,6 +26,7 @@ void zvMoveView::Visit(const cadcam::zv5axMove& move) {
 
 void zvMoveView::Visit(const cadcam::zv3axMove& move) {
   m_base = &move;
+  m_extended = nullptr;
 }
 
 void zvMoveView::Visit(const cadcam::zvCNCMove&) {
