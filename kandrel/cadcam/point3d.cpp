@@ -7,9 +7,8 @@ namespace cadcam {
 
 namespace detail {
 
-double Length(double x, double y, double z) noexcept {
-  const double plain = std::sqrt(x * x + y * y + z * z);
-  return plain != 0 && !std::isinf(plain) ? plain : std::hypot(x, y, z);
+double ScaledLength(double x, double y, double z) noexcept {
+  return std::hypot(x, y, z);
 }
 
 void ThrowNullVector() {

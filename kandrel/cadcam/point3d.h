@@ -3,12 +3,20 @@
 
 #include <kandrel/misc/export.h>
 
+#include <cmath>
+#include <limits>
+
 namespace cadcam {
 
 namespace detail {
+KANDREL_API double ScaledLength(double x, double y, double z) noexcept;
+
 /// Length of a vector: the root of the sum of squares, or where that under- or overflows, a scaled
 /// form. The plain form comes first because its bits decide output.
-KANDREL_API double Length(double x, double y, double z) noexcept;
+inline double Length(double x, double y, double z) noexcept {
+  const double plain = std::sqrt(x * x + y * y + z * z);
+  return plain != 0 && plain <= std::numeric_limits<double>::max() ? plain : ScaledLength(x, y, z);
+}
 [[noreturn]] KANDREL_API void ThrowNullVector();
 }  // namespace detail
 

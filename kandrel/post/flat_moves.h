@@ -5,9 +5,14 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/large_array.h>
+#include <kandrel/post/move_grabber.h>
 #include <kandrel/post/posted_move.h>
 
+#include <cstddef>
+#include <list>
+#include <span>
 #include <utility>
+#include <vector>
 
 namespace post {
 
@@ -34,16 +39,58 @@ KANDREL_API zvPostedMove::Types LinkTypeAt(const cadcam::zvToolPath::const_itera
 
 /// A copy of the move as a zv5axMove with position and orientation turned by the matrix, whose
 /// translation is zero. Throws zvPostException 2503 for a plain zvCNCMove.
-KANDREL_API misc::zvAutoPointer<cadcam::zvCNCMove> AlignedCopy(
-    const cadcam::zvCNCMove& move, const cadcam::zvMatrix<double, 4, 4>& alignment);
+KANDREL_API cadcam::zv5axMove AlignedCopy(const cadcam::zvCNCMove& move,
+                                          const cadcam::zvMatrix<double, 4, 4>& alignment);
 
 /// Throws zvPostException 5039 for a position or orientation that is infinite or NaN.
 KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
 
-/// Fills an array of the toolpath's move count in the order of the tree. Without an alignment moves
-/// are shared and nothing is allocated per move; with one the array holds aligned copies and the
-/// toolpath stays as it is. Throws "Accessing NULL pointer" for a null pointer met on the way, and
-/// as RequireFinite, PostedMoveTypeOf and AlignedCopy do.
+/// A move that someone else keeps, with its type.
+struct zvMoveInPath {
+  zvMoveView move;
+  zvPostedMove::Types type = zvPostedMove::noLink;
+};
+
+/// Reads a toolpath tree as one sequence of moves with their types, a block at a time and without
+/// allocating per move. The toolpath is never changed and must stay as it is while it is read.
+class KANDREL_API zvFlattener {
+ public:
+  zvFlattener(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment);
+
+  /// Fills `block` from the front and returns how much of it, less than all at the end only. The
+  /// moves are those of the toolpath, or with an alignment copies that last until the next Read.
+  /// Throws "Accessing NULL pointer" for a null pointer met on the way, and as RequireFinite,
+  /// PostedMoveTypeOf and zvMoveView do.
+  std::size_t Read(std::span<zvMoveInPath> block);
+
+ private:
+  bool EnterSection();
+
+  template <class List>
+  struct Range {
+    typename List::const_iterator next{};
+    typename List::const_iterator end{};
+
+    void Enter(const List& list) {
+      next = list.begin();
+      end = list.end();
+    }
+    bool IsDone() const { return next == end; }
+  };
+
+  zvAlignMatrix m_alignment;
+  std::vector<cadcam::zv5axMove> m_aligned;
+  Range<std::list<misc::zvAutoPointer<cadcam::zvTPPass>>> m_passes;
+  Range<std::list<misc::zvAutoPointer<cadcam::zvTPSlice>>> m_slices;
+  Range<std::list<misc::zvAutoPointer<cadcam::zvTPSection>>> m_sections;
+  Range<cadcam::zvMoveList> m_moves;
+  cadcam::zvMoveList::const_iterator m_ahead;
+  zvPostedMove::Types m_type = zvPostedMove::noLink;
+};
+
+/// Fills an array of the toolpath's move count. Without an alignment moves are shared, with one
+/// they are aligned copies on the heap. Fails as zvFlattener::Read does, but shares
+/// a plain zvCNCMove.
 KANDREL_API void Flatten(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
                          zvFlatMoves& moves);
 

@@ -26,20 +26,25 @@ namespace post {
 
 using zvCNCMoveGrabber = cadcam::zvMoveGrabber;
 
-/// Reads a move as a grabber would, without copying it.
-class KANDREL_API zvMoveView : public cadcam::zvCNCMoveVisitor {
+/// Reads a move as a grabber would, without copying it: the move must outlive the view.
+class KANDREL_API zvMoveView {
  public:
   using Point = cadcam::zvTPoint3d<double>;
 
-  /// `move` outlives the view. Throws zvPostException 2503 for a plain zvCNCMove.
-  explicit zvMoveView(const cadcam::zvCNCMove& move) { move.AcceptVisitor(*this); }
+  /// A view of nothing, to be assigned to.
+  zvMoveView() = default;
+  /// Throws zvPostException 2503 for a plain zvCNCMove.
+  explicit zvMoveView(const cadcam::zvCNCMove& move);
 
-  const cadcam::zvCNCMove& Base() const noexcept { return *m_base; }
+  const Point& GetPosition() const noexcept { return *m_position; }
+  const Point& GetOrientation() const noexcept { return *m_orientation; }
+  double GetFeed() const noexcept { return m_base->GetFeed(); }
+  bool IsRapid() const noexcept { return m_base->IsRapid(); }
   const Point& GetExtendedPoint() const noexcept {
-    return m_extended != nullptr ? m_extended->GetExtendedPoint() : m_base->GetPosition();
+    return m_extended != nullptr ? m_extended->GetExtendedPoint() : *m_position;
   }
   const Point& GetExtendedVector() const noexcept {
-    return m_extended != nullptr ? m_extended->GetExtendedVector() : m_base->GetOrientation();
+    return m_extended != nullptr ? m_extended->GetExtendedVector() : *m_orientation;
   }
   std::uint32_t GetExtendedId() const noexcept {
     return m_extended != nullptr ? m_extended->GetExtendedId() : 0;
@@ -48,13 +53,12 @@ class KANDREL_API zvMoveView : public cadcam::zvCNCMoveVisitor {
     return m_extended != nullptr && m_extended->HasExtendedData();
   }
 
-  void Visit(const cadcam::zv5axMove& move) override;
-  void Visit(const cadcam::zv3axMove& move) override;
-  void Visit(const cadcam::zvCNCMove& move) override;
-
  private:
   const cadcam::zvCNCMove* m_base = nullptr;
   const cadcam::zv5axMove* m_extended = nullptr;
+  // Asked for once, as the getters are virtual.
+  const Point* m_position = nullptr;
+  const Point* m_orientation = nullptr;
 };
 
 }  // namespace post

@@ -16,19 +16,16 @@ zvPosted3axMoveMaker::Point zvPosted3axMoveMaker::MachinePosition(const Point& p
   return m_machDef.IsIdentityTransform() ? p_mach : *m_machDef.GetInverseAxisMatrix() * p_mach;
 }
 
-zvPosted3axMove zvPosted3axMoveMaker::Make(const cadcam::zvCNCMove& move, zvPostedMove::Types type,
+zvPosted3axMove zvPosted3axMoveMaker::Make(const zvMoveView& move, zvPostedMove::Types type,
                                            std::int32_t sourceIndex, bool inserted,
                                            bool smallMoves) const {
-  const zvMoveView source(move);
-  const cadcam::zvCNCMove& base = source.Base();
-  const Point& p_part = base.GetPosition();
+  const Point& p_part = move.GetPosition();
   if (smallMoves)
-    return zvPosted3axMove(MachinePosition(p_part), p_part, base.GetOrientation(), base.GetFeed(),
-                           base.IsRapid(), type);
-  return zvPosted3axMove(MachinePosition(p_part), p_part, base.GetOrientation(), base.GetFeed(),
-                         base.IsRapid(), type, source.GetExtendedPoint(),
-                         source.GetExtendedVector(), source.GetExtendedId(),
-                         source.HasExtendedData(), sourceIndex, inserted);
+    return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
+                           move.IsRapid(), type);
+  return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
+                         move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
+                         move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
 }
 
 }  // namespace post

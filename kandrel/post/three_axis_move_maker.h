@@ -1,10 +1,11 @@
 // zvPosted3axMoveMaker: one posted move of a 3-axis machine from one toolpath move.
 #pragma once
 
-#include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/mach_def.h>
+#include <kandrel/post/move_grabber.h>
 #include <kandrel/post/posted_move.h>
 #include <kandrel/post/transformation3d.h>
 
@@ -27,9 +28,8 @@ class KANDREL_API zvPosted3axMoveMaker {
   /// of p and nothing else.
   Point MachinePosition(const Point& partPosition) const;
 
-  /// Throws zvPostException 2503 for a plain zvCNCMove.
-  zvPosted3axMove Make(const cadcam::zvCNCMove& move, zvPostedMove::Types type,
-                       std::int32_t sourceIndex, bool inserted, bool smallMoves) const;
+  zvPosted3axMove Make(const zvMoveView& move, zvPostedMove::Types type, std::int32_t sourceIndex,
+                       bool inserted, bool smallMoves) const;
 
   const misc::zvAutoPointer<zvTransformation3d>& GetTransformation() const noexcept {
     return m_transformation;

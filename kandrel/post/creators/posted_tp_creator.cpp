@@ -46,7 +46,8 @@ void zvPostedTPCreator::BuildMoves(const cadcam::zvToolPath& toolpath,
 cadcam::zvMovePointer zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer& move) const {
   RequireFiniteSetup();
   post::RequireFinite(*move);
-  return m_alignMatrix ? post::AlignedCopy(*move, *m_alignMatrix) : move;
+  if (!m_alignMatrix) return move;
+  return misc::MakeAutoPointer<cadcam::zv5axMove>(post::AlignedCopy(*move, *m_alignMatrix));
 }
 
 void zvPostedTPCreator::RequireFiniteSetup() const {

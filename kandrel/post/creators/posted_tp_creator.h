@@ -81,6 +81,9 @@ class KANDREL_API zvPostedTPCreator {
   /// NaN.
   void BuildMoves(const cadcam::zvToolPath& toolpath, post::zvFlatMoves& moves) const;
 
+  /// Throws zvPostException 5039 for a part origin or tool length that is infinite or NaN.
+  void RequireFiniteSetup() const;
+
   /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", what is
   /// infinite or NaN 5039; with an alignment matrix it is an aligned copy.
   cadcam::zvMovePointer SingleMove(const cadcam::zvMovePointer& move) const;
@@ -95,8 +98,6 @@ class KANDREL_API zvPostedTPCreator {
   double ApplyAngleLimitToRotAxis(double angle, post::zv5axControlDef::angleLimit limit) const;
 
  private:
-  void RequireFiniteSetup() const;
-
   const cadcam::zvTPoint3d<double>& m_partOrigin;
   double m_toolLengthCompensation;
   post::zvKDRParam m_par;

@@ -8,6 +8,8 @@
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/step_counts.h>
 
+#include <array>
+
 using post::zvKDRParam;
 using post::zvPostedMove;
 using post::zvPostException;
@@ -79,7 +81,7 @@ void zvPosted3axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smal
 
 zvPosted3axTPCreator::Move zvPosted3axTPCreator::PostMove(const cadcam::zvMovePointer& move,
                                                           zvPostedMove::Types type) const {
-  return m_maker.Make(*SingleMove(move), type, 0, true, false);
+  return m_maker.Make(post::zvMoveView(*SingleMove(move)), type, 0, true, false);
 }
 
 std::pair<misc::zvAutoPointer<post::zvPosted3axMove>, misc::zvAutoPointer<post::zvPosted3axMove>>
@@ -94,10 +96,50 @@ zvPosted3axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
 
 void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   AlignToolpath(toolpath);
+  RequireFiniteSetup();
+  try {
+    PostInBlocks(toolpath, smallMoves);
+  } catch (...) {
+    // Where a toolpath has several faults, the order of the checks over the whole of it decides
+    // which one is told, and how far the list is filled.
+    m_posted.Get()->Clear();
+    PostWhole(toolpath, smallMoves);
+    throw;
+  }
+}
+
+// Takes each block through all steps while it is in the cache: the flattened toolpath need not be
+// kept, and the moves are read from memory once.
+void zvPosted3axTPCreator::PostInBlocks(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  const bool checks = !m_maker.GetTransformation();
+  std::array<post::zvMoveInPath, 256> block;
+  post::zvFlattener flattener(toolpath, GetAlignMatrix());
+  std::uint64_t index = 0;
+  while (const std::size_t count = flattener.Read(block)) {
+    const std::span<const post::zvMoveInPath> moves(block.data(), count);
+    // Paths for these machines repeat one orientation: it is checked once for a run of moves.
+    const cadcam::zvTPoint3d<double>* checked = nullptr;
+    for (const post::zvMoveInPath& item : moves) {
+      const cadcam::zvTPoint3d<double>& orientation = item.move.GetOrientation();
+      if (!checks || (checked != nullptr && orientation == *checked)) continue;
+      CheckOrientation(orientation);
+      checked = &orientation;
+    }
+    BuildPostedMoves(moves, index, smallMoves);
+    index += count;
+  }
+}
+
+void zvPosted3axTPCreator::PostWhole(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
   BuildMoves(toolpath, moves);
-  if (!m_maker.GetTransformation()) CheckToolPath(moves);
-  BuildPostedMoves(moves, smallMoves);
+  if (!m_maker.GetTransformation())
+    for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
+      CheckOrientation(moves[i].first->GetOrientation());
+  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
+    const post::zvMoveInPath item{post::zvMoveView(*moves[i].first), moves[i].second};
+    BuildPostedMoves({&item, 1}, i, smallMoves);
+  }
 }
 
 void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
@@ -107,31 +149,26 @@ void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
     SetAlignMatrix(matrix);
 }
 
-void zvPosted3axTPCreator::CheckToolPath(const post::zvFlatMoves& moves) const {
-  const cadcam::zvTPoint3d<double> s = m_machDef.GetSpindleDirection().Normalized();
-  // Paths for these machines repeat one orientation: it is tested once for a run of moves.
-  const cadcam::zvTPoint3d<double>* tested = nullptr;
-  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
-    const cadcam::zvTPoint3d<double>& t = moves[i].first->GetOrientation();
-    if (tested != nullptr && t == *tested) continue;
-    if (!((s - t.Normalized()).SquaredLength() < misc::kDirectionDifferenceSquared))
-      throw zvPostException(5029);
-    tested = &t;
-  }
+void zvPosted3axTPCreator::CheckOrientation(const cadcam::zvTPoint3d<double>& orientation) const {
+  const cadcam::zvTPoint3d<double>& s = m_machDef.GetSpindleDirection();
+  if (!((s - orientation.Normalized()).SquaredLength() < misc::kDirectionDifferenceSquared))
+    throw zvPostException(5029);
 }
 
-void zvPosted3axTPCreator::BuildPostedMoves(const post::zvFlatMoves& moves, bool smallMoves) {
+void zvPosted3axTPCreator::BuildPostedMoves(std::span<const post::zvMoveInPath> moves,
+                                            std::uint64_t firstIndex, bool smallMoves) {
   List& list = *m_posted.Get();
   const bool interpolates = GetPar().GetInterpolateByDistance();
-  const Move* previous = nullptr;
-  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
-    const post::zvFlatMove& flat = moves[i];
+  const Move* previous = list.IsEmpty() ? nullptr : &list.Back();
+  std::uint64_t index = firstIndex;
+  for (const post::zvMoveInPath& source : moves) {
     const auto current = list.EmplaceWith(list.end(), [&] {
-      return m_maker.Make(*flat.first, flat.second, static_cast<std::int32_t>(i), false,
+      return m_maker.Make(source.move, source.type, static_cast<std::int32_t>(index), false,
                           smallMoves);
     });
     if (interpolates && previous != nullptr) Interpolate(*previous, current, smallMoves);
     previous = &*current;
+    ++index;
   }
 }
 
@@ -148,8 +185,8 @@ void zvPosted3axTPCreator::Interpolate(const Move& previous, List::iterator curr
   for (std::uint32_t k = 0; k < count; ++k) {
     t += step;
     m_posted.Get()->EmplaceWith(current, [&] {
-      return m_maker.Make(between.At(t), between.GetType(), between.GetSourceIndex(),
-                          between.IsInserted(), smallMoves);
+      return m_maker.Make(post::zvMoveView(between.At(t)), between.GetType(),
+                          between.GetSourceIndex(), between.IsInserted(), smallMoves);
     });
   }
 }

@@ -8,6 +8,8 @@
 #include <kandrel/post/posted_list.h>
 #include <kandrel/post/three_axis_move_maker.h>
 
+#include <cstdint>
+#include <span>
 #include <utility>
 
 /// Machine coordinates beside the original part position and orientation. Limits are reported or
@@ -72,8 +74,11 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
  private:
   void PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void AlignToolpath(const cadcam::zvToolPath& toolpath);
-  void CheckToolPath(const post::zvFlatMoves& moves) const;
-  void BuildPostedMoves(const post::zvFlatMoves& moves, bool smallMoves);
+  void PostInBlocks(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void PostWhole(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void CheckOrientation(const cadcam::zvTPoint3d<double>& orientation) const;
+  void BuildPostedMoves(std::span<const post::zvMoveInPath> moves, std::uint64_t firstIndex,
+                        bool smallMoves);
   void Interpolate(const Move& previous, List::iterator current, bool smallMoves);
   void CheckLimits() const;
 

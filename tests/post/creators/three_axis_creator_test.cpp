@@ -542,7 +542,8 @@ TEST(PostedTPCreator, KeepsReferencesAndAnOwnCopyOfTheParameters) {
 }
 
 TEST(PostedTPCreator, WrapsAnglesAsTheControlWants) {
-  const BaseProbe base{Scene()};
+  const Scene scene;
+  const BaseProbe base(scene);
   const auto none = zv5axControlDef::angleLimitNone;
   const auto to360 = zv5axControlDef::angleLimit360;
   const auto to180 = zv5axControlDef::angleLimit180;
@@ -573,7 +574,8 @@ TEST(PostedTPCreator, WrapsAnglesAsTheControlWants) {
 }
 
 TEST(PostedTPCreator, ThrowsForEachLimitAndForNothingElse) {
-  const BaseProbe base{Scene()};
+  const Scene scene;
+  const BaseProbe base(scene);
   for (std::int32_t axis = -2; axis <= 6; ++axis)
     for (std::int32_t side = -2; side <= 3; ++side) {
       std::uint32_t id = 0;
@@ -589,7 +591,8 @@ TEST(PostedTPCreator, ThrowsForEachLimitAndForNothingElse) {
 }
 
 TEST(PostedTPCreator, FlattensInOrderWithTheTypeOfEachSection) {
-  const BaseProbe base{Scene()};
+  const Scene scene;
+  const BaseProbe base(scene);
   PathBuilder path;
   std::vector<int> expected;
   for (std::uint32_t type = 0; type <= 5; ++type) {
