@@ -16,6 +16,11 @@ constexpr std::size_t kOwnPages = zvPrivateHeap::kLargestPooled;
 // Any alignment that the pool asks for divides a page.
 constexpr std::size_t kPageAlignment = 0x1000;
 
+// The pool of libstdc++ 12 doesn't align blocks whose size isn't a multiple of the alignment.
+std::size_t Rounded(std::size_t bytes) {
+  return (bytes + kAlignment - 1) / kAlignment * kAlignment;
+}
+
 [[noreturn]] void ThrowNoMemory() {
   throw zvException(0, L"Failed to allocate memory");
 }
@@ -79,7 +84,7 @@ void* zvPrivateHeap::Alloc(std::size_t bytes) {
   if (bytes > std::size_t{PTRDIFF_MAX}) ThrowNoMemory();  // the pool's rounding up would wrap
   const std::lock_guard lock(m_mutex);
   try {
-    return m_pool.allocate(bytes, kAlignment);
+    return m_pool.allocate(Rounded(bytes), kAlignment);
   } catch (const std::bad_alloc&) {
     ThrowNoMemory();
   }
@@ -88,7 +93,7 @@ void* zvPrivateHeap::Alloc(std::size_t bytes) {
 void zvPrivateHeap::Free(void* block, std::size_t bytes) noexcept {
   if (block == nullptr) return;
   const std::lock_guard lock(m_mutex);
-  m_pool.deallocate(block, bytes, kAlignment);
+  m_pool.deallocate(block, Rounded(bytes), kAlignment);
 }
 
 std::shared_ptr<zvPrivateHeap> zvPrivateHeapProvider::GetHeap() {
