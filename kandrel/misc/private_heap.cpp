@@ -40,10 +40,13 @@ zvPrivateHeap::PageSource::~PageSource() {
 }
 
 void zvPrivateHeap::PageSource::AddRegion() {
-  m_regions.reserve(m_regions.size() + 1);
+  m_regions.push_back(nullptr);  // before the pages, which no failure may lose
   void* region = platform::AllocatePages(kRegionBytes, kPageAlignment, platform::PageSize::kSmall);
-  if (region == nullptr) throw std::bad_alloc();
-  m_regions.push_back(region);
+  if (region == nullptr) {
+    m_regions.pop_back();
+    throw std::bad_alloc();
+  }
+  m_regions.back() = region;
   m_next = static_cast<std::byte*>(region);
   m_left = kRegionBytes;
 }
