@@ -125,6 +125,19 @@ TEST(AutoPointer, TheBaseReleasesTheWholeObject) {
   EXPECT_EQ(Counted::living, 0);
 }
 
+TEST(AutoPointer, GivesAnObjectTheAddressOfAnotherOfItsClasses) {
+  zvAutoPointer<Counted> counted = MakeAutoPointer<Both>(6);
+  Second* address = dynamic_cast<Second*>(counted.Get());
+  zvAutoPointer<Second> second(counted, address);
+  EXPECT_EQ(second.Get(), address);
+  EXPECT_EQ(counted.UseCount(), 2u);
+  counted = nullptr;
+  EXPECT_EQ(Counted::living, 1);
+  second = zvAutoPointer<Second>(counted, second.Get());  // of a null pointer
+  EXPECT_EQ(second.Get(), nullptr);
+  EXPECT_EQ(Counted::living, 0);
+}
+
 TEST(AutoPointer, AReleasedObjectOutlivesEveryReference) {
   std::unique_ptr<Counted> owner;
   {
