@@ -22,7 +22,7 @@ std::uint64_t Bits(double value) {
 double PlainWrapTo360(double deg) {
   double wrapped = std::fmod(deg, 360.0);
   if (wrapped < 0) wrapped += 360.0;
-  return wrapped;
+  return wrapped + 0.0;  // whole negative turns leave -0
 }
 
 double PlainWrapTo180(double deg) {
@@ -58,7 +58,7 @@ TEST(Angles, WrapTheEndsOfTheirRanges) {
     EXPECT_EQ(WrapTo180(c.deg), c.to180) << c.deg;
   }
   for (const double turns : {-360.0, -720.0, -360e9, 360.0})
-    EXPECT_FALSE(std::signbit(WrapTo180(turns))) << turns;
+    EXPECT_FALSE(std::signbit(WrapTo180(turns)) || std::signbit(WrapTo360(turns))) << turns;
 }
 
 TEST(Angles, WrapLikeTheLoopsBitForBit) {
