@@ -91,7 +91,7 @@ TEST(MemoryPool, ForeignPointersAreRefusedAndChangeNothing) {
                               L"zvMemoryPool::Free: Node not allocated by one of our arenas"));
   }
   EXPECT_TRUE(
-      ThrowsId<zvException>([] { zvMemoryPool(64).Free(reinterpret_cast<void*>(8)); }, 0,
+      ThrowsId<zvException>([] { zvMemoryPool(64).Free(reinterpret_cast<void*>(64)); }, 0,
                             L"zvMemoryPool::Free: Node not allocated by one of our arenas"));
   pool.Free(nullptr);
   pool.Free(mine);

@@ -33,6 +33,8 @@ TEST(MessageResource, FindsBySectionAndIdOrById) {
     EXPECT_TRUE(ThrowsId<zvmiscException>(
         [&] { face.GetMessage(L"Tools", 11); }, 3600,
         L"The message ID 11 from section Tools  was not found in the resource dll!"));
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { face.GetMessage(9); }, 3600,
+                                          L"The requested message (No. 9) doesn't exist!"));
     EXPECT_TRUE(ThrowsId<zvmiscException>([&] { face.GetMessage(12); }, 3600,
                                           L"The requested message (No. 12) doesn't exist!"));
   }
