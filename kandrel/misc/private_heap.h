@@ -21,7 +21,7 @@ namespace misc {
 class KANDREL_API zvPrivateHeap {
  public:
   static constexpr std::size_t kRegionBytes = 0x20000;
-  static constexpr std::size_t kLargestPooled = 0x2000;
+  static constexpr std::size_t kLargestPooled = 0x4000;
 
   /// Takes a first region of kRegionBytes; "Failed to create private heap" when there is none.
   zvPrivateHeap();

@@ -41,7 +41,7 @@ TEST(PrivateHeap, BlocksOfAllSizesAreAlignedAndDistinct) {
     // Mostly small, with some about the size where a block gets pages of its own, and above.
     const std::size_t bytes = i % 50 == 0   ? zvPrivateHeap::kLargestPooled - 2 + random() % 5
                               : i % 77 == 0 ? 1 + random() % 300000
-                                            : 1 + random() % (i % 2 == 0 ? 100 : 8000);
+                                            : 1 + random() % (i % 2 == 0 ? 100 : 16000);
     Block block{static_cast<unsigned char*>(heap.Alloc(bytes)), bytes,
                 static_cast<unsigned char>(random())};
     ASSERT_EQ(reinterpret_cast<std::uintptr_t>(block.place) % alignof(std::max_align_t), 0u);
