@@ -76,10 +76,10 @@ class zvAutoPointer {
   }
 
   /// Shares the block of `other` and points at `object`, which lives as long as what `other` owns:
-  /// the same object under the address of another of its classes.
+  /// the same object under the address of another of its classes. Null when `other` is.
   template <class U>
   zvAutoPointer(const zvAutoPointer<U>& other, T* object) noexcept
-      : m_block(other.m_block), m_object(object) {
+      : m_block(other.m_block), m_object(other.m_block != nullptr ? object : nullptr) {
     AssertDeletable<U>();
     if (m_block != nullptr) ++m_block->count;
   }

@@ -3,13 +3,15 @@
 
 namespace misc {
 
-/// Its constructor is reached by zvFinal and by the one class named, and by no other.
+/// Its constructors are reached by zvFinal and by the one class named, and by no other.
 template <class T>
 class zvFinalBase {
   friend T;
   template <class U>
   friend class zvFinal;
   zvFinalBase() = default;
+  zvFinalBase(const zvFinalBase&) = default;
+  zvFinalBase& operator=(const zvFinalBase&) = default;
 };
 
 /// `class X : zvFinal<X>` can be instantiated, a class derived from X can't: the most derived class

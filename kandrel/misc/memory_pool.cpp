@@ -130,6 +130,7 @@ zvMemoryPool::Arena* zvMemoryPool::ArenaOf(const void* node) const noexcept {
 // Null unless the address is that of a node of ours: it is looked up before it is read.
 zvMemoryPool::Arena* zvMemoryPool::FindArena(const void* node) const noexcept {
   Arena* arena = ArenaOf(node);
+  if (arena == nullptr) return nullptr;  // no arena stands there, but m_currentArena may be null
   if (arena != m_currentArena && !m_arenas.contains(arena)) return nullptr;
   const char* nodes = arena->Nodes();
   const auto offset = static_cast<const char*>(node) - nodes;

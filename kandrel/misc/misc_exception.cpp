@@ -50,6 +50,9 @@ static_assert(IsSortedById(kRows));
 zvmiscException::zvmiscException(std::uint32_t id, const zvException* previous)
     : zvExceptionOf(id, FindMessage(kRows, id, kUnknownError), previous) {}
 
+zvmiscException::zvmiscException(std::uint32_t id, std::wstring text, const zvException* previous)
+    : zvExceptionOf(id, std::move(text), previous) {}
+
 zvMessageTable zvmiscException::Table() noexcept {
   return kRows;
 }

@@ -10,6 +10,8 @@ namespace misc {
 class KANDREL_API zvmiscException : public zvExceptionOf<zvmiscException> {
  public:
   explicit zvmiscException(std::uint32_t id, const zvException* previous = nullptr);
+  /// With a text composed by the thrower in place of the table's.
+  zvmiscException(std::uint32_t id, std::wstring text, const zvException* previous = nullptr);
 
   static zvMessageTable Table() noexcept;
 };

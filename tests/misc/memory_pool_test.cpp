@@ -90,6 +90,9 @@ TEST(MemoryPool, ForeignPointersAreRefusedAndChangeNothing) {
         ThrowsId<zvException>([&] { pool.Free(bad); }, 0,
                               L"zvMemoryPool::Free: Node not allocated by one of our arenas"));
   }
+  EXPECT_TRUE(
+      ThrowsId<zvException>([] { zvMemoryPool(64).Free(reinterpret_cast<void*>(64)); }, 0,
+                            L"zvMemoryPool::Free: Node not allocated by one of our arenas"));
   pool.Free(nullptr);
   pool.Free(mine);
   EXPECT_EQ(pool.Alloc(64), mine);

@@ -1,0 +1,22 @@
+// zvtoolapproximationException: failures of turning a tool into profiles and meshes.
+#pragma once
+
+#include <kandrel/misc/exception.h>
+
+namespace cadcam {
+
+/// 2176 "Couldn't handle zvLatheTool object" and kInvalidArborProfile "Invalid Arbor Profile". An
+/// id without a row has the text "Unknown error.".
+class KANDREL_API zvtoolapproximationException
+    : public misc::zvExceptionOf<zvtoolapproximationException> {
+ public:
+  /// A profile that can't be approximated.
+  static constexpr std::uint32_t kInvalidArborProfile = 2177;
+
+  explicit zvtoolapproximationException(std::uint32_t id,
+                                        const misc::zvException* previous = nullptr);
+
+  static misc::zvMessageTable Table() noexcept;
+};
+
+}  // namespace cadcam

@@ -1,0 +1,25 @@
+// zvMathDefException and zvWMException: failures of the polynomial code and of its adapters.
+#pragma once
+
+#include <kandrel/misc/exception.h>
+
+namespace mathdef {
+
+/// Failures of polynomials; the texts stand in mathdef_exception.cpp. An id without a row has the
+/// text "Unknown error."; id 0 has a row of its own, "Unknown exception.".
+class KANDREL_API zvMathDefException : public misc::zvExceptionOf<zvMathDefException> {
+ public:
+  explicit zvMathDefException(std::uint32_t id, const misc::zvException* previous = nullptr);
+
+  static misc::zvMessageTable Table() noexcept;
+};
+
+/// As zvMathDefException with fewer rows; 7051 has another text.
+class KANDREL_API zvWMException : public misc::zvExceptionOf<zvWMException> {
+ public:
+  explicit zvWMException(std::uint32_t id, const misc::zvException* previous = nullptr);
+
+  static misc::zvMessageTable Table() noexcept;
+};
+
+}  // namespace mathdef

@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/cadcam/stl_parser_exception.h>
+#include <kandrel/cadcam/tool_approximation_exception.h>
+#include <tests/support/exception_family.h>
+
+namespace cadcam {
+namespace {
+
+using tests::Row;
+
+constexpr Row kCadcam[] = {
+    {2027, L"ZVGL binary log file version doesn't match logger version. Cannot process this file"},
+    {2103, L"Invalid flute length"},
+    {2105, L"Invalid tool diameter"},
+    {2106, L"Couldn't construct a zvRevolvedTool object"},
+    {2107, L"Invalid shoulder length"},
+    {2108, L"Unknown tool type"},
+    {2109, L"Unknown corner radius type"},
+    {2111, L"Couldn't construct a zvCtrDrill object."},
+    {2112, L"Tip and shoulder does not intersect each other."},
+    {2113, L"Tip angle must be >=1 and <=180."},
+    {2114, L"Shoulder angle must be >=1 and <=180."},
+    {2115, L"Couldn't construct a zvDrill object."},
+    {2116, L"Couldn't construct a zvBullMill object."},
+    {2117, L"Diameter must be at least twice of the corner radius length."},
+    {2118, L"Couldn't construct a zvSpotDrill object."},
+    {2119, L"Couldn't construct a zvTapLH object."},
+    {2120, L"Couldn't construct a zvTapRH object."},
+    {2121, L"Couldn't construct a zvChamferMill object."},
+    {2122, L"Taper angle must be >=0.1 and <=89."},
+    {2123, L"Taper and shoulder does not intersect each other."},
+    {2124, L"Couldn't construct a zvSlotMill object."},
+    {2125, L"Flute length must be at least twice of the corner radius length."},
+    {2126, L"Couldn't construct a zvTaperMill object."},
+    {2127, L"Couldn't construct a zvDoveMill object."},
+    {2131, L"Couldn't construct a zvBoreBar object."},
+    {2132, L"Couldn't construct a zvCSink object."},
+    {2133, L"Couldn't construct a zvFaceMill object."},
+    {2134, L"Invalid radius in holder profile"},
+    {2135, L"Invalid height in holder profile"},
+    {2136, L"Invalid radius in arbor profile"},
+    {2137, L"Invalid height in arbor profile"},
+    {2138, L"Arbor not defined"},
+    {2139, L"Default units should be defined"},
+    {2140, L"Arbor first radius must be <= then tool radius"},
+    {2141, L"Invalid corner radius"},
+    {2145, L"Invalid Radius in tool part profile"},
+    {2146, L"Invalid Height in tool part profile"},
+    {2147, L"Outside diameter must be > 0 "},
+    {2151, L"Outside diameter must be >= tool diameter"},
+    {2152, L"Corner radius must be < full corner radius"},
+    {2155, L"Invalid Outside Diameter"},
+    {2158, L"Couldn't construct a zvTypedRevolvedTool object"},
+    {2159, L"Couldn't construct a zvGenericRevolvedTool object"},
+    {2160, L"The tool part profile must start at y=0"},
+    {2161, L"The tool part profile must have only positive x"},
+    {2162, L"The tool part profile must have different heights for its last two points"},
+    {2163, L"Invalid corner radius, it must be >= 0."},
+    {2164, L"Invalid upper diameter"},
+    {2165, L"Cutting part's height must be greater than 0"},
+    {2166, L"Invalid profile radius"},
+    {2167, L"Couldn't construct a zvBarrelMill object"},
+    {2171, L"Couldn't handle extruded solid definition"},
+    {2172, L"Couldn't handle mesh solid definition"},
+    {2175, L"Couldn't construct a zvLatheTool object"},
+    {2177, L"Couldn't handle solid definition"},
+    {2183, L"Unknown solid definition."},
+    {2189, L"Can't normalize null vector."},
+    {2195, L"The tool type is unsupported."},
+    {2196, L"Convertor unable to identify an appropiate specific tool."},
+    {2197, L"The Noncutting part is ill defined."},
+    {2198, L"Invalid radius in cutting part profile"},
+    {2199, L"Invalid radius in non cutting part profile"},
+    {2200, L"Invalid height in cutting part profile"},
+    {2201, L"Invalid height in non cutting part profile"},
+    {2202, L"Cutting part profile must start at Y=0"},
+    {2203, L"Non cutting part profile must start at Y=0"},
+    {2204, L"Arbor profile must start at Y=0"},
+    {2205, L"Holder profile must start at Y=0"},
+    {2206, L"Cutting part profile must have only positive X values"},
+    {2207, L"Non cutting part profile must have only positive X values"},
+    {2208, L"Arbor profile must have only positive X values"},
+    {2209, L"Holder profile must have only positive X values"},
+    {2210, L"Cutting part profile must have different heights for the last two points"},
+    {2211, L"Non cutting part profile must have different heights for the last two points"},
+    {2212, L"Arbor profile must have different heights for the last two points"},
+    {2213, L"Holder profile must have different heights for the last two points"},
+    {2421, L"Couldn't construct a zvConvexTipMill object."},
+    {2422, L"Convex tip radius should be greater or equal half tool diameter"},
+    {2637, L"Unknown move type."},
+    {2639, L"Unknown toolpath section type."},
+    {2640, L"Passed move is not part of a link."},
+    {2708, L"Unknown value for enum Types"},
+};
+
+constexpr Row kStl[] = {
+    {3501, L"Invalid .stl file format !"},
+    {3502, L"Keyword 'facet' with wrong parameters found"},
+    {3503, L"Not detected 'outer loop' keyword"},
+    {3504, L"Keyword 'vertex' with wrong parameters found"},
+    {3505, L"Found keyword 'endloop' or 'end loop' followed by other string"},
+    {3506, L"Found keyword 'endfacet' or 'end facet' followed by other string"},
+    {3507,
+     L"Found word 'end' but not detected any of \n keywords' : 'end solid', 'end loop' ,'end "
+     L"facet' "},
+    {3508, L"Error opening input file !"},
+    {3509, L"Error reading triangle from file !"},
+    {3510, L"Invalid Syntax"},
+    {3511, L"Invalid number of triangles found in .stl file!"},
+};
+
+constexpr Row kParser[] = {
+    {6250, L"Parser not implemented !"},
+    {6251, L"Unknown keyword !"},
+};
+
+constexpr Row kApproximation[] = {
+    {2176, L"Couldn't handle zvLatheTool object"},
+    {zvtoolapproximationException::kInvalidArborProfile, L"Invalid Arbor Profile"},
+};
+
+TEST(CadcamException, EveryClassHasItsTexts) {
+  tests::ExpectTexts<zvcadcamException>(kCadcam);
+  tests::ExpectTexts<zvParserException>(kParser);
+  tests::ExpectTexts<zvSTLParserException>(kStl);
+  tests::ExpectTexts<zvtoolapproximationException>(kApproximation);
+}
+
+TEST(CadcamException, AnStlFailureIsCaughtAsOneOfTheParser) {
+  EXPECT_THROW(throw zvSTLParserException(3510), zvParserException);
+  EXPECT_EQ(zvSTLParserException(3500).GetMessage(), L"Unknown error.");
+}
+
+}  // namespace
+}  // namespace cadcam

@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/matrix.h>
+#include <kandrel/misc/math_exception.h>
+#include <tests/support/throws_id.h>
+
+#include <cmath>
+#include <random>
+
+namespace cadcam {
+namespace {
+
+using Matrix = zvMatrix<double, 4, 4>;
+using Point = zvTPoint3d<double>;
+using tests::ThrowsId;
+
+Matrix FromRows(std::initializer_list<std::initializer_list<double>> rows) {
+  Matrix m;
+  std::size_t i = 0;
+  for (const auto& row : rows) {
+    std::size_t j = 0;
+    for (const double value : row) m(i, j++) = value;
+    ++i;
+  }
+  return m;
+}
+
+Matrix Diagonal(double a, double b, double c, double d) {
+  return FromRows({{a, 0, 0, 0}, {0, b, 0, 0}, {0, 0, c, 0}, {0, 0, 0, d}});
+}
+
+double LargestDifference(const Matrix& a, const Matrix& b) {
+  double largest = 0;
+  for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t j = 0; j < 4; ++j) largest = std::max(largest, std::fabs(a(i, j) - b(i, j)));
+  return largest;
+}
+
+// A turn about an axis by Rodrigues' formula, with a translation.
+Matrix Rigid(const Point& axis, double rad, const Point& move) {
+  const Point u = axis.Normalized();
+  const double c = std::cos(rad), s = std::sin(rad), t = 1 - c;
+  return FromRows({{u.x * u.x * t + c, u.x * u.y * t - u.z * s, u.x * u.z * t + u.y * s, move.x},
+                   {u.x * u.y * t + u.z * s, u.y * u.y * t + c, u.y * u.z * t - u.x * s, move.y},
+                   {u.x * u.z * t - u.y * s, u.y * u.z * t + u.x * s, u.z * u.z * t + c, move.z},
+                   {0, 0, 0, 1}});
+}
+
+TEST(Matrix, DeterminantOfKnownMatrices) {
+  EXPECT_EQ(Determinant(Matrix::Identity()), 1);
+  EXPECT_EQ(Determinant(Matrix()), 0);
+  EXPECT_EQ(Determinant(Diagonal(2, 3, 5, 7)), 210);
+  // One exchange of rows changes the sign; the element (0, 3) takes part with sign -1.
+  EXPECT_EQ(Determinant(FromRows({{0, 0, 0, 2}, {0, 3, 0, 0}, {0, 0, 5, 0}, {7, 0, 0, 0}})), -210);
+  EXPECT_EQ(Determinant(FromRows({{0, 2, 0, 0}, {3, 0, 0, 0}, {0, 0, 5, 0}, {0, 0, 0, 7}})), -210);
+  EXPECT_EQ(Determinant(FromRows({{1, 2, 3, 4}, {5, 6, 7, 8}, {2, 6, 4, 8}, {3, 1, 1, 2}})), 72);
+}
+
+TEST(Matrix, InverseOfRigidTransformationsAndOfOthers) {
+  std::mt19937_64 random(9);
+  std::uniform_real_distribution<double> unit(-1, 1);
+  const auto point = [&](double size) {
+    return Point(size * unit(random), size * unit(random), size * unit(random));
+  };
+  for (int i = 0; i < 5000; ++i) {
+    const Matrix m = Rigid(point(1), 3.2 * unit(random), point(300));
+    ASSERT_LT(LargestDifference(Inverse(m) * m, Matrix::Identity()), 1e-12);
+    ASSERT_LT(LargestDifference(m * Inverse(m), Matrix::Identity()), 1e-12);
+    const Point p = point(1000);
+    ASSERT_LT((Inverse(m) * (m * p) - p).Length(), 1e-11);
+  }
+  // No symmetry that would hide a missing transposition: 72 times the inverse is whole.
+  const Matrix m = FromRows({{1, 2, 3, 4}, {5, 6, 7, 8}, {2, 6, 4, 8}, {3, 1, 1, 2}});
+  EXPECT_LT(LargestDifference(Inverse(m) * m, Matrix::Identity()), 1e-14);
+}
+
+TEST(Matrix, OnlyAnExactlySingularMatrixHasNoInverse) {
+  const Matrix tiny = Diagonal(1e-100, 1e-100, 1e-100, 1);
+  EXPECT_NEAR(Determinant(tiny), 1e-300, 1e-312);
+  EXPECT_LT(LargestDifference(Inverse(tiny) * tiny, Matrix::Identity()), 1e-14);
+  for (const Matrix& singular :
+       {Matrix(), Diagonal(1, 1, 0, 1),
+        FromRows({{1, 2, 3, 4}, {1, 2, 3, 4}, {0, 0, 1, 0}, {0, 0, 0, 1}})})
+    EXPECT_TRUE(ThrowsId<misc::zvMathException>(
+        [&] { Inverse(singular); }, 7108,
+        L"Determinant is zero, cannot find matrix inverse: Can compute inverse only for "
+        L"nonsingular matrices (det != 0)"));
+}
+
+TEST(Matrix, ProductsTranspositionAndPoints) {
+  const Matrix quarter = FromRows({{0, -1, 0, 10}, {1, 0, 0, 20}, {0, 0, 1, 30}, {0, 0, 0, 1}});
+  EXPECT_EQ(quarter * Point(1, 2, 3), Point(8, 21, 33));
+  // The fourth row doesn't act on a point.
+  Matrix scaled = quarter;
+  scaled(3, 3) = 5;
+  EXPECT_EQ(scaled * Point(1, 2, 3), Point(8, 21, 33));
+  EXPECT_EQ((quarter * quarter) * Point(1, 2, 3), quarter * (quarter * Point(1, 2, 3)));
+  EXPECT_EQ(quarter.Transposed()(0, 1), 1);
+  EXPECT_EQ(quarter.Transposed()(3, 0), 10);
+  zvMatrix<int, 2, 3> a;
+  zvMatrix<int, 3, 1> b;
+  for (std::size_t i = 0; i < 3; ++i) {
+    a(0, i) = static_cast<int>(i) + 1;
+    a(1, i) = 4 - static_cast<int>(i);
+    b(i, 0) = 10 * static_cast<int>(i + 1);
+  }
+  const zvMatrix<int, 2, 1> product = a * b;
+  EXPECT_EQ(product(0, 0), 140);
+  EXPECT_EQ(product(1, 0), 160);
+}
+
+}  // namespace
+}  // namespace cadcam

@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/tolerances.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+
+namespace misc {
+namespace {
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+std::uint64_t Bits(double value) {
+  return std::bit_cast<std::uint64_t>(value);
+}
+
+// The plain forms that the closed ones must equal bit for bit.
+double PlainWrapTo360(double deg) {
+  double wrapped = std::fmod(deg, 360.0);
+  if (wrapped < 0) wrapped += 360.0;
+  return wrapped + 0.0;  // whole negative turns leave -0
+}
+
+double PlainWrapTo180(double deg) {
+  while (180.0 < deg) deg -= 360.0;
+  while (!(-180.0 < deg)) deg += 360.0;
+  return deg;
+}
+
+double PlainCircularDistance(double a, double b) {
+  const double d = std::fabs(PlainWrapTo360(a) - PlainWrapTo360(b));
+  return d > 180.0 ? 360.0 - d : d;
+}
+
+TEST(Angles, WrapTheEndsOfTheirRanges) {
+  const struct {
+    double deg, to360, to180;
+  } cases[] = {{0, 0, 0},
+               {180, 180, 180},
+               {-180, 180, 180},
+               {540, 180, 180},
+               {-540, 180, 180},
+               {-0.5, 359.5, -0.5},
+               {360, 0, 0},
+               {720, 0, 0},
+               {359.5, 359.5, -0.5},
+               {-1e-17, 0, -1e-17},
+               {180.5, 180.5, -179.5},
+               {-180.5, 179.5, 179.5},
+               {1e6, 280, -80},
+               {-1e6, 80, 80}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(WrapTo360(c.deg), c.to360) << c.deg;
+    EXPECT_EQ(WrapTo180(c.deg), c.to180) << c.deg;
+  }
+  for (const double turns : {-360.0, -720.0, -360e9, 360.0})
+    EXPECT_FALSE(std::signbit(WrapTo180(turns)) || std::signbit(WrapTo360(turns))) << turns;
+}
+
+TEST(Angles, WrapLikeTheLoopsBitForBit) {
+  std::mt19937_64 random(3);
+  std::uniform_real_distribution<double> wide(-5000, 5000);
+  std::uniform_int_distribution<int> halfTurns(-30, 30);
+  std::uniform_int_distribution<int> exponent(-60, 0);
+  for (int i = 0; i < 200000; ++i) {
+    // Whole and half turns with a little beside them, and anything.
+    const double near = halfTurns(random) * 180.0 + std::ldexp(wide(random), exponent(random));
+    for (const double deg : {wide(random), near, std::floor(wide(random))}) {
+      ASSERT_EQ(Bits(WrapTo180(deg)), Bits(PlainWrapTo180(deg))) << deg;
+      const double plain = PlainWrapTo360(deg);
+      ASSERT_EQ(Bits(WrapTo360(deg)), Bits(plain == 360.0 ? 0.0 : plain)) << deg;
+    }
+    const double a = wide(random);
+    ASSERT_NEAR(CircularDistance(a, near), PlainCircularDistance(a, near), 1e-12);
+    ASSERT_EQ(Bits(CircularDistance(a, near)), Bits(CircularDistance(near, a)));
+  }
+}
+
+TEST(Angles, HugeAndMeaninglessAnglesEnd) {
+  for (const double deg : {1e300, -1e300, 4.7e18, std::numeric_limits<double>::max()}) {
+    EXPECT_TRUE(WrapTo360(deg) >= 0 && WrapTo360(deg) < 360) << deg;
+    EXPECT_TRUE(WrapTo180(deg) > -180 && WrapTo180(deg) <= 180) << deg;
+  }
+  for (const double deg : {kInf, -kInf, kNan}) {
+    EXPECT_TRUE(std::isnan(WrapTo360(deg)));
+    EXPECT_EQ(Bits(WrapTo180(deg)), Bits(deg));
+  }
+}
+
+TEST(Angles, CircularDistanceTakesTheShorterWay) {
+  const struct {
+    double a, b, distance;
+  } cases[] = {{350, 10, 20},  {0, 180, 180}, {-10, 370, 20}, {0, 0, 0},     {0, 360, 0},
+               {90, -90, 180}, {1, 359, 2},   {-720, 45, 45}, {10, 191, 179}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(CircularDistance(c.a, c.b), c.distance) << c.a << ' ' << c.b;
+    EXPECT_EQ(CircularDistance(c.b, c.a), c.distance) << c.a << ' ' << c.b;
+  }
+}
+
+TEST(Angles, ArcCosineSnapsNearItsEndsAndIsPlainBetween) {
+  for (const double c : {1.0, 1.0 - 0.9e-10, 1.0 + 1e-12, 1.0 + 2e-12, 1.5, 1e300, kInf})
+    EXPECT_EQ(SafeAcosRad(c), 0.0) << c;
+  for (const double c : {-1.0, -1.0 + 0.9e-10, -1.0 - 1e-12, -1.5, -1e300, -kInf})
+    EXPECT_EQ(SafeAcosRad(c), kPi) << c;
+  for (double c = -1.0 + 1.1e-10; c < 1.0 - 1.1e-10; c += 0.00037)
+    ASSERT_EQ(Bits(SafeAcosRad(c)), Bits(std::acos(c)));
+  EXPECT_NEAR(SafeAcosRad(1.0 - 1.1e-10), 1.4832e-5, 1e-8);
+  EXPECT_TRUE(std::isnan(SafeAcosRad(kNan)));
+}
+
+}  // namespace
+}  // namespace misc

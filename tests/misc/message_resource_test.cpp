@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+#include <kandrel/misc/message_resource.h>
+#include <kandrel/misc/misc_exception.h>
+#include <tests/support/throws_id.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace misc {
+namespace {
+
+using tests::ThrowsId;
+
+constexpr const wchar_t* kInvalidEntry =
+    L"Invalid entry found while parsing custom resource ZVMSGMAP!";
+constexpr const wchar_t* kNotLoaded = L"Resource dll is not initialized!";
+
+const std::vector<zvResourceEntry> kEntries = {
+    {L"Tools", 10, L"tool ten"}, {L"Axes", 10, L"axis ten"}, {L"Axes", 11, L"axis eleven"}};
+
+TEST(MessageResource, FindsBySectionAndIdOrById) {
+  zvResourceDll resource;
+  resource.Load(kEntries);
+  zvResourceIntf& face = resource;
+  EXPECT_EQ(face.GetMessage(L"Tools", 10), L"tool ten");
+  EXPECT_EQ(resource.GetLastText(), L"tool ten");
+  EXPECT_EQ(face.GetMessage(10), L"axis ten");  // the first section by name
+  EXPECT_EQ(resource.GetLastText(), L"axis ten");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(ThrowsId<zvmiscException>(
+        [&] { face.GetMessage(L"Tools", 11); }, 3600,
+        L"The message ID 11 from section Tools  was not found in the resource dll!"));
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { face.GetMessage(9); }, 3600,
+                                          L"The requested message (No. 9) doesn't exist!"));
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { face.GetMessage(12); }, 3600,
+                                          L"The requested message (No. 12) doesn't exist!"));
+  }
+  EXPECT_EQ(resource.GetLastText(), L"axis ten");
+}
+
+TEST(MessageResource, NothingIsFoundUnlessLoaded) {
+  zvResourceDll resource;
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_FALSE(resource.IsLoaded());
+    EXPECT_TRUE(
+        ThrowsId<zvmiscException>([&] { resource.GetMessage(L"Axes", 10); }, 3607, kNotLoaded));
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.GetMessage(10); }, 3607, kNotLoaded));
+    resource.Load(std::vector<zvResourceEntry>());  // empty, but loaded
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.GetMessage(10); }, 3600,
+                                          L"The requested message (No. 10) doesn't exist!"));
+    resource.Unload();
+    resource.Unload();
+  }
+}
+
+TEST(MessageResource, AFailedLoadLeavesTheOldTable) {
+  zvResourceDll resource;
+  resource.Load(kEntries);
+  const std::vector<zvResourceEntry> bad[] = {{{L"A", 1, L"one"}, {L"A", 1, L"again"}},
+                                              {{L"A", 2, L""}}};
+  for (const std::vector<zvResourceEntry>& entries : bad)
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load(entries); }, 3606, kInvalidEntry));
+  EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load("/nowhere/at/all"); }, 3601,
+                                        L"The requested resource file couldn't be loaded!"));
+  EXPECT_EQ(resource.GetMessage(11), L"axis eleven");
+}
+
+// A file with the given bytes, gone at the end.
+struct File {
+  explicit File(const std::string& bytes)
+      : path(std::filesystem::temp_directory_path() /
+             ("kandrel_messages_" + std::to_string(getpid()))) {
+    std::ofstream(path, std::ios::binary) << bytes;
+  }
+  ~File() { std::filesystem::remove(path); }
+  std::filesystem::path path;
+};
+
+TEST(MessageResource, ReadsATextFile) {
+  const File file(
+      "\xEF\xBB\xBF# comment\r\n1 = none\r\n\r\n[ Axes ]\r\n"
+      "10 = \xC3\xA4 = b\\nnext \\\\n \r\n[Tools]\n10=t");
+  zvResourceDll resource;
+  resource.Load(file.path);
+  EXPECT_EQ(resource.GetMessage(L"", 1), L"none");
+  EXPECT_EQ(resource.GetMessage(L"Axes", 10), L"\u00e4 = b\nnext \\n");
+  EXPECT_EQ(resource.GetMessage(L"Tools", 10), L"t");
+}
+
+TEST(MessageResource, RefusesFilesThatAreNoTables) {
+  zvResourceDll resource;
+  for (const char* bytes :
+       {"[Axes\n", "text\n", "x = 1\n", "-1 = a\n", "4294967296 = a\n", "1 =\n", "1 = a\n1 = b\n",
+        "1 = a\\\n", "1 = a\\t\n", " = a\n", "1 2 = a", "["}) {
+    const File file(bytes);
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load(file.path); }, 3606, kInvalidEntry))
+        << bytes;
+  }
+  for (const char* path : {"/tmp", "/dev/zero", ""})
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load(path); }, 3601,
+                                          L"The requested resource file couldn't be loaded!"))
+        << path;
+  EXPECT_FALSE(resource.IsLoaded());
+}
+
+}  // namespace
+}  // namespace misc

@@ -1,0 +1,61 @@
+#include <gtest/gtest.h>
+#include <kandrel/misc/polynomial.h>
+#include <tests/support/throws_id.h>
+
+#include <span>
+#include <vector>
+
+namespace mathdef {
+namespace {
+
+using tests::ThrowsId;
+using Polynomial = zvPolynomial<double>;
+
+TEST(Polynomial, EvaluatesFromTheConstantTermUpward) {
+  const struct {
+    Polynomial polynomial;
+    double x, value;
+  } cases[] = {
+      {{}, 5, 0},
+      {{7}, 5, 7},
+      {{1, 2}, 5, 11},
+      {{1, 2, 3}, -2, 9},
+      {{1, 2, 3, 4}, 0.5, 3.25},
+      {{-1, 0, 0, 0, 1}, 3, 80},
+      {{1, 1, 1, 1, 1, 1}, 2, 63},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(c.polynomial.Evaluate(c.x), c.value) << c.polynomial.GetDegree();
+}
+
+TEST(Polynomial, DerivesAcrossTheSizeThatIsKeptInPlace) {
+  const struct {
+    Polynomial polynomial, derivative;
+  } cases[] = {{{}, {0}},
+               {{4}, {0}},
+               {{4, 5}, {5}},
+               {{1, 2, 3, 4}, {2, 6, 12}},
+               {{1, 2, 3, 4, 5}, {2, 6, 12, 20}},
+               {{1, 1, 1, 1, 1, 1, 1}, {1, 2, 3, 4, 5, 6}}};
+  for (const auto& c : cases) EXPECT_EQ(c.polynomial.Derivative(), c.derivative);
+}
+
+TEST(Polynomial, CopiesAndChecksItsCoefficients) {
+  const std::vector<double> coefficients = {1, 2, 3, 4, 5, 0};
+  for (std::size_t count = 1; count <= coefficients.size(); ++count) {
+    const Polynomial original{std::span<const double>(coefficients).first(count)};
+    Polynomial copy;
+    copy = original;
+    EXPECT_EQ(copy, original);
+    EXPECT_EQ(copy.GetDegree(), count - 1);  // a leading 0 counts
+    for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(copy.GetCoefficient(i), coefficients[i]);
+    EXPECT_TRUE(ThrowsId<zvMathDefException>([&] { copy.GetCoefficient(count); }, 2504,
+                                             L"Index out of range in WMAdapter"));
+  }
+  EXPECT_FALSE(Polynomial({1, 2}) == Polynomial({1, 2, 0}));
+  EXPECT_TRUE(ThrowsId<zvMathDefException>([] { Polynomial(std::span<const double>()); }, 2505,
+                                           L"Negative Polynom degree"));
+}
+
+}  // namespace
+}  // namespace mathdef

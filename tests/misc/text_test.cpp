@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+#include <kandrel/misc/text.h>
+
+#include <bit>
+#include <clocale>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+
+namespace misc {
+namespace {
+
+TEST(Text, EveryCodePointGoesThereAndBack) {
+  std::wstring all;
+  for (char32_t c = 0; c <= 0x10FFFF; ++c)
+    if (c < 0xD800 || c > 0xDFFF) all += static_cast<wchar_t>(c);
+  EXPECT_EQ(FromUtf8(ToUtf8(all)), all);
+  EXPECT_EQ(ToUtf8(L"\u00e4\u20ac\U0001F600"), "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
+  EXPECT_EQ(ToUtf8(std::wstring(1, L'\0')), std::string(1, '\0'));
+}
+
+TEST(Text, WhatIsNoCharacterIsReplaced) {
+  const std::string replaced = "\xEF\xBF\xBD";
+  for (const std::uint32_t c : {0xD800u, 0xDFFFu, 0x110000u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+    EXPECT_EQ(ToUtf8(std::wstring(1, static_cast<wchar_t>(c))), replaced) << c;
+  const struct {
+    std::string bytes;
+    std::wstring text;
+  } cases[] = {
+      {"\x80", L"\uFFFD"},
+      {"a\xFFz", L"a\uFFFDz"},
+      {"\xC0\x80", L"\uFFFD\uFFFD"},                      // overlong
+      {"\xE0\x9F\xBF", L"\uFFFD\uFFFD\uFFFD"},            // overlong
+      {"\xED\xA0\x80", L"\uFFFD\uFFFD\uFFFD"},            // a surrogate
+      {"\xF4\x90\x80\x80", L"\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond Unicode
+      {"\xF5", L"\uFFFD"},
+      {"\xE2\x82", L"\uFFFD\uFFFD"},  // cut off
+      {"\xE2\x82g", L"\uFFFD\uFFFDg"},
+      {"\xE2\xE2\x82\xAC", L"\uFFFD\u20ac"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(FromUtf8(c.bytes), c.text) << c.bytes;
+}
+
+TEST(Text, NumbersReadBackToTheirBits) {
+  std::mt19937_64 random(11);
+  for (int i = 0; i < 20000; ++i) {
+    const double value = std::bit_cast<double>(random());
+    if (!std::isfinite(value)) continue;
+    double back = 0;
+    ASSERT_TRUE(FromText(ToText(value), back)) << ToText(value);
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(back), std::bit_cast<std::uint64_t>(value));
+  }
+  const struct {
+    double value;
+    const char* text;
+  } cases[] = {{0.1, "0.1"},
+               {-0.0, "-0"},
+               {1e22, "1e+22"},
+               {25.4, "25.4"},
+               {std::numeric_limits<double>::infinity(), "inf"},
+               {-std::numeric_limits<double>::infinity(), "-inf"}};
+  for (const auto& c : cases) EXPECT_EQ(ToText(c.value), c.text);
+  double value = 0;
+  EXPECT_TRUE(FromText("nan", value));
+  EXPECT_TRUE(std::isnan(value));
+}
+
+TEST(Text, ANumberIsTheWholeTextOrNone) {
+  for (const char* text : {"", " 1", "1 ", "1,5", "+1", "0x10", "1.5e", "--1", "1e999", "abc"}) {
+    double value = 7;
+    EXPECT_FALSE(FromText(text, value)) << text;
+  }
+}
+
+TEST(Text, TheLocaleChangesNothing) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  for (const char* name : {"de_DE.UTF-8", "de_DE", "fr_FR.UTF-8"})
+    if (std::setlocale(LC_ALL, name) != nullptr) break;
+  EXPECT_EQ(ToText(1234567.5), "1234567.5");
+  double value = 0;
+  EXPECT_TRUE(FromText("1.5", value));
+  EXPECT_EQ(value, 1.5);
+  EXPECT_EQ(FromUtf8("\xC3\xA4"), L"\u00e4");
+  std::setlocale(LC_ALL, before.c_str());
+}
+
+}  // namespace
+}  // namespace misc
