@@ -40,8 +40,10 @@ double WrapTo180(double deg) noexcept {
 double CircularDistance(double a, double b) noexcept {
   const double wrappedA = WrapTo360(a);
   const double wrappedB = WrapTo360(b);
-  const double low = std::min(wrappedA, wrappedB);
-  const double high = std::max(wrappedA, wrappedB);
+  // Chosen so that a NaN on either side becomes the result: std::min and std::max drop one of two.
+  const bool rises = wrappedA < wrappedB;
+  const double low = rises ? wrappedA : wrappedB;
+  const double high = rises ? wrappedB : wrappedA;
   return std::min(high - low, low + kFullTurnDeg - high);
 }
 

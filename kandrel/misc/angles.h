@@ -18,7 +18,8 @@ KANDREL_API double WrapTo360(double deg) noexcept;
 /// `deg` reduced into (-180, 180]: -180 comes back as 180. What is not finite comes back as it is.
 KANDREL_API double WrapTo180(double deg) noexcept;
 
-/// The smaller of the two ways round from `a` to `b`, in [0, 180].
+/// The smaller of the two ways round from `a` to `b`, in [0, 180]; NaN where one of them is not
+/// finite.
 KANDREL_API double CircularDistance(double a, double b) noexcept;
 
 }  // namespace misc

@@ -10,8 +10,9 @@
 
 namespace post {
 
-/// Part frame. Blocks come from a stock of their own, not from the general heap.
-class KANDREL_API zvExtendedPostedMove {
+/// Part frame. Blocks come from a stock of their own, not from the general heap; any thread may
+/// delete them. Final, because that stock has blocks of one size.
+class KANDREL_API zvExtendedPostedMove final {
  public:
   using Point = cadcam::zvTPoint3d<double>;
 

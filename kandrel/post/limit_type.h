@@ -18,7 +18,8 @@ struct zvLimitType {
   std::int32_t limitAxis = 5;
   std::int32_t limitSide = 2;
 
-  bool IsNone() const noexcept { return limitAxis > kSecondRotary; }
+  /// True for whatever is not one of the five axes.
+  bool IsNone() const noexcept { return limitAxis < kX || limitAxis > kSecondRotary; }
   bool operator==(const zvLimitType&) const = default;
 };
 

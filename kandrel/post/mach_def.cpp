@@ -3,6 +3,7 @@
 #include <kandrel/post/post_exception.h>
 
 #include <cmath>
+#include <cstddef>
 #include <initializer_list>
 
 namespace post {

@@ -1,5 +1,7 @@
 #include <kandrel/post/mach_def_builder.h>
 
+#include <utility>
+
 namespace post {
 
 zvMachDefBuilder::zvMachDefBuilder(const zvMachDefBuilder& other)
@@ -7,10 +9,13 @@ zvMachDefBuilder::zvMachDefBuilder(const zvMachDefBuilder& other)
 
 zvMachDefBuilder& zvMachDefBuilder::operator=(const zvMachDefBuilder& other) {
   if (this == &other) return *this;
-  misc::zvAutoPointer<zvMachDef> machDef = other.m_machDef->Clone();
-  m_axisNames = other.m_axisNames;
-  m_kind = other.m_kind;
-  m_machDef = std::move(machDef);
+  return *this = zvMachDefBuilder(other);
+}
+
+zvMachDefBuilder& zvMachDefBuilder::operator=(zvMachDefBuilder&& other) noexcept {
+  std::swap(m_kind, other.m_kind);
+  m_axisNames.swap(other.m_axisNames);
+  m_machDef.Swap(other.m_machDef);
   return *this;
 }
 

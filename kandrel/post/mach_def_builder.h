@@ -10,13 +10,16 @@
 namespace post {
 
 /// Carries a definition through the system. It owns its definition alone: what is put in is cloned,
-/// and a copy clones again. Copying from an empty builder throws "Accessing NULL pointer".
+/// and a copy clones again. Copying from an empty builder throws "Accessing NULL pointer" and
+/// leaves the target as it was; moving hands the definition on, also where there is none.
 class KANDREL_API zvMachDefBuilder {
  public:
   /// Kind 0, no names, no definition.
   zvMachDefBuilder() = default;
   zvMachDefBuilder(const zvMachDefBuilder& other);
+  zvMachDefBuilder(zvMachDefBuilder&& other) noexcept = default;
   zvMachDefBuilder& operator=(const zvMachDefBuilder& other);
+  zvMachDefBuilder& operator=(zvMachDefBuilder&& other) noexcept;
   ~zvMachDefBuilder() = default;
 
   /// Stores a clone. Throws "Accessing NULL pointer" for a null pointer and changes nothing then.

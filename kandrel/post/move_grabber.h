@@ -3,6 +3,8 @@
 
 #include <kandrel/cadcam/cnc_move.h>
 
+#include <cstdint>
+
 namespace cadcam {
 
 /// Overwrites a target of the caller's, which outlives it. A 3-axis move comes without extended

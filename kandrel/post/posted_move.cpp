@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace post {
 
@@ -34,12 +35,17 @@ template <std::size_t N>
 double LargestDistance(const std::array<double, N>& a, const std::array<double, N>& b) {
   double largest = 0;
   for (std::size_t i = 0; i < N; ++i)
-    largest = std::max(largest, misc::CircularDistance(a[i], b[i]));
+    if (const double distance = misc::CircularDistance(a[i], b[i]);
+        distance > largest || std::isnan(distance))
+      largest = distance;  // once it is not a number, it stays so
   return largest;
 }
 
-// The product is an integer, so that whole turns stay exact.
+// The product is an integer, so that whole turns stay exact. Absurd counts, whose product would
+// overflow, are past exactness anyway.
 double Winds(std::int64_t turns) {
+  constexpr std::int64_t kMostTurns = std::numeric_limits<std::int64_t>::max() / 360;
+  if (turns > kMostTurns || turns < -kMostTurns) return static_cast<double>(turns) * 360.0;
   return static_cast<double>(turns * 360);
 }
 

@@ -97,7 +97,7 @@ class KANDREL_API zvPostedMove {
 
   /// Numbers within 1e-12, component by component; type, rapid flag and reserved single exactly;
   /// both with an equal extended block or both without. A move equals itself at once, also where it
-  /// holds what is not a number.
+  /// holds what is not a number. Angles count only where both are known as moves of one class.
   bool operator==(const zvPostedMove& other) const;
 
  private:
@@ -188,7 +188,7 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
   /// Adds `turns` times 360 degrees to the first, second angle.
   void AddFirstWinds(std::int64_t turns) noexcept;
   void AddSecondWinds(std::int64_t turns) noexcept;
-  /// The larger of the two axes' circular distances, in [0, 180].
+  /// The larger of the two axes' circular distances, in [0, 180]; NaN where one is.
   double AngleDistance(const zvPosted5axMove& other) const noexcept;
 
   /// 0: both angles are determined. 1, 2: the tool lies on the pole of the first, second axis,
@@ -239,7 +239,7 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
   void AddFirstWinds(std::int64_t turns) noexcept;
   void AddSecondWinds(std::int64_t turns) noexcept;
   void AddThirdWinds(std::int64_t turns) noexcept;
-  /// The largest of the three axes' circular distances, in [0, 180].
+  /// The largest of the three axes' circular distances, in [0, 180]; NaN where one is.
   double AngleDistance(const zvPosted6axMove& other) const noexcept;
 
   /// As for zvPosted5axMove.

@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/export.h>
 
+#include <cstddef>
 #include <vector>
 
 namespace post {

@@ -63,7 +63,8 @@ class KANDREL_API zvKDRParam {
   /// Largest linear step with InterpolateByDistance.
   double GetInterpolationDistance() const noexcept { return m_interpolationDistance; }
   void SetInterpolationDistance(double length) noexcept { m_interpolationDistance = length; }
-  /// Half-angle of the pole cone.
+  /// Half-angle of the pole cone; also the rotary slack when single moves are posted on a 4-axis
+  /// machine within its limits.
   double GetPoleAngleTolerance() const noexcept { return m_poleAngleTolerance; }
   /// Throws zvPostException 5009 unless 0.001 <= deg <= 10, and keeps the old value then.
   void SetPoleAngleTolerance(double deg);
