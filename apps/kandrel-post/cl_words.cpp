@@ -1,0 +1,190 @@
+#include "cl_words.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+
+namespace kandrel_post {
+
+namespace {
+
+constexpr char Upper(char c) {
+  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+constexpr bool IsLetter(char c) {
+  return Upper(c) >= 'A' && Upper(c) <= 'Z';
+}
+constexpr bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+constexpr bool IsBlank(char c) {
+  return c == ' ' || c == '\t';
+}
+
+constexpr std::size_t kLongestWord = 40;  // of those that the summary shows
+
+// Words that move the tool, repeat moves, or change what later coordinates mean.
+constexpr auto kMovingWords = std::to_array<std::string_view>(
+    {"APPROACH", "ARC",    "AUTOPS", "BSPLIN", "BSPLINE", "CALL",   "CIRCLE",  "COPY",
+     "CYCLE",    "GO",     "GOBACK", "GOCLER", "GODLTA",  "GODOWN", "GOFWD",   "GOFWDA",
+     "GOHOME",   "GOLFT",  "GORGT",  "GOUP",   "HELIX",   "HOME",   "INDEX",   "INDIRP",
+     "INDIRV",   "LOOPST", "MACRO",  "MOVARC", "NURBS",   "POCKET", "POLYNOM", "RETRCT",
+     "ROTABL",   "ROTATE", "ROTHED", "SCURV",  "SPLINE",  "THREAD", "TRACUT",  "TRANS"});
+static_assert(std::is_sorted(kMovingWords.begin(), kMovingWords.end()));
+
+template <std::size_t N>
+bool IsOneOf(const std::array<std::string_view, N>& words, std::string_view word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// True for SET/MODE,INCR: from there on coordinates would be increments.
+bool SetsIncremental(const ClWord& word) {
+  if (word.key != "SET" && word.key != "MODE") return false;
+  ClArguments arguments(word.arguments);
+  do {
+    if (arguments.Word().starts_with("INCR")) return true;
+  } while (arguments.SkipComma());
+  return false;
+}
+
+}  // namespace
+
+ClWord::ClWord(std::string_view statement) {
+  const std::size_t slash = statement.find('/');
+  hasSlash = slash != std::string_view::npos;
+  head = statement.substr(0, slash);
+  const std::size_t firstBlank = head.find_first_of(" \t");
+  if (hasSlash) {
+    arguments = statement.substr(slash + 1);
+  } else if (firstBlank != std::string_view::npos) {
+    arguments = statement.substr(firstBlank);
+  }
+  while (!arguments.empty() && IsBlank(arguments.front())) arguments.remove_prefix(1);
+  if (head.empty() || !IsLetter(head.front())) return;
+
+  for (const char c : head) {
+    if (static_cast<unsigned char>(c) < 0x20 && !IsBlank(c)) {
+      key.clear();  // no text at all
+      return;
+    }
+    if (!IsBlank(c) && key.size() <= kLongestWord) key += Upper(c);
+  }
+  // Words that take text need no slash: PARTNO NAME, PPRINT TEXT.
+  const std::string_view first = hasSlash ? head : head.substr(0, firstBlank);
+  for (const char c : first.substr(0, kLongestWord)) shown += IsBlank(c) ? ' ' : Upper(c);
+  while (shown.ends_with(' ')) shown.pop_back();
+  if (shown == "PARTNO") key = shown;
+  // A letter and a number, as N10 and G1: a line of NC text, in which no APT word would be found.
+  const bool isNcText = !hasSlash && shown.size() > 1 && head.find('=') == std::string_view::npos &&
+                        std::all_of(shown.begin() + 1, shown.end(), IsDigit);
+  if (isNcText) key.clear();
+}
+
+ClArguments::Result ClArguments::Number(double& value) {
+  SkipBlanks();
+  const char* from = m_from;
+  if (from != m_to && *from == '+') ++from;
+  const char* const digits = from != m_to && *from == '-' && from == m_from ? from + 1 : from;
+  if (digits == m_to || !(IsDigit(*digits) || *digits == '.')) return kNoNumber;
+  const auto [end, error] = std::from_chars(from, m_to, value);
+  if (error == std::errc::result_out_of_range) return kOutOfRange;
+  if (error != std::errc{}) return kNoNumber;
+  m_from = end;
+  return kNumber;
+}
+
+std::string ClArguments::Word() {
+  SkipBlanks();
+  std::string word;
+  for (; m_from != m_to && *m_from != ',' && !IsBlank(*m_from); ++m_from) {
+    if (word.size() < kLongestWord) word += Upper(*m_from);
+  }
+  return word;
+}
+
+bool ClArguments::SkipComma() {
+  SkipBlanks();
+  if (m_from == m_to || *m_from != ',') return false;
+  ++m_from;
+  return true;
+}
+
+bool ClArguments::AtEnd() {
+  SkipBlanks();
+  return m_from == m_to;
+}
+
+LinkDirective ReadLinkDirective(std::string_view comment) {
+  constexpr std::string_view kLink = "LINK";
+  if (comment.size() <= kLink.size() || !IsBlank(comment[kLink.size()]) ||
+      !EqualsIgnoringCase(comment.substr(0, kLink.size()), kLink))
+    return {};
+  comment.remove_prefix(kLink.size());
+  while (IsBlank(comment.front())) comment.remove_prefix(1);
+  const char* const end = comment.data() + comment.size();
+  LinkDirective link;
+  const auto [next, error] = std::from_chars(comment.data(), end, link.type);
+  if (error == std::errc{} && next == end) {
+    link.kind = LinkDirective::kLink;
+  } else if (comment.find_first_not_of("+-.0123456789") == std::string_view::npos) {
+    link.kind = LinkDirective::kBad;
+  }
+  return link;
+}
+
+bool StartsWithGoto(std::string_view statement) {
+  if (statement.size() < 5 || !EqualsIgnoringCase(statement.substr(0, 4), "GOTO")) return false;
+  std::size_t at = 4;
+  while (at < statement.size() && IsBlank(statement[at])) ++at;
+  return at < statement.size() && statement[at] == '/';
+}
+
+std::string FindMovingWord(const ClWord& word) {
+  if (SetsIncremental(word)) return word.key + "/INCR";
+  if (word.head.find('=') != std::string_view::npos) return {};  // a definition moves nothing
+  if (IsOneOf(kMovingWords, word.key)) return word.key;
+  if (!word.hasSlash && word.head.find(',') == std::string_view::npos)
+    return IsOneOf(kMovingWords, word.shown) ? word.shown : std::string();
+  // TLLFT,GOLFT/LINE: any of the words may be the one that moves.
+  std::string token;
+  for (const char c : word.head) {
+    if (c != ',' && !IsBlank(c)) {
+      token += Upper(c);
+    } else if (IsOneOf(kMovingWords, token)) {
+      return token;
+    } else {
+      token.clear();
+    }
+  }
+  return IsOneOf(kMovingWords, token) ? token : std::string();
+}
+
+bool EqualsIgnoringCase(std::string_view text, std::string_view upperCase) {
+  return std::equal(text.begin(), text.end(), upperCase.begin(), upperCase.end(),
+                    [](char a, char b) { return Upper(a) == b; });
+}
+
+bool IsMetricWord(std::string_view word) {
+  constexpr auto kWords = std::to_array<std::string_view>(
+      {"MM", "METRIC", "MILLIMETERS", "MILLIMETRES", "MILLIMETER", "MILLIMETRE"});
+  return IsOneOf(kWords, word);
+}
+
+bool IsInchWord(std::string_view word) {
+  constexpr auto kWords = std::to_array<std::string_view>({"INCHES", "INCH", "IN"});
+  return IsOneOf(kWords, word);
+}
+
+bool IsFeedPerMinute(std::string_view word) {
+  return word == "PERMIN" || word == "UPM";
+}
+
+bool IsFeedPerRevolution(std::string_view word) {
+  constexpr auto kWords =
+      std::to_array<std::string_view>({"PERREV", "MMPR", "IPR", "REV", "UPR", "PREV"});
+  return IsOneOf(kWords, word);
+}
+
+}  // namespace kandrel_post

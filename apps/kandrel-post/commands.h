@@ -1,0 +1,39 @@
+// The jobs that the command line asks for. Each throws for whatever fails: UsageError for a wrong
+// command line, misc::zvException for the rest.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/post/control_def.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kandrel_post {
+
+struct PostOptions {
+  std::string machine;
+  std::string toolPathFile;
+  std::string folder;
+  cadcam::zvTPoint3d<double> origin;
+  double toolLength = 0;
+  std::vector<std::string> settings;  ///< NAME=VALUE
+  post::zv5axControlDef control;
+  bool small = false;
+  std::uint32_t rapidLinkType = 5;
+};
+
+/// Posts a toolpath, writes posted.csv and posted.nc into the folder and prints the summary.
+void RunPost(const PostOptions& options);
+
+/// Prints the names of the samples, each with what it is.
+void ListSamples();
+/// Prints a sample as CL text.
+void PrintSample(const std::string& name);
+
+/// Prints the names of the built-in machines, each with what it is.
+void ListPresets();
+/// Prints a machine in words or as JSON.
+void ShowMachine(const std::string& machine, bool json);
+
+}  // namespace kandrel_post

@@ -1,0 +1,40 @@
+// How a job of this program fails.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace kandrel_post {
+
+/// Exit codes of the program.
+enum ExitCode : int {
+  kDone = 0,
+  kJobFailed = 1,
+  kWrongCommandLine = 2,
+};
+
+/// The command line asks for something that doesn't exist; exit code 2.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Throws a misc::zvException with id 0: a failure of this program rather than of the library.
+[[noreturn]] void Fail(std::string_view text);
+
+/// Fail with "<file>: <what>: <text of the system's error number>".
+[[noreturn]] void FailWithErrno(std::string_view file, std::string_view what, int errorNumber);
+
+/// Fail with "<file>:<line>: <what was expected>".
+[[noreturn]] void FailAtLine(std::string_view file, unsigned long long line,
+                             std::string_view expected);
+
+/// The lines of standard error for the exception being handled: `error <id>: <text>` and a line for
+/// each cause. To be called in a catch clause.
+std::string DescribeCurrentFailure();
+
+/// `text` with everything replaced that a terminal could take for a command.
+std::string Printable(std::string_view text);
+
+}  // namespace kandrel_post

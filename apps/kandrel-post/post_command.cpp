@@ -1,0 +1,115 @@
+#include <fmt/format.h>
+#include <kandrel/post/creators/three_axis_creator.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+
+#include "cl_reader.h"
+#include "commands.h"
+#include "csv_writer.h"
+#include "errors.h"
+#include "memory_limit.h"
+#include "nc_writer.h"
+#include "output_folder.h"
+#include "parameters.h"
+#include "progress.h"
+#include "report.h"
+
+namespace kandrel_post {
+
+namespace {
+
+// Bytes of a posted move in its list, with and without its extended block, rounded down.
+constexpr double kSmallMoveBytes = 160;
+constexpr double kExtendedMoveBytes = 240;
+
+constexpr std::uint64_t kMovesBetweenReports = 4096;
+
+// A step that is tiny against the path would fill the memory for minutes and then fail: say so at
+// once. Only a bound: whatever passes here may still turn out not to fit.
+void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRParam& par,
+                         bool small) {
+  const double step = par.GetInterpolationDistance();
+  if (!par.GetInterpolateByDistance() || !(step > 0)) return;
+  double inserted = 0;
+  const cadcam::zvCNCMove* previous = nullptr;
+  for (const auto& pass : toolPath.Children()) {
+    for (const auto& slice : pass->Children()) {
+      for (const auto& section : slice->Children()) {
+        for (const cadcam::zvMovePointer& move : *section) {
+          if (previous != nullptr && (!move->IsRapid() || par.GetInterpolateRapidMoves())) {
+            const double distance = (move->GetPosition() - previous->GetPosition()).Length();
+            if (distance > step) inserted += distance / step;
+          }
+          previous = move.Get();
+        }
+      }
+    }
+  }
+  const double bytes = inserted * (small ? kSmallMoveBytes : kExtendedMoveBytes);
+  if (bytes > static_cast<double>(UsableMemory()))
+    Fail(fmt::format("an interpolationDistance of {} inserts {:.2g} moves, more than memory holds",
+                     step, inserted));
+}
+
+// Writes a posted list and collects what the summary tells of it.
+template <class List>
+PostedStatistics WriteFiles(const List& posted, OutputFolder& folder, const Machine& machine,
+                            Progress& progress) {
+  progress.Stage("writing");
+  CsvWriter csv(folder.Create("posted.csv"));
+  NcWriter nc(folder.Create("posted.nc"), machine.name, AxisNames(machine),
+              machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch);
+  PostedStatistics statistics;
+  for (const auto& move : posted) {
+    const PostedRow row = RowOf(move);
+    csv.Write(row);
+    nc.Write(row);
+    statistics.Add(row);
+    if (statistics.GetCount() % kMovesBetweenReports == 0)
+      progress.Fraction(static_cast<double>(statistics.GetCount()) / posted.GetCount());
+  }
+  nc.Finish();
+  return statistics;
+}
+
+}  // namespace
+
+void RunPost(const PostOptions& options) {
+  const auto start = std::chrono::steady_clock::now();
+  const Machine machine = LoadMachine(options.machine);
+  post::zvKDRParam par(machine.builder.GetMachDef()->GetUnits());
+  for (const std::string& setting : options.settings) ApplySetting(par, setting);
+  if (AxisCount(machine) != 3)
+    Fail(fmt::format("{}: only 3-axis machines can be posted for yet, this one has {} axes",
+                     options.machine, AxisCount(machine)));
+
+  Progress progress;
+  progress.Stage("reading");
+  const ClProgram program = ReadClFile(options.toolPathFile, options.rapidLinkType, progress);
+  RefuseHopelessSteps(program.toolPath, par, options.small);
+
+  progress.Stage("posting");
+  zvPosted3axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
+                               options.toolLength);
+  const auto posted = creator.Post(program.toolPath, options.small);
+
+  OutputFolder folder(options.folder);
+  const PostedStatistics statistics = WriteFiles(*posted, folder, machine, progress);
+  progress.Stop();
+
+  const std::string prefix = options.folder + (options.folder.ends_with('/') ? "" : "/");
+  Report report;
+  report.toolPathFile = options.toolPathFile;
+  report.outputFiles = {prefix + "posted.csv", prefix + "posted.nc"};
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  report.secondsTaken = taken.count();
+  // Told before the files get their names: a job whose summary can't be written leaves none.
+  TextSink out(STDOUT_FILENO, "standard output");
+  out.Put(FormatReport(report, machine, program, statistics));
+  out.Flush();
+  folder.Commit();
+}
+
+}  // namespace kandrel_post

@@ -1,0 +1,173 @@
+#include "report.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
+
+#include "errors.h"
+#include "machine_values.h"
+
+namespace kandrel_post {
+
+namespace {
+
+constexpr std::size_t kMostWordsShown = 10;
+
+struct Limits {
+  double min;
+  double max;
+};
+
+// Of X, Y, Z and the rotary axes; the third rotary axis stands still at its angle.
+std::vector<Limits> LimitsOf(const MachineValues& values) {
+  std::vector<Limits> limits{{values.minLimits.x, values.maxLimits.x},
+                             {values.minLimits.y, values.maxLimits.y},
+                             {values.minLimits.z, values.maxLimits.z}};
+  for (int i = 0; i < values.RotaryCount(); ++i) {
+    const RotaryValues& rotary = values.rotary[static_cast<std::size_t>(i)];
+    limits.push_back(i < 2 ? Limits{rotary.min, rotary.max}
+                           : Limits{values.thirdAngle, values.thirdAngle});
+  }
+  return limits;
+}
+
+// A few decimals for people, and the exponent form where they would not do.
+std::string ForPeople(double value) {
+  return std::abs(value) < 1e9 ? fmt::format("{:.4f}", value + 0.0) : fmt::format("{:.4e}", value);
+}
+
+std::string Duration(double seconds) {
+  if (!(seconds < 1e9)) return fmt::format("{:.4g} s", seconds);
+  const auto whole = static_cast<std::uint64_t>(seconds);
+  return fmt::format("{}:{:02}:{:02} ({:.3f} s)", whole / 3600, whole / 60 % 60, whole % 60,
+                     seconds);
+}
+
+std::string Direction(const post::zvMachDef::Point& p) {
+  return fmt::format("({:g}, {:g}, {:g})", p.x, p.y, p.z);
+}
+
+std::string FiveAxisKindInWords(std::int32_t kind) {
+  switch (kind) {
+    case 0:
+      return "both on the table, tool length not added";
+    case 1:
+      return "both in the head";
+    case 3:
+      return "both on the table";
+    default:
+      return "one in the head, one on the table";
+  }
+}
+
+std::string SkippedWords(const ClProgram& program) {
+  std::vector<std::pair<std::string, std::uint64_t>> words(program.skippedWords.begin(),
+                                                           program.skippedWords.end());
+  std::stable_sort(words.begin(), words.end(),
+                   [](const auto& a, const auto& b) { return a.second > b.second; });
+  std::string text;
+  for (std::size_t i = 0; i < std::min(words.size(), kMostWordsShown); ++i)
+    text += fmt::format("{}{} {}", i == 0 ? "" : ", ", Printable(words[i].first), words[i].second);
+  if (words.size() > kMostWordsShown)
+    text += fmt::format(" and {} more", words.size() - kMostWordsShown);
+  return text;
+}
+
+}  // namespace
+
+void PostedStatistics::Add(const PostedRow& row) {
+  const post::zvPostedMove::Point& p = row.move.GetMachinePosition();
+  const std::array<double, 6> values{p.x, p.y, p.z, row.angles[0], row.angles[1], row.angles[2]};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    Range& range = m_ranges[i];
+    range.min = m_count == 0 ? values[i] : std::min(range.min, values[i]);
+    range.max = m_count == 0 ? values[i] : std::max(range.max, values[i]);
+  }
+  ++m_count;
+  m_rapidCount += row.move.IsRapid() ? 1 : 0;
+  m_seconds += row.move.GetMoveTime();
+}
+
+std::string FormatReport(const Report& report, const Machine& machine, const ClProgram& program,
+                         const PostedStatistics& posted) {
+  const MachineValues values = ValuesOf(*machine.builder.GetMachDef());
+  std::string text;
+  auto out = std::back_inserter(text);
+  fmt::format_to(out, "toolpath        {}", Printable(report.toolPathFile));
+  if (!program.partName.empty()) fmt::format_to(out, " ({})", Printable(program.partName));
+  fmt::format_to(out, "\nmachine         {}, {} axes, {}\n", Printable(machine.name), values.axes,
+                 UnitsWord(values.units));
+
+  const std::vector<Limits> limits = LimitsOf(values);
+  const std::vector<std::string> names = AxisNames(machine);
+  fmt::format_to(out, "axis            {:>14} {:>14} {:>14} {:>14}\n", "used from", "to",
+                 "limit from", "to");
+  for (std::size_t i = 0; i < limits.size() && posted.GetCount() != 0; ++i) {
+    const PostedStatistics::Range& range = posted.GetRange(i);
+    const bool outside = range.min < limits[i].min || range.max > limits[i].max;
+    fmt::format_to(out, "  {:<13} {:>14} {:>14} {:>14} {:>14}{}\n",
+                   i < names.size() ? names[i] : "", ForPeople(range.min), ForPeople(range.max),
+                   ForPeople(limits[i].min), ForPeople(limits[i].max), outside ? "  outside" : "");
+  }
+
+  const std::uint64_t inserted = posted.GetCount() - std::min(posted.GetCount(), program.moveCount);
+  fmt::format_to(out, "source moves    {}\n", program.moveCount);
+  fmt::format_to(out, "posted moves    {}\n", posted.GetCount());
+  fmt::format_to(out, "inserted        {}\n", inserted);
+  fmt::format_to(out, "large jumps     {}\n", report.largeJumps);
+  fmt::format_to(out, "rewindings      {}\n", report.rewindings);
+  fmt::format_to(out, "rapid           {}\n", posted.GetRapidCount());
+  fmt::format_to(out, "total time      {}\n", Duration(posted.GetSeconds()));
+  fmt::format_to(out, "seconds taken   {:.3f}\n", report.secondsTaken);
+  if (!program.skippedWords.empty())
+    fmt::format_to(out, "words skipped   {}\n", SkippedWords(program));
+  if (program.moveCount == 0) {
+    fmt::format_to(out, "note            the toolpath has no moves\n");
+  } else if (posted.GetCount() == 0) {
+    fmt::format_to(out, "note            the first pass has no moves: nothing is posted\n");
+  }
+  if (program.feedlessCount != 0)
+    fmt::format_to(out, "note            {} feed moves have no feed: their time is 0, and no F\n",
+                   program.feedlessCount);
+  for (const std::string& file : report.outputFiles)
+    fmt::format_to(out, "written         {}\n", Printable(file));
+  return text;
+}
+
+std::string DescribeMachine(const Machine& machine) {
+  const MachineValues v = ValuesOf(*machine.builder.GetMachDef());
+  const std::vector<std::string> names = AxisNames(machine);
+  std::string text;
+  auto out = std::back_inserter(text);
+  fmt::format_to(out, "{}: {} axes, lengths in {}\n", Printable(machine.name), v.axes,
+                 v.units == measures::zvUnitsFactory::inch ? "inches" : "millimetres");
+  fmt::format_to(out, "  spindle points along {}\n", Direction(v.spindle));
+  const post::zvMachDef::Point directions[] = {v.xAxis, v.yAxis, v.zAxis};
+  const std::vector<Limits> limits = LimitsOf(v);
+  for (std::size_t i = 0; i < 3; ++i)
+    fmt::format_to(out, "  {}: linear, along {}, from {:g} to {:g}\n", names[i],
+                   Direction(directions[i]), limits[i].min, limits[i].max);
+  for (std::size_t i = 3; i < limits.size(); ++i) {
+    const RotaryValues& rotary = v.rotary[i - 3];
+    fmt::format_to(out, "  {}: rotary, about {} through {}", names[i], Direction(rotary.direction),
+                   Direction(rotary.pivot));
+    if (i < 5) {
+      fmt::format_to(out, ", from {:g} to {:g} degrees", rotary.min, rotary.max);
+    } else {
+      fmt::format_to(out, ", fixed at {:g} degrees", v.thirdAngle);
+    }
+    if (v.axes == 6)
+      fmt::format_to(out, ", {}", v.onWorkpiece[i - 3] != 0 ? "on the table" : "in the head");
+    fmt::format_to(out, "\n");
+  }
+  if (v.axes == 4)
+    fmt::format_to(out, "  rotary axis {}\n",
+                   v.rotaryOnWorkpiece != 0 ? "on the table" : "in the head");
+  if (v.axes == 5) fmt::format_to(out, "  rotary axes {}\n", FiveAxisKindInWords(v.fiveAxisKind));
+  return text;
+}
+
+}  // namespace kandrel_post

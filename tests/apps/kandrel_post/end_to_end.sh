@@ -1,0 +1,158 @@
+#!/usr/bin/env bash
+# Runs kandrel-post as a person would: exit codes, what stands on which stream, and that a job that
+# fails leaves nothing behind.
+#
+#   end_to_end.sh PROGRAM
+set -u
+app=$1
+work=$(mktemp -d)
+trap 'chmod -R u+w "$work"; rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+complain() {
+  echo "FAILED: $*" >&2
+  failures=$((failures + 1))
+}
+
+# expect CODE PATTERN ARGUMENT...: the exit code, and a pattern for all of standard error. A job
+# that fails writes nothing to standard output.
+expect() {
+  local code=$1 pattern=$2
+  shift 2
+  "$app" "$@" >stdout 2>stderr
+  local got=$?
+  [ $got -eq "$code" ] || complain "exit code $got, $code expected: $*"
+  [[ "$(cat stderr)" =~ ^$pattern$ ]] || complain "standard error of $*: $(head -c 300 stderr)"
+  [ "$code" -eq 0 ] || [ ! -s stdout ] || complain "standard output of $*: $(head -c 300 stdout)"
+}
+
+# bad PATTERN TEXT [OPTION...]: posting TEXT fails with one error line and leaves no folder.
+bad() {
+  local pattern=$1
+  printf '%b' "$2" >bad.cl
+  shift 2
+  expect 1 "error $pattern" post -m preset:mill3_metric -t bad.cl -o bad "$@"
+  [ ! -e bad ] || complain "a folder is left for: $(head -c 100 bad.cl)"
+}
+
+any=$'[^\n]*'
+
+# What it can do, and help for each part of it with an example.
+expect 0 "" --version
+grep -q '^kandrel-post [0-9]' stdout || complain "--version: $(cat stdout)"
+for part in "" sample post machine "machine presets" "machine show"; do
+  expect 0 "" $part --help
+  grep -q 'Example: kandrel-post' stdout || complain "no example in $part --help"
+done
+expect 0 "" sample
+for name in $(awk '{print $1}' stdout); do expect 0 "" sample "$name"; done
+expect 0 "" machine presets
+for name in $(awk '{print $1}' stdout); do
+  expect 0 "" machine show "preset:$name"
+  expect 0 "" machine show "preset:$name" --json
+  cp stdout given_back.json
+  expect 0 "" machine show given_back.json --json
+  cmp -s stdout given_back.json || complain "$name as JSON does not read back"
+done
+
+# A posting, and one with every option.
+"$app" sample square >square.cl
+expect 0 "" post -m preset:mill3_metric -t square.cl -o out/of/here/
+grep -q '^source moves *8$' stdout || complain "summary: $(cat stdout)"
+[ "$(wc -l <out/of/here/posted.csv)" -eq 9 ] || complain "lines of posted.csv"
+tail -1 out/of/here/posted.nc | grep -q '^N[0-9]* M30$' || complain "end of posted.nc"
+[ "$(ls -A out/of/here | wc -l)" -eq 2 ] || complain "files left: $(ls -A out/of/here)"
+expect 0 "" post -m given_back.json -t square.cl -o out2 --origin -1.5,.5,-3e0 \
+  --tool-length -2 --set maxAngleStep=1 --set limitsCheck=3 --control 360,180 --small
+sed -n 2p out2/posted.csv | grep -q '^0,5,1,600,0,-1.5,0.5,15,,,,0,0,20,0,0,1,,,$' ||
+  complain "posted with options: $(sed -n 2p out2/posted.csv)"
+printf 'RAPID\nGOTO/1,2,3' >rapid.cl
+expect 0 "" post -m preset:mill3_metric -t rapid.cl -o out2 --link-type 2
+sed -n 2p out2/posted.csv | grep -q '^0,2,1,' || complain "--link-type: $(sed -n 2p out2/posted.csv)"
+printf '' >empty.cl
+expect 0 "" post -m preset:mill3_metric -t empty.cl -o out3
+[ "$(wc -l <out3/posted.csv)" -eq 1 ] || complain "an empty toolpath gives a header alone"
+
+# Wrong command lines.
+usage=$'.*'
+expect 2 "$usage"
+expect 2 "$usage" nonsense
+expect 2 "$usage" machine
+expect 2 "$usage" sample nonsense
+expect 2 "$usage" machine show preset:nonsense
+expect 2 "$usage" machine show machine.txt
+expect 2 "$usage" post -m preset:mill3_metric -t square.cl
+for option in --origin=1,2 --origin=1,2,3,4 --origin=a,b,c --origin=1,2,inf --tool-length=nan \
+  --tool-length=1,2 --set=nonsense=1 --set=maxAngleStep --set=maxAngleStep= --set=maxAngleStep=x \
+  --set=alignToolpath=1 --set=limitsCheck=1.5 --set=poleHandling=99999999999 --control=90 \
+  --control=none,none,none --link-type=6 --link-type=-1 --nonsense; do
+  expect 2 "$usage" post -m preset:mill3_metric -t square.cl -o usage "$option"
+  [ ! -e usage ] || complain "$option leaves a folder"
+done
+
+# Inputs that are no toolpath, or one that this machine can't run.
+bad "0: bad.cl:2: ${any}numbers expected${any}" 'GOTO/1,2,3\nGOTO/1,2\n'
+bad "0: bad.cl:1: ${any}CIRCLE${any}" 'CIRCLE/0,0,0,0,0,1,5\n'
+bad "0: bad.cl:1: ${any}per revolution" 'FEDRAT/0.2,MMPR\n'
+bad "0: bad.cl:1: ${any}fits a double${any}" 'GOTO/1e999,0,0\n'
+bad "0: bad.cl:1: ${any}NUL${any}" 'GOTO/1\0,2,3\n'
+bad "0: bad.cl:1: ${any}continues${any}" 'GOTO/1,2,$'
+bad "0: bad.cl:1: ${any}axis${any}" 'GOTO/1,2,3,0,0,0\n'
+bad "2637: Unknown move type." '$$ LINK 6\nGOTO/1,2,3\n'
+bad "5029: ${any}" 'GOTO/1,2,3,0,1,1\n'
+bad "5033: ${any}" 'UNITS/INCHES\nGOTO/1,2,3\n'
+bad "5009: ${any}" 'GOTO/1,2,3\n' --set poleAngleTolerance=20
+bad "5046: ${any}" 'GOTO/1,2,3\n' --set limitsCheck=7
+bad "5015: ${any}" 'GOTO/500.0001,2,3\n' --set limitsCheck=1
+bad "0: posted move 0 ${any}" 'GOTO/1.7e308,0,0\n' --origin 1.7e308,0,0
+bad "0: an interpolationDistance ${any}" 'GOTO/0,0,0\nGOTO/1e6,0,0\n' \
+  --set interpolateByDistance=true --set interpolationDistance=1e-9
+head -c 3000000 /dev/zero | tr '\0' x >long.cl
+post=(post -m preset:mill3_metric -o bad)
+expect 1 "error 0: long.cl:1: $any" "${post[@]}" -t long.cl
+expect 1 "error 0: missing.cl: $any" "${post[@]}" -t missing.cl
+expect 1 "error 0: .: $any" "${post[@]}" -t .
+expect 1 "error 0: /dev/zero:1: $any" "${post[@]}" -t /dev/zero
+expect 1 "error 0: missing.json: $any" post -m missing.json -t square.cl -o bad
+printf '{"axes": 3,\n "spin": 1}' >bad.json
+expect 1 "error 0: bad.json:2: $any" post -m bad.json -t square.cl -o bad
+printf '{"spindle": [0,0,0]}' >bad.json
+expect 1 "error 5024: $any" machine show bad.json
+printf '{"axes": 5}' >five.json
+expect 0 "" machine show five.json
+expect 1 "error 0: five.json: $any" post -m five.json -t square.cl -o bad
+[ ! -e bad ] || complain "a folder is left by a bad file"
+
+# Places that take no output: older files stay as they are.
+expect 1 "error 0: square.cl: $any" post -m preset:mill3_metric -t square.cl -o square.cl
+mkdir kept
+echo old >kept/posted.csv
+mkdir kept/posted.nc
+expect 1 "error 0: kept/posted.nc: $any" post -m preset:mill3_metric -t square.cl -o kept
+[ "$(cat kept/posted.csv)" = old ] || complain "an older posted.csv was touched"
+[ "$(ls -A kept)" = $'posted.csv\nposted.nc' ] || complain "files left: $(ls -A kept)"
+if [ "$(id -u)" -ne 0 ]; then
+  mkdir locked
+  chmod a-w locked
+  expect 1 "error 0: locked/posted.csv: $any" post -m preset:mill3_metric -t square.cl -o locked
+  chmod a-r square.cl
+  expect 1 "error 0: square.cl: $any" "${post[@]}" -t square.cl
+  chmod a+r square.cl
+fi
+"$app" post -m preset:mill3_metric -t square.cl -o full >/dev/full 2>stderr
+[ $? -eq 1 ] || complain "a full standard output is no failure"
+grep -q '^error 0: standard output: ' stderr || complain "full: $(cat stderr)"
+[ ! -e full ] || complain "a job without a summary leaves its files"
+
+# A process that may have little memory says so.
+if ! nm -D "$app" 2>/dev/null | grep -q __asan; then
+  awk 'BEGIN { for (i = 0; i < 400000; ++i) print "GOTO/" i ",0,0" }' >many.cl
+  (ulimit -v 100000 && exec "$app" post -m preset:mill3_metric -t many.cl -o little) >stdout 2>stderr
+  [ $? -eq 1 ] || complain "too little memory: exit code"
+  grep -q '^error 0: ' stderr || complain "too little memory: $(cat stderr)"
+  [ ! -e little ] || complain "too little memory leaves files"
+fi
+
+[ $failures -eq 0 ] || echo "$failures failures" >&2
+[ $failures -eq 0 ]

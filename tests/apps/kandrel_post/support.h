@@ -1,0 +1,70 @@
+// What the tests of the host application share.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <kandrel-post/cl_reader.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace tests {
+
+/// Reads CL text from memory, `bytesAtATime` bytes at a time.
+inline kandrel_post::ClProgram ReadClText(std::string_view text, std::size_t bytesAtATime = 1 << 20,
+                                          std::uint32_t linkType = 5) {
+  kandrel_post::ClOptions options;
+  options.rapidLinkType = linkType;
+  const auto source = [text, bytesAtATime](char* buffer, std::size_t bytes) mutable {
+    const std::size_t count = std::min({bytes, bytesAtATime, text.size()});
+    std::memcpy(buffer, text.data(), count);
+    text.remove_prefix(count);
+    return count;
+  };
+  const std::string name = "test.cl";
+  return kandrel_post::ReadCl(source, name, options);
+}
+
+/// The text of what `action` throws; "" when it throws nothing.
+template <class Action>
+std::string FailureText(Action&& action) {
+  try {
+    action();
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return "";
+}
+
+/// A folder of the running test, removed with the object.
+class ScratchFolder {
+ public:
+  ScratchFolder()
+      : m_path(std::filesystem::temp_directory_path() /
+               ("kandrel_post_tests-" + std::to_string(::getpid()))) {
+    std::filesystem::remove_all(m_path);
+    std::filesystem::create_directories(m_path);
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  ~ScratchFolder() { std::filesystem::remove_all(m_path); }
+
+  std::string Path(std::string_view name) const { return (m_path / name).string(); }
+
+ private:
+  std::filesystem::path m_path;
+};
+
+inline std::string FileText(const std::string& fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+}  // namespace tests
