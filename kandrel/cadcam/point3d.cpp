@@ -7,8 +7,9 @@ namespace cadcam {
 
 namespace detail {
 
+// In pairs: the form of three arguments drops a NaN in the last one in some libraries.
 double ScaledLength(double x, double y, double z) noexcept {
-  return std::hypot(x, y, z);
+  return std::hypot(std::hypot(x, y), z);
 }
 
 void ThrowNullVector() {

@@ -10,8 +10,6 @@ namespace {
 using cadcam::zvToolPath;
 using Types = zvPostedMove::Types;
 
-constexpr int kAhead = 6;
-
 Types TypeOfLink(std::uint32_t linkType) {
   if (linkType > 5) throw zvKandrelException(2637);
   return static_cast<Types>(linkType);
@@ -60,66 +58,6 @@ cadcam::zv5axMove AlignedCopy(const cadcam::zvCNCMove& move,
 void RequireFinite(const cadcam::zvCNCMove& move) {
   if (!IsFinite(move.GetPosition()) || !IsFinite(move.GetOrientation()))
     throw zvPostException(5039);
-}
-
-zvFlattener::zvFlattener(const zvToolPath& toolpath, const zvAlignMatrix& alignment)
-    : m_alignment(alignment) {
-  m_passes.Enter(toolpath.Children());
-}
-
-std::size_t zvFlattener::Read(std::span<zvMoveInPath> block) {
-  std::size_t count = 0;
-  if (m_alignment) {
-    m_aligned.clear();
-    m_aligned.reserve(block.size());
-  }
-  while (count < block.size()) {
-    if (m_moves.IsDone()) {
-      if (!EnterSection()) break;
-      continue;
-    }
-    // The moves lie scattered over the heap: what is needed soon is asked for while this one is
-    // worked on.
-    if (m_ahead != m_moves.end) {
-      const auto* move = reinterpret_cast<const char*>(m_ahead->Get());
-      __builtin_prefetch(move);
-      __builtin_prefetch(move + 64);
-      ++m_ahead;
-    }
-    const cadcam::zvCNCMove& source = **m_moves.next;
-    zvMoveInPath& item = block[count];
-    item.move = zvMoveView(source);
-    if (!IsFinite(item.move.GetPosition()) || !IsFinite(item.move.GetOrientation()))
-      throw zvPostException(5039);
-    if (m_alignment)
-      item.move = zvMoveView(m_aligned.emplace_back(AlignedCopy(source, *m_alignment)));
-    item.type = m_type;
-    ++m_moves.next;
-    ++count;
-  }
-  return count;
-}
-
-// Goes on to the next section, through slices and passes that hold none; false at the end.
-bool zvFlattener::EnterSection() {
-  while (m_sections.IsDone()) {
-    if (!m_slices.IsDone()) {
-      m_sections.Enter((*m_slices.next)->Children());
-      ++m_slices.next;
-    } else if (!m_passes.IsDone()) {
-      m_slices.Enter((*m_passes.next)->Children());
-      ++m_passes.next;
-    } else {
-      return false;
-    }
-  }
-  const cadcam::zvTPSection& section = **m_sections.next;
-  m_type = PostedMoveTypeOf(section);
-  m_moves.Enter(section);
-  m_ahead = m_moves.next;
-  for (int i = 0; i < kAhead && m_ahead != m_moves.end; ++i) ++m_ahead;
-  ++m_sections.next;
-  return true;
 }
 
 void Flatten(const zvToolPath& toolpath, const zvAlignMatrix& alignment, zvFlatMoves& moves) {

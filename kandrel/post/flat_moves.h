@@ -5,14 +5,9 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/large_array.h>
-#include <kandrel/post/move_grabber.h>
 #include <kandrel/post/posted_move.h>
 
-#include <cstddef>
-#include <list>
-#include <span>
 #include <utility>
-#include <vector>
 
 namespace post {
 
@@ -45,52 +40,9 @@ KANDREL_API cadcam::zv5axMove AlignedCopy(const cadcam::zvCNCMove& move,
 /// Throws zvPostException 5039 for a position or orientation that is infinite or NaN.
 KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
 
-/// A move that someone else keeps, with its type.
-struct zvMoveInPath {
-  zvMoveView move;
-  zvPostedMove::Types type = zvPostedMove::noLink;
-};
-
-/// Reads a toolpath tree as one sequence of moves with their types, a block at a time and without
-/// allocating per move. The toolpath is never changed and must stay as it is while it is read.
-class KANDREL_API zvFlattener {
- public:
-  zvFlattener(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment);
-
-  /// Fills `block` from the front and returns how much of it, less than all at the end only. The
-  /// moves are those of the toolpath, or with an alignment copies that last until the next Read.
-  /// Throws "Accessing NULL pointer" for a null pointer met on the way, and as RequireFinite,
-  /// PostedMoveTypeOf and zvMoveView do.
-  std::size_t Read(std::span<zvMoveInPath> block);
-
- private:
-  bool EnterSection();
-
-  template <class List>
-  struct Range {
-    typename List::const_iterator next{};
-    typename List::const_iterator end{};
-
-    void Enter(const List& list) {
-      next = list.begin();
-      end = list.end();
-    }
-    bool IsDone() const { return next == end; }
-  };
-
-  zvAlignMatrix m_alignment;
-  std::vector<cadcam::zv5axMove> m_aligned;
-  Range<std::list<misc::zvAutoPointer<cadcam::zvTPPass>>> m_passes;
-  Range<std::list<misc::zvAutoPointer<cadcam::zvTPSlice>>> m_slices;
-  Range<std::list<misc::zvAutoPointer<cadcam::zvTPSection>>> m_sections;
-  Range<cadcam::zvMoveList> m_moves;
-  cadcam::zvMoveList::const_iterator m_ahead;
-  zvPostedMove::Types m_type = zvPostedMove::noLink;
-};
-
 /// Fills an array of the toolpath's move count. Without an alignment moves are shared, with one
-/// they are aligned copies on the heap. Fails as zvFlattener::Read does, but shares
-/// a plain zvCNCMove.
+/// they are aligned copies on the heap. Throws "Accessing NULL pointer" for a
+/// null pointer met on the way, and as RequireFinite, PostedMoveTypeOf and AlignedCopy do.
 KANDREL_API void Flatten(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
                          zvFlatMoves& moves);
 

@@ -19,25 +19,14 @@ void zvMoveGrabber::Visit(const zvCNCMove&) {
 
 namespace post {
 
-namespace {
+void zvMoveView::ExtendedFinder::Visit(const cadcam::zv5axMove& move) {
+  extended = &move;
+}
 
-// Finds the move's own class; a plain one is refused.
-class ExtendedFinder final : public cadcam::zvCNCMoveVisitor {
- public:
-  void Visit(const cadcam::zv5axMove& move) override { extended = &move; }
-  void Visit(const cadcam::zv3axMove&) override {}
-  void Visit(const cadcam::zvCNCMove&) override { throw zvPostException(2503); }
+void zvMoveView::ExtendedFinder::Visit(const cadcam::zv3axMove&) {}
 
-  const cadcam::zv5axMove* extended = nullptr;
-};
-
-}  // namespace
-
-zvMoveView::zvMoveView(const cadcam::zvCNCMove& move)
-    : m_base(&move), m_position(&move.GetPosition()), m_orientation(&move.GetOrientation()) {
-  ExtendedFinder finder;
-  move.AcceptVisitor(finder);
-  m_extended = finder.extended;
+void zvMoveView::ExtendedFinder::Visit(const cadcam::zvCNCMove&) {
+  throw zvPostException(2503);
 }
 
 }  // namespace post

@@ -36,7 +36,12 @@ class KANDREL_API zvMoveView {
   /// A view of nothing, to be assigned to.
   zvMoveView() = default;
   /// Throws zvPostException 2503 for a plain zvCNCMove.
-  explicit zvMoveView(const cadcam::zvCNCMove& move);
+  explicit zvMoveView(const cadcam::zvCNCMove& move)
+      : m_base(&move), m_position(&move.GetPosition()), m_orientation(&move.GetOrientation()) {
+    ExtendedFinder finder;
+    move.AcceptVisitor(finder);
+    m_extended = finder.extended;
+  }
 
   const Point& GetPosition() const noexcept { return *m_position; }
   const Point& GetOrientation() const noexcept { return *m_orientation; }
@@ -56,6 +61,16 @@ class KANDREL_API zvMoveView {
   }
 
  private:
+  // Finds the move's own class; a plain one is refused.
+  class KANDREL_API ExtendedFinder final : public cadcam::zvCNCMoveVisitor {
+   public:
+    void Visit(const cadcam::zv5axMove& move) override;
+    void Visit(const cadcam::zv3axMove& move) override;
+    void Visit(const cadcam::zvCNCMove& move) override;
+
+    const cadcam::zv5axMove* extended = nullptr;
+  };
+
   const cadcam::zvCNCMove* m_base = nullptr;
   const cadcam::zv5axMove* m_extended = nullptr;
   // Asked for once, as the getters are virtual.

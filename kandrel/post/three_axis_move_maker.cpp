@@ -10,22 +10,4 @@ zvPosted3axMoveMaker::zvPosted3axMoveMaker(const zv3axMachDef& machDef, const Po
   m_toolVector = toolLengthCompensation * m_machDef.GetSpindleDirection();
 }
 
-zvPosted3axMoveMaker::Point zvPosted3axMoveMaker::MachinePosition(const Point& partPosition) const {
-  if (m_transformation) return *m_transformation * partPosition;
-  const Point p_mach = partPosition + *m_partOrigin + m_toolVector;
-  return m_machDef.IsIdentityTransform() ? p_mach : *m_machDef.GetInverseAxisMatrix() * p_mach;
-}
-
-zvPosted3axMove zvPosted3axMoveMaker::Make(const zvMoveView& move, zvPostedMove::Types type,
-                                           std::int32_t sourceIndex, bool inserted,
-                                           bool smallMoves) const {
-  const Point& p_part = move.GetPosition();
-  if (smallMoves)
-    return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
-                           move.IsRapid(), type);
-  return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
-                         move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
-                         move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
-}
-
 }  // namespace post

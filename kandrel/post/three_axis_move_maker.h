@@ -26,10 +26,22 @@ class KANDREL_API zvPosted3axMoveMaker {
   /// Machine position of a part position: p + part origin + L s, then through the inverse of the
   /// machine's axis matrix unless it counts as the identity. With a transformation set it is that
   /// of p and nothing else.
-  Point MachinePosition(const Point& partPosition) const;
+  Point MachinePosition(const Point& partPosition) const {
+    if (m_transformation) return *m_transformation * partPosition;
+    const Point p_mach = partPosition + *m_partOrigin + m_toolVector;
+    return m_machDef.IsIdentityTransform() ? p_mach : *m_machDef.GetInverseAxisMatrix() * p_mach;
+  }
 
   zvPosted3axMove Make(const zvMoveView& move, zvPostedMove::Types type, std::int32_t sourceIndex,
-                       bool inserted, bool smallMoves) const;
+                       bool inserted, bool smallMoves) const {
+    const Point& p_part = move.GetPosition();
+    if (smallMoves)
+      return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
+                             move.IsRapid(), type);
+    return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
+                           move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
+                           move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
+  }
 
   const misc::zvAutoPointer<zvTransformation3d>& GetTransformation() const noexcept {
     return m_transformation;

@@ -5,10 +5,9 @@
 #include <kandrel/post/limit_checker.h>
 #include <kandrel/post/mach_def_utils.h>
 #include <kandrel/post/move_times.h>
+#include <kandrel/post/path_reader.h>
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/step_counts.h>
-
-#include <array>
 
 using post::zvKDRParam;
 using post::zvPostedMove;
@@ -71,7 +70,6 @@ zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::Post(const cadcam::zvToo
   CheckUnits(m_machDef, toolpath);
   PostMain(toolpath, smallMoves);
   CheckLimits();
-  post::ComputeMoveTimes(*m_posted.Get());
   return m_posted.Get();
 }
 
@@ -98,7 +96,7 @@ void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
   AlignToolpath(toolpath);
   RequireFiniteSetup();
   try {
-    PostInBlocks(toolpath, smallMoves);
+    PostInOneWalk(toolpath, smallMoves);
   } catch (...) {
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is told, and how far the list is filled.
@@ -108,25 +106,20 @@ void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
   }
 }
 
-// Takes each block through all steps while it is in the cache: the flattened toolpath need not be
-// kept, and the moves are read from memory once.
-void zvPosted3axTPCreator::PostInBlocks(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+// Takes each move through all steps at once, so that moves are read from memory once and no
+// flattened toolpath is kept.
+void zvPosted3axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   const bool checks = !m_maker.GetTransformation();
-  std::array<post::zvMoveInPath, 256> block;
-  post::zvFlattener flattener(toolpath, GetAlignMatrix());
-  std::uint64_t index = 0;
-  while (const std::size_t count = flattener.Read(block)) {
-    const std::span<const post::zvMoveInPath> moves(block.data(), count);
-    // Paths for these machines repeat one orientation: it is checked once for a run of moves.
-    const cadcam::zvTPoint3d<double>* checked = nullptr;
-    for (const post::zvMoveInPath& item : moves) {
-      const cadcam::zvTPoint3d<double>& orientation = item.move.GetOrientation();
-      if (!checks || (checked != nullptr && orientation == *checked)) continue;
+  // Paths for these machines repeat one orientation: it is checked once for a run of moves.
+  cadcam::zvTPoint3d<double> checked;
+  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  for (std::uint64_t index = 0; reader.Next(); ++index) {
+    const cadcam::zvTPoint3d<double>& orientation = reader.GetMove().GetOrientation();
+    if (checks && (index == 0 || !(orientation == checked))) {
       CheckOrientation(orientation);
-      checked = &orientation;
+      checked = orientation;
     }
-    BuildPostedMoves(moves, index, smallMoves);
-    index += count;
+    AppendPostedMove(reader.GetMove(), reader.GetType(), index, smallMoves);
   }
 }
 
@@ -136,10 +129,8 @@ void zvPosted3axTPCreator::PostWhole(const cadcam::zvToolPath& toolpath, bool sm
   if (!m_maker.GetTransformation())
     for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
       CheckOrientation(moves[i].first->GetOrientation());
-  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
-    const post::zvMoveInPath item{post::zvMoveView(*moves[i].first), moves[i].second};
-    BuildPostedMoves({&item, 1}, i, smallMoves);
-  }
+  for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
+    AppendPostedMove(post::zvMoveView(*moves[i].first), moves[i].second, i, smallMoves);
 }
 
 void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
@@ -155,40 +146,41 @@ void zvPosted3axTPCreator::CheckOrientation(const cadcam::zvTPoint3d<double>& or
     throw zvPostException(5029);
 }
 
-void zvPosted3axTPCreator::BuildPostedMoves(std::span<const post::zvMoveInPath> moves,
-                                            std::uint64_t firstIndex, bool smallMoves) {
+void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPostedMove::Types type,
+                                            std::uint64_t index, bool smallMoves) {
   List& list = *m_posted.Get();
-  const bool interpolates = GetPar().GetInterpolateByDistance();
   const Move* previous = list.IsEmpty() ? nullptr : &list.Back();
-  std::uint64_t index = firstIndex;
-  for (const post::zvMoveInPath& source : moves) {
-    const auto current = list.EmplaceWith(list.end(), [&] {
-      return m_maker.Make(source.move, source.type, static_cast<std::int32_t>(index), false,
-                          smallMoves);
-    });
-    if (interpolates && previous != nullptr) Interpolate(*previous, current, smallMoves);
-    previous = &*current;
-    ++index;
-  }
+  const auto current = list.EmplaceWith(list.end(), [&] {
+    return m_maker.Make(move, type, static_cast<std::int32_t>(index), false, smallMoves);
+  });
+  if (previous == nullptr) return;
+  if (GetPar().GetInterpolateByDistance()) previous = Interpolate(*previous, current, smallMoves);
+  // Nothing moves a posted move after this, so that its time can be told at once.
+  current->SetMoveTime(post::MoveTime(*previous, *current));
 }
 
-// Puts the moves between the two before the current one.
-void zvPosted3axTPCreator::Interpolate(const Move& previous, List::iterator current,
-                                       bool smallMoves) {
-  if (current->IsRapid() && !GetPar().GetInterpolateRapidMoves()) return;
+// Puts the moves between the two before the current one; returns the last before it.
+const post::zvPosted3axMove* zvPosted3axTPCreator::Interpolate(const Move& previous,
+                                                               List::iterator current,
+                                                               bool smallMoves) {
+  if (current->IsRapid() && !GetPar().GetInterpolateRapidMoves()) return &previous;
   const double distance = (current->GetPartPosition() - previous.GetPartPosition()).Length();
   const std::uint32_t count = post::StepsByDistance(GetPar(), distance);
-  if (count == 0) return;
+  if (count == 0) return &previous;
   post::zvIntermediateMoves between(previous, *current, smallMoves);
+  const Move* last = &previous;
   const double step = 1.0 / (count + 1.0);
   double t = 0;
   for (std::uint32_t k = 0; k < count; ++k) {
     t += step;
-    m_posted.Get()->EmplaceWith(current, [&] {
+    const auto inserted = m_posted.Get()->EmplaceWith(current, [&] {
       return m_maker.Make(post::zvMoveView(between.At(t)), between.GetType(),
                           between.GetSourceIndex(), between.IsInserted(), smallMoves);
     });
+    inserted->SetMoveTime(post::MoveTime(*last, *inserted));
+    last = &*inserted;
   }
+  return last;
 }
 
 void zvPosted3axTPCreator::CheckLimits() const {

@@ -9,7 +9,6 @@
 #include <kandrel/post/three_axis_move_maker.h>
 
 #include <cstdint>
-#include <span>
 #include <utility>
 
 /// Machine coordinates beside the original part position and orientation. Limits are reported or
@@ -74,12 +73,12 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
  private:
   void PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void AlignToolpath(const cadcam::zvToolPath& toolpath);
-  void PostInBlocks(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostWhole(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void CheckOrientation(const cadcam::zvTPoint3d<double>& orientation) const;
-  void BuildPostedMoves(std::span<const post::zvMoveInPath> moves, std::uint64_t firstIndex,
-                        bool smallMoves);
-  void Interpolate(const Move& previous, List::iterator current, bool smallMoves);
+  void AppendPostedMove(const post::zvMoveView& move, post::zvPostedMove::Types type,
+                        std::uint64_t index, bool smallMoves);
+  const Move* Interpolate(const Move& previous, List::iterator current, bool smallMoves);
   void CheckLimits() const;
 
   post::zv3axMachDef m_machDef;

@@ -204,6 +204,34 @@ TEST(ThreeAxisCreator, RefusesBadInput) {
       5046, L"Unknown machine limits."));
 }
 
+TEST(ThreeAxisCreator, TheOrderOfTheChecksDecidesWhichOfSeveralFaultsIsTold) {
+  const auto plain = misc::MakeAutoPointer<cadcam::zvCNCMove>();
+  const auto tilted = Move3({}, 1000, false, {1, 0, 0});
+  const auto notFinite = Move3({kNaN, 0, 0});
+  const struct {
+    PathBuilder::Moves moves;
+    std::uint32_t id;
+    std::uint32_t listed;
+  } cases[] = {
+      {{Move3({}), tilted, notFinite}, 5039, 0},  // flattening comes before the orientations
+      {{Move3({}), plain, notFinite}, 5039, 0},
+      {{Move3({}), plain, tilted}, 5029, 0},  // and those before any move is posted
+      {{Move3({}), Move3({}), plain}, 2503, 2},
+  };
+  for (const auto& c : cases) {
+    Scene scene;
+    auto creator = scene.Creator();
+    std::uint32_t id = 0;
+    try {
+      creator.Post(PathBuilder().Contour(c.moves), false);
+    } catch (const zvPostException& e) {
+      id = e.GetId();
+    }
+    EXPECT_EQ(id, c.id);
+    EXPECT_EQ(creator.GetPostedList()->GetCount(), c.listed);
+  }
+}
+
 TEST(ThreeAxisCreator, ReportsTheFirstLimitBrokenByMoreThanRounding) {
   struct Case {
     Point position;

@@ -1,0 +1,76 @@
+// zvPathReader: a toolpath tree as one sequence of moves with their types.
+#pragma once
+
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/flat_moves.h>
+#include <kandrel/post/move_grabber.h>
+#include <kandrel/post/posted_move.h>
+
+#include <list>
+
+namespace post {
+
+/// Reads the moves in the order of the tree, one at a time and without allocating. The toolpath is
+/// never changed and must stay as it is while it is read.
+class KANDREL_API zvPathReader {
+ public:
+  /// The matrix may be null; with one the moves read are aligned copies.
+  zvPathReader(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
+      : m_alignment(alignment) {
+    m_passes.Enter(toolpath.Children());
+  }
+
+  /// Goes on to the next move, at first to the first one; false at the end. Throws "Accessing NULL
+  /// pointer" for a null pointer met on the way, and as RequireFinite, PostedMoveTypeOf and
+  /// zvMoveView do.
+  bool Next() {
+    if (m_moves.IsDone() && !EnterSection()) return false;
+    // Moves lie scattered over the heap: what is needed soon is asked for while one is worked on.
+    if (m_ahead != m_moves.end) {
+      const cadcam::zvCNCMove* move = m_ahead->Get();
+      __builtin_prefetch(move);
+      __builtin_prefetch(reinterpret_cast<const char*>(move) + 64);
+      ++m_ahead;
+    }
+    const cadcam::zvCNCMove& source = **m_moves.next;
+    m_move = zvMoveView(source);
+    if (!IsFinite(m_move.GetPosition()) || !IsFinite(m_move.GetOrientation())) ThrowNotFinite();
+    if (m_alignment) Align(source);
+    ++m_moves.next;
+    return true;
+  }
+
+  /// The move that Next came to and the type of its section; valid until the next call.
+  const zvMoveView& GetMove() const noexcept { return m_move; }
+  zvPostedMove::Types GetType() const noexcept { return m_type; }
+
+ private:
+  template <class List>
+  struct Range {
+    typename List::const_iterator next{};
+    typename List::const_iterator end{};
+
+    void Enter(const List& list) {
+      next = list.begin();
+      end = list.end();
+    }
+    bool IsDone() const { return next == end; }
+  };
+
+  bool EnterSection();
+  void Align(const cadcam::zvCNCMove& source);
+  [[noreturn]] static void ThrowNotFinite();
+
+  Range<cadcam::zvMoveList> m_moves;
+  cadcam::zvMoveList::const_iterator m_ahead;
+  zvMoveView m_move;
+  zvPostedMove::Types m_type = zvPostedMove::noLink;
+  Range<std::list<misc::zvAutoPointer<cadcam::zvTPSection>>> m_sections;
+  Range<std::list<misc::zvAutoPointer<cadcam::zvTPSlice>>> m_slices;
+  Range<std::list<misc::zvAutoPointer<cadcam::zvTPPass>>> m_passes;
+  zvAlignMatrix m_alignment;
+  cadcam::zv5axMove m_aligned;
+};
+
+}  // namespace post
