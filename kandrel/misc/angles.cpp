@@ -47,4 +47,30 @@ double CircularDistance(double a, double b) noexcept {
   return std::min(high - low, low + kFullTurnDeg - high);
 }
 
+double WindsBetween(double from, double to) noexcept {
+  const double difference = to - from;
+  if (std::fabs(difference) <= 180.0) return 0;
+  const double turns = std::trunc((std::fabs(difference) - 180.0) / kFullTurnDeg) + 1;
+  return difference < 0 ? turns : -turns;
+}
+
+double WrapIntoRange(double deg, double low, double high) noexcept {
+  const double reduced = deg == 0 ? deg : Remainder360(deg);
+  if (reduced < low && reduced + kFullTurnDeg <= high) return reduced + kFullTurnDeg;
+  if (reduced > high && reduced - kFullTurnDeg >= low) return reduced - kFullTurnDeg;
+  return reduced;
+}
+
+bool InCircularRange(double low, double high, double deg, double tolerance) noexcept {
+  if (high - low >= kFullTurnDeg - tolerance) return true;
+  const double wrappedLow = WrapTo360(low);
+  const double wrappedHigh = WrapTo360(high);
+  const double wrapped = WrapTo360(deg);
+  const bool aboveLow = wrappedLow <= wrapped + tolerance;
+  const bool belowHigh = wrapped <= wrappedHigh + tolerance;
+  // A range that runs over the seam at 0 is made of two pieces.
+  const bool wraps = wrappedLow + tolerance >= wrappedHigh;
+  return wraps ? aboveLow || belowHigh : aboveLow && belowHigh;
+}
+
 }  // namespace misc

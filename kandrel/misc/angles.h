@@ -22,4 +22,16 @@ KANDREL_API double WrapTo180(double deg) noexcept;
 /// finite.
 KANDREL_API double CircularDistance(double a, double b) noexcept;
 
+/// The number of whole turns that bring `to` within half a turn of `from`; 0 for a difference of
+/// exactly half a turn. A double, as it may be any size; NaN or infinite for such a difference.
+KANDREL_API double WindsBetween(double from, double to) noexcept;
+
+/// `deg` reduced towards zero by whole turns, and brought into [low, high] by one more turn where
+/// that is possible. An exact 0 stays.
+KANDREL_API double WrapIntoRange(double deg, double low, double high) noexcept;
+
+/// True when `deg` lies between `low` and `high` on the circle, with the slack `tolerance`; always
+/// for a range of at least a full turn less the slack, and also for `low` equal to `high`.
+KANDREL_API bool InCircularRange(double low, double high, double deg, double tolerance) noexcept;
+
 }  // namespace misc

@@ -27,8 +27,36 @@ inline constexpr double kOppositeAxis = 1e-10;
 /// products of unit vectors would otherwise show as angles of up to 1e-8 rad.
 inline constexpr double kArcCosineSnap = 1e-10;
 
+/// How far below 0 the squared distance that decides whether an orientation can be reached may lie
+/// by rounding.
+inline constexpr double kUnreachable = 1e-8;
+
+/// A point this near to a pivot, or a direction this parallel to an axis (sine), is not turned.
+inline constexpr double kOnAxis = 1e-12;
+
+/// Slack of the test whether a position on a pole lies inside the linear limits: exact in practice.
+inline constexpr double kInsideLimits = 1e-15;
+
+/// How near a bisection on a pole comes to a limit plane before the plane is taken, in length.
+inline constexpr double kLimitPlane = 1e-13;
+
+/// Largest difference of two sizes of step for which a subdivision counts as having brought
+/// nothing, and of two angles for which they count as the same in a pole's neighbourhood.
+inline constexpr double kSameStep = 1e-6;
+
+/// What a lift of 1000 along the tool may move a linear axis by and still not move it: 1e-12 of the
+/// lift, as kinematics leave noise where there is no motion.
+inline constexpr double kNoMotion = 1e-9;
+
+/// How near a bisection comes to a rotary limit, degrees: 1e-6 as a 32-bit float.
+inline constexpr double kRotaryLimitHit = 9.999999974752427e-7;
+
+/// Whole turns below this count as none when rewinding, degrees.
+inline constexpr double kFullTurnLessRounding = 359.999999999999;
+
 inline constexpr double kPi = 3.14159265358979323846;
 inline constexpr double kDegreesPerRadian = 57.29577951308232;
+inline constexpr double kRadiansPerDegree = 0.017453292519943295;
 inline constexpr double kFullTurnDeg = 360.0;
 
 }  // namespace misc

@@ -3,11 +3,10 @@
 
 namespace post {
 
-zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& machinePosition,
-                              const zvMachDef& machDef) {
+zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& p_mach, const zvMachDef& machDef) {
   const auto& low = machDef.GetMinLimits();
   const auto& high = machDef.GetMaxLimits();
-  const auto& m = machinePosition;
+  const auto& m = p_mach;
   const struct {
     double low, value, high;
   } axes[] = {{low.x, m.x, high.x}, {low.y, m.y, high.y}, {low.z, m.z, high.z}};
@@ -18,6 +17,15 @@ zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& machinePosition,
     ++axis;
   }
   return {};
+}
+
+std::array<zvRotaryRange, 1> RotaryRangesOf(const zv4axMachDef& machDef) {
+  return {{{machDef.GetMinAngle(), machDef.GetMaxAngle()}}};
+}
+
+std::array<zvRotaryRange, 2> RotaryRangesOf(const zv5axMachDef& machDef) {
+  return {{{machDef.GetMinFirstAngle(), machDef.GetMaxFirstAngle()},
+           {machDef.GetMinSecondAngle(), machDef.GetMaxSecondAngle()}}};
 }
 
 }  // namespace post

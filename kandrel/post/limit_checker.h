@@ -1,16 +1,136 @@
-// Limit tests of posted moves.
+// Limit tests of posted moves, and shifting a whole list into its rotary limits.
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/limit_type.h>
 #include <kandrel/post/mach_def.h>
+#include <kandrel/post/move_traits.h>
+
+#include <array>
+#include <cmath>
 
 namespace post {
 
 /// The first limit that a machine position breaks by more than 1e-12, in the order x minimum, x
 /// maximum, y, z; none when it keeps them all. A coordinate or limit that is not a number breaks.
-KANDREL_API zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& machinePosition,
+KANDREL_API zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& p_mach,
                                           const zvMachDef& machDef);
+
+/// The range of one rotary axis, degrees.
+struct zvRotaryRange {
+  double min;
+  double max;
+};
+
+/// The ranges of a machine's rotary axes in the order of its moves' angles.
+KANDREL_API std::array<zvRotaryRange, 1> RotaryRangesOf(const zv4axMachDef& machDef);
+KANDREL_API std::array<zvRotaryRange, 2> RotaryRangesOf(const zv5axMachDef& machDef);
+
+/// The first rotary limit that a move breaks by more than `slack`, each axis' minimum before its
+/// maximum, without reducing angles by whole turns.
+template <class Move>
+zvLimitType FirstRotaryExcess(const Move& move,
+                              const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges,
+                              double slack) {
+  for (int axis = 0; axis < zvMoveTraits<Move>::kAxes; ++axis) {
+    const double deg = zvMoveTraits<Move>::Angle(move, axis);
+    if (!(ranges[axis].min - slack <= deg))
+      return {zvLimitType::kFirstRotary + axis, zvLimitType::kMinimum};
+    if (!(ranges[axis].max + slack >= deg))
+      return {zvLimitType::kFirstRotary + axis, zvLimitType::kMaximum};
+  }
+  return {};
+}
+
+/// The checks of a finished list, and the shift that may spare a rewinding. Refers to all that it
+/// is given.
+template <class Move>
+class zvLimitChecker {
+ public:
+  using List = misc::zvMemoryPoolList<Move>;
+  using Traits = zvMoveTraits<Move>;
+  using Ranges = std::array<zvRotaryRange, Traits::kAxes>;
+
+  template <class MachDef>
+  zvLimitChecker(List& list, const MachDef& machDef, double limitTolerance)
+      : m_list(list),
+        m_machDef(machDef),
+        m_ranges(RotaryRangesOf(machDef)),
+        m_slack(limitTolerance) {}
+
+  /// The limit that the first move out of a rotary range breaks.
+  zvLimitType RotaryExcess() const {
+    for (const Move& move : m_list)
+      if (const zvLimitType limit = FirstRotaryExcess(move, m_ranges, m_slack); !limit.IsNone())
+        return limit;
+    return {};
+  }
+
+  /// The limit that the first move out of the linear limits breaks.
+  zvLimitType LinearExcess() const {
+    for (const Move& move : m_list)
+      if (const zvLimitType limit = FirstLinearExcess(move.GetMachinePosition(), m_machDef);
+          !limit.IsNone())
+        return limit;
+    return {};
+  }
+
+  /// Shifts the angles of the list by whole turns into their ranges where that can be. False when
+  /// the list fits or has been made to; true when a shift is not enough for some axis.
+  ///
+  /// With two axes the lower bound of the second stays its first value, and values below that go to
+  /// the lower bound of the first instead, raising it where they are above it: deliberate.
+  bool TryShiftAll() {
+    Bounds bounds;
+    auto move = m_list.begin();
+    if (move != m_list.end()) {
+      for (int axis = 0; axis < Traits::kAxes; ++axis)
+        bounds.low[axis] = bounds.high[axis] = Traits::Angle(*move, axis);
+      while (++move != m_list.end()) bounds.Include(*move);
+    }
+    for (int axis = 0; axis < Traits::kAxes; ++axis)
+      if (!ShiftAxis(axis, bounds.low[axis], bounds.high[axis])) return true;
+    return false;
+  }
+
+ private:
+  struct Bounds {
+    std::array<double, Traits::kAxes> low;
+    std::array<double, Traits::kAxes> high{};
+
+    Bounds() { low.fill(misc::kNoValue); }
+
+    void Include(const Move& move) {
+      const double first = Traits::Angle(move, 0);
+      if (first < low[0]) low[0] = first;
+      if (first > high[0]) high[0] = first;
+      if constexpr (Traits::kAxes == 2) {
+        const double second = Traits::Angle(move, 1);
+        if (second > high[1]) high[1] = second;
+        if (second < low[1]) low[0] = second;
+      }
+    }
+  };
+
+  // False when no shift brings the axis into its range.
+  bool ShiftAxis(int axis, double low, double high) {
+    const auto [min, max] = m_ranges[axis];
+    if (high + m_slack < low) return false;
+    if (min - m_slack <= low && high <= max + m_slack) return true;
+    if ((max - min) + m_slack < high - low) return false;
+    const double shift = std::ceil((min - low) / misc::kFullTurnDeg) * misc::kFullTurnDeg;
+    if (!std::isfinite(shift) || high + shift > max + m_slack) return false;
+    for (Move& move : m_list) Traits::SetAngle(move, axis, Traits::Angle(move, axis) + shift);
+    return true;
+  }
+
+  List& m_list;
+  const zvMachDef& m_machDef;
+  Ranges m_ranges;
+  double m_slack;
+};
 
 }  // namespace post

@@ -1,3 +1,4 @@
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/step_counts.h>
 
@@ -20,6 +21,12 @@ std::uint32_t StepsByDistance(const zvKDRParam& par, double distance) {
   const double step = par.GetInterpolationDistance();
   if (!par.GetInterpolateByDistance() || !(step > 0) || !(step < distance)) return 0;
   return Count(std::trunc(distance / step) + 1);
+}
+
+std::uint32_t StepsByAngle(const zvKDRParam& par, double angle) {
+  const double step = par.GetMaxAngleStep();
+  if (!(step > 0) || !(step + misc::kEqual < angle)) return 0;
+  return Count(std::trunc(angle / step));
 }
 
 }  // namespace post

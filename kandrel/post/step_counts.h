@@ -14,4 +14,9 @@ namespace post {
 /// 32 bits.
 KANDREL_API std::uint32_t StepsByDistance(const zvKDRParam& par, double distance);
 
+/// 0 when MaxAngleStep is not above 0 or when it is at least `angle` less 1e-12; else
+/// trunc(angle / step), without the one that the distance rule adds. Throws as StepsByDistance
+/// does.
+KANDREL_API std::uint32_t StepsByAngle(const zvKDRParam& par, double angle);
+
 }  // namespace post

@@ -1,0 +1,51 @@
+// Large angle jumps: rotary motion too large to be cut is made off the part.
+#pragma once
+
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/post/move_traits.h>
+
+#include <cmath>
+#include <cstdint>
+
+namespace post {
+
+/// Where a feed move's circular angle distance from the move before is above `maxAngleJump`, puts
+/// `lift(previous)` and `drop(current)` before it: the tool leaves at the angles of the one,
+/// swings, and comes down at those of the other. Rapid moves get none. Returns the number of jumps.
+/// `lift` and `drop` are the same callable `retract`, which may throw; what is inserted until then
+/// stays.
+template <class Move, class Retract>
+std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double maxAngleJump,
+                                    const Retract& retract) {
+  using Traits = zvMoveTraits<Move>;
+  if (list.GetCount() < 2) return 0;
+  // Winded neighbours are within half a turn, where the plain difference is the circular distance
+  // up to rounding: it decides all but the borderline cases.
+  constexpr double kBorder = 1e-9;
+  std::uint32_t jumps = 0;
+  auto previous = list.begin();
+  auto current = previous;
+  for (++current; current != list.end(); previous = current, ++current) {
+    if (current->IsRapid()) continue;
+    double plain = 0;
+    for (int axis = 0; axis < Traits::kAxes; ++axis)
+      plain = std::max(plain,
+                       std::fabs(Traits::Angle(*current, axis) - Traits::Angle(*previous, axis)));
+    if (plain < maxAngleJump - kBorder) continue;
+    if (!(maxAngleJump < previous->AngleDistance(*current))) continue;
+    Move lift = retract(*previous);
+    Move drop = retract(*current);
+    if (!current->HasNoExtended()) {
+      lift.SetExtended(true);
+      lift.SetSourceIndex(previous->HasNoExtended() ? 0 : previous->GetSourceIndex());
+      lift.SetInserted(true);
+      drop.SetInserted(true);
+    }
+    list.Insert(current, std::move(lift));
+    list.Insert(current, std::move(drop));
+    ++jumps;
+  }
+  return jumps;
+}
+
+}  // namespace post

@@ -1,0 +1,260 @@
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/polynomial.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/blending.h>
+#include <kandrel/post/interpolation.h>
+#include <kandrel/post/post_exception.h>
+
+#include <cmath>
+
+namespace post {
+
+namespace {
+
+using Move = zvPosted5axMove;
+using List = misc::zvMemoryPoolList<Move>;
+using Iterator = List::iterator;
+using Point = cadcam::zvTPoint3d<double>;
+using Polynomial = mathdef::zvPolynomial<double>;
+
+bool IsZero(double deg) {
+  return std::fabs(deg) <= misc::kEqual;
+}
+
+// A turn by its size and, reversed, its sense: -1 when it rises. Angles of the raw range [-180,
+// 180] are assumed: the reduced difference is not circular.
+struct Jump {
+  double size;
+  double sense;
+};
+
+Jump SignedJump(double from, double to) {
+  const double plain = std::fabs(from - to);
+  const double reducedFrom = misc::WrapTo360(from);
+  const double reducedTo = misc::WrapTo360(to);
+  const double reduced = std::fabs(reducedFrom - reducedTo);
+  if (plain < reduced) return {plain, to <= from ? 1.0 : -1.0};
+  return {reduced, reducedFrom < reducedTo ? -1.0 : 1.0};
+}
+
+// The arc length at which the curve turns by `step` where it is steepest.
+double StepOnCurve(double step, const Polynomial& p) {
+  const Polynomial slope = p.Derivative();
+  const Polynomial bend = slope.Derivative();
+  const double c0 = slope.GetCoefficient(0);
+  const double c1 = slope.GetCoefficient(1);
+  const double c2 = slope.GetCoefficient(2);
+  const double discriminant = c1 * c1 - 4 * c2 * c0;
+  // Next to 0 it is a product where the vertex would be a quotient: deliberate. Elsewhere the
+  // vertex of the slope, which lies between its roots where there are any.
+  const double x = std::fabs(discriminant) <= 1e-6
+                       ? -0.5 * c1 * c2
+                       : -bend.GetCoefficient(0) / bend.GetCoefficient(1);
+  return step / std::fabs(slope.Evaluate(x));
+}
+
+class Run {
+ public:
+  Run(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver, Iterator first,
+      Iterator last, int axis, std::uint32_t count)
+      : m_list(list),
+        m_par(par),
+        m_solver(solver),
+        m_first(first),
+        m_last(last),
+        m_axis(static_cast<std::int16_t>(axis)),
+        m_other(static_cast<std::int16_t>(1 - axis)),
+        m_count(count),
+        m_start(first->GetAngle(m_other)),
+        m_jump(SignedJump(m_start, last->GetAngle(m_other))) {
+    for (Iterator move = first; move != last; ++move)
+      m_length += PartDistance(*move, *std::next(move));
+  }
+
+  bool IsToBeBlended() const {
+    const double step = m_par.GetMaxAngleStep();
+    return step > 0 && m_jump.size >= step &&
+           (m_jump.size <= m_par.GetMaxAngleJump() || m_count > 1) && m_length > misc::kEqual;
+  }
+
+  bool BlendLinearly() {
+    TurnMoves([this](double s) { return m_jump.size * s / m_length; });
+    if (IsWithinStep()) return true;
+    // The spacing is a ratio of angles that serves as a length: deliberate. Each new move has the
+    // angle of its segment's end.
+    InsertMoves(m_jump.size / m_par.GetMaxAngleStep(),
+                [this](double, double segmentEnd) { return m_jump.size * segmentEnd / m_length; });
+    return true;
+  }
+
+  bool BlendOnCubic() {
+    const Polynomial p = FitCubic();
+    const double spacing = StepOnCurve(m_par.GetMaxAngleStep(), p);
+    if (!(spacing > misc::kEqual)) return false;
+    TurnMoves([&p](double s) { return p.Evaluate(s); });
+    if (!IsWithinStep())
+      InsertMoves(spacing, [&p](double position, double) { return p.Evaluate(position); });
+    return true;
+  }
+
+ private:
+  double AngleAt(double turned) const { return m_start - m_jump.sense * turned; }
+
+  // Gives each move strictly between the ends its turned angle by the arc length from the first.
+  template <class Turn>
+  void TurnMoves(const Turn& turn) {
+    double s = 0;
+    Iterator before = m_first;
+    for (Iterator move = std::next(m_first); move != m_last; before = move++) {
+      s += PartDistance(*before, *move);
+      move->SetAngle(AngleAt(turn(s)), m_other);
+      move->SetAngle(0, m_axis);
+      move->SetMachinePosition(m_solver.GetKinematics().MachinePosition(*move));
+    }
+  }
+
+  bool IsWithinStep() const {
+    for (Iterator move = m_first; move != m_last;) {
+      ++move;
+      if (SignedJump(m_start, move->GetAngle(m_other)).size > m_par.GetMaxAngleStep()) return false;
+    }
+    return true;
+  }
+
+  // Puts a move at every multiple of the spacing, into the segment in which it falls.
+  template <class Turn>
+  void InsertMoves(double spacing, const Turn& turn) {
+    constexpr double kLargestCount = 2147483646;
+    if (!(m_length / spacing <= kLargestCount)) throw zvPostException(5039);
+    double position = spacing;
+    double s = 0;
+    for (Iterator start = m_first; start != m_last && position < m_length;) {
+      const Iterator end = std::next(start);
+      const double segment = PartDistance(*start, *end);
+      for (; position < m_length && position < s + segment; position += spacing) {
+        const double t = std::fabs(position - s) / segment;
+        if (!(t >= 0 && t <= 1)) return;
+        m_list.EmplaceWith(
+            end, [&] { return BlendMove(*start, *end, t, AngleAt(turn(position, s + segment))); });
+      }
+      s += segment;
+      start = end;
+    }
+  }
+
+  // A move on the segment from a to b; its orientation is that of an end on the pole.
+  Move BlendMove(const Move& a, const Move& b, double t, double other) const {
+    const bool isSmall = a.HasNoExtended() || b.HasNoExtended();
+    const auto isOnPole = [](const Move& move) {
+      return IsZero(move.GetAngle(0)) || IsZero(move.GetAngle(1));
+    };
+    if (!isOnPole(a) && !isOnPole(b)) return Move(isSmall);
+    const Point& orientation = isOnPole(a) ? a.GetOrientation() : b.GetOrientation();
+    const Point p_part = (1 - t) * a.GetPartPosition() + t * b.GetPartPosition();
+    const double feed = a.IsRapid() == b.IsRapid() ? (1 - t) * a.GetFeed() + t * b.GetFeed()
+                        : a.IsRapid()              ? b.GetFeed()
+                                                   : a.GetFeed();
+    const bool rapid = a.IsRapid() && b.IsRapid();
+    const double first = m_other == 0 ? other : 0;
+    const double second = m_other == 1 ? other : 0;
+    const Point p_mach = m_solver.MachinePosition(p_part, first, second);
+    if (isSmall)
+      return Move(p_mach, p_part, orientation, first, second, 0, feed, rapid, b.GetType());
+    const bool hasData = a.HasExtendedData() && b.HasExtendedData();
+    const auto blend = [t](const Point& from, const Point& to) { return (1 - t) * from + t * to; };
+    return Move(p_mach, p_part, orientation, first, second, 0, feed, rapid, b.GetType(),
+                hasData ? blend(a.GetExtendedPoint(), b.GetExtendedPoint()) : Point{},
+                hasData ? blend(a.GetExtendedVector(), b.GetExtendedVector()) : Point{0, 0, 1},
+                hasData && a.GetExtendedId() == b.GetExtendedId() ? a.GetExtendedId() : 0, hasData,
+                b.GetSourceIndex(), true);
+  }
+
+  // The mean slope of the other axis over half the run's length beyond one of its ends.
+  struct Slope {
+    double length = 0;
+    double turned = 0;
+
+    void Add(const Move& earlier, const Move& later, std::int16_t axis) {
+      length += PartDistance(earlier, later);
+      const Jump jump = SignedJump(earlier.GetAngle(axis), later.GetAngle(axis));
+      turned += jump.size * jump.sense;
+    }
+  };
+
+  // p(0) = 0, p'(0) = mb, p(L) = jump, p'(L) = ma.
+  Polynomial FitCubic() const {
+    Slope after;
+    for (Iterator a = m_last, b = std::next(a); b != m_list.end() && after.length < m_length / 2;
+         a = b++)
+      after.Add(*a, *b, m_other);
+    Slope before;
+    for (Iterator b = m_first; b != m_list.begin() && before.length < m_length / 2; --b)
+      before.Add(*std::prev(b), *b, m_other);
+
+    const double l = m_length;
+    const double jump = m_jump.size;
+    // Rounds as the sums over run and neighbours would.
+    const double afterLength = (after.length + l) - l;
+    const double ma = afterLength == 0 ? 0 : ((after.turned + jump) - jump) / afterLength;
+    const double mb = before.length == 0 ? 0 : before.turned / before.length;
+    const double quadratic = (3 * jump / l - 2 * mb - ma) / l;
+    const double cubic = (ma + mb - 2 * jump / l) / (l * l);
+    return Polynomial({0, mb, quadratic, cubic});
+  }
+
+  List& m_list;
+  const zvKDRParam& m_par;
+  const zv5axMoveSolver& m_solver;
+  Iterator m_first;
+  Iterator m_last;
+  std::int16_t m_axis;   // stands at 0
+  std::int16_t m_other;  // jumps
+  std::uint32_t m_count;
+  double m_start;
+  Jump m_jump;
+  double m_length = 0;
+};
+
+}  // namespace
+
+std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver) {
+  const bool isCubic = par.GetPoleHandling() == zvKDRParam::poleHandling3;
+  if (!isCubic && par.GetPoleHandling() != zvKDRParam::poleHandling2) return 0;
+  const zv5axMoveSolver::PoleCone cone = solver.MakePoleCone(par.GetPoleAngleTolerance());
+  const Point& a1 = solver.GetKinematics().GetFirstWorkingDirection();
+  // Whether turning the axis that isn't at 0 leaves the tool where it is.
+  const auto turnsFreely = [&](const Move& move, int axisAtZero) {
+    if (axisAtZero == 0) return cone.onSecondPole;
+    // Moves of linear axes hold a marker instead of their orientation.
+    const Point t = par.GetInterpolationMode() == 0 ? move.GetOrientation()
+                                                    : solver.GetKinematics().Orientation(move);
+    const double c = Dot(t, a1);
+    return std::fabs(c * c / t.SquaredLength() - 1) <= cone.eps;
+  };
+
+  std::uint32_t blended = 0;
+  for (Iterator first = list.begin(); first != list.end();) {
+    Iterator next = std::next(first);
+    for (std::int16_t axis = 0; axis < 2; ++axis) {
+      if (IsZero(first->GetAngle(axis))) continue;
+      std::uint32_t count = 0;
+      bool isPole = true;
+      Iterator last = std::next(first);
+      for (; last != list.end() && IsZero(last->GetAngle(axis)); ++last) {
+        ++count;
+        isPole = isPole && turnsFreely(*last, axis);
+      }
+      if (count == 0 || last == list.end()) continue;
+      // Found: the walk goes on from the end, whether or not the run is blended.
+      next = last;
+      Run run(list, par, solver, first, last, axis, count);
+      if (isPole && run.IsToBeBlended())
+        blended += isCubic ? run.BlendOnCubic() : run.BlendLinearly();
+      break;
+    }
+    first = next;
+  }
+  return blended;
+}
+
+}  // namespace post

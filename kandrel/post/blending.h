@@ -1,0 +1,28 @@
+// Blending: smooth rotary motion through poles.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/post/five_axis_solver.h>
+#include <kandrel/post/posted_move.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <cstdint>
+
+namespace post {
+
+/// Where one axis stands at 0 on its pole, the other has frozen and jumps at the end of the run.
+/// This spreads the jump over the run: evenly over its length with poleHandling 2, on a cubic whose
+/// ends continue the motion before and after with 3, not at all with another value.
+///
+/// 1. Only runs on a pole are blended: there the other axis doesn't turn the tool. A stretch where
+///    an axis merely happens to stand at 0 is left alone.
+/// 2. Runs before the first determined move are not blended, nor runs of no length.
+/// 3. Linear in the number of moves. Angles are not winded yet.
+///
+/// Steps and the way are those of `par`, the kinematics and the pole those of `solver`. Returns the
+/// number of poles blended. Throws zvPostException 5039 for more than 2^31 - 2 moves in one run.
+KANDREL_API std::uint32_t BlendPoles(misc::zvMemoryPoolList<zvPosted5axMove>& list,
+                                     const zvKDRParam& par, const zv5axMoveSolver& solver);
+
+}  // namespace post

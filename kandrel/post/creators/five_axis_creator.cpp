@@ -1,0 +1,482 @@
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/angle_jumps.h>
+#include <kandrel/post/blending.h>
+#include <kandrel/post/control_limits.h>
+#include <kandrel/post/creators/five_axis_creator.h>
+#include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/interpolation.h>
+#include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/move_times.h>
+#include <kandrel/post/post_exception.h>
+#include <kandrel/post/retraction.h>
+#include <kandrel/post/rewinder.h>
+#include <kandrel/post/winding.h>
+
+#include <cmath>
+
+using post::zv5axMachDef;
+using post::zv5axMoveSolver;
+using post::zvKDRParam;
+using post::zvLimitType;
+using post::zvPosted5axMove;
+using post::zvPostException;
+using post::zvRotarySolutions;
+using Point = cadcam::zvTPoint3d<double>;
+
+namespace {
+
+zv5axMachDef Normalised(const zv5axMachDef& machDef) {
+  zv5axMachDef copy = machDef;
+  copy.Normalize();
+  return copy;
+}
+
+// What retractions and rewindings compute with: the creator's machine and parameters as they are
+// now, which may be others than those of the solutions.
+class RepairMachine {
+ public:
+  RepairMachine(const zv5axMachDef& machDef, const zvKDRParam& par, const Point& partOrigin,
+                double toolLength, bool smallMoves)
+      : m_machDef(machDef),
+        m_par(par),
+        m_solver(machDef, par, partOrigin, toolLength),
+        m_interpolator(m_solver, smallMoves) {}
+
+  const post::zv5axKinematics& Kinematics() const { return m_solver.GetKinematics(); }
+
+  zvPosted5axMove Retract(const zvPosted5axMove& move) const {
+    if (m_par.GetInterpolationMode() == 0) return Lift(move);
+    // Moves of linear axes hold a marker instead of their orientation.
+    zvPosted5axMove oriented = move;
+    oriented.SetOrientation(Kinematics().Orientation(move));
+    return Lift(oriented);
+  }
+
+  std::optional<zvPosted5axMove> Midpoint(const zvPosted5axMove& from, const zvPosted5axMove& to,
+                                          double tolerance) const {
+    return m_interpolator.Midpoint(from, to, tolerance);
+  }
+
+ private:
+  zvPosted5axMove Lift(const zvPosted5axMove& move) const {
+    if (!m_par.GetRetractToLimits())
+      return post::RetractAlongTool(Kinematics(), move, m_par.GetRetractDistance());
+    return post::RetractToMachineLimits(Kinematics(), m_machDef, move, false,
+                                        post::zvRecompute::kNothing);
+  }
+
+  const zv5axMachDef& m_machDef;
+  const zvKDRParam& m_par;
+  zv5axMoveSolver m_solver;
+  post::zv5axInterpolator m_interpolator;
+};
+
+bool IsZeroAngle(double deg) {
+  return std::fabs(deg) <= misc::kEqual;
+}
+
+}  // namespace
+
+// Where the rotary axes stand for a toolpath of one orientation, and what takes the part there;
+// no transformation when they need not move.
+struct zvPosted5axTPCreator::FixedAxes {
+  double firstAngle = 0;
+  double secondAngle = 0;
+  misc::zvAutoPointer<post::zvTransformation3d> transformation;
+};
+
+zvPosted5axTPCreator::zvPosted5axTPCreator(const zv5axMachDef& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const zvKDRParam& par, const Point& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
+      m_machDef(Normalised(machDef)),
+      m_solver(machDef, par, partOrigin, toolLengthCompensation) {
+  SetInstanceType(instance5ax);
+}
+
+zvPosted5axTPCreator::zvPosted5axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const zvKDRParam& par, const Point& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPosted5axTPCreator(*post::zvMachDefUtils::Cast5ax(machDef), control, par, partOrigin,
+                           toolLengthCompensation) {}
+
+zvPosted5axTPCreator::zvPosted5axTPCreator(const zvPosted5axTPCreator& other)
+    : zvPostedTPCreator(other), m_machDef(other.m_machDef), m_solver(other.m_solver) {
+  SetInstanceType(instance5ax);
+}
+
+zvPosted5axTPCreator::~zvPosted5axTPCreator() = default;
+
+void zvPosted5axTPCreator::SetMachDef(const zv5axMachDef& machDef) {
+  m_machDef = Normalised(machDef);
+}
+
+void zvPosted5axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
+  SetMachDef(*post::zvMachDefUtils::Cast5ax(machDef));
+}
+
+misc::zvAutoPointer<post::zvMachDef> zvPosted5axTPCreator::GetMachDefPtr() const {
+  return m_machDef.Clone();
+}
+
+zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::Post(const cadcam::zvToolPath& toolpath,
+                                                             bool smallMoves) {
+  m_posted.Renew();
+  m_counts = {};
+  if (post::HasNothingToPost(toolpath)) return m_posted.Get();
+  CheckUnits(m_machDef, toolpath);
+  bool is3ax = PostMain(toolpath, smallMoves);
+  CheckLimits(toolpath, is3ax, smallMoves);
+  post::ComputeMoveTimes(*m_posted.Get());
+  if (!is3ax) post::ApplyControlLimitations(*m_posted.Get(), GetControlDef());
+  return m_posted.Get();
+}
+
+void zvPosted5axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  Post(toolpath, smallMoves);
+}
+
+// True when the toolpath was posted as a 3-axis path.
+bool zvPosted5axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  m_counts = {};
+  RequireFiniteSetup();
+  try {
+    return PostInOneWalk(toolpath, smallMoves);
+  } catch (...) {
+    // What is wrong with the toolpath as such, wherever it stands, is told before what goes wrong
+    // in posting it, and leaves the list empty.
+    try {
+      post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
+      BuildMoves(toolpath, moves);
+    } catch (...) {
+      m_posted.Get()->Clear();
+      throw;
+    }
+    throw;
+  }
+}
+
+bool zvPosted5axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  if (!reader.Next()) return false;
+  const bool mayBe3ax =
+      m_machDef.IsIdentityTransform() && GetPar().GetPoleHandling() != zvKDRParam::keepWithinLimits;
+  if (mayBe3ax && IsToolpathFor3AxisMachine(toolpath)) {
+    const cadcam::zv5axMove first(reader.GetMove().GetPosition(), reader.GetMove().GetOrientation(),
+                                  {}, {}, 0, false, 0, false);
+    CreatePostedTP(toolpath, FixAxes(first), smallMoves);
+    return true;
+  }
+  BuildPostedMoves(toolpath, smallMoves);
+  RepairAngles();
+  return false;
+}
+
+void zvPosted5axTPCreator::RepairAngles() {
+  List& list = *m_posted.Get();
+  m_counts.blendedPoles = post::BlendPoles(list, GetPar(), m_solver);
+  post::CalcWindedAngles(list);
+  const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
+                              GetToolLengthCompensationValue(), list.Front().HasNoExtended());
+  m_counts.largeJumps = post::HandleLargeAngleJumps(
+      list, GetPar().GetMaxAngleJump(), [&](const Move& move) { return machine.Retract(move); });
+}
+
+void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  List& list = *m_posted.Get();
+  const auto cone = m_solver.MakePoleCone();
+  post::zv5axInterpolator interpolator(m_solver, smallMoves);
+  const auto solve = [&](const post::zvMoveView& move, double lastFirstAngle) {
+    return m_solver.SolveAngles(move.GetPosition(), move.GetOrientation(), cone, lastFirstAngle);
+  };
+  const auto next = [&](const Move& previous, const zvRotarySolutions& solutions) {
+    return post::TakesMirrorNext(previous.GetAngle(0), previous.GetAngle(1), solutions,
+                                 m_solver.GetParameters(), m_solver);
+  };
+  // Where the limit keeper starts its search: 0 after an undetermined move.
+  double lastFirstAngle = 0;
+  bool isPreviousDetermined = false;
+
+  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  for (std::uint64_t index = 0; reader.Next(); ++index) {
+    const post::zvMoveView& move = reader.GetMove();
+    if (index == 0 && m_solver.HasLimitKeeper()) {
+      const zvRotarySolutions solutions = solve(move, 0);
+      const bool isMirror = SelectFirst(solutions);
+      if (solutions.poleStatus == 0) lastFirstAngle = solutions.Of(isMirror).firstAngle;
+    }
+    const zvRotarySolutions solutions = solve(move, lastFirstAngle);
+    const auto previous = index != 0 ? std::prev(list.end()) : list.end();
+    // After an undetermined move the solution is picked as for a first one, to interpolate to.
+    const bool isFirstPick = !isPreviousDetermined;
+    bool isMirror = isFirstPick ? SelectFirst(solutions) : next(*previous, solutions);
+    const auto current = list.EmplaceWith(list.end(), [&] {
+      return zv5axMoveSolver::MakeMove(move, reader.GetType(), solutions.Of(isMirror),
+                                       solutions.poleStatus, static_cast<std::int32_t>(index),
+                                       false, smallMoves);
+    });
+    if (index != 0) {
+      m_solver.FixPoleAngle(*previous, *current);
+      const bool isLastStepLeft = interpolator.Between(list, current);
+      const auto last = std::prev(current);
+      // The solution is settled against the move that stands just before it in the end.
+      if (last != previous || isFirstPick) {
+        const bool wasMirror = std::exchange(isMirror, next(*last, solutions));
+        const post::zvRotarySolution& solution = solutions.Of(isMirror);
+        current->SetAngle(solution.firstAngle, 0);
+        current->SetAngle(solution.secondAngle, 1);
+        current->SetMachinePosition(solution.position);
+        current->SetPoleStatus(solutions.poleStatus);
+        m_solver.FixPoleAngle(*last, *current);
+        if (isLastStepLeft && isMirror != wasMirror) interpolator.Between(list, current);
+      }
+    }
+    isPreviousDetermined = current->GetPoleStatus() == 0;
+    lastFirstAngle = isPreviousDetermined ? current->GetAngle(0) : 0;
+  }
+  FixFirstMoves();
+}
+
+// Brings angles that lie out of their ranges into them where a turn does it, and gives a run of
+// undetermined moves at the very start the angles of the first determined move.
+void zvPosted5axTPCreator::FixFirstMoves() {
+  const auto ranges = post::RotaryRangesOf(m_machDef);
+  const Move* determined = nullptr;
+  bool isAnyUndetermined = false;
+  for (Move& move : *m_posted.Get()) {
+    for (std::int16_t axis = 0; axis < 2; ++axis) {
+      const double deg = move.GetAngle(axis);
+      const auto [min, max] = ranges[static_cast<std::size_t>(axis)];
+      if (deg < min || deg > max) move.SetAngle(misc::WrapIntoRange(deg, min, max), axis);
+    }
+    if (move.GetPoleStatus() != 0)
+      isAnyUndetermined = true;
+    else if (determined == nullptr)
+      determined = &move;
+  }
+  if (determined == nullptr || !isAnyUndetermined) return;
+  for (Move& move : *m_posted.Get()) m_solver.FixPoleAngle(*determined, move);
+}
+
+bool zvPosted5axTPCreator::SelectFirst(const zvRotarySolutions& solutions) const {
+  const post::zvSolutionChoice choice = post::ChooseFirst(solutions, GetPar(), m_machDef);
+  ExceedingLimit(choice.excess);
+  return choice.isMirror;
+}
+
+zvPosted5axMove zvPosted5axTPCreator::SelectPostedMoveFirstTime(
+    const post::zvSolutionPair& pair) const {
+  zvRotarySolutions solutions;
+  solutions.first = {pair.first.GetAngle(0), pair.first.GetAngle(1),
+                     pair.first.GetMachinePosition()};
+  solutions.mirror = {pair.second.firstAngle, pair.second.secondAngle, pair.second.machinePosition};
+  return SelectFirst(solutions) ? post::MirrorSolutionMove(pair) : post::FirstSolutionMove(pair);
+}
+
+// Compared with the first move's orientation, so that drift can't add up. Lengths count: (0, 0, 1)
+// and (0, 0, 2) differ. Looks no further than the first that differs.
+bool zvPosted5axTPCreator::IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const {
+  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  if (!reader.Next()) return false;
+  const Point o = reader.GetMove().GetOrientation();
+  while (reader.Next()) {
+    const Point d = reader.GetMove().GetOrientation() - o;
+    if (!(std::fabs(d.x) <= misc::kEqual && std::fabs(d.y) <= misc::kEqual &&
+          std::fabs(d.z) <= misc::kEqual))
+      return false;
+  }
+  return true;
+}
+
+zvPosted5axTPCreator::FixedAxes zvPosted5axTPCreator::FixAxes(
+    const cadcam::zvCNCMove& first) const {
+  const zvRotarySolutions solutions =
+      m_solver.SolveAngles(first.GetPosition(), first.GetOrientation(), m_solver.MakePoleCone(), 0);
+  const post::zvRotarySolution& chosen = solutions.Of(SelectFirst(solutions));
+  const zvKDRParam& par = GetPar();
+  FixedAxes axes{chosen.firstAngle, chosen.secondAngle, nullptr};
+  if (par.GetFirstMoveRule() == zvKDRParam::byFirstAxis && solutions.poleStatus == 1)
+    axes.firstAngle = par.GetFirstMovePreferredAngle();
+  if (par.GetFirstMoveRule() == zvKDRParam::bySecondAxis && solutions.poleStatus == 2)
+    axes.secondAngle = par.GetFirstMovePreferredAngle();
+  axes.firstAngle = misc::WrapIntoRange(axes.firstAngle, m_machDef.GetMinFirstAngle(),
+                                        m_machDef.GetMaxFirstAngle());
+  axes.secondAngle = misc::WrapIntoRange(axes.secondAngle, m_machDef.GetMinSecondAngle(),
+                                         m_machDef.GetMaxSecondAngle());
+  // The second axis is wrapped by the first one's limit, here and for single moves: deliberate.
+  const auto wrap = GetControlDef().GetFirstAxisLimit();
+  if (wrap != post::zv5axControlDef::angleLimitNone)
+    axes.firstAngle = ApplyAngleLimitToRotAxis(axes.firstAngle, wrap);
+  if (GetControlDef().GetSecondAxisLimit() != post::zv5axControlDef::angleLimitNone)
+    axes.secondAngle = ApplyAngleLimitToRotAxis(axes.secondAngle, wrap);
+
+  if (IsZeroAngle(axes.firstAngle) && IsZeroAngle(axes.secondAngle)) {
+    // Along the spindle the path is one for a plain 3-axis machine, tool length added for every
+    // kind. Snapped to a pole it isn't quite, and its orientation is not to be checked again.
+    const Point t = first.GetOrientation().Normalized();
+    if ((m_machDef.GetSpindleDirection() - t).SquaredLength() < misc::kDirectionDifferenceSquared)
+      return axes;
+  }
+  const post::zv5axKinematics kinematics(m_machDef, GetPartOrigin(),
+                                         GetToolLengthCompensationValue());
+  const auto at = [&](const Point& p) {
+    return kinematics.MachinePosition(p, axes.firstAngle, axes.secondAngle);
+  };
+  const Point translation = at({});
+  const Point columns[] = {at({1, 0, 0}) - translation, at({0, 1, 0}) - translation,
+                           at({0, 0, 1}) - translation};
+  post::zvTransformation3d::Rotation rotation;
+  for (std::size_t j = 0; j < 3; ++j) {
+    rotation(0, j) = columns[j].x;
+    rotation(1, j) = columns[j].y;
+    rotation(2, j) = columns[j].z;
+  }
+  axes.transformation = misc::MakeAutoPointer<post::zvTransformation3d>(rotation, translation);
+
+  const bool isAtZero = IsZeroAngle(axes.firstAngle) && IsZeroAngle(axes.secondAngle);
+  const zvKDRParam::LimitsCheck check = par.GetLimitsCheck();
+  if (!isAtZero && (check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes)) {
+    Move fixed(true);
+    fixed.SetAngle(axes.firstAngle, 0);
+    fixed.SetAngle(axes.secondAngle, 1);
+    ExceedingLimit(post::FirstRotaryExcess(fixed, post::RotaryRangesOf(m_machDef),
+                                           par.GetPoleAngleTolerance()));
+  }
+  return axes;
+}
+
+void zvPosted5axTPCreator::CreatePostedTP(const cadcam::zvToolPath& toolpath, const FixedAxes& axes,
+                                          bool smallMoves) {
+  // The machine's own axis system is plain here. An alignment would turn the part a second time.
+  const post::zv3axMachDef linearPart(m_machDef.GetUnits(), m_machDef.GetSpindleDirection(),
+                                      m_machDef.GetMinLimits(), m_machDef.GetMaxLimits(), {1, 0, 0},
+                                      {0, 1, 0}, {0, 0, 1});
+  zvKDRParam par = GetPar();
+  par.SetAlignToolpath(false);
+  zvPosted3axTPCreator creator(linearPart, GetControlDef(), par, GetPartOrigin(),
+                               GetToolLengthCompensationValue());
+  creator.SetTransfor3d(axes.transformation);
+  List& list = *m_posted.Get();
+  for (const post::zvPosted3axMove& move : *creator.Post(toolpath, smallMoves)) {
+    list.EmplaceWith(list.end(), [&] {
+      if (smallMoves)
+        return Move(move.GetMachinePosition(), move.GetPartPosition(), move.GetOrientation(),
+                    axes.firstAngle, axes.secondAngle, 0, move.GetFeed(), move.IsRapid(),
+                    move.GetType());
+      return Move(move.GetMachinePosition(), move.GetPartPosition(), move.GetOrientation(),
+                  axes.firstAngle, axes.secondAngle, 0, move.GetFeed(), move.IsRapid(),
+                  move.GetType(), move.GetExtendedPoint(), move.GetExtendedVector(),
+                  move.GetExtendedId(), move.HasExtendedData(), move.GetSourceIndex(),
+                  move.IsInserted());
+    });
+  }
+}
+
+void zvPosted5axTPCreator::CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax,
+                                       bool smallMoves) {
+  const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
+  if (check == zvKDRParam::checkNothing) return;
+  const auto makeChecker = [this] {
+    return post::zvLimitChecker<Move>(*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance());
+  };
+  auto checker = makeChecker();
+  const bool checksRotary =
+      check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
+  if (checksRotary && !is3ax && !checker.RotaryExcess().IsNone() &&
+      !RotaryExcessAfterRewind(checker, smallMoves).IsNone()) {
+    m_posted.Get()->Clear();
+    Par().SetFirstMoveSolutionIndex(GetPar().GetFirstMoveSolutionIndex() ==
+                                            zvKDRParam::firstSolution
+                                        ? zvKDRParam::mirrorSolution
+                                        : zvKDRParam::firstSolution);
+    PostMain(toolpath, smallMoves);
+  }
+  switch (check) {
+    case zvKDRParam::checkLinearAxes:
+      ExceedingLimit(checker.LinearExcess());
+      return;
+    case zvKDRParam::checkRotaryAxes:
+      if (!is3ax) ExceedingLimit(RotaryExcessAfterRewind(checker, smallMoves));
+      return;
+    case zvKDRParam::checkAllAxes:
+      ExceedingLimit(checker.LinearExcess());
+      if (!is3ax) ExceedingLimit(RotaryExcessAfterRewind(checker, smallMoves));
+      return;
+    case zvKDRParam::checkNothing:
+      return;
+  }
+  throw zvPostException(5046);
+}
+
+// Shifts or rewinds a list that is out of its rotary ranges; returns what is still out then.
+zvLimitType zvPosted5axTPCreator::RotaryExcessAfterRewind(post::zvLimitChecker<Move>& checker,
+                                                          bool smallMoves) {
+  if (!checker.RotaryExcess().IsNone() && checker.TryShiftAll()) {
+    const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
+                                GetToolLengthCompensationValue(), smallMoves);
+    post::zvRewinder<Move, RepairMachine> rewinder(*m_posted.Get(), post::RotaryRangesOf(m_machDef),
+                                                   GetPar(), smallMoves, machine);
+    m_counts.rewindings += rewinder.Run();
+  }
+  return checker.RotaryExcess();
+}
+
+post::zvSolutionPair zvPosted5axTPCreator::PostMove2(const cadcam::zvMovePointer& move,
+                                                     Types type) const {
+  RequireFiniteSetup();
+  return m_solver.Solve(move, type, 0, true, misc::kNoValue, false, 0);
+}
+
+std::pair<zvPosted5axMove, zvPosted5axMove> zvPosted5axTPCreator::PostMove(
+    const cadcam::zvMovePointer& move, Types type) const {
+  const post::zvSolutionPair pair = PostMove2(move, type);
+  return {post::FirstSolutionMove(pair), post::MirrorSolutionMove(pair)};
+}
+
+std::pair<misc::zvAutoPointer<zvPosted5axMove>, misc::zvAutoPointer<zvPosted5axMove>>
+zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
+                                               Types type) const {
+  auto [first, mirror] = PostMove(move, type);
+  const zvKDRParam& par = GetPar();
+  const zvKDRParam::LimitsCheck check = par.GetLimitsCheck();
+  const auto ranges = post::RotaryRangesOf(m_machDef);
+  const auto rotaryExcess = [&](const Move& solution) {
+    return post::FirstRotaryExcess(solution, ranges, par.GetPoleAngleTolerance());
+  };
+  const bool checksRotary =
+      check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
+  const bool checksLinear =
+      check == zvKDRParam::checkLinearAxes || check == zvKDRParam::checkAllAxes;
+  const auto wrap = GetControlDef().GetFirstAxisLimit();
+  for (Move* solution : {&first, &mirror}) {
+    if (checksRotary)
+      // Only the first broken bound is mended.
+      if (const zvLimitType limit = rotaryExcess(*solution); !limit.IsNone()) {
+        const auto axis = static_cast<std::int16_t>(limit.limitAxis - zvLimitType::kFirstRotary);
+        const auto [min, max] = ranges[static_cast<std::size_t>(axis)];
+        solution->SetAngle(misc::WrapIntoRange(solution->GetAngle(axis), min, max), axis);
+      }
+    if (wrap != post::zv5axControlDef::angleLimitNone)
+      solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(0), wrap), 0);
+    if (GetControlDef().GetSecondAxisLimit() != post::zv5axControlDef::angleLimitNone)
+      solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(1), wrap), 1);
+  }
+  if (check != zvKDRParam::checkNothing && !checksLinear && !checksRotary)
+    throw zvPostException(5046);
+  const auto excess = [&](const Move& solution) {
+    zvLimitType limit;
+    if (checksLinear) limit = post::FirstLinearExcess(solution.GetMachinePosition(), m_machDef);
+    if (limit.IsNone() && checksRotary) limit = rotaryExcess(solution);
+    return limit;
+  };
+  const zvLimitType firstExcess = excess(first);
+  const zvLimitType mirrorExcess = excess(mirror);
+  if (!firstExcess.IsNone() && !mirrorExcess.IsNone()) ExceedingLimit(mirrorExcess);
+  std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> result;
+  if (firstExcess.IsNone()) result.first = misc::MakeAutoPointer<Move>(std::move(first));
+  if (mirrorExcess.IsNone()) result.second = misc::MakeAutoPointer<Move>(std::move(mirror));
+  return result;
+}

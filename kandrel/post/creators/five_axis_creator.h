@@ -1,0 +1,116 @@
+// zvPosted5axTPCreator: posts toolpaths for machines with two rotary axes.
+#pragma once
+
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/five_axis_solver.h>
+#include <kandrel/post/limit_checker.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/mirror_angle.h>
+#include <kandrel/post/path_reader.h>
+#include <kandrel/post/posted_list.h>
+#include <kandrel/post/posting_counts.h>
+#include <kandrel/post/solution_choice.h>
+#include <kandrel/post/transformation3d.h>
+
+#include <cstdint>
+#include <utility>
+
+/// Solves each orientation for the rotary axes, steps through poles, interpolates, keeps angles
+/// continuous, retracts around large jumps, and keeps limits by shifting and rewinding.
+///
+/// 1. Angles of the list run on past a turn; the control's wrapping is the last step of a posting.
+/// 2. A toolpath of one orientation is posted as a 3-axis path with the rotary axes standing, if
+/// the
+///    machine's axes are plain and poleHandling isn't 1: no winding, blending, jumps, rewinding or
+///    wrapping then, and of the rotary limits only the two fixed angles are checked, not where they
+///    are both 0.
+/// 3. An alignment matrix acts on Post alone, and not on a toolpath of one orientation.
+/// 4. Linear limits are checked before a rewinding: its lifts and turns are not checked.
+/// 5. A rewinding that fails leaves the parameters' firstMoveSolutionIndex, in the creator's own
+///    copy, turned round for later postings: the path has been posted again with the other first
+///    solution.
+class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
+ public:
+  using Move = post::zvPosted5axMove;
+  using List = post::zvPostedList<Move>::List;
+  using ListPointer = misc::zvAutoPointer<List>;
+  using Types = post::zvPostedMove::Types;
+
+  /// Throws zvcadcamException 2189 for a direction that is exactly zero, zvPostException 5039 for
+  /// directions and pivots that are infinite or NaN; the second form also 5043 for a machine of
+  /// another class and "Accessing NULL pointer" for a null pointer.
+  zvPosted5axTPCreator(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
+                       const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
+                       double toolLengthCompensation);
+  zvPosted5axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
+                       const post::zv5axControlDef& control, const post::zvKDRParam& par,
+                       const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
+  /// Starts with no posted list.
+  zvPosted5axTPCreator(const zvPosted5axTPCreator& other);
+  /// Empties the posted list, also for whoever shares it.
+  ~zvPosted5axTPCreator() override;
+
+  /// Changes the machine of checks, retractions and rewindings; the solutions stay with the machine
+  /// of the constructor, deliberately. Throws as the constructors do.
+  void SetMachDef(const post::zv5axMachDef& machDef);
+  void SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef);
+  const post::zv5axMachDef& GetMachDef() const noexcept { return m_machDef; }
+  misc::zvAutoPointer<post::zvMachDef> GetMachDefPtr() const override;
+
+  /// The result of the last Post; null before the first.
+  const ListPointer& GetPostedList() const noexcept { return m_posted.Get(); }
+  ListPointer& GetPostedList() noexcept { return m_posted.Get(); }
+  /// Empties the present list and starts a new one with copies of the moves of `list`.
+  void SetPostedList(const ListPointer& list) { m_posted.Set(list); }
+  void ClearPostedList() override { m_posted.Clear(); }
+  /// What the last Post did.
+  const post::zvPostingCounts& GetCounts() const noexcept { return m_counts; }
+
+  /// Posts a toolpath into a new list; `smallMoves` leaves the extended blocks out. A toolpath
+  /// without passes, or with an empty first one, gives an empty list whatever else it holds.
+  ///
+  /// Throws zvPostException 5032, 5033 for units that differ; 5000 for an orientation that the
+  /// machine can't reach; 5010 to 5019 for a limit that can't be kept (limitsCheck 1 to 3); 5046
+  /// for an unknown limitsCheck, after the posting; 5039 for what is infinite or NaN, and for
+  /// counts of moves beyond 2^31 - 2; 5008 for a retraction to limits (retractToLimits) from
+  /// outside them; 5051 for a rewinding whose first move isn't found; zvcadcamException 2189 for a
+  /// zero orientation. Linear in the number of posted moves.
+  ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
+
+  /// A single move in both solutions, without limits; with extended blocks. Throws as Post does for
+  /// the move itself.
+  std::pair<Move, Move> PostMove(const cadcam::zvMovePointer& move, Types type) const;
+  post::zvSolutionPair PostMove2(const cadcam::zvMovePointer& move, Types type) const;
+  /// Both solutions with angles brought into their ranges and wrapped for the control; null for one
+  /// that breaks the limits of limitsCheck. Rotary limits have the slack of poleAngleTolerance
+  /// here, and both axes are wrapped by the control's limit of the first: deliberate. Throws the
+  /// limit of the mirror solution when both break limits, 5046 for an unknown limitsCheck.
+  std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> PostMoveWithinMachLimits(
+      const cadcam::zvMovePointer& move, Types type) const;
+
+  /// The solution that a posting takes for its first move. Throws 5010 to 5017 when both break a
+  /// linear limit.
+  Move SelectPostedMoveFirstTime(const post::zvSolutionPair& pair) const;
+
+ private:
+  bool PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  bool PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  bool IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const;
+  struct FixedAxes;
+  FixedAxes FixAxes(const cadcam::zvCNCMove& first) const;
+  void CreatePostedTP(const cadcam::zvToolPath& toolpath, const FixedAxes& axes, bool smallMoves);
+  void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void FixFirstMoves();
+  bool SelectFirst(const post::zvRotarySolutions& solutions) const;
+  void RepairAngles();
+  void CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax, bool smallMoves);
+  post::zvLimitType RotaryExcessAfterRewind(post::zvLimitChecker<Move>& checker, bool smallMoves);
+
+  post::zv5axMachDef m_machDef;
+  post::zv5axMoveSolver m_solver;
+  post::zvPostedList<Move> m_posted;
+  post::zvPostingCounts m_counts;
+};

@@ -1,0 +1,98 @@
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/five_axis_kinematics.h>
+
+#include <cmath>
+
+namespace post {
+
+using Point = zv5axKinematics::Point;
+
+zvTurn zvTurn::OfDegrees(double deg) noexcept {
+  const double rad = deg * misc::kRadiansPerDegree;
+  return {std::cos(rad), std::sin(rad)};
+}
+
+Point Rotate(const Point& p, const Point& direction, const Point& pivot,
+             const zvTurn& turn) noexcept {
+  const Point v = p - pivot;
+  const Point across = Cross(direction, v);
+  const double squared = v.SquaredLength();
+  constexpr double kSquare = misc::kOnAxis * misc::kOnAxis;
+  if (squared <= kSquare || across.SquaredLength() <= kSquare * squared) return p;
+  return pivot + v * turn.cosine + across * turn.sine +
+         direction * (Dot(direction, v) * (1 - turn.cosine));
+}
+
+zv5axKinematics::zv5axKinematics(const zv5axMachDef& machDef, const Point& partOrigin,
+                                 double toolLengthCompensation)
+    : m_kind(machDef.GetFiveAxisKind()),
+      m_spindle(machDef.GetSpindleDirection()),
+      m_first(machDef.GetFirstRotationDirection()),
+      m_second(machDef.GetSecondRotationDirection()),
+      m_firstPivot(machDef.GetFirstRotationPivot()),
+      m_secondPivot(machDef.GetSecondRotationPivot()),
+      m_toolVector(toolLengthCompensation * machDef.GetSpindleDirection()),
+      m_headSecondPivot(m_toolVector + m_secondPivot),
+      m_headFirstPivot(m_firstPivot + m_toolVector + m_secondPivot),
+      m_isIdentity(machDef.IsIdentityTransform()),
+      m_inverseAxes(*machDef.GetInverseAxisMatrix()),
+      m_axes(machDef.GetAxisMatrix()),
+      m_partOrigin(&partOrigin) {
+  const bool bothOnTable = m_kind == 0 || m_kind == 3;
+  if (m_kind == 1) m_first = -m_first;
+  if (!bothOnTable) m_second = -m_second;
+}
+
+Point zv5axKinematics::RigidPosition(const Point& p_part, const zvTurn& first,
+                                     const zvTurn& second) const noexcept {
+  const Point q = p_part + *m_partOrigin;
+  switch (m_kind) {
+    case 0:
+      return Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
+    case 3:
+      return m_toolVector +
+             Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
+    case 1:
+      return q + m_toolVector -
+             Rotate(Rotate({}, m_second, m_headSecondPivot, second.Reversed()), m_first,
+                    m_headFirstPivot, first.Reversed());
+    default:
+      return Rotate(q, m_first, m_firstPivot, first) -
+             Rotate({}, m_second, m_headSecondPivot, second.Reversed()) + m_toolVector;
+  }
+}
+
+Point zv5axKinematics::MachinePosition(const Point& p_part, const zvTurn& first,
+                                       const zvTurn& second) const noexcept {
+  const Point p_mach = RigidPosition(p_part, first, second);
+  return m_isIdentity ? p_mach : m_inverseAxes * p_mach;
+}
+
+Point zv5axKinematics::PartPosition(const Point& p_mach, double firstAngle,
+                                    double secondAngle) const noexcept {
+  const zvTurn first = zvTurn::OfDegrees(firstAngle);
+  const zvTurn second = zvTurn::OfDegrees(secondAngle);
+  const Point o = RigidPosition({}, first, second);
+  const Point ex = RigidPosition({1, 0, 0}, first, second) - o;
+  const Point ey = RigidPosition({0, 1, 0}, first, second) - o;
+  const Point ez = RigidPosition({0, 0, 1}, first, second) - o;
+  const Point offset = (m_isIdentity ? p_mach : m_axes * p_mach) - o;
+  return {Dot(offset, ex), Dot(offset, ey), Dot(offset, ez)};
+}
+
+Point zv5axKinematics::Orientation(const zvTurn& first, const zvTurn& second) const noexcept {
+  const Point u = Rotate(m_spindle, m_second, {}, second.Reversed());
+  const Point t = Rotate(u, m_first, {}, first.Reversed());
+  return t / t.Length();
+}
+
+Point zv5axKinematics::OrientationFromAnglesRad(double firstRad, double secondRad) const noexcept {
+  return Orientation({std::cos(firstRad), std::sin(firstRad)},
+                     {std::cos(secondRad), std::sin(secondRad)});
+}
+
+Point zv5axKinematics::OrientationFromAngles(double firstDeg, double secondDeg) const noexcept {
+  return Orientation(zvTurn::OfDegrees(firstDeg), zvTurn::OfDegrees(secondDeg));
+}
+
+}  // namespace post

@@ -1,0 +1,100 @@
+// zv5axKinematics: where the linear axes of a 5-axis machine stand for a tool tip and two angles.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/posted_move.h>
+
+namespace post {
+
+/// An angle by its cosine and sine.
+struct zvTurn {
+  double cosine = 1;
+  double sine = 0;
+
+  static zvTurn OfDegrees(double deg) noexcept;
+  zvTurn Reversed() const noexcept { return {cosine, -sine}; }
+};
+
+/// Rodrigues' rotation of a point about a line, right-handed: v cos + (D x v) sin + D (D.v)(1 -
+/// cos) with v from the pivot to the point. A point within 1e-12 of the pivot, or one whose
+/// direction from it is parallel to the line within 1e-12 (sine), comes back exactly.
+KANDREL_API cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
+                                              const cadcam::zvTPoint3d<double>& direction,
+                                              const cadcam::zvTPoint3d<double>& pivot,
+                                              const zvTurn& turn) noexcept;
+
+/// Forward and inverse kinematics of a machine with two rotary axes. What a definition means:
+///
+/// 1. An angle a on the workpiece side turns the part by +a (right-handed) about the axis, on the
+///    head side the tool by +a.
+/// 2. The first axis acts on the part before the second (kinds 0, 3: the part rides on axis 1,
+/// which
+///    rides on axis 2); in a head (kind 1) axis 1 carries axis 2. Kind 2 and any other number: the
+///    part turns about axis 1, the tool about axis 2.
+/// 3. In a head the second pivot is relative to the spindle nose at angle zero, the first relative
+///    to the second. The tool length reaches from the tip to the nose; kind 0 leaves it out.
+/// 4. Angles are degrees, lengths in the machine's units; p_part in the part's frame, p_mach the
+///    positions of the linear axes.
+///
+/// The part origin is referred to and must outlive the object.
+class KANDREL_API zv5axKinematics {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  /// `machDef` is normalised.
+  zv5axKinematics(const zv5axMachDef& machDef, const Point& partOrigin,
+                  double toolLengthCompensation);
+
+  Point MachinePosition(const Point& p_part, double firstAngle, double secondAngle) const noexcept {
+    return MachinePosition(p_part, zvTurn::OfDegrees(firstAngle), zvTurn::OfDegrees(secondAngle));
+  }
+  Point MachinePosition(const Point& p_part, const zvTurn& first,
+                        const zvTurn& second) const noexcept;
+  Point MachinePosition(const zvPosted5axMove& move) const noexcept {
+    return MachinePosition(move.GetPartPosition(), move.GetAngle(0), move.GetAngle(1));
+  }
+
+  /// The inverse of MachinePosition. The machine position is taken through the axis matrix first,
+  /// so that skewed and scaled axes come out right too; what remains is a rigid motion.
+  Point PartPosition(const Point& p_mach, double firstAngle, double secondAngle) const noexcept;
+  Point PartPosition(const zvPosted5axMove& move) const noexcept {
+    return PartPosition(move.GetMachinePosition(), move.GetAngle(0), move.GetAngle(1));
+  }
+
+  /// The tool's orientation in the part's frame, a unit vector. In radians.
+  Point OrientationFromAnglesRad(double firstRad, double secondRad) const noexcept;
+  Point OrientationFromAngles(double firstDeg, double secondDeg) const noexcept;
+  Point Orientation(const zvPosted5axMove& move) const noexcept {
+    return OrientationFromAngles(move.GetAngle(0), move.GetAngle(1));
+  }
+
+  /// The directions with the signs that make an angle on either side turn the part: reversed for an
+  /// axis in the head.
+  const Point& GetFirstWorkingDirection() const noexcept { return m_first; }
+  const Point& GetSecondWorkingDirection() const noexcept { return m_second; }
+  const Point& GetSpindle() const noexcept { return m_spindle; }
+  std::int32_t GetKind() const noexcept { return m_kind; }
+
+ private:
+  Point RigidPosition(const Point& p_part, const zvTurn& first,
+                      const zvTurn& second) const noexcept;
+  Point Orientation(const zvTurn& first, const zvTurn& second) const noexcept;
+
+  std::int32_t m_kind;
+  Point m_spindle;
+  Point m_first;
+  Point m_second;
+  Point m_firstPivot;
+  Point m_secondPivot;
+  Point m_toolVector;       // L s
+  Point m_headSecondPivot;  // L s + B2
+  Point m_headFirstPivot;   // B1 + L s + B2
+  bool m_isIdentity;
+  cadcam::zvMatrix<double, 4, 4> m_inverseAxes;
+  cadcam::zvMatrix<double, 4, 4> m_axes;
+  const Point* m_partOrigin;
+};
+
+}  // namespace post

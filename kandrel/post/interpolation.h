@@ -1,0 +1,76 @@
+// zv5axInterpolator: the moves between two posted 5-axis moves.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/post/five_axis_solver.h>
+#include <kandrel/post/posted_move.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <cstdint>
+#include <optional>
+
+namespace post {
+
+/// Subdivides steps so that none exceeds maxAngleStep, and with interpolateByDistance none
+/// interpolationDistance. Works in the posted list itself: moves are put between neighbours and
+/// dropped again, so that nothing is copied. Steps, modes and tolerances are those of the solver's
+/// parameters, read when the object is made.
+///
+/// A step that is not above 0 switches its rule off. Throws what the solver throws for a blended
+/// orientation, zvcadcamException 2189 for one that blends to zero, and zvPostException 5039 for
+/// more than 2^31 - 2 moves at once.
+class KANDREL_API zv5axInterpolator {
+ public:
+  using Move = zvPosted5axMove;
+  using List = misc::zvMemoryPoolList<Move>;
+
+  /// `solver` must outlive the object.
+  zv5axInterpolator(const zv5axMoveSolver& solver, bool smallMoves);
+
+  /// Puts the moves between `to` and the move before it. True when they follow one solution all the
+  /// way and only the step to `to` remains large, because `to` was chosen on the other solution:
+  /// the caller then chooses again against the last of them.
+  bool Between(List& list, List::iterator to);
+
+  /// The move halfway between two, solved whatever the size of the step; nothing where the two lie
+  /// at a pole within `tolerance` degrees.
+  std::optional<Move> Midpoint(const Move& from, const Move& to, double tolerance) const;
+
+ private:
+  using Iterator = List::iterator;
+
+  bool Subdivide(List& list, Iterator from, Iterator to, int depth);
+  bool IsSkippedAtPole(const Move& from, const Move& to, double tolerance) const;
+  std::uint32_t StepsByDistance(const Move& from, const Move& to) const;
+  std::uint32_t StepsByAngle(const Move& from, const Move& to) const;
+  bool IsStepTooLarge(const Move& a, const Move& b) const;
+  bool IsWithinStep(const Move& a, const Move& b) const;
+  void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count);
+  void CarryPole(const Move& from, const Move& to, Move& move) const;
+  enum class Progress { kMade, kNone, kAllButLast };
+  Progress Measure(Iterator from, Iterator to) const;
+  void Thin(List& list, Iterator from, Iterator to) const;
+  Move Solved(const cadcam::zvCNCMove& blended, zvPostedMove::Types type, const Move& previous,
+              const zv5axMoveSolver::PoleCone& cone, std::int32_t sourceIndex, bool inserted) const;
+  Move Linear(const Move& a, const Move& b, double t) const;
+
+  const zv5axMoveSolver& m_solver;
+  const zvKDRParam& m_par;
+  zv5axMoveSolver::PoleCone m_cone;
+  bool m_smallMoves;
+  bool m_hasAngleRule;
+  bool m_hasDistanceRule;
+  bool m_solves;  // interpolationMode 0; else the axes move linearly
+  Iterator m_current;
+};
+
+/// The larger of the circular distances of the angles that are determined in both moves; 0 if none.
+KANDREL_API double PoleAwareDistance(const zvPosted5axMove& a, const zvPosted5axMove& b) noexcept;
+
+/// The distance of the part positions.
+inline double PartDistance(const zvPostedMove& a, const zvPostedMove& b) {
+  return (b.GetPartPosition() - a.GetPartPosition()).Length();
+}
+
+}  // namespace post

@@ -1,0 +1,436 @@
+// zvRewinder: turns a rotary axis that runs into its limit back by whole turns, off the part.
+#pragma once
+
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/limit_checker.h>
+#include <kandrel/post/move_traits.h>
+#include <kandrel/post/post_exception.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace post {
+
+/// Rewinds each axis of a list whose range spans at least a full turn, one after the other. A
+/// rewinding lifts the tool, turns the axis back by whole turns with the linear axes standing, and
+/// comes down where it left. It goes in at a link where one is near, by the rank of its type, else
+/// at the limit itself.
+///
+/// `Machine` is what the rewinder needs of the creator:
+///   Kinematics()             MachinePosition(move), PartPosition(move), Orientation(move)
+///   Retract(move)            a lifted move; may throw zvPostException 5008 or 5039
+///   Midpoint(a, b, tolerance)  the move halfway, solved; or nothing
+/// All that is given is referred to. Linear in the number of moves, inserted ones included: a shift
+/// of all later moves is carried along and added when the walk passes.
+///
+/// Throws zvPostException 5051 when the move at a limit can't be found, 5039 for a turn of more
+/// than 2^31 - 2 steps, and what Retract and Midpoint throw; the list is then half rewound.
+template <class Move, class Machine>
+class zvRewinder {
+ public:
+  using List = misc::zvMemoryPoolList<Move>;
+  using Iterator = typename List::iterator;
+  using Traits = zvMoveTraits<Move>;
+  using Ranges = std::array<zvRotaryRange, Traits::kAxes>;
+
+  zvRewinder(List& list, const Ranges& ranges, const zvKDRParam& par, bool smallMoves,
+             const Machine& machine)
+      : m_list(list), m_ranges(ranges), m_par(par), m_smallMoves(smallMoves), m_machine(machine) {}
+
+  /// Returns the number of rewindings put in. Nothing happens when an axis that can't be rewound is
+  /// out of its range, compared exactly, or when none can be rewound.
+  std::uint32_t Run() {
+    if (!Prepare()) return 0;
+    for (m_axis = 0; m_axis < Traits::kAxes; ++m_axis)
+      if (m_isRewound[m_axis]) RunAxis();
+    return m_rewindings;
+  }
+
+ private:
+  // A move of the list as it was when the axis' turn came, with its place in it. Moves inserted
+  // later have no place; `index` is the count of moves for the end.
+  struct Cursor {
+    Iterator node;
+    std::size_t index;
+  };
+
+  bool Prepare() {
+    bool isAny = false;
+    for (int axis = 0; axis < Traits::kAxes; ++axis) {
+      const auto [min, max] = m_ranges[axis];
+      const double span = std::fabs(max - min);
+      m_isRewound[axis] = span >= misc::kFullTurnDeg && span > misc::kEqual;
+      isAny = isAny || m_isRewound[axis];
+      if (m_isRewound[axis]) continue;
+      for (const Move& move : m_list) {
+        const double deg = Traits::Angle(move, axis);
+        if (deg < min || deg > max) return false;
+      }
+    }
+    return isAny;
+  }
+
+  void RunAxis() {
+    const auto [min, max] = m_ranges[m_axis];
+    m_low = std::min(min, max);
+    m_high = std::max(min, max);
+    MeasureSuffixes();
+    m_pending = 0;
+    m_committed = {m_list.begin(), 0};
+    m_shift = 0;
+
+    Cursor start = m_committed;
+    Cursor next = start;
+    if (!FindExcess(start, next)) return;
+    if (m_shift != 0) {
+      // The first stretch is shifted as a whole, with no move inserted.
+      m_pending += m_shift;
+      CommitTo(next);
+      start = next;
+    }
+    Cursor previousStart = m_first;
+    // Each round puts a rewinding in or takes the start further, so this many are enough.
+    for (std::size_t round = 0; round < 4 * m_count + 16 && FindExcess(start, next); ++round) {
+      const std::uint32_t before = m_rewindings;
+      InsertRewind(start, next, previousStart);
+      if (m_rewindings == before && next.index <= start.index) break;
+      previousStart = start;
+      start = next;
+    }
+    CommitTo(End());
+  }
+
+  // The smallest and largest angle from each move to the end, as the list stands now.
+  void MeasureSuffixes() {
+    m_first = {m_list.begin(), 0};
+    m_count = m_list.GetCount();
+    m_suffixes.resize(m_count);
+    zvRotaryRange suffix{misc::kNoValue, -misc::kNoValue};
+    std::size_t index = m_count;
+    for (Iterator node = m_list.end(); index != 0;) {
+      --node;
+      const double deg = Traits::Angle(*node, m_axis);
+      suffix = {std::min(suffix.min, deg), std::max(suffix.max, deg)};
+      m_suffixes[--index] = suffix;
+    }
+  }
+
+  Cursor End() { return {m_list.end(), m_count}; }
+
+  static void Advance(Cursor& cursor) {
+    ++cursor.node;
+    ++cursor.index;
+  }
+
+  // The angle with the shift that is still to be added.
+  double Angle(const Cursor& cursor) const {
+    return Traits::Angle(*cursor.node, m_axis) +
+           (cursor.index >= m_committed.index ? m_pending : 0);
+  }
+
+  // Adds the pending shift to the moves before `end`; those behind still wait for it.
+  void CommitTo(const Cursor& end) {
+    for (; m_committed.index < end.index; Advance(m_committed))
+      if (m_pending != 0)
+        Traits::SetAngle(*m_committed.node, m_axis,
+                         Traits::Angle(*m_committed.node, m_axis) + m_pending);
+  }
+
+  // Adds a shift to all moves from `rest` to the end.
+  void ShiftFrom(Iterator rest, double shift) {
+    for (; rest != m_committed.node; ++rest)
+      Traits::SetAngle(*rest, m_axis, Traits::Angle(*rest, m_axis) + shift);
+    m_pending += shift;
+  }
+
+  bool IsAnyOut(Cursor from) const {
+    for (; from.index < m_committed.index; Advance(from)) {
+      const double deg = Angle(from);
+      if (deg < m_low || deg > m_high) return true;
+    }
+    if (from.index >= m_count) return false;
+    return m_suffixes[from.index].min + m_pending < m_low ||
+           m_suffixes[from.index].max + m_pending > m_high;
+  }
+
+  // False when no move from `start` on is out. Else m_shift is the last multiple of a turn that
+  // fits the stretch from `start` to the move before `next`, which is the end when all fit.
+  bool FindExcess(const Cursor& start, Cursor& next) {
+    if (start.index >= m_count || !IsAnyOut(start)) return false;
+    double minDeg = Angle(start);
+    double maxDeg = minDeg;
+    for (next = start; next.index < m_count; Advance(next)) {
+      const double deg = Angle(next);
+      minDeg = std::min(minDeg, deg);
+      maxDeg = std::max(maxDeg, deg);
+      const double s = std::ceil((m_low - minDeg) / misc::kFullTurnDeg) * misc::kFullTurnDeg;
+      if (!std::isfinite(s) || minDeg + s < m_low - misc::kEqual ||
+          maxDeg + s > m_high + misc::kEqual)
+        return true;
+      m_shift = s;
+    }
+    return true;
+  }
+
+  void InsertRewind(const Cursor& start, Cursor& next, const Cursor& previousStart) {
+    double shift = m_shift;
+    if (std::fabs(shift) < misc::kFullTurnLessRounding || start.node == m_list.begin()) return;
+    CommitTo(start);
+    const double sense = shift > 0 ? 1 : -1;
+    Iterator before = std::prev(start.node);
+    Iterator place;
+    const bool found = FindRewindPlace(place, before, previousStart.node, shift) &&
+                       CutShift(place, start, sense, shift);
+    if (found) {
+      before = place;
+    } else if (std::optional<Move> atLimit = FindMoveAtLimit(*before, AsShifted(start))) {
+      before = m_list.Insert(start.node, std::move(*atLimit));
+    }
+    const Iterator rest = std::next(before);
+    InsertTurn(before, rest, sense, shift);
+    ShiftFrom(rest, shift);
+    ++m_rewindings;
+    if (found) StepBack(next, rest, sense);
+  }
+
+  // The move as it stands once the pending shift is added.
+  Move AsShifted(const Cursor& cursor) const {
+    Move move = *cursor.node;
+    Traits::SetAngle(move, m_axis, Angle(cursor));
+    return move;
+  }
+
+  // A rewinding at a link costs fewer turns than the excess asks; false when none remains, so that
+  // it would help nothing.
+  bool CutShift(Iterator place, const Cursor& start, double sense, double& shift) const {
+    const Iterator after = std::next(place);
+    const double deg = after == start.node ? Angle(start) : Traits::Angle(*after, m_axis);
+    const double turns =
+        std::trunc(std::trunc(std::fabs(Traits::Angle(*place, m_axis) - deg)) / misc::kFullTurnDeg);
+    const double more = std::fabs(shift) > misc::kFullTurnDeg ? 1 : 0;
+    const double cut = shift - sense * misc::kFullTurnDeg * (turns + more);
+    if (!(cut * sense >= misc::kFullTurnLessRounding)) return false;
+    shift = cut;
+    return true;
+  }
+
+  // Lift, turn and drop behind `before`. The linear axes stand while the axis turns, so that for an
+  // axis in the head the tip swings about: deliberate.
+  void InsertTurn(Iterator before, Iterator rest, double sense, double shift) {
+    Move lift = m_machine.Retract(*before);
+    lift.SetType(zvPostedMove::noLink);
+    MarkInserted(lift, *before);
+    const double liftDeg = Traits::Angle(lift, m_axis);
+
+    if (m_par.GetMaxAngleStep() > 0) {
+      constexpr double kLargestCount = 2147483646;
+      const double step = sense * m_par.GetMaxAngleStep();
+      const double whole = std::fabs(shift) - m_par.GetLimitTolerance();
+      if (!(whole / std::fabs(step) <= kLargestCount)) throw zvPostException(5039);
+      m_list.Insert(rest, lift);
+      for (double turned = 0; sense * turned < whole; turned += step) {
+        Move turn = lift;
+        if (turned != 0) {
+          Traits::SetAngle(turn, m_axis, liftDeg + turned);
+          SyncFromMachine(turn);
+        }
+        m_list.Insert(rest, std::move(turn));
+      }
+    } else {
+      m_list.Insert(rest, lift);
+    }
+    Move end = lift;
+    Traits::SetAngle(end, m_axis, liftDeg + shift);
+    SyncFromMachine(end);
+    m_list.Insert(rest, std::move(end));
+
+    Move drop = *before;
+    drop.SetType(zvPostedMove::noLink);
+    MarkInserted(drop, *before);
+    Traits::SetAngle(drop, m_axis, Traits::Angle(*before, m_axis) + shift);
+    SyncFromMachine(drop);
+    m_list.Insert(rest, std::move(drop));
+  }
+
+  void MarkInserted(Move& move, const Move& source) const {
+    if (m_smallMoves || move.HasNoExtended()) return;
+    if (!source.HasNoExtended()) move.SetSourceIndex(source.GetSourceIndex());
+    move.SetInserted(true);
+  }
+
+  void SyncFromMachine(Move& move) const {
+    move.SetPartPosition(m_machine.Kinematics().PartPosition(move));
+    move.SetOrientation(m_machine.Kinematics().Orientation(move));
+  }
+
+  // Takes `next` back to the first of the moves before it that stand at or beyond the limit towards
+  // which the list runs: the search goes on from there. An end becomes the last move where that one
+  // stands so.
+  void StepBack(Cursor& next, Iterator rest, double sense) {
+    const auto isBeyond = [&](const Cursor& cursor) {
+      return sense < 0 ? Angle(cursor) >= m_high : Angle(cursor) <= m_low;
+    };
+    const auto back = [](Cursor cursor) {
+      --cursor.node;
+      --cursor.index;
+      return cursor;
+    };
+    if (next.index >= m_count) {
+      const Cursor last = back(End());
+      if (!isBeyond(last)) return;
+      next = last;
+    } else if (!isBeyond(next)) {
+      return;
+    }
+    while (next.node != rest && next.index > 0 && isBeyond(back(next))) next = back(next);
+  }
+
+  // Looks back from `before` for a link where the tool is off the part anyway, and where one turn
+  // still fits.
+  bool FindRewindPlace(Iterator& place, Iterator before, Iterator previousStart,
+                       double shift) const {
+    if (!(m_high - m_low > misc::kFullTurnDeg)) return false;
+    const bool turnsUp = shift > 0;
+    const double bound = turnsUp ? m_high - misc::kFullTurnDeg : m_low + misc::kFullTurnDeg;
+    Iterator candidate = before;
+    for (;;) {
+      if (candidate == m_list.begin()) {
+        if (candidate == before && candidate == previousStart) return false;
+        break;
+      }
+      if (candidate == previousStart) return false;
+      if (candidate->GetType() != zvPostedMove::noLink) break;
+      const double deg = Traits::Angle(*candidate, m_axis);
+      if (turnsUp ? deg > bound : deg < bound) return false;
+      --candidate;
+    }
+    if (!FindLinkByRank(place, candidate)) return false;
+    const double turned =
+        Traits::Angle(*place, m_axis) + (shift >= 0 ? 1 : -1) * misc::kFullTurnDeg;
+    return turned >= m_low - misc::kEqual && turned <= m_high + misc::kEqual;
+  }
+
+  // Link types by their rank as places for a rewinding: 5, 4, 3, 0, 1. Type 2 is never taken.
+  bool FindLinkByRank(Iterator& place, Iterator at) const {
+    using Types = zvPostedMove::Types;
+    for (const Types type : {Types::link5, Types::link4})
+      if (at->GetType() == type || SearchBack(type, at, place)) {
+        if (at->GetType() == type) place = at;
+        return true;
+      }
+    for (const Types type : {Types::link3, Types::link0, Types::link1})
+      if (at->GetType() == type || SearchFromLinkStart(type, at, place)) {
+        if (at->GetType() == type) place = at;
+        return true;
+      }
+    return false;
+  }
+
+  // The nearest move of the type before `at` in its link.
+  bool SearchBack(zvPostedMove::Types type, Iterator at, Iterator& place) const {
+    while (at->GetType() != zvPostedMove::noLink && at != m_list.begin()) {
+      --at;
+      if (at->GetType() != type) continue;
+      place = at;
+      return true;
+    }
+    return false;
+  }
+
+  // The first move of the type in the link, up to `at`.
+  bool SearchFromLinkStart(zvPostedMove::Types type, Iterator at, Iterator& place) const {
+    Iterator start = at;
+    while (start->GetType() != zvPostedMove::noLink && start != m_list.begin()) --start;
+    for (;; ++start) {
+      if (start->GetType() == type) {
+        place = start;
+        return true;
+      }
+      if (start == at) return false;
+    }
+  }
+
+  // The move between two at which the axis stands exactly at its limit; nothing where the limit
+  // doesn't lie between them.
+  std::optional<Move> FindMoveAtLimit(const Move& a, const Move& b) const {
+    const double from = Traits::Angle(a, m_axis);
+    const double to = Traits::Angle(b, m_axis);
+    for (const Move* end : {&a, &b}) {
+      const double deg = Traits::Angle(*end, m_axis);
+      if (!(std::fabs(deg - m_high) <= misc::kEqual || std::fabs(deg - m_low) <= misc::kEqual))
+        continue;
+      Move result = *end;
+      if (!m_smallMoves && !result.HasNoExtended()) result.SetInserted(true);
+      return result;
+    }
+    const bool isUpward = to > from;
+    const double target = isUpward ? m_high : m_low;
+    if (!(std::min(from, to) <= target && target <= std::max(from, to))) return std::nullopt;
+
+    Move result = Bisect(a, b, target, isUpward);
+    Traits::SetAngle(result, m_axis, target);
+    for (int axis = 0; axis < Traits::kAxes; ++axis) {
+      if (axis == m_axis) continue;
+      const double otherA = Traits::Angle(a, axis);
+      const double otherB = Traits::Angle(b, axis);
+      double other =
+          std::fabs(otherA - otherB) <= misc::kSameStep ? otherA : Traits::Angle(result, axis);
+      // A solved angle comes without its whole turns.
+      other += misc::kFullTurnDeg * misc::WindsBetween(otherA, other);
+      Traits::SetAngle(result, axis, other);
+    }
+    // The forced angles move the tip unless the linear axes follow.
+    result.SetMachinePosition(m_machine.Kinematics().MachinePosition(result));
+    if (!m_smallMoves && !result.HasNoExtended()) {
+      if (!a.HasNoExtended()) result.SetSourceIndex(a.GetSourceIndex());
+      result.SetInserted(true);
+    }
+    return result;
+  }
+
+  Move Bisect(const Move& a, const Move& b, double target, bool isUpward) const {
+    // arcsine of 1e-8, degrees: a pole tolerance of next to nothing.
+    const double eps = std::acos(std::sqrt(1 - 1e-16)) * misc::kDegreesPerRadian;
+    Move low = a;
+    Move high = b;
+    for (int count = 0; count <= 2048; ++count) {
+      std::optional<Move> middle = m_machine.Midpoint(low, high, eps);
+      if (!middle) return low;
+      if (*middle == low) return *middle;
+      const double d = std::remainder(Traits::Angle(*middle, m_axis) - target, misc::kFullTurnDeg);
+      if (std::fabs(d) <= misc::kRotaryLimitHit) return *middle;
+      const bool hasPassed = isUpward ? d > 0 : d < 0;
+      (hasPassed ? high : low) = std::move(*middle);
+    }
+    throw zvPostException(5051);
+  }
+
+  List& m_list;
+  Ranges m_ranges;
+  const zvKDRParam& m_par;
+  bool m_smallMoves;
+  const Machine& m_machine;
+
+  std::array<bool, Traits::kAxes> m_isRewound{};
+  std::uint32_t m_rewindings = 0;
+
+  // Of the axis at hand.
+  int m_axis = 0;
+  double m_low = 0;
+  double m_high = 0;
+  double m_shift = 0;    // what FindExcess found
+  double m_pending = 0;  // still to be added to the moves from m_committed on
+  Cursor m_first;
+  Cursor m_committed;
+  std::size_t m_count = 0;
+  std::vector<zvRotaryRange> m_suffixes;
+};
+
+}  // namespace post
