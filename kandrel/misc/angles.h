@@ -3,8 +3,6 @@
 
 #include <kandrel/misc/export.h>
 
-#include <cstdint>
-
 namespace misc {
 
 /// Arc cosine in radians for the dot product of two unit vectors: 0 for an argument above

@@ -77,7 +77,13 @@ class zvMemoryPoolList {
   }
   zvMemoryPoolList(const zvMemoryPoolList&) = delete;
   zvMemoryPoolList& operator=(const zvMemoryPoolList&) = delete;
-  ~zvMemoryPoolList() { Clear(); }
+  ~zvMemoryPoolList() {
+    try {
+      Clear();
+    } catch (...) {
+      // The system refused to take pages back: no reason to end the program.
+    }
+  }
 
   T& PushBack(const T& value) { return EmplaceBack(value); }
   T& PushBack(T&& value) { return EmplaceBack(std::move(value)); }
@@ -115,7 +121,8 @@ class zvMemoryPoolList {
     return {this, next};
   }
 
-  /// Destroys all elements; nodes go back to the pool arena by arena.
+  /// Destroys all elements; nodes go back to the pool arena by arena. Throws zvException "Failed to
+  /// free memory" when the system refuses to take pages back; the list is empty then too.
   void Clear() {
     for (Node* node = m_head; node != nullptr; node = node->next) node->value.T::~T();
     Node* first = std::exchange(m_head, nullptr);

@@ -28,6 +28,17 @@ Point UnitOrientation(const cadcam::zvCNCMove& move) {
   return move.GetOrientation().Normalized();
 }
 
+bool Fits(const zvToolPathAxis& path, const zv4axMachDef& machDef) {
+  const Point& a = machDef.GetRotationDirection();
+  if (!path.found)
+    return std::fabs(Dot(a, path.axis) - Dot(a, machDef.GetSpindleDirection())) <= misc::kEqual;
+  // Opposite within the noise of fine steps counts as fitting too: the rotation between almost
+  // opposite axes would be a half turn about an axis made of noise.
+  return (a - path.axis).SquaredLength() < misc::kAlignedSquared ||
+         (-a - path.axis).SquaredLength() < misc::kAlignedSquared ||
+         std::fabs(Dot(a, path.axis) + 1) <= misc::kOppositeAxis;
+}
+
 bool AreParallel(const Point& a, const Point& b) {
   return std::fabs(std::fabs(Dot(a, b)) - 1) <= misc::kEqual;
 }
@@ -89,20 +100,12 @@ zvAlignMatrix AlignToSpindle(const cadcam::zvToolPath& toolpath, const zvMachDef
 }
 
 bool FitsRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& machDef) {
-  const Point& a = machDef.GetRotationDirection();
-  const zvToolPathAxis path = FindToolPathAxis(toolpath);
-  if (!path.found)
-    return std::fabs(Dot(a, path.axis) - Dot(a, machDef.GetSpindleDirection())) <= misc::kEqual;
-  // Opposite within the noise of fine steps counts as fitting too: the rotation between almost
-  // opposite axes would be a half turn about an axis made of noise.
-  return (a - path.axis).SquaredLength() < misc::kAlignedSquared ||
-         (-a - path.axis).SquaredLength() < misc::kAlignedSquared ||
-         std::fabs(Dot(a, path.axis) + 1) <= misc::kOppositeAxis;
+  return Fits(FindToolPathAxis(toolpath), machDef);
 }
 
 zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& machDef) {
-  if (FitsRotaryAxis(toolpath, machDef)) return nullptr;
   const zvToolPathAxis path = FindToolPathAxis(toolpath);
+  if (Fits(path, machDef)) return nullptr;
   if (path.axis.IsZero()) throw zvPostException(5044);
   return misc::MakeAutoPointer<Matrix>(RotationBetween(path.axis, machDef.GetRotationDirection()));
 }

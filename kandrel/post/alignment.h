@@ -34,12 +34,13 @@ KANDREL_API zvAlignMatrix AlignToSpindle(const cadcam::zvToolPath& toolpath,
                                          const zvMachDef& machDef);
 
 /// True when the orientations turn about the machine's rotary axis, or, where they don't turn,
-/// stand to it as the spindle does. The definition is normalised.
+/// stand to it as the spindle does. The definition is normalised. Throws as FindToolPathAxis does.
 KANDREL_API bool FitsRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& machDef);
 
 /// The matrix that turns the machine's rotary axis onto the toolpath's; null when the path fits.
 /// This is the reverse of AlignToSpindle, deliberately: the path's axis lands on the machine's only
-/// where the two are perpendicular. Throws zvPostException 5044 below three moves.
+/// where the two are perpendicular. Throws zvPostException 5044 below three moves, and as
+/// RotationBetween and FindToolPathAxis do.
 KANDREL_API zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath,
                                             const zv4axMachDef& machDef);
 

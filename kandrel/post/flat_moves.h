@@ -41,8 +41,8 @@ KANDREL_API cadcam::zv5axMove AlignedCopy(const cadcam::zvCNCMove& move,
 KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
 
 /// Fills an array of the toolpath's move count. Without an alignment moves are shared, with one
-/// they are aligned copies on the heap. Throws "Accessing NULL pointer" for a
-/// null pointer met on the way, and as RequireFinite, PostedMoveTypeOf and AlignedCopy do.
+/// they are aligned copies on the heap. Throws "Accessing NULL pointer" for a null pointer met on
+/// the way, and as RequireFinite, PostedMoveTypeOf and AlignedCopy do.
 KANDREL_API void Flatten(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
                          zvFlatMoves& moves);
 

@@ -23,7 +23,7 @@ bool zvPathReader::EnterSection() {
     m_moves.Enter(section);
     ++m_sections.next;
   } while (m_moves.IsDone());
-  constexpr int kAhead = 6;
+  constexpr int kAhead = 6;  // moves between asking for one and reading it
   m_ahead = m_moves.next;
   for (int i = 0; i < kAhead && m_ahead != m_moves.end; ++i) ++m_ahead;
   return true;

@@ -7,6 +7,7 @@
 #include <kandrel/post/move_grabber.h>
 #include <kandrel/post/posted_move.h>
 
+#include <cstdint>
 #include <list>
 
 namespace post {
@@ -20,6 +21,9 @@ class KANDREL_API zvPathReader {
       : m_alignment(alignment) {
     m_passes.Enter(toolpath.Children());
   }
+  /// Not copied: its view may point to its own aligned copy.
+  zvPathReader(const zvPathReader&) = delete;
+  zvPathReader& operator=(const zvPathReader&) = delete;
 
   /// Goes on to the next move, at first to the first one; false at the end. Throws "Accessing NULL
   /// pointer" for a null pointer met on the way, and as RequireFinite, PostedMoveTypeOf and
@@ -28,9 +32,10 @@ class KANDREL_API zvPathReader {
     if (m_moves.IsDone() && !EnterSection()) return false;
     // Moves lie scattered over the heap: what is needed soon is asked for while one is worked on.
     if (m_ahead != m_moves.end) {
-      const cadcam::zvCNCMove* move = m_ahead->Get();
-      __builtin_prefetch(move);
-      __builtin_prefetch(reinterpret_cast<const char*>(move) + 64);
+      // As a number: the pointer may be null, which fails when its turn comes and not here.
+      const auto address = reinterpret_cast<std::uintptr_t>(m_ahead->Get());
+      __builtin_prefetch(reinterpret_cast<const void*>(address));
+      __builtin_prefetch(reinterpret_cast<const void*>(address + kCacheLine));
       ++m_ahead;
     }
     const cadcam::zvCNCMove& source = **m_moves.next;
@@ -57,6 +62,8 @@ class KANDREL_API zvPathReader {
     }
     bool IsDone() const { return next == end; }
   };
+
+  static constexpr std::uintptr_t kCacheLine = 64;  // a move takes two
 
   bool EnterSection();
   void Align(const cadcam::zvCNCMove& source);

@@ -16,7 +16,13 @@ class zvPostedList {
   zvPostedList() = default;
   zvPostedList(const zvPostedList&) : zvPostedList() {}
   zvPostedList& operator=(const zvPostedList&) = delete;
-  ~zvPostedList() { Clear(); }
+  ~zvPostedList() {
+    try {
+      Clear();
+    } catch (...) {
+      // As in the list's own destructor: pages that stay mapped are no reason to end the program.
+    }
+  }
 
   Pointer& Get() noexcept { return m_list; }
   const Pointer& Get() const noexcept { return m_list; }
@@ -30,7 +36,7 @@ class zvPostedList {
   }
 
   /// Empties the present list and starts a new one with copies of the moves of `source`, which may
-  /// be null. Its own present list stays as it is.
+  /// be null. Given the present list itself, it changes nothing.
   void Set(const Pointer& source) {
     const List* moves = source.Get();  // `source` may be a reference to the member
     if (moves != nullptr && moves == m_list.Get()) return;

@@ -62,10 +62,10 @@ class KANDREL_API zvPostedMove {
   /// X, Y, Z of the machine's linear axes.
   const Point& GetMachinePosition() const noexcept { return m_machinePosition; }
   void SetMachinePosition(const Point& position) noexcept { m_machinePosition = position; }
-  /// Tool tip in the part's frame, as the toolpath gave it.
+  /// Tool tip in the part's frame, as the toolpath gave it or an alignment turned it.
   const Point& GetPartPosition() const noexcept { return m_partPosition; }
   void SetPartPosition(const Point& position) noexcept { m_partPosition = position; }
-  /// Tool orientation in the part's frame, from the tip towards the spindle.
+  /// Tool orientation in the same frame, from the tip towards the spindle.
   const Point& GetOrientation() const noexcept { return m_orientation; }
   void SetOrientation(const Point& orientation) noexcept { m_orientation = orientation; }
   bool IsRapid() const noexcept { return m_rapid; }

@@ -1,4 +1,3 @@
-#include <kandrel/post/move_grabber.h>
 #include <kandrel/post/three_axis_move_maker.h>
 
 namespace post {

@@ -28,10 +28,12 @@ class KANDREL_API zvPosted3axMoveMaker {
   /// of p and nothing else.
   Point MachinePosition(const Point& partPosition) const {
     if (m_transformation) return *m_transformation * partPosition;
-    const Point p_mach = partPosition + *m_partOrigin + m_toolVector;
-    return m_machDef.IsIdentityTransform() ? p_mach : *m_machDef.GetInverseAxisMatrix() * p_mach;
+    const Point p_nose = partPosition + *m_partOrigin + m_toolVector;  // in part directions
+    return m_machDef.IsIdentityTransform() ? p_nose : *m_machDef.GetInverseAxisMatrix() * p_nose;
   }
 
+  /// The posted move; `sourceIndex` and `inserted` go into the extended block, which a small move
+  /// doesn't have. Nothing is checked.
   zvPosted3axMove Make(const zvMoveView& move, zvPostedMove::Types type, std::int32_t sourceIndex,
                        bool inserted, bool smallMoves) const {
     const Point& p_part = move.GetPosition();

@@ -44,8 +44,10 @@ class KANDREL_API zvPostedTPCreator {
 
   const post::zv5axControlDef& GetControlDef() const noexcept { return m_controlDef; }
   const post::zvKDRParam& GetPar() const noexcept { return m_par; }
+  /// Added to every part position on the way to machine coordinates, in the machine's units.
   const cadcam::zvTPoint3d<double>& GetPartOrigin() const noexcept { return m_partOrigin; }
-  /// Length from the tool tip to the spindle's reference point along the spindle direction.
+  /// Length from the tool tip to the spindle's reference point along the spindle direction, in the
+  /// machine's units.
   const double& GetToolLengthCompensationValue() const noexcept { return m_toolLengthCompensation; }
   const InstanceType& GetInstanceType() const noexcept { return m_instanceType; }
 
@@ -58,7 +60,7 @@ class KANDREL_API zvPostedTPCreator {
 
   /// The posted move type of the section in which the iterator stands. Throws zvcadcamException
   /// 2639 for a section that is neither link nor contour, zvKandrelException 2637 for a link type
-  /// above 5.
+  /// above 5, "Accessing NULL pointer" at the toolpath's end.
   post::zvPostedMove::Types GetPostedMoveType(
       const cadcam::zvToolPath& toolpath, const cadcam::zvToolPath::const_iterator& position) const;
 

@@ -9,6 +9,8 @@
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/step_counts.h>
 
+#include <iterator>
+
 using post::zvKDRParam;
 using post::zvPostedMove;
 using post::zvPostException;
@@ -154,7 +156,15 @@ void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPost
     return m_maker.Make(move, type, static_cast<std::int32_t>(index), false, smallMoves);
   });
   if (previous == nullptr) return;
-  if (GetPar().GetInterpolateByDistance()) previous = Interpolate(*previous, current, smallMoves);
+  if (GetPar().GetInterpolateByDistance()) {
+    try {
+      previous = Interpolate(*previous, current, smallMoves);
+    } catch (...) {
+      // What fails between two moves leaves nothing behind the first of them.
+      while (&list.Back() != previous) list.Erase(std::prev(list.end()));
+      throw;
+    }
+  }
   // Nothing moves a posted move after this, so that its time can be told at once.
   current->SetMoveTime(post::MoveTime(*previous, *current));
 }

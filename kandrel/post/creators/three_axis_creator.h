@@ -52,21 +52,26 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
   misc::zvAutoPointer<post::zvTransformation3d> GetTransfor3d() const;
   void SetTransfor3d(const misc::zvAutoPointer<post::zvTransformation3d>& transformation);
 
-  /// Posts a toolpath into a new list; `smallMoves` leaves the extended blocks out. A toolpath
-  /// without passes, or with an empty first one, gives an empty list whatever else it holds.
+  /// Posts a toolpath into a new list, which the creator empties when it dies; `smallMoves` leaves
+  /// the extended blocks out. A toolpath without passes, or with an empty first one, gives an empty
+  /// list whatever else it holds.
   ///
   /// Throws zvPostException 5032, 5033 for units that differ; 5029 for an orientation off the
   /// spindle; 5010 to 5012, 5015 to 5017 for a limit broken by more than 1e-12 (limitsCheck 1, 3);
-  /// 5046 for an unknown limitsCheck; 5039 for what is infinite or NaN; zvcadcamException 2189 for
-  /// a zero orientation, and with alignToolpath for one opposite to the spindle. Linear in the
-  /// number of posted moves.
+  /// 5046 for an unknown limitsCheck; 5039 for a position, orientation, part origin or tool length
+  /// that is infinite or NaN, and for more than 2^31 - 2 moves between two others; 2503 for a plain
+  /// zvCNCMove; zvKandrelException 2637 for a link type above 5; zvcadcamException 2189 for a zero
+  /// orientation, and with alignToolpath for one opposite to the spindle; "Accessing NULL pointer"
+  /// for a null in the toolpath. Linear in the number of posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 
-  /// A single move with an extended block, without limit check; aligned where a matrix is set.
+  /// A single move with an extended block, without limit or orientation check; aligned where a
+  /// matrix is set. Throws zvPostException 5039 as Post does, 2503 for a plain zvCNCMove,
+  /// "Accessing NULL pointer" for a null one.
   Move PostMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
-  /// The same with the linear limits checked, unless limitsCheck is 0 or 2: any unknown value
-  /// checks here. The second member is always null.
+  /// The same with the linear limits checked (5010 to 5012, 5015 to 5017), unless limitsCheck is 0
+  /// or 2: any unknown value checks here. The second member is always null.
   std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> PostMoveWithinMachLimits(
       const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
 

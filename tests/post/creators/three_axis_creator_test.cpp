@@ -189,6 +189,14 @@ TEST(ThreeAxisCreator, RefusesBadInput) {
         posting(PathBuilder().Contour({Move3({}), nullptr}), nothing);
       },
       0, L"Accessing NULL pointer"));
+  // Far enough on to be asked for ahead of its turn.
+  EXPECT_TRUE(ThrowsId<misc::zvException>(
+      [&] {
+        PathBuilder::Moves moves(20, Move3({}));
+        moves[15] = nullptr;
+        posting(PathBuilder().Contour(moves), nothing);
+      },
+      0, L"Accessing NULL pointer"));
   EXPECT_TRUE(ThrowsId<zvPostException>(
       [&] {
         posting(PathBuilder().Contour({misc::MakeAutoPointer<cadcam::zvCNCMove>()}), nothing);
@@ -313,6 +321,35 @@ TEST(ThreeAxisCreator, InterpolatesByDistance) {
         scene.Creator().Post(PathBuilder().Contour({Move3({}), Move3({3, 0, 0})}), true);
       },
       5039, kInvalidVector));
+}
+
+TEST(ThreeAxisCreator, AnInterpolationThatFailsLeavesNothingOfItself) {
+  const auto opposite = Move5({10, 0, 0}, {0, 0, -1});
+  const struct {
+    double step;
+    cadcam::zvMovePointer last;
+    std::uint32_t id;
+  } cases[] = {
+      {1e-9, Move3({10, 0, 0}), 5039},  // more steps than can be counted
+      {4, opposite, 2189},              // null half way, at the second of three moves
+  };
+  for (const auto& c : cases)
+    for (const bool smallMoves : {false, true}) {
+      Scene scene;
+      scene.par.SetInterpolateByDistance(true);
+      scene.par.SetInterpolationDistance(c.step);
+      auto creator = scene.Creator();
+      // Orientations are not checked then.
+      creator.SetTransfor3d(misc::MakeAutoPointer<post::zvTransformation3d>());
+      std::uint32_t id = 0;
+      try {
+        creator.Post(PathBuilder().Contour({Move3({}), Move3({}), c.last}), smallMoves);
+      } catch (const misc::zvException& e) {
+        id = e.GetId();
+      }
+      EXPECT_EQ(id, c.id);
+      EXPECT_EQ(creator.GetPostedList()->GetCount(), 2u) << c.id;
+    }
 }
 
 TEST(ThreeAxisCreator, InterpolatedRapidsTypesAndFeeds) {
