@@ -93,7 +93,7 @@ zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath) {
 zvAlignMatrix AlignToSpindle(const cadcam::zvToolPath& toolpath, const zvMachDef& machDef) {
   const auto first = toolpath.begin();
   if (first == toolpath.end()) return nullptr;
-  const Point s = machDef.GetSpindleDirection().Normalized();
+  const Point& s = machDef.GetSpindleDirection();
   const Point t = UnitOrientation(**first);
   if ((s - t).SquaredLength() < misc::kAlignedSquared) return nullptr;
   return misc::MakeAutoPointer<Matrix>(RotationBetween(s, t));

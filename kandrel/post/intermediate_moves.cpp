@@ -26,10 +26,7 @@ zvIntermediateMoves::zvIntermediateMoves(const zvPostedMove& previous, const zvP
 const cadcam::zvCNCMove& zvIntermediateMoves::At(double t) {
   m_blended = Interpolate(1 - t, m_previous, t, m_current);
   if (m_typesDiffer) m_blended.SetFeed(m_current.GetFeed());
-  if (!m_smallMoves) return m_blended;
-  m_blendedSmall = cadcam::zv3axMove(m_blended.GetPosition(), m_blended.GetOrientation(),
-                                     m_blended.GetFeed(), m_blended.IsRapid());
-  return m_blendedSmall;
+  return m_blended;
 }
 
 }  // namespace post

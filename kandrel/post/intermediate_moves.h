@@ -29,7 +29,6 @@ class KANDREL_API zvIntermediateMoves {
   cadcam::zv5axMove m_previous;
   cadcam::zv5axMove m_current;
   cadcam::zv5axMove m_blended;
-  cadcam::zv3axMove m_blendedSmall;
   zvPostedMove::Types m_type;
   std::int32_t m_sourceIndex;
   bool m_smallMoves;

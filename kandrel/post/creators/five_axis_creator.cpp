@@ -145,7 +145,7 @@ bool zvPosted5axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
   RequireFiniteSetup();
   try {
     return PostInOneWalk(toolpath, smallMoves);
-  } catch (...) {
+  } catch (const misc::zvException&) {
     // What is wrong with the toolpath as such, wherever it stands, is told before what goes wrong
     // in posting it, and leaves the list empty.
     try {

@@ -1,4 +1,4 @@
-#include <kandrel/misc/angles.h>
+#include <kandrel/post/control_limits.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
 #include <kandrel/post/post_exception.h>
 
@@ -51,8 +51,12 @@ cadcam::zvMovePointer zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer&
 }
 
 void zvPostedTPCreator::RequireFiniteSetup() const {
-  if (!IsFinite(m_partOrigin) || !std::isfinite(m_toolLengthCompensation))
-    throw zvPostException(5039);
+  bool isFinite = IsFinite(m_partOrigin) && std::isfinite(m_toolLengthCompensation);
+  if (m_alignMatrix)
+    for (std::size_t i = 0; i < 4; ++i)
+      for (std::size_t j = 0; j < 4; ++j)
+        isFinite = isFinite && std::isfinite((*m_alignMatrix)(i, j));
+  if (!isFinite) throw zvPostException(5039);
 }
 
 void zvPostedTPCreator::CheckUnits(const post::zvMachDef& machDef,
@@ -73,13 +77,5 @@ void zvPostedTPCreator::ExceedingLimit(const zvLimitType& limit) const {
 
 double zvPostedTPCreator::ApplyAngleLimitToRotAxis(double angle,
                                                    zv5axControlDef::angleLimit limit) const {
-  switch (limit) {
-    case zv5axControlDef::angleLimit360:
-      return misc::WrapTo360(angle);
-    case zv5axControlDef::angleLimit180:
-      return misc::WrapTo180(angle);
-    case zv5axControlDef::angleLimitNone:
-      break;
-  }
-  return angle;
+  return post::ApplyAngleLimit(angle, limit);
 }

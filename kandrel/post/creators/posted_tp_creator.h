@@ -23,7 +23,7 @@
 /// 2. Limits, steps and choices of a run are read from the creator's own copy of the parameters.
 /// 3. Between postings only the posted list and the alignment matrix stay. A posting that computes
 ///    no alignment of its own uses the matrix of an earlier one.
-/// 4. After a failed Post the list may be partly filled.
+/// 4. After a failed Post the list may be partly filled, with move times or without.
 class KANDREL_API zvPostedTPCreator {
  public:
   enum InstanceType : std::int32_t {
@@ -83,7 +83,8 @@ class KANDREL_API zvPostedTPCreator {
   /// NaN.
   void BuildMoves(const cadcam::zvToolPath& toolpath, post::zvFlatMoves& moves) const;
 
-  /// Throws zvPostException 5039 for a part origin or tool length that is infinite or NaN.
+  /// Throws zvPostException 5039 for a part origin, tool length or alignment matrix that is
+  /// infinite or NaN.
   void RequireFiniteSetup() const;
 
   /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", what is

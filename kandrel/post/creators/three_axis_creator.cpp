@@ -99,7 +99,7 @@ void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
   RequireFiniteSetup();
   try {
     PostInOneWalk(toolpath, smallMoves);
-  } catch (...) {
+  } catch (const misc::zvException&) {
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is told, and how far the list is filled.
     m_posted.Get()->Clear();
