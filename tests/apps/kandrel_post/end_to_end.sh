@@ -145,6 +145,43 @@ fi
 grep -q '^error 0: standard output: ' stderr || complain "full: $(cat stderr)"
 [ ! -e full ] || complain "a job without a summary leaves its files"
 
+"$app" --help >/dev/full 2>stderr
+[ $? -eq 1 ] || complain "help that nobody gets is no failure"
+
+# Streams that come closed: the files opened next must not take their place.
+"$app" post -m preset:mill3_metric -t square.cl -o closed >&- 2>stderr
+[ $? -eq 1 ] || complain "a closed standard output is no failure"
+[ ! -e closed ] || complain "a job without a standard output leaves its files"
+"$app" post -m preset:mill3_metric -t square.cl -o closed >stdout <&- 2>&- ||
+  complain "exit code without standard input and error"
+cmp -s closed/posted.csv out/of/here/posted.csv || complain "posted.csv with closed streams"
+
+# Signals: what is half written goes. A full pipe holds the job up before its last step.
+mkfifo pipe
+exec 3<>pipe
+dd if=/dev/zero of=pipe bs=4096 count=1000 oflag=nonblock 2>/dev/null
+"$app" post -m preset:mill3_metric -t square.cl -o ended >pipe &
+job=$!
+for ((i = 0; i < 1000; ++i)); do
+  [ "$(ls -A ended 2>/dev/null | wc -l)" -lt 2 ] || break
+  sleep 0.02
+done
+[ $i -lt 1000 ] || complain "the job to be ended does not write"
+kill -TERM $job
+wait $job 2>/dev/null
+[ $? -eq 143 ] || complain "exit code of a job that was ended"
+[ -z "$(ls -A ended)" ] || complain "a job that was ended leaves $(ls -A ended)"
+exec 4>pipe 3<&-
+"$app" post -m preset:mill3_metric -t square.cl -o broken >&4
+[ $? -eq 141 ] || complain "exit code with a broken pipe"
+[ -z "$(ls -A broken)" ] || complain "a broken pipe leaves $(ls -A broken)"
+exec 4>&-
+"$app" sample pocket_plate >plate.cl
+(ulimit -f 64 && exec "$app" post -m preset:mill3_metric -t plate.cl -o limited) >stdout 2>stderr
+[ $? -eq 1 ] || complain "a file size limit is no failure"
+grep -q '^error 0: limited/posted.csv: cannot be written' stderr || complain "$(cat stderr)"
+[ ! -e limited ] || complain "a file size limit leaves files"
+
 # A process that may have little memory says so.
 if ! nm -D "$app" 2>/dev/null | grep -q __asan; then
   awk 'BEGIN { for (i = 0; i < 400000; ++i) print "GOTO/" i ",0,0" }' >many.cl
