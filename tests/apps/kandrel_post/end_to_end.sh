@@ -60,6 +60,7 @@ done
 "$app" sample square >square.cl
 expect 0 "" post -m preset:mill3_metric -t square.cl -o out/of/here/
 grep -q '^source moves *8$' stdout || complain "summary: $(cat stdout)"
+! grep -q '^note' stdout || complain "a note without a cause: $(cat stdout)"
 [ "$(wc -l <out/of/here/posted.csv)" -eq 9 ] || complain "lines of posted.csv"
 tail -1 out/of/here/posted.nc | grep -q '^N[0-9]* M30$' || complain "end of posted.nc"
 [ "$(ls -A out/of/here | wc -l)" -eq 2 ] || complain "files left: $(ls -A out/of/here)"
@@ -70,6 +71,7 @@ sed -n 2p out2/posted.csv | grep -q '^0,5,1,600,0,-1.5,0.5,15,,,,0,0,20,0,0,1,,,
 printf 'RAPID\nGOTO/1,2,3' >rapid.cl
 expect 0 "" post -m preset:mill3_metric -t rapid.cl -o out2 --link-type 2
 sed -n 2p out2/posted.csv | grep -q '^0,2,1,' || complain "--link-type: $(sed -n 2p out2/posted.csv)"
+grep -q '^note .* no FINI' stdout || complain "no word of a toolpath that may be cut off"
 printf '' >empty.cl
 expect 0 "" post -m preset:mill3_metric -t empty.cl -o out3
 [ "$(wc -l <out3/posted.csv)" -eq 1 ] || complain "an empty toolpath gives a header alone"
