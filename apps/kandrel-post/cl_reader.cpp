@@ -156,7 +156,7 @@ class Reader {
     } else if (key == "PARTNO") {
       m_program.partName = word.arguments;
     } else if (key == "FINI") {
-      m_finished = true;
+      m_program.finished = true;
     } else if (key.empty()) {
       Expected("an APT word expected at the start of the line");
     } else if (const std::string mover = FindMovingWord(word); !mover.empty()) {
@@ -213,7 +213,7 @@ class Reader {
   }
 
   void Move(const CutterLocation& location, bool rapid) {
-    if (m_finished) Expected("no move after FINI expected");
+    if (m_program.finished) Expected("no move after FINI expected");
     if (location.hasAxis) {
       m_axis = location.axis;
     } else if (!m_axisHolds) {
@@ -298,7 +298,6 @@ class Reader {
   Point m_axis = kAlongZ;
   bool m_axisHolds = true;
   bool m_nextIsRapid = false;
-  bool m_finished = false;
   double m_feedAsGiven = 0;
   std::optional<Units> m_feedUnits;
   double m_feed = 0;

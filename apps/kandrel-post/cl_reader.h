@@ -16,7 +16,8 @@ class Progress;
 
 struct ClProgram {
   cadcam::zvToolPath toolPath{measures::zvUnitsFactory::metric};
-  std::string partName;  ///< of the last PARTNO, as it stands in the text
+  std::string partName;   ///< of the last PARTNO, as it stands in the text
+  bool finished = false;  ///< ends with FINI: nothing was cut off
   std::uint64_t moveCount = 0;
   std::uint64_t rapidCount = 0;
   std::uint64_t feedlessCount = 0;  ///< feed moves before any feed, or under FEDRAT/0

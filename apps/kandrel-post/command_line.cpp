@@ -1,16 +1,20 @@
 #include "command_line.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "commands.h"
 #include "errors.h"
 #include "memory_limit.h"
 #include "parameters.h"
+#include "signals.h"
+#include "text_sink.h"
 
 namespace kandrel_post {
 
@@ -102,8 +106,14 @@ int Run(int argc, const char* const* argv) {
     app.parse(argc, argv);
     return kDone;
   } catch (const CLI::ParseError& e) {
-    app.exit(e);
-    return e.get_exit_code() == 0 ? kDone : kWrongCommandLine;
+    std::ostringstream help, complaint;
+    app.exit(e, help, complaint);
+    std::fputs(complaint.str().c_str(), stderr);
+    if (e.get_exit_code() != 0) return kWrongCommandLine;
+    TextSink out(STDOUT_FILENO, "standard output");
+    out.Put(help.str());
+    out.Flush();
+    return kDone;
   }
 }
 
@@ -111,6 +121,7 @@ int Run(int argc, const char* const* argv) {
 
 int RunCommandLine(int argc, const char* const* argv) noexcept {
   try {
+    PrepareProcess();
     LimitMemory();
     return Run(argc, argv);
   } catch (const UsageError& e) {

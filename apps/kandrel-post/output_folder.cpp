@@ -59,12 +59,14 @@ TextSink& OutputFolder::Create(std::string_view fileName) {
   m_files.reserve(m_files.size() + 1);
   for (int attempt = 0;; ++attempt) {
     const fs::path temporary = m_folder / fmt::format(".{}.{}-{}", fileName, ::getpid(), attempt);
+    const SignalsHeld held;  // no file without an entry that removes it
     const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor < 0) {
       if (errno == EEXIST && attempt < kMostAttempts) continue;
       FailWithErrno(target.string(), "cannot be made", errno);
     }
-    m_files.push_back({target, temporary, descriptor, nullptr});
+    m_files.push_back({target, temporary, descriptor, nullptr, nullptr});
+    m_files.back().removed = std::make_unique<RemovedBySignal>(temporary.string());
     m_files.back().sink = std::make_unique<TextSink>(descriptor, target.string());
     return *m_files.back().sink;
   }
@@ -76,6 +78,7 @@ void OutputFolder::Commit() {
     const int descriptor = std::exchange(file.descriptor, -1);
     if (::close(descriptor) != 0) FailWithErrno(file.target.string(), "cannot be written", errno);
   }
+  const SignalsHeld held;  // all files or none
   for (std::size_t i = 0; i < m_files.size(); ++i) {
     const File& file = m_files[i];
     if (std::rename(file.temporary.c_str(), file.target.c_str()) == 0) continue;

@@ -7,13 +7,14 @@
 #include <string_view>
 #include <vector>
 
+#include "signals.h"
 #include "text_sink.h"
 
 namespace kandrel_post {
 
 /// Writes files beside their final places under other names and renames them when all are
 /// complete. Until then older files of the same names stay as they are; without a Commit nothing is
-/// left. All operations fail with error 0.
+/// left, not even by a signal that ends the program. All operations fail with error 0.
 class OutputFolder {
  public:
   /// Makes the folder where it is missing; one that was made goes again without a Commit.
@@ -33,6 +34,7 @@ class OutputFolder {
     std::filesystem::path target;
     std::filesystem::path temporary;
     int descriptor;
+    std::unique_ptr<RemovedBySignal> removed;
     std::unique_ptr<TextSink> sink;
   };
 

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <system_error>
 
+#include "signals.h"
+
 namespace kandrel_post {
 
 namespace {
@@ -18,6 +20,7 @@ constexpr std::chrono::milliseconds kBetweenUpdates{200};
 
 Progress::Progress() {
   if (::isatty(STDERR_FILENO) == 0) return;
+  const SignalsHeld held;  // they are the working thread's
   try {
     m_thread = std::thread([this] { Run(); });
   } catch (const std::system_error&) {

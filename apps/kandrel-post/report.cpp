@@ -129,6 +129,8 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
   } else if (posted.GetCount() == 0) {
     fmt::format_to(out, "note            the first pass has no moves: nothing is posted\n");
   }
+  if (!program.finished)
+    fmt::format_to(out, "note            the toolpath has no FINI: it may be cut off\n");
   if (program.feedlessCount != 0)
     fmt::format_to(out, "note            {} feed moves have no feed: their time is 0, and no F\n",
                    program.feedlessCount);

@@ -41,7 +41,7 @@ cadcam::zvToolPath MakeSquare() {
 
 // The plate, in millimetres: its top is z = 0, its lower left corner x = y = 0.
 struct Plate {
-  static constexpr double kLength = 300, kWidth = 200;
+  static constexpr double kLength = 340, kWidth = 240;
   static constexpr double kToolRadius = 6;
   static constexpr double kSafe = 25, kAbove = 1;
   static constexpr double kPlungeFeed = 300, kRoughFeed = 1400, kFinishFeed = 800;
@@ -52,7 +52,7 @@ struct Plate {
 struct Pocket {
   double x, y;          // centre
   double halfX, halfY;  // half its size
-  double corner;        // radius of the walls
+  double corner;        // radius of the outermost roughing round
   double depth;
 };
 
@@ -60,7 +60,7 @@ std::array<Pocket, 6> Pockets() {
   std::array<Pocket, 6> pockets{};
   for (int i = 0; i < 6; ++i) {
     const int column = i % 3, row = i / 3;
-    pockets[static_cast<std::size_t>(i)] = {55.0 + 95 * column, 52.5 + 95 * row,  40,
+    pockets[static_cast<std::size_t>(i)] = {75.0 + 95 * column, 72.5 + 95 * row,  40,
                                             37.5 - 4 * column,  9 + 1.5 * column, 15.0 + 3 * row};
   }
   return pockets;
@@ -166,7 +166,7 @@ cadcam::zvToolPath MakePocketPlate() {
   path.BeginPass();
   for (int i = 0; i < 8; ++i) {
     const int column = i % 2, row = i / 2;
-    BoreHole(path, 10 + 280 * column, 20 + 160.0 / 3 * row);
+    BoreHole(path, 17 + (Plate::kLength - 34) * column, 20 + 200.0 / 3 * row);
   }
   path.BeginPass();
   for (int level = 1; level <= 5; ++level) CutOutside(path, -5.0 * level);

@@ -169,9 +169,9 @@ class zvCollectionOfContainers : public C {
 
   zvCollectionOfContainers() = default;
   zvCollectionOfContainers(const zvCollectionOfContainers&) = default;
-  zvCollectionOfContainers(zvCollectionOfContainers&&) = default;
+  zvCollectionOfContainers(zvCollectionOfContainers&&) noexcept = default;
   zvCollectionOfContainers& operator=(const zvCollectionOfContainers&) = default;
-  zvCollectionOfContainers& operator=(zvCollectionOfContainers&&) = default;
+  zvCollectionOfContainers& operator=(zvCollectionOfContainers&&) noexcept = default;
   virtual ~zvCollectionOfContainers() = default;
 
   /// Inserts before the first element, which need not lie in the first child.

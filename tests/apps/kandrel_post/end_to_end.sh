@@ -60,6 +60,7 @@ done
 "$app" sample square >square.cl
 expect 0 "" post -m preset:mill3_metric -t square.cl -o out/of/here/
 grep -q '^source moves *8$' stdout || complain "summary: $(cat stdout)"
+! grep -q '^note' stdout || complain "a note without a cause: $(cat stdout)"
 [ "$(wc -l <out/of/here/posted.csv)" -eq 9 ] || complain "lines of posted.csv"
 tail -1 out/of/here/posted.nc | grep -q '^N[0-9]* M30$' || complain "end of posted.nc"
 [ "$(ls -A out/of/here | wc -l)" -eq 2 ] || complain "files left: $(ls -A out/of/here)"
@@ -70,6 +71,7 @@ sed -n 2p out2/posted.csv | grep -q '^0,5,1,600,0,-1.5,0.5,15,,,,0,0,20,0,0,1,,,
 printf 'RAPID\nGOTO/1,2,3' >rapid.cl
 expect 0 "" post -m preset:mill3_metric -t rapid.cl -o out2 --link-type 2
 sed -n 2p out2/posted.csv | grep -q '^0,2,1,' || complain "--link-type: $(sed -n 2p out2/posted.csv)"
+grep -q '^note .* no FINI' stdout || complain "no word of a toolpath that may be cut off"
 printf '' >empty.cl
 expect 0 "" post -m preset:mill3_metric -t empty.cl -o out3
 [ "$(wc -l <out3/posted.csv)" -eq 1 ] || complain "an empty toolpath gives a header alone"
@@ -144,6 +146,43 @@ fi
 [ $? -eq 1 ] || complain "a full standard output is no failure"
 grep -q '^error 0: standard output: ' stderr || complain "full: $(cat stderr)"
 [ ! -e full ] || complain "a job without a summary leaves its files"
+
+"$app" --help >/dev/full 2>stderr
+[ $? -eq 1 ] || complain "help that nobody gets is no failure"
+
+# Streams that come closed: the files opened next must not take their place.
+"$app" post -m preset:mill3_metric -t square.cl -o closed >&- 2>stderr
+[ $? -eq 1 ] || complain "a closed standard output is no failure"
+[ ! -e closed ] || complain "a job without a standard output leaves its files"
+"$app" post -m preset:mill3_metric -t square.cl -o closed >stdout <&- 2>&- ||
+  complain "exit code without standard input and error"
+cmp -s closed/posted.csv out/of/here/posted.csv || complain "posted.csv with closed streams"
+
+# Signals: what is half written goes. A full pipe holds the job up before its last step.
+mkfifo pipe
+exec 3<>pipe
+dd if=/dev/zero of=pipe bs=4096 count=1000 oflag=nonblock 2>/dev/null
+"$app" post -m preset:mill3_metric -t square.cl -o ended >pipe &
+job=$!
+for ((i = 0; i < 1000; ++i)); do
+  [ "$(ls -A ended 2>/dev/null | wc -l)" -lt 2 ] || break
+  sleep 0.02
+done
+[ $i -lt 1000 ] || complain "the job to be ended does not write"
+kill -TERM $job
+wait $job 2>/dev/null
+[ $? -eq 143 ] || complain "exit code of a job that was ended"
+[ -z "$(ls -A ended)" ] || complain "a job that was ended leaves $(ls -A ended)"
+exec 4>pipe 3<&-
+"$app" post -m preset:mill3_metric -t square.cl -o broken >&4
+[ $? -eq 141 ] || complain "exit code with a broken pipe"
+[ -z "$(ls -A broken)" ] || complain "a broken pipe leaves $(ls -A broken)"
+exec 4>&-
+"$app" sample pocket_plate >plate.cl
+(ulimit -f 64 && exec "$app" post -m preset:mill3_metric -t plate.cl -o limited) >stdout 2>stderr
+[ $? -eq 1 ] || complain "a file size limit is no failure"
+grep -q '^error 0: limited/posted.csv: cannot be written' stderr || complain "$(cat stderr)"
+[ ! -e limited ] || complain "a file size limit leaves files"
 
 # A process that may have little memory says so.
 if ! nm -D "$app" 2>/dev/null | grep -q __asan; then

@@ -1,0 +1,43 @@
+// What the program owes the system: open standard streams, and nothing half-written after Ctrl-C.
+#pragma once
+
+#include <csignal>
+#include <cstddef>
+#include <string>
+
+namespace kandrel_post {
+
+/// Call first, before a file is opened or a thread started. Occupies standard streams that came
+/// closed, so that no output file takes their numbers; lets a write beyond the file size limit
+/// fail instead of ending the program; and lets the signals that end it (hang-up, interrupt,
+/// broken pipe, terminate) remove the files of RemovedBySignal first. A signal that the caller
+/// ignores stays ignored.
+void PrepareProcess();
+
+/// Holds signals back from the calling thread, and from threads it starts, while it lives.
+class SignalsHeld {
+ public:
+  SignalsHeld();
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+  ~SignalsHeld();
+
+ private:
+  ::sigset_t m_before{};
+};
+
+/// While it lives, a signal that ends the program removes the file. At most 8 at a time; what comes
+/// beyond is not removed.
+class RemovedBySignal {
+ public:
+  explicit RemovedBySignal(std::string fileName);
+  RemovedBySignal(const RemovedBySignal&) = delete;
+  RemovedBySignal& operator=(const RemovedBySignal&) = delete;
+  ~RemovedBySignal();
+
+ private:
+  std::string m_fileName;
+  std::size_t m_slot;
+};
+
+}  // namespace kandrel_post
