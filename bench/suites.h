@@ -6,5 +6,6 @@
 namespace bench {
 
 void AddThreeAxisCreator(Suite& suite);
+void AddFiveAxisCreator(Suite& suite);
 
 }  // namespace bench

@@ -1,13 +1,12 @@
 // Posting for a 3-axis machine, against a bare loop that does the arithmetic and the append alone.
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "bench/suites.h"
+#include "bench/support.h"
 
 namespace bench {
 
@@ -16,24 +15,12 @@ namespace {
 using post::zvPosted3axMove;
 using List = zvPosted3axTPCreator::List;
 
-constexpr int kMillion = 1000000;
-
-cadcam::zvToolPath MakePath(int moves) {
-  cadcam::zvToolPath path(measures::zvUnitsFactory::metric);
-  const auto contour = misc::MakeAutoPointer<cadcam::zvTPContour>();
-  const auto slice = misc::MakeAutoPointer<cadcam::zvTPSlice>();
-  const auto pass = misc::MakeAutoPointer<cadcam::zvTPPass>();
-  slice->push_back(contour);
-  pass->push_back(slice);
-  path.push_back(pass);
-  for (int i = 0; i < moves; ++i) {
+cadcam::zvToolPath MakeSpiral(int moves) {
+  return MakePath(moves, [](int i) {
     const double a = i * 0.01;
-    contour->AddMove(misc::MakeAutoPointer<cadcam::zv5axMove>(
-        cadcam::zvTPoint3d<double>{80 * std::cos(a), 80 * std::sin(a), -1e-5 * i},
-        cadcam::zvTPoint3d<double>{0, 0, 1}, cadcam::zvTPoint3d<double>{},
-        cadcam::zvTPoint3d<double>{}, 0u, false, 1200.0, false));
-  }
-  return path;
+    return std::pair{cadcam::zvTPoint3d<double>{80 * std::cos(a), 80 * std::sin(a), -1e-5 * i},
+                     cadcam::zvTPoint3d<double>{0, 0, 1}};
+  });
 }
 
 // What all cases share; paths are built when first asked for.
@@ -49,7 +36,7 @@ struct Scene {
 
   const cadcam::zvToolPath& Path(int millions) {
     auto& path = millions == 1 ? m_one : m_ten;
-    if (!path) path = std::make_unique<cadcam::zvToolPath>(MakePath(millions * kMillion));
+    if (!path) path = std::make_unique<cadcam::zvToolPath>(MakeSpiral(millions * kMillion));
     return *path;
   }
 
@@ -71,15 +58,6 @@ void BareLoop(Scene& scene, const cadcam::zvToolPath& path) {
                                   move->GetFeed(), move->IsRapid(), post::zvPostedMove::noLink);
         }
   Keep(&scene.list->Back());
-}
-
-double ResidentBytes() {
-  long pages = 0;
-  if (std::FILE* file = std::fopen("/proc/self/statm", "r")) {
-    if (std::fscanf(file, "%*s %ld", &pages) != 1) pages = 0;
-    std::fclose(file);
-  }
-  return static_cast<double>(pages) * static_cast<double>(sysconf(_SC_PAGESIZE));
 }
 
 }  // namespace
