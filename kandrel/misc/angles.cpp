@@ -1,33 +1,17 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
 
-#include <algorithm>
 #include <cmath>
 
 namespace misc {
 
 namespace {
 
-// fmod returns its argument unchanged below a full turn; most angles are, and this saves the call.
 double Remainder360(double deg) noexcept {
   return std::fabs(deg) < kFullTurnDeg ? deg : std::fmod(deg, kFullTurnDeg);
 }
 
 }  // namespace
-
-double SafeAcosRad(double cosine) noexcept {
-  if (cosine > 1.0 + kEqual || std::fabs(cosine - 1.0) <= kArcCosineSnap) return 0.0;
-  if (cosine < -1.0 - kEqual || std::fabs(cosine + 1.0) <= kArcCosineSnap) return kPi;
-  return std::acos(cosine);
-}
-
-double WrapTo360(double deg) noexcept {
-  double wrapped = Remainder360(deg);
-  if (wrapped < 0) wrapped += kFullTurnDeg;
-  // A tiny negative angle rounds up to a full turn, which the half-open range leaves out; adding 0
-  // turns the -0 of whole negative turns into 0.
-  return wrapped == kFullTurnDeg ? 0.0 : wrapped + 0.0;
-}
 
 double WrapTo180(double deg) noexcept {
   if (!std::isfinite(deg)) return deg;
@@ -35,16 +19,6 @@ double WrapTo180(double deg) noexcept {
   if (wrapped > 180.0) wrapped -= kFullTurnDeg;
   if (!(wrapped > -180.0)) wrapped += kFullTurnDeg;
   return wrapped + 0.0;  // -360 gives +0, as repeated addition of a turn would
-}
-
-double CircularDistance(double a, double b) noexcept {
-  const double wrappedA = WrapTo360(a);
-  const double wrappedB = WrapTo360(b);
-  // Chosen so that a NaN on either side becomes the result: std::min and std::max drop one of two.
-  const bool rises = wrappedA < wrappedB;
-  const double low = rises ? wrappedA : wrappedB;
-  const double high = rises ? wrappedB : wrappedA;
-  return std::min(high - low, low + kFullTurnDeg - high);
 }
 
 double WindsBetween(double from, double to) noexcept {

@@ -2,23 +2,49 @@
 #pragma once
 
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/tolerances.h>
+
+#include <algorithm>
+#include <cmath>
 
 namespace misc {
 
 /// Arc cosine in radians for the dot product of two unit vectors: 0 for an argument above
 /// 1 + 1e-12 or within 1e-10 of 1, pi for one below -1 - 1e-12 or within 1e-10 of -1. Angles below
 /// 1.41e-5 rad therefore come out as exactly 0.
-KANDREL_API double SafeAcosRad(double cosine) noexcept;
+inline double SafeAcosRad(double cosine) noexcept {
+  if (std::fabs(cosine) < 0.9999) [[likely]]
+    return std::acos(cosine);
+  if (cosine > 1.0 + kEqual || std::fabs(cosine - 1.0) <= kArcCosineSnap) return 0.0;
+  if (cosine < -1.0 - kEqual || std::fabs(cosine + 1.0) <= kArcCosineSnap) return kPi;
+  return std::acos(cosine);
+}
 
 /// `deg` reduced into [0, 360). What is not finite gives NaN.
-KANDREL_API double WrapTo360(double deg) noexcept;
+inline double WrapTo360(double deg) noexcept {
+  // fmod returns its argument unchanged below a full turn; most angles are, and this saves the
+  // call.
+  double wrapped = std::fabs(deg) < kFullTurnDeg ? deg : std::fmod(deg, kFullTurnDeg);
+  if (wrapped < 0) wrapped += kFullTurnDeg;
+  // A tiny negative angle rounds up to a full turn, which the half-open range leaves out; adding 0
+  // turns the -0 of whole negative turns into 0.
+  return wrapped == kFullTurnDeg ? 0.0 : wrapped + 0.0;
+}
 
 /// `deg` reduced into (-180, 180]: -180 comes back as 180. What is not finite comes back as it is.
 KANDREL_API double WrapTo180(double deg) noexcept;
 
 /// The smaller of the two ways round from `a` to `b`, in [0, 180]; NaN where one of them is not
 /// finite.
-KANDREL_API double CircularDistance(double a, double b) noexcept;
+inline double CircularDistance(double a, double b) noexcept {
+  const double wrappedA = WrapTo360(a);
+  const double wrappedB = WrapTo360(b);
+  // Chosen so that a NaN on either side becomes the result: std::min and std::max drop one of two.
+  const bool rises = wrappedA < wrappedB;
+  const double low = rises ? wrappedA : wrappedB;
+  const double high = rises ? wrappedB : wrappedA;
+  return std::min(high - low, low + kFullTurnDeg - high);
+}
 
 /// The number of whole turns that bring `to` within half a turn of `from`; 0 for a difference of
 /// exactly half a turn. A double, as it may be any size; NaN or infinite for such a difference.

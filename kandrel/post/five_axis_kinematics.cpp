@@ -12,17 +12,6 @@ zvTurn zvTurn::OfDegrees(double deg) noexcept {
   return {std::cos(rad), std::sin(rad)};
 }
 
-Point Rotate(const Point& p, const Point& direction, const Point& pivot,
-             const zvTurn& turn) noexcept {
-  const Point v = p - pivot;
-  const Point across = Cross(direction, v);
-  const double squared = v.SquaredLength();
-  constexpr double kSquare = misc::kOnAxis * misc::kOnAxis;
-  if (squared <= kSquare || across.SquaredLength() <= kSquare * squared) return p;
-  return pivot + v * turn.cosine + across * turn.sine +
-         direction * (Dot(direction, v) * (1 - turn.cosine));
-}
-
 zv5axKinematics::zv5axKinematics(const zv5axMachDef& machDef, const Point& partOrigin,
                                  double toolLengthCompensation)
     : m_kind(machDef.GetFiveAxisKind()),
@@ -41,31 +30,6 @@ zv5axKinematics::zv5axKinematics(const zv5axMachDef& machDef, const Point& partO
   const bool bothOnTable = m_kind == 0 || m_kind == 3;
   if (m_kind == 1) m_first = -m_first;
   if (!bothOnTable) m_second = -m_second;
-}
-
-Point zv5axKinematics::RigidPosition(const Point& p_part, const zvTurn& first,
-                                     const zvTurn& second) const noexcept {
-  const Point q = p_part + *m_partOrigin;
-  switch (m_kind) {
-    case 0:
-      return Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
-    case 3:
-      return m_toolVector +
-             Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
-    case 1:
-      return q + m_toolVector -
-             Rotate(Rotate({}, m_second, m_headSecondPivot, second.Reversed()), m_first,
-                    m_headFirstPivot, first.Reversed());
-    default:
-      return Rotate(q, m_first, m_firstPivot, first) -
-             Rotate({}, m_second, m_headSecondPivot, second.Reversed()) + m_toolVector;
-  }
-}
-
-Point zv5axKinematics::MachinePosition(const Point& p_part, const zvTurn& first,
-                                       const zvTurn& second) const noexcept {
-  const Point p_mach = RigidPosition(p_part, first, second);
-  return m_isIdentity ? p_mach : m_inverseAxes * p_mach;
 }
 
 Point zv5axKinematics::PartPosition(const Point& p_mach, double firstAngle,

@@ -3,6 +3,7 @@
 
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/mach_def.h>
 #include <kandrel/post/posted_move.h>
 
@@ -20,10 +21,19 @@ struct zvTurn {
 /// Rodrigues' rotation of a point about a line, right-handed: v cos + (D x v) sin + D (D.v)(1 -
 /// cos) with v from the pivot to the point. A point within 1e-12 of the pivot, or one whose
 /// direction from it is parallel to the line within 1e-12 (sine), comes back exactly.
-KANDREL_API cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
-                                              const cadcam::zvTPoint3d<double>& direction,
-                                              const cadcam::zvTPoint3d<double>& pivot,
-                                              const zvTurn& turn) noexcept;
+inline cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
+                                         const cadcam::zvTPoint3d<double>& direction,
+                                         const cadcam::zvTPoint3d<double>& pivot,
+                                         const zvTurn& turn) noexcept {
+  const cadcam::zvTPoint3d<double> v = p - pivot;
+  const cadcam::zvTPoint3d<double> across = Cross(direction, v);
+  const double squared = v.SquaredLength();
+  constexpr double kSquare = misc::kOnAxis * misc::kOnAxis;
+  if (squared <= kSquare || across.SquaredLength() <= kSquare * squared) [[unlikely]]
+    return p;
+  return pivot + v * turn.cosine + across * turn.sine +
+         direction * (Dot(direction, v) * (1 - turn.cosine));
+}
 
 /// Forward and inverse kinematics of a machine with two rotary axes. What a definition means:
 ///
@@ -51,7 +61,10 @@ class KANDREL_API zv5axKinematics {
     return MachinePosition(p_part, zvTurn::OfDegrees(firstAngle), zvTurn::OfDegrees(secondAngle));
   }
   Point MachinePosition(const Point& p_part, const zvTurn& first,
-                        const zvTurn& second) const noexcept;
+                        const zvTurn& second) const noexcept {
+    const Point p_mach = RigidPosition(p_part, first, second);
+    return m_isIdentity ? p_mach : m_inverseAxes * p_mach;
+  }
   Point MachinePosition(const zvPosted5axMove& move) const noexcept {
     return MachinePosition(move.GetPartPosition(), move.GetAngle(0), move.GetAngle(1));
   }
@@ -78,8 +91,25 @@ class KANDREL_API zv5axKinematics {
   std::int32_t GetKind() const noexcept { return m_kind; }
 
  private:
+  // In the directions of the part's axes, whatever those of the machine's.
   Point RigidPosition(const Point& p_part, const zvTurn& first,
-                      const zvTurn& second) const noexcept;
+                      const zvTurn& second) const noexcept {
+    const Point q = p_part + *m_partOrigin;
+    switch (m_kind) {
+      case 0:
+        return Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
+      case 3:
+        return m_toolVector +
+               Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
+      case 1:
+        return q + m_toolVector -
+               Rotate(Rotate({}, m_second, m_headSecondPivot, second.Reversed()), m_first,
+                      m_headFirstPivot, first.Reversed());
+      default:
+        return Rotate(q, m_first, m_firstPivot, first) -
+               Rotate({}, m_second, m_headSecondPivot, second.Reversed()) + m_toolVector;
+    }
+  }
   Point Orientation(const zvTurn& first, const zvTurn& second) const noexcept;
 
   std::int32_t m_kind;

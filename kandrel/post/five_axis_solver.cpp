@@ -25,7 +25,7 @@ struct Angle {
 
 // The angle whose cosine is `x`, negative if asked, with the snap of SafeAcosRad. Its sine comes
 // from the cosine, which spares the kinematics a sine and a cosine: equal to 4e-13 in positions.
-Angle AngleOfCosine(double x, bool isNegative) {
+[[gnu::always_inline]] inline Angle AngleOfCosine(double x, bool isNegative) {
   const double deg = misc::SafeAcosRad(x) * misc::kDegreesPerRadian;
   if (deg == 0) return {0, {1, 0}};
   if (x <= -1 + misc::kArcCosineSnap) return {isNegative ? -deg : deg, {-1, 0}};
@@ -141,20 +141,6 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
   return result;
 }
 
-zvPosted5axMove zv5axMoveSolver::MakeMove(const zvMoveView& move, zvPostedMove::Types type,
-                                          const zvRotarySolution& solution,
-                                          std::uint32_t poleStatus, std::int32_t sourceIndex,
-                                          bool inserted, bool smallMoves) {
-  if (smallMoves)
-    return zvPosted5axMove(solution.position, move.GetPosition(), move.GetOrientation(),
-                           solution.firstAngle, solution.secondAngle, poleStatus, move.GetFeed(),
-                           move.IsRapid(), type);
-  return zvPosted5axMove(solution.position, move.GetPosition(), move.GetOrientation(),
-                         solution.firstAngle, solution.secondAngle, poleStatus, move.GetFeed(),
-                         move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
-                         move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
-}
-
 zvSolutionPair zv5axMoveSolver::Solve(const cadcam::zvMovePointer& move, zvPostedMove::Types type,
                                       int sourceIndex, bool inserted, double poleTolerance,
                                       bool smallMoves, double lastFirstAngle) const {
@@ -168,10 +154,9 @@ zvSolutionPair zv5axMoveSolver::Solve(const cadcam::zvMovePointer& move, zvPoste
           zvMirrorAngle{mirror.firstAngle, mirror.secondAngle, mirror.position}};
 }
 
-void zv5axMoveSolver::FixPoleAngle(const zvPosted5axMove& previous,
-                                   zvPosted5axMove& current) const {
+void zv5axMoveSolver::TakeAngleFrom(const zvPosted5axMove& previous,
+                                    zvPosted5axMove& current) const {
   const std::uint32_t status = current.GetPoleStatus();
-  if (status == 0 || previous.GetPoleStatus() != 0) return;
   double first = current.GetAngle(0);
   double second = current.GetAngle(1);
   if (status == 1) first = previous.GetAngle(0);

@@ -81,12 +81,24 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   /// A posted move at one of the solutions.
   static zvPosted5axMove MakeMove(const zvMoveView& move, zvPostedMove::Types type,
                                   const zvRotarySolution& solution, std::uint32_t poleStatus,
-                                  std::int32_t sourceIndex, bool inserted, bool smallMoves);
+                                  std::int32_t sourceIndex, bool inserted, bool smallMoves) {
+    if (smallMoves)
+      return zvPosted5axMove(solution.position, move.GetPosition(), move.GetOrientation(),
+                             solution.firstAngle, solution.secondAngle, poleStatus, move.GetFeed(),
+                             move.IsRapid(), type);
+    return zvPosted5axMove(solution.position, move.GetPosition(), move.GetOrientation(),
+                           solution.firstAngle, solution.secondAngle, poleStatus, move.GetFeed(),
+                           move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
+                           move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
+  }
 
   /// Gives an undetermined angle of `current` the value that it has at a determined `previous`,
   /// with the machine position that belongs to it. Changes nothing where `current` is determined or
   /// `previous` isn't.
-  void FixPoleAngle(const zvPosted5axMove& previous, zvPosted5axMove& current) const;
+  void FixPoleAngle(const zvPosted5axMove& previous, zvPosted5axMove& current) const {
+    if (current.GetPoleStatus() != 0 && previous.GetPoleStatus() == 0)
+      TakeAngleFrom(previous, current);
+  }
 
   Point MachinePosition(const Point& p_part, double firstAngle, double secondAngle) const noexcept {
     return m_kinematics.MachinePosition(p_part, firstAngle, secondAngle);
@@ -100,6 +112,8 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   }
 
  private:
+  void TakeAngleFrom(const zvPosted5axMove& previous, zvPosted5axMove& current) const;
+
   const zvKDRParam* m_par;
   zv5axKinematics m_kinematics;
   misc::zvAutoPointer<zvLimitKeeper> m_limitKeeper;

@@ -36,8 +36,15 @@ zv5axInterpolator::zv5axInterpolator(const zv5axMoveSolver& solver, bool smallMo
       m_solves(m_par.GetInterpolationMode() == 0) {}
 
 bool zv5axInterpolator::Between(List& list, List::iterator to) {
+  const Iterator from = std::prev(to);
+  // Plain differences are never shorter than the ways round, but for rounding that the angle rule
+  // allows for: most moves need no more than this.
+  const double step = m_par.GetMaxAngleStep();
+  if (!m_hasDistanceRule && std::fabs(to->GetAngle(0) - from->GetAngle(0)) <= step &&
+      std::fabs(to->GetAngle(1) - from->GetAngle(1)) <= step)
+    return false;
   m_current = to;
-  return Subdivide(list, std::prev(to), to, 0);
+  return Subdivide(list, from, to, 0);
 }
 
 std::optional<zvPosted5axMove> zv5axInterpolator::Midpoint(const Move& from, const Move& to,

@@ -3,6 +3,8 @@
 #include <kandrel/post/solution_choice.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace post {
 
@@ -38,7 +40,30 @@ bool KeepsLimits(const zvRotarySolution& s, const zvKDRParam& par, const zv5axMa
   }
 }
 
+// The way round between two angles up to rounding; NaN where that can't be told so simply.
+double RoughDistance(double a, double b) {
+  const double plain = std::fabs(a - b);
+  if (plain <= 180) return plain;
+  return plain <= misc::kFullTurnDeg ? misc::kFullTurnDeg - plain
+                                     : std::numeric_limits<double>::quiet_NaN();
+}
+
+// The larger of two; NaN when one is.
+double Larger(double a, double b) {
+  return a >= b ? a : b > a ? b : std::numeric_limits<double>::quiet_NaN();
+}
+
 bool IsMirrorNearer(double previousFirst, double previousSecond, const zvRotarySolutions& s) {
+  // Where one solution clearly holds the largest travel it loses. Only what is close needs the
+  // exact distances, on whose equality ties rest.
+  constexpr double kClear = 1e-9;
+  const double roughFirst = Larger(RoughDistance(previousFirst, s.first.firstAngle),
+                                   RoughDistance(previousSecond, s.first.secondAngle));
+  const double roughMirror = Larger(RoughDistance(previousFirst, s.mirror.firstAngle),
+                                    RoughDistance(previousSecond, s.mirror.secondAngle));
+  if (roughMirror > roughFirst + kClear) return false;
+  if (roughFirst > roughMirror + kClear) return true;
+
   const double d1 = misc::CircularDistance(previousFirst, s.first.firstAngle);
   const double d2 = misc::CircularDistance(previousSecond, s.first.secondAngle);
   const double d3 = misc::CircularDistance(previousFirst, s.mirror.firstAngle);

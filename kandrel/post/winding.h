@@ -7,7 +7,6 @@
 #include <kandrel/post/move_traits.h>
 #include <kandrel/post/post_exception.h>
 
-#include <array>
 #include <cmath>
 
 namespace post {
@@ -19,25 +18,31 @@ template <class Move>
 void CalcWindedAngles(misc::zvMemoryPoolList<Move>& list) {
   using Traits = zvMoveTraits<Move>;
   if (list.GetCount() < 2) return;
-  constexpr double kLargestTurns = 2147483646;
-  std::array<double, Traits::kAxes> turns{};
-  std::array<double, Traits::kAxes> previous;
-  auto move = list.begin();
-  for (int axis = 0; axis < Traits::kAxes; ++axis) previous[axis] = Traits::Angle(*move, axis);
-  while (++move != list.end()) {
-    for (int axis = 0; axis < Traits::kAxes; ++axis) {
-      const double raw = Traits::Angle(*move, axis);
-      double winded = raw + misc::kFullTurnDeg * turns[axis];
-      if (std::fabs(winded - previous[axis]) > 180.0) {
-        const double more = misc::WindsBetween(previous[axis], winded);
-        if (!(std::fabs(more) <= kLargestTurns)) throw zvPostException(5039);
-        turns[axis] += more;
-        winded = raw + misc::kFullTurnDeg * turns[axis];
-      }
-      if (turns[axis] != 0) Traits::SetAngle(*move, axis, winded);
-      previous[axis] = winded;
+  struct Axis {
+    double carried = 0;  // whole turns, in degrees: exact
+    double previous = 0;
+
+    bool IsFar(double winded) const { return std::fabs(winded - previous) > 180.0; }
+    // Adds turns to what is carried so that the angle lies near the last one.
+    void Wind(double raw) {
+      constexpr double kLargestTurns = 2147483646;
+      const double more = misc::WindsBetween(previous, raw + carried);
+      if (!(std::fabs(more) <= kLargestTurns)) throw zvPostException(5039);
+      carried += misc::kFullTurnDeg * more;
     }
-  }
+  };
+  Axis axes[Traits::kAxes];
+  auto move = list.begin();
+  for (int axis = 0; axis < Traits::kAxes; ++axis) axes[axis].previous = Traits::Angle(*move, axis);
+  while (++move != list.end())
+    for (int axis = 0; axis < Traits::kAxes; ++axis) {
+      Axis& a = axes[axis];
+      const double raw = Traits::Angle(*move, axis);
+      if (a.IsFar(raw + a.carried)) [[unlikely]]
+        a.Wind(raw);
+      a.previous = raw + a.carried;
+      if (a.carried != 0) Traits::SetAngle(*move, axis, a.previous);
+    }
 }
 
 }  // namespace post

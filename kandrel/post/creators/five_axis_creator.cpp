@@ -13,6 +13,7 @@
 #include <kandrel/post/rewinder.h>
 #include <kandrel/post/winding.h>
 
+#include <algorithm>
 #include <cmath>
 
 using post::zv5axMachDef;
@@ -177,7 +178,7 @@ bool zvPosted5axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
 
 void zvPosted5axTPCreator::RepairAngles() {
   List& list = *m_posted.Get();
-  m_counts.blendedPoles = post::BlendPoles(list, GetPar(), m_solver);
+  if (m_mayHaveRuns) m_counts.blendedPoles = post::BlendPoles(list, GetPar(), m_solver);
   post::CalcWindedAngles(list);
   const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
                               GetToolLengthCompensationValue(), list.Front().HasNoExtended());
@@ -187,6 +188,7 @@ void zvPosted5axTPCreator::RepairAngles() {
 
 void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   List& list = *m_posted.Get();
+  m_mayHaveRuns = false;
   const auto cone = m_solver.MakePoleCone();
   post::zv5axInterpolator interpolator(m_solver, smallMoves);
   const auto solve = [&](const post::zvMoveView& move, double lastFirstAngle) {
@@ -234,6 +236,8 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
         if (isLastStepLeft && isMirror != wasMirror) interpolator.Between(list, current);
       }
     }
+    for (auto made = current; !m_mayHaveRuns && made != previous; --made)
+      m_mayHaveRuns = IsZeroAngle(made->GetAngle(0)) || IsZeroAngle(made->GetAngle(1));
     isPreviousDetermined = current->GetPoleStatus() == 0;
     lastFirstAngle = isPreviousDetermined ? current->GetAngle(0) : 0;
   }
@@ -243,22 +247,26 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
 // Brings angles that lie out of their ranges into them where a turn does it, and gives a run of
 // undetermined moves at the very start the angles of the first determined move.
 void zvPosted5axTPCreator::FixFirstMoves() {
+  List& list = *m_posted.Get();
   const auto ranges = post::RotaryRangesOf(m_machDef);
+  // Solved angles lie within (-180, 180], kept ones in [0, 360): ranges that hold them all need no
+  // walk, and where the first move is determined all are.
+  const bool areRangesWide =
+      std::all_of(ranges.begin(), ranges.end(), [](const post::zvRotaryRange& range) {
+        return range.min <= -misc::kFullTurnDeg && range.max >= misc::kFullTurnDeg;
+      });
+  if (areRangesWide && (list.IsEmpty() || list.Front().GetPoleStatus() == 0)) return;
   const Move* determined = nullptr;
-  bool isAnyUndetermined = false;
-  for (Move& move : *m_posted.Get()) {
+  for (Move& move : list) {
     for (std::int16_t axis = 0; axis < 2; ++axis) {
       const double deg = move.GetAngle(axis);
       const auto [min, max] = ranges[static_cast<std::size_t>(axis)];
       if (deg < min || deg > max) move.SetAngle(misc::WrapIntoRange(deg, min, max), axis);
     }
-    if (move.GetPoleStatus() != 0)
-      isAnyUndetermined = true;
-    else if (determined == nullptr)
-      determined = &move;
+    if (determined == nullptr && move.GetPoleStatus() == 0) determined = &move;
   }
-  if (determined == nullptr || !isAnyUndetermined) return;
-  for (Move& move : *m_posted.Get()) m_solver.FixPoleAngle(*determined, move);
+  if (determined == nullptr) return;
+  for (Move& move : list) m_solver.FixPoleAngle(*determined, move);
 }
 
 bool zvPosted5axTPCreator::SelectFirst(const zvRotarySolutions& solutions) const {
