@@ -130,6 +130,14 @@ class zvMemoryPoolList {
     m_pool->FreeChain(first, std::exchange(m_count, 0));
   }
 
+  /// Asks for memory some nodes ahead of an element, for a walk that touches too little of each
+  /// node for the processor to see the pattern: nodes lie mostly one behind the other.
+  static void PrefetchAfter(const T& element) noexcept {
+    constexpr std::size_t kAhead = 16;
+    const char* ahead = reinterpret_cast<const char*>(&element) + kAhead * sizeof(Node);
+    for (std::size_t line = 0; line < sizeof(Node); line += 64) __builtin_prefetch(ahead + line);
+  }
+
   std::uint32_t GetCount() const noexcept { return m_count; }
   bool IsEmpty() const noexcept { return m_count == 0; }
 

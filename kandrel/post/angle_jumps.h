@@ -26,6 +26,7 @@ std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double m
   auto previous = list.begin();
   auto current = previous;
   for (++current; current != list.end(); previous = current, ++current) {
+    list.PrefetchAfter(*current);
     if (current->IsRapid()) continue;
     double plain = 0;
     for (int axis = 0; axis < Traits::kAxes; ++axis)

@@ -138,6 +138,7 @@ void zv5axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
       return Solved(between.At(t), between.GetType(), *previous, m_cone, between.GetSourceIndex(),
                     between.IsInserted());
     });
+    m_hasMetPole = m_hasMetPole || previous->GetPoleStatus() != 0;
     CarryPole(*from, *to, *previous);
   }
 }

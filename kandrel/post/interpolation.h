@@ -33,6 +33,11 @@ class KANDREL_API zv5axInterpolator {
   /// the caller then chooses again against the last of them.
   bool Between(List& list, List::iterator to);
 
+  /// Whether a move made so far was solved on a pole.
+  bool HasMetPole() const noexcept { return m_hasMetPole; }
+  /// Whether moves are solved; else the axes move linearly.
+  bool Solves() const noexcept { return m_solves; }
+
   /// The move halfway between two, solved whatever the size of the step; nothing where the two lie
   /// at a pole within `tolerance` degrees.
   std::optional<Move> Midpoint(const Move& from, const Move& to, double tolerance) const;
@@ -61,7 +66,8 @@ class KANDREL_API zv5axInterpolator {
   bool m_smallMoves;
   bool m_hasAngleRule;
   bool m_hasDistanceRule;
-  bool m_solves;  // interpolationMode 0; else the axes move linearly
+  bool m_solves;  // interpolationMode 0
+  bool m_hasMetPole = false;
   Iterator m_current;
 };
 

@@ -34,7 +34,8 @@ void CalcWindedAngles(misc::zvMemoryPoolList<Move>& list) {
   Axis axes[Traits::kAxes];
   auto move = list.begin();
   for (int axis = 0; axis < Traits::kAxes; ++axis) axes[axis].previous = Traits::Angle(*move, axis);
-  while (++move != list.end())
+  while (++move != list.end()) {
+    list.PrefetchAfter(*move);
     for (int axis = 0; axis < Traits::kAxes; ++axis) {
       Axis& a = axes[axis];
       const double raw = Traits::Angle(*move, axis);
@@ -43,6 +44,7 @@ void CalcWindedAngles(misc::zvMemoryPoolList<Move>& list) {
       a.previous = raw + a.carried;
       if (a.carried != 0) Traits::SetAngle(*move, axis, a.previous);
     }
+  }
 }
 
 }  // namespace post

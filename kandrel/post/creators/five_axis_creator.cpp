@@ -178,7 +178,7 @@ bool zvPosted5axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
 
 void zvPosted5axTPCreator::RepairAngles() {
   List& list = *m_posted.Get();
-  if (m_mayHaveRuns) m_counts.blendedPoles = post::BlendPoles(list, GetPar(), m_solver);
+  if (m_mayHavePoles) m_counts.blendedPoles = post::BlendPoles(list, GetPar(), m_solver);
   post::CalcWindedAngles(list);
   const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
                               GetToolLengthCompensationValue(), list.Front().HasNoExtended());
@@ -188,7 +188,6 @@ void zvPosted5axTPCreator::RepairAngles() {
 
 void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   List& list = *m_posted.Get();
-  m_mayHaveRuns = false;
   const auto cone = m_solver.MakePoleCone();
   post::zv5axInterpolator interpolator(m_solver, smallMoves);
   const auto solve = [&](const post::zvMoveView& move, double lastFirstAngle) {
@@ -201,6 +200,7 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
   // Where the limit keeper starts its search: 0 after an undetermined move.
   double lastFirstAngle = 0;
   bool isPreviousDetermined = false;
+  bool hasMetPole = false;
 
   post::zvPathReader reader(toolpath, GetAlignMatrix());
   for (std::uint64_t index = 0; reader.Next(); ++index) {
@@ -236,12 +236,16 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
         if (isLastStepLeft && isMirror != wasMirror) interpolator.Between(list, current);
       }
     }
-    for (auto made = current; !m_mayHaveRuns && made != previous; --made)
-      m_mayHaveRuns = IsZeroAngle(made->GetAngle(0)) || IsZeroAngle(made->GetAngle(1));
+    hasMetPole = hasMetPole || solutions.poleStatus != 0;
     isPreviousDetermined = current->GetPoleStatus() == 0;
     lastFirstAngle = isPreviousDetermined ? current->GetAngle(0) : 0;
   }
   FixFirstMoves();
+  // Blending turns poles alone, and these were solved as such: unless moves were not solved, or the
+  // caller has changed the tolerance since the creator took its copy.
+  m_mayHavePoles =
+      hasMetPole || interpolator.HasMetPole() || !interpolator.Solves() ||
+      GetPar().GetPoleAngleTolerance() != m_solver.GetParameters().GetPoleAngleTolerance();
 }
 
 // Brings angles that lie out of their ranges into them where a turn does it, and gives a run of

@@ -113,5 +113,5 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   post::zv5axMoveSolver m_solver;
   post::zvPostedList<Move> m_posted;
   post::zvPostingCounts m_counts;
-  bool m_mayHaveRuns = false;  // some angle may stand at 0, so that there may be poles to blend
+  bool m_mayHavePoles = false;
 };
