@@ -226,7 +226,8 @@ TEST(FiveAxisSolver, RefusesOnlyWhatIsOutOfReach) {
 }
 
 TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
-  const zv5axMoveSolver solver = FiveAxisScene{}.Solver();
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
   const auto solve = [](const zv5axMoveSolver& s, const Point& p_part, const Point& orientation) {
     s.Solve(tests::Move5(p_part, orientation), zvPostedMove::noLink, 0, true, 1e308, false, 0);
   };
@@ -257,7 +258,8 @@ TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
 }
 
 TEST(FiveAxisSolver, CarriesTheMoveIntoBothSolutions) {
-  const zv5axMoveSolver solver = FiveAxisScene{}.Solver();
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
   const auto move = tests::Move5({1, 2, 3}, {0, 0.6, 0.8}, 500, true);
   const auto full = solver.Solve(move, zvPostedMove::link3, 42, true, 1e308, false, 0);
   EXPECT_EQ(full.first.GetSourceIndex(), 42);
@@ -278,7 +280,8 @@ TEST(FiveAxisSolver, CarriesTheMoveIntoBothSolutions) {
 
 // A pole tolerance given to one call counts there only.
 TEST(FiveAxisSolver, TakesThePoleToleranceOfTheCall) {
-  const zv5axMoveSolver solver = FiveAxisScene{}.Solver();
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
   const auto status = [&](double poleTolerance) {
     return solver
         .Solve(tests::Move5({}, InPlaneXZ(0.5)), zvPostedMove::noLink, 0, true, poleTolerance, true,

@@ -69,11 +69,16 @@ struct FiveAxisScene {
   Point origin;
   double toolLength = 0;
 
-  post::zv5axMoveSolver Solver() const { return {machine.MachDef(), par, origin, toolLength}; }
-  zvPosted5axTPCreator Creator() const {
+  // What these make refers to the scene.
+  post::zv5axMoveSolver Solver() const&& = delete;
+  zvPosted5axTPCreator Creator() const&& = delete;
+  post::zv5axKinematics Kinematics() const&& = delete;
+
+  post::zv5axMoveSolver Solver() const& { return {machine.MachDef(), par, origin, toolLength}; }
+  zvPosted5axTPCreator Creator() const& {
     return {machine.MachDef(), control, par, origin, toolLength};
   }
-  post::zv5axKinematics Kinematics() const {
+  post::zv5axKinematics Kinematics() const& {
     post::zv5axMachDef machDef = machine.MachDef();
     machDef.Normalize();
     return {machDef, origin, toolLength};
