@@ -115,6 +115,12 @@ inline Point Across(const Point& p, Seeded& random) {
   }
 }
 
+/// A vector of length 0.5 to 2. Drawn one after the other, so that compilers agree.
+inline Point AnyVector(Seeded& random) {
+  const double length = random.Real(0.5, 2);
+  return random.UnitVector() * length;
+}
+
 /// Orthogonal, nutating or generally skew rotary axes; any pivots, origin and tool length.
 inline FiveAxisScene RandomScene(Seeded& random, bool withSkewSlides = true) {
   FiveAxisScene scene;
@@ -134,15 +140,15 @@ inline FiveAxisScene RandomScene(Seeded& random, bool withSkewSlides = true) {
     m.second = {0, random.Chance(0.5) ? 1.0 : -1.0, 1};
   } else {
     do {
-      m.spindle = random.UnitVector() * random.Real(0.5, 2);
-      m.first = random.UnitVector() * random.Real(0.5, 2);
-      m.second = random.UnitVector() * random.Real(0.5, 2);
+      m.spindle = AnyVector(random);
+      m.first = AnyVector(random);
+      m.second = AnyVector(random);
     } while (std::fabs(Dot(m.first.Normalized(), m.second.Normalized())) > 0.9 ||
              std::fabs(Dot(m.spindle.Normalized(), m.second.Normalized())) > 0.9);
   }
   if (withSkewSlides && random.Chance(0.4)) {
     for (;;) {
-      for (Point& axis : m.axes) axis = random.UnitVector() * random.Real(0.5, 2);
+      for (Point& axis : m.axes) axis = AnyVector(random);
       if (std::fabs(Dot(Cross(m.axes[0], m.axes[1]), m.axes[2])) > 0.3) break;
     }
   }

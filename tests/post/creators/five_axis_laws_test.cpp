@@ -70,7 +70,8 @@ Source RandomPath(Seeded& random, const FiveAxisScene& scene, int sort) {
   double second = random.Real(-170, 170);
   const double firstStep = random.Real(-12, 12);
   const double secondStep = random.Real(-6, 6);
-  const double screwStep = random.Real(5, 60) * (random.Chance(0.5) ? 1 : -1);
+  const double screwSense = random.Chance(0.5) ? 1 : -1;
+  const double screwStep = random.Real(5, 60) * screwSense;
   const Point pole = scene.machine.first.Normalized() * (random.Chance(0.5) ? 1.0 : -1.0);
   const Point across = tests::Across(pole, random);
   const bool isExact = random.Chance(0.5);
@@ -283,8 +284,13 @@ TEST_P(FiveAxisLaws, AnglesRunOnAndTimesFit) {
       const double way = Distance(lines[k].GetPartPosition(), lines[k - 1].GetPartPosition());
       ASSERT_NEAR(lines[k].GetMoveTime(), 60 * way / lines[k].GetFeed(), 1e-12 * (1 + way));
       if (isWrapped) continue;
+      // A rewinding's move at the limit may lie on the other solution where a rapid step runs from
+      // one to the other: then no number of turns is near both of its neighbours.
+      const bool isRewound =
+          scene.par.GetLimitsCheck() >= zvKDRParam::checkRotaryAxes && lines[k].IsRapid();
+      const double most = isRewound ? 360 : 180;
       for (const std::int16_t axis : kAxes)
-        ASSERT_LE(std::fabs(lines[k].GetAngle(axis) - lines[k - 1].GetAngle(axis)), 180 + 1e-9)
+        ASSERT_LE(std::fabs(lines[k].GetAngle(axis) - lines[k - 1].GetAngle(axis)), most + 1e-9)
             << Describe(scene, i, k);
     }
     const auto& [control, machine] = std::tie(scene.control, scene.machine);
