@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <sstream>
 #include <tuple>
 #include <vector>
@@ -488,6 +489,41 @@ TEST(FiveAxisPaths, OneOrientationComesOutAsWithSeveral) {
     }
   }
   EXPECT_GT(compared, 3000);
+}
+
+// Bad input ends in its error, and leaves nothing half done that the next posting would see.
+TEST(FiveAxisPaths, RefusesWhatCannotBePosted) {
+  constexpr double kBad[] = {std::numeric_limits<double>::quiet_NaN(),
+                             std::numeric_limits<double>::infinity()};
+  const auto idOf = [](const FiveAxisScene& scene, const Source& source) -> std::uint32_t {
+    try {
+      PostLines(scene, Build(source));
+    } catch (const zvPostException& e) {
+      return e.GetId();
+    }
+    return 0;
+  };
+  const Source good{{{0, 0, 0}, {0, 0, 1}}, {{10, 0, 0}, {0, 0.6, 0.8}}, {{20, 0, 0}, {0, 0, 1}}};
+  FiveAxisScene scene;
+  EXPECT_EQ(idOf(scene, good), 0u);
+  for (const double bad : kBad)
+    for (const std::size_t at : {0, 2}) {
+      Source source = good;
+      source[at].tip.y = bad;
+      EXPECT_EQ(idOf(scene, source), 5039u);
+      source = good;
+      source[at].orientation.x = bad;
+      EXPECT_EQ(idOf(scene, source), 5039u);
+    }
+  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(7));
+  EXPECT_EQ(idOf(scene, good), 5046u);
+  scene.par.SetLimitsCheck(zvKDRParam::checkNothing);
+  for (const double step : {0.0, -1.0, kBad[0]}) {
+    scene.par.SetMaxAngleStep(step);
+    EXPECT_EQ(PostLines(scene, Build(good)).size(), good.size()) << step;
+  }
+  scene.par.SetMaxAngleStep(1e-300);
+  EXPECT_EQ(idOf(scene, good), 5039u);
 }
 
 // The end lies nearer on the other solution, which would be cut in one line across the path.
