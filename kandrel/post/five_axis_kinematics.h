@@ -10,7 +10,7 @@
 namespace post {
 
 /// An angle by its cosine and sine.
-struct zvTurn {
+struct KANDREL_API zvTurn {
   double cosine = 1;
   double sine = 0;
 

@@ -386,8 +386,10 @@ class zvRewinder {
       other += misc::kFullTurnDeg * misc::WindsBetween(otherA, other);
       Traits::SetAngle(result, axis, other);
     }
-    // The forced angles move the tip unless the linear axes follow.
+    // The forced angles move the tip unless the linear axes follow, and turn the tool, along which
+    // the lift goes: far where the step runs from one solution to the other.
     result.SetMachinePosition(m_machine.Kinematics().MachinePosition(result));
+    result.SetOrientation(m_machine.Kinematics().Orientation(result));
     if (!m_smallMoves && !result.HasNoExtended()) {
       if (!a.HasNoExtended()) result.SetSourceIndex(a.GetSourceIndex());
       result.SetInserted(true);

@@ -114,4 +114,36 @@ TEST(Angles, ArcCosineSnapsNearItsEndsAndIsPlainBetween) {
 }
 
 }  // namespace
+TEST(Angles, WrapIntoRangeTurnsIntoTheRangeWhereOneTurnDoes) {
+  const struct {
+    double deg, low, high, expected;
+  } cases[] = {
+      {0, 10, 20, 0},         {0, 350, 370, 360},  {-10, 0, 360, 350},
+      {-10, 0, 349, -10},  // no turn fits
+      {350, -180, 180, -10},  {350, -5, 180, 350}, {730, -180, 180, 10},
+      {-730, -180, 180, -10}, {-730, 0, 360, 350}, {400, 300, 500, 400},
+      {50, 300, 500, 410},    {-360, -10, 10, 0},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(misc::WrapIntoRange(c.deg, c.low, c.high), c.expected)
+        << c.deg << " in " << c.low << ".." << c.high;
+}
+
+TEST(Angles, InCircularRangeLooksRoundTheCircle) {
+  const struct {
+    double low, high, deg, tolerance;
+    bool expected;
+  } cases[] = {
+      {350, 10, 0, 0, true},       {10, 350, 0, 0, false},        {0, 360, 123, 0.5, true},
+      {350, 10, 180, 0, false},    {-90, 90, 270, 0, true},       {-90, 90, -450, 0, true},
+      {-90, 90, 91, 0, false},     {-90, 90, 91, 1, true},        {-90, 90, 269, 0.5, false},
+      {-90, 90, 269, 1, true},     {10, 20, 741, 0, false},       {10, 20, 735, 0, true},
+      {5, 5, 200, 0, true},        {-100000, 100000, 7, 0, true}, {0, 359.5, 359.8, 0.5, true},
+      {0, 359, 359.8, 0.5, false},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(misc::InCircularRange(c.low, c.high, c.deg, c.tolerance), c.expected)
+        << c.deg << " in " << c.low << ".." << c.high << " with " << c.tolerance;
+}
+
 }  // namespace misc

@@ -1,0 +1,561 @@
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/host_hooks.h>
+#include <kandrel/post/five_axis_solver.h>
+#include <kandrel/post/post_exception.h>
+#include <kandrel/post/solution_choice.h>
+#include <tests/support/five_axis_scenes.h>
+#include <tests/support/throws_id.h>
+#include <tests/support/toolpath_builders.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using post::zv5axMoveSolver;
+using post::zvKDRParam;
+using post::zvPosted5axMove;
+using post::zvPostedMove;
+using post::zvPostException;
+using post::zvRotarySolution;
+using post::zvRotarySolutions;
+using tests::FiveAxisScene;
+using tests::Point;
+using tests::RandomScene;
+using tests::Seeded;
+using tests::ThrowsId;
+using tests::ToPoint;
+using tests::ToVector;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kPi = 3.14159265358979323846;
+constexpr const wchar_t* kUnreachable =
+    L"Due to its physical limits, the current machine does not support one or more of the tool "
+    L"movements.";
+constexpr int kCases = 20000;
+
+double Distance(const Point& a, const Point& b) {
+  return (a - b).Length();
+}
+
+Point InPlaneXZ(double deg) {
+  return {std::sin(deg * kPi / 180), 0, std::cos(deg * kPi / 180)};
+}
+
+zvRotarySolutions SolveAngles(const zv5axMoveSolver& solver, const Point& p_part,
+                              const Point& orientation, double lastFirstAngle = 0) {
+  return solver.SolveAngles(p_part, orientation, solver.MakePoleCone(), lastFirstAngle);
+}
+
+// The smallest and the largest angle between tool and first axis over a whole turn of the second:
+// what an orientation needs to be reached.
+std::pair<double, double> ReachOf(const FiveAxisScene& scene) {
+  const auto model = scene.Model();
+  double least = 180;
+  double most = 0;
+  for (int i = 0; i < 720; ++i) {
+    const double cosine =
+        tests::rigid::Cosine(model.At({}, 0, 0.5 * i).axis, ToVector(scene.machine.first));
+    const double deg = std::acos(std::clamp(cosine, -1.0, 1.0)) * 180 / kPi;
+    least = std::min(least, deg);
+    most = std::max(most, deg);
+  }
+  return {least, most};
+}
+
+TEST(FiveAxisSolver, PutsTipAndToolOnTheRigidModelInBothSolutions) {
+  Seeded random;
+  int solved = 0;
+  int refused = 0;
+  for (int i = 0; i < kCases / 10; ++i) {
+    const FiveAxisScene scene = RandomScene(random);
+    const zv5axMoveSolver solver = scene.Solver();
+    const auto model = scene.Model();
+    const auto [least, most] = ReachOf(scene);
+    for (int k = 0; k < 10; ++k) {
+      const Point p_part = random.Vector(400);
+      const Point orientation = random.UnitVector() * random.Real(0.5, 3);
+      const double cosine =
+          tests::rigid::Cosine(ToVector(orientation), ToVector(scene.machine.first));
+      const double deg = std::acos(cosine) * 180 / kPi;
+      const double slack = 0.3;  // as coarse as the reach is known
+      zvRotarySolutions solutions;
+      try {
+        solutions = SolveAngles(solver, p_part, orientation);
+      } catch (const zvPostException& e) {
+        ASSERT_EQ(e.GetId(), 5000u);
+        ASSERT_FALSE(least + slack < deg && deg < most - slack) << i << ' ' << deg;
+        ++refused;
+        continue;
+      }
+      ++solved;
+      ASSERT_TRUE(least - slack < deg && deg < most + slack)
+          << i << ' ' << deg << " not in " << least << ".." << most;
+      const double size = scene.Size() + p_part.Length();
+      const Point unit = orientation.Normalized();
+      // A pole is a cone of 0.01 degrees.
+      const double snap = solutions.poleStatus == 0 ? 2e-5 : 2e-4;
+      for (const zvRotarySolution* s : {&solutions.first, &solutions.mirror}) {
+        const auto pose = model.At(ToVector(s->position), s->firstAngle, s->secondAngle);
+        ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-9 * size) << i;
+        ASSERT_LE(Distance(ToPoint(pose.axis), unit), snap) << i;
+        ASSERT_LE(std::fabs(s->firstAngle), 180);
+        ASSERT_LE(std::fabs(s->secondAngle), 180);
+        ASSERT_LE(Distance(solver.PartPosition(s->position, s->firstAngle, s->secondAngle), p_part),
+                  1e-9 * size);
+      }
+    }
+  }
+  EXPECT_GT(solved, kCases / 2);
+  EXPECT_GT(refused, kCases / 20);
+}
+
+// Orientations made from angles: one of the two solutions is those angles, and there is no third.
+TEST(FiveAxisSolver, FindsTheAnglesThatAnOrientationWasMadeFrom) {
+  Seeded random;
+  for (int i = 0; i < kCases / 4; ++i) {
+    const FiveAxisScene scene = RandomScene(random);
+    const zv5axMoveSolver solver = scene.Solver();
+    const double first = random.Real(-179, 179);
+    const double second = random.Real(-179, 179);
+    const Point axis = ToPoint(scene.Model().At({}, first, second).axis);
+    const double toPole = tests::rigid::Cosine(ToVector(axis), ToVector(scene.machine.first));
+    if (std::fabs(toPole) > 0.999) continue;
+    const zvRotarySolutions s = SolveAngles(solver, {1, 2, 3}, axis);
+    const auto error = [&](const zvRotarySolution& x) {
+      return std::max(misc::CircularDistance(x.firstAngle, first),
+                      misc::CircularDistance(x.secondAngle, second));
+    };
+    // Where both solutions nearly meet, angles are badly determined.
+    const double apart = misc::CircularDistance(s.first.secondAngle, s.mirror.secondAngle);
+    if (apart < 1) continue;
+    ASSERT_LE(std::min(error(s.first), error(s.mirror)), 1.7e-3) << i;
+  }
+}
+
+TEST(FiveAxisSolver, GivesPublishedAnglesInBothSolutions) {
+  FiveAxisScene scene;
+  scene.origin = {0, 0, 70};
+  scene.toolLength = 150;
+  const zvRotarySolutions s =
+      SolveAngles(scene.Solver(), {113.5608, 7.7353, -2.2093}, {-0.1073, 0.6249, 0.7733});
+  const zvRotarySolution expected[] = {{-9.7431, 39.3491, {113.2319, -51.948, 195.0711}},
+                                       {170.2569, -39.3491, {-113.2319, 51.948, 195.0711}}};
+  const bool isSwapped = s.first.secondAngle < 0;
+  for (const bool isMirror : {false, true}) {
+    const zvRotarySolution& got = s.Of(isMirror != isSwapped);
+    const zvRotarySolution& want = expected[isMirror ? 1 : 0];
+    EXPECT_NEAR(got.firstAngle, want.firstAngle, 1e-4);
+    EXPECT_NEAR(got.secondAngle, want.secondAngle, 1e-4);
+    EXPECT_LE(Distance(got.position, want.position), 2e-4);
+  }
+}
+
+TEST(FiveAxisSolver, NamesPolesAndLeavesTheirAngleAtZero) {
+  FiveAxisScene conventional;
+  conventional.machine.kind = 0;
+  conventional.machine.first = {0, 0, -1};
+  conventional.machine.second = {0, -1, 0};
+  // The second axis and the spindle 0.005 degrees apart: all orientations are on its pole.
+  FiveAxisScene secondPole;
+  secondPole.machine.first = {0, 1, 0};
+  secondPole.machine.second = InPlaneXZ(0.005);
+  FiveAxisScene bothPoles = secondPole;
+  bothPoles.machine.first = InPlaneXZ(-0.009);
+  const struct {
+    const FiveAxisScene& scene;
+    Point orientation;
+    std::uint32_t status;
+  } cases[] = {
+      {conventional, {0, 0, 1}, 1},
+      {conventional, {0, 0, -2}, 1},
+      {conventional, InPlaneXZ(0.0099), 1},
+      {conventional, InPlaneXZ(0.0101), 0},
+      {conventional, InPlaneXZ(180 - 0.0099), 1},
+      {conventional, InPlaneXZ(90), 0},
+      {secondPole, {1, 0, 0}, 2},
+      {bothPoles, {0, 0, 1}, 2},
+  };
+  for (const auto& c : cases) {
+    const zvRotarySolutions s = SolveAngles(c.scene.Solver(), {10, 20, 30}, c.orientation);
+    EXPECT_EQ(s.poleStatus, c.status) << c.orientation.x << ' ' << c.orientation.z;
+    for (const zvRotarySolution* x : {&s.first, &s.mirror}) {
+      if (c.status == 1) {
+        EXPECT_EQ(x->firstAngle, 0);
+        EXPECT_EQ(std::fabs(x->secondAngle), std::fabs(s.first.secondAngle));
+      }
+      if (c.status == 2) {
+        EXPECT_EQ(x->secondAngle, 0);
+      }
+    }
+  }
+  const zvRotarySolutions both = SolveAngles(bothPoles.Solver(), {}, {0, 0, 1});
+  EXPECT_EQ(both.first.firstAngle, 0);
+  EXPECT_EQ(both.mirror.firstAngle, 0);
+}
+
+TEST(FiveAxisSolver, RefusesOnlyWhatIsOutOfReach) {
+  const auto solve = [](double deg, double poleTolerance, const Point& orientation) {
+    FiveAxisScene scene;  // the first axis calibrated `deg` off the spindle
+    scene.machine.first = InPlaneXZ(deg);
+    scene.machine.second = {0, -1, 0};
+    scene.par.SetPoleAngleTolerance(poleTolerance);
+    return SolveAngles(scene.Solver(), {}, orientation);
+  };
+  // Snapping to the pole would take these out of reach: they are not.
+  EXPECT_EQ(solve(0.007, 0.01, {0, 0, 1}).poleStatus, 1u);
+  EXPECT_EQ(solve(0.02, 0.1, {0, 0, 1}).poleStatus, 1u);
+
+  // A nutating head of 45 degrees reaches a cone of 90 about its first axis.
+  FiveAxisScene nutating;
+  nutating.machine.kind = 1;
+  nutating.machine.second = {0, 1, 1};
+  const zv5axMoveSolver solver = nutating.Solver();
+  const auto reaches = [&](double deg) { SolveAngles(solver, {}, InPlaneXZ(deg)); };
+  EXPECT_NO_THROW(reaches(89.999));
+  // By rounding at the border: w is -0.5e-8, and both solutions coincide.
+  const double past = 90 + 0.5e-8 / 2 * 180 / kPi;
+  const zvRotarySolutions s = SolveAngles(solver, {}, InPlaneXZ(past));
+  EXPECT_NEAR(s.first.firstAngle, s.mirror.firstAngle, 1e-2);
+  EXPECT_EQ(s.first.secondAngle, s.mirror.secondAngle);
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { reaches(90.001); }, 5000, kUnreachable));
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { reaches(180); }, 5000, kUnreachable));
+}
+
+TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
+  const auto solve = [](const zv5axMoveSolver& s, const Point& p_part, const Point& orientation) {
+    s.Solve(tests::Move5(p_part, orientation), zvPostedMove::noLink, 0, true, 1e308, false, 0);
+  };
+  const auto isNull = [](const auto& action) {
+    return ThrowsId<cadcam::zvcadcamException>(action, 2189, L"Can't normalize null vector.");
+  };
+  EXPECT_TRUE(isNull([&] { solve(solver, {}, {0, -0.0, 0}); }));
+  EXPECT_NO_THROW(solve(solver, {}, {1e-200, 0, 1e-200}));
+  EXPECT_NO_THROW(solve(solver, {}, {1e200, 0, 1e200}));
+  for (const double bad : {kNaN, kInfinity, -kInfinity})
+    for (int axis = 0; axis < 6; ++axis) {
+      double v[6] = {1, 2, 3, 0, 0.6, 0.8};
+      v[axis] = bad;
+      EXPECT_TRUE(ThrowsId<zvPostException>(
+          [&] {
+            solve(solver, {v[0], v[1], v[2]}, {v[3], v[4], v[5]});
+          },
+          5039, L"Invalid vector was passed."))
+          << bad << ' ' << axis;
+    }
+  // Parallel rotary axes: the definition refuses equal directions only.
+  FiveAxisScene parallel;
+  parallel.machine.first = {1, 0, 0};
+  parallel.machine.second = {-1, 0, 0};
+  const zv5axMoveSolver parallelSolver = parallel.Solver();
+  for (const Point& orientation : {Point{1, 0, 0}, Point{0, 0, 1}, Point{0.6, 0, 0.8}})
+    EXPECT_TRUE(isNull([&] { solve(parallelSolver, {}, orientation); }));
+}
+
+TEST(FiveAxisSolver, CarriesTheMoveIntoBothSolutions) {
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
+  const auto move = tests::Move5({1, 2, 3}, {0, 0.6, 0.8}, 500, true);
+  const auto full = solver.Solve(move, zvPostedMove::link3, 42, true, 1e308, false, 0);
+  EXPECT_EQ(full.first.GetSourceIndex(), 42);
+  EXPECT_TRUE(full.first.IsInserted());
+  EXPECT_EQ(full.first.GetExtendedId(), 7u);
+  EXPECT_EQ(full.first.GetExtendedPoint(), (Point{2, 4, 6}));
+  EXPECT_EQ(full.first.GetType(), zvPostedMove::link3);
+  EXPECT_EQ(full.first.GetFeed(), 500);
+  EXPECT_TRUE(full.first.IsRapid());
+  EXPECT_EQ(full.first.GetPartPosition(), (Point{1, 2, 3}));
+  EXPECT_EQ(full.first.GetOrientation(), (Point{0, 0.6, 0.8}));
+  const auto small = solver.Solve(move, zvPostedMove::link3, 42, true, 1e308, true, 0);
+  EXPECT_TRUE(small.first.HasNoExtended());
+  EXPECT_EQ(small.first.GetMachinePosition(), full.first.GetMachinePosition());
+  EXPECT_EQ(small.second, full.second);
+  EXPECT_NE(full.first.GetAngle(1), full.second.secondAngle);
+}
+
+// A pole tolerance given to one call counts there only.
+TEST(FiveAxisSolver, TakesThePoleToleranceOfTheCall) {
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
+  const auto status = [&](double poleTolerance) {
+    return solver
+        .Solve(tests::Move5({}, InPlaneXZ(0.5)), zvPostedMove::noLink, 0, true, poleTolerance, true,
+               0)
+        .first.GetPoleStatus();
+  };
+  EXPECT_EQ(status(1e308), 0u);
+  EXPECT_EQ(status(kInfinity), 0u);
+  EXPECT_EQ(status(1), 1u);
+}
+
+TEST(FiveAxisSolver, FixesAnUndeterminedAngleOnTheTip) {
+  Seeded random;
+  for (int i = 0; i < 500; ++i) {
+    FiveAxisScene scene = RandomScene(random);
+    scene.machine.second = tests::Across(scene.machine.first, random);
+    scene.machine.spindle = scene.machine.first;
+    const zv5axMoveSolver solver = scene.Solver();
+    const Point p_part = random.Vector(300);
+    zvPosted5axMove pole = solver
+                               .Solve(tests::Move5(p_part, scene.machine.first),
+                                      zvPostedMove::noLink, 0, false, 1e308, true, 0)
+                               .first;
+    ASSERT_EQ(pole.GetPoleStatus(), 1u);
+    zvPosted5axMove previous(true);
+    previous.SetAngle(random.Real(-500, 500), 0);
+    previous.SetAngle(random.Real(-500, 500), 1);
+    previous.SetPoleStatus(1);
+    const zvPosted5axMove before = pole;
+    solver.FixPoleAngle(previous, pole);
+    ASSERT_EQ(pole, before);  // two undetermined moves can't help each other
+    previous.SetPoleStatus(0);
+    solver.FixPoleAngle(previous, pole);
+    ASSERT_EQ(pole.GetPoleStatus(), 0u);
+    ASSERT_EQ(pole.GetAngle(0), previous.GetAngle(0));
+    ASSERT_EQ(pole.GetAngle(1), before.GetAngle(1));
+    const auto pose =
+        scene.Model().At(ToVector(pole.GetMachinePosition()), pole.GetAngle(0), pole.GetAngle(1));
+    ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-9 * scene.Size());
+  }
+}
+
+// Angle and position belong together, and lie inside wherever an angle can.
+TEST(FiveAxisLimitKeeper, FindsAnAngleInsideTheLimitsWhereThereIsOne) {
+  Seeded random;
+  int found = 0;
+  int none = 0;
+  for (int i = 0; i < 1500; ++i) {
+    FiveAxisScene scene;
+    scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
+    scene.machine.kind = random.Chance(0.5) ? 2 : 3;
+    scene.machine.first = {0, 0, random.Chance(0.5) ? 1.0 : -1.0};
+    scene.machine.firstPivot = random.Vector(30);
+    if (random.Chance(0.5)) {  // no axis along Z: the scan
+      scene.machine.first = scene.machine.spindle = random.UnitVector();
+      scene.machine.second = tests::Across(scene.machine.first, random);
+    } else if (scene.machine.kind == 2 && random.Chance(0.5)) {  // the pole at a tilt of 90
+      scene.machine.first = {1, 0, 0};
+      scene.machine.second = {0, 1, 0};
+    }
+    scene.machine.secondPivot = random.Vector(30);
+    scene.toolLength = random.Real(0, 50);
+    scene.machine.low = Point{-100, -100, -100} + random.Vector(80);
+    scene.machine.high = Point{100, 100, 100} + random.Vector(80);
+    const Point p_part = random.Vector(150);
+    const double last = random.Real(-720, 720);
+    const zv5axMoveSolver solver = scene.Solver();
+    const zvRotarySolutions s = SolveAngles(solver, p_part, scene.machine.first, last);
+    const auto isInside = [&](const Point& p, double slack) {
+      const Point& low = scene.machine.low;
+      const Point& high = scene.machine.high;
+      return low.x - slack <= p.x && p.x <= high.x + slack && low.y - slack <= p.y &&
+             p.y <= high.y + slack && low.z - slack <= p.z && p.z <= high.z + slack;
+    };
+    for (const zvRotarySolution* x : {&s.first, &s.mirror}) {
+      const auto pose = scene.Model().At(ToVector(x->position), x->firstAngle, x->secondAngle);
+      ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-9 * 500) << i;
+      ASSERT_LE(Distance(ToPoint(pose.axis), scene.machine.first), 2e-5) << i;
+    }
+    const Point free = solver.MachinePosition(p_part, 0, s.first.secondAngle);
+    if (isInside(free, 1e-15)) {
+      ASSERT_EQ(s.poleStatus, 1u);
+      continue;
+    }
+    bool isPossible = false;
+    for (int k = 0; k < 3600 && !isPossible; ++k)
+      isPossible = isInside(solver.MachinePosition(p_part, 0.1 * k, s.first.secondAngle), -0.5);
+    if (s.poleStatus == 0) {
+      ++found;
+      ASSERT_TRUE(isInside(s.first.position, 1e-15)) << i;
+      ASSERT_EQ(s.first.firstAngle, s.mirror.firstAngle);
+    } else {
+      ++none;
+      ASSERT_FALSE(isPossible) << i;
+    }
+  }
+  EXPECT_GT(found, 100);
+  EXPECT_GT(none, 100);
+}
+
+TEST(FiveAxisLimitKeeper, WorksOnlyWhereTheFirstAxisCanCarryThePole) {
+  const struct {
+    std::int32_t kind;
+    Point first;
+    Point second;
+    bool isActive;
+  } cases[] = {{0, {0, 0, 1}, {1, 0, 0}, false}, {1, {0, 0, 1}, {1, 0, 0}, false},
+               {2, {0, 0, 1}, {1, 0, 0}, true},  {2, {1, 0, 0}, {0, 1, 0}, true},
+               {3, {0, 0, -1}, {1, 0, 0}, true}, {3, {1, 0, 0}, {0, 1, 0}, false}};
+  for (const auto& c : cases)
+    for (const auto handling : {zvKDRParam::keepWithinLimits, zvKDRParam::poleHandling3}) {
+      FiveAxisScene scene;
+      scene.par.SetPoleHandling(handling);
+      scene.machine.kind = c.kind;
+      scene.machine.first = c.first;
+      scene.machine.second = c.second;
+      scene.machine.low = {-50, -150, -150};
+      scene.machine.high = {50, 150, 150};
+      // Off in X by a part point that a turn can bring in.
+      const Point p_part = c.first.x == 0 ? Point{100, 0, 0} : Point{0, 0, 0};
+      scene.machine.firstPivot = c.first.x == 0 ? Point{} : Point{0, 0, 300};
+      const zvRotarySolutions s = SolveAngles(scene.Solver(), p_part, c.first);
+      if (c.first.x != 0) continue;  // only that it ends
+      EXPECT_EQ(s.poleStatus, c.isActive && handling == zvKDRParam::keepWithinLimits ? 0u : 1u)
+          << c.kind;
+    }
+}
+
+std::wstring g_debugLine;
+
+// A plane that can't be met to 1e-13 where the circle is as large as the earth.
+TEST(FiveAxisLimitKeeper, SaysSoWhereABisectionEndsNowhere) {
+  FiveAxisScene scene;
+  scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
+  scene.machine.kind = 2;
+  scene.machine.axes = {Point{-1, 0, 0}, Point{0, -1, 0}, Point{0, 0, 1}};
+  scene.machine.low = {0.1, -1e10, -1e10};
+  scene.machine.high = {0.2, 1e10, 1e10};
+  const zv5axMoveSolver solver = scene.Solver();
+  g_debugLine.clear();
+  const auto before =
+      misc::SetDebugLineHook([](std::wstring_view line) noexcept { g_debugLine = line; });
+  const zvRotarySolutions s = SolveAngles(solver, {1e9, 0, 0}, {0, 0, 1});
+  misc::SetDebugLineHook(before);
+  EXPECT_EQ(g_debugLine, L"CTheta Error");
+  EXPECT_EQ(s.poleStatus, 1u);
+  EXPECT_EQ(s.first.position, (Point{-1e9, 0, 0}));
+}
+
+zvRotarySolutions Pair(double a1, double a2, double b1, double b2, const Point& p = {},
+                       const Point& q = {}) {
+  zvRotarySolutions s;
+  s.first = {a1, a2, p};
+  s.mirror = {b1, b2, q};
+  return s;
+}
+
+constexpr Point kFar{1000, 0, 0};
+
+// The machine of the tables: angles within -90..90 and 0..100, slides within 100.
+FiveAxisScene LimitedScene(int limitsCheck) {
+  FiveAxisScene scene;
+  scene.machine.firstRange = {-90, 90};
+  scene.machine.secondRange = {0, 100};
+  scene.machine.low = {-100, -100, -100};
+  scene.machine.high = {100, 100, 100};
+  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(limitsCheck));
+  return scene;
+}
+
+TEST(FiveAxisChoice, TakesForTheNextMoveWhatKeepsLimitsAndThenTheNearest) {
+  const struct {
+    int limitsCheck;
+    zvRotarySolutions s;
+    bool byRule, mirrorFlag, expected;
+  } cases[] = {
+      // No limits: the one that doesn't hold the largest travel.
+      {0, Pair(10, 0, 5, 0), true, false, true},
+      {0, Pair(5, 0, 10, 0), true, false, false},
+      {0, Pair(10, 90, 89, 0), true, false, true},
+      {0, Pair(10, 89, 0, 90), true, false, false},
+      {0, Pair(170, 0, -175, 0), true, false, false},
+      {0, Pair(190, 0, -165, 0), true, false, true},  // 170 against 165 on the circle
+      {0, Pair(10, 0, -10, 0), true, false, false},   // a tie
+      {0, Pair(0, 0, 0, 0), true, false, false},
+      {0, Pair(10, 0, 5, 0), false, false, false},
+      {0, Pair(5, 0, 10, 0), false, true, true},
+      {0, Pair(200, 0, 5, 0, kFar), false, false, false},
+      // Linear limits alone, also against the flag.
+      {1, Pair(0, 0, 50, 0, kFar), true, false, true},
+      {1, Pair(50, 0, 0, 0, {}, kFar), true, false, false},
+      {1, Pair(50, 0, 0, 0, kFar, kFar), true, false, true},
+      {1, Pair(0, 0, 50, 0, kFar), false, false, true},
+      {1, Pair(0, 0, 50, 0, {100 + 5e-13, 0, 0}), true, false, false},
+      {1, Pair(0, 0, 50, 0, {100 + 5e-12, 0, 0}), true, false, true},
+      {1, Pair(170, 0, 175, 0), true, false, false},  // angles don't count
+      // Rotary ranges alone, on the circle and with the slack of limitTolerance.
+      {2, Pair(-100, 50, 80, 50), true, false, true},
+      {2, Pair(-80, 50, 100, 50), true, false, false},
+      {2, Pair(350, 50, 100, 50), true, false, false},
+      {2, Pair(90.00005, 50, 20, 50), true, false, true},
+      {2, Pair(90.00005, 50, 200, 50), true, false, false},
+      {2, Pair(90.0002, 50, 60, 50), true, false, true},
+      {2, Pair(0, 0, 80, 50, kFar), true, false, false},  // positions don't count
+      // Both.
+      {3, Pair(0, 0, 80, 50, kFar), true, false, true},
+      {3, Pair(-100, 50, 80, 50, {}, kFar), true, false, true},
+      {3, Pair(0, 0, 80, -50, kFar), true, false, false},
+      // Unknown values as 3.
+      {4, Pair(0, 0, 80, 50, kFar), true, false, true},
+      {4, Pair(-100, 50, 80, 50), true, false, true},
+  };
+  int i = 0;
+  for (const auto& c : cases) {
+    FiveAxisScene scene = LimitedScene(c.limitsCheck);
+    scene.par.SetFirstMoveByRule(c.byRule);
+    scene.par.SetFirstMoveMirror(c.mirrorFlag);
+    EXPECT_EQ(post::TakesMirrorNext(0, 0, c.s, scene.par, scene.machine.MachDef()), c.expected)
+        << "case " << i;
+    ++i;
+  }
+}
+
+TEST(FiveAxisChoice, TakesForTheFirstMoveWhatKeepsLimitsAndThenTheRule) {
+  const post::zvLimitType none;
+  const post::zvLimitType xMax{post::zvLimitType::kX, post::zvLimitType::kMaximum};
+  const post::zvLimitType yMin{post::zvLimitType::kY, post::zvLimitType::kMinimum};
+  const Point yLow{0, -200, 0};
+  const struct {
+    int limitsCheck;
+    zvRotarySolutions s;
+    int rule, index;
+    double preferred;
+    bool byRule, mirrorFlag, expected;
+    post::zvLimitType excess;
+  } cases[] = {
+      {0, Pair(0, 0, 50, 0), 0, 0, 0, true, true, false, none},
+      {0, Pair(0, 0, 50, 0), 0, 1, 0, true, false, true, none},
+      {0, Pair(0, 0, 50, 0), 0, -3, 0, true, false, true, none},
+      {0, Pair(0, 0, 50, 0), 1, 1, 40, true, false, true, none},
+      {0, Pair(0, 0, 50, 0), 1, 1, 20, true, false, false, none},
+      {0, Pair(0, 0, 50, 0), 1, 1, 25, true, false, false, none},  // a tie
+      {0, Pair(10, 0, -20, 0), 1, 0, 345, true, false, true, none},
+      {0, Pair(0, 30, 50, -30), 2, 0, -1, true, false, true, none},
+      {0, Pair(0, 30, 50, -30), 2, 0, 1, true, false, false, none},
+      {0, Pair(0, 30, 50, -30), 7, 1, -1, true, false, false, none},
+      {0, Pair(0, 0, 50, 0), 0, 1, 0, false, false, false, none},
+      {0, Pair(0, 0, 50, 0), 0, 0, 0, false, true, true, none},
+      {1, Pair(0, 0, 50, 0, kFar), 0, 0, 0, true, false, true, none},
+      {1, Pair(0, 0, 50, 0, {}, kFar), 0, 1, 0, true, false, false, none},
+      // Both out: the record of the last linear test.
+      {1, Pair(0, 0, 50, 0, kFar, yLow), 0, 0, 0, true, false, false, yMin},
+      {1, Pair(0, 0, 50, 0, yLow, kFar), 0, 1, 0, true, false, true, xMax},
+      // A pure rotary excess sets none, and the rule decides.
+      {2, Pair(-100, 0, 100, 0), 0, 1, 0, true, false, true, none},
+      {3, Pair(-100, 0, 100, 0, kFar, yLow), 0, 1, 0, true, false, true, none},
+      {3, Pair(-100, 0, 80, 50, {}, yLow), 0, 0, 0, true, false, false, yMin},
+      {3, Pair(80, 50, 100, 0, kFar, {}), 0, 0, 0, true, false, false, xMax},
+      {3, Pair(80, 50, 60, 50, kFar, {}), 0, 0, 0, true, false, true, none},
+      {4, Pair(80, 50, 100, 0), 0, 1, 0, true, false, false, none},
+  };
+  int i = 0;
+  for (const auto& c : cases) {
+    FiveAxisScene scene = LimitedScene(c.limitsCheck);
+    scene.par.SetFirstMoveByRule(c.byRule);
+    scene.par.SetFirstMoveMirror(c.mirrorFlag);
+    scene.par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(c.rule));
+    scene.par.SetFirstMoveSolutionIndex(static_cast<zvKDRParam::SolutionIndex>(c.index));
+    scene.par.SetFirstMovePreferredAngle(c.preferred);
+    const auto choice = post::ChooseFirst(c.s, scene.par, scene.machine.MachDef());
+    EXPECT_EQ(choice.isMirror, c.expected) << "case " << i;
+    EXPECT_EQ(choice.excess, c.excess) << "case " << i;
+    ++i;
+  }
+}
+
+}  // namespace
