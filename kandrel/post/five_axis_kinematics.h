@@ -14,7 +14,7 @@ struct zvTurn {
   double cosine = 1;
   double sine = 0;
 
-  static zvTurn OfDegrees(double deg) noexcept;
+  KANDREL_API static zvTurn OfDegrees(double deg) noexcept;
   zvTurn Reversed() const noexcept { return {cosine, -sine}; }
 };
 
