@@ -25,16 +25,6 @@ inline void Wind(std::vector<double>& degs) {
   }
 }
 
-/// The distance on the circle, by the two ways round.
-inline double Circular(double a, double b) {
-  const auto reduce = [](double deg) {
-    const double r = std::fmod(deg, 360.0);
-    return r < 0 ? r + 360 : r;
-  };
-  const double d = std::fabs(reduce(a) - reduce(b));
-  return std::min(d, 360 - d);
-}
-
 /// Rewinding over a list in which every shift is added at once to all later moves and every search
 /// walks. `Ranges` are {min, max} by axis.
 template <class Move, class Machine>
