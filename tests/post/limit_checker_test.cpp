@@ -96,7 +96,7 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
       {"second axis", 0, 1, 350, 380, {0, 1}, {0, 10}, false, {0, 1}, {360, 370}},
       {"second axis too high", 0, 1, 0, 100, {0, 1}, {0, 110}, true, {0, 1}, {0, 110}},
       // The second axis' low values lower the first one's bound ...
-      {"falls below the first", -50, 300, -500, 500, {0, 0}, {0, -60}, false, {360, 360}, {0, -60}},
+      {"falls below the first", -50, 400, -500, 500, {0, 0}, {0, -60}, false, {360, 360}, {0, -60}},
       // ... or raise it, and hide what the first one lacks.
       {"hides",
        -100,
