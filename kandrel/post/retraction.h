@@ -71,9 +71,14 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
   Move lifted = RetractAlongTool(kinematics, start, kProbe * smallest);
   if (smallest == misc::kNoValue) return lifted;
   Point touched = lifted.GetMachinePosition();
-  if (fx == smallest) touched.x = d.x < 0 ? low.x : high.x;
-  if (fy == smallest) touched.y = d.y < 0 ? low.y : high.y;
-  if (fz == smallest) touched.z = d.z < 0 ? low.z : high.z;
+  // An axis that doesn't move stays where it is: on its limit, noise would take it past.
+  const auto settle = [smallest](double& value, double f, double still, double limit) {
+    if (f == misc::kNoValue) value = still;
+    if (f == smallest) value = limit;
+  };
+  settle(touched.x, fx, from.x, d.x < 0 ? low.x : high.x);
+  settle(touched.y, fy, from.y, d.y < 0 ? low.y : high.y);
+  settle(touched.z, fz, from.z, d.z < 0 ? low.z : high.z);
   lifted.SetMachinePosition(touched);
   if (!FirstLinearExcess(touched, machDef).IsNone()) throw zvPostException(5008);
   return lifted;

@@ -1,0 +1,263 @@
+#include <gtest/gtest.h>
+#include <kandrel/post/rewinder.h>
+#include <tests/post/pass_machine.h>
+#include <tests/support/plain_passes.h>
+#include <tests/support/seeded.h>
+#include <tests/support/throws_id.h>
+
+#include <algorithm>
+#include <limits>
+#include <list>
+
+namespace {
+
+using post::zvKDRParam;
+using post::zvPosted4axMove;
+using post::zvPosted5axMove;
+using post::zvPostedMove;
+using post::zvRotaryRange;
+using tests::Point;
+using Types = zvPostedMove::Types;
+
+template <class Move>
+class Rewinding : public testing::Test {
+ protected:
+  using Traits = post::zvMoveTraits<Move>;
+  using Machine = tests::TableMachine<Move>;
+  using Ranges = std::array<zvRotaryRange, Traits::kAxes>;
+
+  static Ranges RangesOf(zvRotaryRange first, zvRotaryRange second = {-360, 360}) {
+    Ranges ranges;
+    ranges.fill(second);
+    ranges[0] = first;
+    return ranges;
+  }
+
+  // Angles from `from` to `to` in steps, on the link type where the angle lies in [linkLow,
+  // linkHigh].
+  static std::vector<Move> Ramp(double from, double to, double step, int linkType = 6,
+                                double linkLow = 1, double linkHigh = 0) {
+    std::vector<Move> moves;
+    const int count = static_cast<int>(std::round((to - from) / step));
+    for (int i = 0; i <= count; ++i) {
+      const double deg = from + i * step;
+      const bool isLink = deg >= linkLow && deg <= linkHigh;
+      moves.push_back(
+          tests::TableMove<Move>({50.0, 0.01 * i, 3}, {deg, 10},
+                                 isLink ? static_cast<Types>(linkType) : zvPostedMove::noLink));
+    }
+    return moves;
+  }
+
+  std::uint32_t Run(tests::PassList<Move>& moves, const Ranges& ranges) {
+    post::zvRewinder<Move, Machine> rewinder(moves.list, ranges, par, true, machine);
+    return rewinder.Run();
+  }
+
+  static void ExpectKept(tests::PassList<Move>& moves, zvRotaryRange range) {
+    for (const double deg : moves.Angles()) {
+      ASSERT_GE(deg, range.min - 1e-9);
+      ASSERT_LE(deg, range.max + 1e-9);
+    }
+  }
+
+  zvKDRParam par{measures::zvUnitsFactory::metric};
+  Machine machine;
+};
+
+using Classes = testing::Types<zvPosted4axMove, zvPosted5axMove>;
+TYPED_TEST_SUITE(Rewinding, Classes);
+
+TYPED_TEST(Rewinding, KnownRuns) {
+  using Move = TypeParam;
+  const struct {
+    const char* name;
+    double to, step;
+    int linkType;
+    double linkLow, linkHigh;
+    std::size_t count;
+    double low, high, last;
+    std::uint32_t rewindings;
+  } cases[] = {
+      // Shift by -360, one rewinding of -720 at the limit: the copy there, lift, 240 turns, end,
+      // drop.
+      {"rising", 900, 3, 6, 1, 0, 545, -360, 360, -180, 1},
+      // Shift by 360, one rewinding of 360.
+      {"falling", -900, -3, 6, 1, 0, 301 + 124, -360, 360, -180, 1},
+      // The link lies at 270 after the shift; one turn is enough there.
+      {"rising with a link", 900, 3, 5, 600, 630, 301 + 123, -360, 360, 180, 1},
+      {"inside", 300, 3, 6, 1, 0, 101, 0, 300, 300, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    tests::PassList<Move> moves(this->Ramp(0, c.to, c.step, c.linkType, c.linkLow, c.linkHigh));
+    const std::uint32_t rewindings = this->Run(moves, this->RangesOf({-360, 360}));
+    EXPECT_EQ(rewindings, c.rewindings);
+    const std::vector<double> degs = moves.Angles();
+    EXPECT_EQ(degs.size(), c.count);
+    EXPECT_GE(*std::min_element(degs.begin(), degs.end()), c.low - 1e-9);
+    EXPECT_LE(*std::max_element(degs.begin(), degs.end()), c.high + 1e-9);
+    EXPECT_NEAR(degs.back(), c.last, 1e-9);
+  }
+}
+
+// A link takes fewer turns than the run needs: the search goes back to the first move beyond the
+// limit, also where that is the last stretch of the list, rising and falling.
+TYPED_TEST(Rewinding, RunsThatAreOutAgainAfterALinkAreRewoundAgain) {
+  for (const double sense : {1.0, -1.0})
+    for (const double end : {1000.0, 1400.0, 2200.0, 3000.0}) {
+      const double link = sense * 600;
+      tests::PassList<TypeParam> moves(this->Ramp(0, sense * end, sense * 4, 5,
+                                                  std::min(link, link + sense * 40),
+                                                  std::max(link, link + sense * 40)));
+      EXPECT_GT(this->Run(moves, this->RangesOf({-360, 360})), 0u);
+      this->ExpectKept(moves, {-360, 360});
+    }
+}
+
+TYPED_TEST(Rewinding, GoesToTheLowestTurnThatFits) {
+  tests::PassList<TypeParam> moves(this->Ramp(0, 500, 5));
+  EXPECT_EQ(this->Run(moves, this->RangesOf({-100000, 400})), 0u);
+  EXPECT_EQ(moves.Angles().front(), -99720);
+}
+
+// A limit that isn't hit by a move: the tip stays where the path has it, the angle is exact.
+TYPED_TEST(Rewinding, MovesAtTheLimitStayOnTheirLine) {
+  for (const bool solves : {false, true})
+    for (const double limit : {359.9, 360.0, 720.5, 400.25}) {
+      this->machine.solves = solves;
+      tests::PassList<TypeParam> moves(this->Ramp(1, 1000, 3));
+      this->Run(moves, this->RangesOf({limit - 370, limit}));
+      this->ExpectKept(moves, {limit - 370, limit});
+      for (const TypeParam& move : moves.list) {
+        const Point tip = this->machine.kinematics.PartPosition(move);
+        EXPECT_LT((tip - move.GetPartPosition()).Length(), 1e-9);
+      }
+    }
+}
+
+TYPED_TEST(Rewinding, NothingHappensWhereAnAxisCantBeRewound) {
+  tests::PassList<TypeParam> moves(this->Ramp(0, 200, 5));
+  EXPECT_EQ(this->Run(moves, this->RangesOf({0, 180}, {0, 100})), 0u);
+  EXPECT_EQ(moves.list.GetCount(), 41u);
+  tests::PassList<TypeParam> none;
+  EXPECT_EQ(this->Run(none, this->RangesOf({-360, 360})), 0u);
+}
+
+TYPED_TEST(Rewinding, StepsThatAreNoStepsTurnAtOnceAndTinyOnesAreRefused) {
+  for (const double step : {0.0, -3.0, std::numeric_limits<double>::quiet_NaN()}) {
+    this->par.SetMaxAngleStep(step);
+    tests::PassList<TypeParam> moves(this->Ramp(0, -900, -3));
+    EXPECT_EQ(this->Run(moves, this->RangesOf({-360, 360})), 1u);
+    EXPECT_EQ(moves.list.GetCount(), 301u + 4);
+  }
+  this->par.SetMaxAngleStep(1e-300);
+  tests::PassList<TypeParam> moves(this->Ramp(0, -900, -3));
+  EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(
+      [&] {
+        this->Run(moves, this->RangesOf({-360, 360}));
+      },
+      5039, L"Invalid vector was passed."));
+}
+
+TYPED_TEST(Rewinding, EndsOnLimitsAndAnglesThatAreNone) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const zvRotaryRange odd[] = {{360, -360}, {nan, 360},  {-360, nan}, {-inf, 360},    {0, inf},
+                               {inf, -inf}, {-inf, inf}, {0, 360},    {1e300, -1e300}};
+  for (const zvRotaryRange& range : odd)
+    for (const double deg : {0.0, nan, inf, -inf, 1e300}) {
+      tests::PassList<TypeParam> moves(this->Ramp(0, 900, 30));
+      post::zvMoveTraits<TypeParam>::SetAngle(*std::next(moves.list.begin(), 4), 0, deg);
+      try {
+        this->Run(moves, this->RangesOf(range));
+      } catch (const post::zvPostException&) {
+      }
+      EXPECT_LT(moves.list.GetCount(), 20000u);
+    }
+}
+
+TYPED_TEST(Rewinding, AMidpointThatNeverComesNearIs5051) {
+  struct Stubborn : tests::TableMachine<TypeParam> {
+    std::optional<TypeParam> Midpoint(const TypeParam& a, const TypeParam& b, double) const {
+      TypeParam middle = a;
+      post::zvMoveTraits<TypeParam>::SetAngle(middle, 0, 100);
+      middle.SetFeed(b.GetFeed() + a.GetFeed() + 1);
+      return middle;
+    }
+  } stubborn;
+  tests::PassList<TypeParam> moves(this->Ramp(1, 1000, 3));
+  post::zvRewinder<TypeParam, Stubborn> rewinder(moves.list, this->RangesOf({-10, 380}), this->par,
+                                                 true, stubborn);
+  EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(
+      [&] { rewinder.Run(); }, 5051,
+      L"Rewind algorithm faild to create first move. This can happen because of machine "
+      L"limitations. One reason may be the angle between axes of rotation which is different from "
+      L"90 degrees."));
+}
+
+TYPED_TEST(Rewinding, TenThousandTurnsAreKept) {
+  tests::PassList<TypeParam> moves(this->Ramp(0, 3600000, 60));
+  EXPECT_GT(this->Run(moves, this->RangesOf({-360, 360})), 4000u);
+  this->ExpectKept(moves, {-360, 360});
+}
+
+TYPED_TEST(Rewinding, IsTheQuadraticOneOnRandomRuns) {
+  using Move = TypeParam;
+  using Angles = post::zvMoveTraits<Move>;
+  tests::Seeded random;
+  const zvRotaryRange ranges[] = {{-360, 360},   {0, 360},  {0, 900},   {-100, 500},
+                                  {-200, 200.5}, {-720, 0}, {-1.5, 400}};
+  int rewindings = 0;
+  int out = 0;
+  for (int run = 0; run < 4000; ++run) {
+    std::vector<Move> moves;
+    const int count = random.Integer(1, 120);
+    const double drift = random.Integer(-1, 1) * random.Real(0, 25);
+    double degs[] = {30.0 * random.Integer(-20, 20), random.Real(-100, 100)};
+    int type = 6;
+    for (int i = 0; i < count; ++i) {
+      if (random.Chance(0.15)) type = random.Chance(0.4) ? 6 : random.Integer(0, 5);
+      moves.push_back(
+          tests::TableMove<Move>({40, 0.5 * i, 7}, {degs[0], degs[1]}, static_cast<Types>(type)));
+      const double wide = random.Chance(0.05) ? 170 : 20;
+      degs[0] += std::clamp(
+          drift + (random.Chance(0.3) ? 10.0 * random.Integer(-2, 2) : random.Real(-wide, wide)),
+          -179.0, 179.0);
+      degs[1] += random.Chance(0.5) ? 0 : random.Real(-30, 30);
+    }
+    const zvRotaryRange first = ranges[random.Integer(0, 6)];
+    const zvRotaryRange second =
+        random.Chance(0.7) ? zvRotaryRange{-100000, 100000} : ranges[random.Integer(0, 6)];
+    this->par.SetMaxAngleStep(random.Chance(0.2) ? 0 : random.Real(5, 100));
+    this->machine.solves = random.Chance(0.5);
+    tests::PassList<Move> tuned(moves);
+    const auto tunedRanges = this->RangesOf(first, second);
+    std::list<Move> plain(moves.begin(), moves.end());
+    tests::plain::Rewinder<Move, tests::TableMachine<Move>> oracle(
+        plain, {{first.min, first.max}, {second.min, second.max}}, this->par, this->machine);
+    const int expected = oracle.Run();
+    ASSERT_EQ(this->Run(tuned, tunedRanges), static_cast<std::uint32_t>(expected)) << run;
+    rewindings += expected;
+    ASSERT_EQ(tuned.list.GetCount(), plain.size()) << run;
+    auto other = plain.begin();
+    bool isOut = false;
+    for (const Move& move : tuned.list) {
+      for (int axis = 0; axis < Angles::kAxes; ++axis) {
+        ASSERT_NEAR(Angles::Angle(move, axis), Angles::Angle(*other, axis), 1e-8) << run;
+        isOut = isOut || Angles::Angle(move, axis) < tunedRanges[axis].min - 1e-4 ||
+                Angles::Angle(move, axis) > tunedRanges[axis].max + 1e-4;
+      }
+      ASSERT_EQ(move.GetType(), other->GetType()) << run;
+      ASSERT_LT((move.GetPartPosition() - other->GetPartPosition()).Length(), 1e-7) << run;
+      ASSERT_LT((move.GetMachinePosition() - other->GetMachinePosition()).Length(), 1e-7) << run;
+      ++other;
+    }
+    out += isOut;
+  }
+  EXPECT_GT(rewindings, 1000);
+  // A link taken with fewer turns than needed may leave moves out: the checks that follow tell.
+  EXPECT_LT(out, 400);
+}
+
+}  // namespace
