@@ -14,7 +14,6 @@ namespace kandrel_post {
 
 namespace {
 
-constexpr std::uint64_t kNumberStep = 5;
 constexpr double kTurnFeed = 3600;         // degrees a minute
 constexpr double kSmallestTurnDeg = 1e-5;  // what the text can show
 
@@ -106,7 +105,8 @@ void NcWriter::Write(const PostedRow& row) {
 void NcWriter::PutFeed(const PostedRow& row, bool turns, double turnDeg) {
   if (turns) {
     const double seconds = row.move.GetMoveTime();
-    if (seconds > 0 && std::isfinite(seconds)) return PutF(60 / seconds);
+    const double perMinute = 60 / seconds;
+    if (perMinute > 0 && std::isfinite(perMinute)) return PutF(perMinute);
     return PutF(kTurnFeed / std::max(turnDeg, kSmallestTurnDeg));
   }
   const double feed = row.move.GetFeed();

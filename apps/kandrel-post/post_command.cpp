@@ -1,5 +1,7 @@
 #include <fmt/format.h>
+#include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/mach_def_utils.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -15,6 +17,7 @@
 #include "parameters.h"
 #include "progress.h"
 #include "report.h"
+#include "tip_deviation.h"
 
 namespace kandrel_post {
 
@@ -54,9 +57,9 @@ void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRPa
 }
 
 // Writes a posted list and collects what the summary tells of it.
-template <class List>
+template <class List, class Observe>
 PostedStatistics WriteFiles(const List& posted, OutputFolder& folder, const Machine& machine,
-                            Progress& progress) {
+                            Progress& progress, Observe&& observe) {
   progress.Stage("writing");
   CsvWriter csv(folder.Create("posted.csv"));
   NcWriter nc(folder.Create("posted.nc"), machine.name, AxisNames(machine),
@@ -67,10 +70,41 @@ PostedStatistics WriteFiles(const List& posted, OutputFolder& folder, const Mach
     csv.Write(row);
     nc.Write(row);
     statistics.Add(row);
+    observe(move);
     if (statistics.GetCount() % kMovesBetweenReports == 0)
       progress.Fraction(static_cast<double>(statistics.GetCount()) / posted.GetCount());
   }
   nc.Finish();
+  return statistics;
+}
+
+PostedStatistics PostThreeAxes(const PostOptions& options, const Machine& machine,
+                               const post::zvKDRParam& par, const ClProgram& program,
+                               OutputFolder& folder, Progress& progress) {
+  progress.Stage("posting");
+  zvPosted3axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
+                               options.toolLength);
+  const auto posted = creator.Post(program.toolPath, options.small);
+  return WriteFiles(*posted, folder, machine, progress, [](const post::zvPosted3axMove&) {});
+}
+
+PostedStatistics PostFiveAxes(const PostOptions& options, const Machine& machine,
+                              const post::zvKDRParam& par, const ClProgram& program,
+                              OutputFolder& folder, Progress& progress, Report& report) {
+  progress.Stage("posting");
+  zvPosted5axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
+                               options.toolLength);
+  const auto posted = creator.Post(program.toolPath, options.small);
+  TipDeviation deviation(creator.GetMachDef(), options.control, options.origin, options.toolLength);
+  const PostedStatistics statistics =
+      WriteFiles(*posted, folder, machine, progress,
+                 [&](const post::zvPosted5axMove& move) { deviation.Add(move); });
+  report.counts = creator.GetCounts();
+  report.rotarySlackDeg = par.GetLimitTolerance();
+  report.wrapped = {deviation.IsWrapped(0), deviation.IsWrapped(1), false};
+  report.turns = {deviation.GetTurns(0), deviation.GetTurns(1)};
+  report.deviation = {deviation.GetLargest(), deviation.GetIndex(),
+                      NcWriter::NumberOf(deviation.GetIndex())};
   return statistics;
 }
 
@@ -81,26 +115,25 @@ void RunPost(const PostOptions& options) {
   const Machine machine = LoadMachine(options.machine);
   post::zvKDRParam par(machine.builder.GetMachDef()->GetUnits());
   for (const std::string& setting : options.settings) ApplySetting(par, setting);
-  if (AxisCount(machine) != 3)
-    Fail(fmt::format("{}: only 3-axis machines can be posted for yet, this one has {} axes",
-                     options.machine, AxisCount(machine)));
+  const int axes = AxisCount(machine);
+  if (axes != 3 && axes != 5)
+    Fail(fmt::format("{}: only 3- and 5-axis machines can be posted for yet, this one has {} axes",
+                     options.machine, axes));
 
   Progress progress;
   progress.Stage("reading");
   const ClProgram program = ReadClFile(options.toolPathFile, options.rapidLinkType, progress);
   RefuseHopelessSteps(program.toolPath, par, options.small);
 
-  progress.Stage("posting");
-  zvPosted3axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
-                               options.toolLength);
-  const auto posted = creator.Post(program.toolPath, options.small);
-
+  Report report;
+  report.small = options.small;
   OutputFolder folder(options.folder);
-  const PostedStatistics statistics = WriteFiles(*posted, folder, machine, progress);
+  const PostedStatistics statistics =
+      axes == 3 ? PostThreeAxes(options, machine, par, program, folder, progress)
+                : PostFiveAxes(options, machine, par, program, folder, progress, report);
   progress.Stop();
 
   const std::string prefix = options.folder + (options.folder.ends_with('/') ? "" : "/");
-  Report report;
   report.toolPathFile = options.toolPathFile;
   report.outputFiles = {prefix + "posted.csv", prefix + "posted.nc"};
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;

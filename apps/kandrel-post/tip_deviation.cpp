@@ -1,0 +1,108 @@
+#include "tip_deviation.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kandrel_post {
+
+namespace {
+
+constexpr double kTurn = 360;
+constexpr int kFewestSteps = 8;
+constexpr int kMostSteps = 720;
+constexpr double kDegreesAStep = 5;  // of large turns
+constexpr int kRefinements = 16;     // of the golden section: 0.618^16 of two steps
+constexpr double kGolden = 0.6180339887498949;
+// A sample this much below the largest distance so far can't have a larger one beside it: with
+// eight steps the top of a parabola is at most 1/64 above its best sample.
+constexpr double kNearlyLargest = 0.9;
+
+post::zv5axMachDef Normalized(post::zv5axMachDef machDef) {
+  machDef.Normalize();
+  return machDef;
+}
+
+bool Wraps(post::zv5axControlDef::angleLimit limit) {
+  return limit == post::zv5axControlDef::angleLimit360 ||
+         limit == post::zv5axControlDef::angleLimit180;
+}
+
+}  // namespace
+
+TipDeviation::TipDeviation(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
+                           const Point& partOrigin, double toolLength)
+    : m_kinematics(Normalized(machDef), partOrigin, toolLength),
+      m_wrapped{Wraps(control.GetFirstAxisLimit()), Wraps(control.GetSecondAxisLimit())} {}
+
+// From the tip to the line's segment, `t` of the block along.
+double TipDeviation::Distance(const Block& block, double t) const {
+  const Point tip = m_kinematics.PartPosition(block.machine + block.machineWay * t,
+                                              block.angles[0] + block.turns[0] * t,
+                                              block.angles[1] + block.turns[1] * t);
+  const Point off = tip - block.part;
+  const double square = block.partWay.SquaredLength();
+  const double along = square > 0 ? std::clamp(Dot(off, block.partWay) / square, 0.0, 1.0) : 0.0;
+  return (off - block.partWay * along).Length();
+}
+
+void TipDeviation::Examine(const Block& block) {
+  const double turn = std::max(std::abs(block.turns[0]), std::abs(block.turns[1]));
+  const int steps =
+      static_cast<int>(std::clamp(turn / kDegreesAStep, double{kFewestSteps}, double{kMostSteps}));
+  int best = 0;
+  double largest = 0;
+  for (int i = 1; i < steps; ++i) {
+    const double distance = Distance(block, static_cast<double>(i) / steps);
+    if (!(distance > largest)) continue;
+    largest = distance;
+    best = i;
+  }
+  if (best == 0 || largest < kNearlyLargest * m_largest) return;
+  double from = static_cast<double>(best - 1) / steps, to = static_cast<double>(best + 1) / steps;
+  double left = to - kGolden * (to - from), right = from + kGolden * (to - from);
+  double atLeft = Distance(block, left), atRight = Distance(block, right);
+  for (int i = 0; i < kRefinements; ++i) {
+    if (atLeft > atRight) {
+      to = right;
+      right = left;
+      atRight = atLeft;
+      left = to - kGolden * (to - from);
+      atLeft = Distance(block, left);
+    } else {
+      from = left;
+      left = right;
+      atLeft = atRight;
+      right = from + kGolden * (to - from);
+      atRight = Distance(block, right);
+    }
+  }
+  largest = std::max({largest, atLeft, atRight});
+  if (!(largest > m_largest)) return;
+  m_largest = largest;
+  m_largestIndex = m_count;
+}
+
+void TipDeviation::Add(const Move& move) {
+  if (m_count != 0) {
+    Block block{
+        m_previous.GetMachinePosition(),
+        move.GetMachinePosition() - m_previous.GetMachinePosition(),
+        m_previous.GetPartPosition(),
+        move.GetPartPosition() - m_previous.GetPartPosition(),
+        {m_previous.GetAngle(0), m_previous.GetAngle(1)},
+        {move.GetAngle(0) - m_previous.GetAngle(0), move.GetAngle(1) - m_previous.GetAngle(1)}};
+    for (std::size_t i = 0; i < 2; ++i) {
+      if (m_wrapped[i]) block.turns[i] = std::remainder(block.turns[i], kTurn);
+      m_wayDeg[i] += std::abs(block.turns[i]);
+    }
+    // Without a turn the tip runs straight.
+    if (!move.IsRapid() && (block.turns[0] != 0 || block.turns[1] != 0)) Examine(block);
+  }
+  m_previous.SetMachinePosition(move.GetMachinePosition());
+  m_previous.SetPartPosition(move.GetPartPosition());
+  m_previous.SetAngle(move.GetAngle(0), 0);
+  m_previous.SetAngle(move.GetAngle(1), 1);
+  ++m_count;
+}
+
+}  // namespace kandrel_post
