@@ -17,7 +17,7 @@
 #include "parameters.h"
 #include "progress.h"
 #include "report.h"
-#include "tip_deviation.h"
+#include "rotary_motion.h"
 
 namespace kandrel_post {
 
@@ -95,16 +95,18 @@ PostedStatistics PostFiveAxes(const PostOptions& options, const Machine& machine
   zvPosted5axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
                                options.toolLength);
   const auto posted = creator.Post(program.toolPath, options.small);
-  TipDeviation deviation(creator.GetMachDef(), options.control, options.origin, options.toolLength);
+  RotaryMotion motion(creator.GetMachDef(), options.control, options.origin, options.toolLength,
+                      par.GetPoleAngleTolerance());
   const PostedStatistics statistics =
       WriteFiles(*posted, folder, machine, progress,
-                 [&](const post::zvPosted5axMove& move) { deviation.Add(move); });
+                 [&](const post::zvPosted5axMove& move) { motion.Add(move); });
   report.counts = creator.GetCounts();
+  report.polesCrossed = motion.GetPolesCrossed();
   report.rotarySlackDeg = par.GetLimitTolerance();
-  report.wrapped = {deviation.IsWrapped(0), deviation.IsWrapped(1), false};
-  report.turns = {deviation.GetTurns(0), deviation.GetTurns(1)};
-  report.deviation = {deviation.GetLargest(), deviation.GetIndex(),
-                      NcWriter::NumberOf(deviation.GetIndex())};
+  report.wrapped = {motion.IsWrapped(0), motion.IsWrapped(1), false};
+  report.turns = {motion.GetTurns(0), motion.GetTurns(1)};
+  report.deviation = {motion.GetLargest(), motion.GetIndex(),
+                      NcWriter::NumberOf(motion.GetIndex())};
   return statistics;
 }
 

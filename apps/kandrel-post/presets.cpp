@@ -17,7 +17,7 @@ constexpr auto kPresets = std::to_array<Preset>({
     {"fork_ca", "5 axes, metric: gantry with a fork head, C within a turn each way, A tilts 110",
      R"({
   "axes": 5, "units": "metric", "names": ["X", "Y", "Z", "C", "A"],
-  "minLimits": [-1500, -1000, -200], "maxLimits": [1500, 1000, 1200],
+  "minLimits": [-1500, -1000, -500], "maxLimits": [1500, 1000, 1200],
   "fiveAxisKind": 1,
   "rotary": [{"direction": [0, 0, 1], "pivot": [0, 0, 0], "min": -360, "max": 360},
              {"direction": [1, 0, 0], "pivot": [0, 0, 250], "min": -110, "max": 110}]
@@ -29,7 +29,7 @@ constexpr auto kPresets = std::to_array<Preset>({
     {"head_table_bc", "5 axes, metric: B swivels the head, C turns the table",
      R"({
   "axes": 5, "units": "metric", "names": ["X", "Y", "Z", "C", "B"],
-  "minLimits": [-600, -400, -100], "maxLimits": [600, 400, 900],
+  "minLimits": [-600, -400, -400], "maxLimits": [600, 400, 900],
   "fiveAxisKind": 2,
   "rotary": [{"direction": [0, 0, -1], "pivot": [0, 0, 0], "min": -100000, "max": 100000},
              {"direction": [0, 1, 0], "pivot": [0, 0, 180], "min": -110, "max": 110}]
@@ -46,7 +46,7 @@ constexpr auto kPresets = std::to_array<Preset>({
      "5 axes, metric: head whose B axis lies at 45 degrees, tilts to horizontal",
      R"({
   "axes": 5, "units": "metric", "names": ["X", "Y", "Z", "C", "B"],
-  "minLimits": [-1500, -1000, -200], "maxLimits": [1500, 1000, 1200],
+  "minLimits": [-1500, -1000, -500], "maxLimits": [1500, 1000, 1200],
   "fiveAxisKind": 1,
   "rotary": [{"direction": [0, 0, 1], "pivot": [0, 0, 0], "min": -360, "max": 360},
              {"direction": [0, 0.70710678118654752, 0.70710678118654752], "pivot": [0, 0, 200], "min": -180, "max": 180}]

@@ -36,7 +36,9 @@ std::vector<Limits> LimitsOf(const MachineValues& values) {
 
 // A few decimals for people, and the exponent form where they would not do.
 std::string ForPeople(double value) {
-  return std::abs(value) < 1e9 ? fmt::format("{:.4f}", value + 0.0) : fmt::format("{:.4e}", value);
+  if (!(std::abs(value) < 1e9)) return fmt::format("{:.4e}", value);
+  const std::string text = fmt::format("{:.4f}", value);
+  return text == "-0.0000" ? "0.0000" : text;
 }
 
 std::string Duration(double seconds) {
@@ -133,7 +135,12 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
   fmt::format_to(out, "inserted        {}\n", inserted);
   fmt::format_to(out, "large jumps     {}\n", report.counts.largeJumps);
   fmt::format_to(out, "rewindings      {}\n", report.counts.rewindings);
-  if (report.deviation) fmt::format_to(out, "poles crossed   {}\n", report.counts.blendedPoles);
+  if (report.deviation) {
+    fmt::format_to(out, "poles crossed   {}", report.polesCrossed);
+    if (report.counts.blendedPoles != 0)
+      fmt::format_to(out, ", stretches on a pole blended: {}", report.counts.blendedPoles);
+    fmt::format_to(out, "\n");
+  }
   fmt::format_to(out, "rapid           {}\n", posted.GetRapidCount());
   if (!report.turns.empty()) {
     std::string turns;

@@ -44,8 +44,9 @@ class PostedStatistics {
 struct Report {
   std::string toolPathFile;
   std::vector<std::string> outputFiles;
-  bool small = false;             ///< posted moves don't tell whether they are inserted
-  post::zvPostingCounts counts;   ///< of rotary axes; a machine without any has none
+  bool small = false;            ///< posted moves don't tell whether they are inserted
+  post::zvPostingCounts counts;  ///< of rotary axes; a machine without any has none
+  std::uint64_t polesCrossed = 0;
   double rotarySlackDeg = 0;      ///< by which angles may pass their limits
   std::array<bool, 3> wrapped{};  ///< rotary axes whose angles the control wraps
   std::vector<double> turns;      ///< of each rotary axis

@@ -1,4 +1,4 @@
-#include "tip_deviation.h"
+#include "rotary_motion.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,6 +8,7 @@ namespace kandrel_post {
 namespace {
 
 constexpr double kTurn = 360;
+constexpr double kRadians = 0.017453292519943295;
 constexpr int kFewestSteps = 8;
 constexpr int kMostSteps = 720;
 constexpr double kDegreesAStep = 5;  // of large turns
@@ -29,13 +30,14 @@ bool Wraps(post::zv5axControlDef::angleLimit limit) {
 
 }  // namespace
 
-TipDeviation::TipDeviation(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
-                           const Point& partOrigin, double toolLength)
+RotaryMotion::RotaryMotion(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
+                           const Point& partOrigin, double toolLength, double poleToleranceDeg)
     : m_kinematics(Normalized(machDef), partOrigin, toolLength),
-      m_wrapped{Wraps(control.GetFirstAxisLimit()), Wraps(control.GetSecondAxisLimit())} {}
+      m_wrapped{Wraps(control.GetFirstAxisLimit()), Wraps(control.GetSecondAxisLimit())},
+      m_poleSine(std::sin(poleToleranceDeg * kRadians)) {}
 
 // From the tip to the line's segment, `t` of the block along.
-double TipDeviation::Distance(const Block& block, double t) const {
+double RotaryMotion::Distance(const Block& block, double t) const {
   const Point tip = m_kinematics.PartPosition(block.machine + block.machineWay * t,
                                               block.angles[0] + block.turns[0] * t,
                                               block.angles[1] + block.turns[1] * t);
@@ -45,7 +47,7 @@ double TipDeviation::Distance(const Block& block, double t) const {
   return (off - block.partWay * along).Length();
 }
 
-void TipDeviation::Examine(const Block& block) {
+void RotaryMotion::Examine(const Block& block) {
   const double turn = std::max(std::abs(block.turns[0]), std::abs(block.turns[1]));
   const int steps =
       static_cast<int>(std::clamp(turn / kDegreesAStep, double{kFewestSteps}, double{kMostSteps}));
@@ -82,7 +84,28 @@ void TipDeviation::Examine(const Block& block) {
   m_largestIndex = m_count;
 }
 
-void TipDeviation::Add(const Move& move) {
+void RotaryMotion::CountPoles(const Point& orientation, bool feedMove) {
+  const Point& axis = m_kinematics.GetFirstWorkingDirection();
+  const Point unit = orientation / orientation.Length();
+  const Point before = m_offPole;
+  m_offPole = unit - axis * Dot(unit, axis);
+  if (m_count == 0) return;
+  const bool wasOn = before.Length() <= m_poleSine, isOn = m_offPole.Length() <= m_poleSine;
+  if (wasOn && isOn) return;
+  if (wasOn) {
+    m_polesCrossed += m_enteredPole && feedMove ? 1 : 0;
+  } else if (!isOn && feedMove) {
+    // Between two lines; a step from one end of the axis to the other would be half a turn.
+    const Point way = m_offPole - before;
+    const double square = way.SquaredLength();
+    const double t = square > 0 ? std::clamp(-Dot(before, way) / square, 0.0, 1.0) : 0.0;
+    m_polesCrossed += (before + way * t).Length() <= m_poleSine ? 1 : 0;
+  }
+  m_enteredPole = isOn && feedMove;
+}
+
+void RotaryMotion::Add(const Move& move) {
+  CountPoles(move.GetOrientation(), !move.IsRapid());
   if (m_count != 0) {
     Block block{
         m_previous.GetMachinePosition(),
