@@ -121,9 +121,9 @@ printf '{"axes": 3,\n "spin": 1}' >bad.json
 expect 1 "error 0: bad.json:2: $any" post -m bad.json -t square.cl -o bad
 printf '{"spindle": [0,0,0]}' >bad.json
 expect 1 "error 5024: $any" machine show bad.json
-printf '{"axes": 5}' >five.json
-expect 0 "" machine show five.json
-expect 1 "error 0: five.json: $any" post -m five.json -t square.cl -o bad
+printf '{"axes": 6, "rotary": [{}, {}, {"direction": [1, 0, 0]}]}' >six.json
+expect 0 "" machine show six.json
+expect 1 "error 0: six.json: $any" post -m six.json -t square.cl -o bad
 [ ! -e bad ] || complain "a folder is left by a bad file"
 
 # Places that take no output: older files stay as they are.
