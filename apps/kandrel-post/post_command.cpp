@@ -4,6 +4,7 @@
 #include <kandrel/post/mach_def_utils.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -29,13 +30,24 @@ constexpr double kExtendedMoveBytes = 240;
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
 
+// In radians; 0 for orientations that are no directions, which the creator refuses.
+double HalfAngleBetween(const cadcam::zvCNCMove& a, const cadcam::zvCNCMove& b) {
+  const auto& from = a.GetOrientation();
+  const auto& to = b.GetOrientation();
+  if (from == to) return 0;
+  const double half = (to / to.Length() - from / from.Length()).Length() / 2;
+  return half > 0 ? std::asin(std::min(half, 1.0)) : 0;
+}
+
 // A step that is tiny against the path would fill the memory for minutes and then fail: say so at
 // once. Only a bound: whatever passes here may still turn out not to fit.
 void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRParam& par,
-                         bool small) {
-  const double step = par.GetInterpolationDistance();
-  if (!par.GetInterpolateByDistance() || !(step > 0)) return;
-  double inserted = 0;
+                         bool turning, bool small) {
+  constexpr double kDegrees = 57.29577951308232;
+  const double step = par.GetInterpolateByDistance() ? par.GetInterpolationDistance() : 0;
+  const double angleStep = turning ? par.GetMaxAngleStep() : 0;
+  if (!(step > 0) && !(angleStep > 0)) return;
+  double byDistance = 0, byAngle = 0;
   const cadcam::zvCNCMove* previous = nullptr;
   for (const auto& pass : toolPath.Children()) {
     for (const auto& slice : pass->Children()) {
@@ -43,17 +55,22 @@ void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRPa
         for (const cadcam::zvMovePointer& move : *section) {
           if (previous != nullptr && (!move->IsRapid() || par.GetInterpolateRapidMoves())) {
             const double distance = (move->GetPosition() - previous->GetPosition()).Length();
-            if (distance > step) inserted += distance / step;
+            if (step > 0 && distance > step) byDistance += distance / step;
+            // Two axes that turn the tool by an angle: one of them turns by half of it at least.
+            const double half = angleStep > 0 ? HalfAngleBetween(*previous, *move) * kDegrees : 0;
+            if (half > angleStep) byAngle += half / angleStep;
           }
           previous = move.Get();
         }
       }
     }
   }
+  const double inserted = std::max(byDistance, byAngle);
   const double bytes = inserted * (small ? kSmallMoveBytes : kExtendedMoveBytes);
   if (bytes > static_cast<double>(UsableMemory()))
-    Fail(fmt::format("an interpolationDistance of {} inserts {:.2g} moves, more than memory holds",
-                     step, inserted));
+    Fail(fmt::format("{} of {} inserts {:.2g} moves, more than memory holds",
+                     byDistance >= byAngle ? "an interpolationDistance" : "a maxAngleStep",
+                     byDistance >= byAngle ? step : angleStep, inserted));
 }
 
 // Writes a posted list and collects what the summary tells of it.
@@ -125,7 +142,7 @@ void RunPost(const PostOptions& options) {
   Progress progress;
   progress.Stage("reading");
   const ClProgram program = ReadClFile(options.toolPathFile, options.rapidLinkType, progress);
-  RefuseHopelessSteps(program.toolPath, par, options.small);
+  RefuseHopelessSteps(program.toolPath, par, axes > 3, options.small);
 
   Report report;
   report.small = options.small;

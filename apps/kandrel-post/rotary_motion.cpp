@@ -28,13 +28,34 @@ bool Wraps(post::zv5axControlDef::angleLimit limit) {
          limit == post::zv5axControlDef::angleLimit180;
 }
 
+// The most by which a step of the linear axes is longer in space than in numbers.
+double Stretch(const post::zvMachDef& machDef) {
+  if (machDef.IsIdentityTransform()) return 1;
+  return std::sqrt(machDef.GetXAxisDirection().SquaredLength() +
+                   machDef.GetYAxisDirection().SquaredLength() +
+                   machDef.GetZAxisDirection().SquaredLength());
+}
+
 }  // namespace
 
 RotaryMotion::RotaryMotion(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
                            const Point& partOrigin, double toolLength, double poleToleranceDeg)
     : m_kinematics(Normalized(machDef), partOrigin, toolLength),
+      m_fixedReach(2 * (machDef.GetFirstRotationPivot().Length() +
+                        machDef.GetSecondRotationPivot().Length()) +
+                   std::abs(toolLength) + partOrigin.Length()),
+      m_stretch(Stretch(machDef)),
       m_wrapped{Wraps(control.GetFirstAxisLimit()), Wraps(control.GetSecondAxisLimit())},
       m_poleSine(std::sin(poleToleranceDeg * kRadians)) {}
+
+// More than the tip can be off its line: an eighth of the largest second derivative of its place,
+// which two turns and a straight motion make.
+double RotaryMotion::Bound(const Block& block) const {
+  const double turn = (std::abs(block.turns[0]) + std::abs(block.turns[1])) * kRadians;
+  const double way = m_stretch * block.machineWay.Length();
+  const double reach = m_fixedReach + m_stretch * block.machine.Length() + way;
+  return turn * (turn * reach + 2 * way) / 8;
+}
 
 // From the tip to the line's segment, `t` of the block along.
 double RotaryMotion::Distance(const Block& block, double t) const {
@@ -48,6 +69,7 @@ double RotaryMotion::Distance(const Block& block, double t) const {
 }
 
 void RotaryMotion::Examine(const Block& block) {
+  if (Bound(block) <= m_largest) return;
   const double turn = std::max(std::abs(block.turns[0]), std::abs(block.turns[1]));
   const int steps =
       static_cast<int>(std::clamp(turn / kDegreesAStep, double{kFewestSteps}, double{kMostSteps}));

@@ -19,7 +19,8 @@ namespace kandrel_post {
 ///
 /// Angles that the control wraps are taken the shorter way, as the control does. The distance is
 /// sampled at least seven times in a block, closer for large turns, and refined where it is the
-/// largest. Linear in the moves, for a bounded turn a move.
+/// largest; blocks that can't exceed what was found are passed over. At most some hundred samples a
+/// block, seldom any.
 class RotaryMotion {
  public:
   using Point = post::zvPostedMove::Point;
@@ -52,11 +53,14 @@ class RotaryMotion {
     std::array<double, 2> angles, turns;
   };
 
+  double Bound(const Block& block) const;
   double Distance(const Block& block, double t) const;
   void Examine(const Block& block);
   void CountPoles(const Point& orientation, bool feedMove);
 
   post::zv5axKinematics m_kinematics;
+  double m_fixedReach;  // of the machine's own parts: pivots, tool, part origin
+  double m_stretch;     // of the linear axes: a step of 1 moves the tip by that at most
   std::array<bool, 2> m_wrapped;
   double m_poleSine;
   Move m_previous{true};
