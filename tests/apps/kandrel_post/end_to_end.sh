@@ -123,7 +123,7 @@ five "5033: ${any}" "UNITS/INCHES\n$tilted"
 bad "5000: ${any}" 'GOTO/1,2,3,0,0,1\nGOTO/1,2,3,0,0,-1\n' -m preset:nutating_head_cb
 for setting in maxAngleStep=0 maxAngleStep=-1 maxAngleJump=0 maxAngleJump=-5 retractDistance=1e308 \
   poleHandling=99 interpolationMode=7 limitTolerance=-1 firstMoveSolutionIndex=1 retractToLimits=true; do
-  printf "$tilted" >tilted.cl
+  printf '%b' "$tilted" >tilted.cl
   expect 0 "" post -m preset:fork_ca -t tilted.cl -o five --set "$setting"
   grep -qiE 'nan|inf|F0?$' five/posted.nc && complain "$setting: $(cat five/posted.nc)"
 done
