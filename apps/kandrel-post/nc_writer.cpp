@@ -29,8 +29,11 @@ std::string Comment(std::string_view text) {
 }  // namespace
 
 NcWriter::NcWriter(TextSink& sink, std::string_view machineName, std::vector<std::string> axisNames,
-                   bool inch)
-    : m_sink(sink), m_axisNames(std::move(axisNames)), m_decimals(inch ? 5 : 4) {
+                   bool inch, const std::array<bool, 3>& wrapped)
+    : m_sink(sink),
+      m_axisNames(std::move(axisNames)),
+      m_decimals(inch ? 5 : 4),
+      m_wrapped(wrapped) {
   m_axisNames.resize(std::min(m_axisNames.size(), kMostAxes));
   std::string names;
   for (const std::string& name : m_axisNames) names += " " + name;
@@ -77,7 +80,8 @@ void NcWriter::Write(const PostedRow& row) {
     changed[i] = Update(m_axes[i], values[i]);
     if (i < 3 || !changed[i] || values[i] == before) continue;
     turns = true;
-    turnDeg = std::max(turnDeg, std::abs(values[i] - before));
+    const double way = values[i] - before;
+    turnDeg = std::max(turnDeg, std::abs(m_wrapped[i - 3] ? std::remainder(way, 360) : way));
   }
 
   const bool feedMove = !row.move.IsRapid();

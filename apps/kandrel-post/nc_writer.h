@@ -22,9 +22,10 @@ namespace kandrel_post {
 /// F, and a comment before the first of them.
 class NcWriter {
  public:
-  /// Writes the head of the text. `axisNames` are X, Y, Z and the rotary axes; six at most.
+  /// Writes the head of the text. `axisNames` are X, Y, Z and the rotary axes; six at most. The
+  /// control takes the shorter way to the angles of `wrapped` rotary axes.
   NcWriter(TextSink& sink, std::string_view machineName, std::vector<std::string> axisNames,
-           bool inch);
+           bool inch, const std::array<bool, 3>& wrapped = {});
 
   /// Fails with error 0 for a position or an angle that is infinite or not a number.
   void Write(const PostedRow& row);
@@ -57,6 +58,7 @@ class NcWriter {
   TextSink& m_sink;
   std::vector<std::string> m_axisNames;
   int m_decimals;
+  std::array<bool, 3> m_wrapped;
   std::uint64_t m_number = kFirstNumber;
   std::uint64_t m_moves = 0;
   std::array<Word, kMostAxes> m_axes{};

@@ -76,11 +76,12 @@ void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRPa
 // Writes a posted list and collects what the summary tells of it.
 template <class List, class Observe>
 PostedStatistics WriteFiles(const List& posted, OutputFolder& folder, const Machine& machine,
-                            Progress& progress, Observe&& observe) {
+                            const std::array<bool, 3>& wrapped, Progress& progress,
+                            Observe&& observe) {
   progress.Stage("writing");
   CsvWriter csv(folder.Create("posted.csv"));
   NcWriter nc(folder.Create("posted.nc"), machine.name, AxisNames(machine),
-              machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch);
+              machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch, wrapped);
   PostedStatistics statistics;
   for (const auto& move : posted) {
     const PostedRow row = RowOf(move);
@@ -102,7 +103,7 @@ PostedStatistics PostThreeAxes(const PostOptions& options, const Machine& machin
   zvPosted3axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
                                options.toolLength);
   const auto posted = creator.Post(program.toolPath, options.small);
-  return WriteFiles(*posted, folder, machine, progress, [](const post::zvPosted3axMove&) {});
+  return WriteFiles(*posted, folder, machine, {}, progress, [](const post::zvPosted3axMove&) {});
 }
 
 PostedStatistics PostFiveAxes(const PostOptions& options, const Machine& machine,
@@ -112,15 +113,16 @@ PostedStatistics PostFiveAxes(const PostOptions& options, const Machine& machine
   zvPosted5axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
                                options.toolLength);
   const auto posted = creator.Post(program.toolPath, options.small);
+  const std::array<bool, 3> wrapped = WrappedAxes(options.control);
   RotaryMotion motion(creator.GetMachDef(), options.control, options.origin, options.toolLength,
                       par.GetPoleAngleTolerance());
   const PostedStatistics statistics =
-      WriteFiles(*posted, folder, machine, progress,
+      WriteFiles(*posted, folder, machine, wrapped, progress,
                  [&](const post::zvPosted5axMove& move) { motion.Add(move); });
   report.counts = creator.GetCounts();
   report.polesCrossed = motion.GetPolesCrossed();
   report.rotarySlackDeg = par.GetLimitTolerance();
-  report.wrapped = {motion.IsWrapped(0), motion.IsWrapped(1), false};
+  report.wrapped = wrapped;
   report.turns = {motion.GetTurns(0), motion.GetTurns(1)};
   report.deviation = {motion.GetLargest(), motion.GetIndex(),
                       NcWriter::NumberOf(motion.GetIndex())};

@@ -38,6 +38,10 @@ double Stretch(const post::zvMachDef& machDef) {
 
 }  // namespace
 
+std::array<bool, 3> WrappedAxes(const post::zv5axControlDef& control) {
+  return {Wraps(control.GetFirstAxisLimit()), Wraps(control.GetSecondAxisLimit()), false};
+}
+
 RotaryMotion::RotaryMotion(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
                            const Point& partOrigin, double toolLength, double poleToleranceDeg)
     : m_kinematics(Normalized(machDef), partOrigin, toolLength),
@@ -45,7 +49,7 @@ RotaryMotion::RotaryMotion(const post::zv5axMachDef& machDef, const post::zv5axC
                         machDef.GetSecondRotationPivot().Length()) +
                    std::abs(toolLength) + partOrigin.Length()),
       m_stretch(Stretch(machDef)),
-      m_wrapped{Wraps(control.GetFirstAxisLimit()), Wraps(control.GetSecondAxisLimit())},
+      m_wrapped(WrappedAxes(control)),
       m_poleSine(std::sin(poleToleranceDeg * kRadians)) {}
 
 // More than the tip can be off its line: an eighth of the largest second derivative of its place,

@@ -11,6 +11,9 @@
 
 namespace kandrel_post {
 
+/// Which rotary axes have their angles wrapped by the control.
+std::array<bool, 3> WrappedAxes(const post::zv5axControlDef& control);
+
 /// A control moves all axes linearly from line to line, and the tip then runs on a curve wherever a
 /// rotary axis turns. Collects over a posted list by how much that curve leaves the straight line
 /// between the part positions of neighbours, in feed moves; how far each rotary axis turns; and how
@@ -42,8 +45,6 @@ class RotaryMotion {
   /// All the way of a rotary axis, both directions and rapid moves counted, in turns of 360
   /// degrees.
   double GetTurns(std::size_t axis) const { return m_wayDeg[axis] / 360; }
-  /// The control wraps the axis's angles.
-  bool IsWrapped(std::size_t axis) const { return m_wrapped[axis]; }
 
  private:
   // A block: from where, and by how much.
@@ -61,7 +62,7 @@ class RotaryMotion {
   post::zv5axKinematics m_kinematics;
   double m_fixedReach;  // of the machine's own parts: pivots, tool, part origin
   double m_stretch;     // of the linear axes: a step of 1 moves the tip by that at most
-  std::array<bool, 2> m_wrapped;
+  std::array<bool, 3> m_wrapped;
   double m_poleSine;
   Move m_previous{true};
   std::uint64_t m_count = 0;

@@ -170,6 +170,14 @@ TEST(NcWriter, WritesOnlyFiniteInverseTimes) {
               "N25 G93 G1 X1.0000 C36.0000 F100\n")
         << seconds;
   }
+  // On the spot from 350 to 26 degrees of a wrapped axis: 36 degrees, not 324.
+  const std::string wrapped = Body(Written([&](kandrel_post::TextSink& sink) {
+    kandrel_post::NcWriter nc(sink, "mill", {"X", "Y", "Z", "C", "A"}, false, {true, false, false});
+    nc.Write(RowOf(Move5({0, 0, 0}, 350, 0, 600, 0, true)));
+    nc.Write(RowOf(Move5({0, 0, 0}, 26, 0, 600, 0)));
+    nc.Finish();
+  }));
+  EXPECT_NE(wrapped.find("N25 G93 G1 C26.0000 F100\n"), std::string::npos) << wrapped;
   EXPECT_EQ(kandrel_post::NcWriter::NumberOf(0), 20u);
   EXPECT_EQ(kandrel_post::NcWriter::NumberOf(7), 55u);
 }
