@@ -14,7 +14,6 @@ namespace kandrel_post {
 
 namespace {
 
-constexpr std::uint64_t kNumberStep = 5;
 constexpr double kTurnFeed = 3600;         // degrees a minute
 constexpr double kSmallestTurnDeg = 1e-5;  // what the text can show
 
@@ -30,8 +29,11 @@ std::string Comment(std::string_view text) {
 }  // namespace
 
 NcWriter::NcWriter(TextSink& sink, std::string_view machineName, std::vector<std::string> axisNames,
-                   bool inch)
-    : m_sink(sink), m_axisNames(std::move(axisNames)), m_decimals(inch ? 5 : 4) {
+                   bool inch, const std::array<bool, 3>& wrapped)
+    : m_sink(sink),
+      m_axisNames(std::move(axisNames)),
+      m_decimals(inch ? 5 : 4),
+      m_wrapped(wrapped) {
   m_axisNames.resize(std::min(m_axisNames.size(), kMostAxes));
   std::string names;
   for (const std::string& name : m_axisNames) names += " " + name;
@@ -78,7 +80,8 @@ void NcWriter::Write(const PostedRow& row) {
     changed[i] = Update(m_axes[i], values[i]);
     if (i < 3 || !changed[i] || values[i] == before) continue;
     turns = true;
-    turnDeg = std::max(turnDeg, std::abs(values[i] - before));
+    const double way = values[i] - before;
+    turnDeg = std::max(turnDeg, std::abs(m_wrapped[i - 3] ? std::remainder(way, 360) : way));
   }
 
   const bool feedMove = !row.move.IsRapid();
@@ -106,7 +109,8 @@ void NcWriter::Write(const PostedRow& row) {
 void NcWriter::PutFeed(const PostedRow& row, bool turns, double turnDeg) {
   if (turns) {
     const double seconds = row.move.GetMoveTime();
-    if (seconds > 0 && std::isfinite(seconds)) return PutF(60 / seconds);
+    const double perMinute = 60 / seconds;
+    if (perMinute > 0 && std::isfinite(perMinute)) return PutF(perMinute);
     return PutF(kTurnFeed / std::max(turnDeg, kSmallestTurnDeg));
   }
   const double feed = row.move.GetFeed();

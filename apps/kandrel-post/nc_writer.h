@@ -22,18 +22,27 @@ namespace kandrel_post {
 /// F, and a comment before the first of them.
 class NcWriter {
  public:
-  /// Writes the head of the text. `axisNames` are X, Y, Z and the rotary axes; six at most.
+  /// Writes the head of the text. `axisNames` are X, Y, Z and the rotary axes; six at most. The
+  /// control takes the shorter way to the angles of `wrapped` rotary axes.
   NcWriter(TextSink& sink, std::string_view machineName, std::vector<std::string> axisNames,
-           bool inch);
+           bool inch, const std::array<bool, 3>& wrapped = {});
 
   /// Fails with error 0 for a position or an angle that is infinite or not a number.
   void Write(const PostedRow& row);
+
+  /// The number of the block of the posted move with this index.
+  static std::uint64_t NumberOf(std::uint64_t index) noexcept {
+    return kFirstNumber + kNumberStep * (kHeadBlocks + index);
+  }
 
   /// Writes the end of the text.
   void Finish();
 
  private:
   static constexpr std::size_t kMostAxes = 6;
+  static constexpr std::uint64_t kFirstNumber = 10;
+  static constexpr std::uint64_t kNumberStep = 5;
+  static constexpr std::uint64_t kHeadBlocks = 2;
 
   struct Word {
     std::array<char, kNumberRoom> text;
@@ -49,7 +58,8 @@ class NcWriter {
   TextSink& m_sink;
   std::vector<std::string> m_axisNames;
   int m_decimals;
-  std::uint64_t m_number = 10;
+  std::array<bool, 3> m_wrapped;
+  std::uint64_t m_number = kFirstNumber;
   std::uint64_t m_moves = 0;
   std::array<Word, kMostAxes> m_axes{};
   int m_motion = -1;  // 0 and 1: G0 and G1 in force

@@ -36,7 +36,9 @@ std::vector<Limits> LimitsOf(const MachineValues& values) {
 
 // A few decimals for people, and the exponent form where they would not do.
 std::string ForPeople(double value) {
-  return std::abs(value) < 1e9 ? fmt::format("{:.4f}", value + 0.0) : fmt::format("{:.4e}", value);
+  if (!(std::abs(value) < 1e9)) return fmt::format("{:.4e}", value);
+  const std::string text = fmt::format("{:.4f}", value);
+  return text == "-0.0000" ? "0.0000" : text;
 }
 
 std::string Duration(double seconds) {
@@ -61,6 +63,13 @@ std::string FiveAxisKindInWords(std::int32_t kind) {
     default:
       return "one in the head, one on the table";
   }
+}
+
+std::string OffLine(const Report::Deviation& deviation, const MachineValues& values) {
+  const char* const unit = values.units == measures::zvUnitsFactory::inch ? "in" : "mm";
+  if (deviation.largest == 0) return fmt::format("0 {}: no feed move turns an axis", unit);
+  return fmt::format("{:.3g} {} at most, on the way to posted move {} (N{})", deviation.largest,
+                     unit, deviation.index, deviation.number);
 }
 
 std::string SkippedWords(const ClProgram& program) {
@@ -88,6 +97,7 @@ void PostedStatistics::Add(const PostedRow& row) {
   }
   ++m_count;
   m_rapidCount += row.move.IsRapid() ? 1 : 0;
+  m_insertedCount += !row.move.HasNoExtended() && row.move.IsInserted() ? 1 : 0;
   m_seconds += row.move.GetMoveTime();
 }
 
@@ -107,20 +117,40 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
                  "limit from", "to");
   for (std::size_t i = 0; i < limits.size() && posted.GetCount() != 0; ++i) {
     const PostedStatistics::Range& range = posted.GetRange(i);
-    const bool outside = range.min < limits[i].min || range.max > limits[i].max;
+    // A wrapped angle doesn't tell where the axis stands.
+    const bool comparable = i < 3 || !report.wrapped[i - 3];
+    const double slack = i < 3 ? 0 : report.rotarySlackDeg;
+    const bool outside =
+        comparable && (range.min < limits[i].min - slack || range.max > limits[i].max + slack);
     fmt::format_to(out, "  {:<13} {:>14} {:>14} {:>14} {:>14}{}\n",
                    i < names.size() ? names[i] : "", ForPeople(range.min), ForPeople(range.max),
                    ForPeople(limits[i].min), ForPeople(limits[i].max), outside ? "  outside" : "");
   }
 
-  const std::uint64_t inserted = posted.GetCount() - std::min(posted.GetCount(), program.moveCount);
+  const std::uint64_t inserted =
+      report.small ? posted.GetCount() - std::min(posted.GetCount(), program.moveCount)
+                   : posted.GetInsertedCount();
   fmt::format_to(out, "source moves    {}\n", program.moveCount);
   fmt::format_to(out, "posted moves    {}\n", posted.GetCount());
   fmt::format_to(out, "inserted        {}\n", inserted);
-  fmt::format_to(out, "large jumps     {}\n", report.largeJumps);
-  fmt::format_to(out, "rewindings      {}\n", report.rewindings);
+  fmt::format_to(out, "large jumps     {}\n", report.counts.largeJumps);
+  fmt::format_to(out, "rewindings      {}\n", report.counts.rewindings);
+  if (report.deviation) {
+    fmt::format_to(out, "poles crossed   {}", report.polesCrossed);
+    if (report.counts.blendedPoles != 0)
+      fmt::format_to(out, ", stretches on a pole blended: {}", report.counts.blendedPoles);
+    fmt::format_to(out, "\n");
+  }
   fmt::format_to(out, "rapid           {}\n", posted.GetRapidCount());
+  if (!report.turns.empty()) {
+    std::string turns;
+    for (std::size_t i = 0; i < report.turns.size() && 3 + i < names.size(); ++i)
+      turns += fmt::format("{}{} {:.2f}", i == 0 ? "" : ", ", names[3 + i], report.turns[i]);
+    fmt::format_to(out, "turns           {}\n", turns);
+  }
   fmt::format_to(out, "total time      {}\n", Duration(posted.GetSeconds()));
+  if (report.deviation)
+    fmt::format_to(out, "tip off line    {}\n", OffLine(*report.deviation, values));
   fmt::format_to(out, "seconds taken   {:.3f}\n", report.secondsTaken);
   if (!program.skippedWords.empty())
     fmt::format_to(out, "words skipped   {}\n", SkippedWords(program));

@@ -1,8 +1,11 @@
 // What a posting did, on one screen.
 #pragma once
 
+#include <kandrel/post/posting_counts.h>
+
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +27,8 @@ class PostedStatistics {
 
   std::uint64_t GetCount() const noexcept { return m_count; }
   std::uint64_t GetRapidCount() const noexcept { return m_rapidCount; }
+  /// Moves that the kernel made; told only by moves with an extended block.
+  std::uint64_t GetInsertedCount() const noexcept { return m_insertedCount; }
   double GetSeconds() const noexcept { return m_seconds; }
   /// Of X, Y, Z and the rotary axes; meaningless before the first Add.
   const Range& GetRange(std::size_t axis) const { return m_ranges[axis]; }
@@ -31,6 +36,7 @@ class PostedStatistics {
  private:
   std::uint64_t m_count = 0;
   std::uint64_t m_rapidCount = 0;
+  std::uint64_t m_insertedCount = 0;
   double m_seconds = 0;
   std::array<Range, 6> m_ranges{};
 };
@@ -38,8 +44,19 @@ class PostedStatistics {
 struct Report {
   std::string toolPathFile;
   std::vector<std::string> outputFiles;
-  std::uint64_t largeJumps = 0;  ///< of rotary axes; a machine without any has none
-  std::uint64_t rewindings = 0;
+  bool small = false;            ///< posted moves don't tell whether they are inserted
+  post::zvPostingCounts counts;  ///< of rotary axes; a machine without any has none
+  std::uint64_t polesCrossed = 0;
+  double rotarySlackDeg = 0;      ///< by which angles may pass their limits
+  std::array<bool, 3> wrapped{};  ///< rotary axes whose angles the control wraps
+  std::vector<double> turns;      ///< of each rotary axis
+  /// From five axes on.
+  struct Deviation {
+    double largest = 0;
+    std::uint64_t index = 0;
+    std::uint64_t number = 0;  ///< of the block in the NC text
+  };
+  std::optional<Deviation> deviation;
   double secondsTaken = 0;
 };
 

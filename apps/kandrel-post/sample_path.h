@@ -9,8 +9,9 @@
 
 namespace kandrel_post {
 
-/// A tool along z that stands somewhere and is moved. Coordinates are rounded to `resolution`, as a
-/// CAM system writes them, so that the text is the same whatever mathematics library made it.
+/// A tool, along z until told otherwise, that stands somewhere and is moved. Coordinates are
+/// rounded to a step of `stepsPerUnit`, the tool axis to 1e-9, as a CAM system writes them, so that
+/// the text is the same whatever mathematics library made it.
 class SamplePath {
  public:
   using Point = cadcam::zvTPoint3d<double>;
@@ -26,6 +27,12 @@ class SamplePath {
   void BeginLink(std::uint32_t type) { AddSection(misc::MakeAutoPointer<cadcam::zvTPLink>(type)); }
 
   void SetFeed(double feed) { m_feed = feed; }
+  /// The tool axis of the moves that follow, of any length above 0.
+  void SetAxis(const Point& axis) {
+    const Point unit = axis / axis.Length();
+    m_axis = {Rounded(unit.x, kAxisSteps), Rounded(unit.y, kAxisSteps),
+              Rounded(unit.z, kAxisSteps)};
+  }
   void Rapid(const Point& to) { Add(to, true); }
   void Line(const Point& to) { Add(to, false); }
 
@@ -63,25 +70,28 @@ class SamplePath {
   cadcam::zvToolPath Take() { return std::move(m_toolPath); }
 
  private:
+  static constexpr double kAxisSteps = 1e9;
+
   void AddSection(misc::zvAutoPointer<cadcam::zvTPSection> section) {
     m_section = section.Get();
     m_toolPath.Children().back()->Children().back()->push_back(std::move(section));
   }
 
-  double Rounded(double value) const {
-    return std::round(value * m_stepsPerUnit) / m_stepsPerUnit + 0.0;  // no negative zero
+  static double Rounded(double value, double steps) {
+    return std::round(value * steps) / steps + 0.0;  // no negative zero
   }
 
   void Add(const Point& to, bool rapid) {
-    const Point rounded(Rounded(to.x), Rounded(to.y), Rounded(to.z));
-    m_section->push_back(
-        misc::MakeAutoPointer<cadcam::zv3axMove>(rounded, Point(0, 0, 1), m_feed, rapid));
+    const Point rounded(Rounded(to.x, m_stepsPerUnit), Rounded(to.y, m_stepsPerUnit),
+                        Rounded(to.z, m_stepsPerUnit));
+    m_section->push_back(misc::MakeAutoPointer<cadcam::zv3axMove>(rounded, m_axis, m_feed, rapid));
   }
 
   cadcam::zvToolPath m_toolPath;
   double m_stepsPerUnit;
   double m_chordTolerance;
   double m_feed = 0;
+  Point m_axis{0, 0, 1};
   cadcam::zvTPSection* m_section = nullptr;
 };
 

@@ -9,6 +9,7 @@
 
 #include "errors.h"
 #include "sample_path.h"
+#include "samples_five_axis.h"
 
 namespace kandrel_post {
 
@@ -202,10 +203,16 @@ cadcam::zvToolPath MakeFaceInch() {
 }
 
 constexpr auto kSamples = std::to_array<Sample>({
+    {"blade_swarf", "5 axes: flank milling round a twisted blade, in mm", &MakeBladeSwarf},
     {"face_inch", "facing of a plate in lanes, three depths, in inches", &MakeFaceInch},
+    {"hemisphere_pole", "5 axes: a hemisphere finished in lanes through its pole, in mm",
+     &MakeHemispherePole},
     {"pocket_plate", "a plate with six pockets, bores and its outside, in mm, over 20000 moves",
      &MakePocketPlate},
+    {"screw", "5 axes: a thread of 20 turns with a tilted tool, in mm", &MakeScrew},
     {"square", "once round a square, in mm, 8 moves", &MakeSquare},
+    {"tilted_pocket", "5 axes: a round pocket in a plane at 30 degrees, one tool axis, in mm",
+     &MakeTiltedPocket},
 });
 
 }  // namespace

@@ -1,83 +1,23 @@
 // Real three-axis toolpaths, posted through the command line's own entry: every source move is
 // found again, in order, in posted.csv. The toolpaths are read here by means of their own.
-#include <kandrel-post/command_line.h>
-
-#include <cstdlib>
 #include <vector>
 
-#include "support.h"
+#include "posted_files.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using tests::DataFolder;
+using tests::Post;
+using tests::PostedLine;
+using tests::PostedLines;
 
-// The folder of the sample data: KANDREL_DATA, or "shared/data" beside one of the folders above
-// the sources; empty when there is none.
-fs::path DataFolder() {
-  if (const char* const given = std::getenv("KANDREL_DATA")) return fs::path(given) / "toolpaths";
-  const fs::path source(KANDREL_SOURCE_DIR);
-  for (fs::path p = source; p != p.parent_path(); p = p.parent_path()) {
-    const fs::path folder = p.parent_path() / "shared" / "data" / "toolpaths";
-    if (fs::is_directory(folder)) return folder;
-  }
-  return {};
-}
-
-struct Position {
-  double x, y, z;
-  bool operator==(const Position&) const = default;
-};
-
-Position PositionAt(const char* text) {
-  char* end = nullptr;
-  Position p{};
-  p.x = std::strtod(text, &end);
-  p.y = std::strtod(end + 1, &end);
-  p.z = std::strtod(end + 1, &end);
-  return p;
-}
+using Position = tests::Numbers3;
 
 std::vector<Position> SourceMoves(const fs::path& fileName) {
-  std::ifstream file(fileName);
   std::vector<Position> moves;
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with("GOTO/")) moves.push_back(PositionAt(line.c_str() + 5));
-  }
+  for (const tests::SourceMove& move : tests::SourceMoves(fileName)) moves.push_back(move.tip);
   return moves;
-}
-
-struct PostedLine {
-  Position machine;
-  Position part;
-  std::string source;
-};
-
-std::vector<PostedLine> PostedLines(const std::string& fileName) {
-  std::ifstream file(fileName);
-  std::vector<PostedLine> lines;
-  std::string line;
-  std::getline(file, line);
-  while (std::getline(file, line)) {
-    std::vector<std::string> columns;
-    std::istringstream parts(line + ",");
-    for (std::string column; std::getline(parts, column, ',');) columns.push_back(column);
-    EXPECT_EQ(columns.size(), 20u) << line;
-    if (columns.size() != 20) break;
-    const auto at = [&](std::size_t i) {
-      return PositionAt((columns[i] + "," + columns[i + 1] + "," + columns[i + 2]).c_str());
-    };
-    lines.push_back({at(5), at(11), columns[18]});
-  }
-  return lines;
-}
-
-int Post(const std::string& machine, const fs::path& toolPath, const std::string& folder,
-         std::vector<const char*> more = {}) {
-  const std::string file = toolPath.string();
-  std::vector<const char*> arguments{"kandrel-post", "post",       "-m", machine.c_str(),
-                                     "-t",           file.c_str(), "-o", folder.c_str()};
-  arguments.insert(arguments.end(), more.begin(), more.end());
-  return kandrel_post::RunCommandLine(static_cast<int>(arguments.size()), arguments.data());
 }
 
 class Corpus : public testing::TestWithParam<const char*> {
@@ -128,9 +68,9 @@ TEST_P(Corpus, KeepsEverySourceMoveAmongInsertedOnes) {
   std::size_t next = 0;
   for (const PostedLine& line : posted) {
     ASSERT_EQ(line.source, "");
-    ASSERT_NEAR(line.machine.x, line.part.x - 10, 1e-9);
-    ASSERT_NEAR(line.machine.y, line.part.y + 20.5, 1e-9);
-    ASSERT_NEAR(line.machine.z, line.part.z - 110, 1e-9);
+    ASSERT_NEAR(line.machine[0], line.part[0] - 10, 1e-9);
+    ASSERT_NEAR(line.machine[1], line.part[1] + 20.5, 1e-9);
+    ASSERT_NEAR(line.machine[2], line.part[2] - 110, 1e-9);
     if (next < source.size() && line.part == source[next]) ++next;
   }
   EXPECT_EQ(next, source.size());

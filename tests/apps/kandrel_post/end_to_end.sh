@@ -32,7 +32,8 @@ bad() {
   local pattern=$1
   printf '%b' "$2" >bad.cl
   shift 2
-  expect 1 "error $pattern" post -m preset:mill3_metric -t bad.cl -o bad "$@"
+  case "$*" in *"-m preset:"*) ;; *) set -- -m preset:mill3_metric "$@" ;; esac
+  expect 1 "error $pattern" post -t bad.cl -o bad "$@"
   [ ! -e bad ] || complain "a folder is left for: $(head -c 100 bad.cl)"
 }
 
@@ -64,6 +65,7 @@ grep -q '^source moves *8$' stdout || complain "summary: $(cat stdout)"
 [ "$(wc -l <out/of/here/posted.csv)" -eq 9 ] || complain "lines of posted.csv"
 tail -1 out/of/here/posted.nc | grep -q '^N[0-9]* M30$' || complain "end of posted.nc"
 [ "$(ls -A out/of/here | wc -l)" -eq 2 ] || complain "files left: $(ls -A out/of/here)"
+"$app" machine show preset:mill3_metric --json >given_back.json
 expect 0 "" post -m given_back.json -t square.cl -o out2 --origin -1.5,.5,-3e0 \
   --tool-length -2 --set maxAngleStep=1 --set limitsCheck=3 --control 360,180 --small
 sed -n 2p out2/posted.csv | grep -q '^0,5,1,600,0,-1.5,0.5,15,,,,0,0,20,0,0,1,,,$' ||
@@ -110,6 +112,21 @@ bad "5015: ${any}" 'GOTO/500.0001,2,3\n' --set limitsCheck=1
 bad "0: posted move 0 ${any}" 'GOTO/1.7e308,0,0\n' --origin 1.7e308,0,0
 bad "0: an interpolationDistance ${any}" 'GOTO/0,0,0\nGOTO/1e6,0,0\n' \
   --set interpolateByDistance=true --set interpolationDistance=1e-9
+
+# Inputs that a 5-axis machine can't run, and settings that it can't be run with.
+five() { bad "$@" -m preset:trunnion_ca_limited; }
+tilted='GOTO/1,2,3,0,0,1\nGOTO/20,-5,3,0,1,1\nGOTO/1,2,3,1,0,0.1\n'
+five "0: a maxAngleStep of ${any}" "$tilted" --set maxAngleStep=2e-9
+five "501[0-9]: ${any}" "$tilted" --set limitsCheck=3 --origin 1e6,0,0
+five "5046: ${any}" "$tilted" --set limitsCheck=7
+five "5033: ${any}" "UNITS/INCHES\n$tilted"
+bad "5000: ${any}" 'GOTO/1,2,3,0,0,1\nGOTO/1,2,3,0,0,-1\n' -m preset:nutating_head_cb
+for setting in maxAngleStep=0 maxAngleStep=-1 maxAngleJump=0 maxAngleJump=-5 retractDistance=1e308 \
+  poleHandling=99 interpolationMode=7 limitTolerance=-1 firstMoveSolutionIndex=1 retractToLimits=true; do
+  printf '%b' "$tilted" >tilted.cl
+  expect 0 "" post -m preset:fork_ca -t tilted.cl -o five --set "$setting"
+  grep -qiE 'nan|inf|F0?$' five/posted.nc && complain "$setting: $(cat five/posted.nc)"
+done
 head -c 3000000 /dev/zero | tr '\0' x >long.cl
 post=(post -m preset:mill3_metric -o bad)
 expect 1 "error 0: long.cl:1: $any" "${post[@]}" -t long.cl
@@ -121,9 +138,9 @@ printf '{"axes": 3,\n "spin": 1}' >bad.json
 expect 1 "error 0: bad.json:2: $any" post -m bad.json -t square.cl -o bad
 printf '{"spindle": [0,0,0]}' >bad.json
 expect 1 "error 5024: $any" machine show bad.json
-printf '{"axes": 5}' >five.json
-expect 0 "" machine show five.json
-expect 1 "error 0: five.json: $any" post -m five.json -t square.cl -o bad
+printf '{"axes": 6, "rotary": [{}, {}, {"direction": [1, 0, 0]}]}' >six.json
+expect 0 "" machine show six.json
+expect 1 "error 0: six.json: $any" post -m six.json -t square.cl -o bad
 [ ! -e bad ] || complain "a folder is left by a bad file"
 
 # Places that take no output: older files stay as they are.

@@ -3,6 +3,7 @@
 #include <kandrel-post/csv_writer.h>
 #include <kandrel-post/nc_writer.h>
 
+#include <cmath>
 #include <limits>
 
 #include "support.h"
@@ -157,6 +158,28 @@ TEST(NcWriter, TurnsRotaryAxesInInverseTime) {
             "N40 G94 X3.0000 F600\n"
             "N45 G0 X4.0000 C0.0000 A0.0000\n"
             "N50 G1 X5.0000\n");
+}
+
+// Times that a division would make nonsense of: such a turn takes the rotary feed instead.
+TEST(NcWriter, WritesOnlyFiniteInverseTimes) {
+  const double inf = std::numeric_limits<double>::infinity();
+  for (const double seconds : {0.0, -1.0, inf, std::nan(""), 5e-324}) {
+    EXPECT_EQ(NcBody(std::vector{Move5({0, 0, 0}, 0, 0, 600, 0, true),
+                                 Move5({1, 0, 0}, 36, 0, 600, seconds)}),
+              "N20 G0 X0.0000 Y0.0000 Z0.0000 C0.0000 A0.0000\n"
+              "N25 G93 G1 X1.0000 C36.0000 F100\n")
+        << seconds;
+  }
+  // On the spot from 350 to 26 degrees of a wrapped axis: 36 degrees, not 324.
+  const std::string wrapped = Body(Written([&](kandrel_post::TextSink& sink) {
+    kandrel_post::NcWriter nc(sink, "mill", {"X", "Y", "Z", "C", "A"}, false, {true, false, false});
+    nc.Write(RowOf(Move5({0, 0, 0}, 350, 0, 600, 0, true)));
+    nc.Write(RowOf(Move5({0, 0, 0}, 26, 0, 600, 0)));
+    nc.Finish();
+  }));
+  EXPECT_NE(wrapped.find("N25 G93 G1 C26.0000 F100\n"), std::string::npos) << wrapped;
+  EXPECT_EQ(kandrel_post::NcWriter::NumberOf(0), 20u);
+  EXPECT_EQ(kandrel_post::NcWriter::NumberOf(7), 55u);
 }
 
 }  // namespace
