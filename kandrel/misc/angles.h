@@ -51,7 +51,7 @@ inline double CircularDistance(double a, double b) noexcept {
 KANDREL_API double WindsBetween(double from, double to) noexcept;
 
 /// `deg` reduced towards zero by whole turns, and brought into [low, high] by one more turn where
-/// that is possible. An exact 0 stays.
+/// that is possible.
 KANDREL_API double WrapIntoRange(double deg, double low, double high) noexcept;
 
 /// True when `deg` lies between `low` and `high` on the circle, with the slack `tolerance`; always

@@ -26,9 +26,10 @@ struct Angle {
 // The angle whose cosine is `x`, negative if asked, with the snap of SafeAcosRad. Its sine comes
 // from the cosine, which spares the kinematics a sine and a cosine: equal to 4e-13 in positions.
 [[gnu::always_inline]] inline Angle AngleOfCosine(double x, bool isNegative) {
-  const double deg = misc::SafeAcosRad(x) * misc::kDegreesPerRadian;
-  if (deg == 0) return {0, {1, 0}};
-  if (x <= -1 + misc::kArcCosineSnap) return {isNegative ? -deg : deg, {-1, 0}};
+  const double rad = misc::SafeAcosRad(x);
+  const double deg = rad * misc::kDegreesPerRadian;
+  if (rad == 0) return {0, {1, 0}};
+  if (rad == misc::kPi) return {isNegative ? -deg : deg, {-1, 0}};
   const double sine = std::sqrt((1 - x) * (1 + x));
   return isNegative ? Angle{-deg, {x, -sine}} : Angle{deg, {x, sine}};
 }

@@ -1,8 +1,11 @@
 // Posting makes no call of the general heap per move; what remains goes with the arenas.
 #include <gtest/gtest.h>
+#include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <tests/support/allocation_counter.h>
 #include <tests/support/toolpath_builders.h>
+
+#include <cmath>
 
 namespace {
 
@@ -50,6 +53,44 @@ TEST(Allocations, AThreeAxisPostingNeedsNonePerMove) {
       EXPECT_LT(ExtraAllocations(creator, orientation, smallMoves), kMoves / 100u)
           << align << smallMoves;
     }
+}
+
+// Through poles and jumps, with interpolation: whatever a posting puts in comes from the pool.
+TEST(Allocations, AFiveAxisPostingNeedsNonePerMove) {
+  post::zv5axMachDef machDef;
+  machDef.SetFiveAxisKind(3);
+  machDef.SetFirstRotationDirection({0, 0, 1});
+  machDef.SetSecondRotationDirection({1, 0, 0});
+  const post::zv5axControlDef control;
+  const tests::Point origin;
+  const auto path = [](int moves) {
+    PathBuilder::Moves source;
+    for (int i = 0; i < moves; ++i) {
+      const double turn = i * 0.03;
+      const double tilt = 0.3 * std::sin(i * 0.01);
+      source.push_back(tests::Move5(
+          {i * 0.1, 5 * std::sin(turn), 0},
+          {std::sin(tilt) * std::cos(turn), std::sin(tilt) * std::sin(turn), std::cos(tilt)}));
+    }
+    return PathBuilder().Contour(source);
+  };
+  const auto few = path(kMoves / 10);
+  const auto many = path(kMoves);
+  for (const auto check : {post::zvKDRParam::checkNothing, post::zvKDRParam::checkAllAxes}) {
+    post::zvKDRParam par(tests::kMetric);
+    par.SetLimitsCheck(check);
+    zvPosted5axTPCreator creator(machDef, control, par, origin, 100);
+    const auto count = [&](const cadcam::zvToolPath& toolpath) {
+      const std::uint64_t before = AllocationCount();
+      creator.Post(toolpath, true);
+      const std::uint64_t calls = AllocationCount() - before;
+      EXPECT_GT(creator.GetPostedList()->GetCount(), toolpath.GetMoveCount()) << "interpolated";
+      creator.ClearPostedList();
+      return calls;
+    };
+    const std::uint64_t base = count(few);
+    EXPECT_LT(count(many) - base, kMoves / 100u);
+  }
 }
 
 }  // namespace
