@@ -212,6 +212,7 @@ class Rewinder {
       Traits::SetAngle(result, axis, other);
     }
     result.SetMachinePosition(m_machine.Kinematics().MachinePosition(result));
+    result.SetOrientation(m_machine.Kinematics().Orientation(result));
     return result;
   }
 
