@@ -131,11 +131,12 @@ class Run {
     for (Iterator start = m_first; start != m_last && position < m_length;) {
       const Iterator end = std::next(start);
       const double segment = PartDistance(*start, *end);
-      for (; position < m_length && position < s + segment; position += spacing) {
+      while (position < m_length && position < s + segment) {
         const double t = std::fabs(position - s) / segment;
         if (!(t >= 0 && t <= 1)) return;
-        m_list.EmplaceWith(
-            end, [&] { return BlendMove(*start, *end, t, AngleAt(turn(position, s + segment))); });
+        const double other = AngleAt(turn(position, s + segment));
+        m_list.EmplaceWith(end, [&] { return BlendMove(*start, *end, t, other); });
+        position += spacing;
       }
       s += segment;
       start = end;

@@ -235,13 +235,15 @@ class zvRewinder {
       const double whole = std::fabs(shift) - m_par.GetLimitTolerance();
       if (!(whole / std::fabs(step) <= kLargestCount)) throw zvPostException(5039);
       m_list.Insert(rest, lift);
-      for (double turned = 0; sense * turned < whole; turned += step) {
+      double turned = 0;
+      while (sense * turned < whole) {
         Move turn = lift;
         if (turned != 0) {
           Traits::SetAngle(turn, m_axis, liftDeg + turned);
           SyncFromMachine(turn);
         }
         m_list.Insert(rest, std::move(turn));
+        turned += step;
       }
     } else {
       m_list.Insert(rest, lift);

@@ -372,7 +372,8 @@ void zvPosted5axTPCreator::CreatePostedTP(const cadcam::zvToolPath& toolpath, co
                                GetToolLengthCompensationValue());
   creator.SetTransfor3d(axes.transformation);
   List& list = *m_posted.Get();
-  for (const post::zvPosted3axMove& move : *creator.Post(toolpath, smallMoves)) {
+  const zvPosted3axTPCreator::ListPointer posted = creator.Post(toolpath, smallMoves);
+  for (const post::zvPosted3axMove& move : *posted) {
     list.EmplaceWith(list.end(), [&] {
       if (smallMoves)
         return Move(move.GetMachinePosition(), move.GetPartPosition(), move.GetOrientation(),
