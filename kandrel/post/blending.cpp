@@ -229,8 +229,9 @@ std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const zv5axMoveSolve
     // Moves of linear axes hold a marker instead of their orientation.
     const Point t = par.GetInterpolationMode() == 0 ? move.GetOrientation()
                                                     : solver.GetKinematics().Orientation(move);
-    const double c = Dot(t, a1);
-    return std::fabs(c * c / t.SquaredLength() - 1) <= cone.eps;
+    // Normalised as the solver does, so that both find the same poles, whatever the length.
+    const double c = Dot(t / t.Length(), a1);
+    return std::fabs(c * c - 1) <= cone.eps;
   };
 
   std::uint32_t blended = 0;

@@ -201,13 +201,12 @@ zv5axInterpolator::Progress zv5axInterpolator::Measure(Iterator from, Iterator t
     const Iterator b = std::next(a);
     largestButLast = largestAngle;
     largestAngle = std::max(largestAngle, PoleAwareDistance(*a, *b));
-    if (m_par.GetInterpolateByDistance())
-      largestDistance = std::max(largestDistance, PartDistance(*a, *b));
+    if (m_hasDistanceRule) largestDistance = std::max(largestDistance, PartDistance(*a, *b));
   }
   const bool angleFailed =
       largestAngle >= wholeAngle || std::fabs(largestAngle - wholeAngle) <= misc::kSameStep;
-  const bool distanceFailed = !m_par.GetInterpolateByDistance() ||
-                              std::fabs(largestDistance - wholeDistance) <= misc::kSameStep;
+  const bool distanceFailed =
+      !m_hasDistanceRule || std::fabs(largestDistance - wholeDistance) <= misc::kSameStep;
   if (!angleFailed || !distanceFailed) return Progress::kMade;
   return largestButLast < wholeAngle ? Progress::kAllButLast : Progress::kNone;
 }

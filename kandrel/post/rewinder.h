@@ -96,13 +96,19 @@ class zvRewinder {
       start = next;
     }
     Cursor previousStart = m_first;
-    // Each round puts a rewinding in or takes the start further, so this many are enough.
-    for (std::size_t round = 0; round < 4 * m_count + 16 && FindExcess(start, next); ++round) {
-      const std::uint32_t before = m_rewindings;
-      InsertRewind(start, next, previousStart);
-      if (m_rewindings == before && next.index <= start.index) break;
-      previousStart = start;
-      start = next;
+    try {
+      // Each round puts a rewinding in or takes the start further, so this many are enough.
+      for (std::size_t round = 0; round < 4 * m_count + 16 && FindExcess(start, next); ++round) {
+        const std::uint32_t before = m_rewindings;
+        InsertRewind(start, next, previousStart);
+        if (m_rewindings == before && next.index <= start.index) break;
+        previousStart = start;
+        start = next;
+      }
+    } catch (...) {
+      // The turns of the rewindings that are in hold for all that follows them.
+      CommitTo(End());
+      throw;
     }
     CommitTo(End());
   }

@@ -196,6 +196,24 @@ TYPED_TEST(Rewinding, AMidpointThatNeverComesNearIs5051) {
       L"90 degrees."));
 }
 
+// The list of a run that fails is as far as it had come: what is rewound is rewound to its end.
+TYPED_TEST(Rewinding, AFailureKeepsTheTurnsMadeBeforeIt) {
+  struct Failing : tests::TableMachine<TypeParam> {
+    mutable int left = 1;
+    TypeParam Retract(const TypeParam& move) const {
+      if (left-- == 0) throw post::zvPostException(5008);
+      return tests::TableMachine<TypeParam>::Retract(move);
+    }
+  } failing;
+  tests::PassList<TypeParam> moves(this->Ramp(0, 2200, 4));
+  post::zvRewinder<TypeParam, Failing> rewinder(moves.list, this->RangesOf({-360, 360}), this->par,
+                                                true, failing);
+  EXPECT_THROW(rewinder.Run(), post::zvPostException);
+  // No step is a turn: the moves behind have the turns of the first rewinding too.
+  const std::vector<double> degs = moves.Angles();
+  for (std::size_t i = 1; i < degs.size(); ++i) ASSERT_LE(std::fabs(degs[i] - degs[i - 1]), 4.001);
+}
+
 TYPED_TEST(Rewinding, TenThousandTurnsAreKept) {
   tests::PassList<TypeParam> moves(this->Ramp(0, 3600000, 60));
   EXPECT_GT(this->Run(moves, this->RangesOf({-360, 360})), 4000u);

@@ -221,19 +221,26 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
                                        false, smallMoves);
     });
     if (index != 0) {
-      m_solver.FixPoleAngle(*previous, *current);
-      const bool isLastStepLeft = interpolator.Between(list, current);
-      const auto last = std::prev(current);
-      // The solution is settled against the move that stands just before it in the end.
-      if (last != previous || isFirstPick) {
-        const bool wasMirror = std::exchange(isMirror, next(*last, solutions));
-        const post::zvRotarySolution& solution = solutions.Of(isMirror);
-        current->SetAngle(solution.firstAngle, 0);
-        current->SetAngle(solution.secondAngle, 1);
-        current->SetMachinePosition(solution.position);
-        current->SetPoleStatus(solutions.poleStatus);
-        m_solver.FixPoleAngle(*last, *current);
-        if (isLastStepLeft && isMirror != wasMirror) interpolator.Between(list, current);
+      auto last = previous;
+      try {
+        m_solver.FixPoleAngle(*previous, *current);
+        const bool isLastStepLeft = interpolator.Between(list, current);
+        last = std::prev(current);
+        // The solution is settled against the move that stands just before it in the end.
+        if (last != previous || isFirstPick) {
+          const bool wasMirror = std::exchange(isMirror, next(*last, solutions));
+          const post::zvRotarySolution& solution = solutions.Of(isMirror);
+          current->SetAngle(solution.firstAngle, 0);
+          current->SetAngle(solution.secondAngle, 1);
+          current->SetMachinePosition(solution.position);
+          current->SetPoleStatus(solutions.poleStatus);
+          m_solver.FixPoleAngle(*last, *current);
+          if (isLastStepLeft && isMirror != wasMirror) interpolator.Between(list, current);
+        }
+      } catch (...) {
+        // What fails between two moves leaves nothing behind the last that was settled.
+        while (std::prev(list.end()) != last) list.Erase(std::prev(list.end()));
+        throw;
       }
     }
     hasMetPole = hasMetPole || solutions.poleStatus != 0;

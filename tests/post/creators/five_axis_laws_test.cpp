@@ -1,10 +1,12 @@
 // What must hold for every posted line of every machine and path, judged by a model of rigid bodies
 // that shares nothing with the library.
 #include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/angles.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
+#include <tests/support/throws_id.h>
 #include <tests/support/toolpath_builders.h>
 
 #include <array>
@@ -562,6 +564,55 @@ TEST(FiveAxisPaths, ChoosesTheEndAgainAfterFollowingOneSolution) {
     }
     EXPECT_LE(largest, c.largestError);
   }
+}
+
+// A distance rule without a distance is no rule: it must not hide that the angles got no smaller.
+TEST(FiveAxisPaths, ADistanceRuleWithoutADistanceChangesNothing) {
+  FiveAxisScene scene;
+  const auto model = scene.Model();
+  const Source source{{{200, 0, 0}, ToPoint(model.At({}, 0, 5).axis)},
+                      {{200, 0, 5}, ToPoint(model.At({}, 95, 5).axis)}};
+  scene.par.SetFirstMoveRule(zvKDRParam::bySecondAxis);
+  scene.par.SetFirstMovePreferredAngle(5);
+  const Lines plain = PostLines(scene, Build(source));
+  EXPECT_GT(plain.size(), 40u);
+  scene.par.SetInterpolateByDistance(true);
+  for (const double distance : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
+    scene.par.SetInterpolationDistance(distance);
+    const Lines lines = PostLines(scene, Build(source));
+    ASSERT_EQ(lines.size(), plain.size()) << distance;
+    EXPECT_TRUE(lines == plain) << distance;
+  }
+}
+
+// An orientation needs no unit length, not even one whose square can be told.
+TEST(FiveAxisPaths, PolesAreBlendedWhateverTheLengthOfTheOrientation) {
+  FiveAxisScene scene;
+  const auto model = scene.Model();
+  for (const double length : {1.0, 1e200}) {
+    Source source;
+    for (const auto& [first, second] : {std::pair{0.0, 5.0}, {0.0, 0.0}, {0.0, 0.0}, {61.0, 5.2}})
+      source.push_back({{10.0 * static_cast<double>(source.size()), 0, 0},
+                        ToPoint(model.At({}, first, second).axis) * length});
+    zvPosted5axTPCreator creator = scene.Creator();
+    const auto list = creator.Post(Build(source), false);
+    EXPECT_EQ(creator.GetCounts().blendedPoles, 1u) << length;
+    EXPECT_GT(list->GetCount(), 20u) << length;
+  }
+}
+
+// What fails between two moves leaves the list as it stood before them.
+TEST(FiveAxisPaths, AFailureBetweenTwoMovesLeavesNothingBehindTheFirst) {
+  FiveAxisScene scene;
+  scene.par.SetMaxAngleStep(59);  // three moves between, the middle one without an orientation
+  const Source source{{{0, 0, 0}, {0.6, 0, 0.8}}, {{5, 0, 0}, {1, 0, 0}}, {{10, 0, 0}, {-1, 0, 0}}};
+  zvPosted5axTPCreator creator = scene.Creator();
+  const PathBuilder builder = Build(source);
+  EXPECT_TRUE(tests::ThrowsId<cadcam::zvcadcamException>([&] { creator.Post(builder, false); },
+                                                         2189, L"Can't normalize null vector."));
+  ASSERT_EQ(creator.GetPostedList()->GetCount(), 2u);
+  EXPECT_EQ(creator.GetPostedList()->Back().GetSourceIndex(), 1);
+  EXPECT_FALSE(creator.GetPostedList()->Back().IsInserted());
 }
 
 }  // namespace
