@@ -14,6 +14,10 @@ namespace tests {
 
 using Point = cadcam::zvTPoint3d<double>;
 
+inline double Distance(const Point& a, const Point& b) {
+  return (a - b).Length();
+}
+
 template <class Move>
 struct TableKinematics {
   static Point Turn(const Point& p, double first, double second) {

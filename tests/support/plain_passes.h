@@ -2,8 +2,11 @@
 // carried along. The tuned ones are held equal to them on random input.
 #pragma once
 
+#include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/post/five_axis_solver.h>
 #include <kandrel/post/move_traits.h>
 #include <kandrel/post/posting_parameters.h>
+#include <kandrel/post/solution_choice.h>
 
 #include <algorithm>
 #include <array>
@@ -224,6 +227,190 @@ class Rewinder {
   int m_count = 0;
   double m_min = 0;
   double m_max = 0;
+};
+
+/// The moves between two 5-axis moves, from copied lists with a thinning that starts anew after
+/// each drop. It counts which of its ways were taken.
+class Interpolator {
+ public:
+  using Move = post::zvPosted5axMove;
+  using List = std::list<Move>;
+
+  Interpolator(const post::zv5axMoveSolver& solver, bool smallMoves)
+      : m_solver(solver), m_par(solver.GetParameters()), m_smallMoves(smallMoves) {}
+
+  int dropped = 0;
+  int emptied = 0;
+  int keptLast = 0;
+  int tooDeep = 0;
+  int skipped = 0;
+  int carried = 0;
+
+  /// `isSettledLater`: `to` is the move that is chosen again afterwards.
+  std::optional<List> Between(const Move& from, const Move& to, bool isSettledLater = true,
+                              int depth = 0) {
+    if (to.IsRapid() && !m_par.GetInterpolateRapidMoves()) return std::nullopt;
+    if (depth >= 4) {
+      ++tooDeep;
+      return std::nullopt;
+    }
+    if (Skips(from, to)) {
+      ++skipped;
+      return std::nullopt;
+    }
+    const int byDistance =
+        !m_par.GetInterpolateByDistance() || m_par.GetInterpolationDistance() >= Length(from, to)
+            ? 0
+            : static_cast<int>(Length(from, to) / m_par.GetInterpolationDistance()) + 1;
+    const double angle = from.AngleDistance(to);
+    const int byAngle = to.IsRapid() || m_par.GetMaxAngleStep() + 1e-12 >= angle
+                            ? 0
+                            : static_cast<int>(angle / m_par.GetMaxAngleStep());
+    const int n = std::max(byDistance, byAngle);
+    if (n == 0) return std::nullopt;
+    List list = Even(from, to, n);
+
+    list.push_front(from);
+    list.push_back(to);
+    const bool hasFailed = NoProgress(list);
+    bool isLastKept = false;
+    if (hasFailed && isSettledLater) {
+      isLastKept = true;
+      for (auto b = std::next(list.begin()); std::next(b) != list.end(); ++b)
+        isLastKept = isLastKept && Turn(*std::prev(b), *b) < Turn(from, to);
+      keptLast += isLastKept;
+    }
+    if (hasFailed && !isLastKept) {
+      ++emptied;
+      return List{};
+    }
+    for (auto b = std::next(list.begin()); b != list.end(); ++b) {
+      const bool isLast = std::next(b) == list.end();
+      if (IsWithinStep(*std::prev(b), *b) || (isLastKept && isLast)) continue;
+      if (auto more = Between(*std::prev(b), *b, isSettledLater && isLast, depth + 1))
+        list.splice(b, *more);
+    }
+    if (depth == 0) Thin(list);
+    if (list.size() < 3) return List{};
+    list.pop_front();
+    list.pop_back();
+    return list;
+  }
+
+ private:
+  static double Circular(double a, double b) { return std::fabs(std::remainder(a - b, 360.0)); }
+  static double Length(const Move& a, const Move& b) {
+    return (a.GetPartPosition() - b.GetPartPosition()).Length();
+  }
+  static double Turn(const Move& a, const Move& b) {
+    double turn = 0;
+    if (a.GetPoleStatus() != 1 && b.GetPoleStatus() != 1)
+      turn = Circular(a.GetAngle(0), b.GetAngle(0));
+    if (a.GetPoleStatus() != 2 && b.GetPoleStatus() != 2)
+      turn = std::max(turn, Circular(a.GetAngle(1), b.GetAngle(1)));
+    return turn;
+  }
+
+  bool IsWithinStep(const Move& a, const Move& b) const {
+    return Turn(a, b) < m_par.GetMaxAngleStep() - 1e-12 &&
+           (!m_par.GetInterpolateByDistance() ||
+            Length(a, b) < m_par.GetInterpolationDistance() - 1e-12);
+  }
+
+  bool Skips(const Move& a, const Move& b) const {
+    if (m_par.GetInterpolateByDistance() && m_par.GetInterpolationDistance() < Length(a, b))
+      return false;
+    const double excess = Turn(a, b) - m_par.GetMaxAngleStep();
+    return (a.GetPoleStatus() != 0 || b.GetPoleStatus() != 0) && excess > 0 &&
+           excess < m_par.GetPoleAngleTolerance() - 1e-12;
+  }
+
+  cadcam::zv5axMove Source(const Move& move) const {
+    const cadcam::zvCNCMove base(move.GetPartPosition(), move.GetOrientation(), move.GetFeed(),
+                                 move.IsRapid());
+    if (m_smallMoves) return {base, {}, {}, 0, false};
+    return {base, move.GetExtendedPoint(), move.GetExtendedVector(), move.GetExtendedId(),
+            move.HasExtendedData()};
+  }
+
+  List Even(const Move& from, const Move& to, int n) {
+    List list;
+    double t = 0;
+    for (int k = 0; k < n; ++k) {
+      t += 1.0 / (n + 1);
+      cadcam::zv5axMove blend = Interpolate(1 - t, Source(from), t, Source(to));
+      if (from.GetType() != to.GetType()) blend.SetFeed(to.GetFeed());
+      const Move& previous = list.empty() ? from : list.back();
+      const post::zvRotarySolutions both =
+          m_solver.SolveAngles(blend.GetPosition(), blend.GetOrientation(), m_solver.MakePoleCone(),
+                               previous.GetAngle(0));
+      const bool isMirror =
+          post::TakesMirrorNext(previous.GetAngle(0), previous.GetAngle(1), both, m_par, m_solver);
+      const post::zvRotarySolution& solution = both.Of(isMirror);
+      Move move(m_smallMoves);
+      move.SetMachinePosition(solution.position);
+      move.SetPartPosition(blend.GetPosition());
+      move.SetOrientation(blend.GetOrientation());
+      move.SetAngle(solution.firstAngle, 0);
+      move.SetAngle(solution.secondAngle, 1);
+      move.SetPoleStatus(both.poleStatus);
+      move.SetFeed(blend.GetFeed());
+      move.SetRapid(blend.IsRapid());
+      move.SetType(to.GetType());
+      if (!m_smallMoves) {
+        move.SetExtendedPoint(blend.GetExtendedPoint());
+        move.SetExtendedVector(blend.GetExtendedVector());
+        move.SetExtendedId(blend.GetExtendedId());
+        move.SetHasExtendedData(blend.HasExtendedData());
+        move.SetSourceIndex(from.GetSourceIndex());
+        move.SetInserted(true);
+      }
+      for (std::uint32_t status = 1; status <= 2; ++status) {
+        const auto axis = static_cast<std::int16_t>(status - 1);
+        if (move.GetPoleStatus() != status || from.GetPoleStatus() == status ||
+            to.GetPoleStatus() == status ||
+            std::fabs(from.GetAngle(axis) - to.GetAngle(axis)) > 1e-6)
+          continue;
+        move.SetAngle(from.GetAngle(axis), axis);
+        ++carried;
+      }
+      list.push_back(move);
+    }
+    return list;
+  }
+
+  bool NoProgress(const List& list) const {
+    double turn = 0;
+    double length = 0;
+    for (auto b = std::next(list.begin()); b != list.end(); ++b) {
+      turn = std::max(turn, Turn(*std::prev(b), *b));
+      length = std::max(length, Length(*std::prev(b), *b));
+    }
+    const double whole = Turn(list.front(), list.back());
+    const bool angleFailed = turn >= whole || std::fabs(turn - whole) <= 1e-6;
+    if (!m_par.GetInterpolateByDistance()) return angleFailed;
+    return angleFailed && std::fabs(length - Length(list.front(), list.back())) <= 1e-6;
+  }
+
+  void Thin(List& list) {
+    auto anchor = list.begin();
+    for (auto candidate = std::next(anchor); std::next(candidate) != list.end();) {
+      if (IsWithinStep(*anchor, *candidate) && IsWithinStep(*anchor, *std::next(candidate))) {
+        list.erase(candidate);
+        ++dropped;
+        anchor = list.begin();
+      } else {
+        anchor = candidate;
+      }
+      candidate = std::next(anchor);
+    }
+    for (auto move = std::next(list.begin()); std::next(move) != list.end(); ++move)
+      m_solver.FixPoleAngle(*std::prev(move), *move);
+  }
+
+  const post::zv5axMoveSolver& m_solver;
+  const post::zvKDRParam& m_par;
+  bool m_smallMoves;
 };
 
 }  // namespace tests::plain
