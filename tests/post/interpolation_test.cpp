@@ -45,7 +45,9 @@ TEST(StepCounts, Tables) {
     EXPECT_EQ(post::StepsByDistance(par, c.size), 0u);
   }
   par.SetInterpolateByDistance(true);
-  for (const auto& [step, size] : {std::pair{1e-300, 9.0}, {3.0, kInf}, {1.0, 2147483647.0}}) {
+  for (const auto& sizes : {std::pair{1e-300, 9.0}, {3.0, kInf}, {1.0, 2147483647.0}}) {
+    const double step = sizes.first;
+    const double size = sizes.second;
     par.SetMaxAngleStep(step);
     par.SetInterpolationDistance(step);
     const wchar_t* text = L"Invalid vector was passed.";
