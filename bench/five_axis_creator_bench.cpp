@@ -64,6 +64,13 @@ TipAndAxis Sweep(int i) {
   return {{i * 0.5, 10.0 * (i % 2), 0}, Direction((10 + 40.0 * (i % 2)) * kDegree, 0.3)};
 }
 
+// One move so long that interpolation by distance cuts it into `pieces`, with a turn on the way.
+cadcam::zvToolPath LongMove(int pieces) {
+  return MakePath(2, [pieces](int i) {
+    return TipAndAxis{{1.0 * i * pieces, 0, 0}, Direction((10 + 10.0 * i) * kDegree, 0.3)};
+  });
+}
+
 struct Scene {
   // General directions and pivots.
   post::zv5axMachDef machDef;
@@ -72,8 +79,10 @@ struct Scene {
   Point origin{10, 20, 30};
   double toolLength = 120;
   post::zvKDRParam longStepPar = par;
+  post::zvKDRParam byDistancePar = par;
   std::unique_ptr<zvPosted5axTPCreator> creator;
   std::unique_ptr<zvPosted5axTPCreator> longSteps;
+  std::unique_ptr<zvPosted5axTPCreator> byDistance;
   std::unique_ptr<post::zv5axMoveSolver> solver;
   std::unique_ptr<ClosedFormSolve> closedForm;
   misc::zvMemoryPoolProvider provider;
@@ -82,6 +91,8 @@ struct Scene {
 
   Scene() {
     longStepPar.SetMaxAngleStep(5);
+    byDistancePar.SetInterpolateByDistance(true);
+    byDistancePar.SetInterpolationDistance(1);
     machDef.SetFiveAxisKind(3);
     machDef.SetFirstRotationDirection({0.01, 0.02, 1});
     machDef.SetSecondRotationDirection({1, 0.015, -0.01});
@@ -89,6 +100,8 @@ struct Scene {
     machDef.SetSecondRotationPivot({-2, 7, 20});
     machDef.Normalize();
     creator = std::make_unique<zvPosted5axTPCreator>(machDef, control, par, origin, toolLength);
+    byDistance =
+        std::make_unique<zvPosted5axTPCreator>(machDef, control, byDistancePar, origin, toolLength);
     solver = std::make_unique<post::zv5axMoveSolver>(machDef, par, origin, toolLength);
     closedForm = std::make_unique<ClosedFormSolve>(
         machDef.GetFirstRotationDirection(), machDef.GetSecondRotationDirection(),
@@ -111,6 +124,7 @@ struct Scene {
   void Drop() {
     list.reset();
     longSteps.reset();
+    byDistance->ClearPostedList();
     creator->ClearPostedList();
   }
 
@@ -262,6 +276,12 @@ void AddFiveAxisCreator(Suite& suite) {
     suite.cases.push_back({millions == 1 ? "5ax/winding/1M" : "5ax/winding/10M", 1.0 * moves,
                            [scene] { post::CalcWindedAngles(*scene->list); }, fill(moves)});
   }
+  for (const auto& [name, pieces] :
+       {std::pair("5ax/thinning/100k", kMillion / 10), std::pair("5ax/thinning/1M", kMillion)})
+    suite.cases.push_back(
+        {name, 1.0 * pieces,
+         [scene, pieces = pieces] { scene->byDistance->Post(LongMove(pieces), true); },
+         [scene] { scene->Drop(); }});
   suite.cases.push_back({"5ax/jumps/1M", 1e6,
                          [scene] {
                            post::HandleLargeAngleJumps(*scene->list, 120,
@@ -287,6 +307,8 @@ void AddFiveAxisCreator(Suite& suite) {
   for (const char* pass : {"5ax/winding/1M", "5ax/jumps/1M", "5ax/times/1M"})
     suite.goals.push_back(
         {std::string("pass over the list: ").append(pass), pass, "5ax/pass/1M", 1.5});
+  suite.goals.push_back({"interpolation of one move, thinned, per piece at 10 times the length",
+                         "5ax/thinning/1M", "5ax/thinning/100k", 1.1});
   suite.goals.push_back(
       {"winding, per move at 10 times the length", "5ax/winding/10M", "5ax/winding/1M", 1.1});
 
