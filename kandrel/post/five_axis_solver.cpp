@@ -26,10 +26,18 @@ struct Angle {
 // The angle whose cosine is `x`, negative if asked, with the snap of SafeAcosRad. Its sine comes
 // from the cosine, which spares the kinematics a sine and a cosine: equal to 4e-13 in positions.
 [[gnu::always_inline]] inline Angle AngleOfCosine(double x, bool isNegative) {
-  const double rad = misc::SafeAcosRad(x);
+  double rad = 0;
+  if (std::fabs(x) < 0.9999) [[likely]] {
+    rad = std::acos(x);  // nothing to snap
+  } else {
+    rad = misc::SafeAcosRad(x);
+    if (rad == 0) return {0, {1, 0}};
+    if (rad == misc::kPi) {
+      const double half = rad * misc::kDegreesPerRadian;
+      return {isNegative ? -half : half, {-1, 0}};
+    }
+  }
   const double deg = rad * misc::kDegreesPerRadian;
-  if (rad == 0) return {0, {1, 0}};
-  if (rad == misc::kPi) return {isNegative ? -deg : deg, {-1, 0}};
   const double sine = std::sqrt((1 - x) * (1 + x));
   return isNegative ? Angle{-deg, {x, -sine}} : Angle{deg, {x, sine}};
 }
