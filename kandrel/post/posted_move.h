@@ -225,6 +225,11 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
         m_poleStatus(poleStatus),
         m_rotaryAngles(angles) {}
 
+  /// Everything of a 5-axis move, its extended block included, and a third angle.
+  zvPosted6axMove(const zvPosted5axMove& move, double thirdAngle)
+      : zvPosted6axMove(zvPosted5axMove(move), thirdAngle) {}
+  zvPosted6axMove(zvPosted5axMove&& move, double thirdAngle) noexcept;
+
   void AcceptVisitor(zvPostedVisitor& visitor) const override;
 
   /// Any other index than 0 to 2 gives the first angle: deliberate, not an error.
