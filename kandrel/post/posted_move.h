@@ -116,6 +116,11 @@ class KANDREL_API zvPostedMove {
   bool m_rapid = false;
 };
 
+/// The distance of the part positions.
+inline double PartDistance(const zvPostedMove& a, const zvPostedMove& b) {
+  return (b.GetPartPosition() - a.GetPartPosition()).Length();
+}
+
 class KANDREL_API zvPosted3axMove : public zvPostedMove {
  public:
   using zvPostedMove::zvPostedMove;
