@@ -122,6 +122,7 @@ int main(int argc, char** argv) {
   bench::Suite suite;
   bench::AddThreeAxisCreator(suite);
   bench::AddFiveAxisCreator(suite);
+  bench::AddFacade(suite);
 
   const std::string_view command = argc > 1 ? argv[1] : "";
   if (command == "--list-cases") {

@@ -7,5 +7,6 @@ namespace bench {
 
 void AddThreeAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
+void AddFacade(Suite& suite);
 
 }  // namespace bench

@@ -1,5 +1,7 @@
 #include "bench/support.h"
 
+#include <malloc.h>
+
 #include <fstream>
 #include <string>
 
@@ -31,6 +33,10 @@ double PeakResidentBytes() {
 
 void ResetPeak() {
   std::ofstream("/proc/self/clear_refs") << 5;
+}
+
+void TrimHeap() {
+  malloc_trim(0);
 }
 
 }  // namespace bench

@@ -31,5 +31,7 @@ double ResidentBytes();
 /// The largest since the last reset.
 double PeakResidentBytes();
 void ResetPeak();
+/// Gives the system back what the general heap keeps in stock, so that a reading counts anew.
+void TrimHeap();
 
 }  // namespace bench

@@ -7,11 +7,6 @@ namespace post {
 
 using Point = zv5axKinematics::Point;
 
-zvTurn zvTurn::OfDegrees(double deg) noexcept {
-  const double rad = deg * misc::kRadiansPerDegree;
-  return {std::cos(rad), std::sin(rad)};
-}
-
 zv5axKinematics::zv5axKinematics(const zv5axMachDef& machDef, const Point& partOrigin,
                                  double toolLengthCompensation)
     : m_kind(machDef.GetFiveAxisKind()),

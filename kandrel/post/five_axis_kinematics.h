@@ -3,37 +3,11 @@
 
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
-#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/mach_def.h>
 #include <kandrel/post/posted_move.h>
+#include <kandrel/post/turn.h>
 
 namespace post {
-
-/// An angle by its cosine and sine.
-struct KANDREL_API zvTurn {
-  double cosine = 1;
-  double sine = 0;
-
-  static zvTurn OfDegrees(double deg) noexcept;
-  zvTurn Reversed() const noexcept { return {cosine, -sine}; }
-};
-
-/// Rodrigues' rotation of a point about a line, right-handed: v cos + (D x v) sin + D (D.v)(1 -
-/// cos) with v from the pivot to the point. A point within 1e-12 of the pivot, or one whose
-/// direction from it is parallel to the line within 1e-12 (sine), comes back exactly.
-inline cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
-                                         const cadcam::zvTPoint3d<double>& direction,
-                                         const cadcam::zvTPoint3d<double>& pivot,
-                                         const zvTurn& turn) noexcept {
-  const cadcam::zvTPoint3d<double> v = p - pivot;
-  const cadcam::zvTPoint3d<double> across = Cross(direction, v);
-  const double squared = v.SquaredLength();
-  constexpr double kSquare = misc::kOnAxis * misc::kOnAxis;
-  if (squared <= kSquare || across.SquaredLength() <= kSquare * squared) [[unlikely]]
-    return p;
-  return pivot + v * turn.cosine + across * turn.sine +
-         direction * (Dot(direction, v) * (1 - turn.cosine));
-}
 
 /// Forward and inverse kinematics of a machine with two rotary axes. What a definition means:
 ///

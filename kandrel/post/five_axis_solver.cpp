@@ -18,31 +18,7 @@ zv5axMachDef Normalised(const zv5axMachDef& machDef) {
   return copy;
 }
 
-struct Angle {
-  double deg;
-  zvTurn turn;
-};
-
-// The angle whose cosine is `x`, negative if asked, with the snap of SafeAcosRad. Its sine comes
-// from the cosine, which spares the kinematics a sine and a cosine: equal to 4e-13 in positions.
-[[gnu::always_inline]] inline Angle AngleOfCosine(double x, bool isNegative) {
-  double rad = 0;
-  if (std::fabs(x) < 0.9999) [[likely]] {
-    rad = std::acos(x);  // nothing to snap
-  } else {
-    rad = misc::SafeAcosRad(x);
-    if (rad == 0) return {0, {1, 0}};
-    if (rad == misc::kPi) {
-      const double half = rad * misc::kDegreesPerRadian;
-      return {isNegative ? -half : half, {-1, 0}};
-    }
-  }
-  const double deg = rad * misc::kDegreesPerRadian;
-  const double sine = std::sqrt((1 - x) * (1 + x));
-  return isNegative ? Angle{-deg, {x, -sine}} : Angle{deg, {x, sine}};
-}
-
-constexpr Angle kUndetermined{0, {1, 0}};
+constexpr zvSolvedAngle kUndetermined{0, {1, 0}};
 
 }  // namespace
 
@@ -112,8 +88,8 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
   const Point um = base - side;
 
   zvRotarySolutions result;
-  Angle firstPlus = kUndetermined;
-  Angle firstMinus = kUndetermined;
+  zvSolvedAngle firstPlus = kUndetermined;
+  zvSolvedAngle firstMinus = kUndetermined;
   if (onFirstPole) {
     result.poleStatus = 1;
   } else {
@@ -121,8 +97,8 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
     firstPlus = AngleOfCosine((Dot(up, t) - q1) / (1 - q1), Dot(across, up) < 0);
     firstMinus = AngleOfCosine((Dot(um, t) - q1) / (1 - q1), Dot(across, um) < 0);
   }
-  Angle secondPlus = kUndetermined;
-  Angle secondMinus = kUndetermined;
+  zvSolvedAngle secondPlus = kUndetermined;
+  zvSolvedAngle secondMinus = kUndetermined;
   if (cone.onSecondPole) {
     result.poleStatus = 2;
   } else {

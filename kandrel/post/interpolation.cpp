@@ -4,6 +4,7 @@
 #include <kandrel/post/interpolation.h>
 #include <kandrel/post/solution_choice.h>
 #include <kandrel/post/step_counts.h>
+#include <kandrel/post/thinning.h>
 
 #include <algorithm>
 #include <cmath>
@@ -211,22 +212,8 @@ zv5axInterpolator::Progress zv5axInterpolator::Measure(Iterator from, Iterator t
   return largestButLast < wholeAngle ? Progress::kAllButLast : Progress::kNone;
 }
 
-// Drops what a refinement has made denser than needed. After a drop the walk goes one pair back,
-// which gives the same moves as starting anew and is linear.
 void zv5axInterpolator::Thin(List& list, Iterator from, Iterator to) const {
-  Iterator anchor = from;
-  Iterator candidate = std::next(from);
-  while (candidate != to) {
-    const Iterator after = std::next(candidate);
-    if (IsWithinStep(*anchor, *candidate) && IsWithinStep(*anchor, *after)) {
-      list.Erase(candidate);
-      if (anchor != from) --anchor;
-      candidate = std::next(anchor);
-    } else {
-      anchor = candidate;
-      candidate = after;
-    }
-  }
+  ThinOut(list, from, to, [this](const Move& a, const Move& b) { return IsWithinStep(a, b); });
   for (Iterator move = std::next(from); move != to; ++move)
     m_solver.FixPoleAngle(*std::prev(move), *move);
 }

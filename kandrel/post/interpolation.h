@@ -74,9 +74,4 @@ class KANDREL_API zv5axInterpolator {
 /// The larger of the circular distances of the angles that are determined in both moves; 0 if none.
 KANDREL_API double PoleAwareDistance(const zvPosted5axMove& a, const zvPosted5axMove& b) noexcept;
 
-/// The distance of the part positions.
-inline double PartDistance(const zvPostedMove& a, const zvPostedMove& b) {
-  return (b.GetPartPosition() - a.GetPartPosition()).Length();
-}
-
 }  // namespace post

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/angles.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/tolerances.h>
@@ -9,6 +10,7 @@
 #include <kandrel/post/mach_def.h>
 #include <kandrel/post/move_traits.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -43,6 +45,28 @@ zvLimitType FirstRotaryExcess(const Move& move,
       return {zvLimitType::kFirstRotary + axis, zvLimitType::kMaximum};
   }
   return {};
+}
+
+/// Brings each angle that is out of its range into it by whole turns, where that can be; no
+/// tolerance applies. Machine positions hold for any number of turns.
+template <class Move>
+void WrapIntoRanges(Move& move,
+                    const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges) {
+  for (int axis = 0; axis < zvMoveTraits<Move>::kAxes; ++axis) {
+    const double deg = zvMoveTraits<Move>::Angle(move, axis);
+    const auto [min, max] = ranges[axis];
+    if (deg < min || deg > max)
+      zvMoveTraits<Move>::SetAngle(move, axis, misc::WrapIntoRange(deg, min, max));
+  }
+}
+
+/// True for ranges that no angle as it is solved is out of: within (-180, 180], or in [0, 360)
+/// where limits are kept at a pole.
+template <class Ranges>
+bool HoldSolvedAngles(const Ranges& ranges) {
+  return std::all_of(ranges.begin(), ranges.end(), [](const zvRotaryRange& range) {
+    return range.min <= -misc::kFullTurnDeg && range.max >= misc::kFullTurnDeg;
+  });
 }
 
 /// The checks of a finished list, and the shift that may spare a rewinding. Refers to all that it

@@ -14,8 +14,7 @@ namespace post {
 /// that they carry.
 inline double MoveTime(const zvPostedMove& previous, const zvPostedMove& move) {
   const double feed = move.GetFeed();
-  const double distance = (move.GetPartPosition() - previous.GetPartPosition()).Length();
-  return std::fabs(feed) < misc::kEqual ? 0 : distance / feed * 60;
+  return std::fabs(feed) < misc::kEqual ? 0 : PartDistance(previous, move) / feed * 60;
 }
 
 /// Sets the time of each move, 0 for the first. A list of one move or none keeps its times.

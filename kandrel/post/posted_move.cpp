@@ -191,6 +191,12 @@ bool zvPosted5axMove::operator==(const zvPosted5axMove& other) const {
           m_poleStatus == other.m_poleStatus);
 }
 
+// The angles stay readable: only the base is moved from.
+zvPosted6axMove::zvPosted6axMove(zvPosted5axMove&& move, double thirdAngle) noexcept
+    : zvPostedMove(static_cast<zvPostedMove&&>(move)),
+      m_poleStatus(move.GetPoleStatus()),
+      m_rotaryAngles{move.GetAngle(0), move.GetAngle(1), thirdAngle} {}
+
 void zvPosted6axMove::AddFirstWinds(std::int64_t turns) noexcept {
   m_rotaryAngles[0] += Winds(turns);
 }

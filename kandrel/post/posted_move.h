@@ -116,6 +116,11 @@ class KANDREL_API zvPostedMove {
   bool m_rapid = false;
 };
 
+/// The distance of the part positions.
+inline double PartDistance(const zvPostedMove& a, const zvPostedMove& b) {
+  return (b.GetPartPosition() - a.GetPartPosition()).Length();
+}
+
 class KANDREL_API zvPosted3axMove : public zvPostedMove {
  public:
   using zvPostedMove::zvPostedMove;
@@ -224,6 +229,11 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
                      extendedVector, extendedId, hasExtendedData, sourceIndex, inserted),
         m_poleStatus(poleStatus),
         m_rotaryAngles(angles) {}
+
+  /// Everything of a 5-axis move, its extended block included, and a third angle.
+  zvPosted6axMove(const zvPosted5axMove& move, double thirdAngle)
+      : zvPosted6axMove(zvPosted5axMove(move), thirdAngle) {}
+  zvPosted6axMove(zvPosted5axMove&& move, double thirdAngle) noexcept;
 
   void AcceptVisitor(zvPostedVisitor& visitor) const override;
 

@@ -142,4 +142,19 @@ struct RotaryMachine {
   }
 };
 
+/// Two rotary axes as above and a third under the part, which rides on it. The machine is described
+/// as it stands with the third axis at `thirdStands` degrees: there it changes nothing.
+struct ThirdAxisMachine {
+  RotaryMachine rotary;
+  Joint third;
+  double thirdStands = 0;
+
+  Pose At(const Vector& slides, double firstDeg, double secondDeg, double thirdDeg) const {
+    const Pose pose = rotary.At(slides, firstDeg, secondDeg);
+    const Motion back = third.At(thirdDeg - thirdStands).Inverse();
+    const Vector& origin = rotary.linear.partOrigin;
+    return {Subtract(back.Point(Add(pose.tip, origin)), origin), back.Direction(pose.axis)};
+  }
+};
+
 }  // namespace tests::rigid

@@ -260,20 +260,12 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
 void zvPosted5axTPCreator::FixFirstMoves() {
   List& list = *m_posted.Get();
   const auto ranges = post::RotaryRangesOf(m_machDef);
-  // Solved angles lie within (-180, 180], kept ones in [0, 360): ranges that hold them all need no
-  // walk, and where the first move is determined all are.
-  const bool areRangesWide =
-      std::all_of(ranges.begin(), ranges.end(), [](const post::zvRotaryRange& range) {
-        return range.min <= -misc::kFullTurnDeg && range.max >= misc::kFullTurnDeg;
-      });
-  if (areRangesWide && (list.IsEmpty() || list.Front().GetPoleStatus() == 0)) return;
+  // Where no angle is out of its range and the first move is determined, all are.
+  if (post::HoldSolvedAngles(ranges) && (list.IsEmpty() || list.Front().GetPoleStatus() == 0))
+    return;
   const Move* determined = nullptr;
   for (Move& move : list) {
-    for (std::int16_t axis = 0; axis < 2; ++axis) {
-      const double deg = move.GetAngle(axis);
-      const auto [min, max] = ranges[static_cast<std::size_t>(axis)];
-      if (deg < min || deg > max) move.SetAngle(misc::WrapIntoRange(deg, min, max), axis);
-    }
+    post::WrapIntoRanges(move, ranges);
     if (determined == nullptr && move.GetPoleStatus() == 0) determined = &move;
   }
   if (determined == nullptr) return;

@@ -1,6 +1,7 @@
 // Posting makes no call of the general heap per move; what remains goes with the arenas.
 #include <gtest/gtest.h>
 #include <kandrel/post/creators/five_axis_creator.h>
+#include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <tests/support/allocation_counter.h>
 #include <tests/support/toolpath_builders.h>
@@ -56,30 +57,28 @@ TEST(Allocations, AThreeAxisPostingNeedsNonePerMove) {
 }
 
 // Through poles and jumps, with interpolation: whatever a posting puts in comes from the pool.
-TEST(Allocations, AFiveAxisPostingNeedsNonePerMove) {
-  post::zv5axMachDef machDef;
-  machDef.SetFiveAxisKind(3);
-  machDef.SetFirstRotationDirection({0, 0, 1});
-  machDef.SetSecondRotationDirection({1, 0, 0});
+PathBuilder ThroughPoles(int moves) {
+  PathBuilder::Moves source;
+  for (int i = 0; i < moves; ++i) {
+    const double turn = i * 0.03;
+    const double tilt = 0.3 * std::sin(i * 0.01);
+    source.push_back(tests::Move5(
+        {i * 0.1, 5 * std::sin(turn), 0},
+        {std::sin(tilt) * std::cos(turn), std::sin(tilt) * std::sin(turn), std::cos(tilt)}));
+  }
+  return PathBuilder().Contour(source);
+}
+
+template <class Creator, class MachDef>
+void ExpectNoneForEachMove(const MachDef& machDef) {
   const post::zv5axControlDef control;
   const tests::Point origin;
-  const auto path = [](int moves) {
-    PathBuilder::Moves source;
-    for (int i = 0; i < moves; ++i) {
-      const double turn = i * 0.03;
-      const double tilt = 0.3 * std::sin(i * 0.01);
-      source.push_back(tests::Move5(
-          {i * 0.1, 5 * std::sin(turn), 0},
-          {std::sin(tilt) * std::cos(turn), std::sin(tilt) * std::sin(turn), std::cos(tilt)}));
-    }
-    return PathBuilder().Contour(source);
-  };
-  const auto few = path(kMoves / 10);
-  const auto many = path(kMoves);
+  const auto few = ThroughPoles(kMoves / 10);
+  const auto many = ThroughPoles(kMoves);
   for (const auto check : {post::zvKDRParam::checkNothing, post::zvKDRParam::checkAllAxes}) {
     post::zvKDRParam par(tests::kMetric);
     par.SetLimitsCheck(check);
-    zvPosted5axTPCreator creator(machDef, control, par, origin, 100);
+    Creator creator(machDef, control, par, origin, 100);
     const auto count = [&](const cadcam::zvToolPath& toolpath) {
       const std::uint64_t before = AllocationCount();
       creator.Post(toolpath, true);
@@ -91,6 +90,23 @@ TEST(Allocations, AFiveAxisPostingNeedsNonePerMove) {
     const std::uint64_t base = count(few);
     EXPECT_LT(count(many) - base, kMoves / 100u);
   }
+}
+
+TEST(Allocations, AFiveAxisPostingNeedsNonePerMove) {
+  post::zv5axMachDef machDef;
+  machDef.SetFiveAxisKind(3);
+  machDef.SetFirstRotationDirection({0, 0, 1});
+  machDef.SetSecondRotationDirection({1, 0, 0});
+  ExpectNoneForEachMove<zvPosted5axTPCreator>(machDef);
+}
+
+TEST(Allocations, ASixAxisPostingNeedsNonePerMove) {
+  post::zv6axMachDef machDef;
+  machDef.SetFirstOnWorkpiece(1);
+  machDef.SetFirstRotationDirection({0, 0, 1});
+  machDef.SetSecondRotationDirection({1, 0, 0});
+  machDef.SetThirdRotationDirection({0, 1, 0});
+  ExpectNoneForEachMove<zvPosted6axTPCreator>(machDef);
 }
 
 }  // namespace

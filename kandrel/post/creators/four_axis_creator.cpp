@@ -1,0 +1,301 @@
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/alignment.h>
+#include <kandrel/post/angle_jumps.h>
+#include <kandrel/post/control_limits.h>
+#include <kandrel/post/creators/four_axis_creator.h>
+#include <kandrel/post/four_axis_interpolation.h>
+#include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/move_times.h>
+#include <kandrel/post/path_reader.h>
+#include <kandrel/post/post_exception.h>
+#include <kandrel/post/retraction.h>
+#include <kandrel/post/rewinder.h>
+#include <kandrel/post/winding.h>
+
+#include <cmath>
+#include <iterator>
+#include <optional>
+
+using post::zv4axMachDef;
+using post::zvKDRParam;
+using post::zvPosted4axMove;
+using post::zvPosted4axMoveMaker;
+using post::zvPostedMove;
+using post::zvPostException;
+using Point = cadcam::zvTPoint3d<double>;
+
+namespace {
+
+// What retractions and rewindings compute with: limits and distances of the creator as they are
+// now, kinematics of the maker given.
+class RepairMachine {
+ public:
+  RepairMachine(const zvPosted4axMoveMaker& maker, const zv4axMachDef& machDef,
+                const zvKDRParam& par, bool smallMoves)
+      : m_kinematics(maker.GetKinematics()),
+        m_machDef(machDef),
+        m_par(par),
+        m_interpolator(maker, par, smallMoves) {}
+
+  const post::zv4axKinematics& Kinematics() const { return m_kinematics; }
+
+  zvPosted4axMove Retract(const zvPosted4axMove& move) const {
+    if (!m_par.GetRetractToLimits())
+      return post::RetractAlongTool(m_kinematics, move, m_par.GetRetractDistance());
+    return post::RetractToMachineLimits(m_kinematics, m_machDef, move, false,
+                                        post::zvRecompute::kNothing);
+  }
+
+  std::optional<zvPosted4axMove> Midpoint(const zvPosted4axMove& from, const zvPosted4axMove& to,
+                                          double tolerance) const {
+    return m_interpolator.Midpoint(from, to, tolerance);
+  }
+
+ private:
+  const post::zv4axKinematics& m_kinematics;
+  const zv4axMachDef& m_machDef;
+  const zvKDRParam& m_par;
+  post::zv4axInterpolator m_interpolator;
+};
+
+// Whether orientations lie on the cone that the spindle sweeps about the rotary axis.
+class ConeCheck {
+ public:
+  explicit ConeCheck(const zv4axMachDef& machDef)
+      : m_axis(machDef.GetRotationDirection()),
+        m_cosine(Dot(machDef.GetSpindleDirection(), m_axis)) {}
+
+  void operator()(const Point& dir_tool) const {
+    if (!(std::fabs(Dot(dir_tool, m_axis) - m_cosine) <= misc::kEqual)) throw zvPostException(5030);
+  }
+
+ private:
+  Point m_axis;
+  double m_cosine;
+};
+
+// Posts one move after the other to the end of a list.
+class ListBuilder {
+ public:
+  ListBuilder(zvPosted4axTPCreator::List& list, const zvPosted4axMoveMaker& maker,
+              const zvKDRParam& par, bool smallMoves)
+      : m_list(list),
+        m_maker(maker),
+        m_cone(maker.MakePoleCone()),
+        m_interpolator(maker, par, smallMoves),
+        m_smallMoves(smallMoves) {}
+
+  void Append(const post::zvMoveView& move, const Point& dir_tool, zvPostedMove::Types type) {
+    const bool isFirst = m_list.IsEmpty();
+    const auto previous = isFirst ? m_list.end() : std::prev(m_list.end());
+    const auto current = m_list.EmplaceWith(m_list.end(), [&] {
+      return m_maker.Make(move, dir_tool, type, static_cast<std::int32_t>(m_index), false, m_cone,
+                          m_smallMoves);
+    });
+    ++m_index;
+    if (isFirst) return;
+    try {
+      m_interpolator.Between(m_list, current);
+    } catch (...) {
+      // What fails between two moves leaves nothing behind the first of them.
+      while (std::prev(m_list.end()) != previous) m_list.Erase(std::prev(m_list.end()));
+      throw;
+    }
+  }
+
+ private:
+  zvPosted4axTPCreator::List& m_list;
+  const zvPosted4axMoveMaker& m_maker;
+  zvPosted4axMoveMaker::PoleCone m_cone;
+  post::zv4axInterpolator m_interpolator;
+  bool m_smallMoves;
+  std::uint64_t m_index = 0;
+};
+
+}  // namespace
+
+zvPosted4axTPCreator::zvPosted4axTPCreator(const zv4axMachDef& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const zvKDRParam& par, const Point& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
+      m_machDef(machDef),
+      m_maker(machDef, par, partOrigin, toolLengthCompensation) {
+  m_machDef.Normalize();
+  SetInstanceType(instance4ax);
+}
+
+zvPosted4axTPCreator::zvPosted4axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const zvKDRParam& par, const Point& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPosted4axTPCreator(*post::zvMachDefUtils::Cast4ax(machDef), control, par, partOrigin,
+                           toolLengthCompensation) {}
+
+zvPosted4axTPCreator::zvPosted4axTPCreator(const zvPosted4axTPCreator& other)
+    : zvPostedTPCreator(other), m_machDef(other.m_machDef), m_maker(other.m_maker) {
+  SetInstanceType(instance4ax);
+}
+
+zvPosted4axTPCreator::~zvPosted4axTPCreator() = default;
+
+void zvPosted4axTPCreator::SetMachDef(const zv4axMachDef& machDef) {
+  zv4axMachDef normalised = machDef;
+  normalised.Normalize();
+  m_machDef = normalised;
+}
+
+void zvPosted4axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
+  SetMachDef(*post::zvMachDefUtils::Cast4ax(machDef));
+}
+
+misc::zvAutoPointer<post::zvMachDef> zvPosted4axTPCreator::GetMachDefPtr() const {
+  return m_machDef.Clone();
+}
+
+zvPosted4axTPCreator::ListPointer zvPosted4axTPCreator::Post(const cadcam::zvToolPath& toolpath,
+                                                             bool smallMoves) {
+  m_posted.Renew();
+  m_counts = {};
+  if (post::HasNothingToPost(toolpath)) return m_posted.Get();
+  CheckUnits(m_machDef, toolpath);
+  PostMain(toolpath, smallMoves);
+  CheckLimits(smallMoves);
+  post::ComputeMoveTimes(*m_posted.Get());
+  post::ApplyControlLimitations(*m_posted.Get(), GetControlDef());
+  return m_posted.Get();
+}
+
+void zvPosted4axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  Post(toolpath, smallMoves);
+}
+
+void zvPosted4axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  AlignToolpath(toolpath);
+  RequireFiniteSetup();
+  BuildPostedMoves(toolpath, smallMoves);
+  RepairAngles(smallMoves);
+}
+
+void zvPosted4axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
+  if (!GetPar().GetAlignToolpath() || toolpath.begin() == toolpath.end()) return;
+  // A path that fits leaves the matrix of an earlier run in force, deliberately.
+  if (const post::zvAlignMatrix matrix = post::AlignToRotaryAxis(toolpath, m_machDef))
+    SetAlignMatrix(matrix);
+}
+
+void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  try {
+    BuildPostedMovesInOneWalk(toolpath, smallMoves);
+  } catch (const misc::zvException&) {
+    // Where a toolpath has several faults, the order of the checks over the whole of it decides
+    // which one is told, and how far the list is filled.
+    m_posted.Get()->Clear();
+    BuildPostedMovesWhole(toolpath, smallMoves);
+    throw;
+  }
+}
+
+// Takes each move through all steps at once, so that moves are read from memory once and no
+// flattened toolpath is kept.
+void zvPosted4axTPCreator::BuildPostedMovesInOneWalk(const cadcam::zvToolPath& toolpath,
+                                                     bool smallMoves) {
+  const ConeCheck check(m_machDef);
+  ListBuilder builder(*m_posted.Get(), m_maker, GetPar(), smallMoves);
+  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  while (reader.Next()) {
+    const Point dir_tool = reader.GetMove().GetOrientation().Normalized();
+    check(dir_tool);
+    builder.Append(reader.GetMove(), dir_tool, reader.GetType());
+  }
+}
+
+void zvPosted4axTPCreator::BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath,
+                                                 bool smallMoves) {
+  post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
+  BuildMoves(toolpath, moves);
+  const ConeCheck check(m_machDef);
+  for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
+    check(moves[i].first->GetOrientation().Normalized());
+  ListBuilder builder(*m_posted.Get(), m_maker, GetPar(), smallMoves);
+  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
+    const post::zvMoveView move(*moves[i].first);
+    builder.Append(move, move.GetOrientation().Normalized(), moves[i].second);
+  }
+}
+
+void zvPosted4axTPCreator::RepairAngles(bool smallMoves) {
+  List& list = *m_posted.Get();
+  const auto ranges = post::RotaryRangesOf(m_machDef);
+  if (!post::HoldSolvedAngles(ranges))
+    for (Move& move : list) post::WrapIntoRanges(move, ranges);
+  post::CalcWindedAngles(list);
+  const RepairMachine machine(m_maker, m_machDef, GetPar(), smallMoves);
+  m_counts.largeJumps = post::HandleLargeAngleJumps(
+      list, GetPar().GetMaxAngleJump(), [&](const Move& move) { return machine.Retract(move); });
+}
+
+void zvPosted4axTPCreator::CheckLimits(bool smallMoves) {
+  post::zvLimitChecker<Move> checker(*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance());
+  switch (GetPar().GetLimitsCheck()) {
+    case zvKDRParam::checkNothing:
+      return;
+    case zvKDRParam::checkLinearAxes:
+      ExceedingLimit(checker.LinearExcess());
+      return;
+    case zvKDRParam::checkRotaryAxes:
+      // Told as they are: shifts and rewindings are for the check of all axes.
+      ExceedingLimit(checker.RotaryExcess());
+      return;
+    case zvKDRParam::checkAllAxes:
+      ExceedingLimit(checker.LinearExcess());
+      KeepRotaryLimits(checker, smallMoves);
+      return;
+  }
+  throw zvPostException(5046);
+}
+
+void zvPosted4axTPCreator::KeepRotaryLimits(post::zvLimitChecker<Move>& checker, bool smallMoves) {
+  if (checker.RotaryExcess().IsNone()) return;
+  if (checker.TryShiftAll()) {
+    const zvPosted4axMoveMaker maker(m_machDef, GetPar(), GetPartOrigin(),
+                                     GetToolLengthCompensationValue());
+    const RepairMachine machine(maker, m_machDef, GetPar(), smallMoves);
+    post::zvRewinder<Move, RepairMachine> rewinder(*m_posted.Get(), post::RotaryRangesOf(m_machDef),
+                                                   GetPar(), smallMoves, machine);
+    m_counts.rewindings = rewinder.Run();
+  }
+  ExceedingLimit(checker.RotaryExcess());
+}
+
+zvPosted4axMove zvPosted4axTPCreator::PostMove(const cadcam::zvMovePointer& move,
+                                               zvPostedMove::Types type) const {
+  const cadcam::zvMovePointer source = SingleMove(move);
+  const post::zvMoveView view(*source);
+  return m_maker.Make(view, view.GetOrientation().Normalized(), type, 0, true,
+                      m_maker.MakePoleCone(), false);
+}
+
+std::pair<misc::zvAutoPointer<zvPosted4axMove>, misc::zvAutoPointer<zvPosted4axMove>>
+zvPosted4axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
+                                               zvPostedMove::Types type) const {
+  auto posted = misc::MakeAutoPointer<Move>(PostMove(move, type));
+  const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
+  const bool checksLinear =
+      check == zvKDRParam::checkLinearAxes || check == zvKDRParam::checkAllAxes;
+  const bool checksRotary =
+      check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
+  const auto ranges = post::RotaryRangesOf(m_machDef);
+  const auto rotaryExcess = [&] {
+    return post::FirstRotaryExcess(*posted, ranges, GetPar().GetPoleAngleTolerance());
+  };
+  if (checksRotary && !rotaryExcess().IsNone()) post::WrapIntoRanges(*posted, ranges);
+  posted->SetRotaryAngle(
+      ApplyAngleLimitToRotAxis(posted->GetRotaryAngle(), GetControlDef().GetFirstAxisLimit()));
+  if (checksLinear)
+    ExceedingLimit(post::FirstLinearExcess(posted->GetMachinePosition(), m_machDef));
+  if (checksRotary) ExceedingLimit(rotaryExcess());
+  if (!checksLinear && !checksRotary && check != zvKDRParam::checkNothing)
+    throw zvPostException(5046);
+  return {std::move(posted), nullptr};
+}

@@ -1,0 +1,116 @@
+// zvKDR5AxBase: posts for a machine of any class.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/control_def.h>
+#include <kandrel/post/flat_moves.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/mirror_angle.h>
+#include <kandrel/post/posted_toolpath.h>
+#include <kandrel/post/posting_counts.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <type_traits>
+#include <utility>
+
+/// What an application uses to post without caring for the machine's class: each request builds the
+/// creator of the class, runs it and gives the result as class-neutral posted moves. Those are
+/// zvPosted3axMove to zvPosted6axMove by class, as a zvPostedVisitor sees them.
+///
+/// 1. Machine, control, parameters and part origin are referred to, not copied. The caller keeps
+///    them alive as long as this object and unchanged during a call; a change between two calls
+///    reaches the next one. A machine given as a zvAutoPointer is not shared either: the caller
+///    keeps the pointer.
+/// 2. Between calls stay the result of the last Post and the alignment matrix, nothing else: no
+///    posting influences the next one.
+/// 3. Not for two threads at a time; objects on different threads do not meet.
+///
+/// Every operation that posts throws zvPostException 5031 for a machine of unknown numbersOfAxes,
+/// then 5043 where numbersOfAxes is not that of the definition's class, then what the creator of
+/// the class throws.
+class KANDREL_API zvKDR5AxBase {
+ public:
+  using Types = post::zvPostedMove::Types;
+  using PostedMovePointer = misc::zvAutoPointer<post::zvPostedMove>;
+
+  /// `toolLengthCompensation` is in the machine's units. Throws "Accessing NULL pointer" for a null
+  /// machine; definitions are checked when posting.
+  zvKDR5AxBase(const misc::zvAutoPointer<post::zvMachDef>& machDef,
+               const post::zv5axControlDef& control, const post::zvKDRParam& par,
+               const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
+  zvKDR5AxBase(const post::zvMachDef& machDef, const post::zv5axControlDef& control,
+               const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
+               double toolLengthCompensation);
+  /// Temporaries would die before the first posting. The defaults are for arguments in braces.
+  template <class MachDef, class Control = post::zv5axControlDef, class Par = post::zvKDRParam,
+            class PartOrigin = cadcam::zvTPoint3d<double>>
+  requires(!(std::is_lvalue_reference_v<MachDef> && std::is_lvalue_reference_v<Control> &&
+             std::is_lvalue_reference_v<Par> && std::is_lvalue_reference_v<PartOrigin>))
+      zvKDR5AxBase(MachDef&& machDef, Control&& control, Par&& par, PartOrigin&& partOrigin,
+                   double toolLengthCompensation)
+  = delete;
+  /// Refers to the same definitions, and shares posted moves and alignment matrix.
+  zvKDR5AxBase(const zvKDR5AxBase& other);
+  zvKDR5AxBase& operator=(const zvKDR5AxBase&) = delete;
+  ~zvKDR5AxBase();
+
+  const post::zvMachDef& GetMachDef() const noexcept { return m_machDef; }
+  const post::zv5axControlDef& GetControlDef() const noexcept { return m_controlDef; }
+  const post::zvKDRParam& GetPar() const noexcept { return m_par; }
+  const cadcam::zvTPoint3d<double>& GetPartOrigin() const noexcept { return m_partOrigin; }
+  double GetToolLengthCompensationValue() const noexcept { return m_toolLengthCompensation; }
+
+  /// What PostMove aligns its move by: the matrix of the last Post of a 3- or 4-axis machine that
+  /// computed one, or what was set. Null at first. Shared, not copied.
+  post::zvAlignMatrix GetAlignMatrix() const { return m_alignMatrix; }
+  /// The matrix must be a rotation with zero translation. Post computes its own and reads no other.
+  void SetAlignMatrix(const post::zvAlignMatrix& matrix) { m_alignMatrix = matrix; }
+  /// The spelling is part of the interface.
+  bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
+
+  /// Posts a toolpath; the moves have extended blocks. The reference stays good as long as this
+  /// object, its content until the next Post; moves that the caller shares live on. The result's
+  /// alignment matrix is that of this posting, null without one. A toolpath without passes, or with
+  /// an empty first one, gives an empty result, whatever the machine's class holds. After a failure
+  /// the result is empty.
+  ///
+  /// Linear. Beside the result, of some 240 to 290 bytes a move, the creator's list of as many is
+  /// never in memory as a whole: each of its moves is let go when it has been taken over.
+  const post::zvPostedTP& Post(const cadcam::zvToolPath& toolpath);
+  /// The result of the last Post; empty before the first.
+  const post::zvPostedTP& GetPostedTP() const noexcept { return m_postedTP; }
+  /// What the last Post did beyond solving: all zero for a 3-axis machine and after a failure.
+  const post::zvPostingCounts& GetCounts() const noexcept { return m_counts; }
+
+  /// A single move, without limits. The second member is the mirror solution of a 5- or 6-axis
+  /// machine, null for 3 and 4 axes; for these the move is aligned by the alignment matrix.
+  ///
+  /// For previews: each call builds a creator, which costs about a microsecond more than the move.
+  std::pair<PostedMovePointer, misc::zvAutoPointer<post::zvMirrorAngle>> PostMove(
+      const cadcam::zvMovePointer& move, Types type) const;
+  /// PostMoveWithinMachLimits of the creator of the class: the two solutions, null where one breaks
+  /// the limits; the second is always null for 3 and 4 axes. Not aligned, deliberately.
+  std::pair<PostedMovePointer, PostedMovePointer> PostMoveWithinMachLimits(
+      const cadcam::zvMovePointer& move, Types type) const;
+
+  /// The posted move type of the section in which the iterator stands. Throws zvcadcamException
+  /// 2639 for a section that is neither link nor contour, zvKandrelException 2637 for a link type
+  /// above 5, "Accessing NULL pointer" at the toolpath's end.
+  Types GetPostedMoveType(const cadcam::zvToolPath& toolpath,
+                          const cadcam::zvToolPath::const_iterator& position) const;
+  /// The same for a move on a link; throws also zvcadcamException 2640 for one on none.
+  Types GetLinkType(const cadcam::zvToolPath::const_iterator& position) const;
+
+ private:
+  const post::zvMachDef& m_machDef;
+  const post::zv5axControlDef& m_controlDef;
+  const post::zvKDRParam& m_par;
+  const cadcam::zvTPoint3d<double>& m_partOrigin;
+  double m_toolLengthCompensation;
+  post::zvPostedTP m_postedTP;
+  post::zvAlignMatrix m_alignMatrix;
+  post::zvPostingCounts m_counts;
+};

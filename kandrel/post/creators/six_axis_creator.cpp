@@ -1,0 +1,136 @@
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/creators/six_axis_creator.h>
+#include <kandrel/post/mach_def_utils.h>
+
+using post::zv5axMachDef;
+using post::zv6axMachDef;
+using post::zvPosted5axMove;
+using Point = cadcam::zvTPoint3d<double>;
+
+namespace {
+
+zv6axMachDef Normalised(const zv6axMachDef& machDef) {
+  zv6axMachDef copy = machDef;
+  copy.Normalize();
+  return copy;
+}
+
+std::int32_t FiveAxisKindOf(const zv6axMachDef& machDef) {
+  const std::int32_t first = machDef.GetFirstOnWorkpiece();
+  const std::int32_t second = machDef.GetSecondOnWorkpiece();
+  if (first == 0 && second == 0) return 1;
+  if (first == 1 && second == 1) return 3;
+  return 2;
+}
+
+// The machine of the first two axes.
+zv5axMachDef Get5axMachDef(const zv6axMachDef& machDef) {
+  return {FiveAxisKindOf(machDef),
+          machDef.GetUnits(),
+          machDef.GetSpindleDirection(),
+          machDef.GetFirstRotationDirection(),
+          machDef.GetSecondRotationDirection(),
+          machDef.GetFirstRotationPivot(),
+          machDef.GetSecondRotationPivot(),
+          machDef.GetMinFirstAngle(),
+          machDef.GetMinSecondAngle(),
+          machDef.GetMaxFirstAngle(),
+          machDef.GetMaxSecondAngle(),
+          machDef.GetMinLimits(),
+          machDef.GetMaxLimits(),
+          machDef.GetXAxisDirection(),
+          machDef.GetYAxisDirection(),
+          machDef.GetZAxisDirection()};
+}
+
+}  // namespace
+
+zvPosted6axTPCreator::zvPosted6axTPCreator(const zv6axMachDef& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const post::zvKDRParam& par, const Point& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
+      m_machDef(Normalised(machDef)),
+      m_solver(Get5axMachDef(m_machDef), par, partOrigin, toolLengthCompensation) {
+  SetInstanceType(instance6ax);
+}
+
+zvPosted6axTPCreator::zvPosted6axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
+                                           const post::zv5axControlDef& control,
+                                           const post::zvKDRParam& par, const Point& partOrigin,
+                                           double toolLengthCompensation)
+    : zvPosted6axTPCreator(*post::zvMachDefUtils::Cast6ax(machDef), control, par, partOrigin,
+                           toolLengthCompensation) {}
+
+zvPosted6axTPCreator::zvPosted6axTPCreator(const zvPosted6axTPCreator& other)
+    : zvPostedTPCreator(other), m_machDef(other.m_machDef), m_solver(other.m_solver) {
+  SetInstanceType(instance6ax);
+}
+
+zvPosted6axTPCreator::~zvPosted6axTPCreator() = default;
+
+void zvPosted6axTPCreator::SetMachDef(const zv6axMachDef& machDef) {
+  m_machDef = Normalised(machDef);
+}
+
+void zvPosted6axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
+  SetMachDef(*post::zvMachDefUtils::Cast6ax(machDef));
+}
+
+misc::zvAutoPointer<post::zvMachDef> zvPosted6axTPCreator::GetMachDefPtr() const {
+  return m_machDef.Clone();
+}
+
+// Of the machine, parameters and set-up that this creator has now.
+zvPosted5axTPCreator zvPosted6axTPCreator::FiveAxisCreator() const {
+  return {Get5axMachDef(m_machDef), GetControlDef(), GetPar(), GetPartOrigin(),
+          GetToolLengthCompensationValue()};
+}
+
+zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToolPath& toolpath,
+                                                             bool smallMoves) {
+  m_counts = {};
+  zvPosted5axTPCreator creator = FiveAxisCreator();
+  zvPosted5axTPCreator::List& solved = *creator.Post(toolpath, smallMoves);
+  m_counts = creator.GetCounts();
+  m_posted.Renew();
+  List& list = *m_posted.Get();
+  while (!solved.IsEmpty()) {
+    list.EmplaceBack(std::move(solved.Front()), m_machDef.GetThirdAngle());
+    solved.Erase(solved.begin());
+  }
+  return m_posted.Get();
+}
+
+void zvPosted6axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  Post(toolpath, smallMoves);
+}
+
+std::pair<zvPosted6axTPCreator::Move, post::zvMirrorAngle> zvPosted6axTPCreator::PostMove2(
+    const cadcam::zvMovePointer& move, Types type) const {
+  RequireFiniteSetup();
+  post::zvSolutionPair pair = m_solver.Solve(move, type, 0, true, misc::kNoValue, false, 0);
+  return {Move(std::move(pair.first), m_machDef.GetThirdAngle()), pair.second};
+}
+
+std::pair<zvPosted6axTPCreator::Move, zvPosted6axTPCreator::Move> zvPosted6axTPCreator::PostMove(
+    const cadcam::zvMovePointer& move, Types type) const {
+  const auto [first, solution] = PostMove2(move, type);
+  Move mirror = first;
+  mirror.SetMachinePosition(solution.machinePosition);
+  mirror.SetAngle(solution.firstAngle, 0);
+  mirror.SetAngle(solution.secondAngle, 1);
+  return {first, mirror};
+}
+
+std::pair<misc::zvAutoPointer<zvPosted6axTPCreator::Move>,
+          misc::zvAutoPointer<zvPosted6axTPCreator::Move>>
+zvPosted6axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
+                                               Types type) const {
+  const auto solutions = FiveAxisCreator().PostMoveWithinMachLimits(move, type);
+  const auto widen = [this](const misc::zvAutoPointer<zvPosted5axMove>& solution) {
+    return solution ? misc::MakeAutoPointer<Move>(std::move(*solution), m_machDef.GetThirdAngle())
+                    : misc::zvAutoPointer<Move>();
+  };
+  return {widen(solutions.first), widen(solutions.second)};
+}

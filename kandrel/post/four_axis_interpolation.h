@@ -1,0 +1,57 @@
+// zv4axInterpolator: the moves between two posted moves of a 4-axis machine.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/post/four_axis_move_maker.h>
+#include <kandrel/post/intermediate_moves.h>
+#include <kandrel/post/posted_move.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <cstdint>
+
+namespace post {
+
+/// Subdivides a step evenly, by distance and by angle, whichever gives more moves; then the steps
+/// that are still too large, down to the eighth level; and at each level drops what came out denser
+/// than needed. The moves between are blended as toolpath moves and solved like them. A blend of
+/// two orientations lies off the machine's cone unless that is flat: it is brought back onto it, so
+/// that orientation and angle belong together.
+///
+/// A step that is not above 0 switches its rule off. Rapid moves get none by angle, and none at all
+/// without InterpolateRapidMoves. Throws zvcadcamException 2189 for an orientation that blends to
+/// zero or to one along the axis, zvPostException 5039 for more than 2^31 - 2 moves at once.
+class KANDREL_API zv4axInterpolator {
+ public:
+  using Move = zvPosted4axMove;
+  using List = misc::zvMemoryPoolList<Move>;
+
+  /// Steps are those of `par`, the pole tolerance is the maker's. Both must outlive the object.
+  zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zvKDRParam& par, bool smallMoves);
+
+  /// Puts the moves between `to` and the move before it. When it throws, some stay.
+  void Between(List& list, List::iterator to) const;
+
+  /// The move halfway between two, whatever the size of the step, with a pole tolerance of its own
+  /// in degrees.
+  Move Midpoint(const Move& from, const Move& to, double poleTolerance) const;
+
+ private:
+  using Iterator = List::iterator;
+
+  void Refine(List& list, Iterator from, Iterator to, int depth) const;
+  std::uint32_t CountBetween(const Move& from, const Move& to) const;
+  void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count) const;
+  bool HasProgress(Iterator from, Iterator to) const;
+  bool IsStepTooLarge(const Move& a, const Move& b) const;
+  Move At(zvIntermediateMoves& between, double t, const zvPosted4axMoveMaker::PoleCone& cone) const;
+
+  const zvPosted4axMoveMaker& m_maker;
+  const zvKDRParam& m_par;
+  zvPosted4axMoveMaker::PoleCone m_cone;
+  bool m_smallMoves;
+  bool m_hasAngleRule;
+  bool m_hasDistanceRule;
+};
+
+}  // namespace post

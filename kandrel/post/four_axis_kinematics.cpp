@@ -1,0 +1,44 @@
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/four_axis_kinematics.h>
+
+#include <cmath>
+
+namespace post {
+
+using Point = zv4axKinematics::Point;
+
+zv4axKinematics::zv4axKinematics(const zv4axMachDef& machDef, const Point& partOrigin,
+                                 double toolLengthCompensation)
+    : m_isOnTable(machDef.GetRotaryOnWorkpiece() != 0),
+      m_spindle(machDef.GetSpindleDirection()),
+      m_axis(m_isOnTable ? machDef.GetRotationDirection() : -machDef.GetRotationDirection()),
+      m_pivot(machDef.GetRotationPivot()),
+      m_toolVector(toolLengthCompensation * m_spindle),
+      m_along(Dot(m_spindle, m_axis)),
+      m_alongSquared(m_along * m_along),
+      m_spindleCrossAxis(Cross(m_spindle, m_axis)),
+      m_isIdentity(machDef.IsIdentityTransform()),
+      m_inverseAxes(*machDef.GetInverseAxisMatrix()),
+      m_axes(machDef.GetAxisMatrix()),
+      m_partOrigin(&partOrigin) {}
+
+Point zv4axKinematics::OntoCone(const Point& dir_tool) const {
+  const double along = Dot(dir_tool, m_axis);
+  if (std::fabs(along - m_along) <= misc::kEqual) return dir_tool;
+  const Point across = (dir_tool - along * m_axis).Normalized();
+  return m_along * m_axis + m_spindleCrossAxis.Length() * across;
+}
+
+Point zv4axKinematics::PartPosition(const Point& p_mach, double deg) const noexcept {
+  const zvTurn back = zvTurn::OfDegrees(deg).Reversed();
+  const Point p = m_isIdentity ? p_mach : m_axes * p_mach;
+  if (m_isOnTable) return Rotate(p - m_toolVector, m_axis, m_pivot, back) - *m_partOrigin;
+  return p - *m_partOrigin - m_pivot - Rotate(m_toolVector, m_axis, {}, back);
+}
+
+Point zv4axKinematics::Orientation(double deg) const noexcept {
+  const Point t = Rotate(m_spindle, m_axis, {}, zvTurn::OfDegrees(deg).Reversed());
+  return t / t.Length();
+}
+
+}  // namespace post

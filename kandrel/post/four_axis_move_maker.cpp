@@ -1,0 +1,27 @@
+#include <kandrel/post/four_axis_move_maker.h>
+
+#include <cmath>
+
+namespace post {
+
+namespace {
+
+zv4axMachDef Normalised(const zv4axMachDef& machDef) {
+  zv4axMachDef copy = machDef;
+  copy.Normalize();
+  return copy;
+}
+
+}  // namespace
+
+zvPosted4axMoveMaker::zvPosted4axMoveMaker(const zv4axMachDef& machDef, const zvKDRParam& par,
+                                           const Point& partOrigin, double toolLengthCompensation)
+    : m_par(&par), m_kinematics(Normalised(machDef), partOrigin, toolLengthCompensation) {}
+
+zvPosted4axMoveMaker::PoleCone zvPosted4axMoveMaker::MakePoleCone(double deg) const {
+  if (deg == misc::kNoValue) deg = m_par->GetPoleAngleTolerance();
+  const double cosine = std::cos(deg * misc::kRadiansPerDegree);
+  return {1 - cosine * cosine};
+}
+
+}  // namespace post

@@ -1,0 +1,58 @@
+// zvPosted4axMoveMaker: one posted move of a 4-axis machine from one toolpath move.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/four_axis_kinematics.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/move_grabber.h>
+#include <kandrel/post/posted_move.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <cstdint>
+
+namespace post {
+
+/// Keeps the kinematics of the machine as it is now, and references to the parameters and the part
+/// origin, which must outlive it. Lengths in the machine's units.
+class KANDREL_API zvPosted4axMoveMaker {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  /// What the pole tolerance comes to: made once for many moves.
+  struct PoleCone {
+    double eps = 0;  // 1 - cos(tolerance)^2
+  };
+
+  /// Throws as zvMachDef::Normalize does.
+  zvPosted4axMoveMaker(const zv4axMachDef& machDef, const zvKDRParam& par, const Point& partOrigin,
+                       double toolLengthCompensation);
+
+  const zv4axKinematics& GetKinematics() const noexcept { return m_kinematics; }
+
+  /// `deg` exactly 1e308 means poleAngleTolerance of the parameters.
+  PoleCone MakePoleCone(double deg = misc::kNoValue) const;
+
+  /// The posted move for a tool along `dir_tool`, the move's orientation as a unit vector.
+  /// `sourceIndex` and `inserted` go into the extended block, which a small move doesn't have.
+  /// Nothing is checked: off the machine's cone the angle is that of no orientation.
+  zvPosted4axMove Make(const zvMoveView& move, const Point& dir_tool, zvPostedMove::Types type,
+                       std::int32_t sourceIndex, bool inserted, const PoleCone& cone,
+                       bool smallMoves) const {
+    const Point& p_part = move.GetPosition();
+    const zvSolvedAngle angle = m_kinematics.Angle(dir_tool, cone.eps);
+    const Point p_mach = m_kinematics.MachinePosition(p_part, angle.turn);
+    if (smallMoves)
+      return zvPosted4axMove(p_mach, p_part, move.GetOrientation(), angle.deg, move.GetFeed(),
+                             move.IsRapid(), type);
+    return zvPosted4axMove(p_mach, p_part, move.GetOrientation(), angle.deg, move.GetFeed(),
+                           move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
+                           move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
+  }
+
+ private:
+  const zvKDRParam* m_par;
+  zv4axKinematics m_kinematics;
+};
+
+}  // namespace post

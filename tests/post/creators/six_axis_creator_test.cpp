@@ -1,0 +1,387 @@
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/post/creators/six_axis_creator.h>
+#include <kandrel/post/post_exception.h>
+#include <tests/support/six_axis_scenes.h>
+#include <tests/support/throws_id.h>
+#include <tests/support/toolpath_builders.h>
+
+#include <limits>
+
+namespace {
+
+using post::zv6axMachDef;
+using post::zvKDRParam;
+using post::zvPosted5axMove;
+using post::zvPosted6axMove;
+using post::zvPostedMove;
+using post::zvPostException;
+using tests::Move5;
+using tests::PathBuilder;
+using tests::Point;
+using tests::Seeded;
+using tests::SixAxisScene;
+using tests::ThrowsId;
+using tests::ToPoint;
+using tests::ToVector;
+
+constexpr const wchar_t* kUnreachable =
+    L"Due to its physical limits, the current machine does not support one or more of the tool "
+    L"movements.";
+constexpr const wchar_t* kNullVector = L"Can't normalize null vector.";
+
+using Lines = std::vector<zvPosted6axMove>;
+
+// Copies, as a creator empties its list when it dies.
+Lines PostLines(const SixAxisScene& scene, const cadcam::zvToolPath& path, bool small = false) {
+  zvPosted6axTPCreator creator = scene.SixAxisCreator();
+  const auto list = creator.Post(path, small);
+  return {list->begin(), list->end()};
+}
+
+PathBuilder RandomPath(Seeded& random, const SixAxisScene& scene) {
+  PathBuilder builder;
+  PathBuilder::Moves moves;
+  for (const auto& [tip, axis] : RandomReachablePath(random, scene, random.Integer(2, 40)))
+    moves.push_back(Move5(tip, axis, random.Real(100, 5000), random.Chance(0.1)));
+  if (random.Chance(0.3)) builder.Link(4, {moves.front()});
+  return builder.Contour(moves);
+}
+
+// The 5-axis creator of the same machine, whose directions come to it as unit vectors.
+zvPosted5axTPCreator FiveAxisTwin(const SixAxisScene& scene) {
+  tests::FiveAxisSetup machine = scene.machine;
+  for (Point* p : {&machine.spindle, &machine.first, &machine.second}) *p = p->Normalized();
+  return {machine.MachDef(), scene.control, scene.par, scene.origin, scene.toolLength};
+}
+
+// The same line in both classes, field by field.
+void ExpectWidened(const zvPosted6axMove& six, const zvPosted5axMove& five, double thirdAngle) {
+  // The shared part has its own comparison, extended block included.
+  ASSERT_TRUE(static_cast<const zvPostedMove&>(six) == static_cast<const zvPostedMove&>(five));
+  ASSERT_EQ(six.GetMachinePosition(), five.GetMachinePosition());
+  ASSERT_EQ(six.GetMoveTime(), five.GetMoveTime());
+  ASSERT_EQ(six.GetAngle(0), five.GetAngle(0));
+  ASSERT_EQ(six.GetAngle(1), five.GetAngle(1));
+  ASSERT_EQ(six.GetAngle(2), thirdAngle);
+  ASSERT_EQ(six.GetPoleStatus(), five.GetPoleStatus());
+}
+
+TEST(SixAxisCreator, EveryLinePutsTheTipWhereItSays) {
+  Seeded random;
+  int lines = 0;
+  int inserted = 0;
+  int refused = 0;
+  constexpr int kPostings = 400;
+  for (int i = 0; i < kPostings; ++i) {
+    SixAxisScene scene = RandomSixAxisScene(random);
+    scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(random.Integer(1, 3)));
+    const auto path = RandomPath(random, scene);
+    Lines posted;
+    try {
+      posted = PostLines(scene, path);
+    } catch (const zvPostException& e) {
+      ASSERT_EQ(e.GetId(), 5000u);  // what lies between two reachable orientations need not be
+      ++refused;
+      continue;
+    }
+    const auto model = scene.SixAxisModel();
+    const double size = scene.Size() + scene.thirdPivot.Length();
+    for (const zvPosted6axMove& line : posted) {
+      const auto pose = model.At(ToVector(line.GetMachinePosition()), line.GetAngle(0),
+                                 line.GetAngle(1), line.GetAngle(2));
+      const double reach =
+          size + line.GetPartPosition().Length() + line.GetMachinePosition().Length();
+      ASSERT_LE((ToPoint(pose.tip) - line.GetPartPosition()).Length(), 1e-9 * reach) << i;
+      ASSERT_LE((ToPoint(pose.axis) - line.GetOrientation().Normalized()).Length(), 2e-4) << i;
+      ASSERT_EQ(line.GetAngle(2), scene.thirdAngle);
+      ++lines;
+      inserted += line.IsInserted() ? 1 : 0;
+    }
+  }
+  EXPECT_LT(refused, kPostings / 4);
+  EXPECT_GT(inserted, lines / 4);
+}
+
+TEST(SixAxisCreator, TheFlagsDecideTheSidesAndTheThirdAxisNothing) {
+  constexpr struct {
+    std::int32_t first, second, kind;
+  } kTable[] = {{0, 0, 1}, {1, 1, 3}, {1, 0, 2}, {1, 2, 2}, {1, -1, 2},
+                {0, 1, 2}, {2, 2, 2}, {2, 0, 2}, {0, 7, 2}, {-1, -1, 2}};
+  Seeded random;
+  for (const auto& row : kTable)
+    for (const std::int32_t fiveAxisKind : {-1, 0, 1, 2, 3}) {
+      SixAxisScene scene = RandomSixAxisScene(random);
+      scene.machine.kind = row.kind;
+      scene.fiveAxisKind = fiveAxisKind;
+      zv6axMachDef machDef = scene.MachDef();
+      machDef.SetFirstOnWorkpiece(row.first);
+      machDef.SetSecondOnWorkpiece(row.second);
+      machDef.SetThirdOnWorkpiece(random.Integer(-1, 2));
+      machDef.SetThirdRotationDirection(AnyVector(random));
+      machDef.SetThirdRotationPivot(random.Vector(500));
+      zvPosted6axTPCreator six(machDef, scene.control, scene.par, scene.origin, scene.toolLength);
+      zvPosted5axTPCreator five = FiveAxisTwin(scene);
+      const auto path =
+          PathBuilder().Contour({Move5({1, 2, 3}, ToPoint(scene.Model().At({}, 30, 20).axis)),
+                                 Move5({4, 5, 6}, ToPoint(scene.Model().At({}, 31, 21).axis))});
+      for (const bool small : {false, true}) {
+        const auto lines = six.Post(path, small);
+        const auto fiveLines = five.Post(path, small);
+        ASSERT_EQ(lines->GetCount(), fiveLines->GetCount());
+        auto other = fiveLines->begin();
+        for (const zvPosted6axMove& line : *lines) ExpectWidened(line, *other++, scene.thirdAngle);
+        if (HasFatalFailure()) FAIL() << row.first << ' ' << row.second << ' ' << fiveAxisKind;
+      }
+    }
+}
+
+// Rewinding, poles, large jumps, wrapping and limits are those of five axes.
+TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorDoes) {
+  Seeded random;
+  int refused = 0;
+  std::uint32_t rewindings = 0;
+  for (int i = 0; i < 300; ++i) {
+    SixAxisScene scene = RandomSixAxisScene(random);
+    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(random.Integer(0, 3)));
+    scene.par.SetMaxAngleJump(random.Real(20, 179));
+    scene.par.SetFirstMoveSolutionIndex(random.Chance(0.5) ? zvKDRParam::mirrorSolution
+                                                           : zvKDRParam::firstSolution);
+    scene.control.SetFirstAxisLimit(
+        static_cast<post::zv5axControlDef::angleLimit>(random.Integer(0, 2)));
+    const double reach = random.Real(185, 300);
+    scene.machine.firstRange = {-reach, reach};
+    const auto path = RandomPath(random, scene);
+    zvPosted5axTPCreator five = FiveAxisTwin(scene);
+    zvPosted6axTPCreator six = scene.SixAxisCreator();
+    try {
+      five.Post(path, false);
+    } catch (const misc::zvException& e) {
+      ++refused;
+      ASSERT_TRUE(
+          ThrowsId<zvPostException>([&] { six.Post(path, false); }, e.GetId(), e.GetMessage()));
+      continue;
+    }
+    const auto lines = six.Post(path, false);
+    ASSERT_EQ(lines->GetCount(), five.GetPostedList()->GetCount());
+    auto other = five.GetPostedList()->begin();
+    for (const zvPosted6axMove& line : *lines) ExpectWidened(line, *other++, scene.thirdAngle);
+    if (HasFatalFailure()) FAIL() << i;
+    ASSERT_EQ(six.GetCounts().blendedPoles, five.GetCounts().blendedPoles);
+    ASSERT_EQ(six.GetCounts().largeJumps, five.GetCounts().largeJumps);
+    ASSERT_EQ(six.GetCounts().rewindings, five.GetCounts().rewindings);
+    rewindings += six.GetCounts().rewindings;
+  }
+  EXPECT_GT(rewindings, 10u);
+  EXPECT_LT(refused, 150);
+}
+
+SixAxisScene TrunnionScene() {
+  SixAxisScene scene;
+  scene.thirdAngle = 30;
+  return scene;
+}
+
+TEST(SixAxisCreator, AFailedRunKeepsTheFormerListAndAnEmptyPathDoesNot) {
+  SixAxisScene scene = TrunnionScene();
+  scene.machine.second = {0, 1, 1};  // reaches down to the horizontal and no further
+  zvPosted6axTPCreator creator = scene.SixAxisCreator();
+  EXPECT_TRUE(creator.GetPostedList().IsNull());
+  const auto down =
+      PathBuilder().Contour({Move5({1, 2, 3}, {0, 0, 1}), Move5({0, 0, 0}, {0, 0, -1})});
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { creator.Post(down, true); }, 5000, kUnreachable));
+  EXPECT_TRUE(creator.GetPostedList().IsNull());
+
+  const auto former = creator.Post(
+      PathBuilder().Contour({Move5({1, 2, 3}, {0, 0, 1}), Move5({9, 2, 3}, {0, 0.6, 0.8})}), false);
+  const std::uint32_t count = former->GetCount();
+  EXPECT_GT(count, 10u);
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { creator.Post(down, true); }, 5000, kUnreachable));
+  EXPECT_EQ(creator.GetPostedList(), former);
+  EXPECT_EQ(former->GetCount(), count);
+  EXPECT_THROW(creator.Post(PathBuilder(tests::kInch).Contour({Move5({}, {0, 0, 1})}), true),
+               zvPostException);
+  EXPECT_EQ(former->GetCount(), count);
+
+  // The former list lives on with whoever holds it; another unit is no matter without a move.
+  EXPECT_TRUE(creator.Post(cadcam::zvToolPath(tests::kInch), true)->IsEmpty());
+  EXPECT_NE(creator.GetPostedList(), former);
+  EXPECT_EQ(former->GetCount(), count);
+}
+
+TEST(SixAxisCreator, SetListsAreCopiesAndCreatorsShareNone) {
+  const SixAxisScene scene = TrunnionScene();
+  zvPosted6axTPCreator creator = scene.SixAxisCreator();
+  EXPECT_EQ(creator.GetInstanceType(), zvPostedTPCreator::instance6ax);
+  creator.ClearPostedList();
+  creator.PostRun(PathBuilder().Contour({Move5({1, 2, 3}, {0, 0, 1})}), false);
+  zvPosted6axTPCreator copy(creator);
+  EXPECT_TRUE(copy.GetPostedList().IsNull());
+  EXPECT_EQ(copy.GetInstanceType(), zvPostedTPCreator::instance6ax);
+  copy.SetPostedList(creator.GetPostedList());
+  creator.ClearPostedList();
+  EXPECT_TRUE(creator.GetPostedList()->IsEmpty());
+  ASSERT_EQ(copy.GetPostedList()->GetCount(), 1u);
+  EXPECT_EQ(copy.GetPostedList()->Front().GetAngle(2), 30);
+  EXPECT_EQ(copy.GetPostedList()->Front().GetExtendedId(), 7u);
+
+  const auto machDef = creator.GetMachDefPtr();
+  EXPECT_EQ(machDef->GetNumbersOfAxes(), post::zvMachDef::sixAxes);
+  EXPECT_NE(machDef.Get(), &creator.GetMachDef());
+}
+
+TEST(SixAxisCreator, ASingleMoveComesInBothSolutions) {
+  Seeded random;
+  for (int i = 0; i < 300; ++i) {
+    const SixAxisScene scene = RandomSixAxisScene(random);
+    const auto creator = scene.SixAxisCreator();
+    const auto [tip, axis] = RandomReachablePath(random, scene, 1).front();
+    const auto move = Move5(tip, axis);
+    const auto [first, mirror] = creator.PostMove(move, zvPostedMove::link2);
+    const auto [alone, angles] = creator.PostMove2(move, zvPostedMove::link2);
+    ASSERT_TRUE(alone == first);
+    ASSERT_EQ(angles.firstAngle, mirror.GetAngle(0));
+    ASSERT_EQ(angles.secondAngle, mirror.GetAngle(1));
+    ASSERT_EQ(angles.machinePosition, mirror.GetMachinePosition());
+    const auto model = scene.SixAxisModel();
+    for (const zvPosted6axMove& line : {first, mirror}) {
+      const auto pose = model.At(ToVector(line.GetMachinePosition()), line.GetAngle(0),
+                                 line.GetAngle(1), line.GetAngle(2));
+      const double size = scene.Size() + scene.thirdPivot.Length() +
+                          line.GetMachinePosition().Length() + tip.Length();
+      ASSERT_LE((ToPoint(pose.tip) - tip).Length(), 1e-9 * size) << i;
+      ASSERT_LE((ToPoint(pose.axis) - axis.Normalized()).Length(), 2e-4) << i;
+      ASSERT_EQ(line.GetPoleStatus(), first.GetPoleStatus());
+      ASSERT_EQ(line.GetType(), zvPostedMove::link2);
+      ASSERT_EQ(line.GetExtendedId(), 7u);
+      ASSERT_TRUE(line.IsInserted());
+      ASSERT_EQ(line.GetSourceIndex(), 0);
+    }
+  }
+}
+
+TEST(SixAxisCreator, ASolutionOutOfLimitsIsNull) {
+  SixAxisScene scene = TrunnionScene();
+  const auto move = Move5({10, 20, 30}, {0, 0.6, 0.8});
+  const auto within = [&] {
+    return scene.SixAxisCreator().PostMoveWithinMachLimits(move, zvPostedMove::noLink);
+  };
+  scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
+  const double second = within().first->GetAngle(1);
+  EXPECT_EQ(within().second->GetAngle(1), -second);
+  EXPECT_EQ(within().second->GetAngle(2), 30);
+  const bool firstTiltsUp = second > 0;
+  scene.machine.secondRange = {0, 90};
+  EXPECT_EQ(within().first.IsNull(), !firstTiltsUp);
+  EXPECT_EQ(within().second.IsNull(), firstTiltsUp);
+  scene.machine.secondRange = {-90, 0};
+  EXPECT_EQ(within().first.IsNull(), firstTiltsUp);
+  EXPECT_EQ(within().second.IsNull(), !firstTiltsUp);
+  scene.machine.secondRange = {-10, 10};
+  EXPECT_THROW(within(), zvPostException);
+  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(7));
+  EXPECT_TRUE(ThrowsId<zvPostException>(within, 5046, L"Unknown machine limits."));
+}
+
+// Postings read the creator's own parameters and machine; the solver those of the constructor.
+TEST(SixAxisCreator, ReadsParametersAndMachinesWhereItShould) {
+  SixAxisScene scene = TrunnionScene();
+  scene.machine.secondRange = {-10, 10};
+  zvPosted6axTPCreator creator = scene.SixAxisCreator();
+  const auto nearPole = Move5({10, 20, 30}, {0, 0.05, 1});
+  const auto path = PathBuilder().Contour({nearPole, Move5({11, 20, 30}, {0, 0.06, 1})});
+  const auto poleOfSingle = [&] {
+    return creator.PostMove2(nearPole, zvPostedMove::noLink).first.GetPoleStatus();
+  };
+  const auto post = [&] {
+    const auto list = creator.Post(path, true);
+    return Lines(list->begin(), list->end());
+  };
+  const Lines before = post();
+  EXPECT_EQ(poleOfSingle(), 0u);
+  scene.par.SetPoleAngleTolerance(5);
+  scene.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+  EXPECT_EQ(poleOfSingle(), 1u);
+  EXPECT_EQ(post(), before);
+  EXPECT_FALSE(creator.PostMoveWithinMachLimits(Move5({}, {0, 0.6, 0.8}), zvPostedMove::noLink)
+                   .first.IsNull())
+      << "limits are still not checked";
+
+  const auto single = creator.PostMove2(Move5({}, {0, 0.6, 0.8}), zvPostedMove::noLink).first;
+  zv6axMachDef other = scene.MachDef();
+  other.SetFirstRotationPivot({100, 0, 0});
+  other.SetSecondRotationPivot({0, 0, 100});
+  other.SetThirdAngle(-7);
+  creator.SetMachDef(other);
+  const auto again = creator.PostMove2(Move5({}, {0, 0.6, 0.8}), zvPostedMove::noLink).first;
+  EXPECT_EQ(again.GetMachinePosition(), single.GetMachinePosition());
+  EXPECT_EQ(again.GetAngle(2), -7);
+  EXPECT_NE(post().front().GetMachinePosition(), before.front().GetMachinePosition());
+}
+
+// The first solution that a failing rewinding turns round is that run's own.
+TEST(SixAxisCreator, OnePostingDoesNotInfluenceTheNext) {
+  SixAxisScene scene = TrunnionScene();
+  scene.machine.firstRange = {0, 180};
+  scene.machine.secondRange = {1, 100};
+  scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
+  PathBuilder::Moves screw;
+  for (int i = 0; i < 100; ++i)
+    screw.push_back(Move5({0, 0, 0.1 * i}, ToPoint(scene.Model().At({}, 5.0 * i, 30).axis)));
+  const auto path = PathBuilder().Contour(screw);
+  zvPosted5axTPCreator five = scene.Creator();
+  EXPECT_THROW(five.Post(path, true), zvPostException);
+  ASSERT_EQ(five.GetPar().GetFirstMoveSolutionIndex(), zvKDRParam::mirrorSolution);
+  zvPosted6axTPCreator six = scene.SixAxisCreator();
+  EXPECT_THROW(six.Post(path, true), zvPostException);
+  EXPECT_EQ(six.GetPar().GetFirstMoveSolutionIndex(), zvKDRParam::firstSolution);
+}
+
+TEST(SixAxisCreator, RefusesMachinesThatCannotBePostedFor) {
+  const SixAxisScene scene;
+  const auto build = [&](const zv6axMachDef& machDef) {
+    zvPosted6axTPCreator(machDef, scene.control, scene.par, scene.origin, 0);
+  };
+  const auto changed = [&](auto change) {
+    zv6axMachDef machDef = scene.MachDef();
+    change(machDef);
+    return machDef;
+  };
+  const auto parallel = changed([](zv6axMachDef& m) { m.SetSecondRotationDirection({0, 0, -3}); });
+  EXPECT_TRUE(ThrowsId<zvPostException>(
+      [&] { build(parallel); }, 5045,
+      L"If machine definiton contains an axis of rotation parallel with the spindle, then it must "
+      L"be defined as first rotation axis."));
+  // The definition takes both; only as unit vectors they are the same.
+  const auto equal = changed([](zv6axMachDef& m) {
+    m.SetFirstRotationDirection({0, 3, 0});
+    m.SetSecondRotationDirection({0, 5, 0});
+  });
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { build(equal); }, 5002,
+                                        L"Equal rotation axis direction passed."));
+  EXPECT_TRUE(
+      ThrowsId<cadcam::zvcadcamException>([&] { build(zv6axMachDef()); }, 2189, kNullVector))
+      << "the third direction of a default definition is zero";
+  EXPECT_TRUE(ThrowsId<zvPostException>(
+      [&] {
+        build(changed([](zv6axMachDef& m) {
+          m.SetFirstRotationPivot({0, std::numeric_limits<double>::quiet_NaN(), 0});
+        }));
+      },
+      5039, L"Invalid vector was passed."));
+
+  const auto fromPointer = [&](const misc::zvAutoPointer<post::zvMachDef>& machDef) {
+    zvPosted6axTPCreator(machDef, scene.control, scene.par, scene.origin, 0);
+  };
+  fromPointer(scene.MachDef().Clone());
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { fromPointer(post::zv5axMachDef().Clone()); }, 5043,
+                                        L"Wrong static method called."));
+  EXPECT_TRUE(
+      ThrowsId<misc::zvException>([&] { fromPointer(nullptr); }, 0, L"Accessing NULL pointer"));
+  auto creator = scene.SixAxisCreator();
+  creator.SetMachDef(parallel);
+  EXPECT_THROW(creator.Post(PathBuilder().Contour({Move5({}, {0, 0, 1})}), true), zvPostException);
+  EXPECT_THROW(creator.SetMachDef(post::zv5axMachDef().Clone()), zvPostException);
+}
+
+}  // namespace

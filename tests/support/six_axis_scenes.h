@@ -1,0 +1,69 @@
+// Random 6-axis machines, and the same machines as rigid bodies.
+#pragma once
+
+#include <kandrel/post/creators/six_axis_creator.h>
+#include <tests/support/five_axis_scenes.h>
+
+namespace tests {
+
+/// A 5-axis scene with a third axis that stands still.
+struct SixAxisScene : FiveAxisScene {
+  /// Not what decides about the sides; the flags are made from `machine.kind`.
+  std::int32_t fiveAxisKind = 0;
+  Point third{0, 1, 0};
+  Point thirdPivot{};
+  double thirdAngle = 0;
+
+  post::zv6axMachDef MachDef() const {
+    const FiveAxisSetup& m = machine;
+    post::zv6axMachDef machDef(fiveAxisKind, m.units, m.spindle, m.first, m.second, third,
+                               m.firstPivot, m.secondPivot, thirdPivot, m.firstRange.first,
+                               m.secondRange.first, m.firstRange.second, m.secondRange.second,
+                               thirdAngle, m.low, m.high, m.axes[0], m.axes[1], m.axes[2]);
+    machDef.SetFirstOnWorkpiece(m.kind == 1 ? 0 : 1);
+    machDef.SetSecondOnWorkpiece(m.kind == 3 ? 1 : 0);
+    return machDef;
+  }
+
+  zvPosted6axTPCreator SixAxisCreator() const&& = delete;  // it refers to the scene
+  zvPosted6axTPCreator SixAxisCreator() const& {
+    return {MachDef(), control, par, origin, toolLength};
+  }
+
+  rigid::ThirdAxisMachine SixAxisModel() const {
+    return {Model(), {ToVector(third), ToVector(thirdPivot)}, thirdAngle};
+  }
+};
+
+/// RandomScene with a third axis. Kind 0 can't be told by flags.
+inline SixAxisScene RandomSixAxisScene(Seeded& random) {
+  SixAxisScene scene{RandomScene(random)};
+  if (scene.machine.kind == 0) scene.machine.kind = 3;
+  scene.fiveAxisKind = random.Integer(-1, 3);
+  scene.third = AnyVector(random);
+  scene.thirdPivot = random.Vector(500);
+  scene.thirdAngle = random.Real(-400, 400);
+  return scene;
+}
+
+/// A path over orientations that the machine reaches, as angles on its model tell.
+inline std::vector<std::pair<Point, Point>> RandomReachablePath(Seeded& random,
+                                                                const FiveAxisScene& scene,
+                                                                int count) {
+  const auto model = scene.Model();
+  double first = random.Real(-170, 170);
+  double second = random.Real(-170, 170);
+  const double firstStep = random.Real(-40, 40);
+  const double secondStep = random.Real(-10, 10);
+  Point tip = random.Vector(200);
+  std::vector<std::pair<Point, Point>> path;
+  for (int i = 0; i < count; ++i) {
+    path.emplace_back(tip, ToPoint(model.At({}, first, second).axis));
+    first += firstStep * random.Real(0, 1);
+    second += secondStep * random.Real(0, 1);
+    tip += random.Vector(8);
+  }
+  return path;
+}
+
+}  // namespace tests
