@@ -1,17 +1,21 @@
 #include <fmt/format.h>
 #include <kandrel/post/creators/five_axis_creator.h>
+#include <kandrel/post/creators/four_axis_creator.h>
+#include <kandrel/post/creators/posting_facade.h>
+#include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <kandrel/post/mach_def_utils.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <optional>
 
 #include "cl_reader.h"
 #include "commands.h"
 #include "csv_writer.h"
 #include "errors.h"
+#include "machine_values.h"
 #include "memory_limit.h"
 #include "nc_writer.h"
 #include "output_folder.h"
@@ -73,60 +77,89 @@ void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRPa
                      byDistance >= byAngle ? step : angleStep, inserted));
 }
 
-// Writes a posted list and collects what the summary tells of it.
-template <class List, class Observe>
-PostedStatistics WriteFiles(const List& posted, OutputFolder& folder, const Machine& machine,
-                            const std::array<bool, 3>& wrapped, Progress& progress,
-                            Observe&& observe) {
-  progress.Stage("writing");
-  CsvWriter csv(folder.Create("posted.csv"));
-  NcWriter nc(folder.Create("posted.nc"), machine.name, AxisNames(machine),
-              machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch, wrapped);
-  PostedStatistics statistics;
-  for (const auto& move : posted) {
+struct Job {
+  const PostOptions& options;
+  const Machine& machine;
+  const post::zvKDRParam& par;
+  const cadcam::zvToolPath& toolPath;
+  OutputFolder& folder;
+  Progress& progress;
+  Report& report;
+};
+
+// Writes the posted moves that `forEachMove` hands over one by one, and collects what the summary
+// tells of them.
+template <class ForEach>
+PostedStatistics WriteFiles(const Job& job, std::uint64_t count, const ForEach& forEachMove) {
+  const post::zvMachDef& machDef = *job.machine.builder.GetMachDef();
+  const post::zv5axControlDef& control = job.options.control;
+  const std::array<bool, 3> wrapped = WrappedAxes(control);
+  job.progress.Stage("writing");
+  CsvWriter csv(job.folder.Create("posted.csv"));
+  NcWriter nc(job.folder.Create("posted.nc"), job.machine.name, AxisNames(job.machine),
+              machDef.GetUnits() == measures::zvUnitsFactory::inch, wrapped);
+  PostedStatistics statistics(wrapped);
+  std::optional<RotaryMotion> motion;
+  if (AxisCount(job.machine) >= 5)
+    motion.emplace(TurningPart(machDef), control, job.options.origin, job.options.toolLength,
+                   job.par.GetPoleAngleTolerance());
+  forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
     csv.Write(row);
     nc.Write(row);
     statistics.Add(row);
-    observe(move);
+    if (motion) motion->Add(row);
     if (statistics.GetCount() % kMovesBetweenReports == 0)
-      progress.Fraction(static_cast<double>(statistics.GetCount()) / posted.GetCount());
-  }
+      job.progress.Fraction(static_cast<double>(statistics.GetCount()) /
+                            static_cast<double>(count));
+  });
   nc.Finish();
+  job.report.wrapped = wrapped;
+  job.report.rotarySlackDeg = job.par.GetLimitTolerance();
+  if (motion) {
+    job.report.polesCrossed = motion->GetPolesCrossed();
+    job.report.deviation = {motion->GetLargest(), motion->GetIndex(),
+                            NcWriter::NumberOf(motion->GetIndex())};
+  }
   return statistics;
 }
 
-PostedStatistics PostThreeAxes(const PostOptions& options, const Machine& machine,
-                               const post::zvKDRParam& par, const ClProgram& program,
-                               OutputFolder& folder, Progress& progress) {
-  progress.Stage("posting");
-  zvPosted3axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
-                               options.toolLength);
-  const auto posted = creator.Post(program.toolPath, options.small);
-  return WriteFiles(*posted, folder, machine, {}, progress, [](const post::zvPosted3axMove&) {});
+// Whatever the machine: moves with their extended blocks.
+PostedStatistics PostAny(const Job& job) {
+  const misc::zvAutoPointer<post::zvMachDef> machDef = job.machine.builder.GetMachDef();
+  zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
+                      job.options.toolLength);
+  const post::zvPostedTP& posted = kernel.Post(job.toolPath);
+  job.report.counts = kernel.GetCounts();
+  return WriteFiles(job, posted.GetCount(), [&](const auto& write) {
+    for (auto move = posted.Begin(); move != posted.End(); ++move) write(**move);
+  });
 }
 
-PostedStatistics PostFiveAxes(const PostOptions& options, const Machine& machine,
-                              const post::zvKDRParam& par, const ClProgram& program,
-                              OutputFolder& folder, Progress& progress, Report& report) {
-  progress.Stage("posting");
-  zvPosted5axTPCreator creator(machine.builder.GetMachDef(), options.control, par, options.origin,
-                               options.toolLength);
-  const auto posted = creator.Post(program.toolPath, options.small);
-  const std::array<bool, 3> wrapped = WrappedAxes(options.control);
-  RotaryMotion motion(creator.GetMachDef(), options.control, options.origin, options.toolLength,
-                      par.GetPoleAngleTolerance());
-  const PostedStatistics statistics =
-      WriteFiles(*posted, folder, machine, wrapped, progress,
-                 [&](const post::zvPosted5axMove& move) { motion.Add(move); });
-  report.counts = creator.GetCounts();
-  report.polesCrossed = motion.GetPolesCrossed();
-  report.rotarySlackDeg = par.GetLimitTolerance();
-  report.wrapped = wrapped;
-  report.turns = {motion.GetTurns(0), motion.GetTurns(1)};
-  report.deviation = {motion.GetLargest(), motion.GetIndex(),
-                      NcWriter::NumberOf(motion.GetIndex())};
-  return statistics;
+// Moves without extended blocks, which the creator of the machine's class makes.
+template <class Creator>
+PostedStatistics PostSmall(const Job& job) {
+  Creator creator(job.machine.builder.GetMachDef(), job.options.control, job.par,
+                  job.options.origin, job.options.toolLength);
+  const auto posted = creator.Post(job.toolPath, true);
+  if constexpr (requires { creator.GetCounts(); }) job.report.counts = creator.GetCounts();
+  return WriteFiles(job, posted->GetCount(), [&](const auto& write) {
+    for (const auto& move : *posted) write(move);
+  });
+}
+
+PostedStatistics Post(const Job& job) {
+  if (!job.options.small) return PostAny(job);
+  switch (AxisCount(job.machine)) {
+    case 3:
+      return PostSmall<zvPosted3axTPCreator>(job);
+    case 4:
+      return PostSmall<zvPosted4axTPCreator>(job);
+    case 5:
+      return PostSmall<zvPosted5axTPCreator>(job);
+    default:
+      return PostSmall<zvPosted6axTPCreator>(job);
+  }
 }
 
 }  // namespace
@@ -136,22 +169,18 @@ void RunPost(const PostOptions& options) {
   const Machine machine = LoadMachine(options.machine);
   post::zvKDRParam par(machine.builder.GetMachDef()->GetUnits());
   for (const std::string& setting : options.settings) ApplySetting(par, setting);
-  const int axes = AxisCount(machine);
-  if (axes != 3 && axes != 5)
-    Fail(fmt::format("{}: only 3- and 5-axis machines can be posted for yet, this one has {} axes",
-                     options.machine, axes));
 
   Progress progress;
   progress.Stage("reading");
   const ClProgram program = ReadClFile(options.toolPathFile, options.rapidLinkType, progress);
-  RefuseHopelessSteps(program.toolPath, par, axes > 3, options.small);
+  RefuseHopelessSteps(program.toolPath, par, AxisCount(machine) > 3, options.small);
 
   Report report;
   report.small = options.small;
   OutputFolder folder(options.folder);
+  progress.Stage("posting");
   const PostedStatistics statistics =
-      axes == 3 ? PostThreeAxes(options, machine, par, program, folder, progress)
-                : PostFiveAxes(options, machine, par, program, folder, progress, report);
+      Post({options, machine, par, program.toolPath, folder, progress, report});
   progress.Stop();
 
   const std::string prefix = options.folder + (options.folder.ends_with('/') ? "" : "/");

@@ -16,17 +16,7 @@ struct PostedRow {
   std::optional<std::uint32_t> pole;  ///< of five and six axes
 };
 
-inline PostedRow RowOf(const post::zvPosted3axMove& move) {
-  return {move, {}, 0, {}};
-}
-inline PostedRow RowOf(const post::zvPosted4axMove& move) {
-  return {move, {move.GetRotaryAngle()}, 1, {}};
-}
-inline PostedRow RowOf(const post::zvPosted5axMove& move) {
-  return {move, {move.GetAngle(0), move.GetAngle(1)}, 2, move.GetPoleStatus()};
-}
-inline PostedRow RowOf(const post::zvPosted6axMove& move) {
-  return {move, {move.GetAngle(0), move.GetAngle(1), move.GetAngle(2)}, 3, move.GetPoleStatus()};
-}
+/// The row of a move of whatever class. It refers to the move.
+PostedRow RowOf(const post::zvPostedMove& move);
 
 }  // namespace kandrel_post

@@ -42,6 +42,37 @@ constexpr auto kPresets = std::to_array<Preset>({
   "axes": 3, "units": "metric", "names": ["X", "Y", "Z"],
   "minLimits": [-500, -400, -300], "maxLimits": [500, 400, 300]
 })"},
+    {"mill4_head_a", "4 axes, metric: A swivels the head by 110 degrees each way", R"({
+  "axes": 4, "units": "metric", "names": ["X", "Y", "Z", "A"],
+  "minLimits": [-1000, -600, -500], "maxLimits": [1000, 600, 800],
+  "rotaryOnWorkpiece": 0,
+  "rotary": [{"direction": [1, 0, 0], "pivot": [0, 0, 0], "min": -110, "max": 110}]
+})"},
+    {"mill4_table_a", "4 axes, metric: machining centre with a rotary table A, turns without end",
+     R"({
+  "axes": 4, "units": "metric", "names": ["X", "Y", "Z", "A"],
+  "minLimits": [-500, -400, -300], "maxLimits": [500, 400, 500],
+  "rotaryOnWorkpiece": 1,
+  "rotary": [{"direction": [-1, 0, 0], "pivot": [0, 0, 0], "min": -100000, "max": 100000}]
+})"},
+    {"mill4_table_a_limited",
+     "4 axes, metric: rotary table A that stops after five turns each way and must be rewound",
+     R"({
+  "axes": 4, "units": "metric", "names": ["X", "Y", "Z", "A"],
+  "minLimits": [-500, -400, -300], "maxLimits": [500, 400, 500],
+  "rotaryOnWorkpiece": 1,
+  "rotary": [{"direction": [-1, 0, 0], "pivot": [0, 0, 0], "min": -1800, "max": 1800}]
+})"},
+    {"mill6_cb_w",
+     "6 axes, metric: C turns the table, B swivels the head, W holds the spindle head",
+     R"({
+  "axes": 6, "units": "metric", "names": ["X", "Y", "Z", "C", "B", "W"],
+  "minLimits": [-600, -400, -400], "maxLimits": [600, 400, 900],
+  "rotary": [{"direction": [0, 0, -1], "pivot": [0, 0, 0], "min": -100000, "max": 100000},
+             {"direction": [0, 1, 0], "pivot": [0, 0, 180], "min": -110, "max": 110},
+             {"direction": [0, 0, 1], "pivot": [0, 0, 0]}],
+  "thirdAngle": 0, "firstOnWorkpiece": 1, "secondOnWorkpiece": 0, "thirdOnWorkpiece": 0
+})"},
     {"nutating_head_cb",
      "5 axes, metric: head whose B axis lies at 45 degrees, tilts to horizontal",
      R"({

@@ -95,6 +95,11 @@ void PostedStatistics::Add(const PostedRow& row) {
     range.min = m_count == 0 ? values[i] : std::min(range.min, values[i]);
     range.max = m_count == 0 ? values[i] : std::max(range.max, values[i]);
   }
+  for (std::size_t i = 0; i < m_wayDeg.size() && m_count != 0; ++i) {
+    const double way = row.angles[i] - m_anglesDeg[i];
+    m_wayDeg[i] += std::abs(m_wrapped[i] ? std::remainder(way, 360) : way);
+  }
+  m_anglesDeg = row.angles;
   ++m_count;
   m_rapidCount += row.move.IsRapid() ? 1 : 0;
   m_insertedCount += !row.move.HasNoExtended() && row.move.IsInserted() ? 1 : 0;
@@ -142,10 +147,10 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
     fmt::format_to(out, "\n");
   }
   fmt::format_to(out, "rapid           {}\n", posted.GetRapidCount());
-  if (!report.turns.empty()) {
+  if (limits.size() > 3) {
     std::string turns;
-    for (std::size_t i = 0; i < report.turns.size() && 3 + i < names.size(); ++i)
-      turns += fmt::format("{}{} {:.2f}", i == 0 ? "" : ", ", names[3 + i], report.turns[i]);
+    for (std::size_t i = 3; i < limits.size() && i < names.size(); ++i)
+      turns += fmt::format("{}{} {:.2f}", i == 3 ? "" : ", ", names[i], posted.GetTurns(i - 3));
     fmt::format_to(out, "turns           {}\n", turns);
   }
   fmt::format_to(out, "total time      {}\n", Duration(posted.GetSeconds()));

@@ -23,6 +23,9 @@ class PostedStatistics {
     double max = 0;
   };
 
+  /// The control takes the shorter way to the angles of `wrapped` rotary axes.
+  explicit PostedStatistics(const std::array<bool, 3>& wrapped) : m_wrapped(wrapped) {}
+
   void Add(const PostedRow& row);
 
   std::uint64_t GetCount() const noexcept { return m_count; }
@@ -32,6 +35,9 @@ class PostedStatistics {
   double GetSeconds() const noexcept { return m_seconds; }
   /// Of X, Y, Z and the rotary axes; meaningless before the first Add.
   const Range& GetRange(std::size_t axis) const { return m_ranges[axis]; }
+  /// All the way of a rotary axis, both directions and rapid moves counted, in turns of 360
+  /// degrees.
+  double GetTurns(std::size_t axis) const { return m_wayDeg[axis] / 360; }
 
  private:
   std::uint64_t m_count = 0;
@@ -39,6 +45,9 @@ class PostedStatistics {
   std::uint64_t m_insertedCount = 0;
   double m_seconds = 0;
   std::array<Range, 6> m_ranges{};
+  std::array<bool, 3> m_wrapped;
+  std::array<double, 3> m_anglesDeg{};  // of the move before
+  std::array<double, 3> m_wayDeg{};
 };
 
 struct Report {
@@ -49,7 +58,6 @@ struct Report {
   std::uint64_t polesCrossed = 0;
   double rotarySlackDeg = 0;      ///< by which angles may pass their limits
   std::array<bool, 3> wrapped{};  ///< rotary axes whose angles the control wraps
-  std::vector<double> turns;      ///< of each rotary axis
   /// From five axes on.
   struct Deviation {
     double largest = 0;

@@ -130,27 +130,21 @@ void RotaryMotion::CountPoles(const Point& orientation, bool feedMove) {
   m_enteredPole = isOn && feedMove;
 }
 
-void RotaryMotion::Add(const Move& move) {
+void RotaryMotion::Add(const PostedRow& row) {
+  const post::zvPostedMove& move = row.move;
   CountPoles(move.GetOrientation(), !move.IsRapid());
-  if (m_count != 0) {
-    Block block{
-        m_previous.GetMachinePosition(),
-        move.GetMachinePosition() - m_previous.GetMachinePosition(),
-        m_previous.GetPartPosition(),
-        move.GetPartPosition() - m_previous.GetPartPosition(),
-        {m_previous.GetAngle(0), m_previous.GetAngle(1)},
-        {move.GetAngle(0) - m_previous.GetAngle(0), move.GetAngle(1) - m_previous.GetAngle(1)}};
-    for (std::size_t i = 0; i < 2; ++i) {
+  if (m_count != 0 && !move.IsRapid()) {
+    Block block{m_machine, move.GetMachinePosition() - m_machine,
+                m_part,    move.GetPartPosition() - m_part,
+                m_angles,  {row.angles[0] - m_angles[0], row.angles[1] - m_angles[1]}};
+    for (std::size_t i = 0; i < 2; ++i)
       if (m_wrapped[i]) block.turns[i] = std::remainder(block.turns[i], kTurn);
-      m_wayDeg[i] += std::abs(block.turns[i]);
-    }
     // Without a turn the tip runs straight.
-    if (!move.IsRapid() && (block.turns[0] != 0 || block.turns[1] != 0)) Examine(block);
+    if (block.turns[0] != 0 || block.turns[1] != 0) Examine(block);
   }
-  m_previous.SetMachinePosition(move.GetMachinePosition());
-  m_previous.SetPartPosition(move.GetPartPosition());
-  m_previous.SetAngle(move.GetAngle(0), 0);
-  m_previous.SetAngle(move.GetAngle(1), 1);
+  m_machine = move.GetMachinePosition();
+  m_part = move.GetPartPosition();
+  m_angles = {row.angles[0], row.angles[1]};
   ++m_count;
 }
 

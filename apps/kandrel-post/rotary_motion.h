@@ -1,13 +1,15 @@
-// What the rotary axes of a posted list do: their turns, the poles they cross, and how far the tip
-// leaves its line meanwhile.
+// What two rotary axes of a posted list do: the poles they cross, and how far the tip leaves its
+// line meanwhile.
 #pragma once
 
 #include <kandrel/post/control_def.h>
 #include <kandrel/post/five_axis_kinematics.h>
-#include <kandrel/post/posted_move.h>
+#include <kandrel/post/mach_def.h>
 
 #include <array>
 #include <cstdint>
+
+#include "posted_row.h"
 
 namespace kandrel_post {
 
@@ -16,9 +18,9 @@ std::array<bool, 3> WrappedAxes(const post::zv5axControlDef& control);
 
 /// A control moves all axes linearly from line to line, and the tip then runs on a curve wherever a
 /// rotary axis turns. Collects over a posted list by how much that curve leaves the straight line
-/// between the part positions of neighbours, in feed moves; how far each rotary axis turns; and how
-/// often the tool passes along the first rotary axis, where that axis doesn't turn it, in feed
-/// moves.
+/// between the part positions of neighbours, in feed moves; and how often the tool passes along the
+/// first rotary axis, where that axis doesn't turn it, in feed moves. A third rotary axis stands
+/// still and has no part in it.
 ///
 /// Angles that the control wraps are taken the shorter way, as the control does. The distance is
 /// sampled at least seven times in a block, closer for large turns, and refined where it is the
@@ -27,14 +29,13 @@ std::array<bool, 3> WrappedAxes(const post::zv5axControlDef& control);
 class RotaryMotion {
  public:
   using Point = post::zvPostedMove::Point;
-  using Move = post::zvPosted5axMove;
 
   /// `partOrigin` must outlive the object.
   RotaryMotion(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
                const Point& partOrigin, double toolLength, double poleToleranceDeg);
 
-  /// The moves of a list, in order.
-  void Add(const Move& move);
+  /// The moves of a list, in order; of five or six axes.
+  void Add(const PostedRow& row);
 
   /// In the machine's unit; 0 where no feed move turns an axis.
   double GetLargest() const noexcept { return m_largest; }
@@ -42,9 +43,6 @@ class RotaryMotion {
   std::uint64_t GetIndex() const noexcept { return m_largestIndex; }
   /// Poles entered and left again, both in feed moves.
   std::uint64_t GetPolesCrossed() const noexcept { return m_polesCrossed; }
-  /// All the way of a rotary axis, both directions and rapid moves counted, in turns of 360
-  /// degrees.
-  double GetTurns(std::size_t axis) const { return m_wayDeg[axis] / 360; }
 
  private:
   // A block: from where, and by how much.
@@ -64,11 +62,11 @@ class RotaryMotion {
   double m_stretch;     // of the linear axes: a step of 1 moves the tip by that at most
   std::array<bool, 3> m_wrapped;
   double m_poleSine;
-  Move m_previous{true};
+  Point m_machine, m_part;  // of the move before
+  std::array<double, 2> m_angles{};
   std::uint64_t m_count = 0;
   double m_largest = 0;
   std::uint64_t m_largestIndex = 0;
-  std::array<double, 2> m_wayDeg{};
   Point m_offPole;             // of the tool axis: its part across the first rotary axis
   bool m_enteredPole = false;  // in a feed move, and still there
   std::uint64_t m_polesCrossed = 0;

@@ -9,7 +9,7 @@
 
 #include "errors.h"
 #include "sample_path.h"
-#include "samples_five_axis.h"
+#include "samples_rotary.h"
 
 namespace kandrel_post {
 
@@ -213,6 +213,8 @@ constexpr auto kSamples = std::to_array<Sample>({
     {"square", "once round a square, in mm, 8 moves", &MakeSquare},
     {"tilted_pocket", "5 axes: a round pocket in a plane at 30 degrees, one tool axis, in mm",
      &MakeTiltedPocket},
+    {"worm", "4 axes: a thread of 40 turns round a shaft along X, cut in two depths, in mm",
+     &MakeWorm},
 });
 
 }  // namespace

@@ -13,5 +13,8 @@ cadcam::zvToolPath MakeHemispherePole();
 cadcam::zvToolPath MakeScrew();
 /// A round pocket in a plane that stands at 30 degrees: tilted, but never turning.
 cadcam::zvToolPath MakeTiltedPocket();
+/// A thread round a shaft along X, cut by a tool that points at the shaft's axis: there along it at
+/// one depth, back at the next, and nothing but rotation about X is asked for.
+cadcam::zvToolPath MakeWorm();
 
 }  // namespace kandrel_post

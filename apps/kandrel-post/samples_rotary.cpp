@@ -1,4 +1,4 @@
-#include "samples_five_axis.h"
+#include "samples_rotary.h"
 
 #include <cmath>
 
@@ -111,6 +111,34 @@ cadcam::zvToolPath MakeScrew() {
   for (int i = 0; i <= kTurns * kPointsATurn; ++i) path.Line(at(i, 0));
   path.BeginLink(kFarLink);
   path.Rapid(at(kTurns * kPointsATurn, kClear));
+  return path.Take();
+}
+
+cadcam::zvToolPath MakeWorm() {
+  constexpr int kTurns = 40, kPointsATurn = 72, kDepths = 2;
+  constexpr double kRadius = 20, kDepth = 1.5, kPitch = 5, kClear = 15;
+  constexpr int kPoints = kTurns * kPointsATurn;
+  SamplePath path = Metric();
+  path.SetFeed(800);
+  path.BeginPass();
+  for (int depth = 1; depth <= kDepths; ++depth) {
+    const auto at = [&](int i, double off) {
+      const double angle = 360.0 * i / kPointsATurn * kRadians;
+      const Point axis(0, std::sin(angle), std::cos(angle));
+      path.SetAxis(axis);
+      return Point(kPitch * i / kPointsATurn, 0, 0) + axis * (kRadius - kDepth * depth + off);
+    };
+    const int from = depth % 2 == 1 ? 0 : kPoints;
+    const int to = kPoints - from;
+    const int step = from < to ? 1 : -1;
+    path.BeginSlice();
+    path.BeginLink(kFarLink);
+    path.Rapid(at(from, kClear));
+    path.BeginContour();
+    for (int i = from; i != to + step; i += step) path.Line(at(i, 0));
+    path.BeginLink(kFarLink);
+    path.Rapid(at(to, kClear));
+  }
   return path.Take();
 }
 
