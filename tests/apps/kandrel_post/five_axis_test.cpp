@@ -1,205 +1,21 @@
-// Toolpaths with a turning tool axis, posted on every kind of 5-axis machine through the command
-// line's own entry. What is written is checked against the machine as rigid bodies: linear axes
-// that carry a spindle, a part that the table's axes turn, a tool that the head's axes turn.
-#include <fcntl.h>
-#include <kandrel-post/cl_writer.h>
-#include <kandrel-post/machine_values.h>
-#include <kandrel-post/presets.h>
+// Toolpaths with a turning tool axis, posted on every kind of 5-axis machine.
 #include <kandrel-post/rotary_motion.h>
-#include <kandrel-post/samples.h>
-#include <kandrel-post/text_sink.h>
-#include <tests/support/rigid_body_model.h>
 
 #include <cmath>
 #include <tuple>
 
-#include "posted_files.h"
+#include "posting_checks.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-namespace rigid = tests::rigid;
-using rigid::Vector;
+using tests::ExpectGoodPosting;
+using tests::Outcome;
+using tests::RunPost;
+using tests::SampleFile;
+using tests::Told;
 
 constexpr double kRadians = 0.017453292519943295;
-
-Vector Turned(const Vector& v, const Vector& direction, double deg) {
-  const Vector d = rigid::Unit(direction);
-  const double c = std::cos(deg * kRadians), s = std::sin(deg * kRadians);
-  const double along = (d[0] * v[0] + d[1] * v[1] + d[2] * v[2]) * (1 - c);
-  const Vector across{d[1] * v[2] - d[2] * v[1], d[2] * v[0] - d[0] * v[2],
-                      d[0] * v[1] - d[1] * v[0]};
-  return rigid::Add(rigid::Add(rigid::Times(v, c), rigid::Times(across, s)),
-                    rigid::Times(d, along));
-}
-
-// Turns about lines through pivots; a list of them is a chain of bodies.
-struct Turn {
-  Vector direction, pivot;
-  double deg;
-  Vector OfPoint(const Vector& p) const {
-    return rigid::Add(pivot, Turned(rigid::Subtract(p, pivot), direction, deg));
-  }
-};
-
-// Where the tool stands in the part, from where the axes stand.
-class FiveAxisModel {
- public:
-  FiveAxisModel(const kandrel_post::MachineValues& values, const Vector& origin, double length)
-      : m_kind(values.fiveAxisKind), m_origin(origin), m_length(m_kind == 0 ? 0 : length) {
-    for (std::size_t i = 0; i < 2; ++i) {
-      m_directions[i] = Of(values.rotary[i].direction);
-      m_pivots[i] = Of(values.rotary[i].pivot);
-    }
-    m_spindle = rigid::Unit(Of(values.spindle));
-  }
-
-  rigid::Pose At(const tests::PostedLine& line) const {
-    // The spindle's nose stands where the slides are. A head's pivot is told from the nose, the
-    // first one from the second, and both ride on the slides.
-    const Vector nose = line.machine;
-    Vector tip = rigid::Subtract(nose, rigid::Times(m_spindle, m_length)), axis = m_spindle;
-    const auto turnTool = [&](std::size_t i, const Vector& pivot) {
-      const Turn turn{m_directions[i], pivot, line.angles[i]};
-      tip = turn.OfPoint(tip);
-      axis = Turned(axis, turn.direction, turn.deg);
-    };
-    // Seen from the part the table turns the other way, the outermost axis first.
-    const auto turnBack = [&](std::size_t i) {
-      const Turn turn{m_directions[i], m_pivots[i], -line.angles[i]};
-      tip = turn.OfPoint(tip);
-      axis = Turned(axis, turn.direction, turn.deg);
-    };
-    const Vector secondPivot = rigid::Add(nose, m_pivots[1]);
-    if (m_kind == 1) {
-      turnTool(1, secondPivot);
-      turnTool(0, rigid::Add(secondPivot, m_pivots[0]));
-    } else if (m_kind == 2) {
-      turnTool(1, secondPivot);
-      turnBack(0);
-    } else {
-      turnBack(1);
-      turnBack(0);
-    }
-    return {rigid::Subtract(tip, m_origin), axis};
-  }
-
- private:
-  static Vector Of(const post::zvMachDef::Point& p) { return {p.x, p.y, p.z}; }
-
-  int m_kind;
-  Vector m_origin, m_spindle{};
-  double m_length;
-  std::array<Vector, 2> m_directions{}, m_pivots{};
-};
-
-// Every line stands where it says it does; the source's moves are all there, in order.
-void ExpectTruth(const std::vector<tests::PostedLine>& posted,
-                 const std::vector<tests::SourceMove>& source, const FiveAxisModel& model) {
-  // On a pole an axis is snapped by as much as the pole's tolerance, 0.01 degrees.
-  constexpr double kTip = 1e-8, kAxis = 0.0101 * kRadians;
-  std::size_t next = 0;
-  for (std::size_t i = 0; i < posted.size(); ++i) {
-    const rigid::Pose pose = model.At(posted[i]);
-    ASSERT_LE(rigid::Distance(pose.tip, posted[i].part), kTip) << i;
-    ASSERT_LE(rigid::Distance(pose.axis, rigid::Unit(posted[i].axis)), kAxis) << i;
-    if (posted[i].inserted == "1") continue;
-    ASSERT_LT(next, source.size()) << i;
-    ASSERT_EQ(posted[i].source, std::to_string(next)) << i;
-    ASSERT_EQ(posted[i].part, source[next].tip) << i;
-    ++next;
-  }
-  EXPECT_EQ(next, source.size());
-}
-
-// The rules of the text, read as a control would.
-void ExpectNcRules(const std::string& text, std::size_t moves) {
-  std::istringstream lines(text);
-  std::string line;
-  std::size_t blocks = 0;
-  bool inverse = false, feedMotion = false, feedKnown = false;
-  for (int number = 5; std::getline(lines, line);) {
-    if (line.starts_with('(')) continue;
-    std::istringstream words(line);
-    std::string word;
-    words >> word;
-    ASSERT_EQ(word, std::string("N").append(std::to_string(number += 5)));
-    bool turns = false, feed = false, moved = false;
-    while (words >> word) {
-      if (word == "G93" || word == "G94") {
-        inverse = word == "G93";
-        feedKnown = false;
-      } else if (word == "G0" || word == "G1") {
-        feedMotion = word == "G1";
-      } else if (word[0] == 'F') {
-        feed = feedKnown = true;
-        char* end = nullptr;
-        const double value = std::strtod(word.c_str() + 1, &end);
-        ASSERT_TRUE(*end == 0 && value > 0 && std::isfinite(value)) << line;
-      } else if (word[0] != 'G' && word[0] != 'M') {
-        char* end = nullptr;
-        ASSERT_TRUE(std::isfinite(std::strtod(word.c_str() + 1, &end)) && *end == 0) << line;
-        ASSERT_FALSE(word.ends_with("-0.0000")) << line;
-        moved = true;
-        turns = turns || word[0] == 'A' || word[0] == 'B' || word[0] == 'C';
-      }
-    }
-    ++blocks;
-    if (!feedMotion || !moved) continue;
-    ASSERT_EQ(turns, inverse) << line;
-    ASSERT_TRUE(inverse ? feed : feedKnown) << line;
-  }
-  EXPECT_EQ(blocks, moves + 3);
-}
-
-// The number behind a word of the summary.
-long Told(const std::string& summary, const std::string& what) {
-  const std::size_t at = summary.find(std::string("\n").append(what));
-  return at == std::string::npos ? -1 : std::atol(summary.c_str() + at + 1 + what.size());
-}
-
-void ExpectSummary(const std::string& summary, const std::vector<tests::PostedLine>& posted,
-                   std::size_t sourceMoves) {
-  const auto count = [&](auto&& is) {
-    return static_cast<long>(std::count_if(posted.begin(), posted.end(), is));
-  };
-  EXPECT_EQ(Told(summary, "source moves"), static_cast<long>(sourceMoves));
-  EXPECT_EQ(Told(summary, "posted moves"), static_cast<long>(posted.size()));
-  EXPECT_EQ(Told(summary, "inserted"), count([](const auto& l) { return l.inserted == "1"; }));
-  EXPECT_EQ(Told(summary, "rapid"), count([](const auto& l) { return l.rapid; }));
-}
-
-struct Outcome {
-  int exitCode;
-  std::string summary;
-  std::string failure;
-};
-
-Outcome RunPost(const std::string& machine, const fs::path& file, const std::string& folder,
-                std::vector<const char*> more = {}) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  Outcome run{tests::Post(machine, file, folder, std::move(more)), "", ""};
-  run.summary = testing::internal::GetCapturedStdout();
-  run.failure = testing::internal::GetCapturedStderr();
-  return run;
-}
-
-void ExpectGoodPosting(const tests::ScratchFolder& scratch, const std::string& preset,
-                       const fs::path& file, std::vector<const char*> options = {}) {
-  const std::vector<tests::SourceMove> source = tests::SourceMoves(file);
-  ASSERT_FALSE(source.empty());
-  options.insert(options.end(), {"--origin", "12.5,-20,35", "--tool-length", "80"});
-  const Outcome run =
-      RunPost(std::string("preset:").append(preset), file, scratch.Path("out"), options);
-  ASSERT_EQ(run.exitCode, 0) << run.failure;
-  const auto values =
-      kandrel_post::ValuesOf(*kandrel_post::MakePreset(preset).builder.GetMachDef());
-  const std::vector<tests::PostedLine> posted = tests::PostedLines(scratch.Path("out/posted.csv"));
-  ExpectTruth(posted, source, FiveAxisModel(values, {12.5, -20, 35}, 80));
-  ExpectNcRules(tests::FileText(scratch.Path("out/posted.nc")), posted.size());
-  ExpectSummary(run.summary, posted, source.size());
-}
 
 constexpr const char* kMachines[] = {"fork_ca",           "head_table_bc",  "nutating_head_cb",
                                      "nutating_table_cb", "table_table_cb", "trunnion_ca"};
@@ -230,17 +46,6 @@ INSTANTIATE_TEST_SUITE_P(All, FiveAxisCorpus,
                                                           "bench5_fan.cl", "bench5_flank.cl",
                                                           "deburr5_puzzle.cl",
                                                           "mill5_axiscross.cl")));
-
-// A sample as a file in the folder.
-fs::path SampleFile(const tests::ScratchFolder& folder, std::string_view name) {
-  const std::string fileName = folder.Path("sample.cl");
-  const int descriptor = ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-  kandrel_post::TextSink sink(descriptor, fileName);
-  kandrel_post::WriteCl(sink, kandrel_post::FindSample(name).make(), name);
-  sink.Flush();
-  ::close(descriptor);
-  return fileName;
-}
 
 using SampleCase = std::tuple<const char*, const char*>;
 class FiveAxisSamples : public testing::TestWithParam<SampleCase> {};
@@ -302,7 +107,7 @@ TEST(FiveAxisSummary, ARewoundScrewKeepsItsLimitsAndItsPlaces) {
   const auto values =
       kandrel_post::ValuesOf(*kandrel_post::MakePreset("trunnion_ca_limited").builder.GetMachDef());
   const auto posted = tests::PostedLines(scratch.Path("out/posted.csv"));
-  ExpectTruth(posted, source, FiveAxisModel(values, {}, 0));
+  tests::ExpectTruth(posted, source, values, {}, 0);
   for (const tests::PostedLine& line : posted) ASSERT_LE(std::abs(line.angles[0]), 360.0001);
 }
 
@@ -334,13 +139,11 @@ TEST(RotaryMotion, MeasuresHowFarTheTipLeavesItsLine) {
   };
   for (const auto& k : cases) {
     kandrel_post::RotaryMotion motion(machDef, k.control, origin, 0, 0.01);
-    motion.Add(MoveAt({100, 0, 0}, k.from));
-    motion.Add(MoveAt({c, s, 0}, k.to, k.rapid));
-    motion.Add(MoveAt({c, s, 0}, k.to));
+    for (const auto& move :
+         {MoveAt({100, 0, 0}, k.from), MoveAt({c, s, 0}, k.to, k.rapid), MoveAt({c, s, 0}, k.to)})
+      motion.Add(kandrel_post::RowOf(move));
     EXPECT_NEAR(motion.GetLargest(), k.expected, 1e-6);
     EXPECT_EQ(motion.GetIndex(), k.expected == 0 ? 0u : 1u);
-    EXPECT_NEAR(motion.GetTurns(0), 30.0 / 360, 1e-12);
-    EXPECT_EQ(motion.GetTurns(1), 0);
   }
 }
 
@@ -363,15 +166,10 @@ TEST(RotaryMotion, CountsPolesThatFeedMovesCross) {
     kandrel_post::RotaryMotion motion(machDef, {}, origin, 0, 0.01);
     for (std::size_t i = 0; i < k.tilts.size(); ++i) {
       const double tilt = k.tilts[i] * kRadians;
-      motion.Add({{},
-                  {},
-                  {0, -2 * std::sin(tilt), 2 * std::cos(tilt)},
-                  0,
-                  k.tilts[i],
-                  0,
-                  100,
-                  i == k.rapidAt,
-                  post::zvPostedMove::noLink});
+      const post::zvPosted5axMove move({}, {}, {0, -2 * std::sin(tilt), 2 * std::cos(tilt)}, 0,
+                                       k.tilts[i], 0, 100, i == k.rapidAt,
+                                       post::zvPostedMove::noLink);
+      motion.Add(kandrel_post::RowOf(move));
     }
     EXPECT_EQ(motion.GetPolesCrossed(), k.poles) << (&k - cases);
   }
