@@ -40,12 +40,15 @@ TEST_P(FiveAxisCorpus, StandsWhereItSays) {
   ExpectGoodPosting(scratch, machine, file);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, FiveAxisCorpus,
-                         testing::Combine(testing::ValuesIn(kMachines),
-                                          testing::Values("am5_freeform.cl", "am5_topopt.cl",
-                                                          "bench5_fan.cl", "bench5_flank.cl",
-                                                          "deburr5_puzzle.cl",
-                                                          "mill5_axiscross.cl")));
+INSTANTIATE_TEST_SUITE_P(
+    All, FiveAxisCorpus,
+    testing::Combine(testing::ValuesIn(kMachines),
+                     testing::Values("am5_freeform.cl", "am5_topopt.cl", "bench5_fan.cl",
+                                     "bench5_flank.cl", "deburr5_puzzle.cl", "mill5_axiscross.cl")),
+    [](const testing::TestParamInfo<MachineAndFile>& info) {
+      const std::string name = std::get<1>(info.param);
+      return std::string(std::get<0>(info.param)) + "_" + name.substr(0, name.find('.'));
+    });
 
 using SampleCase = std::tuple<const char*, const char*>;
 class FiveAxisSamples : public testing::TestWithParam<SampleCase> {};
