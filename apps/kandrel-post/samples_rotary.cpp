@@ -115,7 +115,7 @@ cadcam::zvToolPath MakeScrew() {
 }
 
 cadcam::zvToolPath MakeWorm() {
-  constexpr int kTurns = 40, kPointsATurn = 72, kDepths = 2;
+  constexpr int kTurns = 40, kPointsATurn = 180, kDepths = 2;
   constexpr double kRadius = 20, kDepth = 1.5, kPitch = 5, kClear = 15;
   constexpr int kPoints = kTurns * kPointsATurn;
   SamplePath path = Metric();
