@@ -45,9 +45,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Combine(testing::ValuesIn(kMachines),
                      testing::Values("am5_freeform.cl", "am5_topopt.cl", "bench5_fan.cl",
                                      "bench5_flank.cl", "deburr5_puzzle.cl", "mill5_axiscross.cl")),
-    [](const testing::TestParamInfo<MachineAndFile>& info) {
-      const std::string name = std::get<1>(info.param);
-      return std::string(std::get<0>(info.param)) + "_" + name.substr(0, name.find('.'));
+    [](const testing::TestParamInfo<MachineAndFile>& test) {
+      const std::string name = std::get<1>(test.param);
+      return std::string(std::get<0>(test.param)) + "_" + name.substr(0, name.find('.'));
     });
 
 using SampleCase = std::tuple<const char*, const char*>;
