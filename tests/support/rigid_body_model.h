@@ -157,4 +157,29 @@ struct ThirdAxisMachine {
   }
 };
 
+/// Linear axes and one rotary one, on the table or in the head. The slides carry the head.
+struct OneTurnMachine {
+  LinearMachine linear;
+  /// A table's pivot is a place in the machine. A head's is how far the slides' reference lies from
+  /// the middle of the joint, which stays where it is on the carriage.
+  Joint joint;
+  bool turnsTool = false;
+
+  /// The pose in the part's own frame, wherever table and head have taken part and tool.
+  Pose At(const Vector& slides, double deg) const {
+    Vector carriage{};
+    for (int i = 0; i < 3; ++i) carriage = Add(carriage, Times(linear.axes[i], slides[i]));
+    const Vector up = Unit(linear.spindle);
+    if (turnsTool) {
+      const Vector axis = Quaternion::OfTurn(joint.direction, deg).Turn(up);
+      const Vector middle = Subtract(carriage, joint.pivot);
+      const Vector tip = Subtract(middle, Times(axis, linear.toolLength));
+      return {Subtract(tip, linear.partOrigin), axis};
+    }
+    const Motion back = joint.At(deg).Inverse();
+    const Vector tip = Subtract(carriage, Times(up, linear.toolLength));
+    return {Subtract(back.Point(tip), linear.partOrigin), back.Direction(up)};
+  }
+};
+
 }  // namespace tests::rigid

@@ -6,8 +6,8 @@
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
+#include <tests/support/source_path.h>
 #include <tests/support/throws_id.h>
-#include <tests/support/toolpath_builders.h>
 
 #include <array>
 #include <cmath>
@@ -22,10 +22,13 @@ using post::zv5axControlDef;
 using post::zvKDRParam;
 using post::zvPosted5axMove;
 using post::zvPostException;
+using tests::Build;
 using tests::FiveAxisScene;
 using tests::PathBuilder;
 using tests::Point;
 using tests::Seeded;
+using tests::Source;
+using tests::SourceMove;
 using tests::ToPoint;
 using tests::ToVector;
 
@@ -35,32 +38,6 @@ constexpr double kRadians = 3.14159265358979323846 / 180;
 
 double Distance(const Point& a, const Point& b) {
   return (a - b).Length();
-}
-
-struct SourceMove {
-  Point tip;
-  Point orientation;
-  double feed = 1000;
-  bool rapid = false;
-  int link = -1;  // the type of its link, or -1 on a contour
-};
-using Source = std::vector<SourceMove>;
-
-PathBuilder Build(const Source& source, double scale = 1, bool isInch = false) {
-  PathBuilder builder(isInch ? tests::kInch : tests::kMetric);
-  for (std::size_t i = 0; i < source.size();) {
-    const int link = source[i].link;
-    PathBuilder::Moves moves;
-    for (; i < source.size() && source[i].link == link; ++i) {
-      const SourceMove& m = source[i];
-      moves.push_back(tests::Move5(m.tip * scale, m.orientation, m.feed * scale, m.rapid));
-    }
-    if (link < 0)
-      builder.Contour(moves);
-    else
-      builder.Link(static_cast<std::uint32_t>(link), moves);
-  }
-  return builder;
 }
 
 enum PathSort { kSweep, kThroughPole, kScrew, kJumps, kConstant, kRepeats, kPathSorts };
