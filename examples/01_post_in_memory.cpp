@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 
-using cadcam::zvMovePointer;
 using cadcam::zvTPoint3d;
 
 // Posted moves are told apart by visitors; this machine's all have two angles.
@@ -24,7 +23,7 @@ struct Printer final : post::zvPostedVisitor {
 };
 
 int main() {
-  // Each move: where the tip goes, and the direction from the tip towards the spindle.
+  // Each move: where the tip goes, the direction from there to the spindle, feed, not rapid.
   constexpr double kDegree = 3.14159265358979323846 / 180;
   cadcam::zvToolPath path(measures::zvUnitsFactory::metric);
   for (int deg = 0; deg <= 360; deg += 2) {
@@ -32,14 +31,14 @@ int main() {
     const double s = std::sin(deg * kDegree);
     const zvTPoint3d<double> tip(40 * c, 40 * s, 0);
     const zvTPoint3d<double> axis(c * 0.5, s * 0.5, std::cos(30 * kDegree));
-    path.AddMove(zvMovePointer(new cadcam::zv3axMove(tip, axis, /*feed=*/800, /*rapid=*/false)));
+    path.AddMove(misc::MakeAutoPointer<cadcam::zv3axMove>(tip, axis, 800.0, false));
   }
 
   post::zv5axMachDef machine;
   machine.SetFiveAxisKind(3);                     // both rotary axes carry the part
   machine.SetFirstRotationDirection({0, 0, 1});   // C, the turning table
   machine.SetSecondRotationDirection({1, 0, 0});  // A, the cradle that it rides on,
-  machine.SetSecondRotationPivot({0, 0, -50});    // with its axis 50 mm below the table
+  machine.SetSecondRotationPivot({0, 0, -50});    // with its axis 50 mm below zero
   machine.SetMinSecondAngle(-120);
   machine.SetMaxSecondAngle(20);
   const post::zv5axControlDef control;  // angles run on past a turn
@@ -48,7 +47,8 @@ int main() {
   const zvTPoint3d<double> partOrigin(5, -3, 20);  // of the part, on the table
 
   try {
-    zvKDR5AxBase kernel(machine, control, parameters, partOrigin, /*toolLength=*/75);
+    constexpr double kToolLength = 75;  // from the tip to the spindle's nose
+    zvKDR5AxBase kernel(machine, control, parameters, partOrigin, kToolLength);
     const post::zvPostedTP& posted = kernel.Post(path);
     Printer printer;
     for (auto line = posted.Begin(); line != posted.End(); ++line) (*line)->AcceptVisitor(printer);

@@ -182,7 +182,7 @@ TEST(PostingFacade, GivesTheSixAxisCreatorsResults) {
 // One solution out of limits: the null stands where the creator has it.
 TEST(PostingFacade, ASolutionOutOfLimitsIsNull) {
   tests::SixAxisScene scene;
-  const auto move = Move5({10, 20, 30}, {0, 0.6, 0.8});
+  const auto tilted = [] { return Move5({10, 20, 30}, {0, 0.6, 0.8}); };
   for (const auto& range : {std::pair(0.0, 90.0), std::pair(-90.0, 0.0)}) {
     scene.machine.secondRange = range;
     for (const auto& machDef : {scene.machine.MachDef().Clone(), scene.MachDef().Clone()}) {
@@ -190,8 +190,9 @@ TEST(PostingFacade, ASolutionOutOfLimitsIsNull) {
       request.machDef = machDef;
       request.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
       const zvKDR5AxBase facade = request.Facade();
-      const bool isFirstUp = facade.PostMove(move, zvPostedMove::noLink).second->secondAngle < 0;
-      const auto within = facade.PostMoveWithinMachLimits(move, zvPostedMove::noLink);
+      const bool isFirstUp =
+          facade.PostMove(tilted(), zvPostedMove::noLink).second->secondAngle < 0;
+      const auto within = facade.PostMoveWithinMachLimits(tilted(), zvPostedMove::noLink);
       const bool keepsFirst = isFirstUp == (range.second > 0);
       EXPECT_EQ(within.first.IsNull(), !keepsFirst);
       EXPECT_EQ(within.second.IsNull(), keepsFirst);
@@ -289,7 +290,7 @@ TEST(PostingFacade, AFourAxisPathIsAlignedTooAndFiveAxesAreNot) {
 TEST(PostingFacade, DispatchComesFirstAndTheClassIsCheckedLast) {
   const auto path = PathBuilder().Contour({Move3({1, 2, 3})});
   const cadcam::zvToolPath empty(tests::kMetric);
-  const auto move = Move3({1, 2, 3});
+  const auto move = [] { return Move3({1, 2, 3}); };
   Request request;
   request.machDef = post::zv5axMachDef().Clone();
   zvKDR5AxBase facade = request.Facade();
@@ -302,8 +303,8 @@ TEST(PostingFacade, DispatchComesFirstAndTheClassIsCheckedLast) {
     expectUnknown([&] { facade.Post(path); });
     EXPECT_EQ(facade.GetPostedTP().GetCount(), 0u) << "a failed posting leaves no result";
     expectUnknown([&] { facade.Post(empty); });
-    expectUnknown([&] { facade.PostMove(move, zvPostedMove::noLink); });
-    expectUnknown([&] { facade.PostMoveWithinMachLimits(move, zvPostedMove::noLink); });
+    expectUnknown([&] { facade.PostMove(move(), zvPostedMove::noLink); });
+    expectUnknown([&] { facade.PostMoveWithinMachLimits(move(), zvPostedMove::noLink); });
   }
   for (const auto axes : {zvMachDef::threeAxes, zvMachDef::fourAxes, zvMachDef::sixAxes}) {
     request.machDef->SetNumbersOfAxes(axes);
@@ -312,8 +313,8 @@ TEST(PostingFacade, DispatchComesFirstAndTheClassIsCheckedLast) {
     };
     EXPECT_EQ(facade.Post(empty).GetCount(), 0u) << "nothing to post, nothing to check";
     expectWrong([&] { facade.Post(path); });
-    expectWrong([&] { facade.PostMove(move, zvPostedMove::noLink); });
-    expectWrong([&] { facade.PostMoveWithinMachLimits(move, zvPostedMove::noLink); });
+    expectWrong([&] { facade.PostMove(move(), zvPostedMove::noLink); });
+    expectWrong([&] { facade.PostMoveWithinMachLimits(move(), zvPostedMove::noLink); });
   }
   request.machDef = nullptr;
   EXPECT_TRUE(ThrowsId<misc::zvException>([&] { request.Facade(); }, 0, L"Accessing NULL pointer"));
