@@ -19,48 +19,46 @@ class BlockStock {
       return Depot().Alloc(Size);
     Stock& stock = t_stock;
     if (stock.first == nullptr) stock.Fill();
-    Link* block = stock.first;
-    stock.first = block->next;
+    void* block = stock.first;
+    stock.first = NextOf(block);
     --stock.count;
     return block;
   }
 
   static void Delete(void* memory) noexcept {
-    Link* block = static_cast<Link*>(memory);
     if (t_isGone) [[unlikely]] {
-      block->next = nullptr;
-      GiveBack(block, 1);
+      GiveBack(memory, 1);
       return;
     }
     Stock& stock = t_stock;
-    block->next = stock.first;
-    stock.first = block;
+    NextOf(memory) = stock.first;
+    stock.first = memory;
     if (++stock.count == kLargestStock) stock.Shrink();
   }
 
  private:
-  struct Link {
-    Link* next;
-  };
-  static_assert(Size >= sizeof(Link));
+  static_assert(Size >= sizeof(void*));
+
+  static void*& NextOf(void* block) noexcept { return *static_cast<void**>(block); }
 
   static constexpr std::size_t kFill = 128;
   static constexpr std::size_t kLargestStock = 4096;
 
   struct Stock {
-    Link* first = nullptr;
+    void* first = nullptr;
     std::size_t count = 0;
 
     // Of an empty stock; afterwards there is a first block.
     void Fill() {
-      do first = ::new (Depot().Alloc(Size)) Link{first};
-      while (++count < kFill);
+      std::size_t filled = kFill;
+      first = Depot().AllocChain(filled);
+      count = filled;
     }
     // The older half goes back, so that a thread that only deletes doesn't hoard.
     void Shrink() noexcept {
-      Link* last = first;
-      for (std::size_t i = 1; i < kLargestStock / 2; ++i) last = last->next;
-      GiveBack(std::exchange(last->next, nullptr), count - kLargestStock / 2);
+      void* last = first;
+      for (std::size_t i = 1; i < kLargestStock / 2; ++i) last = NextOf(last);
+      GiveBack(std::exchange(NextOf(last), nullptr), count - kLargestStock / 2);
       count = kLargestStock / 2;
     }
     ~Stock() {
@@ -75,7 +73,7 @@ class BlockStock {
     return depot;
   }
 
-  static void GiveBack(Link* first, std::size_t count) noexcept {
+  static void GiveBack(void* first, std::size_t count) noexcept {
     try {
       Depot().FreeChain(first, count);
     } catch (...) {

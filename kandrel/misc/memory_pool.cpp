@@ -69,20 +69,20 @@ zvMemoryPool::~zvMemoryPool() {
 void* zvMemoryPool::Alloc(std::size_t size) {
   if (size > m_nodeSize) throw zvException(0, L"Allocation request size too big");
   const std::lock_guard lock(m_mutex);
-  Arena* arena = m_currentArena;
-  if (arena == nullptr || arena->usedCount == m_nodesPerArena) {
-    arena = m_roomFirst != nullptr ? m_roomFirst : NewArena();
-    m_currentArena = arena;
-  }
-  void* node = arena->freeHead;
-  if (node != nullptr) {
-    arena->freeHead = LinkOf(node);
-  } else {
-    node = arena->Nodes() + std::size_t{arena->freshCount} * m_stride;
-    ++arena->freshCount;
-  }
-  if (++arena->usedCount == m_nodesPerArena) TakeFromRoom(arena);
-  return node;
+  return TakeNode(ArenaWithRoom());
+}
+
+// Of one arena only, so that nothing can fail after the first node.
+void* zvMemoryPool::AllocChain(std::size_t& count) {
+  if (count == 0) return nullptr;
+  const std::lock_guard lock(m_mutex);
+  Arena* arena = ArenaWithRoom();
+  count = std::min<std::size_t>(count, m_nodesPerArena - arena->usedCount);
+  void* const first = TakeNode(arena);
+  void* last = first;
+  for (std::size_t i = 1; i < count; ++i) last = LinkOf(last) = TakeNode(arena);
+  LinkOf(last) = nullptr;
+  return first;
 }
 
 void zvMemoryPool::Free(void* node) {
@@ -120,6 +120,25 @@ void zvMemoryPool::Clear() {
 std::size_t zvMemoryPool::GetArenaCount() const {
   const std::lock_guard lock(m_mutex);
   return m_arenas.size();
+}
+
+zvMemoryPool::Arena* zvMemoryPool::ArenaWithRoom() {
+  if (m_currentArena == nullptr || m_currentArena->usedCount == m_nodesPerArena)
+    m_currentArena = m_roomFirst != nullptr ? m_roomFirst : NewArena();
+  return m_currentArena;
+}
+
+// Of an arena that has room.
+void* zvMemoryPool::TakeNode(Arena* arena) noexcept {
+  void* node = arena->freeHead;
+  if (node != nullptr) {
+    arena->freeHead = LinkOf(node);
+  } else {
+    node = arena->Nodes() + std::size_t{arena->freshCount} * m_stride;
+    ++arena->freshCount;
+  }
+  if (++arena->usedCount == m_nodesPerArena) TakeFromRoom(arena);
+  return node;
 }
 
 zvMemoryPool::Arena* zvMemoryPool::ArenaOf(const void* node) const noexcept {

@@ -38,6 +38,10 @@ class KANDREL_API zvMemoryPool {
   /// allocation failed" when not even one node fits into an arena.
   void* Alloc(std::size_t size);
 
+  /// At least one node and at most `count`, which becomes their number: a chain of which each one's
+  /// first word points to the next, null in the last. Throws as Alloc does. Costs one lock.
+  void* AllocChain(std::size_t& count);
+
   /// Gives a node back; null is ignored. "zvMemoryPool::Free: Node not allocated by one of our
   /// arenas" for any other address, and nothing changes.
   void Free(void* node);
@@ -57,6 +61,8 @@ class KANDREL_API zvMemoryPool {
   struct Arena;
   struct Slab;
 
+  Arena* ArenaWithRoom();
+  void* TakeNode(Arena* arena) noexcept;
   Arena* ArenaOf(const void* node) const noexcept;
   Arena* FindArena(const void* node) const noexcept;
   Arena* NewArena();

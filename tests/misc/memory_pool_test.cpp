@@ -51,6 +51,38 @@ TEST_P(MemoryPoolCases, NodesAreAlignedDistinctAndReusable) {
   EXPECT_EQ(pool.GetArenaCount(), 1u);
 }
 
+TEST_P(MemoryPoolCases, ChainsHoldNodesOfOneArenaEachOnce) {
+  const auto [nodeSize, arenaBytes] = GetParam();
+  zvMemoryPool pool(nodeSize, arenaBytes);
+  const std::size_t perArena = pool.GetNodesPerArena();
+  std::size_t none = 0;
+  EXPECT_EQ(pool.AllocChain(none), nullptr);
+  EXPECT_EQ(pool.GetArenaCount(), 0u);
+  // A gap of two in the first arena, then a chain that fills it and one that needs another.
+  std::vector<void*> nodes;
+  for (std::size_t i = 0; i < perArena; ++i) nodes.push_back(pool.Alloc(nodeSize));
+  const std::size_t gap = std::min<std::size_t>(2, perArena);
+  for (std::size_t i = 0; i < gap; ++i) {
+    pool.Free(nodes.back());
+    nodes.pop_back();
+  }
+  for (const std::size_t expected : {gap, std::min<std::size_t>(3, perArena)}) {
+    std::size_t count = 3;
+    std::size_t walked = 0;
+    for (void* node = pool.AllocChain(count); node != nullptr; ++walked) {
+      nodes.push_back(node);
+      node = *static_cast<void**>(node);
+    }
+    EXPECT_EQ(walked, expected);
+    EXPECT_EQ(count, expected);
+  }
+  EXPECT_EQ(pool.GetArenaCount(), 2u);
+  std::sort(nodes.begin(), nodes.end());
+  EXPECT_EQ(std::unique(nodes.begin(), nodes.end()), nodes.end());
+  for (void* node : nodes) pool.Free(node);
+  EXPECT_EQ(pool.GetArenaCount(), 1u);
+}
+
 INSTANTIATE_TEST_SUITE_P(Sizes, MemoryPoolCases,
                          testing::Values(PoolCase{8, 4096}, PoolCase{152, 0}, PoolCase{168, 0},
                                          PoolCase{5000, 0x10000}, PoolCase{24, 5000},

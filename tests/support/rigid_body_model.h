@@ -142,6 +142,21 @@ struct RotaryMachine {
   }
 };
 
+/// Two rotary axes as above and a third under the part, which rides on it. The machine is described
+/// as it stands with the third axis at `thirdStands` degrees: there it changes nothing.
+struct ThirdAxisMachine {
+  RotaryMachine rotary;
+  Joint third;
+  double thirdStands = 0;
+
+  Pose At(const Vector& slides, double firstDeg, double secondDeg, double thirdDeg) const {
+    const Pose pose = rotary.At(slides, firstDeg, secondDeg);
+    const Motion back = third.At(thirdDeg - thirdStands).Inverse();
+    const Vector& origin = rotary.linear.partOrigin;
+    return {Subtract(back.Point(Add(pose.tip, origin)), origin), back.Direction(pose.axis)};
+  }
+};
+
 /// Linear axes and one rotary one, on the table or in the head. The slides carry the head.
 struct OneTurnMachine {
   LinearMachine linear;
@@ -164,21 +179,6 @@ struct OneTurnMachine {
     const Motion back = joint.At(deg).Inverse();
     const Vector tip = Subtract(carriage, Times(up, linear.toolLength));
     return {Subtract(back.Point(tip), linear.partOrigin), back.Direction(up)};
-  }
-};
-
-/// Two rotary axes as above and a third under the part, which rides on it. The machine is described
-/// as it stands with the third axis at `thirdStands` degrees: there it changes nothing.
-struct ThirdAxisMachine {
-  RotaryMachine rotary;
-  Joint third;
-  double thirdStands = 0;
-
-  Pose At(const Vector& slides, double firstDeg, double secondDeg, double thirdDeg) const {
-    const Pose pose = rotary.At(slides, firstDeg, secondDeg);
-    const Motion back = third.At(thirdDeg - thirdStands).Inverse();
-    const Vector& origin = rotary.linear.partOrigin;
-    return {Subtract(back.Point(Add(pose.tip, origin)), origin), back.Direction(pose.axis)};
   }
 };
 

@@ -49,7 +49,7 @@ class KANDREL_API zvPostedTPCreatorCaster {
   // NOLINTEND(readability-const-return-type)
 
   /// Does nothing: there is nothing to assign.
-  zvPostedTPCreatorCaster& operator=(const zvPostedTPCreatorCaster&) noexcept { return *this; }
+  zvPostedTPCreatorCaster& operator=(const zvPostedTPCreatorCaster&) = default;
 
  private:
   zvPostedTPCreatorCaster() = default;

@@ -84,11 +84,11 @@ const post::zvPostedTP& zvKDR5AxBase::Post(const cadcam::zvToolPath& toolpath) {
   Dispatch(m_machDef, [&]<class Creator>(Of<Creator> tag) {
     if (post::HasNothingToPost(toolpath)) return;
     Creator creator = MakeCreator(tag, *this);
-    typename Creator::List& list = *creator.Post(toolpath, false);
+    const auto list = creator.Post(toolpath, false);
     post::zvPostedTP posted;
-    while (!list.IsEmpty()) {
-      posted.PushBack(misc::MakeAutoPointer<typename Creator::Move>(std::move(list.Front())));
-      list.Erase(list.begin());
+    while (!list->IsEmpty()) {
+      posted.PushBack(misc::MakeAutoPointer<typename Creator::Move>(std::move(list->Front())));
+      list->Erase(list->begin());
     }
     if constexpr (kAligns<Creator>) {
       if (creator.IsAlignMatrixValide()) {

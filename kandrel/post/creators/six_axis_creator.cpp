@@ -91,13 +91,13 @@ zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToo
                                                              bool smallMoves) {
   m_counts = {};
   zvPosted5axTPCreator creator = FiveAxisCreator();
-  zvPosted5axTPCreator::List& solved = *creator.Post(toolpath, smallMoves);
+  const auto solved = creator.Post(toolpath, smallMoves);
   m_counts = creator.GetCounts();
   m_posted.Renew();
   List& list = *m_posted.Get();
-  while (!solved.IsEmpty()) {
-    list.EmplaceBack(std::move(solved.Front()), m_machDef.GetThirdAngle());
-    solved.Erase(solved.begin());
+  while (!solved->IsEmpty()) {
+    list.EmplaceBack(std::move(solved->Front()), m_machDef.GetThirdAngle());
+    solved->Erase(solved->begin());
   }
   return m_posted.Get();
 }

@@ -1,6 +1,7 @@
 // Posting makes no call of the general heap per move; what remains goes with the arenas.
 #include <gtest/gtest.h>
 #include <kandrel/post/creators/five_axis_creator.h>
+#include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <tests/support/allocation_counter.h>
@@ -107,6 +108,44 @@ TEST(Allocations, ASixAxisPostingNeedsNonePerMove) {
   machDef.SetSecondRotationDirection({1, 0, 0});
   machDef.SetThirdRotationDirection({0, 1, 0});
   ExpectNoneForEachMove<zvPosted6axTPCreator>(machDef);
+}
+
+// Round and round, with interpolation, windings and rewindings.
+TEST(Allocations, AFourAxisPostingNeedsNonePerMove) {
+  post::zv4axMachDef machDef;
+  machDef.SetRotaryOnWorkpiece(1);
+  machDef.SetRotationDirection({1, 0, 0});
+  machDef.SetMinAngle(-720);
+  machDef.SetMaxAngle(720);
+  const post::zv5axControlDef control;
+  const tests::Point origin;
+  const auto path = [](int moves) {
+    PathBuilder::Moves source;
+    for (int i = 0; i < moves; ++i) {
+      const double turn = i * 0.07;  // 4 degrees: one move between two
+      source.push_back(tests::Move5({i * 0.1, 5, 0}, {0, std::sin(turn), std::cos(turn)}));
+    }
+    return PathBuilder().Contour(source);
+  };
+  const auto few = path(kMoves / 10);
+  const auto many = path(kMoves);
+  for (const auto check : {post::zvKDRParam::checkNothing, post::zvKDRParam::checkAllAxes})
+    for (const bool smallMoves : {false, true}) {
+      post::zvKDRParam par(tests::kMetric);
+      par.SetLimitsCheck(check);
+      zvPosted4axTPCreator creator(machDef, control, par, origin, 100);
+      const auto count = [&](const cadcam::zvToolPath& toolpath) {
+        const std::uint64_t before = AllocationCount();
+        creator.Post(toolpath, smallMoves);
+        const std::uint64_t calls = AllocationCount() - before;
+        EXPECT_GE(creator.GetPostedList()->GetCount(), 2 * toolpath.GetMoveCount() - 1);
+        EXPECT_EQ(creator.GetCounts().rewindings > 50, check == post::zvKDRParam::checkAllAxes);
+        creator.ClearPostedList();
+        return calls;
+      };
+      const std::uint64_t base = count(few);
+      EXPECT_LT(count(many) - base, kMoves / 100u) << check << smallMoves;
+    }
 }
 
 }  // namespace

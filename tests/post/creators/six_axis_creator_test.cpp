@@ -40,12 +40,7 @@ Lines PostLines(const SixAxisScene& scene, const cadcam::zvToolPath& path, bool 
 }
 
 PathBuilder RandomPath(Seeded& random, const SixAxisScene& scene) {
-  PathBuilder builder;
-  PathBuilder::Moves moves;
-  for (const auto& [tip, axis] : RandomReachablePath(random, scene, random.Integer(2, 40)))
-    moves.push_back(Move5(tip, axis, random.Real(100, 5000), random.Chance(0.1)));
-  if (random.Chance(0.3)) builder.Link(4, {moves.front()});
-  return builder.Contour(moves);
+  return tests::Build(RandomReachablePath(random, scene, random.Integer(2, 40)));
 }
 
 // The 5-axis creator of the same machine, whose directions come to it as unit vectors.
@@ -235,7 +230,9 @@ TEST(SixAxisCreator, ASingleMoveComesInBothSolutions) {
   for (int i = 0; i < 300; ++i) {
     const SixAxisScene scene = RandomSixAxisScene(random);
     const auto creator = scene.SixAxisCreator();
-    const auto [tip, axis] = RandomReachablePath(random, scene, 1).front();
+    const tests::SourceMove source = RandomReachablePath(random, scene, 1).front();
+    const Point tip = source.tip;
+    const Point axis = source.orientation;
     const auto move = Move5(tip, axis);
     const auto [first, mirror] = creator.PostMove(move, zvPostedMove::link2);
     const auto [alone, angles] = creator.PostMove2(move, zvPostedMove::link2);

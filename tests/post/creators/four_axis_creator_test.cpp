@@ -1,0 +1,636 @@
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/misc/exception.h>
+#include <kandrel/post/post_exception.h>
+#include <tests/support/four_axis_scenes.h>
+#include <tests/support/source_path.h>
+#include <tests/support/throws_id.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+using post::zv4axMachDef;
+using post::zv5axControlDef;
+using post::zvKDRParam;
+using post::zvPosted4axMove;
+using post::zvPostedMove;
+using post::zvPostException;
+using tests::Build;
+using tests::FourAxisScene;
+using tests::Move5;
+using tests::PathBuilder;
+using tests::Point;
+using tests::Source;
+using tests::ThrowsId;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr auto kUnknownCheck = static_cast<zvKDRParam::LimitsCheck>(7);
+const double kHalf = std::sqrt(3.0) / 2;
+
+// Feed moves along X with the axis at these angles; `rapidFrom` and later ones are rapid.
+Source AtAngles(const FourAxisScene& scene, const std::vector<double>& degs,
+                std::size_t rapidFrom = 1000) {
+  Source source;
+  for (const double deg : degs)
+    source.push_back({{10.0 * static_cast<double>(source.size()), 5, 0},
+                      scene.DirectionAt(deg),
+                      600,
+                      source.size() >= rapidFrom});
+  return source;
+}
+
+std::vector<double> Ramp(double from, double to, double step) {
+  std::vector<double> degs;
+  const int count = static_cast<int>(std::lround((to - from) / step));
+  for (int i = 0; i <= count; ++i) degs.push_back(from + i * step);
+  return degs;
+}
+
+// The angles of the posted list.
+std::vector<double> Post(const FourAxisScene& scene, const cadcam::zvToolPath& path) {
+  zvPosted4axTPCreator creator = scene.Creator();
+  std::vector<double> degs;
+  const auto list = creator.Post(path, true);
+  for (const zvPosted4axMove& move : *list) degs.push_back(move.GetRotaryAngle());
+  return degs;
+}
+
+void ExpectAngles(const std::vector<double>& posted, const std::vector<double>& wanted,
+                  const std::string& what) {
+  ASSERT_EQ(posted.size(), wanted.size()) << what;
+  for (std::size_t i = 0; i < wanted.size(); ++i)
+    EXPECT_NEAR(posted[i], wanted[i], 1e-9) << what << ' ' << i;
+}
+
+// The id of what `action` throws, 0 for nothing.
+std::uint32_t IdOf(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const misc::zvException& e) {
+    return e.GetId();
+  }
+  return 0;
+}
+
+std::uint32_t IdOf(const FourAxisScene& scene, const Source& source) {
+  return IdOf([&] { Post(scene, Build(source)); });
+}
+
+TEST(FourAxisCreator, WorkedPositions) {
+  const struct {
+    const char* name;
+    bool onTable;
+    double opening;  // of the cone: the spindle's angle to the axis, which lies in the XZ plane
+    Point orientation;
+    double deg;
+    Point position;
+  } cases[] = {
+      {"table at zero", true, 90, {0, 0, 1}, 0, {11, 22, 133}},
+      {"table by a quarter", true, 90, {0, 1, 0}, 90, {11, -21, 124}},
+      {"table back by a quarter", true, 90, {0, -2, 0}, -90, {11, 31, 90}},
+      {"head at zero", false, 90, {0, 0, 1}, 0, {11, 27, 140}},
+      {"head by a quarter", false, 90, {0, -1, 0}, 90, {11, -73, 40}},
+      {"head by a half", false, 90, {0, 0, -3}, 180, {11, 27, -60}},
+      // Across a narrower cone a half turn tilts the tool by twice the opening.
+      {"table, narrow cone", true, 60, {kHalf, 0, -0.5}, 180, {}},
+      {"head, narrow cone", false, 60, {kHalf, 0, -0.5}, 180, {97.60254037844386, 27, -10}},
+  };
+  for (const auto& c : cases) {
+    FourAxisScene scene;
+    scene.machine.onTable = c.onTable;
+    if (c.opening == 60) scene.machine.axis = {kHalf, 0, 0.5};
+    scene.machine.pivot = {0, 5, 7};
+    scene.origin = {10, 20, 30};
+    scene.toolLength = 100;
+    const auto creator = scene.Creator();
+    const zvPosted4axMove move =
+        creator.PostMove(Move5({1, 2, 3}, c.orientation), zvPostedMove::link2);
+    // A half turn may be told either way round.
+    EXPECT_NEAR(std::fabs(std::remainder(move.GetRotaryAngle() - c.deg, 360.0)), 0, 1e-12)
+        << c.name;
+    if (!(c.position == Point())) {
+      EXPECT_LE((move.GetMachinePosition() - c.position).Length(), 1e-12) << c.name;
+    }
+    EXPECT_EQ(move.GetType(), zvPostedMove::link2);
+    EXPECT_TRUE(move.IsInserted());
+    EXPECT_EQ(move.GetSourceIndex(), 0);
+    EXPECT_EQ(move.GetExtendedId(), 7u);
+  }
+}
+
+TEST(FourAxisCreator, NearTheSpindleAnglesAreExact) {
+  const FourAxisScene scene;  // a pole tolerance of 0.01 degrees
+  const auto creator = scene.Creator();
+  const struct {
+    double at, deg;
+    bool isExact;
+  } cases[] = {{0.0099, 0, true},    {-0.0099, 0, true},    {0.0101, 0.0101, false},
+               {179.991, 180, true}, {-179.991, 180, true}, {-179.98, -179.98, false}};
+  for (const auto& c : cases) {
+    const double deg =
+        creator.PostMove(Move5({}, scene.DirectionAt(c.at)), zvPostedMove::noLink).GetRotaryAngle();
+    if (c.isExact) {
+      EXPECT_EQ(deg, c.deg) << c.at;
+    } else {
+      EXPECT_NEAR(deg, c.deg, 1e-9) << c.at;
+    }
+  }
+}
+
+TEST(FourAxisCreator, CountsOfMovesBetweenTwo) {
+  struct Case {
+    const char* name;
+    double to;
+    std::size_t lines;
+    bool rapid = false;
+    bool interpolatesRapid = false;
+    double distance = 0;
+  };
+  const Case cases[] = {
+      {"up to a step", 3, 2},
+      {"just above a step", 3.1, 3},
+      {"three between", 10, 5},
+      {"rapid", 10, 2, true},
+      {"rapid, but by distance alone", 10, 2, true, true},
+      {"rapid by distance", 10, 5, true, true, 5},  // 10 / 5 + 1 moves
+      {"the greater count", 10, 5, false, false, 5},
+      {"a distance of one step", 0, 2, false, false, 10},
+      {"half the distance", 0, 5, false, false, 5},
+  };
+  for (const Case& c : cases) {
+    FourAxisScene scene;
+    scene.par.SetInterpolateRapidMoves(c.interpolatesRapid);
+    scene.par.SetInterpolateByDistance(c.distance > 0);
+    scene.par.SetInterpolationDistance(c.distance);
+    const auto degs = Post(scene, Build(AtAngles(scene, {0, c.to}, c.rapid ? 1 : 1000)));
+    EXPECT_EQ(degs.size(), c.lines) << c.name;
+    if (c.lines == 5 && !c.rapid && c.to == 10) {
+      for (std::size_t i = 1; i < degs.size(); ++i)
+        EXPECT_NEAR(degs[i] - degs[i - 1], 2.5, 0.005) << c.name;
+    }
+  }
+}
+
+// Orientations exactly opposite blend to one or the other: no depth brings them nearer. What is
+// left of it are the two nearest to the flip, and a lift and a drop between them.
+TEST(FourAxisCreator, SubdivisionEndsAtTheEighthLevel) {
+  FourAxisScene scene;
+  auto creator = scene.Creator();
+  const Source flip{{{0, 0, 0}, {0, 0, 1}}, {{100, 0, 0}, {0, 0, -1}}};
+  const auto list = creator.Post(Build(flip), false);
+  ASSERT_EQ(list->GetCount(), 6u);
+  EXPECT_EQ(creator.GetCounts().largeJumps, 1u);
+  const std::vector<zvPosted4axMove> lines(list->begin(), list->end());
+  for (const std::size_t i : {1, 2, 3, 4}) EXPECT_TRUE(lines[i].IsInserted());
+  EXPECT_EQ(lines[2].GetRotaryAngle(), 0);
+  EXPECT_EQ(lines[3].GetRotaryAngle(), 180);
+  EXPECT_TRUE(lines[2].IsRapid() && lines[3].IsRapid());
+  // 61 pieces a level.
+  const double gap = lines[4].GetPartPosition().x - lines[1].GetPartPosition().x;
+  EXPECT_NEAR(gap * std::pow(61, 8) / 100, 1, 0.05);
+}
+
+TEST(FourAxisCreator, AnglesOfKnownRuns) {
+  using Limit = zv5axControlDef::angleLimit;
+  struct Case {
+    const char* name;
+    std::vector<double> source, posted;
+    std::pair<double, double> range{-100000, 100000};
+    zvKDRParam::LimitsCheck check = zvKDRParam::checkNothing;
+    Limit first = zv5axControlDef::angleLimitNone;
+    Limit second = zv5axControlDef::angleLimitNone;
+  };
+  const Case cases[] = {
+      {"the short way over the back", {-170, 170}, {-170, -190}},
+      {"half a turn is no wind", {0, 180}, {0, 180}},
+      {"all later moves are carried", {170, -170, 100}, {170, 190, 100}},
+      {"brought into the range", {-10, -20}, {350, 340}, {0, 360}},
+      {"zero outside the range stays", {0, 15}, {0, 15}, {10, 20}},
+      {"no turn fits", {100, 110}, {100, 110}, {-90, 90}},
+      // Winded to -190, then wrapped for the control.
+      {"wrapped by 180",
+       {-170, 170},
+       {-170, 170},
+       {},
+       zvKDRParam::checkNothing,
+       zv5axControlDef::angleLimit180},
+      {"wrapped by 360",
+       {-170, 170},
+       {190, 170},
+       {},
+       zvKDRParam::checkNothing,
+       zv5axControlDef::angleLimit360},
+      {"the second axis' limit is none of this machine's",
+       {-170, 170},
+       {-170, -190},
+       {},
+       zvKDRParam::checkNothing,
+       zv5axControlDef::angleLimitNone,
+       zv5axControlDef::angleLimit360},
+      {"one move", {-170}, {190}, {}, zvKDRParam::checkNothing, zv5axControlDef::angleLimit360},
+      // Winding leaves the range below; a turn up fits as a whole.
+      {"shifted by a turn",
+       {-170, 170, 110},
+       {190, 170, 110},
+       {-200, 500},
+       zvKDRParam::checkAllAxes},
+      {"within the tolerance",
+       {-170.00005, -160},
+       {-170.00005, -160},
+       {-170, 100},
+       zvKDRParam::checkAllAxes},
+      {"checks see winded angles",
+       {-170, 170},
+       {190, 170},
+       {-200, 200},
+       zvKDRParam::checkAllAxes,
+       zv5axControlDef::angleLimit360},
+  };
+  for (const Case& c : cases) {
+    FourAxisScene scene;
+    scene.par.SetMaxAngleStep(0);
+    scene.par.SetMaxAngleJump(180);
+    scene.par.SetLimitsCheck(c.check);
+    if (c.range.first != c.range.second) scene.machine.range = c.range;
+    scene.control.SetFirstAxisLimit(c.first);
+    scene.control.SetSecondAxisLimit(c.second);
+    ExpectAngles(Post(scene, Build(AtAngles(scene, c.source))), c.posted, c.name);
+  }
+}
+
+TEST(FourAxisCreator, LargeJumpsAreMadeOffThePart) {
+  FourAxisScene scene;
+  scene.par.SetMaxAngleStep(0);
+  scene.par.SetRetractDistance(40);
+  const auto source = AtAngles(scene, {0, 150, 151});
+  auto creator = scene.Creator();
+  const auto list = creator.Post(Build(source), false);
+  const std::vector<zvPosted4axMove> lines(list->begin(), list->end());
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_EQ(creator.GetCounts().largeJumps, 1u);
+  for (const std::size_t i : {1, 2}) {
+    const zvPosted4axMove& from = lines[i == 1 ? 0 : 3];
+    EXPECT_TRUE(lines[i].IsRapid() && lines[i].IsInserted());
+    EXPECT_EQ(lines[i].GetSourceIndex(), from.GetSourceIndex());
+    EXPECT_EQ(lines[i].GetRotaryAngle(), from.GetRotaryAngle());
+    EXPECT_EQ(lines[i].GetPartPosition(), from.GetPartPosition() + 40 * from.GetOrientation());
+  }
+  EXPECT_EQ(Post(scene, Build(AtAngles(scene, {0, 150, 151}, 1))).size(), 3u) << "rapid";
+  scene.par.SetMaxAngleJump(150.5);
+  EXPECT_EQ(Post(scene, Build(source)).size(), 3u) << "no jump";
+
+  // To the limits instead: exactly onto the first that is met, here Z.
+  scene.par.SetMaxAngleJump(120);
+  scene.par.SetRetractToLimits(true);
+  scene.machine.high = {1000, 1000, 77};
+  auto toLimits = scene.Creator();
+  const auto lifted = toLimits.Post(Build(source), true);
+  EXPECT_EQ(std::next(lifted->begin())->GetMachinePosition().z, 77);
+  // From outside of them there is no way.
+  scene.machine.high = {1000, 1000, -77};
+  EXPECT_EQ(IdOf(scene, source), 5008u);
+}
+
+TEST(FourAxisCreator, RewindsWhereTheRangeEnds) {
+  FourAxisScene scene;
+  scene.machine.range = {-360, 360};
+  scene.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+  const std::vector<double> degs = Ramp(0, 900, 3);
+  auto creator = scene.Creator();
+  const auto turns = creator.Post(Build(AtAngles(scene, degs)), true);
+  // A shift by a turn, then one rewinding by two at the limit: its move, lift, 240 turns, end,
+  // drop.
+  EXPECT_EQ(turns->GetCount(), 301u + 244u);
+  EXPECT_EQ(creator.GetCounts().rewindings, 1u);
+  EXPECT_NEAR(turns->Front().GetRotaryAngle(), -360, 1e-9);
+  EXPECT_NEAR(turns->Back().GetRotaryAngle(), -180, 1e-9);
+
+  // With a link in reach it turns there, and by one turn less.
+  Source source = AtAngles(scene, degs);
+  for (std::size_t i = 200; i <= 210; ++i) {
+    source[i].link = 5;
+    source[i].rapid = true;
+  }
+  const auto atLink = creator.Post(Build(source), false);
+  EXPECT_EQ(creator.GetCounts().rewindings, 1u);
+  EXPECT_EQ(atLink->GetCount(), 301u + 123u);
+  int turning = 0;
+  for (const zvPosted4axMove& move : *atLink) {
+    ASSERT_LE(std::fabs(move.GetRotaryAngle()), 360 + 1e-9);
+    if (!move.IsInserted()) continue;
+    EXPECT_EQ(move.GetType(), zvPostedMove::noLink);
+    EXPECT_EQ(move.GetSourceIndex(), 210);
+    ++turning;
+  }
+  EXPECT_EQ(turning, 123);
+
+  // Below a whole turn nothing is rewound, and without the check of all axes nothing shifted.
+  scene.machine.range = {-150, 150};
+  EXPECT_EQ(IdOf(scene, AtAngles(scene, degs)), 5018u);
+  scene.machine.range = {-360, 360};
+  scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
+  EXPECT_EQ(IdOf(scene, AtAngles(scene, degs)), 5018u);
+  scene.machine.range = {-200, 500};
+  EXPECT_EQ(IdOf(scene, AtAngles(scene, Ramp(-170, -290, -3))), 5013u);
+}
+
+TEST(FourAxisCreator, TellsWhatIsWrong) {
+  const Source good{{{0, 0, 0}, {0, 0, 1}}, {{9, 0, 0}, {0, 0.1, 1}}, {{9, 9, 0}, {0, 0.2, 1}}};
+  const auto with = [&](std::size_t at, const Point& orientation, const Point& tip = {}) {
+    Source source = good;
+    source[at].orientation = orientation;
+    source[at].tip = tip;
+    return source;
+  };
+  using Change = std::function<void(FourAxisScene&)>;
+  const Change nothing = [](FourAxisScene&) {};
+  const Change aligns = [](FourAxisScene& s) { s.par.SetAlignToolpath(true); };
+  const struct {
+    const char* name;
+    Source source;
+    Change change;
+    std::uint32_t id;
+  } cases[] = {
+      {"nothing", good, nothing, 0},
+      {"off the cone", with(1, {1e-11, 0, 1}), nothing, 5030},
+      {"hardly off the cone", with(1, {5e-13, 0, 1}), nothing, 0},
+      {"zero orientation", with(2, {0, 0, 0}), nothing, 2189},
+      {"NaN", with(2, {0, kNaN, 1}), nothing, 5039},
+      {"infinite", with(0, {0, 0, 1}, {0, -kInfinity, 0}), nothing, 5039},
+      {"the whole path is read first",
+       {good[0], {{}, {1, 0, 0}}, {{kNaN, 0, 0}, {0, 0, 1}}},
+       nothing,
+       5039},
+      // The move halfway has no orientation; only two moves between, and it isn't there.
+      {"opposite",
+       {good[0], {{}, {0, 0, -1}}},
+       [](FourAxisScene& s) { s.par.SetMaxAngleStep(179); },
+       2189},
+      {"the whole path is checked first",
+       {good[0], {{}, {0, 0, -1}}, {{}, {1, 0, 0}}},
+       [](FourAxisScene& s) { s.par.SetMaxAngleStep(179); },
+       5030},
+      {"part origin", good, [](FourAxisScene& s) { s.origin.y = kNaN; }, 5039},
+      {"tool length", good, [](FourAxisScene& s) { s.toolLength = kInfinity; }, 5039},
+      {"unknown check", good, [](FourAxisScene& s) { s.par.SetLimitsCheck(kUnknownCheck); }, 5046},
+      {"units", good, [](FourAxisScene& s) { s.machine.units = tests::kInch; }, 5032},
+      {"minimum of Y", good,
+       [](FourAxisScene& s) {
+         s.par.SetLimitsCheck(zvKDRParam::checkLinearAxes);
+         s.machine.low.y = 1;
+       },
+       5011},
+      {"maximum of X, all axes", good,
+       [](FourAxisScene& s) {
+         s.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+         s.machine.range = {90, 95};
+         s.machine.high.x = 8;
+       },
+       5015},
+      {"rotary minimum", good,
+       [](FourAxisScene& s) {
+         s.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
+         s.machine.range = {5, 95};
+         s.machine.high.x = 8;
+       },
+       5013},
+      {"limits crossed", good,
+       [](FourAxisScene& s) {
+         s.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+         s.machine.range = {400, -400};
+       },
+       5013},
+      // A tilted spindle, fitting: two moves are too few to tell.
+      {"too short to align",
+       {{{}, {0.6, 0, 0.8}}, {{}, {0.6, 0.8, 0}}},
+       [&](FourAxisScene& s) {
+         aligns(s);
+         s.machine.spindle = {0.6, 0, 0.8};
+       },
+       5044},
+      {"too short, but square", {good[0], good[1]}, aligns, 0},
+      {"aligned to an oblique axis",
+       {{{}, {0, 0, 1}}, {{}, {0.1, 0.1, 1}}, {{}, {0.2, 0.2, 1}}},
+       aligns,
+       5030},
+      {"aligned to a square axis",
+       {{{}, {0, 0, 1}}, {{}, {0.1, 0, 1}}, {{}, {0.2, 0, 1}}},
+       aligns,
+       0},
+  };
+  for (const auto& c : cases) {
+    FourAxisScene scene;
+    c.change(scene);
+    EXPECT_EQ(IdOf(scene, c.source), c.id) << c.name;
+  }
+}
+
+TEST(FourAxisCreator, AFailedPostingFillsTheListAsFarAsItCame) {
+  FourAxisScene scene;
+  scene.par.SetMaxAngleStep(179);
+  auto creator = scene.Creator();
+  const Point z{0, 0, 1};
+  const struct {
+    Source source;
+    std::uint32_t id, count;
+  } cases[] = {
+      {{{{}, z}, {{1, 0, 0}, z}, {{}, -z}, {{}, -z}}, 2189, 2},
+      {{{{}, z}, {{1, 0, 0}, {1, 0, 0}}}, 5030, 0},
+      {{{{}, z}, {{kNaN, 0, 0}, z}}, 5039, 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(IdOf([&] { creator.Post(Build(c.source), false); }), c.id);
+    EXPECT_EQ(creator.GetPostedList()->GetCount(), c.count) << c.id;
+  }
+  // What is wrong with the check itself is told over a finished list.
+  scene.par.SetLimitsCheck(kUnknownCheck);
+  auto unknown = scene.Creator();
+  EXPECT_TRUE(ThrowsId<zvPostException>(
+      [&] {
+        unknown.Post(Build({{{}, z}, {{1, 0, 0}, z}}), true);
+      },
+      5046, L"Unknown machine limits."));
+  EXPECT_EQ(unknown.GetPostedList()->GetCount(), 2u);
+  // Nothing to post is checked for nothing.
+  EXPECT_EQ(unknown.Post(cadcam::zvToolPath(tests::kInch), true)->GetCount(), 0u);
+  // Sections without moves are.
+  scene.par.SetAlignToolpath(true);
+  auto aligning = scene.Creator();
+  EXPECT_EQ(IdOf([&] { aligning.Post(PathBuilder().Contour({}), true); }), 5046u);
+}
+
+TEST(FourAxisCreator, SingleMovesWithinLimits) {
+  using Limit = zv5axControlDef::angleLimit;
+  const struct {
+    const char* name;
+    double at;
+    zvKDRParam::LimitsCheck check;
+    std::pair<double, double> range;
+    Limit wrap;
+    double highX;
+    double deg;
+    std::uint32_t id;
+  } cases[] = {
+      {"no check", -30, zvKDRParam::checkNothing, {0, 20}, {}, -1, -30, 0},
+      {"linear", -30, zvKDRParam::checkLinearAxes, {0, 20}, {}, 1, -30, 0},
+      {"linear, broken", -30, zvKDRParam::checkLinearAxes, {0, 20}, {}, -1, 0, 5015},
+      {"rotary, wrapped", -30, zvKDRParam::checkRotaryAxes, {0, 360}, {}, -1, 330, 0},
+      {"rotary, broken", -30, zvKDRParam::checkRotaryAxes, {0, 20}, {}, 1, 0, 5013},
+      {"slack of the pole's tolerance",
+       20.009,
+       zvKDRParam::checkRotaryAxes,
+       {0, 20},
+       {},
+       1,
+       20.009,
+       0},
+      {"all", -30, zvKDRParam::checkAllAxes, {0, 360}, {}, 1, 330, 0},
+      {"linear before rotary", -30, zvKDRParam::checkAllAxes, {0, 20}, {}, -1, 0, 5015},
+      // The control's wrap comes before the check and may take the angle out again.
+      {"control's wrap",
+       -30,
+       zvKDRParam::checkAllAxes,
+       {0, 360},
+       zv5axControlDef::angleLimit180,
+       1,
+       0,
+       5013},
+      {"unknown check", 0, kUnknownCheck, {0, 20}, {}, 1, 0, 5046},
+  };
+  for (const auto& c : cases) {
+    FourAxisScene scene;
+    scene.machine.range = c.range;
+    scene.machine.high.x = c.highX;
+    scene.par.SetLimitsCheck(c.check);
+    scene.control.SetFirstAxisLimit(c.wrap);
+    scene.control.SetSecondAxisLimit(zv5axControlDef::angleLimit360);
+    const auto creator = scene.Creator();
+    const auto move = Move5({0, 0, 0}, scene.DirectionAt(c.at));
+    const std::uint32_t id = IdOf([&] {
+      const auto pair = creator.PostMoveWithinMachLimits(move, zvPostedMove::noLink);
+      EXPECT_NEAR(pair.first->GetRotaryAngle(), c.deg, 1e-9) << c.name;
+      EXPECT_TRUE(pair.second.IsNull()) << c.name;
+    });
+    EXPECT_EQ(id, c.id) << c.name;
+  }
+}
+
+// Steps and limits are the creator's own copy, the pole's tolerance the caller's object.
+TEST(FourAxisCreator, ReadsEachParameterFromItsPlace) {
+  FourAxisScene scene;
+  auto creator = scene.Creator();
+  const Source source = AtAngles(scene, {0, 10, 10.005});
+  const std::size_t before = creator.Post(Build(source), true)->GetCount();
+  scene.par.SetMaxAngleStep(1);
+  scene.par.SetLimitsCheck(kUnknownCheck);
+  EXPECT_EQ(creator.Post(Build(source), true)->GetCount(), before);
+  scene.par.SetPoleAngleTolerance(10);
+  const auto move = [&](double deg) {
+    return creator.PostMove(Move5({}, scene.DirectionAt(deg)), zvPostedMove::noLink)
+        .GetRotaryAngle();
+  };
+  EXPECT_EQ(move(9.9), 0);
+  EXPECT_EQ(creator.Post(Build(source), true)->Front().GetRotaryAngle(), 0);
+  EXPECT_EQ(creator.GetPar().GetPoleAngleTolerance(), 0.01);
+}
+
+TEST(FourAxisCreator, ANewMachineReachesChecksButNotSolutions) {
+  FourAxisScene scene;
+  scene.toolLength = 10;
+  scene.par.SetLimitsCheck(zvKDRParam::checkLinearAxes);
+  auto creator = scene.Creator();
+  const auto path = Build(AtAngles(scene, {0, 40}));
+  const Point before = creator.Post(path, true)->Back().GetMachinePosition();
+  FourAxisScene other = scene;
+  other.machine.pivot = {0, 50, 0};
+  creator.SetMachDef(other.machine.MachDef());
+  EXPECT_EQ(creator.Post(path, true)->Back().GetMachinePosition(), before);
+  EXPECT_EQ(creator.GetMachDef().GetRotationPivot(), Point(0, 50, 0));
+  // Its cone is another.
+  other.machine.spindle = {1, 0, 1};
+  creator.SetMachDef(misc::MakeAutoPointer<zv4axMachDef>(other.machine.MachDef()));
+  EXPECT_EQ(IdOf([&] { creator.Post(path, true); }), 5030u);
+  // A machine that can't be normalised changes nothing.
+  zv4axMachDef bad = scene.machine.MachDef();
+  bad.SetRotationDirection({0, 0, 0});
+  EXPECT_THROW(creator.SetMachDef(bad), cadcam::zvcadcamException);
+  EXPECT_EQ(creator.GetMachDef().GetRotationPivot(), Point(0, 50, 0));
+  EXPECT_EQ(IdOf([&] { creator.SetMachDef(misc::MakeAutoPointer<post::zv3axMachDef>()); }), 5043u);
+  const zvPosted4axTPCreator copy(creator);
+  EXPECT_TRUE(copy.GetPostedList().IsNull());
+  EXPECT_EQ(copy.GetInstanceType(), zvPostedTPCreator::instance4ax);
+}
+
+// An older matrix stays in force where a later path fits, and is copied with the creator.
+TEST(FourAxisCreator, TheAlignmentStaysUntilAnotherReplacesIt) {
+  FourAxisScene scene;
+  scene.par.SetAlignToolpath(true);
+  auto creator = scene.Creator();
+  creator.Post(Build({{{}, {0, 0, 1}}, {{}, {0.1, 0, 1}}, {{}, {0.2, 0, 1}}}), true);
+  ASSERT_TRUE(creator.IsAlignMatrixValide());
+  const zvPosted4axTPCreator copy(creator);
+  const auto matrix = creator.GetAlignMatrix();
+  EXPECT_NE(copy.GetAlignMatrix().Get(), matrix.Get());
+  EXPECT_TRUE(*copy.GetAlignMatrix() == *matrix);
+  const Source fits{{{0, 0, 0}, {0, 0, 1}}, {{9, 0, 0}, {0, 0.1, 1}}, {{9, 9, 0}, {0, 0.2, 1}}};
+  EXPECT_EQ(IdOf([&] { creator.Post(Build(fits), true); }), 5030u);
+  EXPECT_EQ(creator.GetAlignMatrix().Get(), matrix.Get());
+  creator.SetAlignMatrix(nullptr);
+  EXPECT_EQ(creator.Post(Build(fits), true)->GetCount(), 5u);
+}
+
+// Whatever the parameters and limits are, a posting ends: with a list, or with an error.
+TEST(FourAxisCreator, EndsOnAbsurdParametersAndLimits) {
+  for (const double odd : {0.0, -1.0, 1e-300, 1e300, kNaN, kInfinity, -kInfinity})
+    for (int field = 0; field < 9; ++field) {
+      FourAxisScene scene;
+      scene.par.SetInterpolateByDistance(field == 1);
+      scene.par.SetLimitsCheck(field >= 4 ? zvKDRParam::checkAllAxes : zvKDRParam::checkNothing);
+      switch (field) {
+        case 0:
+          scene.par.SetMaxAngleStep(odd);
+          break;
+        case 1:
+          scene.par.SetInterpolationDistance(odd);
+          break;
+        case 2:
+          scene.par.SetMaxAngleJump(odd);
+          break;
+        case 3:
+          scene.par.SetRetractDistance(odd);
+          break;
+        case 4:
+          scene.par.SetLimitTolerance(odd);
+          scene.machine.range = {-360, 360};
+          break;
+        case 5:
+          scene.machine.range.first = odd;
+          break;
+        case 6:
+          scene.machine.range.second = odd;
+          break;
+        case 7:
+          scene.machine.low = {odd, -500, -500};
+          break;
+        case 8:
+          scene.machine.high = {500, odd, 500};
+          break;
+      }
+      auto creator = scene.Creator();
+      const auto path = Build(AtAngles(scene, Ramp(0, 1000, 5)));
+      try {
+        EXPECT_LT(creator.Post(path, true)->GetCount(), 100000u) << odd << ' ' << field;
+      } catch (const zvPostException& e) {
+        EXPECT_TRUE(e.GetId() == 5039 || (e.GetId() >= 5010 && e.GetId() <= 5018))
+            << e.GetId() << ' ' << odd << ' ' << field;
+      }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,427 @@
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/post/creators/posting_facade.h>
+#include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/post_exception.h>
+#include <tests/support/four_axis_scenes.h>
+#include <tests/support/six_axis_scenes.h>
+#include <tests/support/source_path.h>
+#include <tests/support/throws_id.h>
+
+#include <limits>
+#include <typeinfo>
+
+namespace {
+
+using post::zvKDRParam;
+using post::zvMachDef;
+using post::zvPostedMove;
+using post::zvPostedTP;
+using post::zvPostException;
+using tests::Build;
+using tests::Move3;
+using tests::Move5;
+using tests::PathBuilder;
+using tests::Point;
+using tests::Seeded;
+using tests::Source;
+using tests::ThrowsId;
+using tests::ToPoint;
+
+constexpr const wchar_t* kUnknownMachine = L"Machine type is unknown.";
+constexpr const wchar_t* kWrongMethod = L"Wrong static method called.";
+
+// What a façade and a creator refer to, and a path that the machine can follow.
+struct Request {
+  misc::zvAutoPointer<zvMachDef> machDef;
+  post::zv5axControlDef control;
+  zvKDRParam par{tests::kMetric};
+  Point origin{10, 20, 30};
+  double toolLength = 100;
+  Source path;
+
+  zvKDR5AxBase Facade() const&& = delete;
+  zvKDR5AxBase Facade() const& { return {machDef, control, par, origin, toolLength}; }
+  template <class Creator>
+  Creator CreatorOf() const& {
+    return {machDef, control, par, origin, toolLength};
+  }
+};
+
+Request RandomRequest(Seeded& random, zvMachDef::NumbersOfAxes axes) {
+  Request request;
+  const int count = random.Integer(1, 30);
+  const auto take = [&request](const auto& scene) {
+    request.origin = scene.origin;
+    request.toolLength = scene.toolLength;
+  };
+  switch (axes) {
+    case zvMachDef::threeAxes: {
+      post::zv3axMachDef machDef;
+      machDef.SetSpindleDirection(AnyVector(random));
+      request.par.SetAlignToolpath(random.Chance(0.5));
+      const Point axis =
+          request.par.GetAlignToolpath() ? AnyVector(random) : machDef.GetSpindleDirection();
+      for (int i = 0; i < count; ++i) request.path.push_back({random.Vector(50), axis});
+      request.machDef = machDef.Clone();
+      break;
+    }
+    case zvMachDef::fourAxes: {
+      const tests::FourAxisScene scene = RandomFourAxisScene(random);
+      take(scene);
+      double deg = random.Real(-180, 180);
+      for (int i = 0; i < count; ++i) {
+        request.path.push_back({random.Vector(50), scene.DirectionAt(deg), random.Real(100, 999)});
+        deg += random.Real(-50, 50);
+      }
+      request.machDef = scene.machine.MachDef().Clone();
+      break;
+    }
+    case zvMachDef::fiveAxes: {
+      const tests::FiveAxisScene scene = tests::RandomScene(random);
+      take(scene);
+      request.path = RandomReachablePath(random, scene, count);
+      request.machDef = scene.machine.MachDef().Clone();
+      break;
+    }
+    case zvMachDef::sixAxes: {
+      const tests::SixAxisScene scene = RandomSixAxisScene(random);
+      take(scene);
+      request.path = RandomReachablePath(random, scene, count);
+      request.machDef = scene.MachDef().Clone();
+      break;
+    }
+  }
+  request.par.SetInterpolateByDistance(random.Chance(0.3));
+  request.par.SetInterpolationDistance(random.Real(5, 20));
+  request.par.SetMaxAngleJump(random.Real(20, 179));
+  request.control.SetFirstAxisLimit(
+      static_cast<post::zv5axControlDef::angleLimit>(random.Integer(0, 2)));
+  return request;
+}
+
+template <class Move>
+void ExpectSame(const zvPostedMove& line, const Move& move) {
+  ASSERT_TRUE(typeid(line) == typeid(Move));
+  ASSERT_TRUE(static_cast<const Move&>(line) == move);
+  ASSERT_EQ(line.GetMachinePosition(), move.GetMachinePosition());
+  ASSERT_FALSE(line.HasNoExtended());
+}
+
+// The façade against the creator of a class, in all that it does.
+template <class Creator>
+void ExpectTheCreatorsResults(zvMachDef::NumbersOfAxes axes) {
+  using Move = typename Creator::Move;
+  Seeded random;
+  int refused = 0;
+  std::uint64_t lines = 0;
+  constexpr int kRequests = 200;
+  for (int i = 0; i < kRequests; ++i) {
+    const Request request = RandomRequest(random, axes);
+    Creator creator = request.CreatorOf<Creator>();
+    zvKDR5AxBase facade = request.Facade();
+    const auto path = Build(request.path);
+    try {
+      creator.Post(path, false);
+    } catch (const misc::zvException& e) {
+      ++refused;
+      try {
+        facade.Post(path);
+        FAIL() << e.what();
+      } catch (const misc::zvException& own) {
+        ASSERT_EQ(own.GetId(), e.GetId());
+        ASSERT_EQ(own.GetMessage(), e.GetMessage());
+      }
+      ASSERT_EQ(facade.GetPostedTP().GetCount(), 0u);
+      continue;
+    }
+    const zvPostedTP& posted = facade.Post(path);
+    ASSERT_EQ(posted.GetCount(), creator.GetPostedList()->GetCount());
+    auto line = posted.Begin();
+    for (const Move& move : *creator.GetPostedList()) ExpectSame(**line++, move);
+    ASSERT_EQ(posted.HasAlignMatrix(), creator.IsAlignMatrixValide());
+    ASSERT_EQ(facade.GetAlignMatrix(), posted.GetAlignMatrix());
+    lines += posted.GetCount();
+
+    const auto move = Move5(request.path.front().tip, request.path.front().orientation, 700);
+    const auto [single, mirror] = facade.PostMove(move, zvPostedMove::link1);
+    if constexpr (requires { creator.PostMove2(move, zvPostedMove::link1); }) {
+      const auto expected = creator.PostMove2(move, zvPostedMove::link1);
+      ExpectSame(*single, expected.first);
+      ASSERT_EQ(*mirror, expected.second);
+    } else {
+      ExpectSame(*single, creator.PostMove(move, zvPostedMove::link1));
+      ASSERT_TRUE(mirror.IsNull());
+    }
+    const auto within = facade.PostMoveWithinMachLimits(move, zvPostedMove::link1);
+    creator.SetAlignMatrix(nullptr);  // which the façade doesn't pass on here
+    const auto expected = creator.PostMoveWithinMachLimits(move, zvPostedMove::link1);
+    ASSERT_EQ(within.first.IsNull(), expected.first.IsNull());
+    ASSERT_EQ(within.second.IsNull(), expected.second.IsNull());
+    if (expected.first) ExpectSame(*within.first, *expected.first);
+    if (expected.second) ExpectSame(*within.second, *expected.second);
+    if (testing::Test::HasFatalFailure()) FAIL() << i;
+  }
+  EXPECT_LT(refused, kRequests / 2);
+  EXPECT_GT(lines, 1000u);
+}
+
+TEST(PostingFacade, GivesTheThreeAxisCreatorsResults) {
+  ExpectTheCreatorsResults<zvPosted3axTPCreator>(zvMachDef::threeAxes);
+}
+TEST(PostingFacade, GivesTheFourAxisCreatorsResults) {
+  ExpectTheCreatorsResults<zvPosted4axTPCreator>(zvMachDef::fourAxes);
+}
+TEST(PostingFacade, GivesTheFiveAxisCreatorsResults) {
+  ExpectTheCreatorsResults<zvPosted5axTPCreator>(zvMachDef::fiveAxes);
+}
+TEST(PostingFacade, GivesTheSixAxisCreatorsResults) {
+  ExpectTheCreatorsResults<zvPosted6axTPCreator>(zvMachDef::sixAxes);
+}
+
+// One solution out of limits: the null stands where the creator has it.
+TEST(PostingFacade, ASolutionOutOfLimitsIsNull) {
+  tests::SixAxisScene scene;
+  const auto tilted = [] { return Move5({10, 20, 30}, {0, 0.6, 0.8}); };
+  for (const auto& range : {std::pair(0.0, 90.0), std::pair(-90.0, 0.0)}) {
+    scene.machine.secondRange = range;
+    for (const auto& machDef : {scene.machine.MachDef().Clone(), scene.MachDef().Clone()}) {
+      Request request;
+      request.machDef = machDef;
+      request.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
+      const zvKDR5AxBase facade = request.Facade();
+      const bool isFirstUp =
+          facade.PostMove(tilted(), zvPostedMove::noLink).second->secondAngle < 0;
+      const auto within = facade.PostMoveWithinMachLimits(tilted(), zvPostedMove::noLink);
+      const bool keepsFirst = isFirstUp == (range.second > 0);
+      EXPECT_EQ(within.first.IsNull(), !keepsFirst);
+      EXPECT_EQ(within.second.IsNull(), keepsFirst);
+    }
+  }
+}
+
+Request AligningRequest() {
+  Request request;
+  request.machDef = post::zv3axMachDef().Clone();
+  request.par.SetAlignToolpath(true);
+  request.origin = {};
+  request.toolLength = 0;
+  return request;
+}
+
+// X of the part is the tool's direction, so that the alignment turns it into the machine's Z.
+const Point kTip{3, 4, 5};
+PathBuilder AlongX() {
+  return PathBuilder().Contour({Move3(kTip, 1000, false, {1, 0, 0})});
+}
+
+TEST(PostingFacade, TheAlignmentStaysForSingleMovesButForNoOtherPosting) {
+  const Request request = AligningRequest();
+  zvKDR5AxBase facade = request.Facade();
+  EXPECT_FALSE(facade.IsAlignMatrixValide());
+  const zvPostedTP& posted = facade.Post(AlongX());
+  const auto matrix = facade.GetAlignMatrix();
+  ASSERT_TRUE(matrix);
+  EXPECT_EQ(posted.GetAlignMatrix(), matrix);
+  EXPECT_NEAR((*posted.Begin())->GetMachinePosition().z, 3, 1e-12);
+  const auto aligned = [&] {
+    const auto move = Move3(kTip, 1000, false, {1, 0, 0});
+    return std::fabs(facade.PostMove(move, zvPostedMove::noLink).first->GetMachinePosition().z -
+                     3) < 1e-12;
+  };
+  EXPECT_TRUE(aligned());
+  const auto within =
+      facade.PostMoveWithinMachLimits(Move3(kTip, 1000, false, {1, 0, 0}), zvPostedMove::noLink);
+  EXPECT_EQ(within.first->GetMachinePosition(), kTip);
+
+  // An empty path, a path that fits as it is, one that fails: the façade's matrix stays, the
+  // posted toolpath's goes, and nothing is aligned by it.
+  facade.Post(cadcam::zvToolPath(tests::kMetric));
+  EXPECT_EQ(posted.GetCount(), 0u);
+  EXPECT_FALSE(posted.HasAlignMatrix());
+  EXPECT_EQ(facade.GetAlignMatrix(), matrix);
+  facade.Post(PathBuilder().Contour({Move3(kTip)}));
+  ASSERT_EQ(posted.GetCount(), 1u);
+  EXPECT_EQ((*posted.Begin())->GetMachinePosition(), kTip);
+  EXPECT_FALSE(posted.HasAlignMatrix());
+  EXPECT_EQ(facade.GetAlignMatrix(), matrix);
+  EXPECT_THROW(facade.Post(PathBuilder().Contour({Move3({}, 1, false, {0, 0, -1})})),
+               cadcam::zvcadcamException);
+  EXPECT_EQ(facade.GetAlignMatrix(), matrix);
+  EXPECT_TRUE(aligned());
+
+  // A copy shares moves and matrix; each goes its own way then.
+  facade.Post(AlongX());
+  zvKDR5AxBase copy(facade);
+  EXPECT_EQ(*copy.GetPostedTP().Begin(), *posted.Begin());
+  EXPECT_EQ(copy.GetAlignMatrix(), facade.GetAlignMatrix());
+  facade.SetAlignMatrix(nullptr);
+  EXPECT_FALSE(aligned());
+  EXPECT_TRUE(posted.HasAlignMatrix());
+  EXPECT_TRUE(copy.IsAlignMatrixValide());
+}
+
+TEST(PostingFacade, AFourAxisPathIsAlignedTooAndFiveAxesAreNot) {
+  tests::FourAxisScene scene;
+  Request request;
+  request.machDef = scene.machine.MachDef().Clone();
+  request.par.SetAlignToolpath(true);
+  // About Y, which the alignment turns onto the machine's X, reversed.
+  request.path = {{{1, 2, 3}, {0, 0, 1}}, {{1, 2, 4}, {0.6, 0, 0.8}}, {{1, 2, 5}, {0.8, 0, 0.6}}};
+  zvKDR5AxBase facade = request.Facade();
+  const zvPostedTP& posted = facade.Post(Build(request.path));
+  ASSERT_TRUE(facade.IsAlignMatrixValide());
+  EXPECT_EQ(posted.GetAlignMatrix(), facade.GetAlignMatrix());
+  const auto move = Move5({1, 2, 3}, {0, 0, 1});
+  const Point first = (*posted.Begin())->GetPartPosition();
+  EXPECT_NE(first, Point(1, 2, 3));
+  EXPECT_EQ(facade.PostMove(move, zvPostedMove::noLink).first->GetPartPosition(), first);
+  EXPECT_EQ(facade.PostMoveWithinMachLimits(move, zvPostedMove::noLink).first->GetPartPosition(),
+            Point(1, 2, 3));
+
+  request.machDef = tests::FiveAxisSetup().MachDef().Clone();
+  zvKDR5AxBase fiveAxes = request.Facade();
+  fiveAxes.SetAlignMatrix(facade.GetAlignMatrix());
+  EXPECT_EQ(fiveAxes.PostMove(move, zvPostedMove::noLink).first->GetPartPosition(), Point(1, 2, 3));
+  EXPECT_FALSE(fiveAxes.Post(Build(request.path)).HasAlignMatrix());
+  EXPECT_EQ(fiveAxes.GetAlignMatrix(), facade.GetAlignMatrix());
+}
+
+TEST(PostingFacade, DispatchComesFirstAndTheClassIsCheckedLast) {
+  const auto path = PathBuilder().Contour({Move3({1, 2, 3})});
+  const cadcam::zvToolPath empty(tests::kMetric);
+  const auto move = [] { return Move3({1, 2, 3}); };
+  Request request;
+  request.machDef = post::zv5axMachDef().Clone();
+  zvKDR5AxBase facade = request.Facade();
+  EXPECT_EQ(facade.Post(path).GetCount(), 1u);
+  for (const int axes : {4, 7, -1}) {
+    request.machDef->SetNumbersOfAxes(static_cast<zvMachDef::NumbersOfAxes>(axes));
+    const auto expectUnknown = [&](const auto& action) {
+      EXPECT_TRUE(ThrowsId<zvPostException>(action, 5031, kUnknownMachine)) << axes;
+    };
+    expectUnknown([&] { facade.Post(path); });
+    EXPECT_EQ(facade.GetPostedTP().GetCount(), 0u) << "a failed posting leaves no result";
+    expectUnknown([&] { facade.Post(empty); });
+    expectUnknown([&] { facade.PostMove(move(), zvPostedMove::noLink); });
+    expectUnknown([&] { facade.PostMoveWithinMachLimits(move(), zvPostedMove::noLink); });
+  }
+  for (const auto axes : {zvMachDef::threeAxes, zvMachDef::fourAxes, zvMachDef::sixAxes}) {
+    request.machDef->SetNumbersOfAxes(axes);
+    const auto expectWrong = [&](const auto& action) {
+      EXPECT_TRUE(ThrowsId<zvPostException>(action, 5043, kWrongMethod)) << axes;
+    };
+    EXPECT_EQ(facade.Post(empty).GetCount(), 0u) << "nothing to post, nothing to check";
+    expectWrong([&] { facade.Post(path); });
+    expectWrong([&] { facade.PostMove(move(), zvPostedMove::noLink); });
+    expectWrong([&] { facade.PostMoveWithinMachLimits(move(), zvPostedMove::noLink); });
+  }
+  request.machDef = nullptr;
+  EXPECT_TRUE(ThrowsId<misc::zvException>([&] { request.Facade(); }, 0, L"Accessing NULL pointer"));
+}
+
+TEST(PostingFacade, AFailedPostingLeavesNoResult) {
+  tests::FiveAxisScene scene;
+  scene.machine.firstRange = {-360, 360};
+  Request request;
+  request.machDef = scene.machine.MachDef().Clone();
+  request.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+  for (int i = 0; i < 400; ++i)
+    request.path.push_back({{0, 0, 0.1 * i}, ToPoint(scene.Model().At({}, 5.0 * i, 30).axis)});
+  zvKDR5AxBase facade = request.Facade();
+  zvPosted5axTPCreator creator = request.CreatorOf<zvPosted5axTPCreator>();
+  creator.Post(Build(request.path), false);
+  const zvPostedTP& posted = facade.Post(Build(request.path));
+  EXPECT_EQ(facade.GetCounts().rewindings, creator.GetCounts().rewindings);
+  EXPECT_GE(facade.GetCounts().rewindings, 2u);
+  const auto kept = *posted.Begin();
+
+  Source broken = request.path;
+  broken.back().orientation.x = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { facade.Post(Build(broken)); }, 5039,
+                                        L"Invalid vector was passed."));
+  EXPECT_EQ(posted.GetCount(), 0u);
+  EXPECT_EQ(facade.GetCounts().rewindings, 0u);
+  EXPECT_EQ(kept.UseCount(), 1u) << "a move that is shared lives on";
+  EXPECT_EQ(kept->GetSourceIndex(), 0);
+  EXPECT_EQ(&facade.Post(Build(request.path)), &posted);
+  EXPECT_GT(posted.GetCount(), 400u);
+}
+
+// Definitions are referred to: a change between two calls reaches the next.
+TEST(PostingFacade, SeesItsDefinitionsAsTheyAreNow) {
+  Request request;
+  request.machDef = post::zv3axMachDef().Clone();
+  const zvKDR5AxBase facade = request.Facade();
+  const auto z = [&] {
+    return facade.PostMove(Move3({0, 0, 1}), zvPostedMove::noLink).first->GetMachinePosition().z;
+  };
+  EXPECT_EQ(z(), 131);
+  request.origin.z = 0;
+  EXPECT_EQ(z(), 101);
+  request.machDef->SetSpindleDirection({1, 0, 0});
+  EXPECT_EQ(z(), 1);
+  EXPECT_EQ(&facade.GetMachDef(), request.machDef.Get());
+  EXPECT_EQ(&facade.GetControlDef(), &request.control);
+  EXPECT_EQ(&facade.GetPar(), &request.par);
+  EXPECT_EQ(&facade.GetPartOrigin(), &request.origin);
+  EXPECT_EQ(facade.GetToolLengthCompensationValue(), 100);
+  EXPECT_EQ(request.machDef.UseCount(), 1u);
+}
+
+// What binds to a reference and dies with the statement doesn't compile; `Machine` and `P` make
+// the expressions depend on something, so that they may fail to.
+template <class Machine, class P>
+constexpr bool kTakesBraces = requires(Machine& m, const post::zv5axControlDef& c, zvKDRParam& k) {
+  zvKDR5AxBase(m, c, k, P{1, 2, 3}, 0.0);
+}
+|| requires(Machine& m, const post::zv5axControlDef& c, zvKDRParam& k) {
+  zvKDR5AxBase(m, c, k, {1, 2, 3}, 0.0);
+};
+
+TEST(PostingFacade, TakesNoTemporaries) {
+  using post::zv3axMachDef;
+  using post::zv5axControlDef;
+  using Pointer = misc::zvAutoPointer<zvMachDef>;
+  using Derived = misc::zvAutoPointer<zv3axMachDef>;
+  const auto takes = []<class M, class C, class K, class P>(std::type_identity<void(M, C, K, P)>) {
+    return std::is_constructible_v<zvKDR5AxBase, M, C, K, P, double>;
+  };
+  using K = zvKDRParam;
+  using C = zv5axControlDef;
+  using P = Point;
+  // A pointer to a derived class is converted, but the object stays with the caller.
+  EXPECT_TRUE(takes(std::type_identity<void(const zv3axMachDef&, C&, K&, P&)>()));
+  EXPECT_TRUE(takes(std::type_identity<void(Pointer&, const C&, const K&, const P&)>()));
+  EXPECT_TRUE(takes(std::type_identity<void(Derived&, C&, K&, P&)>()));
+  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&&, C&, K&, P&)>()));
+  EXPECT_FALSE(takes(std::type_identity<void(Pointer&&, C&, K&, P&)>()));
+  EXPECT_FALSE(takes(std::type_identity<void(Derived&&, C&, K&, P&)>()));
+  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&, C&&, K&, P&)>()));
+  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&, C&, K&&, P&)>()));
+  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&, C&, K&, P &&)>()));
+  EXPECT_FALSE((kTakesBraces<zv3axMachDef, Point>));
+}
+
+TEST(PostingFacade, TellsTheTypesOfMovesInAPath) {
+  Request request;
+  request.machDef = post::zv3axMachDef().Clone();
+  const zvKDR5AxBase facade = request.Facade();
+  PathBuilder builder;
+  builder.Link(3, {Move3({})}).Contour({Move3({})}).Link(9, {Move3({})});
+  const cadcam::zvToolPath& path = builder.Path();
+  auto it = path.begin();
+  EXPECT_EQ(facade.GetPostedMoveType(path, it), zvPostedMove::link3);
+  EXPECT_EQ(facade.GetLinkType(it), zvPostedMove::link3);
+  ++it;
+  EXPECT_EQ(facade.GetPostedMoveType(path, it), zvPostedMove::noLink);
+  EXPECT_TRUE(ThrowsId<cadcam::zvcadcamException>([&] { facade.GetLinkType(it); }, 2640,
+                                                  L"Passed move is not part of a link."));
+  ++it;
+  EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { facade.GetPostedMoveType(path, it); }, 2637,
+                                           L"Unknown move type."));
+  EXPECT_TRUE(
+      ThrowsId<zvKandrelException>([&] { facade.GetLinkType(it); }, 2637, L"Unknown move type."));
+}
+
+}  // namespace
