@@ -100,6 +100,11 @@ struct FiveAxisScene {
     return model;
   }
 
+  /// Where the model's tool points in the part at these angles, degrees.
+  Point Tool(double first, double second) const {
+    return ToPoint(Model().At({}, first, second).axis);
+  }
+
   /// The length against which errors of positions are measured.
   double Size() const {
     return 1 + origin.Length() + std::fabs(toolLength) + machine.firstPivot.Length() +
