@@ -279,13 +279,14 @@ TEST(FiveAxisCreator, AListThatNothingHelpsTurnsTheSolutionRoundEachTime) {
 
 TEST(FiveAxisCreator, ACopyPostsOnItsOwn) {
   FiveAxisScene scene;
-  scene.machine.kind = 3;
+  scene.toolLength = 80;
   scene.machine.low = {-500, -500, -500};
   scene.machine.high = {-5, 500, 500};  // for which a pole must turn the part
   scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
   const PathBuilder path =
       PathBuilder().Contour({Move5({10, 0, 0}, {0, 0, 1}), Move5({11, 0, 0}, {0, 0, 1})});
-  auto creator = std::make_unique<zvPosted5axTPCreator>(scene.Creator());
+  auto creator = std::make_unique<zvPosted5axTPCreator>(scene.machine.MachDef(), scene.control,
+                                                        scene.par, scene.origin, scene.toolLength);
   const Outcome expected = Post(*creator, path);
   ASSERT_LE(expected.lines.front().GetMachinePosition().x, -5);
   zvPosted5axTPCreator copy(*creator);

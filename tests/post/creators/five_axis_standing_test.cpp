@@ -170,6 +170,7 @@ TEST(FiveAxisStanding, RotaryLimitsAreCheckedOnceAndNotAtZero) {
       {30, 29.4, 0.57, zvKDRParam::checkLinearAxes, 0},
       {30, 29.4, 0.57, zvKDRParam::checkNothing, 0},
       {0, -10, 0.57, zvKDRParam::checkAllAxes, 0},
+      {0.005, -10, 0.57, zvKDRParam::checkAllAxes, 0},
       {0.6, -10, 0.57, zvKDRParam::checkAllAxes, 5019},
   };
   for (const auto& c : cases) {
