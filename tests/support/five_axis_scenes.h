@@ -6,6 +6,7 @@
 #include <kandrel/post/five_axis_solver.h>
 #include <kandrel/post/mach_def.h>
 #include <kandrel/post/posting_parameters.h>
+#include <tests/support/points.h>
 #include <tests/support/rigid_body_model.h>
 #include <tests/support/seeded.h>
 
@@ -16,8 +17,6 @@
 #include <vector>
 
 namespace tests {
-
-using Point = cadcam::zvTPoint3d<double>;
 
 inline rigid::Vector ToVector(const Point& p) {
   return {p.x, p.y, p.z};

@@ -22,6 +22,7 @@ using post::zv5axControlDef;
 using post::zvKDRParam;
 using post::zvPosted5axMove;
 using post::zvPostException;
+using tests::Distance;
 using tests::FiveAxisScene;
 using tests::PathBuilder;
 using tests::Point;
@@ -32,10 +33,6 @@ using tests::ToVector;
 constexpr int kPostings = 1200;
 constexpr std::array<std::int16_t, 2> kAxes{0, 1};
 constexpr double kRadians = 3.14159265358979323846 / 180;
-
-double Distance(const Point& a, const Point& b) {
-  return (a - b).Length();
-}
 
 struct SourceMove {
   Point tip;

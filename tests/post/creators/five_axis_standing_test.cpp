@@ -15,6 +15,7 @@ using post::zv5axControlDef;
 using post::zvKDRParam;
 using post::zvPosted5axMove;
 using post::zvPostException;
+using tests::Distance;
 using tests::FiveAxisScene;
 using tests::Move5;
 using tests::PathBuilder;
@@ -150,8 +151,8 @@ TEST(FiveAxisStanding, AxesStandWhereRulesRangesAndControlPutThem) {
         EXPECT_EQ(line.GetPoleStatus(), 0u);
         const auto pose =
             model.At(ToVector(line.GetMachinePosition()), line.GetAngle(0), line.GetAngle(1));
-        EXPECT_LT((ToPoint(pose.tip) - line.GetPartPosition()).Length(), 1e-9);
-        EXPECT_LT((ToPoint(pose.axis) - tool).Length(), 1e-6);
+        EXPECT_LT(Distance(ToPoint(pose.tip), line.GetPartPosition()), 1e-9);
+        EXPECT_LT(Distance(ToPoint(pose.axis), tool), 1e-6);
       }
     }
 }
@@ -273,7 +274,7 @@ TEST(FiveAxisStanding, ATinyTiltIsPostedAsIfItWereNone) {
   for (std::size_t i = 0; i < tilted.size(); ++i) {
     EXPECT_EQ(tilted[i].GetAngle(0), 0);
     EXPECT_EQ(tilted[i].GetAngle(1), 0);
-    EXPECT_LT((tilted[i].GetMachinePosition() - upright[i].GetMachinePosition()).Length(), 1e-12);
+    EXPECT_LT(Distance(tilted[i].GetMachinePosition(), upright[i].GetMachinePosition()), 1e-12);
   }
 }
 
@@ -289,10 +290,10 @@ TEST(FiveAxisStanding, LinearLimitsAndDistancesAreThoseOfThreeAxes) {
   for (std::size_t i = 0; i < lines.size(); ++i) {
     const Point& p = lines[i].GetMachinePosition();
     lowest = std::min(lowest, p.y);
-    EXPECT_LT((ToPoint(model.At(ToVector(p), 40, 30).tip) - lines[i].GetPartPosition()).Length(),
+    EXPECT_LT(Distance(ToPoint(model.At(ToVector(p), 40, 30).tip), lines[i].GetPartPosition()),
               1e-9);
     const Point& before = lines[i == 0 ? 0 : i - 1].GetMachinePosition();
-    EXPECT_LT((p - before).Length(), 7 + 1e-9);
+    EXPECT_LT(Distance(p, before), 7 + 1e-9);
   }
   scene.par.SetLimitsCheck(zvKDRParam::checkLinearAxes);
   scene.machine.low.y = lowest;
