@@ -23,84 +23,35 @@ using rigid::Vector;
 
 constexpr double kRadians = 0.017453292519943295;
 
-Vector Turned(const Vector& v, const Vector& direction, double deg) {
-  const Vector d = rigid::Unit(direction);
-  const double c = std::cos(deg * kRadians), s = std::sin(deg * kRadians);
-  const double along = (d[0] * v[0] + d[1] * v[1] + d[2] * v[2]) * (1 - c);
-  const Vector across{d[1] * v[2] - d[2] * v[1], d[2] * v[0] - d[0] * v[2],
-                      d[0] * v[1] - d[1] * v[0]};
-  return rigid::Add(rigid::Add(rigid::Times(v, c), rigid::Times(across, s)),
-                    rigid::Times(d, along));
+Vector Of(const post::zvMachDef::Point& p) {
+  return {p.x, p.y, p.z};
 }
 
-// Turns about lines through pivots; a list of them is a chain of bodies.
-struct Turn {
-  Vector direction, pivot;
-  double deg;
-  Vector OfPoint(const Vector& p) const {
-    return rigid::Add(pivot, Turned(rigid::Subtract(p, pivot), direction, deg));
-  }
-};
-
-// Where the tool stands in the part, from where the axes stand.
-class FiveAxisModel {
- public:
-  FiveAxisModel(const kandrel_post::MachineValues& values, const Vector& origin, double length)
-      : m_kind(values.fiveAxisKind), m_origin(origin), m_length(m_kind == 0 ? 0 : length) {
-    for (std::size_t i = 0; i < 2; ++i) {
-      m_directions[i] = Of(values.rotary[i].direction);
-      m_pivots[i] = Of(values.rotary[i].pivot);
-    }
-    m_spindle = rigid::Unit(Of(values.spindle));
-  }
-
-  rigid::Pose At(const tests::PostedLine& line) const {
-    // The spindle's nose stands where the slides are. A head's pivot is told from the nose, the
-    // first one from the second, and both ride on the slides.
-    const Vector nose = line.machine;
-    Vector tip = rigid::Subtract(nose, rigid::Times(m_spindle, m_length)), axis = m_spindle;
-    const auto turnTool = [&](std::size_t i, const Vector& pivot) {
-      const Turn turn{m_directions[i], pivot, line.angles[i]};
-      tip = turn.OfPoint(tip);
-      axis = Turned(axis, turn.direction, turn.deg);
-    };
-    // Seen from the part the table turns the other way, the outermost axis first.
-    const auto turnBack = [&](std::size_t i) {
-      const Turn turn{m_directions[i], m_pivots[i], -line.angles[i]};
-      tip = turn.OfPoint(tip);
-      axis = Turned(axis, turn.direction, turn.deg);
-    };
-    const Vector secondPivot = rigid::Add(nose, m_pivots[1]);
-    if (m_kind == 1) {
-      turnTool(1, secondPivot);
-      turnTool(0, rigid::Add(secondPivot, m_pivots[0]));
-    } else if (m_kind == 2) {
-      turnTool(1, secondPivot);
-      turnBack(0);
-    } else {
-      turnBack(1);
-      turnBack(0);
-    }
-    return {rigid::Subtract(tip, m_origin), axis};
-  }
-
- private:
-  static Vector Of(const post::zvMachDef::Point& p) { return {p.x, p.y, p.z}; }
-
-  int m_kind;
-  Vector m_origin, m_spindle{};
-  double m_length;
-  std::array<Vector, 2> m_directions{}, m_pivots{};
-};
+// The machine that a definition's values describe, its slides along the coordinates.
+rigid::RotaryMachine ModelOf(const kandrel_post::MachineValues& values, const Vector& origin,
+                             double length) {
+  using Layout = rigid::RotaryMachine::Layout;
+  rigid::RotaryMachine model;
+  model.layout = values.fiveAxisKind == 1   ? Layout::kHeads
+                 : values.fiveAxisKind == 2 ? Layout::kTableAndHead
+                                            : Layout::kTables;
+  model.slidesTellTip = values.fiveAxisKind == 0;
+  model.linear.spindle = Of(values.spindle);
+  model.linear.partOrigin = origin;
+  model.linear.toolLength = length;
+  model.first = {Of(values.rotary[0].direction), Of(values.rotary[0].pivot)};
+  model.second = {Of(values.rotary[1].direction), Of(values.rotary[1].pivot)};
+  return model;
+}
 
 // Every line stands where it says it does; the source's moves are all there, in order.
 void ExpectTruth(const std::vector<tests::PostedLine>& posted,
-                 const std::vector<tests::SourceMove>& source, const FiveAxisModel& model) {
+                 const std::vector<tests::SourceMove>& source, const rigid::RotaryMachine& model) {
   // On a pole an axis is snapped by as much as the pole's tolerance, 0.01 degrees.
   constexpr double kTip = 1e-8, kAxis = 0.0101 * kRadians;
   std::size_t next = 0;
   for (std::size_t i = 0; i < posted.size(); ++i) {
-    const rigid::Pose pose = model.At(posted[i]);
+    const rigid::Pose pose = model.At(posted[i].machine, posted[i].angles[0], posted[i].angles[1]);
     ASSERT_LE(rigid::Distance(pose.tip, posted[i].part), kTip) << i;
     ASSERT_LE(rigid::Distance(pose.axis, rigid::Unit(posted[i].axis)), kAxis) << i;
     if (posted[i].inserted == "1") continue;
@@ -196,7 +147,7 @@ void ExpectGoodPosting(const tests::ScratchFolder& scratch, const std::string& p
   const auto values =
       kandrel_post::ValuesOf(*kandrel_post::MakePreset(preset).builder.GetMachDef());
   const std::vector<tests::PostedLine> posted = tests::PostedLines(scratch.Path("out/posted.csv"));
-  ExpectTruth(posted, source, FiveAxisModel(values, {12.5, -20, 35}, 80));
+  ExpectTruth(posted, source, ModelOf(values, {12.5, -20, 35}, 80));
   ExpectNcRules(tests::FileText(scratch.Path("out/posted.nc")), posted.size());
   ExpectSummary(run.summary, posted, source.size());
 }
@@ -302,7 +253,7 @@ TEST(FiveAxisSummary, ARewoundScrewKeepsItsLimitsAndItsPlaces) {
   const auto values =
       kandrel_post::ValuesOf(*kandrel_post::MakePreset("trunnion_ca_limited").builder.GetMachDef());
   const auto posted = tests::PostedLines(scratch.Path("out/posted.csv"));
-  ExpectTruth(posted, source, FiveAxisModel(values, {}, 0));
+  ExpectTruth(posted, source, ModelOf(values, {}, 0));
   for (const tests::PostedLine& line : posted) ASSERT_LE(std::abs(line.angles[0]), 360.0001);
 }
 
