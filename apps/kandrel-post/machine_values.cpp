@@ -1,6 +1,5 @@
 #include "machine_values.h"
 
-#include <kandrel/post/mach_def_utils.h>
 #include <kandrel/post/post_exception.h>
 
 namespace kandrel_post {
@@ -78,19 +77,6 @@ MachineValues ValuesOf(const post::zvMachDef& machDef) {
   ValuesReader reader;
   machDef.AcceptVisitor(reader);
   return reader.values;
-}
-
-post::zv5axMachDef TurningPart(const post::zvMachDef& machDef) {
-  MachineValues values = ValuesOf(machDef);
-  if (values.axes == 6) {
-    // The kernel's rule: told by the sides, not by the field.
-    const bool isFirstOnTable = values.onWorkpiece[0] == 1;
-    const bool isSecondOnTable = values.onWorkpiece[1] == 1;
-    const bool areInHead = values.onWorkpiece[0] == 0 && values.onWorkpiece[1] == 0;
-    values.fiveAxisKind = areInHead ? 1 : isFirstOnTable && isSecondOnTable ? 3 : 2;
-    values.axes = 5;
-  }
-  return *post::zvMachDefUtils::Cast5ax(MakeMachDef(values));
 }
 
 misc::zvAutoPointer<post::zvMachDef> MakeMachDef(const MachineValues& v) {

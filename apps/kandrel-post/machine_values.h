@@ -39,10 +39,6 @@ MachineValues DefaultValues(int axes);
 
 MachineValues ValuesOf(const post::zvMachDef& machDef);
 
-/// Of a 5- or 6-axis machine what turns tool and part: the third rotary axis, which stands still
-/// and is not counted in, is left out.
-post::zv5axMachDef TurningPart(const post::zvMachDef& machDef);
-
 /// A definition through the constructor of its class, with that constructor's checks and errors.
 misc::zvAutoPointer<post::zvMachDef> MakeMachDef(const MachineValues& values);
 

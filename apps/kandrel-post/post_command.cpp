@@ -4,6 +4,7 @@
 #include <kandrel/post/creators/posting_facade.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/mach_def_utils.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,7 +16,6 @@
 #include "commands.h"
 #include "csv_writer.h"
 #include "errors.h"
-#include "machine_values.h"
 #include "memory_limit.h"
 #include "nc_writer.h"
 #include "output_folder.h"
@@ -100,8 +100,10 @@ PostedStatistics WriteFiles(const Job& job, std::uint64_t count, const ForEach& 
               machDef.GetUnits() == measures::zvUnitsFactory::inch, wrapped);
   PostedStatistics statistics(wrapped);
   std::optional<RotaryMotion> motion;
-  if (AxisCount(job.machine) >= 5)
-    motion.emplace(TurningPart(machDef), control, job.options.origin, job.options.toolLength,
+  if (const int axes = AxisCount(job.machine); axes >= 5)
+    motion.emplace(axes == 5 ? post::zvMachDefUtils::Cast5ax(machDef)
+                             : post::TurningPart(post::zvMachDefUtils::Cast6ax(machDef)),
+                   control, job.options.origin, job.options.toolLength,
                    job.par.GetPoleAngleTolerance());
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);

@@ -12,12 +12,6 @@ namespace {
 
 using Point = cadcam::zvTPoint3d<double>;
 
-zv5axMachDef Normalised(const zv5axMachDef& machDef) {
-  zv5axMachDef copy = machDef;
-  copy.Normalize();
-  return copy;
-}
-
 constexpr zvSolvedAngle kUndetermined{0, {1, 0}};
 
 }  // namespace

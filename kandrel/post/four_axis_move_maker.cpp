@@ -4,16 +4,6 @@
 
 namespace post {
 
-namespace {
-
-zv4axMachDef Normalised(const zv4axMachDef& machDef) {
-  zv4axMachDef copy = machDef;
-  copy.Normalize();
-  return copy;
-}
-
-}  // namespace
-
 zvPosted4axMoveMaker::zvPosted4axMoveMaker(const zv4axMachDef& machDef, const zvKDRParam& par,
                                            const Point& partOrigin, double toolLengthCompensation)
     : m_par(&par), m_kinematics(Normalised(machDef), partOrigin, toolLengthCompensation) {}

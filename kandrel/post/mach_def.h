@@ -288,4 +288,11 @@ class KANDREL_API zv6axMachDef : public zvMachDef {
   std::int32_t m_thirdOnWorkpiece = 1;
 };
 
+/// A copy whose directions have unit length. Throws as Normalize does.
+template <class MachDef>
+MachDef Normalised(MachDef machDef) {
+  machDef.Normalize();
+  return machDef;
+}
+
 }  // namespace post

@@ -81,4 +81,35 @@ void zvMachDefUtils::zvCastingRevolvedChecker::Require(zvMachDef::NumbersOfAxes 
   if (visited != m_expected) throw zvPostException(5043);
 }
 
+namespace {
+
+std::int32_t FiveAxisKindOf(const zv6axMachDef& machDef) {
+  const std::int32_t first = machDef.GetFirstOnWorkpiece();
+  const std::int32_t second = machDef.GetSecondOnWorkpiece();
+  if (first == 0 && second == 0) return 1;
+  if (first == 1 && second == 1) return 3;
+  return 2;
+}
+
+}  // namespace
+
+zv5axMachDef TurningPart(const zv6axMachDef& machDef) {
+  return {FiveAxisKindOf(machDef),
+          machDef.GetUnits(),
+          machDef.GetSpindleDirection(),
+          machDef.GetFirstRotationDirection(),
+          machDef.GetSecondRotationDirection(),
+          machDef.GetFirstRotationPivot(),
+          machDef.GetSecondRotationPivot(),
+          machDef.GetMinFirstAngle(),
+          machDef.GetMinSecondAngle(),
+          machDef.GetMaxFirstAngle(),
+          machDef.GetMaxSecondAngle(),
+          machDef.GetMinLimits(),
+          machDef.GetMaxLimits(),
+          machDef.GetXAxisDirection(),
+          machDef.GetYAxisDirection(),
+          machDef.GetZAxisDirection()};
+}
+
 }  // namespace post

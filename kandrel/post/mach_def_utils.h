@@ -43,4 +43,10 @@ class KANDREL_API zvMachDefUtils {
   };
 };
 
+/// The machine of the first two rotary axes of a 6-axis one. Its kind follows from the side flags
+/// of these, not from the field: (0, 0) both in the head, (1, 1) both on the table, anything else
+/// the first on the table and the second in the head. The third axis, which stands still, has no
+/// influence. Throws as the constructor of zv5axMachDef does.
+KANDREL_API zv5axMachDef TurningPart(const zv6axMachDef& machDef);
+
 }  // namespace post

@@ -6,16 +6,13 @@
 
 namespace {
 
+using tests::Distance;
 using tests::FiveAxisScene;
 using tests::Point;
 using tests::RandomScene;
 using tests::Seeded;
 using tests::ToPoint;
 using tests::ToVector;
-
-double Distance(const Point& a, const Point& b) {
-  return (a - b).Length();
-}
 
 constexpr int kMachines = 4000;
 

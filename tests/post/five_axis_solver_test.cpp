@@ -21,6 +21,7 @@ using post::zvPostedMove;
 using post::zvPostException;
 using post::zvRotarySolution;
 using post::zvRotarySolutions;
+using tests::Distance;
 using tests::FiveAxisScene;
 using tests::Point;
 using tests::RandomScene;
@@ -36,10 +37,6 @@ constexpr const wchar_t* kUnreachable =
     L"Due to its physical limits, the current machine does not support one or more of the tool "
     L"movements.";
 constexpr int kCases = 20000;
-
-double Distance(const Point& a, const Point& b) {
-  return (a - b).Length();
-}
 
 Point InPlaneXZ(double deg) {
   return {std::sin(deg * kPi / 180), 0, std::cos(deg * kPi / 180)};

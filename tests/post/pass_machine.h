@@ -4,6 +4,7 @@
 
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/move_traits.h>
+#include <tests/support/points.h>
 
 #include <cmath>
 #include <initializer_list>
@@ -11,12 +12,6 @@
 #include <vector>
 
 namespace tests {
-
-using Point = cadcam::zvTPoint3d<double>;
-
-inline double Distance(const Point& a, const Point& b) {
-  return (a - b).Length();
-}
 
 template <class Move>
 struct TableKinematics {

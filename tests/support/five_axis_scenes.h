@@ -6,6 +6,7 @@
 #include <kandrel/post/five_axis_solver.h>
 #include <kandrel/post/mach_def.h>
 #include <kandrel/post/posting_parameters.h>
+#include <tests/support/points.h>
 #include <tests/support/rigid_body_model.h>
 #include <tests/support/seeded.h>
 
@@ -16,8 +17,6 @@
 #include <vector>
 
 namespace tests {
-
-using Point = cadcam::zvTPoint3d<double>;
 
 inline rigid::Vector ToVector(const Point& p) {
   return {p.x, p.y, p.z};
@@ -98,6 +97,11 @@ struct FiveAxisScene {
     model.first = {ToVector(machine.first), ToVector(machine.firstPivot)};
     model.second = {ToVector(machine.second), ToVector(machine.secondPivot)};
     return model;
+  }
+
+  /// Where the model's tool points in the part at these angles, degrees.
+  Point Tool(double first, double second) const {
+    return ToPoint(Model().At({}, first, second).axis);
   }
 
   /// The length against which errors of positions are measured.

@@ -2,14 +2,13 @@
 #pragma once
 
 #include <kandrel/cadcam/tool_path.h>
+#include <tests/support/points.h>
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace tests {
-
-using Point = cadcam::zvTPoint3d<double>;
 
 inline constexpr auto kMetric = measures::zvUnitsFactory::metric;
 inline constexpr auto kInch = measures::zvUnitsFactory::inch;

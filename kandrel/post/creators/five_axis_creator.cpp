@@ -27,12 +27,6 @@ using Point = cadcam::zvTPoint3d<double>;
 
 namespace {
 
-zv5axMachDef Normalised(const zv5axMachDef& machDef) {
-  zv5axMachDef copy = machDef;
-  copy.Normalize();
-  return copy;
-}
-
 // What retractions and rewindings compute with: the creator's machine and parameters as they are
 // now, which may be others than those of the solutions.
 class RepairMachine {
@@ -92,7 +86,7 @@ zvPosted5axTPCreator::zvPosted5axTPCreator(const zv5axMachDef& machDef,
                                            const zvKDRParam& par, const Point& partOrigin,
                                            double toolLengthCompensation)
     : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
-      m_machDef(Normalised(machDef)),
+      m_machDef(post::Normalised(machDef)),
       m_solver(machDef, par, partOrigin, toolLengthCompensation) {
   SetInstanceType(instance5ax);
 }
@@ -112,7 +106,7 @@ zvPosted5axTPCreator::zvPosted5axTPCreator(const zvPosted5axTPCreator& other)
 zvPosted5axTPCreator::~zvPosted5axTPCreator() = default;
 
 void zvPosted5axTPCreator::SetMachDef(const zv5axMachDef& machDef) {
-  m_machDef = Normalised(machDef);
+  m_machDef = post::Normalised(machDef);
 }
 
 void zvPosted5axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {

@@ -119,9 +119,8 @@ zvPosted4axTPCreator::zvPosted4axTPCreator(const zv4axMachDef& machDef,
                                            const zvKDRParam& par, const Point& partOrigin,
                                            double toolLengthCompensation)
     : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
-      m_machDef(machDef),
+      m_machDef(post::Normalised(machDef)),
       m_maker(machDef, par, partOrigin, toolLengthCompensation) {
-  m_machDef.Normalize();
   SetInstanceType(instance4ax);
 }
 
@@ -140,9 +139,7 @@ zvPosted4axTPCreator::zvPosted4axTPCreator(const zvPosted4axTPCreator& other)
 zvPosted4axTPCreator::~zvPosted4axTPCreator() = default;
 
 void zvPosted4axTPCreator::SetMachDef(const zv4axMachDef& machDef) {
-  zv4axMachDef normalised = machDef;
-  normalised.Normalize();
-  m_machDef = normalised;
+  m_machDef = post::Normalised(machDef);
 }
 
 void zvPosted4axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {

@@ -2,56 +2,17 @@
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/mach_def_utils.h>
 
-using post::zv5axMachDef;
 using post::zv6axMachDef;
 using post::zvPosted5axMove;
 using Point = cadcam::zvTPoint3d<double>;
-
-namespace {
-
-zv6axMachDef Normalised(const zv6axMachDef& machDef) {
-  zv6axMachDef copy = machDef;
-  copy.Normalize();
-  return copy;
-}
-
-std::int32_t FiveAxisKindOf(const zv6axMachDef& machDef) {
-  const std::int32_t first = machDef.GetFirstOnWorkpiece();
-  const std::int32_t second = machDef.GetSecondOnWorkpiece();
-  if (first == 0 && second == 0) return 1;
-  if (first == 1 && second == 1) return 3;
-  return 2;
-}
-
-// The machine of the first two axes.
-zv5axMachDef Get5axMachDef(const zv6axMachDef& machDef) {
-  return {FiveAxisKindOf(machDef),
-          machDef.GetUnits(),
-          machDef.GetSpindleDirection(),
-          machDef.GetFirstRotationDirection(),
-          machDef.GetSecondRotationDirection(),
-          machDef.GetFirstRotationPivot(),
-          machDef.GetSecondRotationPivot(),
-          machDef.GetMinFirstAngle(),
-          machDef.GetMinSecondAngle(),
-          machDef.GetMaxFirstAngle(),
-          machDef.GetMaxSecondAngle(),
-          machDef.GetMinLimits(),
-          machDef.GetMaxLimits(),
-          machDef.GetXAxisDirection(),
-          machDef.GetYAxisDirection(),
-          machDef.GetZAxisDirection()};
-}
-
-}  // namespace
 
 zvPosted6axTPCreator::zvPosted6axTPCreator(const zv6axMachDef& machDef,
                                            const post::zv5axControlDef& control,
                                            const post::zvKDRParam& par, const Point& partOrigin,
                                            double toolLengthCompensation)
     : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
-      m_machDef(Normalised(machDef)),
-      m_solver(Get5axMachDef(m_machDef), par, partOrigin, toolLengthCompensation) {
+      m_machDef(post::Normalised(machDef)),
+      m_solver(post::TurningPart(m_machDef), par, partOrigin, toolLengthCompensation) {
   SetInstanceType(instance6ax);
 }
 
@@ -70,7 +31,7 @@ zvPosted6axTPCreator::zvPosted6axTPCreator(const zvPosted6axTPCreator& other)
 zvPosted6axTPCreator::~zvPosted6axTPCreator() = default;
 
 void zvPosted6axTPCreator::SetMachDef(const zv6axMachDef& machDef) {
-  m_machDef = Normalised(machDef);
+  m_machDef = post::Normalised(machDef);
 }
 
 void zvPosted6axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
@@ -83,7 +44,7 @@ misc::zvAutoPointer<post::zvMachDef> zvPosted6axTPCreator::GetMachDefPtr() const
 
 // Of the machine, parameters and set-up that this creator has now.
 zvPosted5axTPCreator zvPosted6axTPCreator::FiveAxisCreator() const {
-  return {Get5axMachDef(m_machDef), GetControlDef(), GetPar(), GetPartOrigin(),
+  return {post::TurningPart(m_machDef), GetControlDef(), GetPar(), GetPartOrigin(),
           GetToolLengthCompensationValue()};
 }
 

@@ -43,9 +43,7 @@ zvPosted3axTPCreator::zvPosted3axTPCreator(const zvPosted3axTPCreator& other)
 zvPosted3axTPCreator::~zvPosted3axTPCreator() = default;
 
 void zvPosted3axTPCreator::SetMachDef(const post::zv3axMachDef& machDef) {
-  post::zv3axMachDef normalised = machDef;
-  normalised.Normalize();
-  m_machDef = normalised;
+  m_machDef = post::Normalised(machDef);
 }
 
 void zvPosted3axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {

@@ -23,6 +23,7 @@ using post::zvKDRParam;
 using post::zvPosted5axMove;
 using post::zvPostException;
 using tests::Build;
+using tests::Distance;
 using tests::FiveAxisScene;
 using tests::PathBuilder;
 using tests::Point;
@@ -35,10 +36,6 @@ using tests::ToVector;
 constexpr int kPostings = 1200;
 constexpr std::array<std::int16_t, 2> kAxes{0, 1};
 constexpr double kRadians = 3.14159265358979323846 / 180;
-
-double Distance(const Point& a, const Point& b) {
-  return (a - b).Length();
-}
 
 enum PathSort { kSweep, kThroughPole, kScrew, kJumps, kConstant, kRepeats, kPathSorts };
 

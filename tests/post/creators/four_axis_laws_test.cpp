@@ -21,6 +21,7 @@ using post::zvPosted4axMove;
 using post::zvPosted5axMove;
 using post::zvPostException;
 using tests::Build;
+using tests::Distance;
 using tests::FiveAxisScene;
 using tests::FourAxisScene;
 using tests::PathBuilder;
@@ -35,10 +36,6 @@ constexpr int kPostings = 1200;
 constexpr double kRadians = 3.14159265358979323846 / 180;
 // The arc cosine snaps what is nearer to 0 or 180 degrees.
 constexpr double kSnap = 1.5e-5;
-
-double Distance(const Point& a, const Point& b) {
-  return (a - b).Length();
-}
 
 enum PathSort { kSweep, kScrew, kJumps, kConstant, kRepeats, kPathSorts };
 
