@@ -58,12 +58,16 @@ void zv4axInterpolator::Refine(List& list, Iterator from, Iterator to, int depth
   ThinOut(list, from, to, [this](const Move& a, const Move& b) { return !IsStepTooLarge(a, b); });
 }
 
-// By angle one less than by distance, deliberately.
+// By angle one less than by distance, deliberately. Nothing lies between orientations that are
+// equal but for rounding: an angle that jumps there, at the edge of the pole's cone, stays.
 std::uint32_t zv4axInterpolator::CountBetween(const Move& from, const Move& to) const {
   const std::uint32_t byDistance =
       m_hasDistanceRule ? StepsByDistance(m_par, PartDistance(from, to)) : 0;
-  const std::uint32_t byAngle = to.IsRapid() ? 0 : StepsByAngle(m_par, from.AngleDistance(to));
-  return std::max(byDistance, byAngle);
+  if (to.IsRapid()) return byDistance;
+  const std::uint32_t byAngle = StepsByAngle(m_par, from.AngleDistance(to));
+  if (byAngle <= byDistance) return byDistance;
+  const auto turn = from.GetOrientation().Normalized() - to.GetOrientation().Normalized();
+  return turn.SquaredLength() <= misc::kEqual * misc::kEqual ? byDistance : byAngle;
 }
 
 void zv4axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,

@@ -25,7 +25,12 @@ zv4axKinematics::zv4axKinematics(const zv4axMachDef& machDef, const Point& partO
 Point zv4axKinematics::OntoCone(const Point& dir_tool) const {
   const double along = Dot(dir_tool, m_axis);
   if (std::fabs(along - m_along) <= misc::kEqual) return dir_tool;
-  const Point across = (dir_tool - along * m_axis).Normalized();
+  Point across = dir_tool - along * m_axis;
+  // Next to the axis any turn is as near as another: what is left there is rounding.
+  if (across.SquaredLength() <= misc::kEqual * misc::kEqual) return m_spindle;
+  across = across.Normalized();
+  // Once more: the rest along the axis has grown with the length.
+  across = (across - Dot(across, m_axis) * m_axis).Normalized();
   return m_along * m_axis + m_spindleCrossAxis.Length() * across;
 }
 

@@ -43,8 +43,8 @@ class KANDREL_API zv4axKinematics {
     return AngleOfCosine(x, Dot(m_spindleCrossAxis, dir_tool) < 0);
   }
 
-  /// The unit vector of the cone with the turn of a direction, which itself where it already lies
-  /// there within 1e-12. Throws zvcadcamException 2189 for a direction exactly along the axis.
+  /// The unit vector of the cone with the turn of a direction of unit length, which itself where it
+  /// already lies there within 1e-12; the spindle for a direction along the axis, which has none.
   Point OntoCone(const Point& dir_tool) const;
 
   Point MachinePosition(const Point& p_part, double deg) const noexcept {

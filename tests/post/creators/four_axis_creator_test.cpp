@@ -585,6 +585,46 @@ TEST(FourAxisCreator, TheAlignmentStaysUntilAnotherReplacesIt) {
   EXPECT_EQ(creator.Post(Build(fits), true)->GetCount(), 5u);
 }
 
+// The jump at the edge of the pole's cone can't be divided away: steps far below the pole's tolerance
+// make as many lines as they ask for and no more.
+TEST(FourAxisCreator, FineStepsEndAtTheEdgeOfAPole) {
+  const struct {
+    double step, pole, to;
+  } cases[] = {{1e-4, 0.01, 1}, {3e-5, 0.01, 1}, {0.003, 1, 3}, {0.001, 1, 3}, {0.02, 10, 20}};
+  for (const auto& c : cases) {
+    FourAxisScene scene;
+    scene.par.SetMaxAngleStep(c.step);
+    scene.par.SetPoleAngleTolerance(c.pole);
+    EXPECT_LT(static_cast<double>(Post(scene, Build(AtAngles(scene, {0, c.to}))).size()),
+              2.5 * c.to / c.step)
+        << c.step;
+  }
+}
+
+// Blends between them pass by the axis, where a direction has next to no turn of its own.
+TEST(FourAxisCreator, OppositeOrientationsStayOnTheirCone) {
+  for (const double opening : {45.0, 60.0, 90.0})
+    for (const bool inHead : {false, true})
+      for (const double turn : {180.0, 179.99999}) {
+        FourAxisScene scene;
+        scene.machine.axis = {1, 2, 3};
+        const Point aside = Cross(scene.machine.axis, {0, 0, 1}).Normalized();
+        const Point along = scene.machine.axis.Normalized();
+        const double rad = opening * 3.14159265358979323846 / 180;
+        scene.machine.spindle = along * std::cos(rad) + aside * std::sin(rad);
+        scene.machine.onTable = !inHead;
+        auto creator = scene.Creator();
+        const auto list = creator.Post(Build(AtAngles(scene, {3, 3 + turn})), false);
+        const auto model = scene.Model();
+        for (const zvPosted4axMove& line : *list) {
+          const Point wanted = line.GetOrientation();
+          const Point axis = tests::ToPoint(model.At({}, line.GetRotaryAngle()).axis);
+          ASSERT_NEAR(wanted.Length(), 1, 1e-12) << opening << ' ' << inHead;
+          ASSERT_LT((axis - wanted).Length(), 1.5e-5) << opening << ' ' << inHead << ' ' << turn;
+        }
+      }
+}
+
 // Whatever the parameters and limits are, a posting ends: with a list, or with an error.
 TEST(FourAxisCreator, EndsOnAbsurdParametersAndLimits) {
   for (const double odd : {0.0, -1.0, 1e-300, 1e300, kNaN, kInfinity, -kInfinity})
