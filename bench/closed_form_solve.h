@@ -1,6 +1,5 @@
-// The yardstick of the five-axis solve: the closed form alone, written for the benchmark. Table and
-// table, both solutions, four angles in degrees and two machine positions, all that depends on the
-// machine worked out beforehand, four arc cosines and no sine or cosine.
+// The yardsticks of the solves: the closed forms alone, written for the benchmark, all that depends
+// on the machine worked out beforehand, no sine or cosine.
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
@@ -9,9 +8,65 @@
 
 namespace bench {
 
+struct ClosedFormTurn {
+  using Point = cadcam::zvTPoint3d<double>;
+
+  double deg, cosine, sine;
+
+  static ClosedFormTurn Of(double x, double sense) {
+    constexpr double kDegrees = 57.29577951308232;
+    x = x > 1 - 1e-10 ? 1 : x < -1 + 1e-10 ? -1 : x;
+    const double deg = std::acos(x) * kDegrees;
+    const double sine = std::sqrt((1 - x) * (1 + x));
+    return sense < 0 ? ClosedFormTurn{-deg, x, -sine} : ClosedFormTurn{deg, x, sine};
+  }
+
+  /// `p` turned about the line through `b` along `d`.
+  Point Rotate(const Point& p, const Point& d, const Point& b) const {
+    const Point v = p - b;
+    return b + v * cosine + Cross(d, v) * sine + d * (Dot(d, v) * (1 - cosine));
+  }
+};
+
+/// Four axes, the rotary one on the table: one angle and one position, one arc cosine.
+class ClosedFormFourAxisSolve {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  struct Result {
+    double deg;
+    Point position;
+  };
+
+  ClosedFormFourAxisSolve(const Point& a, const Point& spindle, const Point& b, const Point& origin,
+                          double toolLength)
+      : m_a(a),
+        m_s(spindle),
+        m_b(b),
+        m_origin(origin),
+        m_tool(toolLength * spindle),
+        m_q(Dot(a, spindle) * Dot(a, spindle)),
+        m_sCrossA(Cross(spindle, a)) {}
+
+  Result Solve(const Point& p, const Point& orientation) const {
+    const Point t = orientation / std::sqrt(orientation.SquaredLength());
+    const ClosedFormTurn turn =
+        ClosedFormTurn::Of((Dot(t, m_s) - m_q) / (1 - m_q), Dot(m_sCrossA, t));
+    return {turn.deg, m_tool + turn.Rotate(p + m_origin, m_a, m_b)};
+  }
+
+ private:
+  Point m_a, m_s, m_b, m_origin, m_tool;
+  double m_q;
+  Point m_sCrossA;
+};
+
+/// Five axes, both on the table: both solutions, four angles in degrees and two machine positions,
+/// four arc cosines.
 class ClosedFormSolve {
  public:
   using Point = cadcam::zvTPoint3d<double>;
+  using Turn = ClosedFormTurn;
 
   struct Result {
     double firstPlus, secondPlus, firstMinus, secondMinus;
@@ -44,37 +99,20 @@ class ClosedFormSolve {
     const Point up = base + side;
     const Point um = base - side;
     const Point across = Cross(m_a1, t);
-    const Turn fp = TurnOf((Dot(up, t) - q1) / (1 - q1), Dot(across, up));
-    const Turn fm = TurnOf((Dot(um, t) - q1) / (1 - q1), Dot(across, um));
-    const Turn sp = TurnOf((Dot(up, m_s) - m_q2) / (1 - m_q2), Dot(m_sCrossA2, up));
-    const Turn sm = TurnOf((Dot(um, m_s) - m_q2) / (1 - m_q2), Dot(m_sCrossA2, um));
+    const Turn fp = Turn::Of((Dot(up, t) - q1) / (1 - q1), Dot(across, up));
+    const Turn fm = Turn::Of((Dot(um, t) - q1) / (1 - q1), Dot(across, um));
+    const Turn sp = Turn::Of((Dot(up, m_s) - m_q2) / (1 - m_q2), Dot(m_sCrossA2, up));
+    const Turn sm = Turn::Of((Dot(um, m_s) - m_q2) / (1 - m_q2), Dot(m_sCrossA2, um));
     const Point q = p + m_origin;
     return {fp.deg,
             sp.deg,
             fm.deg,
             sm.deg,
-            m_tool + Rotate(Rotate(q, m_a1, m_b1, fp), m_a2, m_b2, sp),
-            m_tool + Rotate(Rotate(q, m_a1, m_b1, fm), m_a2, m_b2, sm)};
+            m_tool + sp.Rotate(fp.Rotate(q, m_a1, m_b1), m_a2, m_b2),
+            m_tool + sm.Rotate(fm.Rotate(q, m_a1, m_b1), m_a2, m_b2)};
   }
 
  private:
-  struct Turn {
-    double deg, cosine, sine;
-  };
-
-  static Turn TurnOf(double x, double sense) {
-    constexpr double kDegrees = 57.29577951308232;
-    x = x > 1 - 1e-10 ? 1 : x < -1 + 1e-10 ? -1 : x;
-    const double deg = std::acos(x) * kDegrees;
-    const double sine = std::sqrt((1 - x) * (1 + x));
-    return sense < 0 ? Turn{-deg, x, -sine} : Turn{deg, x, sine};
-  }
-
-  static Point Rotate(const Point& p, const Point& d, const Point& b, const Turn& turn) {
-    const Point v = p - b;
-    return b + v * turn.cosine + Cross(d, v) * turn.sine + d * (Dot(d, v) * (1 - turn.cosine));
-  }
-
   Point m_a1, m_a2, m_s, m_b1, m_b2, m_origin, m_tool;
   double m_c12, m_c2, m_q2, m_k;
   Point m_n, m_sCrossA2;

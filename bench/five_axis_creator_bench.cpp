@@ -1,5 +1,4 @@
 // The five-axis solve and whole postings, against the closed form alone and a plain append.
-#include <kandrel/misc/platform.h>
 #include <kandrel/post/angle_jumps.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/move_times.h>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "bench/closed_form_solve.h"
+#include "bench/plain_append.h"
 #include "bench/suites.h"
 #include "bench/support.h"
 
@@ -21,17 +21,6 @@ namespace {
 using Point = cadcam::zvTPoint3d<double>;
 using Move = post::zvPosted5axMove;
 using List = zvPosted5axTPCreator::List;
-
-constexpr double kDegree = 0.017453292519943295;
-
-struct TipAndAxis {
-  Point tip;
-  Point axis;
-};
-
-Point Direction(double tilt, double turn) {
-  return {std::sin(tilt) * std::cos(turn), std::sin(tilt) * std::sin(turn), std::cos(tilt)};
-}
 
 // A spiral at a tilt that swings between 10 and 30 degrees, with one turn every 720 moves.
 TipAndAxis Spiral(int i) {
@@ -156,63 +145,30 @@ void SolveBySolver(const Scene& scene) {
   Keep(&sum);
 }
 
-// An arena append of the bench's own: nodes one behind the other in blocks of fresh 4 KiB pages.
-class PlainAppend {
- public:
-  static constexpr std::size_t kBlock = 0x40000;
-
-  void* Next() {
-    if (m_blocks.empty() || m_used + List::kNodeSize > kBlock) {
-      m_blocks.push_back(static_cast<char*>(
-          misc::platform::AllocatePages(kBlock, kBlock, misc::platform::PageSize::kSmall)));
-      m_used = 0;
-    }
-    void* node = m_blocks.back() + m_used;
-    m_used += List::kNodeSize;
-    return node;
-  }
-  void Clear() {
-    for (char* block : m_blocks) misc::platform::FreePages(block, kBlock);
-    m_blocks.clear();
-  }
-  ~PlainAppend() { Clear(); }
-
- private:
-  std::vector<char*> m_blocks;
-  std::size_t m_used = 0;
-};
-
 // The floor of a posting: the closed form and a plain append of its record.
 void SolveAndAppendPlainly(Scene& scene, PlainAppend& append, const cadcam::zvToolPath& path) {
   Move* last = nullptr;
-  for (const auto& pass : path.Children())
-    for (const auto& slice : pass->Children())
-      for (const auto& section : slice->Children())
-        for (const auto& move : *section) {
-          const Point& p = move->GetPosition();
-          const Point& t = move->GetOrientation();
-          const auto r = scene.closedForm->Solve(p, t);
-          // Small moves own nothing: they need no destructor.
-          last = ::new (static_cast<char*>(append.Next()) + 2 * sizeof(void*))
-              Move(r.plus, p, t, r.firstPlus, r.secondPlus, 0u, move->GetFeed(), move->IsRapid(),
-                   post::zvPostedMove::noLink);
-        }
+  ForEachMove(path, [&](const cadcam::zvCNCMove& move) {
+    const Point& p = move.GetPosition();
+    const Point& t = move.GetOrientation();
+    const auto r = scene.closedForm->Solve(p, t);
+    // Small moves own nothing: they need no destructor.
+    last = ::new (append.Next()) Move(r.plus, p, t, r.firstPlus, r.secondPlus, 0u, move.GetFeed(),
+                                      move.IsRapid(), post::zvPostedMove::noLink);
+  });
   Keep(last);
 }
 
 // The same with the list of the library.
 void SolveAndAppend(Scene& scene, const cadcam::zvToolPath& path) {
   scene.list = std::make_unique<List>(scene.provider);
-  for (const auto& pass : path.Children())
-    for (const auto& slice : pass->Children())
-      for (const auto& section : slice->Children())
-        for (const auto& move : *section) {
-          const Point& p = move->GetPosition();
-          const Point& t = move->GetOrientation();
-          const auto r = scene.closedForm->Solve(p, t);
-          scene.list->EmplaceBack(r.plus, p, t, r.firstPlus, r.secondPlus, 0u, move->GetFeed(),
-                                  move->IsRapid(), post::zvPostedMove::noLink);
-        }
+  ForEachMove(path, [&](const cadcam::zvCNCMove& move) {
+    const Point& p = move.GetPosition();
+    const Point& t = move.GetOrientation();
+    const auto r = scene.closedForm->Solve(p, t);
+    scene.list->EmplaceBack(r.plus, p, t, r.firstPlus, r.secondPlus, 0u, move.GetFeed(),
+                            move.IsRapid(), post::zvPostedMove::noLink);
+  });
   Keep(&scene.list->Back());
 }
 
@@ -248,7 +204,7 @@ void AddFiveAxisCreator(Suite& suite) {
 
   suite.cases.push_back({"5ax/closed_form/1M", 1e6, [scene] { SolveByYardstick(*scene); }});
   suite.cases.push_back({"5ax/solve/1M", 1e6, [scene] { SolveBySolver(*scene); }});
-  const auto append = std::make_shared<PlainAppend>();
+  const auto append = std::make_shared<PlainAppend>(List::kNodeSize);
   suite.cases.push_back(
       {"5ax/closed_form_append/1M", 1e6,
        [scene, append] { SolveAndAppendPlainly(*scene, *append, scene->Path(Spiral, kMillion)); },

@@ -121,6 +121,7 @@ extern "C" __attribute__((noinline, visibility("default"))) void CallgrindCase(
 int main(int argc, char** argv) {
   bench::Suite suite;
   bench::AddThreeAxisCreator(suite);
+  bench::AddFourAxisCreator(suite);
   bench::AddFiveAxisCreator(suite);
   bench::AddFacade(suite);
 

@@ -6,6 +6,7 @@
 namespace bench {
 
 void AddThreeAxisCreator(Suite& suite);
+void AddFourAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
 

@@ -3,9 +3,22 @@
 
 #include <kandrel/cadcam/tool_path.h>
 
+#include <cmath>
+
 namespace bench {
 
 inline constexpr int kMillion = 1000000;
+inline constexpr double kDegree = 0.017453292519943295;
+
+struct TipAndAxis {
+  cadcam::zvTPoint3d<double> tip;
+  cadcam::zvTPoint3d<double> axis;
+};
+
+/// A direction tilted from Z and turned about it, in radians.
+inline cadcam::zvTPoint3d<double> Direction(double tilt, double turn) {
+  return {std::sin(tilt) * std::cos(turn), std::sin(tilt) * std::sin(turn), std::cos(tilt)};
+}
 
 /// A toolpath of one contour; `at(i)` gives each move's tip and orientation.
 template <class At>
@@ -24,6 +37,15 @@ cadcam::zvToolPath MakePath(int moves, const At& at) {
         1200.0, false));
   }
   return path;
+}
+
+/// Calls `visit` for each move of a toolpath.
+template <class Visit>
+void ForEachMove(const cadcam::zvToolPath& path, const Visit& visit) {
+  for (const auto& pass : path.Children())
+    for (const auto& slice : pass->Children())
+      for (const auto& section : slice->Children())
+        for (const auto& move : *section) visit(*move);
 }
 
 /// Resident memory of the process now.

@@ -31,7 +31,7 @@ double Length(const zvPosted4axMove& a, const zvPosted4axMove& b) {
 class PlainInterpolator {
  public:
   explicit PlainInterpolator(const FourAxisScene& scene)
-      : m_scene(scene), m_par(scene.par), m_maker(scene.Maker()) {}
+      : m_par(scene.par), m_maker(scene.Maker()) {}
 
   int dropped = 0;
   int emptied = 0;
@@ -113,7 +113,6 @@ class PlainInterpolator {
                         true);
   }
 
-  const FourAxisScene& m_scene;
   const zvKDRParam& m_par;
   zvPosted4axMoveMaker m_maker;
 };

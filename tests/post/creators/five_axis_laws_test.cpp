@@ -59,11 +59,12 @@ Source RandomPath(Seeded& random, const FiveAxisScene& scene, int sort) {
   Point tip = random.Vector(200);
   Source source;
   bool onLink = false;
+  const int middle = count / 2;
   for (int i = 0; i < count; ++i) {
     Point t;
     switch (sort) {
       case kThroughPole:
-        t = pole + aside + across * (0.03 * (i - count / 2));
+        t = pole + aside + across * (0.03 * (i - middle));
         break;
       case kScrew:
         first += screwStep;
@@ -530,7 +531,8 @@ TEST(FiveAxisPaths, ChoosesTheEndAgainAfterFollowingOneSolution) {
     double largest = 0;
     for (std::size_t k = 1; k < lines.size(); ++k) {
       EXPECT_LE(lines[k].AngleDistance(lines[k - 1]), 3);
-      for (double t = 0.1; t < 1; t += 0.1) {
+      for (int tenths = 1; tenths < 10; ++tenths) {
+        const double t = 0.1 * tenths;
         const auto blend = [t](const auto& a, const auto& b) { return a * (1 - t) + b * t; };
         const Point p = blend(lines[k - 1].GetMachinePosition(), lines[k].GetMachinePosition());
         const auto pose =
