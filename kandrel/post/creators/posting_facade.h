@@ -13,24 +13,24 @@
 #include <kandrel/post/posting_counts.h>
 #include <kandrel/post/posting_parameters.h>
 
-#include <type_traits>
 #include <utility>
 
 /// What an application uses to post without caring for the machine's class: each request builds the
 /// creator of the class, runs it and gives the result as class-neutral posted moves. Those are
 /// zvPosted3axMove to zvPosted6axMove by class, as a zvPostedVisitor sees them.
 ///
-/// 1. Machine, control, parameters and part origin are referred to, not copied. The caller keeps
-///    them alive as long as this object and unchanged during a call; a change between two calls
-///    reaches the next one. A machine given as a zvAutoPointer is not shared either: the caller
-///    keeps the pointer.
+/// 1. Machine, control, parameters and part origin are referred to, not copied: temporaries serve
+///    within one expression alone. The caller keeps them alive as long as this object and unchanged
+///    during a call; a change between two calls reaches the next one. A machine given as a
+///    zvAutoPointer is not shared either: the caller keeps the pointer.
 /// 2. Between calls stay the result of the last Post and the alignment matrix, nothing else: no
 ///    posting influences the next one.
-/// 3. Not for two threads at a time; objects on different threads do not meet.
+/// 3. Not for two threads at a time, nor is a toolpath; objects on different threads that post
+///    different toolpaths do not meet. A copy shares its moves and belongs to the same thread.
 ///
 /// Every operation that posts throws zvPostException 5031 for a machine of unknown numbersOfAxes,
-/// then 5043 where numbersOfAxes is not that of the definition's class, then what the creator of
-/// the class throws.
+/// then 5043 where numbersOfAxes is not that of the definition's class, 2503 for a definition of no
+/// class, then what the creator of the class throws.
 class KANDREL_API zvKDR5AxBase {
  public:
   using Types = post::zvPostedMove::Types;
@@ -44,14 +44,6 @@ class KANDREL_API zvKDR5AxBase {
   zvKDR5AxBase(const post::zvMachDef& machDef, const post::zv5axControlDef& control,
                const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
                double toolLengthCompensation);
-  /// Temporaries would die before the first posting. The defaults are for arguments in braces.
-  template <class MachDef, class Control = post::zv5axControlDef, class Par = post::zvKDRParam,
-            class PartOrigin = cadcam::zvTPoint3d<double>>
-  requires(!(std::is_lvalue_reference_v<MachDef> && std::is_lvalue_reference_v<Control> &&
-             std::is_lvalue_reference_v<Par> && std::is_lvalue_reference_v<PartOrigin>))
-      zvKDR5AxBase(MachDef&& machDef, Control&& control, Par&& par, PartOrigin&& partOrigin,
-                   double toolLengthCompensation)
-  = delete;
   /// Refers to the same definitions, and shares posted moves and alignment matrix.
   zvKDR5AxBase(const zvKDR5AxBase& other);
   zvKDR5AxBase& operator=(const zvKDR5AxBase&) = delete;
@@ -77,8 +69,9 @@ class KANDREL_API zvKDR5AxBase {
   /// an empty first one, gives an empty result, whatever the machine's class holds. After a failure
   /// the result is empty.
   ///
-  /// Linear. The result takes some 250 to 270 bytes a move. The creator's list is never in memory
-  /// beside it as a whole: each of its moves is let go when it has been taken over.
+  /// Linear. The result takes some 250 to 270 bytes a move. Each move of the creator's list is let
+  /// go when it has been taken over, so that a first Post needs little more; a later one that finds
+  /// the heap full of holes may need half as much again.
   const post::zvPostedTP& Post(const cadcam::zvToolPath& toolpath);
   /// The result of the last Post; empty before the first.
   const post::zvPostedTP& GetPostedTP() const noexcept { return m_postedTP; }

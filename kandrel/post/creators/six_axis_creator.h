@@ -68,7 +68,7 @@ class KANDREL_API zvPosted6axTPCreator : public zvPostedTPCreator {
 
   /// Posts a toolpath into a new list, as zvPosted5axTPCreator::Post does, and throws what it
   /// throws. Each move of the 5-axis run is let go when its line is made, so that the two lists are
-  /// never in memory as a whole; a former list is, until the run has succeeded.
+  /// never both whole in memory; a former list stays until the run has succeeded.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 

@@ -585,8 +585,8 @@ TEST(FourAxisCreator, TheAlignmentStaysUntilAnotherReplacesIt) {
   EXPECT_EQ(creator.Post(Build(fits), true)->GetCount(), 5u);
 }
 
-// The jump at the edge of the pole's cone can't be divided away: steps far below the pole's tolerance
-// make as many lines as they ask for and no more.
+// The jump at the edge of the pole's cone can't be divided away: steps far below the pole's
+// tolerance make as many lines as they ask for and no more.
 TEST(FourAxisCreator, FineStepsEndAtTheEdgeOfAPole) {
   const struct {
     double step, pole, to;

@@ -369,40 +369,6 @@ TEST(PostingFacade, SeesItsDefinitionsAsTheyAreNow) {
   EXPECT_EQ(request.machDef.UseCount(), 1u);
 }
 
-// What binds to a reference and dies with the statement doesn't compile; `Machine` and `P` make
-// the expressions depend on something, so that they may fail to.
-template <class Machine, class P>
-constexpr bool kTakesBraces = requires(Machine& m, const post::zv5axControlDef& c, zvKDRParam& k) {
-  zvKDR5AxBase(m, c, k, P{1, 2, 3}, 0.0);
-}
-|| requires(Machine& m, const post::zv5axControlDef& c, zvKDRParam& k) {
-  zvKDR5AxBase(m, c, k, {1, 2, 3}, 0.0);
-};
-
-TEST(PostingFacade, TakesNoTemporaries) {
-  using post::zv3axMachDef;
-  using post::zv5axControlDef;
-  using Pointer = misc::zvAutoPointer<zvMachDef>;
-  using Derived = misc::zvAutoPointer<zv3axMachDef>;
-  const auto takes = []<class M, class C, class K, class P>(std::type_identity<void(M, C, K, P)>) {
-    return std::is_constructible_v<zvKDR5AxBase, M, C, K, P, double>;
-  };
-  using K = zvKDRParam;
-  using C = zv5axControlDef;
-  using P = Point;
-  // A pointer to a derived class is converted, but the object stays with the caller.
-  EXPECT_TRUE(takes(std::type_identity<void(const zv3axMachDef&, C&, K&, P&)>()));
-  EXPECT_TRUE(takes(std::type_identity<void(Pointer&, const C&, const K&, const P&)>()));
-  EXPECT_TRUE(takes(std::type_identity<void(Derived&, C&, K&, P&)>()));
-  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&&, C&, K&, P&)>()));
-  EXPECT_FALSE(takes(std::type_identity<void(Pointer&&, C&, K&, P&)>()));
-  EXPECT_FALSE(takes(std::type_identity<void(Derived&&, C&, K&, P&)>()));
-  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&, C&&, K&, P&)>()));
-  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&, C&, K&&, P&)>()));
-  EXPECT_FALSE(takes(std::type_identity<void(zv3axMachDef&, C&, K&, P &&)>()));
-  EXPECT_FALSE((kTakesBraces<zv3axMachDef, Point>));
-}
-
 TEST(PostingFacade, TellsTheTypesOfMovesInAPath) {
   Request request;
   request.machDef = post::zv3axMachDef().Clone();
