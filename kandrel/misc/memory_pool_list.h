@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/memory_pool.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -117,17 +118,26 @@ class zvMemoryPoolList {
     (next != nullptr ? next->prev : m_tail) = node->prev;
     --m_count;
     node->value.T::~T();
-    m_pool->Free(node);
+    Keep(node);
     return {this, next};
   }
 
-  /// Destroys all elements; nodes go back to the pool arena by arena. Throws zvException "Failed to
-  /// free memory" when the system refuses to take pages back; the list is empty then too.
+  /// Destroys all elements; all nodes go back to the pool, arena by arena. Throws zvException
+  /// "Failed to free memory" when the system refuses to take pages back; the list is empty then
+  /// too.
   void Clear() {
     for (Node* node = m_head; node != nullptr; node = node->next) node->value.T::~T();
     Node* first = std::exchange(m_head, nullptr);
     m_tail = nullptr;
-    m_pool->FreeChain(first, std::exchange(m_count, 0));
+    const std::size_t spares = std::exchange(m_spareCount, 0);
+    Node* spare = std::exchange(m_spare, nullptr);
+    try {
+      m_pool->FreeChain(first, std::exchange(m_count, 0));
+    } catch (...) {
+      m_pool->FreeChain(spare, spares);
+      throw;
+    }
+    m_pool->FreeChain(spare, spares);
   }
 
   /// Asks for memory some nodes ahead of an element, for a walk that touches too little of each
@@ -160,12 +170,13 @@ class zvMemoryPoolList {
   // Builds an element in a new node and links it before `next`, at the end for null.
   template <class Make>
   Node* LinkWith(Node* next, Make&& make) {
-    void* memory = m_pool->Alloc(sizeof(Node));
-    Node* node = static_cast<Node*>(memory);
+    if (m_spare == nullptr) FetchSpares();
+    Node* node = std::exchange(m_spare, m_spare->next);
+    --m_spareCount;
     try {
       ::new (static_cast<void*>(std::addressof(node->value))) T(make());
     } catch (...) {
-      m_pool->Free(memory);
+      Keep(node);
       throw;
     }
     Node* prev = next != nullptr ? next->prev : m_tail;
@@ -177,10 +188,28 @@ class zvMemoryPoolList {
     return node;
   }
 
+  // A few nodes at once spare most appends the pool's lock; as many as there are, so that short
+  // lists hold few.
+  void FetchSpares() {
+    std::size_t count = std::clamp<std::size_t>(m_count, 1, kMostSpares);
+    m_spare = static_cast<Node*>(m_pool->AllocChain(count));
+    m_spareCount = static_cast<std::uint32_t>(count);
+  }
+
+  void Keep(Node* node) {
+    if (m_spareCount == kMostSpares) return m_pool->Free(node);
+    node->next = std::exchange(m_spare, node);
+    ++m_spareCount;
+  }
+
+  static constexpr std::uint32_t kMostSpares = 32;
+
   std::shared_ptr<zvMemoryPool> m_pool;
   Node* m_head = nullptr;
   Node* m_tail = nullptr;
+  Node* m_spare = nullptr;  // nodes without an element, chained by `next`
   std::uint32_t m_count = 0;
+  std::uint32_t m_spareCount = 0;
 };
 
 }  // namespace misc

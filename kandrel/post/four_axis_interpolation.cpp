@@ -52,22 +52,19 @@ void zv4axInterpolator::Refine(List& list, Iterator from, Iterator to, int depth
   }
   for (Iterator first = from; first != to;) {
     const Iterator second = std::next(first);
-    if (IsStepTooLarge(*first, *second)) Refine(list, first, second, depth + 1);
+    if (IsStepTooLarge(*first, *second) && !IsJump(*first, *second))
+      Refine(list, first, second, depth + 1);
     first = second;
   }
   ThinOut(list, from, to, [this](const Move& a, const Move& b) { return !IsStepTooLarge(a, b); });
 }
 
-// By angle one less than by distance, deliberately. Nothing lies between orientations that are
-// equal but for rounding: an angle that jumps there, at the edge of the pole's cone, stays.
+// By angle one less than by distance, deliberately.
 std::uint32_t zv4axInterpolator::CountBetween(const Move& from, const Move& to) const {
   const std::uint32_t byDistance =
       m_hasDistanceRule ? StepsByDistance(m_par, PartDistance(from, to)) : 0;
-  if (to.IsRapid()) return byDistance;
-  const std::uint32_t byAngle = StepsByAngle(m_par, from.AngleDistance(to));
-  if (byAngle <= byDistance) return byDistance;
-  const auto turn = from.GetOrientation().Normalized() - to.GetOrientation().Normalized();
-  return turn.SquaredLength() <= misc::kEqual * misc::kEqual ? byDistance : byAngle;
+  const std::uint32_t byAngle = to.IsRapid() ? 0 : StepsByAngle(m_par, from.AngleDistance(to));
+  return std::max(byDistance, byAngle);
 }
 
 void zv4axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
@@ -102,7 +99,19 @@ bool zv4axInterpolator::HasProgress(Iterator from, Iterator to) const {
 
 bool zv4axInterpolator::IsStepTooLarge(const Move& a, const Move& b) const {
   if (m_hasAngleRule && a.AngleDistance(b) >= m_par.GetMaxAngleStep() - misc::kEqual) return true;
+  return IsTooFar(a, b);
+}
+
+bool zv4axInterpolator::IsTooFar(const Move& a, const Move& b) const {
   return m_hasDistanceRule && PartDistance(a, b) >= m_par.GetInterpolationDistance() - misc::kEqual;
+}
+
+// Two that point alike, but for rounding, with the angle jumping between them at the edge of the
+// pole's cone: no blend lies between, and dividing would go on with every level.
+bool zv4axInterpolator::IsJump(const Move& a, const Move& b) const {
+  if (IsTooFar(a, b)) return false;
+  const auto turn = b.GetOrientation().Normalized() - a.GetOrientation().Normalized();
+  return turn.SquaredLength() <= misc::kEqual * misc::kEqual;
 }
 
 zvPosted4axMove zv4axInterpolator::At(zvIntermediateMoves& between, double t,

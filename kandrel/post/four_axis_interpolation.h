@@ -20,7 +20,7 @@ namespace post {
 ///
 /// A step that is not above 0 switches its rule off. Rapid moves get none by angle, and none at all
 /// without InterpolateRapidMoves. Throws zvcadcamException 2189 for an orientation that blends to
-/// zero or to one along the axis, zvPostException 5039 for more than 2^31 - 2 moves at once.
+/// zero, zvPostException 5039 for more than 2^31 - 2 moves at once.
 class KANDREL_API zv4axInterpolator {
  public:
   using Move = zvPosted4axMove;
@@ -44,6 +44,8 @@ class KANDREL_API zv4axInterpolator {
   void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count) const;
   bool HasProgress(Iterator from, Iterator to) const;
   bool IsStepTooLarge(const Move& a, const Move& b) const;
+  bool IsTooFar(const Move& a, const Move& b) const;
+  bool IsJump(const Move& a, const Move& b) const;
   Move At(zvIntermediateMoves& between, double t, const zvPosted4axMoveMaker::PoleCone& cone) const;
 
   const zvPosted4axMoveMaker& m_maker;

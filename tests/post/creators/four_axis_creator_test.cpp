@@ -591,14 +591,16 @@ TEST(FourAxisCreator, FineStepsEndAtTheEdgeOfAPole) {
   const struct {
     double step, pole, to;
   } cases[] = {{1e-4, 0.01, 1}, {3e-5, 0.01, 1}, {0.003, 1, 3}, {0.001, 1, 3}, {0.02, 10, 20}};
-  for (const auto& c : cases) {
-    FourAxisScene scene;
-    scene.par.SetMaxAngleStep(c.step);
-    scene.par.SetPoleAngleTolerance(c.pole);
-    EXPECT_LT(static_cast<double>(Post(scene, Build(AtAngles(scene, {0, c.to}))).size()),
-              2.5 * c.to / c.step)
-        << c.step;
-  }
+  for (const auto& c : cases)
+    for (const bool byDistance : {false, true}) {
+      FourAxisScene scene;
+      scene.par.SetMaxAngleStep(c.step);
+      scene.par.SetPoleAngleTolerance(c.pole);
+      scene.par.SetInterpolateByDistance(byDistance);
+      EXPECT_LT(static_cast<double>(Post(scene, Build(AtAngles(scene, {0, c.to}))).size()),
+                2.5 * c.to / c.step)
+          << c.step;
+    }
 }
 
 // Blends between them pass by the axis, where a direction has next to no turn of its own.
