@@ -203,7 +203,14 @@ class zvRewinder {
     InsertTurn(before, rest, sense, shift);
     ShiftFrom(rest, shift);
     ++m_rewindings;
-    if (found) StepBack(next, rest, sense);
+    if (!found) return;
+    StepBack(next, rest, sense);
+    // A stretch that turned round beyond the limit ends within it, and is out in its middle.
+    for (Cursor move = start; move.index < next.index; Advance(move))
+      if (Angle(move) < m_low - misc::kEqual || Angle(move) > m_high + misc::kEqual) {
+        next = move;
+        break;
+      }
   }
 
   // The move as it stands once the pending shift is added.

@@ -142,12 +142,16 @@ class Rewinder {
     const auto isBeyond = [&](Node node) {
       return dir < 0 ? Deg(node) >= m_max : Deg(node) <= m_min;
     };
-    if (next == m_list.end()) {
-      if (!isBeyond(std::prev(next))) return;
-      --next;
+    Node last = next == m_list.end() ? std::prev(next) : next;
+    if (isBeyond(last)) {
+      next = last;
+      while (next != previousStart && next != m_list.begin() && isBeyond(std::prev(next))) --next;
     }
-    if (!isBeyond(next)) return;
-    while (next != previousStart && next != m_list.begin() && isBeyond(std::prev(next))) --next;
+    if (Place(next) < Place(start)) return;
+    next = std::find_if(start, next, [&](const Move& move) {
+      const double deg = Traits::Angle(move, m_axis);
+      return deg < m_min - 1e-12 || deg > m_max + 1e-12;
+    });
   }
 
   bool FindPlace(Node& place, Node before, Node previousStart, double shift) {
