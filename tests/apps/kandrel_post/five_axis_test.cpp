@@ -106,7 +106,8 @@ void ExpectNcRules(const std::string& text, std::size_t moves) {
 // The number behind a word of the summary.
 long Told(const std::string& summary, const std::string& what) {
   const std::size_t at = summary.find(std::string("\n").append(what));
-  return at == std::string::npos ? -1 : std::atol(summary.c_str() + at + 1 + what.size());
+  return at == std::string::npos ? -1
+                                 : std::strtol(summary.c_str() + at + 1 + what.size(), nullptr, 10);
 }
 
 void ExpectSummary(const std::string& summary, const std::vector<tests::PostedLine>& posted,

@@ -66,6 +66,7 @@ enum PathSort { kSweep, kThroughPole, kScrew, kJumps, kConstant, kRepeats, kPath
 Source RandomPath(Seeded& random, const FiveAxisScene& scene, int sort) {
   const auto model = scene.Model();
   const int count = random.Integer(2, 25);
+  const int middle = count / 2;
   double first = random.Real(-170, 170);
   double second = random.Real(-170, 170);
   const double firstStep = random.Real(-12, 12);
@@ -83,7 +84,7 @@ Source RandomPath(Seeded& random, const FiveAxisScene& scene, int sort) {
     Point t;
     switch (sort) {
       case kThroughPole:
-        t = pole + aside + across * (0.03 * (i - count / 2));
+        t = pole + aside + across * (0.03 * (i - middle));
         break;
       case kScrew:
         first += screwStep;
@@ -550,7 +551,8 @@ TEST(FiveAxisPaths, ChoosesTheEndAgainAfterFollowingOneSolution) {
     double largest = 0;
     for (std::size_t k = 1; k < lines.size(); ++k) {
       EXPECT_LE(lines[k].AngleDistance(lines[k - 1]), 3);
-      for (double t = 0.1; t < 1; t += 0.1) {
+      for (int tenth = 1; tenth < 10; ++tenth) {
+        const double t = 0.1 * tenth;
         const auto blend = [t](const auto& a, const auto& b) { return a * (1 - t) + b * t; };
         const Point p = blend(lines[k - 1].GetMachinePosition(), lines[k].GetMachinePosition());
         const auto pose =
