@@ -17,6 +17,139 @@ using tests::Told;
 
 constexpr double kRadians = 0.017453292519943295;
 
+<<<<<<< HEAD
+=======
+Vector Of(const post::zvMachDef::Point& p) {
+  return {p.x, p.y, p.z};
+}
+
+// The machine that a definition's values describe, its slides along the coordinates.
+rigid::RotaryMachine ModelOf(const kandrel_post::MachineValues& values, const Vector& origin,
+                             double length) {
+  using Layout = rigid::RotaryMachine::Layout;
+  rigid::RotaryMachine model;
+  model.layout = values.fiveAxisKind == 1   ? Layout::kHeads
+                 : values.fiveAxisKind == 2 ? Layout::kTableAndHead
+                                            : Layout::kTables;
+  model.slidesTellTip = values.fiveAxisKind == 0;
+  model.linear.spindle = Of(values.spindle);
+  model.linear.partOrigin = origin;
+  model.linear.toolLength = length;
+  model.first = {Of(values.rotary[0].direction), Of(values.rotary[0].pivot)};
+  model.second = {Of(values.rotary[1].direction), Of(values.rotary[1].pivot)};
+  return model;
+}
+
+// Every line stands where it says it does; the source's moves are all there, in order.
+void ExpectTruth(const std::vector<tests::PostedLine>& posted,
+                 const std::vector<tests::SourceMove>& source, const rigid::RotaryMachine& model) {
+  // On a pole an axis is snapped by as much as the pole's tolerance, 0.01 degrees.
+  constexpr double kTip = 1e-8, kAxis = 0.0101 * kRadians;
+  std::size_t next = 0;
+  for (std::size_t i = 0; i < posted.size(); ++i) {
+    const rigid::Pose pose = model.At(posted[i].machine, posted[i].angles[0], posted[i].angles[1]);
+    ASSERT_LE(rigid::Distance(pose.tip, posted[i].part), kTip) << i;
+    ASSERT_LE(rigid::Distance(pose.axis, rigid::Unit(posted[i].axis)), kAxis) << i;
+    if (posted[i].inserted == "1") continue;
+    ASSERT_LT(next, source.size()) << i;
+    ASSERT_EQ(posted[i].source, std::to_string(next)) << i;
+    ASSERT_EQ(posted[i].part, source[next].tip) << i;
+    ++next;
+  }
+  EXPECT_EQ(next, source.size());
+}
+
+// The rules of the text, read as a control would.
+void ExpectNcRules(const std::string& text, std::size_t moves) {
+  std::istringstream lines(text);
+  std::string line;
+  std::size_t blocks = 0;
+  bool inverse = false, feedMotion = false, feedKnown = false;
+  for (int number = 5; std::getline(lines, line);) {
+    if (line.starts_with('(')) continue;
+    std::istringstream words(line);
+    std::string word;
+    words >> word;
+    ASSERT_EQ(word, std::string("N").append(std::to_string(number += 5)));
+    bool turns = false, feed = false, moved = false;
+    while (words >> word) {
+      if (word == "G93" || word == "G94") {
+        inverse = word == "G93";
+        feedKnown = false;
+      } else if (word == "G0" || word == "G1") {
+        feedMotion = word == "G1";
+      } else if (word[0] == 'F') {
+        feed = feedKnown = true;
+        char* end = nullptr;
+        const double value = std::strtod(word.c_str() + 1, &end);
+        ASSERT_TRUE(*end == 0 && value > 0 && std::isfinite(value)) << line;
+      } else if (word[0] != 'G' && word[0] != 'M') {
+        char* end = nullptr;
+        ASSERT_TRUE(std::isfinite(std::strtod(word.c_str() + 1, &end)) && *end == 0) << line;
+        ASSERT_FALSE(word.ends_with("-0.0000")) << line;
+        moved = true;
+        turns = turns || word[0] == 'A' || word[0] == 'B' || word[0] == 'C';
+      }
+    }
+    ++blocks;
+    if (!feedMotion || !moved) continue;
+    ASSERT_EQ(turns, inverse) << line;
+    ASSERT_TRUE(inverse ? feed : feedKnown) << line;
+  }
+  EXPECT_EQ(blocks, moves + 3);
+}
+
+// The number behind a word of the summary.
+long Told(const std::string& summary, const std::string& what) {
+  const std::size_t at = summary.find(std::string("\n").append(what));
+  return at == std::string::npos ? -1
+                                 : std::strtol(summary.c_str() + at + 1 + what.size(), nullptr, 10);
+}
+
+void ExpectSummary(const std::string& summary, const std::vector<tests::PostedLine>& posted,
+                   std::size_t sourceMoves) {
+  const auto count = [&](auto&& is) {
+    return static_cast<long>(std::count_if(posted.begin(), posted.end(), is));
+  };
+  EXPECT_EQ(Told(summary, "source moves"), static_cast<long>(sourceMoves));
+  EXPECT_EQ(Told(summary, "posted moves"), static_cast<long>(posted.size()));
+  EXPECT_EQ(Told(summary, "inserted"), count([](const auto& l) { return l.inserted == "1"; }));
+  EXPECT_EQ(Told(summary, "rapid"), count([](const auto& l) { return l.rapid; }));
+}
+
+struct Outcome {
+  int exitCode;
+  std::string summary;
+  std::string failure;
+};
+
+Outcome RunPost(const std::string& machine, const fs::path& file, const std::string& folder,
+                std::vector<const char*> more = {}) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  Outcome run{tests::Post(machine, file, folder, std::move(more)), "", ""};
+  run.summary = testing::internal::GetCapturedStdout();
+  run.failure = testing::internal::GetCapturedStderr();
+  return run;
+}
+
+void ExpectGoodPosting(const tests::ScratchFolder& scratch, const std::string& preset,
+                       const fs::path& file, std::vector<const char*> options = {}) {
+  const std::vector<tests::SourceMove> source = tests::SourceMoves(file);
+  ASSERT_FALSE(source.empty());
+  options.insert(options.end(), {"--origin", "12.5,-20,35", "--tool-length", "80"});
+  const Outcome run =
+      RunPost(std::string("preset:").append(preset), file, scratch.Path("out"), options);
+  ASSERT_EQ(run.exitCode, 0) << run.failure;
+  const auto values =
+      kandrel_post::ValuesOf(*kandrel_post::MakePreset(preset).builder.GetMachDef());
+  const std::vector<tests::PostedLine> posted = tests::PostedLines(scratch.Path("out/posted.csv"));
+  ExpectTruth(posted, source, ModelOf(values, {12.5, -20, 35}, 80));
+  ExpectNcRules(tests::FileText(scratch.Path("out/posted.nc")), posted.size());
+  ExpectSummary(run.summary, posted, source.size());
+}
+
+>>>>>>> rewind
 constexpr const char* kMachines[] = {"fork_ca",           "head_table_bc",  "nutating_head_cb",
                                      "nutating_table_cb", "table_table_cb", "trunnion_ca"};
 
