@@ -9,6 +9,7 @@ namespace {
 
 using tests::Row;
 
+// clang-format off
 constexpr Row kCadcam[] = {
     {2027, L"ZVGL binary log file version doesn't match logger version. Cannot process this file"},
     {2103, L"Invalid flute length"},
@@ -101,9 +102,7 @@ constexpr Row kStl[] = {
     {3504, L"Keyword 'vertex' with wrong parameters found"},
     {3505, L"Found keyword 'endloop' or 'end loop' followed by other string"},
     {3506, L"Found keyword 'endfacet' or 'end facet' followed by other string"},
-    {3507,
-     L"Found word 'end' but not detected any of \n keywords' : 'end solid', 'end loop' ,'end "
-     L"facet' "},
+    {3507, L"Found word 'end' but not detected any of \n keywords' : 'end solid', 'end loop' ,'end facet' "},
     {3508, L"Error opening input file !"},
     {3509, L"Error reading triangle from file !"},
     {3510, L"Invalid Syntax"},
@@ -119,6 +118,7 @@ constexpr Row kApproximation[] = {
     {2176, L"Couldn't handle zvLatheTool object"},
     {zvtoolapproximationException::kInvalidArborProfile, L"Invalid Arbor Profile"},
 };
+// clang-format on
 
 TEST(CadcamException, EveryClassHasItsTexts) {
   tests::ExpectTexts<zvcadcamException>(kCadcam);

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 #include <kandrel/cadcam/matrix.h>
 #include <kandrel/misc/math_exception.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include <cmath>
-#include <random>
 
 namespace cadcam {
 namespace {
@@ -13,14 +13,10 @@ using Matrix = zvMatrix<double, 4, 4>;
 using Point = zvTPoint3d<double>;
 using tests::ThrowsId;
 
-Matrix FromRows(std::initializer_list<std::initializer_list<double>> rows) {
+Matrix FromRows(const double (&rows)[4][4]) {
   Matrix m;
-  std::size_t i = 0;
-  for (const auto& row : rows) {
-    std::size_t j = 0;
-    for (const double value : row) m(i, j++) = value;
-    ++i;
-  }
+  for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t j = 0; j < 4; ++j) m(i, j) = rows[i][j];
   return m;
 }
 
@@ -35,9 +31,8 @@ double LargestDifference(const Matrix& a, const Matrix& b) {
   return largest;
 }
 
-// A turn about an axis by Rodrigues' formula, with a translation.
-Matrix Rigid(const Point& axis, double rad, const Point& move) {
-  const Point u = axis.Normalized();
+// A turn about a unit vector by Rodrigues' formula, with a translation.
+Matrix Rigid(const Point& u, double rad, const Point& move) {
   const double c = std::cos(rad), s = std::sin(rad), t = 1 - c;
   return FromRows({{u.x * u.x * t + c, u.x * u.y * t - u.z * s, u.x * u.z * t + u.y * s, move.x},
                    {u.x * u.y * t + u.z * s, u.y * u.y * t + c, u.y * u.z * t - u.x * s, move.y},
@@ -56,16 +51,12 @@ TEST(Matrix, DeterminantOfKnownMatrices) {
 }
 
 TEST(Matrix, InverseOfRigidTransformationsAndOfOthers) {
-  std::mt19937_64 random(9);
-  std::uniform_real_distribution<double> unit(-1, 1);
-  const auto point = [&](double size) {
-    return Point(size * unit(random), size * unit(random), size * unit(random));
-  };
+  tests::Seeded random;
   for (int i = 0; i < 5000; ++i) {
-    const Matrix m = Rigid(point(1), 3.2 * unit(random), point(300));
+    const Matrix m = Rigid(random.UnitVector(), random.Real(-3.2, 3.2), random.Vector(300));
     ASSERT_LT(LargestDifference(Inverse(m) * m, Matrix::Identity()), 1e-12);
     ASSERT_LT(LargestDifference(m * Inverse(m), Matrix::Identity()), 1e-12);
-    const Point p = point(1000);
+    const Point p = random.Vector(1000);
     ASSERT_LT((Inverse(m) * (m * p) - p).Length(), 1e-11);
   }
   // No symmetry that would hide a missing transposition: 72 times the inverse is whole.
@@ -97,15 +88,12 @@ TEST(Matrix, ProductsTranspositionAndPoints) {
   EXPECT_EQ(quarter.Transposed()(0, 1), 1);
   EXPECT_EQ(quarter.Transposed()(3, 0), 10);
   zvMatrix<int, 2, 3> a;
-  zvMatrix<int, 3, 1> b;
-  for (std::size_t i = 0; i < 3; ++i) {
-    a(0, i) = static_cast<int>(i) + 1;
-    a(1, i) = 4 - static_cast<int>(i);
-    b(i, 0) = 10 * static_cast<int>(i + 1);
-  }
-  const zvMatrix<int, 2, 1> product = a * b;
-  EXPECT_EQ(product(0, 0), 140);
-  EXPECT_EQ(product(1, 0), 160);
+  for (std::size_t i = 0; i < 6; ++i) a(i / 3, i % 3) = static_cast<int>(i) + 1;
+  const zvMatrix<int, 2, 2> product = a * a.Transposed();
+  EXPECT_EQ(product(0, 0), 14);
+  EXPECT_EQ(product(0, 1), 32);
+  EXPECT_EQ(product(1, 0), 32);
+  EXPECT_EQ(product(1, 1), 77);
 }
 
 }  // namespace

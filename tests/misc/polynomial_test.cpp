@@ -11,33 +11,23 @@ namespace {
 using tests::ThrowsId;
 using Polynomial = zvPolynomial<double>;
 
-TEST(Polynomial, EvaluatesFromTheConstantTermUpward) {
+TEST(Polynomial, EvaluatesAndDerivesAcrossTheSizeThatIsKeptInPlace) {
   const struct {
     Polynomial polynomial;
     double x, value;
+    Polynomial derivative;
   } cases[] = {
-      {{}, 5, 0},
-      {{7}, 5, 7},
-      {{1, 2}, 5, 11},
-      {{1, 2, 3}, -2, 9},
-      {{1, 2, 3, 4}, 0.5, 3.25},
-      {{-1, 0, 0, 0, 1}, 3, 80},
-      {{1, 1, 1, 1, 1, 1}, 2, 63},
+      {{}, 5, 0, {0}},
+      {{7}, 5, 7, {0}},
+      {{1, 2}, 5, 11, {2}},
+      {{1, 2, 3, 4}, 0.5, 3.25, {2, 6, 12}},
+      {{-1, 0, 0, 0, 1}, 3, 80, {0, 0, 0, 4}},
+      {{1, 1, 1, 1, 1, 1}, 2, 63, {1, 2, 3, 4, 5}},
   };
-  for (const auto& c : cases)
+  for (const auto& c : cases) {
     EXPECT_EQ(c.polynomial.Evaluate(c.x), c.value) << c.polynomial.GetDegree();
-}
-
-TEST(Polynomial, DerivesAcrossTheSizeThatIsKeptInPlace) {
-  const struct {
-    Polynomial polynomial, derivative;
-  } cases[] = {{{}, {0}},
-               {{4}, {0}},
-               {{4, 5}, {5}},
-               {{1, 2, 3, 4}, {2, 6, 12}},
-               {{1, 2, 3, 4, 5}, {2, 6, 12, 20}},
-               {{1, 1, 1, 1, 1, 1, 1}, {1, 2, 3, 4, 5, 6}}};
-  for (const auto& c : cases) EXPECT_EQ(c.polynomial.Derivative(), c.derivative);
+    EXPECT_EQ(c.polynomial.Derivative(), c.derivative);
+  }
 }
 
 TEST(Polynomial, CopiesAndChecksItsCoefficients) {
@@ -49,12 +39,10 @@ TEST(Polynomial, CopiesAndChecksItsCoefficients) {
     EXPECT_EQ(copy, original);
     EXPECT_EQ(copy.GetDegree(), count - 1);  // a leading 0 counts
     for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(copy.GetCoefficient(i), coefficients[i]);
-    EXPECT_TRUE(ThrowsId<zvMathDefException>([&] { copy.GetCoefficient(count); }, 2504,
-                                             L"Index out of range in WMAdapter"));
+    EXPECT_TRUE(ThrowsId<zvMathDefException>([&] { copy.GetCoefficient(count); }, 2504));
   }
   EXPECT_FALSE(Polynomial({1, 2}) == Polynomial({1, 2, 0}));
-  EXPECT_TRUE(ThrowsId<zvMathDefException>([] { Polynomial(std::span<const double>()); }, 2505,
-                                           L"Negative Polynom degree"));
+  EXPECT_TRUE(ThrowsId<zvMathDefException>([] { Polynomial(std::span<const double>()); }, 2505));
 }
 
 }  // namespace

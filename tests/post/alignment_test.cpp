@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
-#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/alignment.h>
 #include <kandrel/post/post_exception.h>
 #include <tests/support/seeded.h>
@@ -8,18 +7,22 @@
 #include <tests/support/toolpath_builders.h>
 
 #include <cmath>
-#include <limits>
 
 namespace post {
 namespace {
 
-using cadcam::zvcadcamException;
 using tests::PathBuilder;
 using tests::Point;
 using tests::Seeded;
-using tests::ThrowsId;
 
-constexpr const wchar_t* kNullVector = L"Can't normalize null vector.";
+template <class Action>
+testing::AssertionResult FailsForNull(Action&& action) {
+  return tests::ThrowsId<cadcam::zvcadcamException>(action, 2189);
+}
+template <class Action>
+testing::AssertionResult Fails(Action&& action, std::uint32_t id) {
+  return tests::ThrowsId<zvPostException>(action, id);
+}
 
 PathBuilder PathOf(const std::vector<Point>& orientations) {
   PathBuilder::Moves moves;
@@ -47,8 +50,7 @@ TEST(RotationBetween, TurnsTheSecondDirectionIntoTheFirst) {
   Seeded random;
   double worst = 0;
   for (int i = 0; i < 2000; ++i) {
-    const Point a = random.UnitVector();
-    const Point b = random.UnitVector();
+    const Point a = random.UnitVector(), b = random.UnitVector();
     const auto r = RotationBetween(a, b);
     worst = std::max(worst, (r * b - a).Length());
     const auto identity = r * r.Transposed();
@@ -60,12 +62,9 @@ TEST(RotationBetween, TurnsTheSecondDirectionIntoTheFirst) {
     ASSERT_NEAR(Determinant(r), 1, 1e-13);
   }
   EXPECT_LT(worst, 2e-9);  // the arc cosine near 1 and -1; 2e-16 elsewhere
-}
-
-TEST(RotationBetween, RefusesParallelAndOppositeDirections) {
   const Point z{0, 0, 1};
-  EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { RotationBetween(z, z); }, 2189, kNullVector));
-  EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { RotationBetween(z, -z); }, 2189, kNullVector));
+  for (const Point& parallel : {z, -z})
+    EXPECT_TRUE(FailsForNull([&] { RotationBetween(z, parallel); }));
 }
 
 TEST(FindToolPathAxis, FindsTheAxisOfPlanesAndCones) {
@@ -86,45 +85,31 @@ TEST(FindToolPathAxis, FindsTheAxisOfPlanesAndCones) {
 
 TEST(FindToolPathAxis, SaysWhenThereIsNone) {
   const Point x{1, 0, 0}, y{0, 1, 0}, z{0, 0, 1};
-  struct Case {
-    std::vector<Point> orientations;
-    Point axis;
-  };
-  const Case cases[] = {
+  const std::pair<std::vector<Point>, Point> cases[] = {
       {{}, {}},
       {{z, x}, {}},            // below three moves
       {{z, z, z * 3, -z}, z},  // all parallel or opposite
-      {{z, x, z, z}, z},       // only two directions
-      {{z * 2, z, z, z}, z},   // normalised
+      {{z, x, z}, z},          // only two directions
+      {{z, x, z, z}, z},
+      {{z * 2, z, z, z}, z},  // normalised
   };
-  for (const Case& c : cases) {
-    const zvToolPathAxis found = FindToolPathAxis(PathOf(c.orientations));
+  for (const auto& [orientations, axis] : cases) {
+    const zvToolPathAxis found = FindToolPathAxis(PathOf(orientations));
     EXPECT_FALSE(found.found);
-    EXPECT_EQ(found.axis, c.axis);
+    EXPECT_EQ(found.axis, axis);
   }
   // A repeated orientation tells nothing, the search goes on past it.
-  const zvToolPathAxis found = FindToolPathAxis(PathOf({z, x, x, -x, -x, y}));
-  EXPECT_TRUE(found.found);
-  EXPECT_FALSE(FindToolPathAxis(PathOf({z, x, z})).found);
+  EXPECT_TRUE(FindToolPathAxis(PathOf({z, x, x, -x, -x, y})).found);
+  const auto finding = [](const std::vector<Point>& orientations) {
+    return [=] { FindToolPathAxis(PathOf(orientations)); };
+  };
   // Nothing but repetitions, in a plane with the first: no axis can be told.
-  EXPECT_TRUE(ThrowsId<zvcadcamException>(
-      [&] {
-        FindToolPathAxis(PathOf({z, x, x, -x}));
-      },
-      2189, kNullVector));
-  EXPECT_TRUE(ThrowsId<zvcadcamException>(
-      [&] {
-        FindToolPathAxis(PathOf({z, Point(), x}));
-      },
-      2189, kNullVector));
-  EXPECT_TRUE(ThrowsId<zvPostException>(
-      [&] {
-        FindToolPathAxis(PathOf({z, {NAN, 0, 0}, x}));
-      },
-      5039, L"Invalid vector was passed."));
+  EXPECT_TRUE(FailsForNull(finding({z, x, x, -x})));
+  EXPECT_TRUE(FailsForNull(finding({z, Point(), x})));
+  EXPECT_TRUE(Fails(finding({z, {NAN, 0, 0}, x}), 5039));
 }
 
-TEST(AlignToSpindle, LeavesAFittingPathAlone) {
+TEST(AlignToSpindle, TurnsTheFirstOrientationIntoTheSpindleUnlessItFits) {
   zv3axMachDef machDef;
   EXPECT_FALSE(AlignToSpindle(PathOf({}), machDef));
   EXPECT_FALSE(AlignToSpindle(PathOf({{0, 0, 1}}), machDef));
@@ -136,33 +121,11 @@ TEST(AlignToSpindle, LeavesAFittingPathAlone) {
   const auto matrix = AlignToSpindle(PathOf({{0, 1e-5, 1}}), machDef);
   ASSERT_TRUE(matrix);
   EXPECT_EQ(*matrix, (cadcam::zvMatrix<double, 4, 4>::Identity()));
-}
-
-TEST(AlignToSpindle, TurnsTheFirstOrientationIntoTheSpindle) {
-  Seeded random;
-  for (int i = 0; i < 500; ++i) {
-    zv3axMachDef machDef;
-    machDef.SetSpindleDirection(random.UnitVector() * 4);
-    machDef.Normalize();
-    const Point t = random.UnitVector();
-    const auto matrix = AlignToSpindle(PathOf({t * 2, {1, 0, 0}}), machDef);
-    ASSERT_TRUE(matrix);
-    ASSERT_LT((*matrix * t - machDef.GetSpindleDirection()).Length(), 2e-9);
-  }
-}
-
-TEST(AlignToSpindle, RefusesAnOppositePathAndWhatIsNoNumber) {
-  zv3axMachDef machDef;
-  EXPECT_TRUE(ThrowsId<zvcadcamException>(
-      [&] {
-        AlignToSpindle(PathOf({{0, 0, -1}}), machDef);
-      },
-      2189, kNullVector));
-  EXPECT_TRUE(ThrowsId<zvPostException>(
-      [&] {
-        AlignToSpindle(PathOf({{0, 0, std::numeric_limits<double>::infinity()}}), machDef);
-      },
-      5039, L"Invalid vector was passed."));
+  const auto turning = AlignToSpindle(PathOf({{0, 2, 0}, {1, 0, 0}}), machDef);
+  ASSERT_TRUE(turning);
+  EXPECT_LT((*turning * Point(0, 1, 0) - Point(0, 0, 1)).Length(), 1e-15);
+  EXPECT_TRUE(FailsForNull([&] { AlignToSpindle(PathOf({{0, 0, -1}}), machDef); }));
+  EXPECT_TRUE(Fails([&] { AlignToSpindle(PathOf({{0, 0, HUGE_VAL}}), machDef); }, 5039));
 }
 
 TEST(RotaryAxis, FittingPathsAreLeftAloneEvenWithTheNoiseOfFineSteps) {
@@ -180,42 +143,30 @@ TEST(RotaryAxis, FittingPathsAreLeftAloneEvenWithTheNoiseOfFineSteps) {
     // A path that turns the other way about the axis may come with a matrix that turns nothing;
     // none is ever turned away.
     const auto matrix = AlignToRotaryAxis(path, machDef);
-    if (matrix) {
-      ASSERT_EQ(*matrix, (cadcam::zvMatrix<double, 4, 4>::Identity()));
-    } else {
-      ++fitting;
-    }
+    fitting += !matrix;
+    ASSERT_TRUE(!matrix || *matrix == (cadcam::zvMatrix<double, 4, 4>::Identity()));
   }
   EXPECT_GT(fitting, 900);
 }
 
-TEST(RotaryAxis, AConstantOrientationFitsWhereItStandsAsTheSpindleDoes) {
-  const zv4axMachDef machDef = Machine({1, 0, 0});
-  EXPECT_TRUE(FitsRotaryAxis(PathOf({{0, 1, 0}, {0, 1, 0}, {0, 1, 0}}), machDef));
-  EXPECT_FALSE(FitsRotaryAxis(PathOf({{1, 1, 0}, {1, 1, 0}, {1, 1, 0}}), machDef));
-}
-
-TEST(RotaryAxis, TwoMovesFitOnlyWhereTheSpindleIsPerpendicular) {
+TEST(RotaryAxis, APathWithoutAnAxisFitsWhereItsAngleToTheAxisIsTheSpindles) {
+  for (const double x : {0, 1})
+    EXPECT_EQ(FitsRotaryAxis(PathOf({{x, 1, 0}, {x, 1, 0}, {x, 1, 0}}), Machine({1, 0, 0})),
+              x == 0);
+  // Two moves fit only where the spindle is perpendicular.
   const auto path = PathOf({{1, 0, 0}, {0, 1, 0}});
   EXPECT_TRUE(FitsRotaryAxis(path, Machine({0, 1, 0})));
   EXPECT_FALSE(AlignToRotaryAxis(path, Machine({0, 1, 0})));
-  EXPECT_TRUE(ThrowsId<zvPostException>(
-      [&] {
-        AlignToRotaryAxis(path, Machine({0, 1, 1}));
-      },
-      5044, L"Toolpath can not be aligned with machine definition."));
+  EXPECT_TRUE(Fails([&] { AlignToRotaryAxis(path, Machine({0, 1, 1})); }, 5044));
 }
 
 TEST(RotaryAxis, TheMatrixTurnsTheMachinesAxisOntoThePaths) {
   // The reverse of the spindle's case, which is deliberate.
-  const Point a{1, 0, 0};
-  const Point x = Point{1, 1, 0}.Normalized();
-  const auto path =
-      PathOf({OnCone({0, 0, 1}, x, 0), OnCone({0, 0, 1}, x, 10), OnCone({0, 0, 1}, x, 20)});
+  const Point a{1, 0, 0}, z{0, 0, 1}, x = Point(1, 1, 0).Normalized();
+  const auto path = PathOf({z, OnCone(z, x, 10), OnCone(z, x, 20)});
   const auto matrix = AlignToRotaryAxis(path, Machine(a));
   ASSERT_TRUE(matrix);
-  const Point pathAxis = FindToolPathAxis(path).axis;
-  EXPECT_LT((*matrix * a - pathAxis).Length(), 1e-12);
+  EXPECT_LT((*matrix * a - FindToolPathAxis(path).axis).Length(), 1e-12);
 }
 
 }  // namespace
