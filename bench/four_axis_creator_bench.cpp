@@ -210,12 +210,12 @@ void AddFourAxisCreator(Suite& suite) {
   // A floor of one arc cosine is small: reading, checks, the pool and four walks over the list come
   // to twice of it.
   suite.instructionGoals.push_back({"4 axes: post, small, over closed form and append",
-                                    "4ax/post_small/1M", "4ax/closed_form_append/1M", 2.6});
+                                    "4ax/post_small/1M", "4ax/closed_form_append/1M", 2.4});
 
   constexpr double kNode = List::kNodeSize;  // the record and its links
   suite.figures.push_back(
       {"4 axes: bytes a move of a small list over record and links",
-       [scene] { return BytesAMove(*scene, [&] { Append(*scene, true); }) / kNode; }, 1.003});
+       [scene] { return BytesAMove(*scene, [&] { Append(*scene, true); }) / kNode; }, 1.01});
   suite.figures.push_back(
       {"4 axes: bytes a move of an extended list over 249",
        [scene] { return BytesAMove(*scene, [&] { Append(*scene, false); }) / 249; }, 1});
