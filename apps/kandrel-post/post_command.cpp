@@ -29,8 +29,8 @@ namespace kandrel_post {
 namespace {
 
 // Bytes of a posted move in its list, with and without its extended block, rounded down.
-constexpr double kSmallMoveBytes = 160;
-constexpr double kExtendedMoveBytes = 240;
+constexpr double kSmallMoveBytes = 144;
+constexpr double kExtendedMoveBytes = 205;
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
 
