@@ -160,7 +160,9 @@ class Reader {
     } else if (key.empty()) {
       Expected("an APT word expected at the start of the line");
     } else if (const std::string mover = FindMovingWord(word); !mover.empty()) {
-      Expected(fmt::format("a path of GOTO moves expected, {} is not understood", mover));
+      Expected(mover == "GOTO" || mover == "FROM"
+                   ? fmt::format("{0}/x,y,z or {0}/x,y,z,i,j,k expected", mover)
+                   : fmt::format("a path of GOTO moves expected, {} is not understood", mover));
     } else {
       Skip(word.shown);
     }

@@ -25,13 +25,14 @@ constexpr bool IsBlank(char c) {
 
 constexpr std::size_t kLongestWord = 40;  // of those that the summary shows
 
-// Words that move the tool, repeat moves, or change what later coordinates mean.
+// Words that move the tool, repeat moves, or change what later coordinates mean. Those of moves
+// that are understood stand here too, for statements that have them in another form.
 constexpr auto kMovingWords = std::to_array<std::string_view>(
-    {"APPROACH", "ARC",    "AUTOPS", "BSPLIN", "BSPLINE", "CALL",   "CIRCLE",  "COPY",
-     "CYCLE",    "GO",     "GOBACK", "GOCLER", "GODLTA",  "GODOWN", "GOFWD",   "GOFWDA",
-     "GOHOME",   "GOLFT",  "GORGT",  "GOUP",   "HELIX",   "HOME",   "INDEX",   "INDIRP",
-     "INDIRV",   "LOOPST", "MACRO",  "MOVARC", "NURBS",   "POCKET", "POLYNOM", "RETRCT",
-     "ROTABL",   "ROTATE", "ROTHED", "SCURV",  "SPLINE",  "THREAD", "TRACUT",  "TRANS"});
+    {"APPROACH", "ARC",   "AUTOPS", "BSPLIN", "BSPLINE", "CALL",    "CIRCLE", "COPY",   "CYCLE",
+     "FROM",     "GO",    "GOBACK", "GOCLER", "GODLTA",  "GODOWN",  "GOFWD",  "GOFWDA", "GOHOME",
+     "GOLFT",    "GORGT", "GOTO",   "GOUP",   "HELIX",   "HOME",    "INDEX",  "INDIRP", "INDIRV",
+     "LOOPST",   "MACRO", "MOVARC", "NURBS",  "POCKET",  "POLYNOM", "RETRCT", "ROTABL", "ROTATE",
+     "ROTHED",   "SCURV", "SPLINE", "THREAD", "TLAXIS",  "TRACUT",  "TRANS"});
 static_assert(std::is_sorted(kMovingWords.begin(), kMovingWords.end()));
 
 template <std::size_t N>

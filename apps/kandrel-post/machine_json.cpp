@@ -204,8 +204,8 @@ std::vector<std::wstring> ReadNames(ObjectReader& reader, int axes) {
     });
     if (name.empty() || !letters || name.size() > 16)
       reader.Expected("names", "axis names of 1 to 16 letters");
-    if (name == "F" || name == "G" || name == "M" || name == "N")
-      reader.Expected("names", "axis names other than the NC words F, G, M and N");
+    if (name.size() == 1 && std::string_view("DFGMNOST").find(name[0]) != std::string_view::npos)
+      reader.Expected("names", "axis names other than the NC words D, F, G, M, N, O, S and T");
     names.push_back(misc::FromUtf8(name));
     if (std::find(names.begin(), names.end() - 1, names.back()) != names.end() - 1)
       reader.Expected("names", "axis names that differ");

@@ -14,8 +14,9 @@ namespace kandrel_post {
 
 namespace {
 
-constexpr double kTurnFeed = 3600;         // degrees a minute
-constexpr double kSmallestTurnDeg = 1e-5;  // what the text can show
+constexpr double kTurnFeed = 3600;          // degrees a minute
+constexpr double kOnTheSpotSeconds = 1e-7;  // tips blended between equal ones differ by rounding
+constexpr double kSmallestTurnDeg = 1e-5;   // what the text can show
 
 // Text that a control takes as a comment: printable ASCII without brackets.
 std::string Comment(std::string_view text) {
@@ -109,8 +110,7 @@ void NcWriter::Write(const PostedRow& row) {
 void NcWriter::PutFeed(const PostedRow& row, bool turns, double turnDeg) {
   if (turns) {
     const double seconds = row.move.GetMoveTime();
-    const double perMinute = 60 / seconds;
-    if (perMinute > 0 && std::isfinite(perMinute)) return PutF(perMinute);
+    if (seconds > kOnTheSpotSeconds && std::isfinite(seconds)) return PutF(60 / seconds);
     return PutF(kTurnFeed / std::max(turnDeg, kSmallestTurnDeg));
   }
   const double feed = row.move.GetFeed();

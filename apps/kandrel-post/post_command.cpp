@@ -133,6 +133,7 @@ PostedStatistics PostAny(const Job& job) {
                       job.options.toolLength);
   const post::zvPostedTP& posted = kernel.Post(job.toolPath);
   job.report.counts = kernel.GetCounts();
+  job.report.aligned = posted.HasAlignMatrix();
   return WriteFiles(job, posted.GetCount(), [&](const auto& write) {
     for (auto move = posted.Begin(); move != posted.End(); ++move) write(**move);
   });
@@ -145,6 +146,7 @@ PostedStatistics PostSmall(const Job& job) {
                   job.options.origin, job.options.toolLength);
   const auto posted = creator.Post(job.toolPath, true);
   if constexpr (requires { creator.GetCounts(); }) job.report.counts = creator.GetCounts();
+  job.report.aligned = !creator.GetAlignMatrix().IsNull();
   return WriteFiles(job, posted->GetCount(), [&](const auto& write) {
     for (const auto& move : *posted) write(move);
   });

@@ -65,8 +65,21 @@ std::string FiveAxisKindInWords(std::int32_t kind) {
   }
 }
 
+// Of a 6-axis machine's axis as postings take it: (0, 1), which names sides that no kind of machine
+// has in that order, means the first on the table and the second in the head.
+std::string SideInWords(const MachineValues& v, std::size_t axis) {
+  const bool areInHead = v.onWorkpiece[0] == 0 && v.onWorkpiece[1] == 0;
+  const bool areOnTable = v.onWorkpiece[0] == 1 && v.onWorkpiece[1] == 1;
+  const bool isOnTable = axis == 0 ? !areInHead : axis == 1 ? areOnTable : v.onWorkpiece[2] != 0;
+  const bool isAsNamed = isOnTable == (v.onWorkpiece[axis] != 0);
+  return fmt::format("{}{}", isOnTable ? "on the table" : "in the head",
+                     isAsNamed ? "" : ", other than its flag says");
+}
+
 std::string OffLine(const Report::Deviation& deviation, const MachineValues& values) {
   const char* const unit = values.units == measures::zvUnitsFactory::inch ? "in" : "mm";
+  constexpr double kRounding = 1e-9;
+  if (deviation.largest > 0 && deviation.largest < kRounding) return fmt::format("0 {}", unit);
   if (deviation.largest == 0) return fmt::format("0 {}: no feed move turns an axis", unit);
   return fmt::format("{:.3g} {} at most, on the way to posted move {} (N{})", deviation.largest,
                      unit, deviation.index, deviation.number);
@@ -129,7 +142,10 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
         comparable && (range.min < limits[i].min - slack || range.max > limits[i].max + slack);
     fmt::format_to(out, "  {:<13} {:>14} {:>14} {:>14} {:>14}{}\n",
                    i < names.size() ? names[i] : "", ForPeople(range.min), ForPeople(range.max),
-                   ForPeople(limits[i].min), ForPeople(limits[i].max), outside ? "  outside" : "");
+                   ForPeople(limits[i].min), ForPeople(limits[i].max),
+                   outside       ? "  outside"
+                   : !comparable ? "  wrapped: not compared"
+                                 : "");
   }
 
   const std::uint64_t inserted =
@@ -164,6 +180,10 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
   } else if (posted.GetCount() == 0) {
     fmt::format_to(out, "note            the first pass has no moves: nothing is posted\n");
   }
+  if (report.aligned)
+    fmt::format_to(out,
+                   "note            alignToolpath has turned the toolpath: part positions and tool "
+                   "axes are those of the turned part\n");
   if (!program.finished)
     fmt::format_to(out, "note            the toolpath has no FINI: it may be cut off\n");
   if (program.feedlessCount != 0)
@@ -189,15 +209,14 @@ std::string DescribeMachine(const Machine& machine) {
                    Direction(directions[i]), limits[i].min, limits[i].max);
   for (std::size_t i = 3; i < limits.size(); ++i) {
     const RotaryValues& rotary = v.rotary[i - 3];
-    fmt::format_to(out, "  {}: rotary, about {} through {}", names[i], Direction(rotary.direction),
+    fmt::format_to(out, "  {}: rotary, about {}, pivot {}", names[i], Direction(rotary.direction),
                    Direction(rotary.pivot));
     if (i < 5) {
       fmt::format_to(out, ", from {:g} to {:g} degrees", rotary.min, rotary.max);
     } else {
       fmt::format_to(out, ", fixed at {:g} degrees", v.thirdAngle);
     }
-    if (v.axes == 6)
-      fmt::format_to(out, ", {}", v.onWorkpiece[i - 3] != 0 ? "on the table" : "in the head");
+    if (v.axes == 6) fmt::format_to(out, ", {}", SideInWords(v, i - 3));
     fmt::format_to(out, "\n");
   }
   if (v.axes == 4)

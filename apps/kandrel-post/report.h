@@ -53,6 +53,7 @@ class PostedStatistics {
 struct Report {
   std::string toolPathFile;
   std::vector<std::string> outputFiles;
+  bool aligned = false;          ///< the toolpath was turned onto the machine
   bool small = false;            ///< posted moves don't tell whether they are inserted
   post::zvPostingCounts counts;  ///< of rotary axes; a machine without any has none
   std::uint64_t polesCrossed = 0;

@@ -17,12 +17,14 @@ class KANDREL_API zvKDRParam {
 
   // The enumerations hold any value that a file may bring.
 
-  /// What creators do about limits. Any other value: zvPostException 5046 during a run.
+  /// What creators do about limits. Any other value: zvPostException 5046 during a run. Rotary axes
+  /// are shifted by whole turns and rewound first where that helps: on 5- and 6-axis machines with
+  /// 2 and 3, on 4-axis ones with 3 alone, deliberately.
   enum LimitsCheck : std::int32_t {
     checkNothing = 0,
     checkLinearAxes = 1,
     checkRotaryAxes = 2,  ///< nothing on a 3-axis machine
-    checkAllAxes = 3,     ///< rotary axes are rewound first where that helps
+    checkAllAxes = 3,
   };
   enum FirstMoveRule : std::int32_t {
     bySolutionIndex = 0,
@@ -35,14 +37,16 @@ class KANDREL_API zvKDRParam {
   };
   enum PoleHandling : std::int32_t {
     keepWithinLimits = 1,  ///< also switches the 3-axis detection off
-    poleHandling2 = 2,
-    poleHandling3 = 3,
+    poleHandling2 = 2,     ///< a jump at the end of a stretch on a pole is spread evenly over it
+    poleHandling3 = 3,     ///< it is spread on a cubic that continues the motion before and after
   };
 
   /// `units` decides the default lengths: metric, or inch for any other value.
   explicit zvKDRParam(Units units);
 
-  /// True: the first move's solution is chosen by FirstMoveRule; false: by FirstMoveMirror.
+  /// True: the first move's solution is chosen by FirstMoveRule, and each later move takes the one
+  /// nearer to the move before. False: FirstMoveMirror chooses for every move, not only the first,
+  /// and nothing keeps neighbours near each other.
   bool GetFirstMoveByRule() const noexcept { return m_firstMoveByRule; }
   void SetFirstMoveByRule(bool value) noexcept { m_firstMoveByRule = value; }
   /// Without FirstMoveByRule: true takes the mirror solution.

@@ -97,6 +97,8 @@ done
 
 # Inputs that are no toolpath, or one that this machine can't run.
 bad "0: bad.cl:2: ${any}numbers expected${any}" 'GOTO/1,2,3\nGOTO/1,2\n'
+bad "0: bad.cl:2: GOTO/x,y,z ${any}expected" 'GOTO/1,2,3\nGOTO 4,5,6\n'
+bad "0: bad.cl:1: ${any}TLAXIS${any}" 'TLAXIS/0,1,0\n'
 bad "0: bad.cl:1: ${any}CIRCLE${any}" 'CIRCLE/0,0,0,0,0,1,5\n'
 bad "0: bad.cl:1: ${any}per revolution" 'FEDRAT/0.2,MMPR\n'
 bad "0: bad.cl:1: ${any}fits a double${any}" 'GOTO/1e999,0,0\n'
@@ -140,6 +142,7 @@ printf '{"spindle": [0,0,0]}' >bad.json
 expect 1 "error 5024: $any" machine show bad.json
 printf '{"axes": 6, "rotary": [{}, {}, {"direction": [1, 0, 0]}]}' >six.json
 expect 0 "" machine show six.json
+[ "$(grep -c 'other than its flag says' stdout)" -eq 2 ] || complain "sides of six axes: $(cat stdout)"
 expect 0 "" post -m six.json -t square.cl -o six
 [ ! -e bad ] || complain "a folder is left by a bad file"
 

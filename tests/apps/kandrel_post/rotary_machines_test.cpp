@@ -77,6 +77,33 @@ TEST(FourAxisSummary, TellsTurnsAndRewindings) {
   }
 }
 
+// What the summary can't know or must not hide.
+TEST(RotarySummary, TellsOfWrappedAnglesAndOfATurnedToolpath) {
+  const struct {
+    const char *machine, *sample;
+    std::vector<const char*> options;
+    const char* told;
+  } cases[] = {
+      {"mill4_table_a", "worm", {"--control", "360"}, "wrapped: not compared"},
+      {"mill3_metric",
+       "tilted_pocket",
+       {"--set", "alignToolpath=true"},
+       "alignToolpath has turned"},
+      {"mill3_metric",
+       "tilted_pocket",
+       {"--set", "alignToolpath=true", "--small"},
+       "alignToolpath has turned"},
+  };
+  for (const auto& c : cases) {
+    const tests::ScratchFolder scratch;
+    const auto file = SampleFile(scratch, c.sample);
+    const Outcome run =
+        RunPost(std::string("preset:").append(c.machine), file, scratch.Path("out"), c.options);
+    EXPECT_EQ(run.exitCode, 0) << run.failure;
+    EXPECT_NE(run.summary.find(c.told), std::string::npos) << run.summary;
+  }
+}
+
 // Small moves are those of the class' own creator, and the same but for what they lack.
 TEST(SmallMoves, AreThoseOfTheFacadeWithoutTheirBlocks) {
   const std::pair<const char*, const char*> cases[] = {{"mill3_metric", "square"},

@@ -163,7 +163,7 @@ TEST(NcWriter, TurnsRotaryAxesInInverseTime) {
 // Times that a division would make nonsense of: such a turn takes the rotary feed instead.
 TEST(NcWriter, WritesOnlyFiniteInverseTimes) {
   const double inf = std::numeric_limits<double>::infinity();
-  for (const double seconds : {0.0, -1.0, inf, std::nan(""), 5e-324}) {
+  for (const double seconds : {0.0, -1.0, inf, std::nan(""), 5e-324, 1.3e-16}) {
     EXPECT_EQ(NcBody(std::vector{Move5({0, 0, 0}, 0, 0, 600, 0, true),
                                  Move5({1, 0, 0}, 36, 0, 600, seconds)}),
               "N20 G0 X0.0000 Y0.0000 Z0.0000 C0.0000 A0.0000\n"
