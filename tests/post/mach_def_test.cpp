@@ -370,25 +370,5 @@ TEST(MachDef, ChangeOfUnitsScalesLengthsOnly) {
   EXPECT_EQ(inch.GetMaxLimits(), Point(14 * 25.4, 15 * 25.4, 16 * 25.4));
 }
 
-TEST(MachDef, VisitorsSeeTheClass) {
-  struct Slot : zvMachineVisitor {
-    int visited = -1;
-    void Visit(const zv6axMachDef&) override { visited = 6; }
-    void Visit(const zv5axMachDef&) override { visited = 5; }
-    void Visit(const zv4axMachDef&) override { visited = 4; }
-    void Visit(const zv3axMachDef&) override { visited = 3; }
-    void Visit(const zvMachDef&) override { visited = 0; }
-  } slot;
-  const auto visited = [&](const zvMachDef& machDef) {
-    machDef.AcceptVisitor(slot);
-    return slot.visited;
-  };
-  EXPECT_EQ(visited(zv3axMachDef()), 3);
-  EXPECT_EQ(visited(zv4axMachDef()), 4);
-  EXPECT_EQ(visited(zv5axMachDef()), 5);
-  EXPECT_EQ(visited(zv6axMachDef()), 6);
-  EXPECT_EQ(visited(tests::OddMachDef(zvMachDef::fiveAxes)), 0);
-}
-
 }  // namespace
 }  // namespace post
