@@ -98,13 +98,5 @@ TEST(ExtendedPostedMoveStock, ServesWhatDiesAfterTheStockOfItsThread) {
   ExpectWholeAndDistinct(survivors);
 }
 
-TEST(ExtendedPostedMoveStock, MovesOfAListCanBeDroppedElsewhere) {
-  auto moves = std::make_unique<std::vector<zvPosted5axMove>>();
-  for (int i = 0; i < kMany; ++i) moves->emplace_back(false);
-  std::thread([&] { moves.reset(); }).join();
-  zvPosted5axMove move(false);
-  EXPECT_EQ(move.GetSourceIndex(), 0);
-}
-
 }  // namespace
 }  // namespace post

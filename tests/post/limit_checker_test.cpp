@@ -28,40 +28,35 @@ zv5axMachDef Machine(double min1, double max1, double min2 = -100000, double max
   return machDef;
 }
 
-tests::PassList<zvPosted5axMove>* Fill(tests::PassList<zvPosted5axMove>& moves, const Degs& first,
-                                       const Degs& second = {}) {
+void Fill(tests::PassList<zvPosted5axMove>& moves, const Degs& first, const Degs& second = {}) {
   for (std::size_t i = 0; i < first.size(); ++i) {
     zvPosted5axMove move(true);
     move.SetAngle(first[i], 0);
     move.SetAngle(i < second.size() ? second[i] : 0, 1);
     moves.list.PushBack(std::move(move));
   }
-  return &moves;
 }
 
 TEST(LimitChecker, RotaryLimitsHaveTheSlackAndAreNotCircular) {
+  constexpr zvLimitType kNone;
   const struct {
     double first, second;
-    std::int32_t axis, side;
-  } cases[] = {
-      {0, 0, zvLimitType{}.limitAxis, zvLimitType{}.limitSide},
-      {-10.0001, 20.0001, zvLimitType{}.limitAxis, zvLimitType{}.limitSide},
-      {-10.0002, 99, 3, zvLimitType::kMinimum},
-      {10.0002, 99, 3, zvLimitType::kMaximum},
-      {360, 0, 3, zvLimitType::kMaximum},
-      {0, -20.0002, 4, zvLimitType::kMinimum},
-      {0, 20.0002, 4, zvLimitType::kMaximum},
-      {kNaN, 0, 3, zvLimitType::kMinimum},
-      {0, kInfinity, 4, zvLimitType::kMaximum},
-  };
+    zvLimitType excess;
+  } cases[] = {{0, 0, kNone},
+               {-10.0001, 20.0001, kNone},
+               {-10.0002, 99, {3, zvLimitType::kMinimum}},
+               {10.0002, 99, {3, zvLimitType::kMaximum}},
+               {360, 0, {3, zvLimitType::kMaximum}},
+               {0, -20.0002, {4, zvLimitType::kMinimum}},
+               {0, 20.0002, {4, zvLimitType::kMaximum}},
+               {kNaN, 0, {3, zvLimitType::kMinimum}},
+               {0, kInfinity, {4, zvLimitType::kMaximum}}};
   const zv5axMachDef machDef = Machine(-10, 10, -20, 20);
   for (const auto& c : cases) {
     tests::PassList<zvPosted5axMove> moves;
-    Fill(moves, {0, c.first, 500}, {0, c.second, 500});
-    moves.list.Erase(std::prev(moves.list.end()));
-    const zvLimitChecker<zvPosted5axMove> checker(moves.list, machDef, 0.000101);
-    EXPECT_EQ(checker.RotaryExcess().limitAxis, c.axis) << c.first << ' ' << c.second;
-    EXPECT_EQ(checker.RotaryExcess().limitSide, c.side) << c.first << ' ' << c.second;
+    Fill(moves, {0, c.first}, {0, c.second});
+    EXPECT_EQ(zvLimitChecker(moves.list, machDef, 0.000101).RotaryExcess(), c.excess)
+        << c.first << ' ' << c.second;
   }
 }
 
@@ -71,14 +66,16 @@ TEST(LimitChecker, TheFirstMoveOutDecides) {
   Fill(moves, {0, 0, 99}, {0, -99, 0});
   const zvLimitChecker<zvPosted5axMove> checker(moves.list, machDef, 0);
   EXPECT_EQ(checker.RotaryExcess().limitAxis, 4);
-  moves.list.begin()->SetMachinePosition({0, 0, kNaN});
-  EXPECT_EQ(checker.LinearExcess().limitAxis, zvLimitType::kZ);
-  moves.list.begin()->SetMachinePosition({100001, -100001, 0});
-  EXPECT_EQ(checker.LinearExcess().limitAxis, zvLimitType::kX);
-  EXPECT_EQ(checker.LinearExcess().limitSide, zvLimitType::kMaximum);
+  const auto linear = [&](const tests::Point& p) {
+    moves.list.begin()->SetMachinePosition(p);
+    return checker.LinearExcess();
+  };
+  EXPECT_EQ(linear({0, 0, kNaN}).limitAxis, zvLimitType::kZ);
+  EXPECT_EQ(linear({100001, -100001, 0}), (zvLimitType{zvLimitType::kX, zvLimitType::kMaximum}));
 }
 
 TEST(LimitChecker, ShiftsAllMovesOrNone) {
+  // clang-format off
   const struct {
     const char* name;
     double min1, max1, min2, max2;
@@ -98,32 +95,15 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
       // The second axis' low values lower the first one's bound ...
       {"falls below the first", -50, 400, -500, 500, {0, 0}, {0, -60}, false, {360, 360}, {0, -60}},
       // ... or raise it, and hide what the first one lacks.
-      {"hides",
-       -100,
-       100,
-       -100,
-       100,
-       {0, -200, -400, 50},
-       {30, 20, 10, 5},
-       false,
-       {0, -200, -400, 50},
-       {30, 20, 10, 5}},
+      {"hides", -100, 100, -100, 100, {0, -200, -400, 50}, {30, 20, 10, 5}, false, {0, -200, -400, 50}, {30, 20, 10, 5}},
       // An under-run of the second axis alone is not seen.
       {"unseen", -1000, 1000, 0, 100, {0, 0}, {10, -10}, false, {0, 0}, {10, -10}},
-      {"first shifted though the second is too wide",
-       0,
-       180,
-       0,
-       100,
-       {-300, -200},
-       {0, 500},
-       true,
-       {60, 160},
-       {0, 500}},
+      {"first shifted, second too wide", 0, 180, 0, 100, {-300, -200}, {0, 500}, true, {60, 160}, {0, 500}},
       {"minimum above maximum", 10, -10, -1, 1, {0, 0}, {}, true, {0, 0}, {0, 0}},
       {"infinite minimum", -kInfinity, 100, -1, 1, {0, 200}, {}, true, {0, 200}, {0, 0}},
       {"no number", kNaN, 100, -1, 1, {0, 200}, {}, true, {0, 200}, {0, 0}},
   };
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const zv5axMachDef machDef = Machine(c.min1, c.max1, c.min2, c.max2);
@@ -141,11 +121,8 @@ TEST(LimitChecker, ServesOneAxis) {
   machDef.SetMinAngle(0);
   machDef.SetMaxAngle(180);
   tests::PassList<zvPosted4axMove> moves;
-  for (const double deg : {-300.0, -310.0}) {
-    zvPosted4axMove move(true);
-    move.SetRotaryAngle(deg);
-    moves.list.PushBack(std::move(move));
-  }
+  for (const double deg : {-300.0, -310.0})
+    moves.list.PushBack(tests::TableMove<zvPosted4axMove>({}, {deg}));
   zvLimitChecker<zvPosted4axMove> checker(moves.list, machDef, 1e-4);
   EXPECT_EQ(checker.RotaryExcess().limitAxis, 3);
   EXPECT_FALSE(checker.TryShiftAll());
@@ -154,26 +131,31 @@ TEST(LimitChecker, ServesOneAxis) {
 }
 
 TEST(ControlLimits, WrapEachAxisByItsOwn) {
+  using Limit = zv5axControlDef::angleLimit;
+  constexpr auto kNone = zv5axControlDef::angleLimitNone;
+  constexpr auto k180 = zv5axControlDef::angleLimit180;
+  const struct {
+    Limit first, second;
+    Degs firstDegs, secondDegs;
+  } cases[] = {{zv5axControlDef::angleLimit360, kNone, {270, 0, 0}, {-90, 500, 180}},
+               {kNone, k180, {-90, 720, -1e-17}, {-90, 140, 180}},
+               {static_cast<Limit>(7), kNone, {-90, 720, -1e-17}, {-90, 500, 180}}};
   zv5axControlDef control;
-  control.SetFirstAxisLimit(zv5axControlDef::angleLimit360);
-  tests::PassList<zvPosted5axMove> moves;
-  Fill(moves, {-90, 720, -1e-17}, {-90, 500, 180});
-  post::ApplyControlLimitations(moves.list, control);
-  EXPECT_EQ(moves.Angles(0), (Degs{270, 0, 0}));
-  EXPECT_EQ(moves.Angles(1), (Degs{-90, 500, 180}));
-  control.SetSecondAxisLimit(zv5axControlDef::angleLimit180);
-  post::ApplyControlLimitations(moves.list, control);
-  EXPECT_EQ(moves.Angles(1), (Degs{-90, 140, 180}));
-  control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(7));
-  moves.list.begin()->SetAngle(1000, 0);
-  post::ApplyControlLimitations(moves.list, control);
-  EXPECT_EQ(moves.Angles(0), (Degs{1000, 0, 0}));
+  for (const auto& c : cases) {
+    tests::PassList<zvPosted5axMove> moves;
+    Fill(moves, {-90, 720, -1e-17}, {-90, 500, 180});
+    control.SetFirstAxisLimit(c.first);
+    control.SetSecondAxisLimit(c.second);
+    post::ApplyControlLimitations(moves.list, control);
+    EXPECT_EQ(moves.Angles(0), c.firstDegs);
+    EXPECT_EQ(moves.Angles(1), c.secondDegs);
+  }
   // Nothing loops on what is no angle.
-  control.SetFirstAxisLimit(zv5axControlDef::angleLimit180);
-  moves.list.begin()->SetAngle(1e300, 0);
-  std::next(moves.list.begin())->SetAngle(kInfinity, 0);
-  post::ApplyControlLimitations(moves.list, control);
-  EXPECT_LE(std::fabs(moves.Angles(0)[0]), 180);
+  control.SetFirstAxisLimit(k180);
+  tests::PassList<zvPosted5axMove> absurd;
+  Fill(absurd, {1e300, kInfinity});
+  post::ApplyControlLimitations(absurd.list, control);
+  EXPECT_LE(std::fabs(absurd.Angles(0)[0]), 180);
 }
 
 }  // namespace

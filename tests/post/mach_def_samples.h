@@ -2,12 +2,10 @@
 #pragma once
 
 #include <kandrel/post/mach_def.h>
-
-#include <vector>
+#include <tests/support/numbers.h>
 
 namespace tests {
 
-using Point = post::zvMachDef::Point;
 using Units = post::zvMachDef::Units;
 
 inline constexpr Units kMetric = measures::zvUnitsFactory::metric;
@@ -51,65 +49,31 @@ inline post::zv6axMachDef Make6ax(const Frame& f = {}, const Rotary& r = {}) {
           f.minLimits,  f.maxLimits,  f.x,       f.y,     f.z};
 }
 
-using Numbers = std::vector<double>;
-
-inline void Append(Numbers& to, const Point& p) {
-  to.insert(to.end(), {p.x, p.y, p.z});
-}
-
-inline Numbers BaseFields(const post::zvMachDef& m) {
-  Numbers n{static_cast<double>(m.GetUnits())};
-  Append(n, m.GetSpindleDirection());
-  n.push_back(m.GetNumbersOfAxes());
-  for (const Point* p : {&m.GetMinLimits(), &m.GetMaxLimits(), &m.GetXAxisDirection(),
-                         &m.GetYAxisDirection(), &m.GetZAxisDirection()})
-    Append(n, *p);
-  n.push_back(m.IsIdentityTransform() ? 1 : 0);
-  return n;
-}
-
 inline Numbers OwnFields(const post::zv3axMachDef&) {
   return {};
 }
-
 inline Numbers OwnFields(const post::zv4axMachDef& m) {
-  Numbers n{static_cast<double>(m.GetRotaryOnWorkpiece())};
-  Append(n, m.GetRotationDirection());
-  Append(n, m.GetRotationPivot());
-  n.insert(n.end(), {m.GetMinAngle(), m.GetMaxAngle()});
-  return n;
+  return Flat(m.GetRotaryOnWorkpiece(), m.GetRotationDirection(), m.GetRotationPivot(),
+              m.GetMinAngle(), m.GetMaxAngle());
 }
-
 inline Numbers OwnFields(const post::zv5axMachDef& m) {
-  Numbers n{static_cast<double>(m.GetFiveAxisKind())};
-  for (const Point* p : {&m.GetFirstRotationDirection(), &m.GetSecondRotationDirection(),
-                         &m.GetFirstRotationPivot(), &m.GetSecondRotationPivot()})
-    Append(n, *p);
-  n.insert(n.end(), {m.GetMinFirstAngle(), m.GetMinSecondAngle(), m.GetMaxFirstAngle(),
-                     m.GetMaxSecondAngle()});
-  return n;
+  return Flat(m.GetFiveAxisKind(), m.GetFirstRotationDirection(), m.GetSecondRotationDirection(),
+              m.GetFirstRotationPivot(), m.GetSecondRotationPivot(), m.GetMinFirstAngle(),
+              m.GetMinSecondAngle(), m.GetMaxFirstAngle(), m.GetMaxSecondAngle());
 }
-
 inline Numbers OwnFields(const post::zv6axMachDef& m) {
-  Numbers n{static_cast<double>(m.GetFiveAxisKind())};
-  for (const Point* p : {&m.GetFirstRotationDirection(), &m.GetSecondRotationDirection(),
-                         &m.GetThirdRotationDirection(), &m.GetFirstRotationPivot(),
-                         &m.GetSecondRotationPivot(), &m.GetThirdRotationPivot()})
-    Append(n, *p);
-  n.insert(n.end(),
-           {m.GetMinFirstAngle(), m.GetMinSecondAngle(), m.GetMaxFirstAngle(),
-            m.GetMaxSecondAngle(), m.GetThirdAngle(), static_cast<double>(m.GetFirstOnWorkpiece()),
-            static_cast<double>(m.GetSecondOnWorkpiece()),
-            static_cast<double>(m.GetThirdOnWorkpiece())});
-  return n;
+  return Flat(m.GetFiveAxisKind(), m.GetFirstRotationDirection(), m.GetSecondRotationDirection(),
+              m.GetThirdRotationDirection(), m.GetFirstRotationPivot(), m.GetSecondRotationPivot(),
+              m.GetThirdRotationPivot(), m.GetMinFirstAngle(), m.GetMinSecondAngle(),
+              m.GetMaxFirstAngle(), m.GetMaxSecondAngle(), m.GetThirdAngle(),
+              m.GetFirstOnWorkpiece(), m.GetSecondOnWorkpiece(), m.GetThirdOnWorkpiece());
 }
 
 template <class M>
-Numbers Fields(const M& machDef) {
-  Numbers n = BaseFields(machDef);
-  const Numbers own = OwnFields(machDef);
-  n.insert(n.end(), own.begin(), own.end());
-  return n;
+Numbers Fields(const M& m) {
+  return Flat(m.GetUnits(), m.GetSpindleDirection(), m.GetNumbersOfAxes(), m.GetMinLimits(),
+              m.GetMaxLimits(), m.GetXAxisDirection(), m.GetYAxisDirection(), m.GetZAxisDirection(),
+              m.IsIdentityTransform(), OwnFields(m));
 }
 
 /// A definition of none of the four classes.

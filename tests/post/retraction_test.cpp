@@ -19,8 +19,6 @@ using post::zvRecompute;
 using tests::Point;
 using tests::ThrowsId;
 
-constexpr const wchar_t* kOutside = L"The posted tool path exceeds one of the limits.";
-
 zv5axMachDef Machine(int kind, double limit) {
   zv5axMachDef machDef;
   machDef.SetFiveAxisKind(kind);
@@ -74,15 +72,12 @@ TEST(Retraction, LiftsAlongTheOrientationAsGiven) {
   zvPosted5axMove move({}, {1, 2, 3}, {0, 0, 2}, 0, 0, 1, 300, false, post::zvPostedMove::link3,
                        {4, 5, 6}, {0, 1, 0}, 9, true, 17, false);
   const zvPosted5axMove lifted = post::RetractAlongTool(kinematics, move, 50.0);
-  EXPECT_EQ(lifted.GetPartPosition(), Point(1, 2, 103));
-  EXPECT_EQ(lifted.GetMachinePosition(), Point(1, 2, 103));
-  EXPECT_TRUE(lifted.IsRapid());
-  EXPECT_TRUE(lifted.IsInserted());
-  EXPECT_EQ(lifted.GetSourceIndex(), 17);
-  EXPECT_EQ(lifted.GetExtendedId(), 9u);
-  EXPECT_EQ(lifted.GetPoleStatus(), 1u);
-  EXPECT_EQ(lifted.GetFeed(), 300);
-  EXPECT_EQ(lifted.GetType(), post::zvPostedMove::link3);
+  zvPosted5axMove expected = move;
+  expected.SetPartPosition({1, 2, 103});
+  expected.SetMachinePosition({1, 2, 103});
+  expected.SetRapid(true);
+  expected.SetInserted(true);
+  EXPECT_EQ(lifted, expected);
 }
 
 TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
@@ -94,16 +89,15 @@ TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
   };
   zvPosted5axMove move(true);
   move.SetMachinePosition({0, 0, 100.1});
-  EXPECT_TRUE(
-      ThrowsId<zvPostException>([&] { lift(move, false, zvRecompute::kNothing); }, 5008, kOutside));
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { lift(move, false, zvRecompute::kNothing); }, 5008));
   // Worked out anew it stands inside.
   EXPECT_EQ(lift(move, false, zvRecompute::kMachinePosition).GetMachinePosition(),
             Point(0, 0, 100));
   move.SetMachinePosition({1, 2, 3});
   EXPECT_EQ(lift(move, false, zvRecompute::kPartPosition).GetPartPosition(), Point(1, 2, 100));
   move.SetOrientation({});
-  EXPECT_TRUE(ThrowsId<zvPostException>([&] { lift(move, false, zvRecompute::kPartPosition); },
-                                        5039, L"Invalid vector was passed."));
+  EXPECT_TRUE(
+      ThrowsId<zvPostException>([&] { lift(move, false, zvRecompute::kPartPosition); }, 5039));
   EXPECT_EQ(lift(move, true, zvRecompute::kPartPosition).GetPartPosition(), Point(1, 2, 100));
 }
 
@@ -124,17 +118,15 @@ TYPED_TEST(Jumps, AreLiftedAwayFromPartAtBothAngles) {
     double to, maxJump;
     bool rapid;
     std::uint32_t jumps;
-  } cases[] = {
-      {120, 120, false, 0},
-      {120.001, 120, false, 1},
-      {130, 120, true, 0},
-      {360, 120, false, 0},
-      {720 - 130, 120, false, 1},
-      {10, 0, false, 1},
-      {0, 0, false, 0},
-      {0, -1, false, 1},
-      {90, std::numeric_limits<double>::quiet_NaN(), false, 0},
-  };
+  } cases[] = {{120, 120, false, 0},
+               {120.001, 120, false, 1},
+               {130, 120, true, 0},
+               {360, 120, false, 0},
+               {720 - 130, 120, false, 1},
+               {10, 0, false, 1},
+               {0, 0, false, 0},
+               {0, -1, false, 1},
+               {90, std::numeric_limits<double>::quiet_NaN(), false, 0}};
   for (const auto& c : cases) {
     tests::PassList<TypeParam> moves;
     moves.list.PushBack(tests::TableMove<TypeParam>({10, 0, 0}, {0, 0}));
@@ -151,33 +143,13 @@ TYPED_TEST(Jumps, AreLiftedAwayFromPartAtBothAngles) {
   }
 }
 
-TYPED_TEST(Jumps, AreThoseOfTheCircularDistance) {
-  tests::Seeded random;
-  for (int run = 0; run < 3000; ++run) {
-    std::vector<TypeParam> moves;
-    double degs[] = {0, 0};
-    const double maxJump = random.Chance(0.5) ? 30.0 * random.Integer(0, 6) : random.Real(0, 180);
-    std::uint32_t expected = 0;
-    for (int i = random.Integer(0, 20); i > 0; --i) {
-      TypeParam move = tests::TableMove<TypeParam>({1, 2, 3}, {degs[0], degs[1]});
-      move.SetRapid(random.Chance(0.2));
-      if (!moves.empty() && !move.IsRapid()) {
-        const double jump = moves.back().AngleDistance(move);
-        expected += maxJump < jump;
-      }
-      moves.push_back(move);
-      for (double& deg : degs)
-        deg += random.Chance(0.3) ? 30.0 * random.Integer(-13, 13) : random.Real(-180, 180);
-    }
-    tests::PassList<TypeParam> list(moves);
-    ASSERT_EQ(this->Run(list, maxJump), expected) << run;
-  }
-}
-
 TYPED_TEST(Jumps, ThatFailKeepWhatWasPutInBefore) {
   tests::PassList<TypeParam> moves;
   for (const double deg : {0.0, 150.0, 0.0})
     moves.list.PushBack(tests::TableMove<TypeParam>({10, 0, 0}, {deg, 0}));
+  tests::PassList<TypeParam> other(moves.list);
+  EXPECT_EQ(this->Run(other, 120), 2u);
+  EXPECT_EQ(other.Angles(), (std::vector<double>{0, 0, 150, 150, 150, 0, 0}));
   int calls = 0;
   const auto retract = [&](const TypeParam& move) {
     if (++calls > 3) throw zvPostException(5008);
