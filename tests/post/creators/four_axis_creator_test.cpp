@@ -149,7 +149,7 @@ TEST(FourAxisCreator, SubdivisionEndsAtTheEighthLevel) {
 TEST(FourAxisCreator, AnglesOfKnownRuns) {
   using Range = std::pair<double, double>;
   using Limit = zv5axControlDef::angleLimit;
-  constexpr Range kFree{-100000, 100000};
+  static constexpr Range kFree{-100000, 100000};
   constexpr auto kAll = zvKDRParam::checkAllAxes;
   constexpr auto kNothing = zvKDRParam::checkNothing;
   constexpr auto k180 = zv5axControlDef::angleLimit180;
