@@ -129,7 +129,7 @@ TYPED_TEST(PostedMoveClasses, MovesHandTheBlockOn) {
   target = std::move(moved);
   EXPECT_EQ(&target.GetExtendedPoint(), block);
   EXPECT_EQ(Fields(target), expected);
-  // A move that was moved from is small and can be used again.
+  // A move that was moved from is small and can be used again. NOLINTNEXTLINE(*move*,*Move)
   EXPECT_TRUE(moved.HasNoExtended());
   moved = target;
   EXPECT_EQ(Fields(moved), expected);

@@ -96,7 +96,7 @@ TEST(FourAxisCreator, NearTheSpindleAnglesAreExact) {
 TEST(FourAxisCreator, AnglesOfKnownRuns) {
   using Range = std::pair<double, double>;
   using Limit = zv5axControlDef::angleLimit;
-  constexpr Range kFree{-100000, 100000};
+  static constexpr Range kFree{-100000, 100000};
   constexpr auto kAll = zvKDRParam::checkAllAxes;
   constexpr auto kNothing = zvKDRParam::checkNothing;
   constexpr auto k360 = zv5axControlDef::angleLimit360;
