@@ -59,6 +59,7 @@ TEST(ExtendedPostedMoveStock, ManyThreadsPassBlocksAround) {
   std::vector<Blocks> made(kThreads);
   for (int round = 0; round < 4; ++round) {
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t)
       threads.emplace_back([&, t] {
         // A new thread in each round deletes half of what an earlier one made, and adds its own.

@@ -70,7 +70,7 @@ TEST(LimitChecker, TheFirstMoveOutDecides) {
     moves.list.begin()->SetMachinePosition(p);
     return checker.LinearExcess();
   };
-  EXPECT_EQ(linear({0, 0, kNaN}).limitAxis, zvLimitType::kZ);
+  EXPECT_EQ(linear({0, 0, kNaN}), (zvLimitType{zvLimitType::kZ, zvLimitType::kMinimum}));
   EXPECT_EQ(linear({100001, -100001, 0}), (zvLimitType{zvLimitType::kX, zvLimitType::kMaximum}));
 }
 

@@ -57,7 +57,7 @@ TEST(MachDefBuilder, CopiesOwnADefinitionEach) {
 TEST(MachDefBuilder, CopyingFromAnEmptyOneFailsAndLeavesTheTarget) {
   zvMachDefBuilder empty;
   empty.SetKind(3);
-  EXPECT_TRUE(ThrowsNull([&] { zvMachDefBuilder copy(empty); }));
+  EXPECT_TRUE(ThrowsNull([&] { return zvMachDefBuilder(empty); }));
   zvMachDefBuilder target = Filled();
   EXPECT_TRUE(ThrowsNull([&] { target = empty; }));
   ExpectFilled(target);

@@ -12,7 +12,6 @@ namespace {
 
 using post::zv6axMachDef;
 using post::zvKDRParam;
-using post::zvPosted5axMove;
 using post::zvPosted6axMove;
 using post::zvPostedMove;
 using post::zvPostException;
