@@ -14,11 +14,14 @@
 #include <string_view>
 
 #include "bench/suites.h"
+#include "bench/support.h"
 
 namespace {
 
 constexpr int kRepetitions = 7;
 constexpr double kAllowance = 1.1;
+constexpr double kLeastPretouched = 0x20000000;
+constexpr double kPretouchedAMove = 200;
 
 // Collects the smallest time of each case: first touches of memory vary with the host.
 class MinimumReporter : public benchmark::BenchmarkReporter {
@@ -62,15 +65,17 @@ double MovesOf(const bench::Suite& suite, const std::string& name) {
 
 int RunAll(const bench::Suite& suite) {
   for (const bench::Case& c : suite.cases) {
-    benchmark::RegisterBenchmark(c.name.c_str(),
-                                 [&c](benchmark::State& state) {
-                                   for ([[maybe_unused]] auto _ : state) {
-                                     state.PauseTiming();
-                                     c.prepare();
-                                     state.ResumeTiming();
-                                     c.run();
-                                   }
-                                 })
+    benchmark::RegisterBenchmark(
+        c.name.c_str(),
+        [&c](benchmark::State& state) {
+          for ([[maybe_unused]] auto _ : state) {
+            state.PauseTiming();
+            c.prepare();
+            bench::Pretouch(std::max(kLeastPretouched, c.moves * kPretouchedAMove));
+            state.ResumeTiming();
+            c.run();
+          }
+        })
         ->Iterations(1)
         ->Repetitions(kRepetitions)
         ->Unit(benchmark::kMillisecond);

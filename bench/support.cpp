@@ -1,9 +1,11 @@
 #include "bench/support.h"
 
+#include <kandrel/misc/platform.h>
 #include <malloc.h>
 
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace bench {
 
@@ -22,6 +24,20 @@ double StatusBytes(const std::string& key) {
 }
 
 }  // namespace
+
+void Pretouch(double bytes) {
+  constexpr std::size_t kBlock = 0x4000000;
+  constexpr std::size_t kSmallestPage = 0x1000;
+  std::vector<char*> blocks;
+  for (double left = bytes; left > 0; left -= kBlock) {
+    auto* block = static_cast<char*>(
+        misc::platform::AllocatePages(kBlock, kBlock, misc::platform::PageSize::kHuge));
+    if (block == nullptr) break;
+    for (std::size_t i = 0; i < kBlock; i += kSmallestPage) block[i] = 1;
+    blocks.push_back(block);
+  }
+  for (char* block : blocks) misc::platform::FreePages(block, kBlock);
+}
 
 double ResidentBytes() {
   return StatusBytes("VmRSS:");

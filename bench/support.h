@@ -48,6 +48,11 @@ void ForEachMove(const cadcam::zvToolPath& path, const Visit& visit) {
         for (const auto& move : *section) visit(*move);
 }
 
+/// Touches so much memory and gives it back, for the case that runs next. A virtual machine's host
+/// brings in a page at its first touch, at twenty times what the touch costs later, and may take it
+/// back once it has been free for two seconds: a case would pay for what lay idle before it.
+void Pretouch(double bytes);
+
 /// Resident memory of the process now.
 double ResidentBytes();
 /// The largest since the last reset.
