@@ -248,7 +248,7 @@ void AddFiveAxisCreator(Suite& suite) {
          [scene] { scene->Drop(); }});
   suite.cases.push_back({"5ax/jumps/1M", 1e6,
                          [scene] {
-                           post::HandleLargeAngleJumps(*scene->list, 120,
+                           post::HandleLargeAngleJumps(*scene->list, 180, 120,
                                                        [](const Move& move) { return move; });
                          },
                          [scene, fill] {

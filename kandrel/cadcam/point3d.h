@@ -15,8 +15,8 @@ KANDREL_API double ScaledLength(double x, double y, double z) noexcept;
 /// form. The plain form comes first because its bits decide output.
 inline double Length(double x, double y, double z) noexcept {
   const double plain = std::sqrt(x * x + y * y + z * z);
-  const bool underOrOverflows = plain == 0 || plain > std::numeric_limits<double>::max();
-  return underOrOverflows ? ScaledLength(x, y, z) : plain;
+  const bool isInRange = plain > 0 && plain <= std::numeric_limits<double>::max();
+  return isInRange ? plain : ScaledLength(x, y, z);
 }
 [[noreturn]] KANDREL_API void ThrowNullVector();
 }  // namespace detail

@@ -1,6 +1,7 @@
 // Angle arithmetic in one place. Degrees, unless a name ends in Rad.
 #pragma once
 
+#include <kandrel/misc/arc_cosine.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/tolerances.h>
 
@@ -13,11 +14,11 @@ namespace misc {
 /// 1 + 1e-12 or within 1e-10 of 1, pi for one below -1 - 1e-12 or within 1e-10 of -1. Angles below
 /// 1.41e-5 rad therefore come out as exactly 0.
 inline double SafeAcosRad(double cosine) noexcept {
-  if (std::fabs(cosine) < 0.9999) [[likely]]
-    return std::acos(cosine);
+  if (std::fabs(cosine) < kFarFromSnap) [[likely]]
+    return ArcCosine(cosine);
   if (cosine > 1.0 + kEqual || std::fabs(cosine - 1.0) <= kArcCosineSnap) return 0.0;
   if (cosine < -1.0 - kEqual || std::fabs(cosine + 1.0) <= kArcCosineSnap) return kPi;
-  return std::acos(cosine);
+  return ArcCosine(cosine);
 }
 
 /// `deg` reduced into [0, 360). What is not finite gives NaN.

@@ -78,10 +78,23 @@ void* zvMemoryPool::AllocChain(std::size_t& count) {
   const std::lock_guard lock(m_mutex);
   Arena* arena = ArenaWithRoom();
   count = std::min<std::size_t>(count, m_nodesPerArena - arena->usedCount);
-  void* const first = TakeNode(arena);
-  void* last = first;
-  for (std::size_t i = 1; i < count; ++i) last = LinkOf(last) = TakeNode(arena);
-  LinkOf(last) = nullptr;
+  void* first = nullptr;
+  void** link = &first;
+  std::size_t taken = 0;
+  for (; taken < count && arena->freeHead != nullptr; ++taken) {
+    *link = arena->freeHead;
+    link = &LinkOf(*link);
+    arena->freeHead = *link;
+  }
+  char* fresh = arena->Nodes() + std::size_t{arena->freshCount} * m_stride;
+  arena->freshCount += static_cast<std::uint32_t>(count - taken);
+  for (; taken < count; ++taken, fresh += m_stride) {
+    *link = fresh;
+    link = &LinkOf(fresh);
+  }
+  *link = nullptr;
+  arena->usedCount += static_cast<std::uint32_t>(count);
+  if (arena->usedCount == m_nodesPerArena) TakeFromRoom(arena);
   return first;
 }
 

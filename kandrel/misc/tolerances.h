@@ -27,6 +27,9 @@ inline constexpr double kOppositeAxis = 1e-10;
 /// products of unit vectors would otherwise show as angles of up to 1e-8 rad.
 inline constexpr double kArcCosineSnap = 1e-10;
 
+/// Arguments below this in size need not be looked at for that: any bound below 1 - 1e-10 does.
+inline constexpr double kFarFromSnap = 0.9999;
+
 /// How far below 0 the squared distance that decides whether an orientation can be reached may lie
 /// by rounding.
 inline constexpr double kUnreachable = 1e-8;

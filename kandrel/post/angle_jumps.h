@@ -13,15 +13,15 @@ namespace post {
 /// `lift(previous)` and `drop(current)` before it: the tool leaves at the angles of the one,
 /// swings, and comes down at those of the other. Rapid moves get none. Returns the number of jumps.
 /// `lift` and `drop` are the same callable `retract`, which may throw; what is inserted until then
-/// stays.
+/// stays. `largestStep` is what CalcWindedAngles returned for the list.
 template <class Move, class Retract>
-std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double maxAngleJump,
-                                    const Retract& retract) {
+std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double largestStep,
+                                    double maxAngleJump, const Retract& retract) {
   using Traits = zvMoveTraits<Move>;
-  if (list.GetCount() < 2) return 0;
   // Winded neighbours are within half a turn, where the plain difference is the circular distance
   // up to rounding: it decides all but the borderline cases.
   constexpr double kBorder = 1e-9;
+  if (largestStep < maxAngleJump - kBorder || list.GetCount() < 2) return 0;
   std::uint32_t jumps = 0;
   auto previous = list.begin();
   auto current = previous;

@@ -24,16 +24,6 @@ zv4axInterpolator::zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zv
       m_hasAngleRule(par.GetMaxAngleStep() > 0),
       m_hasDistanceRule(par.GetInterpolateByDistance() && par.GetInterpolationDistance() > 0) {}
 
-void zv4axInterpolator::Between(List& list, List::iterator to) const {
-  const Iterator from = std::prev(to);
-  // The plain difference is never shorter than the way round, but for rounding that the angle rule
-  // allows for: most moves need no more than this.
-  if (!m_hasDistanceRule &&
-      std::fabs(to->GetRotaryAngle() - from->GetRotaryAngle()) <= m_par.GetMaxAngleStep())
-    return;
-  Refine(list, from, to, 0);
-}
-
 zvPosted4axMove zv4axInterpolator::Midpoint(const Move& from, const Move& to,
                                             double poleTolerance) const {
   zvIntermediateMoves between(from, to, m_smallMoves);

@@ -9,6 +9,7 @@
 #include <kandrel/post/posting_parameters.h>
 
 #include <cstdint>
+#include <iterator>
 
 namespace post {
 
@@ -25,20 +26,23 @@ class KANDREL_API zv4axInterpolator {
  public:
   using Move = zvPosted4axMove;
   using List = misc::zvMemoryPoolList<Move>;
+  using Iterator = List::iterator;
 
   /// Steps are those of `par`, the pole tolerance is the maker's. Both must outlive the object.
   zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zvKDRParam& par, bool smallMoves);
 
   /// Puts the moves between `to` and the move before it. When it throws, some stay.
-  void Between(List& list, List::iterator to) const;
+  void Between(List& list, Iterator to) const { Refine(list, std::prev(to), to, 0); }
+  /// Moves whose angles differ by no more get none between them, whatever else they are; below 0
+  /// where none can be told by that. The plain difference is never shorter than the way round, but
+  /// for rounding that the angle rule allows for: most moves need no closer look.
+  double GetShortStep() const noexcept { return m_hasDistanceRule ? -1 : m_par.GetMaxAngleStep(); }
 
   /// The move halfway between two, whatever the size of the step, with a pole tolerance of its own
   /// in degrees.
   Move Midpoint(const Move& from, const Move& to, double poleTolerance) const;
 
  private:
-  using Iterator = List::iterator;
-
   void Refine(List& list, Iterator from, Iterator to, int depth) const;
   std::uint32_t CountBetween(const Move& from, const Move& to) const;
   void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count) const;

@@ -7,7 +7,32 @@
 #include <kandrel/post/posted_move.h>
 #include <kandrel/post/turn.h>
 
+#include <cmath>
+
 namespace post {
+
+/// The orientations that a machine reaches: the cone that its spindle sweeps about its rotary axis.
+class zvOrientationCone {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  /// `machDef` is normalised.
+  explicit zvOrientationCone(const zv4axMachDef& machDef)
+      : m_axis(machDef.GetRotationDirection()),
+        m_cosine(Dot(machDef.GetSpindleDirection(), m_axis)) {}
+
+  /// Whether a unit vector lies on it, within 1e-12 of its cosine to the axis.
+  bool Holds(const Point& dir_tool) const noexcept {
+    return std::fabs(Dot(dir_tool, m_axis) - m_cosine) <= misc::kEqual;
+  }
+
+  const Point& GetAxis() const noexcept { return m_axis; }
+  double GetCosine() const noexcept { return m_cosine; }
+
+ private:
+  Point m_axis;
+  double m_cosine;
+};
 
 /// Forward and inverse kinematics of a machine with one rotary axis. What a definition means:
 ///
@@ -55,11 +80,14 @@ class KANDREL_API zv4axKinematics {
     const Point p_mach = m_isOnTable
                              ? Rotate(q, m_axis, m_pivot, turn) + m_toolVector
                              : q + m_pivot + Rotate(m_toolVector, m_axis, {}, turn.Reversed());
-    return m_isIdentity ? p_mach : m_inverseAxes * p_mach;
+    return OnLinearAxes(p_mach);
   }
   Point MachinePosition(const zvPosted4axMove& move) const noexcept {
     return MachinePosition(move.GetPartPosition(), move.GetRotaryAngle());
   }
+
+  /// The positions of the linear axes for a place in the machine's frame.
+  Point OnLinearAxes(const Point& p) const noexcept { return m_isIdentity ? p : m_inverseAxes * p; }
 
   /// The inverse of MachinePosition, also for skewed and scaled linear axes.
   Point PartPosition(const Point& p_mach, double deg) const noexcept;
@@ -74,6 +102,8 @@ class KANDREL_API zv4axKinematics {
   }
 
  private:
+  friend class zv4axPairSolver;
+
   bool m_isOnTable;
   Point m_spindle;
   Point m_axis;  // reversed for an axis in the head, so that an angle on either side turns the part

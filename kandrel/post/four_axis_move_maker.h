@@ -39,15 +39,27 @@ class KANDREL_API zvPosted4axMoveMaker {
   zvPosted4axMove Make(const zvMoveView& move, const Point& dir_tool, zvPostedMove::Types type,
                        std::int32_t sourceIndex, bool inserted, const PoleCone& cone,
                        bool smallMoves) const {
-    const Point& p_part = move.GetPosition();
-    const zvSolvedAngle angle = m_kinematics.Angle(dir_tool, cone.eps);
-    const Point p_mach = m_kinematics.MachinePosition(p_part, angle.turn);
+    zvPosted4axMove posted = MakeUnsolved(move, type, sourceIndex, inserted, smallMoves);
+    Solve(posted, dir_tool, cone);
+    return posted;
+  }
+
+  /// The same with the angle and the machine position still to be set.
+  static zvPosted4axMove MakeUnsolved(const zvMoveView& move, zvPostedMove::Types type,
+                                      std::int32_t sourceIndex, bool inserted, bool smallMoves) {
     if (smallMoves)
-      return zvPosted4axMove(p_mach, p_part, move.GetOrientation(), angle.deg, move.GetFeed(),
+      return zvPosted4axMove({}, move.GetPosition(), move.GetOrientation(), 0, move.GetFeed(),
                              move.IsRapid(), type);
-    return zvPosted4axMove(p_mach, p_part, move.GetOrientation(), angle.deg, move.GetFeed(),
+    return zvPosted4axMove({}, move.GetPosition(), move.GetOrientation(), 0, move.GetFeed(),
                            move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
                            move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
+  }
+
+  /// Sets them for the part position that the move has.
+  void Solve(zvPosted4axMove& posted, const Point& dir_tool, const PoleCone& cone) const {
+    const zvSolvedAngle angle = m_kinematics.Angle(dir_tool, cone.eps);
+    posted.SetRotaryAngle(angle.deg);
+    posted.SetMachinePosition(m_kinematics.MachinePosition(posted.GetPartPosition(), angle.turn));
   }
 
  private:

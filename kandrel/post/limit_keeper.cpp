@@ -154,6 +154,7 @@ bool zvLimitKeeper::Bisect(const Place& place, double angle1, double angle2, int
   const bool rises = Component(place.At(angle1), axis) < Component(place.At(angle2), axis);
   for (int round = 0; round < 1024; ++round) {
     const double middle = MiddleOnCircle(angle1, angle2);
+    if (middle == angle1 || middle == angle2) break;  // nothing would change any more
     Point p = place.At(middle);
     const double excess = Component(p, axis) - plane;
     if (std::fabs(excess) <= misc::kLimitPlane) {

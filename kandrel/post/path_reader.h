@@ -30,19 +30,31 @@ class KANDREL_API zvPathReader {
   /// zvMoveView do.
   bool Next() {
     if (m_moves.IsDone() && !EnterSection()) return false;
-    // Moves lie scattered over the heap: what is needed soon is asked for while one is worked on.
-    if (m_ahead != m_moves.end) {
-      // As a number: the pointer may be null, which fails when its turn comes and not here.
-      const auto address = reinterpret_cast<std::uintptr_t>(m_ahead->Get());
-      __builtin_prefetch(reinterpret_cast<const void*>(address));
-      __builtin_prefetch(reinterpret_cast<const void*>(address + kCacheLine));
-      ++m_ahead;
-    }
+    Prefetch();
     const cadcam::zvCNCMove& source = **m_moves.next;
     m_move = zvMoveView(source);
     if (!IsFinite(m_move.GetPosition()) || !IsFinite(m_move.GetOrientation())) ThrowNotFinite();
     if (m_alignment) Align(source);
     ++m_moves.next;
+    return true;
+  }
+
+  /// Calls `take(move, type)` for each of the next moves, `most` of them at most; false when the
+  /// end has been reached. For a caller that looks itself whether numbers are finite.
+  template <class Take>
+  bool TakeUnchecked(int most, const Take& take) {
+    for (; most > 0; --most) {
+      if (m_moves.IsDone() && !EnterSection()) return false;
+      Prefetch();
+      const cadcam::zvCNCMove& source = **m_moves.next;
+      ++m_moves.next;
+      if (m_alignment) [[unlikely]] {
+        Align(source);
+        take(m_move, m_type);
+      } else {
+        take(zvMoveView(source), m_type);
+      }
+    }
     return true;
   }
 
@@ -65,6 +77,15 @@ class KANDREL_API zvPathReader {
 
   static constexpr std::uintptr_t kCacheLine = 64;  // a move takes two
 
+  // Moves lie scattered over the heap: what is needed soon is asked for while one is worked on.
+  void Prefetch() {
+    if (m_ahead == m_moves.end) return;
+    // As a number: the pointer may be null, which fails when its turn comes and not here.
+    const auto address = reinterpret_cast<std::uintptr_t>(m_ahead->Get());
+    __builtin_prefetch(reinterpret_cast<const void*>(address));
+    __builtin_prefetch(reinterpret_cast<const void*>(address + kCacheLine));
+    ++m_ahead;
+  }
   bool EnterSection();
   void Align(const cadcam::zvCNCMove& source);
   [[noreturn]] static void ThrowNotFinite();

@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/lanes.h>
 #include <kandrel/misc/tolerances.h>
 
 #include <cmath>
@@ -19,21 +20,41 @@ struct KANDREL_API zvTurn {
   zvTurn Reversed() const noexcept { return {cosine, -sine}; }
 };
 
-/// Rodrigues' rotation of a point about a line, right-handed: v cos + (D x v) sin + D (D.v)(1 -
-/// cos) with v from the pivot to the point. A point within 1e-12 of the pivot, or one whose
-/// direction from it is parallel to the line within 1e-12 (sine), comes back exactly.
+/// What reaches from a line to a point that is turned about it. `Number` is double, or misc::Lanes
+/// for two at once.
+template <class Number>
+struct ArmOf {
+  using Point = cadcam::zvTPoint3d<Number>;
+
+  ArmOf(const Point& p, const Point& direction, const Point& pivot)
+      : v(p - pivot), across(Cross(direction, v)) {}
+
+  /// False within 1e-12 of the pivot, and in a direction from it that is parallel to the line
+  /// within 1e-12 (sine).
+  auto IsOffAxis() const {
+    constexpr double kSquare = misc::kOnAxis * misc::kOnAxis;
+    const Number squared = v.SquaredLength();
+    return misc::And(squared > misc::Spread<Number>(kSquare),
+                     across.SquaredLength() > kSquare * squared);
+  }
+  /// Rodrigues' rotation, right-handed: v cos + (D x v) sin + D (D.v)(1 - cos) from the pivot.
+  Point Turned(const Point& direction, const Point& pivot, Number cosine, Number sine) const {
+    return pivot + v * cosine + across * sine + direction * (Dot(direction, v) * (1.0 - cosine));
+  }
+
+  Point v;
+  Point across;
+};
+
+/// A point turned about a line. One that lies on it, as ArmOf tells, comes back exactly.
 inline cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
                                          const cadcam::zvTPoint3d<double>& direction,
                                          const cadcam::zvTPoint3d<double>& pivot,
                                          const zvTurn& turn) noexcept {
-  const cadcam::zvTPoint3d<double> v = p - pivot;
-  const cadcam::zvTPoint3d<double> across = Cross(direction, v);
-  const double squared = v.SquaredLength();
-  constexpr double kSquare = misc::kOnAxis * misc::kOnAxis;
-  if (squared <= kSquare || across.SquaredLength() <= kSquare * squared) [[unlikely]]
+  const ArmOf<double> arm(p, direction, pivot);
+  if (!arm.IsOffAxis()) [[unlikely]]
     return p;
-  return pivot + v * turn.cosine + across * turn.sine +
-         direction * (Dot(direction, v) * (1 - turn.cosine));
+  return arm.Turned(direction, pivot, turn.cosine, turn.sine);
 }
 
 /// An angle in degrees with its cosine and sine.
@@ -46,8 +67,8 @@ struct zvSolvedAngle {
 /// comes from the cosine, which spares kinematics a sine and a cosine: equal to 4e-13 in positions.
 [[gnu::always_inline]] inline zvSolvedAngle AngleOfCosine(double x, bool isNegative) noexcept {
   double rad = 0;
-  if (std::fabs(x) < 0.9999) [[likely]] {
-    rad = std::acos(x);  // nothing to snap
+  if (std::fabs(x) < misc::kFarFromSnap) [[likely]] {
+    rad = misc::ArcCosine(x);
   } else {
     rad = misc::SafeAcosRad(x);
     if (rad == 0) return {0, {1, 0}};

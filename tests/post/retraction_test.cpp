@@ -105,7 +105,7 @@ template <class Move>
 class Jumps : public testing::Test {
  protected:
   std::uint32_t Run(tests::PassList<Move>& moves, double maxJump) {
-    return post::HandleLargeAngleJumps(moves.list, maxJump,
+    return post::HandleLargeAngleJumps(moves.list, 180, maxJump,
                                        [this](const Move& m) { return machine.Retract(m); });
   }
   tests::TableMachine<Move> machine;
@@ -155,7 +155,7 @@ TYPED_TEST(Jumps, ThatFailKeepWhatWasPutInBefore) {
     if (++calls > 3) throw zvPostException(5008);
     return this->machine.Retract(move);
   };
-  EXPECT_THROW(post::HandleLargeAngleJumps(moves.list, 120, retract), zvPostException);
+  EXPECT_THROW(post::HandleLargeAngleJumps(moves.list, 180, 120, retract), zvPostException);
   EXPECT_EQ(moves.list.GetCount(), 5u);
 }
 

@@ -173,11 +173,12 @@ bool zvPosted5axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
 void zvPosted5axTPCreator::RepairAngles() {
   List& list = *m_posted.Get();
   if (m_mayHavePoles) m_counts.blendedPoles = post::BlendPoles(list, GetPar(), m_solver);
-  post::CalcWindedAngles(list);
+  const double largestStep = post::CalcWindedAngles(list);
   const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
                               GetToolLengthCompensationValue(), list.Front().HasNoExtended());
-  m_counts.largeJumps = post::HandleLargeAngleJumps(
-      list, GetPar().GetMaxAngleJump(), [&](const Move& move) { return machine.Retract(move); });
+  m_counts.largeJumps =
+      post::HandleLargeAngleJumps(list, largestStep, GetPar().GetMaxAngleJump(),
+                                  [&](const Move& move) { return machine.Retract(move); });
 }
 
 void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {

@@ -4,6 +4,7 @@
 #include <kandrel/post/control_limits.h>
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/four_axis_interpolation.h>
+#include <kandrel/post/four_axis_pair_solver.h>
 #include <kandrel/post/mach_def_utils.h>
 #include <kandrel/post/move_times.h>
 #include <kandrel/post/path_reader.h>
@@ -15,6 +16,7 @@
 #include <cmath>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 using post::zv4axMachDef;
 using post::zvKDRParam;
@@ -58,21 +60,9 @@ class RepairMachine {
   post::zv4axInterpolator m_interpolator;
 };
 
-// Whether orientations lie on the cone that the spindle sweeps about the rotary axis.
-class ConeCheck {
- public:
-  explicit ConeCheck(const zv4axMachDef& machDef)
-      : m_axis(machDef.GetRotationDirection()),
-        m_cosine(Dot(machDef.GetSpindleDirection(), m_axis)) {}
-
-  void operator()(const Point& dir_tool) const {
-    if (!(std::fabs(Dot(dir_tool, m_axis) - m_cosine) <= misc::kEqual)) throw zvPostException(5030);
-  }
-
- private:
-  Point m_axis;
-  double m_cosine;
-};
+void RequireOn(const post::zvOrientationCone& cone, const Point& dir_tool) {
+  if (!cone.Holds(dir_tool)) throw zvPostException(5030);
+}
 
 // Posts one move after the other to the end of a list.
 class ListBuilder {
@@ -94,6 +84,9 @@ class ListBuilder {
     });
     ++m_index;
     if (isFirst) return;
+    if (std::fabs(current->GetRotaryAngle() - previous->GetRotaryAngle()) <=
+        m_interpolator.GetShortStep())
+      return;
     try {
       m_interpolator.Between(m_list, current);
     } catch (...) {
@@ -107,6 +100,84 @@ class ListBuilder {
   zvPosted4axTPCreator::List& m_list;
   const zvPosted4axMoveMaker& m_maker;
   zvPosted4axMoveMaker::PoleCone m_cone;
+  post::zv4axInterpolator m_interpolator;
+  bool m_smallMoves;
+  std::uint64_t m_index = 0;
+};
+
+// Posts moves to the end of a list, some at a time: read all, solved in pairs, interpolated
+// between. The list is of no use when it throws.
+class BlockBuilder {
+ public:
+  BlockBuilder(zvPosted4axTPCreator::List& list, const zvPosted4axMoveMaker& maker,
+               const post::zvOrientationCone& cone, const zvKDRParam& par, bool smallMoves)
+      : m_list(list),
+        m_maker(maker),
+        m_orientationCone(cone),
+        m_poleCone(maker.MakePoleCone()),
+        m_pairs(maker.GetKinematics(), cone, m_poleCone.eps),
+        m_interpolator(maker, par, smallMoves),
+        m_smallMoves(smallMoves) {}
+
+  /// False when the reader has come to the end.
+  bool Append(post::zvPathReader& reader) {
+    const bool isFirst = m_list.IsEmpty();
+    const Iterator last = isFirst ? m_list.end() : std::prev(m_list.end());
+    const bool hasMore = Read(reader);
+    const Iterator first = isFirst ? m_list.begin() : std::next(last);
+    Solve(first);
+    if (first == m_list.end()) return hasMore;
+    const double shortStep = m_interpolator.GetShortStep();
+    double deg = (isFirst ? first : last)->GetRotaryAngle();
+    for (Iterator move = isFirst ? std::next(first) : first; move != m_list.end(); ++move) {
+      const double previousDeg = std::exchange(deg, move->GetRotaryAngle());
+      if (!(std::fabs(deg - previousDeg) <= shortStep)) m_interpolator.Between(m_list, move);
+    }
+    return hasMore;
+  }
+
+ private:
+  using Iterator = zvPosted4axTPCreator::List::iterator;
+
+  // So many that they stay in the processor's nearest memory until they are done.
+  static constexpr int kMoves = 64;
+
+  bool Read(post::zvPathReader& reader) {
+    return reader.TakeUnchecked(
+        kMoves, [this](const post::zvMoveView& move, zvPostedMove::Types type) {
+          m_list.EmplaceWith(m_list.end(), [&] {
+            return zvPosted4axMoveMaker::MakeUnsolved(
+                move, type, static_cast<std::int32_t>(m_index), false, m_smallMoves);
+          });
+          ++m_index;
+        });
+  }
+
+  void Solve(Iterator move) {
+    while (move != m_list.end()) {
+      zvPosted4axMove& one = *move;
+      if (++move == m_list.end()) return SolveAlone(one);
+      zvPosted4axMove& other = *move;
+      ++move;
+      if (m_pairs.Solve(one, other)) continue;
+      SolveAlone(one);
+      SolveAlone(other);
+    }
+  }
+
+  void SolveAlone(zvPosted4axMove& move) {
+    if (!IsFinite(move.GetPartPosition()) || !IsFinite(move.GetOrientation()))
+      throw zvPostException(5039);
+    const Point dir_tool = move.GetOrientation().Normalized();
+    RequireOn(m_orientationCone, dir_tool);
+    m_maker.Solve(move, dir_tool, m_poleCone);
+  }
+
+  zvPosted4axTPCreator::List& m_list;
+  const zvPosted4axMoveMaker& m_maker;
+  const post::zvOrientationCone& m_orientationCone;
+  zvPosted4axMoveMaker::PoleCone m_poleCone;
+  post::zv4axPairSolver m_pairs;
   post::zv4axInterpolator m_interpolator;
   bool m_smallMoves;
   std::uint64_t m_index = 0;
@@ -197,13 +268,10 @@ void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
 // flattened toolpath is kept.
 void zvPosted4axTPCreator::BuildPostedMovesInOneWalk(const cadcam::zvToolPath& toolpath,
                                                      bool smallMoves) {
-  const ConeCheck check(m_machDef);
-  ListBuilder builder(*m_posted.Get(), m_maker, GetPar(), smallMoves);
+  const post::zvOrientationCone cone(m_machDef);
+  BlockBuilder builder(*m_posted.Get(), m_maker, cone, GetPar(), smallMoves);
   post::zvPathReader reader(toolpath, GetAlignMatrix());
-  while (reader.Next()) {
-    const Point dir_tool = reader.GetMove().GetOrientation().Normalized();
-    check(dir_tool);
-    builder.Append(reader.GetMove(), dir_tool, reader.GetType());
+  while (builder.Append(reader)) {
   }
 }
 
@@ -211,9 +279,9 @@ void zvPosted4axTPCreator::BuildPostedMovesWhole(const cadcam::zvToolPath& toolp
                                                  bool smallMoves) {
   post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
   BuildMoves(toolpath, moves);
-  const ConeCheck check(m_machDef);
+  const post::zvOrientationCone cone(m_machDef);
   for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
-    check(moves[i].first->GetOrientation().Normalized());
+    RequireOn(cone, moves[i].first->GetOrientation().Normalized());
   ListBuilder builder(*m_posted.Get(), m_maker, GetPar(), smallMoves);
   for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
     const post::zvMoveView move(*moves[i].first);
@@ -226,10 +294,11 @@ void zvPosted4axTPCreator::RepairAngles(bool smallMoves) {
   const auto ranges = post::RotaryRangesOf(m_machDef);
   if (!post::HoldSolvedAngles(ranges))
     for (Move& move : list) post::WrapIntoRanges(move, ranges);
-  post::CalcWindedAngles(list);
+  const double largestStep = post::CalcWindedAngles(list);
   const RepairMachine machine(m_maker, m_machDef, GetPar(), smallMoves);
-  m_counts.largeJumps = post::HandleLargeAngleJumps(
-      list, GetPar().GetMaxAngleJump(), [&](const Move& move) { return machine.Retract(move); });
+  m_counts.largeJumps =
+      post::HandleLargeAngleJumps(list, largestStep, GetPar().GetMaxAngleJump(),
+                                  [&](const Move& move) { return machine.Retract(move); });
 }
 
 void zvPosted4axTPCreator::CheckLimits(bool smallMoves) {

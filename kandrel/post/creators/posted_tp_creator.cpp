@@ -51,7 +51,9 @@ cadcam::zvMovePointer zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer&
 }
 
 void zvPostedTPCreator::RequireFiniteSetup() const {
-  bool isFinite = IsFinite(m_partOrigin) && std::isfinite(m_toolLengthCompensation);
+  bool isFinite = IsFinite(m_partOrigin) && std::isfinite(m_toolLengthCompensation) &&
+                  std::isfinite(m_par.GetRetractDistance()) &&
+                  std::isfinite(m_par.GetFirstMovePreferredAngle());
   if (m_alignMatrix)
     for (std::size_t i = 0; i < 4; ++i)
       for (std::size_t j = 0; j < 4; ++j)

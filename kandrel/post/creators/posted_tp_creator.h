@@ -79,12 +79,11 @@ class KANDREL_API zvPostedTPCreator {
   post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
 
   /// Flattens a toolpath into an array of its move count (post::Flatten), aligned where a matrix is
-  /// set. Throws zvPostException 5039 also for a part origin or tool length that is infinite or
-  /// NaN.
+  /// set. Throws zvPostException 5039 also as RequireFiniteSetup does.
   void BuildMoves(const cadcam::zvToolPath& toolpath, post::zvFlatMoves& moves) const;
 
-  /// Throws zvPostException 5039 for a part origin, tool length or alignment matrix that is
-  /// infinite or NaN.
+  /// Throws zvPostException 5039 for a part origin, tool length, alignment matrix, retract distance
+  /// or preferred angle that is infinite or NaN.
   void RequireFiniteSetup() const;
 
   /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", what is

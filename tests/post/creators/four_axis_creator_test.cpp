@@ -249,6 +249,8 @@ TEST(FourAxisCreator, TellsWhatIsWrong) {
       {"the whole path is checked first", three({0, 0, -1}, {1, 0, 0}), coarse, 5030},
       {"part origin", good, [](FourAxisScene& s) { s.origin.y = kNaN; }, 5039},
       {"tool length", good, [](FourAxisScene& s) { s.toolLength = kInfinity; }, 5039},
+      {"lift", good, [](FourAxisScene& s) { s.par.SetRetractDistance(kNaN); }, 5039},
+      {"first angle", good, [](FourAxisScene& s) { s.par.SetFirstMovePreferredAngle(kNaN); }, 5039},
       {"unknown check", good, checks(kUnknownCheck, {-1000, 1000}), 5046},
       {"units", good, [](FourAxisScene& s) { s.machine.units = tests::kInch; }, 5032},
       {"minimum of Y", good, checks(zvKDRParam::checkLinearAxes, {-1000, 1000}, 1000, 1), 5011},

@@ -401,4 +401,41 @@ TEST(FourAxisPaths, AgreeWithAFiveAxisMachineWhoseOtherAxisStands) {
   EXPECT_GT(compared, 4000);
 }
 
+// A path is solved some moves at a time; each must come out to the bit as it does alone, whatever
+// stands beside it.
+TEST(FourAxisPaths, ArePostedAsTheirMovesAreAlone) {
+  Seeded random;
+  int alike = 0;
+  for (int i = 0; i < 600; ++i) {
+    FourAxisScene scene = tests::RandomFourAxisScene(random);
+    scene.par.SetMaxAngleStep(0);
+    scene.par.SetMaxAngleJump(1000);
+    Source source;
+    for (int k = random.Integer(2, 200); k > 0; --k) {
+      constexpr std::array<double, 5> kApart{0, 1e-6, 5e-4, -1e-3, 89.9};
+      const double deg = random.Chance(0.9)
+                             ? random.Real(-89, 89)  // no winding between two of them
+                             : kApart[static_cast<std::size_t>(random.Integer(0, 4))];
+      constexpr std::array<double, 4> kLengths{1, 1.1, 1e-200, 1e200};
+      const double length = kLengths[static_cast<std::size_t>(
+          random.Chance(0.9) ? random.Integer(0, 1) : random.Integer(2, 3))];
+      const bool isOnAxis = scene.machine.onTable && random.Chance(0.02);
+      source.push_back({isOnAxis ? scene.machine.pivot - scene.origin : random.Vector(200),
+                        scene.DirectionAt(deg) * length});
+    }
+    const Lines lines = PostLines(scene, Build(source));
+    ASSERT_EQ(lines.size(), source.size()) << Describe(scene, i, 0);
+    const zvPosted4axTPCreator creator = scene.Creator();
+    for (std::size_t k = 0; k < lines.size(); ++k) {
+      const zvPosted4axMove alone = creator.PostMove(
+          tests::Move5(source[k].tip, source[k].orientation, 1000, false), zvPosted4axMove::noLink);
+      ASSERT_EQ(lines[k].GetMachinePosition(), alone.GetMachinePosition()) << Describe(scene, i, k);
+      ASSERT_EQ(lines[k].GetRotaryAngle(), alone.GetRotaryAngle()) << Describe(scene, i, k);
+      ASSERT_EQ(lines[k].GetSourceIndex(), static_cast<std::int32_t>(k));
+      ++alike;
+    }
+  }
+  EXPECT_GT(alike, 50000);
+}
+
 }  // namespace

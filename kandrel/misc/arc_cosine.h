@@ -1,0 +1,63 @@
+// The arc cosine of the kernel: one result on every machine, alone or two at once.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/lanes.h>
+#include <kandrel/misc/tolerances.h>
+
+#include <cmath>
+#include <type_traits>
+
+namespace misc {
+
+namespace detail {
+
+/// The polynomial of ArcSineExcess. Kept in memory: constants of which the compiler knows the value
+/// are spread over the lanes at each use, by two more instructions.
+KANDREL_API extern const Lanes kArcSineExcess[12];
+
+template <class Number>
+inline Number ArcSineTerm(int i) noexcept {
+  if constexpr (std::is_same_v<Number, Lanes>)
+    return kArcSineExcess[i];
+  else
+    return kArcSineExcess[i][0];
+}
+
+/// (asin(s) - s) / s for z = s^2 in [0, 1/4].
+template <class Number>
+inline Number ArcSineExcess(Number z) noexcept {
+  constexpr auto c = ArcSineTerm<Number>;
+  const Number w = z * z;
+  const Number even = c(0) + w * (c(2) + w * (c(4) + w * (c(6) + w * (c(8) + w * c(10)))));
+  const Number odd = c(1) + w * (c(3) + w * (c(5) + w * (c(7) + w * (c(9) + w * c(11)))));
+  return z * (even + z * odd);
+}
+
+}  // namespace detail
+
+/// In radians, for an argument in [-1, 1]; NaN for any other. Within 2 units in the last place: the
+/// arc sine up to a half, by acos x = 2 asin sqrt((1 - x) / 2) above it. The system's own picks its
+/// code, and with it the last bit, by what the processor can do.
+inline double ArcCosine(double x) noexcept {
+  const double size = std::fabs(x);
+  if (size <= 0.5) return kPi / 2 - std::copysign(size + size * detail::ArcSineExcess(x * x), x);
+  const double z = 0.5 - 0.5 * size;
+  const double root = std::sqrt(z);
+  const double twice = 2 * (root + root * detail::ArcSineExcess(z));
+  return x < 0 ? kPi - twice : twice;
+}
+
+/// The same of two numbers, to the bit.
+inline Lanes ArcCosine(Lanes x) noexcept {
+  const Lanes size = Abs(x);
+  const LaneMask isSmall = size <= Spread(0.5);
+  const Lanes z = Choose(isSmall, x * x, 0.5 - 0.5 * size);
+  const Lanes sine = Choose(isSmall, size, Sqrt(z));
+  const Lanes angle = sine + sine * detail::ArcSineExcess(z);
+  const LaneMask signs = SignOf(x);
+  const Lanes end = Choose(x < Spread(0), Spread(kPi), Spread(0));
+  return Choose(isSmall, kPi / 2 - Reversed(angle, signs), end + Reversed(2 * angle, signs));
+}
+
+}  // namespace misc
