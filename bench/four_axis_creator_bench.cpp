@@ -203,16 +203,14 @@ void AddFourAxisCreator(Suite& suite) {
   suite.goals.push_back({"4 axes: extended list, over a plain append of small moves",
                          "4ax/append_extended/1M", "4ax/plain_append/1M", 1.6});
   suite.goals.push_back(
+      {"4 axes: extended list over small", "4ax/append_extended/1M", "4ax/append_small/1M", 1.6});
+  suite.goals.push_back(
       {"4 axes: post, extended over small", "4ax/post_extended/1M", "4ax/post_small/1M", 1.6});
   suite.goals.push_back({"4 axes: post with rewindings over without", "4ax/post_rewound/1M",
                          "4ax/post_small/1M", 2.5});
 
-  // A floor of one arc cosine is small: reading, checks, the pool and four walks over the list come
-  // to twice of it.
   suite.instructionGoals.push_back({"4 axes: post, small, over the closed form",
                                     "4ax/post_small/1M", "4ax/closed_form/1M", 1.6});
-  suite.instructionGoals.push_back({"4 axes: guard: post, small, over closed form and append",
-                                    "4ax/post_small/1M", "4ax/closed_form_append/1M", 2.4});
 
   constexpr double kNode = List::kNodeSize;  // the record and its links
   suite.figures.push_back(

@@ -100,7 +100,7 @@ void AddThreeAxisCreator(Suite& suite) {
       {"destroying a list over walking it", "3ax/destroy_list/1M", "3ax/walk_list/1M", 3});
 
   suite.instructionGoals.push_back(
-      {"guard: post, small, over a bare loop", "3ax/post_small/1M", "3ax/bare_loop/1M", 3.2});
+      {"guard: post, small, over a bare loop", "3ax/post_small/1M", "3ax/bare_loop/1M", 3.5});
 
   suite.figures.push_back({"bytes a move of a small list over record and links",
                            [scene, drop] {

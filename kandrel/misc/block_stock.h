@@ -15,10 +15,11 @@ template <std::size_t Size>
 class BlockStock {
  public:
   static void* New() {
-    if (t_isGone) [[unlikely]]
-      return Depot().Alloc(Size);
-    Stock& stock = t_stock;
-    if (stock.first == nullptr) stock.Fill();
+    Stock& stock = t_stock;  // asked for once: each time costs a call
+    if (stock.first == nullptr) [[unlikely]] {
+      if (!Watch(stock)) return Depot().Alloc(Size);
+      stock.Fill();
+    }
     void* block = stock.first;
     stock.first = NextOf(block);
     --stock.count;
@@ -26,11 +27,10 @@ class BlockStock {
   }
 
   static void Delete(void* memory) noexcept {
-    if (t_isGone) [[unlikely]] {
-      GiveBack(memory, 1);
-      return;
-    }
     Stock& stock = t_stock;
+    if (stock.state != State::kWatched) [[unlikely]] {
+      if (!Watch(stock)) return GiveBack(memory, 1);
+    }
     NextOf(memory) = stock.first;
     stock.first = memory;
     if (++stock.count == kLargestStock) stock.Shrink();
@@ -44,9 +44,13 @@ class BlockStock {
   static constexpr std::size_t kFill = 128;
   static constexpr std::size_t kLargestStock = 4096;
 
+  enum class State { kNew, kWatched, kGone };
+
+  // Without constructor and destructor, so that no access asks whether they are due.
   struct Stock {
     void* first = nullptr;
     std::size_t count = 0;
+    State state = State::kNew;
 
     // Of an empty stock; afterwards there is a first block.
     void Fill() {
@@ -61,11 +65,25 @@ class BlockStock {
       GiveBack(std::exchange(NextOf(last), nullptr), count - kLargestStock / 2);
       count = kLargestStock / 2;
     }
-    ~Stock() {
-      t_isGone = true;
-      GiveBack(first, count);
+  };
+
+  // Empties the stock at the end of its thread.
+  struct Watcher {
+    Stock& stock;
+
+    ~Watcher() {
+      stock.state = State::kGone;
+      GiveBack(std::exchange(stock.first, nullptr), std::exchange(stock.count, 0));
     }
   };
+
+  // False when the thread has ended so far that the stock is gone for good.
+  static bool Watch(Stock& stock) noexcept {
+    if (stock.state == State::kGone) return false;
+    static thread_local Watcher watcher{stock};
+    watcher.stock.state = State::kWatched;
+    return true;
+  }
 
   // Never destroyed: objects of static lifetime may die after everything else.
   static zvMemoryPool& Depot() {
@@ -81,8 +99,7 @@ class BlockStock {
     }
   }
 
-  static inline thread_local bool t_isGone = false;
-  static inline thread_local Stock t_stock;
+  static inline constinit thread_local Stock t_stock{};
 };
 
 }  // namespace misc::detail
