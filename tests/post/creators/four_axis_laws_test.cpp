@@ -1,14 +1,18 @@
 // What must hold for every posted line of every 4-axis machine and path, judged by a model of rigid
 // bodies that shares nothing with the library.
 #include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/angles.h>
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/post_exception.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/source_path.h>
+#include <tests/support/throws_id.h>
 
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -410,12 +414,14 @@ TEST(FourAxisPaths, ArePostedAsTheirMovesAreAlone) {
     FourAxisScene scene = tests::RandomFourAxisScene(random);
     scene.par.SetMaxAngleStep(0);
     scene.par.SetMaxAngleJump(1000);
+    scene.par.SetPoleAngleTolerance(random.Chance(0.5) ? 0.1 : random.Real(1, 10));
     Source source;
     for (int k = random.Integer(2, 200); k > 0; --k) {
-      constexpr std::array<double, 5> kApart{0, 1e-6, 5e-4, -1e-3, 89.9};
-      const double deg = random.Chance(0.9)
-                             ? random.Real(-89, 89)  // no winding between two of them
-                             : kApart[static_cast<std::size_t>(random.Integer(0, 4))];
+      constexpr std::array<double, 4> kApart{0, 1e-6, 5e-4, 1e-3};
+      const double apart = kApart[static_cast<std::size_t>(random.Integer(0, 3))];
+      const double deg = random.Chance(0.8)   ? random.Real(-180, 180)
+                         : random.Chance(0.5) ? 180 - apart
+                                              : -apart;
       constexpr std::array<double, 4> kLengths{1, 1.1, 1e-200, 1e200};
       const double length = kLengths[static_cast<std::size_t>(
           random.Chance(0.9) ? random.Integer(0, 1) : random.Integer(2, 3))];
@@ -429,13 +435,47 @@ TEST(FourAxisPaths, ArePostedAsTheirMovesAreAlone) {
     for (std::size_t k = 0; k < lines.size(); ++k) {
       const zvPosted4axMove alone = creator.PostMove(
           tests::Move5(source[k].tip, source[k].orientation, 1000, false), zvPosted4axMove::noLink);
+      const double deg = lines[k].GetRotaryAngle();
+      const double turns = std::round((deg - alone.GetRotaryAngle()) / 360);
       ASSERT_EQ(lines[k].GetMachinePosition(), alone.GetMachinePosition()) << Describe(scene, i, k);
-      ASSERT_EQ(lines[k].GetRotaryAngle(), alone.GetRotaryAngle()) << Describe(scene, i, k);
+      ASSERT_EQ(deg, alone.GetRotaryAngle() + 360 * turns) << Describe(scene, i, k);
       ASSERT_EQ(lines[k].GetSourceIndex(), static_cast<std::int32_t>(k));
       ++alike;
     }
   }
   EXPECT_GT(alike, 50000);
+}
+
+// Nor may a move that can't be posted hide beside one that can.
+TEST(FourAxisPaths, AreRefusedWhereverTheFaultStands) {
+  const double noNumber = std::nan("");
+  const double infinite = std::numeric_limits<double>::infinity();
+  struct Fault {
+    std::uint32_t id;
+    Point tip, orientation;
+  };
+  const Fault faults[] = {{5030, {}, {0.6, 0, 0.8}},
+                          {5030, {}, {1e-9, 0, 1}},
+                          {2189, {}, {0, 0, 0}},
+                          {5039, {0, noNumber, 0}, {0, 0, 1}},
+                          {5039, {infinite, 0, 0}, {0, 0.6, 0.8}},
+                          {5039, {}, {0, noNumber, 1}},
+                          {5039, {}, {0, infinite, 0}}};
+  for (const bool onTable : {true, false})
+    for (std::size_t place = 0; place < 70; ++place)
+      for (const Fault& fault : faults) {
+        FourAxisScene scene;
+        scene.machine.onTable = onTable;
+        scene.toolLength = 50;
+        Source source;
+        for (int k = 0; k < 70; ++k) source.push_back({{1.0 * k, 0, 0}, scene.DirectionAt(20 + k)});
+        source[place] = {fault.tip, fault.orientation};
+        zvPosted4axTPCreator creator = scene.Creator();
+        const auto post = [&] { creator.Post(Build(source), true); };
+        EXPECT_TRUE(fault.id == 2189 ? tests::ThrowsId<cadcam::zvcadcamException>(post, 2189)
+                                     : tests::ThrowsId<zvPostException>(post, fault.id))
+            << place << (onTable ? " table" : " head");
+      }
 }
 
 }  // namespace
