@@ -27,7 +27,7 @@ inline Number ArcSineTerm(int i) noexcept {
 /// (asin(s) - s) / s for z = s^2 in [0, 1/4].
 template <class Number>
 inline Number ArcSineExcess(Number z) noexcept {
-  constexpr auto c = ArcSineTerm<Number>;
+  const auto c = ArcSineTerm<Number>;
   const Number w = z * z;
   const Number even = c(0) + w * (c(2) + w * (c(4) + w * (c(6) + w * (c(8) + w * c(10)))));
   const Number odd = c(1) + w * (c(3) + w * (c(5) + w * (c(7) + w * (c(9) + w * c(11)))));
