@@ -328,6 +328,35 @@ TEST(RewindingAtALeap, KeepsTheToolOrIs5051) {
   }
 }
 
+// A midpoint on the pole comes with angle 0, which tells nothing.
+TEST(RewindingAtALeap, TakesTheMoveOnThePole) {
+  struct Standing : tests::TableMachine<zvPosted5axMove> {
+    std::optional<zvPosted5axMove> Midpoint(const zvPosted5axMove& a, const zvPosted5axMove& b,
+                                            double) const {
+      zvPosted5axMove middle = a;
+      middle.SetPartPosition(0.5 * (a.GetPartPosition() + b.GetPartPosition()));
+      middle.SetAngle(0, 0);
+      middle.SetPoleStatus(1);
+      return middle;
+    }
+  } standing;
+  const zvKDRParam par{measures::zvUnitsFactory::metric};
+  tests::PassList<zvPosted5axMove> moves;
+  for (int i = 0; i < 300; ++i)
+    moves.list.PushBack(tests::TableMove<zvPosted5axMove>({50, 0.01 * i, 3}, {3.0 * i, 0}));
+  post::zvRewinder<zvPosted5axMove, Standing> rewinder(moves.list, {{{-362, 362}, {-100, 100}}},
+                                                       par, true, standing);
+  rewinder.Run();
+  const auto lift = std::find_if(moves.list.begin(), moves.list.end(),
+                                 [](const zvPosted5axMove& move) { return move.IsRapid(); });
+  ASSERT_TRUE(lift != moves.list.end());
+  const zvPosted5axMove& atLimit = *std::prev(lift);
+  const zvPosted5axMove& near = *std::prev(lift, 2);
+  EXPECT_EQ(atLimit.GetAngle(0), 362);
+  EXPECT_EQ(atLimit.GetPoleStatus(), 0u);
+  EXPECT_NEAR((atLimit.GetPartPosition() - near.GetPartPosition()).Length(), 0.005, 1e-12);
+}
+
 // The list of a run that fails is as far as it had come: what is rewound is rewound to its end.
 TYPED_TEST(Rewinding, AFailureKeepsTheTurnsMadeBeforeIt) {
   struct Failing : tests::TableMachine<TypeParam> {
