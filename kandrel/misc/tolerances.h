@@ -57,6 +57,10 @@ inline constexpr double kRotaryLimitHit = 9.999999974752427e-7;
 /// Whole turns below this count as none when rewinding, degrees.
 inline constexpr double kFullTurnLessRounding = 359.999999999999;
 
+/// Whole turns above this, degrees, are no shift of an angle: up to it adding them keeps 1e-9
+/// degrees.
+inline constexpr double kLargestShift = 1e7;
+
 inline constexpr double kPi = 3.14159265358979323846;
 inline constexpr double kDegreesPerRadian = 57.29577951308232;
 inline constexpr double kRadiansPerDegree = 0.017453292519943295;

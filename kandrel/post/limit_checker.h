@@ -146,7 +146,7 @@ class zvLimitChecker {
     if (min - m_slack <= low && high <= max + m_slack) return true;
     if ((max - min) + m_slack < high - low) return false;
     const double shift = std::ceil((min - low) / misc::kFullTurnDeg) * misc::kFullTurnDeg;
-    if (!std::isfinite(shift) || high + shift > max + m_slack) return false;
+    if (!(std::fabs(shift) <= misc::kLargestShift) || high + shift > max + m_slack) return false;
     for (Move& move : m_list) Traits::SetAngle(move, axis, Traits::Angle(move, axis) + shift);
     return true;
   }

@@ -6,7 +6,7 @@
 
 namespace post {
 
-/// The rotary angles of a posted move by index.
+/// The rotary angles of a posted move by index, and whether one is undetermined: at its pole.
 template <class Move>
 struct zvMoveTraits;
 
@@ -17,6 +17,8 @@ struct zvMoveTraits<zvPosted4axMove> {
   static void SetAngle(zvPosted4axMove& move, int, double deg) noexcept {
     move.SetRotaryAngle(deg);
   }
+  static bool IsAtPoleOf(const zvPosted4axMove&, int) noexcept { return false; }
+  static void LeavePole(zvPosted4axMove&) noexcept {}
 };
 
 template <>
@@ -28,6 +30,10 @@ struct zvMoveTraits<zvPosted5axMove> {
   static void SetAngle(zvPosted5axMove& move, int axis, double deg) noexcept {
     move.SetAngle(deg, static_cast<std::int16_t>(axis));
   }
+  static bool IsAtPoleOf(const zvPosted5axMove& move, int axis) noexcept {
+    return move.GetPoleStatus() == static_cast<std::uint32_t>(axis) + 1;
+  }
+  static void LeavePole(zvPosted5axMove& move) noexcept { move.SetPoleStatus(0); }
 };
 
 }  // namespace post

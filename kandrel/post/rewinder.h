@@ -170,6 +170,7 @@ class zvRewinder {
   // fits the stretch from `start` to the move before `next`, which is the end when all fit.
   bool FindExcess(const Cursor& start, Cursor& next) {
     if (start.index >= m_count || !IsAnyOut(start)) return false;
+    m_shift = 0;
     double minDeg = Angle(start);
     double maxDeg = minDeg;
     for (next = start; next.index < m_count; Advance(next)) {
@@ -177,13 +178,15 @@ class zvRewinder {
       minDeg = std::min(minDeg, deg);
       maxDeg = std::max(maxDeg, deg);
       const double s = std::ceil((m_low - minDeg) / misc::kFullTurnDeg) * misc::kFullTurnDeg;
-      if (!std::isfinite(s) || minDeg + s < m_low - misc::kEqual ||
+      if (!(std::fabs(s) <= misc::kLargestShift) || minDeg + s < m_low - misc::kEqual ||
           maxDeg + s > m_high + misc::kEqual)
         return true;
       m_shift = s;
     }
     return true;
   }
+
+  bool IsOut(double deg) const { return deg < m_low - misc::kEqual || deg > m_high + misc::kEqual; }
 
   void InsertRewind(const Cursor& start, Cursor& next, const Cursor& previousStart) {
     double shift = m_shift;
@@ -192,22 +195,26 @@ class zvRewinder {
     const double sense = shift > 0 ? 1 : -1;
     Iterator before = std::prev(start.node);
     Iterator place;
-    const bool found = FindRewindPlace(place, before, previousStart.node, shift) &&
-                       CutShift(place, start, sense, shift);
+    const bool found = FindPlace(place, start, previousStart.node, sense, shift);
     if (found) {
       before = place;
-    } else if (std::optional<Move> atLimit = FindMoveAtLimit(*before, AsShifted(start))) {
-      before = m_list.Insert(start.node, std::move(*atLimit));
+    } else {
+      if (std::optional<Move> atLimit = FindMoveAtLimit(*before, AsShifted(start)))
+        before = m_list.Insert(start.node, std::move(*atLimit));
+      // A range that falls just short of whole turns has no room for all that the stretch asks.
+      while (std::fabs(shift) > misc::kFullTurnDeg && IsOut(Traits::Angle(*before, m_axis) + shift))
+        shift -= sense * misc::kFullTurnDeg;
     }
     const Iterator rest = std::next(before);
     InsertTurn(before, rest, sense, shift);
     ShiftFrom(rest, shift);
     ++m_rewindings;
-    if (!found) return;
-    StepBack(next, rest, sense);
-    // A stretch that turned round beyond the limit ends within it, and is out in its middle.
+    if (!found && shift == m_shift) return;
+    if (found) StepBack(next, rest, sense);
+    // A stretch that got fewer turns than it asks for is out, maybe in its middle alone: where it
+    // turned round beyond the limit.
     for (Cursor move = start; move.index < next.index; Advance(move))
-      if (Angle(move) < m_low - misc::kEqual || Angle(move) > m_high + misc::kEqual) {
+      if (IsOut(Angle(move))) {
         next = move;
         break;
       }
@@ -286,8 +293,8 @@ class zvRewinder {
   }
 
   // Takes `next` back to the first of the moves before it that stand at or beyond the limit towards
-  // which the list runs: the search goes on from there. An end becomes the last move where that one
-  // stands so.
+  // which the list runs, and no further than the move behind the place: the search goes on from
+  // there. An end becomes the last move where that one stands so.
   void StepBack(Cursor& next, Iterator rest, double sense) {
     const auto isBeyond = [&](const Cursor& cursor) {
       return sense < 0 ? Angle(cursor) >= m_high : Angle(cursor) <= m_low;
@@ -305,6 +312,29 @@ class zvRewinder {
       return;
     }
     while (next.node != rest && next.index > 0 && isBeyond(back(next))) next = back(next);
+  }
+
+  // The place of a rewinding at a link, and the turns made there. A place from which they would
+  // take moves before `start` out of the limits is passed over for one in the rest of its link.
+  bool FindPlace(Iterator& place, const Cursor& start, Iterator previousStart, double sense,
+                 double& shift) const {
+    if (!FindRewindPlace(place, std::prev(start.node), previousStart, shift)) return false;
+    for (;;) {
+      double cut = shift;
+      if (!CutShift(place, start, sense, cut)) return false;
+      Iterator first = start.node;
+      while (first != place && !IsOut(Traits::Angle(*std::prev(first), m_axis) + cut)) --first;
+      if (first == place) {
+        shift = cut;
+        return true;
+      }
+      Iterator at = start.node;
+      do {
+        if (at == first) return false;
+        --at;
+      } while (at->GetType() == zvPostedMove::noLink);
+      if (!FindLinkByRank(place, at, first)) return false;
+    }
   }
 
   // Looks back from `before` for a link where the tool is off the part anyway, and where one turn
@@ -326,22 +356,23 @@ class zvRewinder {
       if (turnsUp ? deg > bound : deg < bound) return false;
       --candidate;
     }
-    if (!FindLinkByRank(place, candidate)) return false;
+    if (!FindLinkByRank(place, candidate, m_list.begin())) return false;
     const double turned =
         Traits::Angle(*place, m_axis) + (shift >= 0 ? 1 : -1) * misc::kFullTurnDeg;
     return turned >= m_low - misc::kEqual && turned <= m_high + misc::kEqual;
   }
 
   // Link types by their rank as places for a rewinding: 5, 4, 3, 0, 1. Type 2 is never taken.
-  bool FindLinkByRank(Iterator& place, Iterator at) const {
+  // The link ends at `first`, if not before.
+  bool FindLinkByRank(Iterator& place, Iterator at, Iterator first) const {
     using Types = zvPostedMove::Types;
     for (const Types type : {Types::link5, Types::link4})
-      if (at->GetType() == type || SearchBack(type, at, place)) {
+      if (at->GetType() == type || SearchBack(type, at, first, place)) {
         if (at->GetType() == type) place = at;
         return true;
       }
     for (const Types type : {Types::link3, Types::link0, Types::link1})
-      if (at->GetType() == type || SearchFromLinkStart(type, at, place)) {
+      if (at->GetType() == type || SearchFromLinkStart(type, at, first, place)) {
         if (at->GetType() == type) place = at;
         return true;
       }
@@ -349,8 +380,8 @@ class zvRewinder {
   }
 
   // The nearest move of the type before `at` in its link.
-  bool SearchBack(zvPostedMove::Types type, Iterator at, Iterator& place) const {
-    while (at->GetType() != zvPostedMove::noLink && at != m_list.begin()) {
+  bool SearchBack(zvPostedMove::Types type, Iterator at, Iterator first, Iterator& place) const {
+    while (at->GetType() != zvPostedMove::noLink && at != first) {
       --at;
       if (at->GetType() != type) continue;
       place = at;
@@ -360,9 +391,10 @@ class zvRewinder {
   }
 
   // The first move of the type in the link, up to `at`.
-  bool SearchFromLinkStart(zvPostedMove::Types type, Iterator at, Iterator& place) const {
+  bool SearchFromLinkStart(zvPostedMove::Types type, Iterator at, Iterator first,
+                           Iterator& place) const {
     Iterator start = at;
-    while (start->GetType() != zvPostedMove::noLink && start != m_list.begin()) --start;
+    while (start->GetType() != zvPostedMove::noLink && start != first) --start;
     for (;; ++start) {
       if (start->GetType() == type) {
         place = start;
@@ -397,10 +429,13 @@ class zvRewinder {
       const double otherB = Traits::Angle(b, axis);
       double other =
           std::fabs(otherA - otherB) <= misc::kSameStep ? otherA : Traits::Angle(result, axis);
-      // A solved angle comes without its whole turns.
+      // A solved angle comes without its whole turns, and a mirrored one from the far side: it is
+      // brought within half a turn of a's, between the two or not. Deliberate.
       other += misc::kFullTurnDeg * misc::WindsBetween(otherA, other);
       Traits::SetAngle(result, axis, other);
     }
+    // A forced angle is determined.
+    Traits::LeavePole(result);
     // The forced angles move the tip unless the linear axes follow, and turn the tool, along which
     // the lift goes: far where the step runs from one solution to the other.
     result.SetMachinePosition(m_machine.Kinematics().MachinePosition(result));
@@ -420,13 +455,29 @@ class zvRewinder {
     for (int count = 0; count <= 2048; ++count) {
       std::optional<Move> middle = m_machine.Midpoint(low, high, eps);
       if (!middle) return low;
-      if (*middle == low) return *middle;
+      // At its pole the axis stands as well at the limit as anywhere.
+      if (*middle == low || Traits::IsAtPoleOf(*middle, m_axis)) return *middle;
+      if (*middle == high) {
+        // The angle leaps here: nothing changes any more.
+        if (!KeepsTool(low, target)) throw zvPostException(5051);
+        return low;
+      }
       const double d = std::remainder(Traits::Angle(*middle, m_axis) - target, misc::kFullTurnDeg);
       if (std::fabs(d) <= misc::kRotaryLimitHit) return *middle;
       const bool hasPassed = isUpward ? d > 0 : d < 0;
       (hasPassed ? high : low) = std::move(*middle);
     }
     throw zvPostException(5051);
+  }
+
+  // Whether the tool stays as it is when the axis turns to `deg`: beside a pole, and where the arc
+  // cosine's snap makes the leap. It doesn't where the machine changes to its mirror solution.
+  bool KeepsTool(const Move& move, double deg) const {
+    Move turned = move;
+    Traits::SetAngle(turned, m_axis, deg);
+    const auto dir_tool = m_machine.Kinematics().Orientation(move);
+    const auto difference = m_machine.Kinematics().Orientation(turned) - dir_tool;
+    return Dot(difference, difference) <= 2 * misc::kArcCosineSnap * Dot(dir_tool, dir_tool);
   }
 
   List& m_list;

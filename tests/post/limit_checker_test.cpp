@@ -101,6 +101,8 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
       {"first shifted, second too wide", 0, 180, 0, 100, {-300, -200}, {0, 500}, true, {60, 160}, {0, 500}},
       {"minimum above maximum", 10, -10, -1, 1, {0, 0}, {}, true, {0, 0}, {0, 0}},
       {"infinite minimum", -kInfinity, 100, -1, 1, {0, 200}, {}, true, {0, 200}, {0, 0}},
+      {"a shift that would blur", -1e17, 100, -1, 1, {0.1, 200}, {}, true, {0.1, 200}, {0, 0}},
+      {"the largest shift", -1e7, 100, -1, 1, {0, 200}, {}, false, {-9999720, -9999520}, {0, 0}},
       {"no number", kNaN, 100, -1, 1, {0, 200}, {}, true, {0, 200}, {0, 0}},
   };
   // clang-format on

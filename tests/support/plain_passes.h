@@ -88,13 +88,14 @@ class Rewinder {
     for (Node node = start; node != m_list.end(); ++node)
       isOut = isOut || Deg(node) < m_min || Deg(node) > m_max;
     if (!isOut) return false;
+    shift = 0;
     double low = Deg(start);
     double high = low;
     for (next = start; next != m_list.end(); ++next) {
       low = std::min(low, Deg(next));
       high = std::max(high, Deg(next));
       const double s = std::ceil((m_min - low) / 360) * 360;
-      if (low + s < m_min - 1e-12 || high + s > m_max + 1e-12) return true;
+      if (std::fabs(s) > 1e7 || low + s < m_min - 1e-12 || high + s > m_max + 1e-12) return true;
       shift = s;
     }
     return true;
@@ -103,21 +104,33 @@ class Rewinder {
   void Insert(Node start, Node& next, Node previousStart, double shift) {
     if (std::fabs(shift) < 359.999999999999 || start == m_list.begin()) return;
     const double dir = shift > 0 ? 1 : -1;
+    const double asked = shift;
     Node before = std::prev(start);
     Node place;
     bool found = FindPlace(place, before, previousStart, shift);
-    if (found) {
+    while (found) {
       const double q = std::trunc(std::trunc(std::fabs(Deg(place) - Deg(std::next(place)))) / 360);
       const double cut = shift - dir * 360 * (q + (std::fabs(shift) > 360 ? 1 : 0));
       found = cut * dir >= 359.999999999999;
-      if (found) {
+      if (!found) break;
+      const auto goesOut = [&](Node node) { return IsOut(Deg(node) + cut); };
+      Node last = start;  // the last one that goes out
+      for (Node node = place; node != start; ++node)
+        if (goesOut(node)) last = node;
+      if (last == start) {
         shift = cut;
         before = place;
+        break;
       }
+      Node at = std::prev(start);
+      while (at != last && at->GetType() == kNoLink) --at;
+      found = at != last && ByRank(place, at, std::next(last));
     }
-    if (!found)
-      if (std::optional<Move> move = MoveAtLimit(*before, *std::next(before)))
-        before = m_list.insert(std::next(before), *move);
+    if (!found) {
+      if (std::optional<Move> move = MoveAtLimit(*before, *start))
+        before = m_list.insert(start, *move);
+      while (std::fabs(shift) > 360 && IsOut(Deg(before) + shift)) shift -= dir * 360;
+    }
     const Node rest = std::next(before);
     const auto add = [&](Move move, double deg, bool syncs) {
       Traits::SetAngle(move, m_axis, Traits::Angle(move, m_axis) + deg);
@@ -138,21 +151,21 @@ class Rewinder {
     add(*before, shift, true);
     AddFrom(rest, shift);
     ++m_count;
-    if (!found) return;
+    if (!found && shift == asked) return;
     const auto isBeyond = [&](Node node) {
       return dir < 0 ? Deg(node) >= m_max : Deg(node) <= m_min;
     };
     Node last = next == m_list.end() ? std::prev(next) : next;
-    if (isBeyond(last)) {
+    if (found && isBeyond(last)) {
       next = last;
       while (next != previousStart && next != m_list.begin() && isBeyond(std::prev(next))) --next;
     }
     if (Place(next) < Place(start)) return;
-    next = std::find_if(start, next, [&](const Move& move) {
-      const double deg = Traits::Angle(move, m_axis);
-      return deg < m_min - 1e-12 || deg > m_max + 1e-12;
-    });
+    next = std::find_if(start, next,
+                        [&](const Move& move) { return IsOut(Traits::Angle(move, m_axis)); });
   }
+
+  bool IsOut(double deg) const { return deg < m_min - 1e-12 || deg > m_max + 1e-12; }
 
   bool FindPlace(Node& place, Node before, Node previousStart, double shift) {
     if (!(m_max - m_min > 360)) return false;
@@ -163,16 +176,16 @@ class Rewinder {
       if (candidate->GetType() != kNoLink) break;
       if (shift > 0 ? Deg(candidate) > m_max - 360 : Deg(candidate) < m_min + 360) return false;
     }
-    if (!ByRank(place, candidate)) return false;
+    if (!ByRank(place, candidate, m_list.begin())) return false;
     const double v = Deg(place) + (shift >= 0 ? 360 : -360);
     return v >= m_min - 1e-12 && v <= m_max + 1e-12;
   }
 
-  // The link up to `at`, from its start; nothing when `at` lies on none.
-  bool ByRank(Node& place, Node at) {
+  // The link up to `at`, from its start or from `first`; nothing when `at` lies on none.
+  bool ByRank(Node& place, Node at, Node first) {
     if (at->GetType() == kNoLink) return false;
     std::vector<Node> link{at};
-    while (link.back() != m_list.begin() && std::prev(link.back())->GetType() != kNoLink)
+    while (link.back() != first && std::prev(link.back())->GetType() != kNoLink)
       link.push_back(std::prev(link.back()));
     for (const int type : {5, 4, 3, 0, 1}) {
       const auto is = [type](Node node) { return node->GetType() == type; };
@@ -199,6 +212,10 @@ class Rewinder {
     for (;;) {
       std::optional<Move> mid = m_machine.Midpoint(low, high, 0);
       if (!mid) {
+        result = low;
+        break;
+      }
+      if (!(*mid == low) && *mid == high) {
         result = low;
         break;
       }
