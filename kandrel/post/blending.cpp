@@ -5,6 +5,7 @@
 #include <kandrel/post/interpolation.h>
 #include <kandrel/post/post_exception.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace post {
@@ -38,7 +39,7 @@ Jump SignedJump(double from, double to) {
 }
 
 // The arc length at which the curve turns by `step` where it is steepest.
-double StepOnCurve(double step, const Polynomial& p) {
+double StepOnCurve(double step, const Polynomial& p, double length) {
   const Polynomial slope = p.Derivative();
   const Polynomial bend = slope.Derivative();
   const double c0 = slope.GetCoefficient(0);
@@ -50,6 +51,10 @@ double StepOnCurve(double step, const Polynomial& p) {
   const double x = std::fabs(discriminant) <= 1e-6
                        ? -0.5 * c1 * c2
                        : -bend.GetCoefficient(0) / bend.GetCoefficient(1);
+  // What is nearly a parabola has its vertex far beyond the run, where the slope has no end: there
+  // the run's ends are what counts.
+  if (std::fabs(discriminant) > 1e-6 && (x < -length || x > 2 * length))
+    return step / std::max(std::fabs(slope.Evaluate(0)), std::fabs(slope.Evaluate(length)));
   return step / std::fabs(slope.Evaluate(x));
 }
 
@@ -89,7 +94,7 @@ class Run {
 
   bool BlendOnCubic() {
     const Polynomial p = FitCubic();
-    const double spacing = StepOnCurve(m_par.GetMaxAngleStep(), p);
+    const double spacing = StepOnCurve(m_par.GetMaxAngleStep(), p, m_length);
     if (!(spacing > misc::kEqual)) return false;
     TurnMoves([&p](double s) { return p.Evaluate(s); });
     if (!IsWithinStep())

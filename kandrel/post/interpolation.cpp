@@ -15,6 +15,16 @@ namespace {
 
 constexpr int kDeepest = 4;
 
+double SecondTurn(const zvPosted5axMove& a, const zvPosted5axMove& b) {
+  return misc::CircularDistance(a.GetAngle(1), b.GetAngle(1));
+}
+
+void EraseBetween(misc::zvMemoryPoolList<zvPosted5axMove>& list,
+                  misc::zvMemoryPoolList<zvPosted5axMove>::iterator from,
+                  misc::zvMemoryPoolList<zvPosted5axMove>::iterator to) {
+  for (auto move = std::next(from); move != to;) move = list.Erase(move);
+}
+
 }  // namespace
 
 double PoleAwareDistance(const zvPosted5axMove& a, const zvPosted5axMove& b) noexcept {
@@ -44,7 +54,6 @@ bool zv5axInterpolator::Between(List& list, List::iterator to) {
   if (!m_hasDistanceRule && std::fabs(to->GetAngle(0) - from->GetAngle(0)) <= step &&
       std::fabs(to->GetAngle(1) - from->GetAngle(1)) <= step)
     return false;
-  m_current = to;
   return Subdivide(list, from, to, 0);
 }
 
@@ -65,28 +74,79 @@ bool zv5axInterpolator::Subdivide(List& list, Iterator from, Iterator to, int de
   InsertEvenMoves(list, from, to, count);
   if (!m_solves) return false;
 
-  bool isLastLeft = false;
-  switch (Measure(from, to)) {
-    case Progress::kMade:
-      break;
-    case Progress::kAllButLast:
-      // The last step can only be mended by choosing the move ahead again, which its maker does for
-      // the move that it is about to append, and for no other.
-      isLastLeft = to == m_current;
-      if (isLastLeft) break;
-      [[fallthrough]];
-    case Progress::kNone:
-      for (Iterator move = std::next(from); move != to;) move = list.Erase(move);
-      return false;
+  const Progress progress = Measure(from, to, false);
+  // A turn of the free axis off a pole can't be divided. Where nothing else needs it, the turn is
+  // spread over the whole step when poles are blended.
+  if (!progress.isMade && IsFreeTurn(*from, *to) && !Measure(from, to, true).isMade) {
+    EraseBetween(list, from, to);
+    return false;
   }
-  for (Iterator first = from; first != to;) {
-    const Iterator second = std::next(first);
-    if (IsStepTooLarge(*first, *second) && !(isLastLeft && second == to))
-      isLastLeft = Subdivide(list, first, second, depth + 1) || isLastLeft;
-    first = second;
+
+  Iterator last = from;
+  bool isChanged = false;
+  for (Iterator move = std::next(from); move != to; last = move++) {
+    if (isChanged) isChanged = ChooseAgain(*last, *move);
+    if (IsStepTooLarge(*last, *move)) isChanged = Refine(list, last, move, depth) || isChanged;
+  }
+  bool isLastLeft = false;
+  if (IsStepTooLarge(*last, *to)) {
+    // A last step no smaller than the whole can only be mended by choosing `to` again, which its
+    // maker does.
+    isLastLeft = !progress.isMadeByDistance &&
+                 PoleAwareDistance(*last, *to) >= progress.wholeAngle - misc::kSameStep;
+    if (!isLastLeft) isLastLeft = Subdivide(list, last, to, depth + 1);
+  }
+  // Beside a pole the first subdivision may turn more in a step than the whole: what counts is what
+  // the refinement makes of it.
+  if (!progress.isMade && !IsReduced(from, to, isLastLeft)) {
+    EraseBetween(list, from, to);
+    return false;
   }
   if (depth == 0) Thin(list, from, to);
   return isLastLeft;
+}
+
+// Subdivides the step to an inserted move. That was chosen against `first`; where the moves now
+// before it follow the other solution it is chosen again. True when it has changed.
+bool zv5axInterpolator::Refine(List& list, Iterator first, Iterator move, int depth) {
+  const double whole = PoleAwareDistance(*first, *move);
+  bool isChanged = false;
+  Iterator last = first;
+  for (int round = 0; round < kMostRounds; ++round) {
+    const bool isLastLeft = Subdivide(list, last, move, depth + 1);
+    if (std::prev(move) == last) break;
+    last = std::prev(move);
+    if (!IsStepTooLarge(*last, *move)) return isChanged;
+    const bool isOther = ChooseAgain(*last, *move);
+    isChanged = isChanged || isOther;
+    if (!isLastLeft && !isOther) break;
+    if (!IsStepTooLarge(*last, *move)) return isChanged;
+  }
+  if (last != first && PoleAwareDistance(*last, *move) >= whole - misc::kSameStep) {
+    EraseBetween(list, first, move);
+    isChanged = ChooseAgain(*first, *move) || isChanged;
+  }
+  return isChanged;
+}
+
+// Settles an inserted move against the one that now stands before it. True when it has changed.
+bool zv5axInterpolator::ChooseAgain(const Move& previous, Move& move) const {
+  if (move.GetPoleStatus() != 0) {
+    const std::int16_t axis = move.GetPoleStatus() == 1 ? 0 : 1;
+    const bool isOther = move.GetAngle(axis) != previous.GetAngle(axis);
+    move.SetAngle(previous.GetAngle(axis), axis);
+    return isOther;
+  }
+  const zvRotarySolutions solutions = m_solver.SolveAngles(
+      move.GetPartPosition(), move.GetOrientation(), m_cone, previous.GetAngle(0));
+  const zvRotarySolution& solution = solutions.Of(
+      TakesMirrorNext(previous.GetAngle(0), previous.GetAngle(1), solutions, m_par, m_solver));
+  if (solution.firstAngle == move.GetAngle(0) && solution.secondAngle == move.GetAngle(1))
+    return false;
+  move.SetAngle(solution.firstAngle, 0);
+  move.SetAngle(solution.secondAngle, 1);
+  move.SetMachinePosition(solution.position);
+  return true;
 }
 
 // No interpolation is wanted although the step is slightly large: at a pole, where the excess lies
@@ -140,18 +200,21 @@ void zv5axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
                     between.IsInserted());
     });
     m_hasMetPole = m_hasMetPole || previous->GetPoleStatus() != 0;
-    CarryPole(*from, *to, *previous);
+    CarryPole(*from, *to, *std::prev(previous), *previous);
   }
 }
 
 // A move on a pole between two that are not takes its free angle from the first, where that changes
-// next to nothing. The machine position stays until the moves are thinned, which fixes poles.
-void zv5axInterpolator::CarryPole(const Move& from, const Move& to, Move& move) const {
+// next to nothing; otherwise from the move before it, so that the next is chosen against the angle
+// at which the axis will stand. The machine position stays until the moves are thinned, which fixes
+// poles.
+void zv5axInterpolator::CarryPole(const Move& from, const Move& to, const Move& previous,
+                                  Move& move) const {
   const std::uint32_t status = move.GetPoleStatus();
   if (status == 0 || from.GetPoleStatus() == status || to.GetPoleStatus() == status) return;
   const std::int16_t axis = status == 1 ? 0 : 1;
-  if (std::fabs(from.GetAngle(axis) - to.GetAngle(axis)) <= misc::kSameStep)
-    move.SetAngle(from.GetAngle(axis), axis);
+  const bool isSame = std::fabs(from.GetAngle(axis) - to.GetAngle(axis)) <= misc::kSameStep;
+  move.SetAngle((isSame ? from : previous).GetAngle(axis), axis);
 }
 
 zvPosted5axMove zv5axInterpolator::Solved(const cadcam::zvCNCMove& blended,
@@ -192,24 +255,57 @@ zvPosted5axMove zv5axInterpolator::Linear(const Move& a, const Move& b, double t
 }
 
 // Whether the subdivision has made the largest step smaller.
-zv5axInterpolator::Progress zv5axInterpolator::Measure(Iterator from, Iterator to) const {
-  const double wholeAngle = PoleAwareDistance(*from, *to);
-  const double wholeDistance = PartDistance(*from, *to);
+zv5axInterpolator::Progress zv5axInterpolator::Measure(Iterator from, Iterator to,
+                                                       bool leavesLastOut) const {
+  const Iterator second = std::next(from);
   double largestAngle = 0;
-  double largestButLast = 0;
   double largestDistance = 0;
   for (Iterator a = from; a != to; ++a) {
     const Iterator b = std::next(a);
-    largestButLast = largestAngle;
-    largestAngle = std::max(largestAngle, PoleAwareDistance(*a, *b));
+    if (a != from && !(leavesLastOut && b == to))
+      largestAngle = std::max(largestAngle, PoleAwareDistance(*a, *b));
     if (m_hasDistanceRule) largestDistance = std::max(largestDistance, PartDistance(*a, *b));
   }
-  const bool angleFailed =
-      largestAngle >= wholeAngle || std::fabs(largestAngle - wholeAngle) <= misc::kSameStep;
-  const bool distanceFailed =
-      !m_hasDistanceRule || std::fabs(largestDistance - wholeDistance) <= misc::kSameStep;
-  if (!angleFailed || !distanceFailed) return Progress::kMade;
-  return largestButLast < wholeAngle ? Progress::kAllButLast : Progress::kNone;
+  const auto isReduced = [&](double firstAngle, double whole) {
+    return std::max(largestAngle, firstAngle) < whole - misc::kSameStep;
+  };
+  Progress progress;
+  progress.wholeAngle = PoleAwareDistance(*from, *to);
+  progress.isMadeByDistance =
+      m_hasDistanceRule && std::fabs(largestDistance - PartDistance(*from, *to)) > misc::kSameStep;
+  progress.isMade = progress.isMadeByDistance ||
+                    isReduced(PoleAwareDistance(*from, *second), progress.wholeAngle);
+  // The free axis turns off a pole in the first step, whatever the subdivision.
+  if (!progress.isMade && IsOnFirstPole(*from) && !IsFreeTurn(*from, *to))
+    progress.isMade = isReduced(SecondTurn(*from, *second), SecondTurn(*from, *to));
+  return progress;
+}
+
+// Whether a refinement has made the largest step smaller. What turns on a pole counts only where it
+// is the whole turn: then nothing was gained.
+bool zv5axInterpolator::IsReduced(Iterator from, Iterator to, bool leavesLastOut) const {
+  const Progress progress = Measure(from, to, leavesLastOut);
+  if (!progress.isMade) return false;
+  for (Iterator a = from; a != to; ++a) {
+    const Iterator b = std::next(a);
+    const bool isOnPole = a->GetPoleStatus() != 0 || b->GetPoleStatus() != 0;
+    if (isOnPole && std::fabs(a->AngleDistance(*b) - progress.wholeAngle) <= misc::kSameStep)
+      return false;
+  }
+  return true;
+}
+
+// Whether a move that took its free angle from the one before it lies on the first axis' pole.
+bool zv5axInterpolator::IsOnFirstPole(const Move& move) const {
+  if (move.GetPoleStatus() != 0) return false;
+  const cadcam::zvTPoint3d<double>& t = move.GetOrientation();
+  const double c = Dot(t / t.Length(), m_solver.GetKinematics().GetFirstWorkingDirection());
+  return std::fabs(c * c - 1) <= m_cone.eps;
+}
+
+// Whether nothing but the free axis turns so far off a pole that it needs a subdivision.
+bool zv5axInterpolator::IsFreeTurn(const Move& from, const Move& to) const {
+  return SecondTurn(from, to) < m_par.GetMaxAngleStep() && IsOnFirstPole(from);
 }
 
 void zv5axInterpolator::Thin(List& list, Iterator from, Iterator to) const {

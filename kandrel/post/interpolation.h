@@ -28,9 +28,12 @@ class KANDREL_API zv5axInterpolator {
   /// `solver` must outlive the object.
   zv5axInterpolator(const zv5axMoveSolver& solver, bool smallMoves);
 
+  /// How often a caller chooses the move ahead again, and then calls Between again, at most.
+  static constexpr int kMostRounds = 4;
+
   /// Puts the moves between `to` and the move before it. True when they follow one solution all the
-  /// way and only the step to `to` remains large, because `to` was chosen on the other solution:
-  /// the caller then chooses again against the last of them.
+  /// way and only the step to `to` remains large: the caller then chooses `to` again against the
+  /// last of them, and calls again. Inserted moves are chosen again here.
   bool Between(List& list, List::iterator to);
 
   /// Whether a move made so far was solved on a pole.
@@ -46,15 +49,24 @@ class KANDREL_API zv5axInterpolator {
   using Iterator = List::iterator;
 
   bool Subdivide(List& list, Iterator from, Iterator to, int depth);
+  bool Refine(List& list, Iterator first, Iterator move, int depth);
+  bool ChooseAgain(const Move& previous, Move& move) const;
   bool IsSkippedAtPole(const Move& from, const Move& to, double tolerance) const;
   std::uint32_t StepsByDistance(const Move& from, const Move& to) const;
   std::uint32_t StepsByAngle(const Move& from, const Move& to) const;
   bool IsStepTooLarge(const Move& a, const Move& b) const;
   bool IsWithinStep(const Move& a, const Move& b) const;
   void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count);
-  void CarryPole(const Move& from, const Move& to, Move& move) const;
-  enum class Progress { kMade, kNone, kAllButLast };
-  Progress Measure(Iterator from, Iterator to) const;
+  void CarryPole(const Move& from, const Move& to, const Move& previous, Move& move) const;
+  struct Progress {
+    double wholeAngle = 0;
+    bool isMade = false;
+    bool isMadeByDistance = false;
+  };
+  Progress Measure(Iterator from, Iterator to, bool leavesLastOut) const;
+  bool IsReduced(Iterator from, Iterator to, bool leavesLastOut) const;
+  bool IsOnFirstPole(const Move& move) const;
+  bool IsFreeTurn(const Move& from, const Move& to) const;
   void Thin(List& list, Iterator from, Iterator to) const;
   Move Solved(const cadcam::zvCNCMove& blended, zvPostedMove::Types type, const Move& previous,
               const zv5axMoveSolver::PoleCone& cone, std::int32_t sourceIndex, bool inserted) const;
@@ -68,7 +80,6 @@ class KANDREL_API zv5axInterpolator {
   bool m_hasDistanceRule;
   bool m_solves;  // interpolationMode 0
   bool m_hasMetPole = false;
-  Iterator m_current;
 };
 
 /// The larger of the circular distances of the angles that are determined in both moves; 0 if none.

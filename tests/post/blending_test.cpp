@@ -158,6 +158,19 @@ TEST_F(Blending, CubicInsertsNothingIntoLongFlatRuns) {
   }
 }
 
+// A curve that is nearly a parabola is steepest at an end of the run, not at a vertex far away.
+TEST_F(Blending, CubicThatIsNearlyAParabolaTakesItsSpacingFromTheRun) {
+  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  for (const double off : {1e-3, -1e-3}) {
+    const Moves moves =
+        Blended(Build({{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 + off, 5}}));
+    // 8 degrees a millimetre at the start: one every 3/8, and one falls next to the middle.
+    EXPECT_EQ(moves.size(), 5 + 26u);
+    for (std::size_t k = 2; k + 1 < moves.size(); ++k)
+      EXPECT_LE(moves[k].AngleDistance(moves[k - 1]), 5 + 1e-9);
+  }
+}
+
 TEST_F(Blending, MovesTakeTheFormOfTheirNeighbours) {
   Moves given = Build({{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}});
   given[2].SetFeed(300);

@@ -261,7 +261,8 @@ TEST_F(Interpolation, AMidpointIsForced) {
 
 TEST_F(Interpolation, IsThePlainOneOnRandomMoves) {
   tests::Seeded random;
-  int dropped = 0, emptied = 0, keptLast = 0, tooDeep = 0, skipped = 0, carried = 0, refused = 0;
+  int dropped = 0, emptied = 0, left = 0, refined = 0, chosenAgain = 0, freeTurns = 0, tooDeep = 0;
+  int skipped = 0, carried = 0, refused = 0;
   for (int run = 0; run < 3000; ++run) {
     SCOPED_TRACE(run);
     m_scene = tests::RandomScene(random);
@@ -302,16 +303,24 @@ TEST_F(Interpolation, IsThePlainOneOnRandomMoves) {
     tests::PassList<Move> tuned;
     tests::plain::Interpolator plain(solver, smallMoves);
     std::optional<std::list<Move>> expected;
+    bool isLeft = false;
     try {
-      tuned.list.PushBack(make(4));
+      Move& from = tuned.list.PushBack(make(4));
+      // As a fixed pole: its free angle is that of a move before it.
+      if (from.GetPoleStatus() == 1 && random.Chance(0.7)) {
+        Move before = from;
+        before.SetPoleStatus(0);
+        before.SetAngle(random.Real(-180, 180), 0);
+        solver.FixPoleAngle(before, from);
+      }
       tuned.list.PushBack(make(5));
-      expected = plain.Between(tuned.list.Front(), tuned.list.Back());
+      expected = plain.Between(tuned.list.Front(), tuned.list.Back(), isLeft);
     } catch (const post::zvPostException&) {
       ++refused;
       continue;
     }
     post::zv5axInterpolator interpolator(solver, smallMoves);
-    interpolator.Between(tuned.list, std::prev(tuned.list.end()));
+    ASSERT_EQ(interpolator.Between(tuned.list, std::prev(tuned.list.end())), isLeft);
     if (!expected) expected.emplace();
     ASSERT_EQ(tuned.list.GetCount(), expected->size() + 2);
     auto move = std::next(tuned.list.begin());
@@ -322,12 +331,16 @@ TEST_F(Interpolation, IsThePlainOneOnRandomMoves) {
     }
     dropped += plain.dropped;
     emptied += plain.emptied;
-    keptLast += plain.keptLast;
+    left += plain.left;
+    refined += plain.refined;
+    chosenAgain += plain.chosenAgain;
+    freeTurns += plain.freeTurns;
     tooDeep += plain.tooDeep;
     skipped += plain.skipped;
     carried += plain.carried;
   }
-  for (const int count : {dropped, emptied, keptLast, tooDeep, skipped, carried})
+  for (const int count :
+       {dropped, emptied, left, refined, chosenAgain, freeTurns, tooDeep, skipped, carried})
     EXPECT_GT(count, 3);
   EXPECT_LT(refused, 1500);
 }

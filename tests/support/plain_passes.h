@@ -262,14 +262,17 @@ class Interpolator {
 
   int dropped = 0;
   int emptied = 0;
-  int keptLast = 0;
+  int left = 0;
+  int refined = 0;
+  int chosenAgain = 0;
+  int freeTurns = 0;
   int tooDeep = 0;
   int skipped = 0;
   int carried = 0;
 
-  /// `isSettledLater`: `to` is the move that is chosen again afterwards.
-  std::optional<List> Between(const Move& from, const Move& to, bool isSettledLater = true,
-                              int depth = 0) {
+  /// `isLeft`: the step to `to` stays large until `to` is chosen again.
+  std::optional<List> Between(const Move& from, const Move& to, bool& isLeft, int depth = 0) {
+    isLeft = false;
     if (to.IsRapid() && !m_par.GetInterpolateRapidMoves()) return std::nullopt;
     if (depth >= 4) {
       ++tooDeep;
@@ -293,24 +296,33 @@ class Interpolator {
 
     list.push_front(from);
     list.push_back(to);
-    const bool hasFailed = NoProgress(list);
-    bool isLastKept = false;
-    if (hasFailed && isSettledLater) {
-      isLastKept = true;
-      for (auto b = std::next(list.begin()); std::next(b) != list.end(); ++b)
-        isLastKept = isLastKept && Turn(*std::prev(b), *b) < Turn(from, to);
-      keptLast += isLastKept;
-    }
-    if (hasFailed && !isLastKept) {
-      ++emptied;
+    const bool isMade = IsMade(list, false);
+    if (!isMade && IsOnFirstPole(from) && !TurnsBesides(from, to) && !IsMade(list, true)) {
+      ++freeTurns;
       return List{};
     }
-    for (auto b = std::next(list.begin()); b != list.end(); ++b) {
-      const bool isLast = std::next(b) == list.end();
-      if (IsWithinStep(*std::prev(b), *b) || (isLastKept && isLast)) continue;
-      if (auto more = Between(*std::prev(b), *b, isSettledLater && isLast, depth + 1))
-        list.splice(b, *more);
+    bool isChanged = false;
+    for (auto b = std::next(list.begin()); std::next(b) != list.end(); ++b) {
+      const Move a = *std::prev(b);
+      if (isChanged) isChanged = ChooseAgain(a, *b);
+      if (IsWithinStep(a, *b)) continue;
+      List more = Rounds(a, *b, isChanged, depth);
+      list.splice(b, more);
     }
+    const auto end = std::prev(list.end());
+    const Move last = *std::prev(end);
+    if (!IsWithinStep(last, to)) {
+      isLeft = !IsMadeByDistance(list.front(), to, n) && Turn(last, to) >= Turn(from, to) - 1e-6;
+      left += isLeft;
+      if (!isLeft)
+        if (auto more = Between(last, to, isLeft, depth + 1)) list.splice(end, *more);
+    }
+    if (!isMade && (!IsMade(list, isLeft) || TurnsAtOnce(list, isLeft))) {
+      ++emptied;
+      isLeft = false;
+      return List{};
+    }
+    refined += !isMade;
     if (depth == 0) Thin(list);
     if (list.size() < 3) return List{};
     list.pop_front();
@@ -386,13 +398,11 @@ class Interpolator {
         move.SetSourceIndex(from.GetSourceIndex());
         move.SetInserted(true);
       }
-      for (std::uint32_t status = 1; status <= 2; ++status) {
+      const std::uint32_t status = move.GetPoleStatus();
+      if (status != 0 && from.GetPoleStatus() != status && to.GetPoleStatus() != status) {
         const auto axis = static_cast<std::int16_t>(status - 1);
-        if (move.GetPoleStatus() != status || from.GetPoleStatus() == status ||
-            to.GetPoleStatus() == status ||
-            std::fabs(from.GetAngle(axis) - to.GetAngle(axis)) > 1e-6)
-          continue;
-        move.SetAngle(from.GetAngle(axis), axis);
+        const bool isSame = std::fabs(from.GetAngle(axis) - to.GetAngle(axis)) <= 1e-6;
+        move.SetAngle((isSame ? from : previous).GetAngle(axis), axis);
         ++carried;
       }
       list.push_back(move);
@@ -400,17 +410,94 @@ class Interpolator {
     return list;
   }
 
-  bool NoProgress(const List& list) const {
+  // The moves before `b`, which is chosen again as long as that helps.
+  List Rounds(const Move& a, Move& b, bool& isChanged, int depth) {
+    const double whole = Turn(a, b);
+    List made{a};
+    for (int round = 0; round < 4 && !IsWithinStep(made.back(), b); ++round) {
+      bool isLeft = false;
+      auto more = Between(made.back(), b, isLeft, depth + 1);
+      if (!more || more->empty()) break;
+      made.splice(made.end(), *more);
+      if (IsWithinStep(made.back(), b)) break;
+      const bool isOther = ChooseAgain(made.back(), b);
+      isChanged = isChanged || isOther;
+      if (!isOther && !isLeft) break;
+    }
+    if (made.size() > 1 && !IsWithinStep(made.back(), b) && Turn(made.back(), b) >= whole - 1e-6) {
+      made.erase(std::next(made.begin()), made.end());
+      isChanged = ChooseAgain(a, b) || isChanged;
+    }
+    made.pop_front();
+    return made;
+  }
+
+  bool ChooseAgain(const Move& previous, Move& move) {
+    Move old = move;
+    if (move.GetPoleStatus() != 0) {
+      const auto axis = static_cast<std::int16_t>(move.GetPoleStatus() - 1);
+      move.SetAngle(previous.GetAngle(axis), axis);
+    } else {
+      const post::zvRotarySolutions both =
+          m_solver.SolveAngles(move.GetPartPosition(), move.GetOrientation(),
+                               m_solver.MakePoleCone(), previous.GetAngle(0));
+      const post::zvRotarySolution& solution = both.Of(
+          post::TakesMirrorNext(previous.GetAngle(0), previous.GetAngle(1), both, m_par, m_solver));
+      move.SetAngle(solution.firstAngle, 0);
+      move.SetAngle(solution.secondAngle, 1);
+      move.SetMachinePosition(solution.position);
+    }
+    const bool isOther = old.GetAngle(0) != move.GetAngle(0) || old.GetAngle(1) != move.GetAngle(1);
+    chosenAgain += isOther;
+    return isOther;
+  }
+
+  bool IsOnFirstPole(const Move& move) const {
+    if (move.GetPoleStatus() != 0) return false;
+    const auto both = m_solver.SolveAngles({}, move.GetOrientation(), m_solver.MakePoleCone(), 0);
+    return both.poleStatus == 1;
+  }
+  static double SecondTurn(const Move& a, const Move& b) {
+    return Circular(a.GetAngle(1), b.GetAngle(1));
+  }
+  bool TurnsBesides(const Move& from, const Move& to) const {
+    return SecondTurn(from, to) >= m_par.GetMaxAngleStep();
+  }
+  // Even moves divide a distance; `n` of them.
+  bool IsMadeByDistance(const Move& from, const Move& to, int n) const {
+    const double length = Length(from, to);
+    return m_par.GetInterpolateByDistance() && length - length / (n + 1) > 1e-6;
+  }
+  bool IsMade(const List& list, bool leavesLastOut) const {
     double turn = 0;
+    double turnOffPole = 0;
     double length = 0;
     for (auto b = std::next(list.begin()); b != list.end(); ++b) {
-      turn = std::max(turn, Turn(*std::prev(b), *b));
-      length = std::max(length, Length(*std::prev(b), *b));
+      const Move& a = *std::prev(b);
+      length = std::max(length, Length(a, *b));
+      if (leavesLastOut && std::next(b) == list.end() && list.size() > 2) continue;
+      const bool isFirst = std::prev(b) == list.begin();
+      turn = std::max(turn, Turn(a, *b));
+      turnOffPole = std::max(turnOffPole, isFirst ? SecondTurn(a, *b) : Turn(a, *b));
     }
+    const Move& from = list.front();
+    const Move& to = list.back();
+    return turn < Turn(from, to) - 1e-6 ||
+           (IsOnFirstPole(from) && TurnsBesides(from, to) &&
+            turnOffPole < SecondTurn(from, to) - 1e-6) ||
+           (m_par.GetInterpolateByDistance() && std::fabs(length - Length(from, to)) > 1e-6);
+  }
+  // On a pole that the list crosses.
+  static bool TurnsAtOnce(const List& list, bool leavesLastOut) {
     const double whole = Turn(list.front(), list.back());
-    const bool angleFailed = turn >= whole || std::fabs(turn - whole) <= 1e-6;
-    if (!m_par.GetInterpolateByDistance()) return angleFailed;
-    return angleFailed && std::fabs(length - Length(list.front(), list.back())) <= 1e-6;
+    for (auto b = std::next(list.begin()); b != list.end(); ++b) {
+      const Move& a = *std::prev(b);
+      if (leavesLastOut && std::next(b) == list.end()) break;
+      if ((a.GetPoleStatus() != 0 || b->GetPoleStatus() != 0) &&
+          std::fabs(a.AngleDistance(*b) - whole) <= 1e-6)
+        return true;
+    }
+    return false;
   }
 
   void Thin(List& list) {

@@ -209,7 +209,7 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
     const auto previous = index != 0 ? std::prev(list.end()) : list.end();
     // After an undetermined move the solution is picked as for a first one, to interpolate to.
     const bool isFirstPick = !isPreviousDetermined;
-    bool isMirror = isFirstPick ? SelectFirst(solutions) : next(*previous, solutions);
+    const bool isMirror = isFirstPick ? SelectFirst(solutions) : next(*previous, solutions);
     const auto current = list.EmplaceWith(list.end(), [&] {
       return zv5axMoveSolver::MakeMove(move, reader.GetType(), solutions.Of(isMirror),
                                        solutions.poleStatus, static_cast<std::int32_t>(index),
@@ -217,20 +217,28 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
     });
     if (index != 0) {
       auto last = previous;
+      const auto settle = [&](const Move& before) {
+        const post::zvRotarySolution& solution = solutions.Of(next(before, solutions));
+        current->SetAngle(solution.firstAngle, 0);
+        current->SetAngle(solution.secondAngle, 1);
+        current->SetMachinePosition(solution.position);
+        current->SetPoleStatus(solutions.poleStatus);
+        m_solver.FixPoleAngle(before, *current);
+      };
       try {
         m_solver.FixPoleAngle(*previous, *current);
-        const bool isLastStepLeft = interpolator.Between(list, current);
+        bool isLastStepLeft = interpolator.Between(list, current);
         last = std::prev(current);
-        // The solution is settled against the move that stands just before it in the end.
+        // The solution is settled against the move that stands just before it in the end. A step
+        // left for that is subdivided then, whichever solution it leads to.
         if (last != previous || isFirstPick) {
-          const bool wasMirror = std::exchange(isMirror, next(*last, solutions));
-          const post::zvRotarySolution& solution = solutions.Of(isMirror);
-          current->SetAngle(solution.firstAngle, 0);
-          current->SetAngle(solution.secondAngle, 1);
-          current->SetMachinePosition(solution.position);
-          current->SetPoleStatus(solutions.poleStatus);
-          m_solver.FixPoleAngle(*last, *current);
-          if (isLastStepLeft && isMirror != wasMirror) interpolator.Between(list, current);
+          settle(*last);
+          for (int round = 0; isLastStepLeft && round < interpolator.kMostRounds; ++round) {
+            isLastStepLeft = interpolator.Between(list, current);
+            if (std::prev(current) == last) break;
+            last = std::prev(current);
+            settle(*last);
+          }
         }
       } catch (...) {
         // What fails between two moves leaves nothing behind the last that was settled.
