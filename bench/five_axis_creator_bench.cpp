@@ -277,6 +277,8 @@ void AddFiveAxisCreator(Suite& suite) {
       {"winding, per move at 10 times the length", "5ax/winding/10M", "5ax/winding/1M", 1.1});
 
   suite.instructionGoals.push_back(
+      {"thinning, per piece at 10 times the length", "5ax/thinning/1M", "5ax/thinning/100k", 1.1});
+  suite.instructionGoals.push_back(
       {"solve, small, over the closed form", "5ax/solve/1M", "5ax/closed_form/1M", 1.3});
   suite.instructionGoals.push_back(
       {"post, small, over the closed form", "5ax/post_small/1M", "5ax/closed_form/1M", 1.6});

@@ -15,6 +15,12 @@ namespace {
 
 constexpr int kDeepest = 4;
 
+// No smaller than the distance on the circle, but for rounding, and cheap.
+double PlainDistance(const zvPosted5axMove& a, const zvPosted5axMove& b) {
+  return std::max(std::fabs(a.GetAngle(0) - b.GetAngle(0)),
+                  std::fabs(a.GetAngle(1) - b.GetAngle(1)));
+}
+
 double SecondTurn(const zvPosted5axMove& a, const zvPosted5axMove& b) {
   return misc::CircularDistance(a.GetAngle(1), b.GetAngle(1));
 }
@@ -171,7 +177,10 @@ std::uint32_t zv5axInterpolator::StepsByAngle(const Move& from, const Move& to) 
 }
 
 bool zv5axInterpolator::IsStepTooLarge(const Move& a, const Move& b) const {
-  if (m_hasAngleRule && PoleAwareDistance(a, b) >= m_par.GetMaxAngleStep() - misc::kEqual)
+  constexpr double kBorder = 1e-9;  // far above rounding
+  const double step = m_par.GetMaxAngleStep();
+  if (m_hasAngleRule && !(PlainDistance(a, b) < step - kBorder) &&
+      PoleAwareDistance(a, b) >= step - misc::kEqual)
     return true;
   return m_hasDistanceRule && PartDistance(a, b) >= m_par.GetInterpolationDistance() - misc::kEqual;
 }
@@ -262,7 +271,8 @@ zv5axInterpolator::Progress zv5axInterpolator::Measure(Iterator from, Iterator t
   double largestDistance = 0;
   for (Iterator a = from; a != to; ++a) {
     const Iterator b = std::next(a);
-    if (a != from && !(leavesLastOut && b == to))
+    const bool counts = a != from && !(leavesLastOut && b == to);
+    if (counts && !(PlainDistance(*a, *b) <= largestAngle))
       largestAngle = std::max(largestAngle, PoleAwareDistance(*a, *b));
     if (m_hasDistanceRule) largestDistance = std::max(largestDistance, PartDistance(*a, *b));
   }
