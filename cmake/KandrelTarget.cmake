@@ -22,6 +22,24 @@ function(kandrel_target name)
   endif()
 endfunction()
 
+# kandrel_precompile(NAME HEADERS...): these headers are compiled once for the target.
+# kandrel_precompile(NAME REUSE_FROM OTHER): those of another target, compiled alike.
+# ccache keeps what is compiled with them only when told that it may.
+function(kandrel_precompile name)
+  if(ARGV1 STREQUAL "REUSE_FROM")
+    target_precompile_headers(${name} ${ARGN})
+  else()
+    target_precompile_headers(${name} PRIVATE ${ARGN})
+  endif()
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    target_compile_options(${name} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+  endif()
+  if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache$")
+    set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER
+      "env;CCACHE_SLOPPINESS=pch_defines,time_macros;${CMAKE_CXX_COMPILER_LAUNCHER}")
+  endif()
+endfunction()
+
 # kandrel_require(PACKAGE DEBIAN_NAME): finds a package or names the Debian package that brings it.
 macro(kandrel_require package debian)
   find_package(${package} QUIET)

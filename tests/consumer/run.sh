@@ -45,7 +45,7 @@ check shared "$work/shared/prefix"
 
 # What is proved here is the package, so the static library is built the quick way.
 cmake -S . -B build/static -G Ninja -DBUILD_SHARED_LIBS=OFF -DCMAKE_BUILD_TYPE=Debug \
-  -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKANDREL_BUILD_APP=OFF -DKANDREL_BUILD_TESTS=OFF >/dev/null
+  -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKANDREL_PRECOMPILE=ON -DKANDREL_BUILD_APP=OFF -DKANDREL_BUILD_TESTS=OFF >/dev/null
 cmake --build build/static -j "$jobs"
 cmake --install build/static --prefix "$work/static/prefix" >/dev/null
 check static "$work/static/prefix"

@@ -5,9 +5,19 @@
 #include <kandrel/misc/exception.h>
 
 #include <cstdint>
+#include <exception>
 #include <string>
+#include <typeinfo>
 
 namespace tests {
+
+// Out of line, since every statement that is checked has a ThrowsId of its own.
+namespace throws_id {
+testing::AssertionResult IsThat(const misc::zvException& thrown, const std::type_info& type,
+                                std::uint32_t id, const std::wstring& text);
+testing::AssertionResult IsAnother(const std::exception& thrown);
+testing::AssertionResult IsNothing();
+}  // namespace throws_id
 
 /// `action` throws exactly class `E` with this id, and with this text unless it is left out: the
 /// texts that belong to ids are checked where the tables of the class are.
@@ -17,15 +27,11 @@ testing::AssertionResult ThrowsId(Action&& action, std::uint32_t id,
   try {
     action();
   } catch (const E& e) {
-    if (typeid(e) != typeid(E))
-      return testing::AssertionFailure() << "thrown class is " << typeid(e).name();
-    if (e.GetId() != id || (!text.empty() && e.GetMessage() != text))
-      return testing::AssertionFailure() << "thrown is " << e.GetId() << ": " << e.what();
-    return testing::AssertionSuccess();
+    return throws_id::IsThat(e, typeid(E), id, text);
   } catch (const std::exception& e) {
-    return testing::AssertionFailure() << "thrown is a " << typeid(e).name() << ": " << e.what();
+    return throws_id::IsAnother(e);
   }
-  return testing::AssertionFailure() << "nothing thrown";
+  return throws_id::IsNothing();
 }
 
 /// `action` meets a null pointer.

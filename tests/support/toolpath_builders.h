@@ -13,46 +13,26 @@ namespace tests {
 inline constexpr auto kMetric = measures::zvUnitsFactory::metric;
 inline constexpr auto kInch = measures::zvUnitsFactory::inch;
 
-inline cadcam::zvMovePointer Move3(const Point& position, double feed = 1000, bool rapid = false,
-                                   const Point& orientation = {0, 0, 1}) {
-  return misc::MakeAutoPointer<cadcam::zv3axMove>(position, orientation, feed, rapid);
-}
-
-inline cadcam::zvMovePointer Move5(const Point& position, const Point& orientation,
-                                   double feed = 1000, bool rapid = false) {
-  return misc::MakeAutoPointer<cadcam::zv5axMove>(position, orientation, position + Point{1, 2, 3},
-                                                  Point{0, 1, 0}, 7u, true, feed, rapid);
-}
+cadcam::zvMovePointer Move3(const Point& position, double feed = 1000, bool rapid = false,
+                            const Point& orientation = {0, 0, 1});
+cadcam::zvMovePointer Move5(const Point& position, const Point& orientation, double feed = 1000,
+                            bool rapid = false);
 
 /// A toolpath of one pass and slice with a section for each call of Contour or Link.
 class PathBuilder {
  public:
   using Moves = std::vector<cadcam::zvMovePointer>;
 
-  explicit PathBuilder(measures::zvUnitsFactory::Units units = kMetric) : m_path(units) {
-    m_slice = misc::MakeAutoPointer<cadcam::zvTPSlice>();
-    const auto pass = misc::MakeAutoPointer<cadcam::zvTPPass>();
-    pass->push_back(m_slice);
-    m_path.push_back(pass);
-  }
+  explicit PathBuilder(measures::zvUnitsFactory::Units units = kMetric);
 
-  PathBuilder& Contour(const Moves& moves) {
-    return Section(misc::MakeAutoPointer<cadcam::zvTPContour>(), moves);
-  }
-  PathBuilder& Link(std::uint32_t type, const Moves& moves) {
-    return Section(misc::MakeAutoPointer<cadcam::zvTPLink>(type), moves);
-  }
+  PathBuilder& Contour(const Moves& moves);
+  PathBuilder& Link(std::uint32_t type, const Moves& moves);
 
   operator const cadcam::zvToolPath&() const { return m_path; }
   const cadcam::zvToolPath& Path() const { return m_path; }
 
  private:
-  PathBuilder& Section(const misc::zvAutoPointer<cadcam::zvTPSection>& section,
-                       const Moves& moves) {
-    for (const auto& move : moves) section->AddMove(move);
-    m_slice->push_back(section);
-    return *this;
-  }
+  PathBuilder& Section(const misc::zvAutoPointer<cadcam::zvTPSection>& section, const Moves& moves);
 
   cadcam::zvToolPath m_path;
   misc::zvAutoPointer<cadcam::zvTPSlice> m_slice;

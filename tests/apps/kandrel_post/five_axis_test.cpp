@@ -1,4 +1,5 @@
 // Toolpaths with a turning tool axis, posted on every kind of 5-axis machine.
+#include <kandrel-post/presets.h>
 #include <kandrel-post/rotary_motion.h>
 
 #include <cmath>

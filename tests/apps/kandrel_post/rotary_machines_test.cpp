@@ -1,4 +1,6 @@
 // 4- and 6-axis machines, through the command line's own entry.
+#include <kandrel-post/presets.h>
+
 #include <tuple>
 
 #include "posting_checks.h"
