@@ -23,6 +23,14 @@ inline constexpr double kAlignedSquared = 1e-24;
 /// steps (up to 6e-10 in length) would otherwise turn the path about a meaningless axis.
 inline constexpr double kOppositeAxis = 1e-10;
 
+/// |a + b| of two unit orientations up to which they count as opposite: the blend of such has lost
+/// all but ten digits of its direction at the middle.
+inline constexpr double kOpposite = 1e-6;
+
+/// How far the length of an orientation may be off 1 and still blend as a unit vector: text of six
+/// decimals keeps it.
+inline constexpr double kUnitLength = 1e-6;
+
 /// Arguments of the arc cosine this close to 1 or -1 count as exactly that: rounding of dot
 /// products of unit vectors would otherwise show as angles of up to 1e-8 rad.
 inline constexpr double kArcCosineSnap = 1e-10;

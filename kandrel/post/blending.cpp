@@ -2,7 +2,7 @@
 #include <kandrel/misc/polynomial.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/blending.h>
-#include <kandrel/post/interpolation.h>
+#include <kandrel/post/move_between.h>
 #include <kandrel/post/post_exception.h>
 
 #include <algorithm>
@@ -17,6 +17,7 @@ using List = misc::zvMemoryPoolList<Move>;
 using Iterator = List::iterator;
 using Point = cadcam::zvTPoint3d<double>;
 using Polynomial = mathdef::zvPolynomial<double>;
+using Ranges = std::array<zvRotaryRange, 2>;
 
 bool IsZero(double deg) {
   return std::fabs(deg) <= misc::kEqual;
@@ -38,30 +39,32 @@ Jump SignedJump(double from, double to) {
   return {reduced, reducedFrom < reducedTo ? -1.0 : 1.0};
 }
 
-// The arc length at which the curve turns by `step` where it is steepest.
+// The same for an axis of this range. Angles may have been wrapped into it before: where it has
+// room for a whole turn and the way round, the short way is taken.
+Jump JumpWithin(const zvRotaryRange& range, double from, double to) {
+  const Jump jump = SignedJump(from, to);
+  const double around = misc::kFullTurnDeg - jump.size;
+  if (jump.size > around && range.max - range.min >= misc::kFullTurnDeg + around)
+    return {around, -jump.sense};
+  return jump;
+}
+
+// The arc length at which the curve turns by `step` where it is steepest: at an end of the run, or
+// at the vertex of its slope, a parabola, where that lies inside. Infinite where nothing turns.
 double StepOnCurve(double step, const Polynomial& p, double length) {
   const Polynomial slope = p.Derivative();
   const Polynomial bend = slope.Derivative();
-  const double c0 = slope.GetCoefficient(0);
-  const double c1 = slope.GetCoefficient(1);
-  const double c2 = slope.GetCoefficient(2);
-  const double discriminant = c1 * c1 - 4 * c2 * c0;
-  // Next to 0 it is a product where the vertex would be a quotient: deliberate. Elsewhere the
-  // vertex of the slope, which lies between its roots where there are any.
-  const double x = std::fabs(discriminant) <= 1e-6
-                       ? -0.5 * c1 * c2
-                       : -bend.GetCoefficient(0) / bend.GetCoefficient(1);
-  // What is nearly a parabola has its vertex far beyond the run, where the slope has no end: there
-  // the run's ends are what counts.
-  if (std::fabs(discriminant) > 1e-6 && (x < -length || x > 2 * length))
-    return step / std::max(std::fabs(slope.Evaluate(0)), std::fabs(slope.Evaluate(length)));
-  return step / std::fabs(slope.Evaluate(x));
+  const double vertex = -bend.GetCoefficient(0) / bend.GetCoefficient(1);
+  double steepest = std::max(std::fabs(slope.Evaluate(0)), std::fabs(slope.Evaluate(length)));
+  if (vertex >= 0 && vertex <= length)
+    steepest = std::max(steepest, std::fabs(slope.Evaluate(vertex)));
+  return step / steepest;
 }
 
 class Run {
  public:
-  Run(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver, Iterator first,
-      Iterator last, int axis, std::uint32_t count)
+  Run(List& list, const zvKDRParam& par, const Ranges& ranges, const zv5axMoveSolver& solver,
+      Iterator first, Iterator last, int axis, std::uint32_t count)
       : m_list(list),
         m_par(par),
         m_solver(solver),
@@ -69,9 +72,10 @@ class Run {
         m_last(last),
         m_axis(static_cast<std::int16_t>(axis)),
         m_other(static_cast<std::int16_t>(1 - axis)),
+        m_range(ranges[static_cast<std::size_t>(m_other)]),
         m_count(count),
         m_start(first->GetAngle(m_other)),
-        m_jump(SignedJump(m_start, last->GetAngle(m_other))) {
+        m_jump(JumpWithin(m_range, m_start, last->GetAngle(m_other))) {
     for (Iterator move = first; move != last; ++move)
       m_length += PartDistance(*move, *std::next(move));
   }
@@ -121,7 +125,8 @@ class Run {
   bool IsWithinStep() const {
     for (Iterator move = m_first; move != m_last;) {
       ++move;
-      if (SignedJump(m_start, move->GetAngle(m_other)).size > m_par.GetMaxAngleStep()) return false;
+      if (JumpWithin(m_range, m_start, move->GetAngle(m_other)).size > m_par.GetMaxAngleStep())
+        return false;
     }
     return true;
   }
@@ -148,31 +153,14 @@ class Run {
     }
   }
 
-  // A move on the segment from a to b; its orientation is that of an end on the pole.
+  // A move on the segment from a to b; its orientation is that of an end on the run's pole. The
+  // other axis may stand at 0 by chance.
   Move BlendMove(const Move& a, const Move& b, double t, double other) const {
-    const bool isSmall = a.HasNoExtended() || b.HasNoExtended();
-    const auto isOnPole = [](const Move& move) {
-      return IsZero(move.GetAngle(0)) || IsZero(move.GetAngle(1));
-    };
-    if (!isOnPole(a) && !isOnPole(b)) return Move(isSmall);
-    const Point& orientation = isOnPole(a) ? a.GetOrientation() : b.GetOrientation();
-    const Point p_part = (1 - t) * a.GetPartPosition() + t * b.GetPartPosition();
-    const double feed = a.IsRapid() == b.IsRapid() ? (1 - t) * a.GetFeed() + t * b.GetFeed()
-                        : a.IsRapid()              ? b.GetFeed()
-                                                   : a.GetFeed();
-    const bool rapid = a.IsRapid() && b.IsRapid();
-    const double first = m_other == 0 ? other : 0;
-    const double second = m_other == 1 ? other : 0;
-    const Point p_mach = m_solver.MachinePosition(p_part, first, second);
-    if (isSmall)
-      return Move(p_mach, p_part, orientation, first, second, 0, feed, rapid, b.GetType());
-    const bool hasData = a.HasExtendedData() && b.HasExtendedData();
-    const auto blend = [t](const Point& from, const Point& to) { return (1 - t) * from + t * to; };
-    return Move(p_mach, p_part, orientation, first, second, 0, feed, rapid, b.GetType(),
-                hasData ? blend(a.GetExtendedPoint(), b.GetExtendedPoint()) : Point{},
-                hasData ? blend(a.GetExtendedVector(), b.GetExtendedVector()) : Point{0, 0, 1},
-                hasData && a.GetExtendedId() == b.GetExtendedId() ? a.GetExtendedId() : 0, hasData,
-                b.GetSourceIndex(), true);
+    const auto isOnPole = [this](const Move& move) { return IsZero(move.GetAngle(m_axis)); };
+    if (!isOnPole(a) && !isOnPole(b)) return Move(a.HasNoExtended() || b.HasNoExtended());
+    return MoveBetween(a, b, t, m_other == 0 ? other : 0, m_other == 1 ? other : 0,
+                       isOnPole(a) ? a.GetOrientation() : b.GetOrientation(),
+                       m_solver.GetKinematics());
   }
 
   // The mean slope of the other axis over half the run's length beyond one of its ends.
@@ -180,29 +168,37 @@ class Run {
     double length = 0;
     double turned = 0;
 
-    void Add(const Move& earlier, const Move& later, std::int16_t axis) {
+    void Add(const Move& earlier, const Move& later, std::int16_t axis,
+             const zvRotaryRange& range) {
       length += PartDistance(earlier, later);
-      const Jump jump = SignedJump(earlier.GetAngle(axis), later.GetAngle(axis));
+      const Jump jump = JumpWithin(range, earlier.GetAngle(axis), later.GetAngle(axis));
       turned += jump.size * jump.sense;
     }
   };
+
+  // A slope of the cubic. Neighbours may be as steep as they like, and as short; within three times
+  // the mean a cubic without reversed ends doesn't turn back (Fritsch and Carlson, 1980).
+  double Bounded(double slope) const {
+    const double steepest = 3 * m_jump.size / m_length;
+    return std::clamp(slope, -steepest, steepest);
+  }
 
   // p(0) = 0, p'(0) = mb, p(L) = jump, p'(L) = ma.
   Polynomial FitCubic() const {
     Slope after;
     for (Iterator a = m_last, b = std::next(a); b != m_list.end() && after.length < m_length / 2;
          a = b++)
-      after.Add(*a, *b, m_other);
+      after.Add(*a, *b, m_other, m_range);
     Slope before;
     for (Iterator b = m_first; b != m_list.begin() && before.length < m_length / 2; --b)
-      before.Add(*std::prev(b), *b, m_other);
+      before.Add(*std::prev(b), *b, m_other, m_range);
 
     const double l = m_length;
     const double jump = m_jump.size;
     // Rounds as the sums over run and neighbours would.
     const double afterLength = (after.length + l) - l;
-    const double ma = afterLength == 0 ? 0 : ((after.turned + jump) - jump) / afterLength;
-    const double mb = before.length == 0 ? 0 : before.turned / before.length;
+    const double ma = afterLength == 0 ? 0 : Bounded(((after.turned + jump) - jump) / afterLength);
+    const double mb = before.length == 0 ? 0 : Bounded(before.turned / before.length);
     const double quadratic = (3 * jump / l - 2 * mb - ma) / l;
     const double cubic = (ma + mb - 2 * jump / l) / (l * l);
     return Polynomial({0, mb, quadratic, cubic});
@@ -215,6 +211,7 @@ class Run {
   Iterator m_last;
   std::int16_t m_axis;   // stands at 0
   std::int16_t m_other;  // jumps
+  zvRotaryRange m_range;
   std::uint32_t m_count;
   double m_start;
   Jump m_jump;
@@ -223,14 +220,20 @@ class Run {
 
 }  // namespace
 
-std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver) {
+bool BlendsPoles(const zvKDRParam& par) {
+  return par.GetPoleHandling() == zvKDRParam::poleHandling2 ||
+         par.GetPoleHandling() == zvKDRParam::poleHandling3;
+}
+
+std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const Ranges& ranges,
+                         const zv5axMoveSolver& solver) {
+  if (!BlendsPoles(par)) return 0;
   const bool isCubic = par.GetPoleHandling() == zvKDRParam::poleHandling3;
-  if (!isCubic && par.GetPoleHandling() != zvKDRParam::poleHandling2) return 0;
   const zv5axMoveSolver::PoleCone cone = solver.MakePoleCone(par.GetPoleAngleTolerance());
   const Point& a1 = solver.GetKinematics().GetFirstWorkingDirection();
   // Whether turning the axis that isn't at 0 leaves the tool where it is.
   const auto turnsFreely = [&](const Move& move, int axisAtZero) {
-    if (axisAtZero == 0) return cone.onSecondPole;
+    if (axisAtZero == 0) return true;
     // Moves of linear axes hold a marker instead of their orientation.
     const Point t = par.GetInterpolationMode() == 0 ? move.GetOrientation()
                                                     : solver.GetKinematics().Orientation(move);
@@ -242,7 +245,8 @@ std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const zv5axMoveSolve
   std::uint32_t blended = 0;
   for (Iterator first = list.begin(); first != list.end();) {
     Iterator next = std::next(first);
-    for (std::int16_t axis = 0; axis < 2; ++axis) {
+    // Off the second axis' pole a stretch with the first at 0 is none, and may have one inside.
+    for (std::int16_t axis = cone.onSecondPole ? 0 : 1; axis < 2; ++axis) {
       if (IsZero(first->GetAngle(axis))) continue;
       std::uint32_t count = 0;
       bool isPole = true;
@@ -254,7 +258,7 @@ std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const zv5axMoveSolve
       if (count == 0 || last == list.end()) continue;
       // Found: the walk goes on from the end, whether or not the run is blended.
       next = last;
-      Run run(list, par, solver, first, last, axis, count);
+      Run run(list, par, ranges, solver, first, last, axis, count);
       if (isPole && run.IsToBeBlended())
         blended += isCubic ? run.BlendOnCubic() : run.BlendLinearly();
       break;

@@ -4,9 +4,11 @@
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/five_axis_solver.h>
+#include <kandrel/post/limit_checker.h>
 #include <kandrel/post/posted_move.h>
 #include <kandrel/post/posting_parameters.h>
 
+#include <array>
 #include <cstdint>
 
 namespace post {
@@ -18,11 +20,17 @@ namespace post {
 /// 1. Only runs on a pole are blended: there the other axis doesn't turn the tool. A stretch where
 ///    an axis merely happens to stand at 0 is left alone.
 /// 2. Runs before the first determined move are not blended, nor runs of no length.
-/// 3. Linear in the number of moves. Angles are not winded yet.
+/// 3. Linear in the number of moves. Angles are not winded yet, but may lie in their `ranges`.
+/// 4. The slopes of a cubic's ends are at most three times the run's mean.
 ///
 /// Steps and the way are those of `par`, the kinematics and the pole those of `solver`. Returns the
 /// number of poles blended. Throws zvPostException 5039 for more than 2^31 - 2 moves in one run.
 KANDREL_API std::uint32_t BlendPoles(misc::zvMemoryPoolList<zvPosted5axMove>& list,
-                                     const zvKDRParam& par, const zv5axMoveSolver& solver);
+                                     const zvKDRParam& par,
+                                     const std::array<zvRotaryRange, 2>& ranges,
+                                     const zv5axMoveSolver& solver);
+
+/// Whether poleHandling is one of the two.
+KANDREL_API bool BlendsPoles(const zvKDRParam& par);
 
 }  // namespace post

@@ -26,7 +26,7 @@ zv4axInterpolator::zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zv
 
 zvPosted4axMove zv4axInterpolator::Midpoint(const Move& from, const Move& to,
                                             double poleTolerance) const {
-  zvIntermediateMoves between(from, to, m_smallMoves);
+  zvIntermediateMoves between(from, to, m_smallMoves, zvBlendedOrientations::kUnitVectors);
   return At(between, 0.5, m_maker.MakePoleCone(poleTolerance));
 }
 
@@ -59,7 +59,7 @@ std::uint32_t zv4axInterpolator::CountBetween(const Move& from, const Move& to) 
 
 void zv4axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
                                         std::uint32_t count) const {
-  zvIntermediateMoves between(*from, *to, m_smallMoves);
+  zvIntermediateMoves between(*from, *to, m_smallMoves, zvBlendedOrientations::kUnitVectors);
   const double step = 1.0 / (count + 1.0);
   double t = 0;
   for (std::uint32_t k = 0; k < count; ++k) {

@@ -8,12 +8,17 @@
 
 namespace post {
 
+/// What orientations are blended: as they are, or those of another length than 1 as unit vectors.
+/// A linear blend of two lengths hardly turns near the longer one.
+enum class zvBlendedOrientations { kAsGiven, kUnitVectors };
+
 /// Rebuilds a source move from each of two posted moves and blends them; without their extended
 /// data when `smallMoves`. The moves between belong to the first one's place in the toolpath and
 /// have the second one's type.
 class KANDREL_API zvIntermediateMoves {
  public:
-  zvIntermediateMoves(const zvPostedMove& previous, const zvPostedMove& current, bool smallMoves);
+  zvIntermediateMoves(const zvPostedMove& previous, const zvPostedMove& current, bool smallMoves,
+                      zvBlendedOrientations orientations);
 
   /// The move at t, from 0 at the previous to 1 at the current one; valid until the next call.
   /// Between moves of different types the feed is the current one's. Throws zvcadcamException 2189
@@ -34,5 +39,10 @@ class KANDREL_API zvIntermediateMoves {
   bool m_smallMoves;
   bool m_typesDiffer;
 };
+
+/// Whether two orientations are opposite within 1e-6: all directions lie between them, and a blend
+/// is what rounding makes of it.
+KANDREL_API bool AreOpposite(const cadcam::zvTPoint3d<double>& a,
+                             const cadcam::zvTPoint3d<double>& b) noexcept;
 
 }  // namespace post

@@ -1,5 +1,6 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/post/blending.h>
 #include <kandrel/post/intermediate_moves.h>
 #include <kandrel/post/interpolation.h>
 #include <kandrel/post/solution_choice.h>
@@ -50,7 +51,8 @@ zv5axInterpolator::zv5axInterpolator(const zv5axMoveSolver& solver, bool smallMo
       m_smallMoves(smallMoves),
       m_hasAngleRule(m_par.GetMaxAngleStep() > 0),
       m_hasDistanceRule(m_par.GetInterpolateByDistance() && m_par.GetInterpolationDistance() > 0),
-      m_solves(m_par.GetInterpolationMode() == 0) {}
+      m_solves(m_par.GetInterpolationMode() == 0),
+      m_blendsPoles(BlendsPoles(m_par)) {}
 
 bool zv5axInterpolator::Between(List& list, List::iterator to) {
   const Iterator from = std::prev(to);
@@ -67,7 +69,8 @@ std::optional<zvPosted5axMove> zv5axInterpolator::Midpoint(const Move& from, con
                                                            double tolerance) const {
   if (IsSkippedAtPole(from, to, tolerance)) return std::nullopt;
   if (!m_solves) return Linear(from, to, 0.5);
-  zvIntermediateMoves between(from, to, m_smallMoves);
+  if (AreOpposite(from.GetOrientation(), to.GetOrientation())) return std::nullopt;
+  zvIntermediateMoves between(from, to, m_smallMoves, zvBlendedOrientations::kUnitVectors);
   return Solved(between.At(0.5), between.GetType(), from, m_solver.MakePoleCone(tolerance),
                 between.GetSourceIndex(), between.IsInserted());
 }
@@ -77,13 +80,16 @@ bool zv5axInterpolator::Subdivide(List& list, Iterator from, Iterator to, int de
   if (depth >= kDeepest || IsSkippedAtPole(*from, *to, misc::kNoValue)) return false;
   const std::uint32_t count = std::max(StepsByDistance(*from, *to), StepsByAngle(*from, *to));
   if (count == 0) return false;
+  // No direction lies between opposite ones more than any other.
+  if (m_solves && AreOpposite(from->GetOrientation(), to->GetOrientation())) return false;
   InsertEvenMoves(list, from, to, count);
   if (!m_solves) return false;
 
   const Progress progress = Measure(from, to, false);
   // A turn of the free axis off a pole can't be divided. Where nothing else needs it, the turn is
   // spread over the whole step when poles are blended.
-  if (!progress.isMade && IsFreeTurn(*from, *to) && !Measure(from, to, true).isMade) {
+  if (m_blendsPoles && !progress.isMade && IsFreeTurn(*from, *to) &&
+      !Measure(from, to, true).isMade) {
     EraseBetween(list, from, to);
     return false;
   }
@@ -96,10 +102,11 @@ bool zv5axInterpolator::Subdivide(List& list, Iterator from, Iterator to, int de
   }
   bool isLastLeft = false;
   if (IsStepTooLarge(*last, *to)) {
-    // A last step no smaller than the whole can only be mended by choosing `to` again, which its
-    // maker does.
-    isLastLeft = !progress.isMadeByDistance &&
-                 PoleAwareDistance(*last, *to) >= progress.wholeAngle - misc::kSameStep;
+    // A last step that turns no less than the whole can only be mended by choosing `to` again,
+    // which its maker does.
+    const double turn = PoleAwareDistance(*last, *to);
+    isLastLeft = m_hasAngleRule && turn >= m_par.GetMaxAngleStep() - misc::kEqual &&
+                 turn >= progress.wholeAngle - misc::kSameStep;
     if (!isLastLeft) isLastLeft = Subdivide(list, last, to, depth + 1);
   }
   // Beside a pole the first subdivision may turn more in a step than the whole: what counts is what
@@ -200,7 +207,7 @@ void zv5axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
     }
     return;
   }
-  zvIntermediateMoves between(*from, *to, m_smallMoves);
+  zvIntermediateMoves between(*from, *to, m_smallMoves, zvBlendedOrientations::kUnitVectors);
   Iterator previous = from;
   for (std::uint32_t k = 0; k < count; ++k) {
     t += step;
@@ -281,10 +288,10 @@ zv5axInterpolator::Progress zv5axInterpolator::Measure(Iterator from, Iterator t
   };
   Progress progress;
   progress.wholeAngle = PoleAwareDistance(*from, *to);
-  progress.isMadeByDistance =
+  const bool isMadeByDistance =
       m_hasDistanceRule && std::fabs(largestDistance - PartDistance(*from, *to)) > misc::kSameStep;
-  progress.isMade = progress.isMadeByDistance ||
-                    isReduced(PoleAwareDistance(*from, *second), progress.wholeAngle);
+  progress.isMade =
+      isMadeByDistance || isReduced(PoleAwareDistance(*from, *second), progress.wholeAngle);
   // The free axis turns off a pole in the first step, whatever the subdivision.
   if (!progress.isMade && IsOnFirstPole(*from) && !IsFreeTurn(*from, *to))
     progress.isMade = isReduced(SecondTurn(*from, *second), SecondTurn(*from, *to));

@@ -42,7 +42,7 @@ class KANDREL_API zv5axInterpolator {
   bool Solves() const noexcept { return m_solves; }
 
   /// The move halfway between two, solved whatever the size of the step; nothing where the two lie
-  /// at a pole within `tolerance` degrees.
+  /// at a pole within `tolerance` degrees or point in opposite directions.
   std::optional<Move> Midpoint(const Move& from, const Move& to, double tolerance) const;
 
  private:
@@ -61,7 +61,6 @@ class KANDREL_API zv5axInterpolator {
   struct Progress {
     double wholeAngle = 0;
     bool isMade = false;
-    bool isMadeByDistance = false;
   };
   Progress Measure(Iterator from, Iterator to, bool leavesLastOut) const;
   bool IsReduced(Iterator from, Iterator to, bool leavesLastOut) const;
@@ -79,6 +78,7 @@ class KANDREL_API zv5axInterpolator {
   bool m_hasAngleRule;
   bool m_hasDistanceRule;
   bool m_solves;  // interpolationMode 0
+  bool m_blendsPoles;
   bool m_hasMetPole = false;
 };
 

@@ -4,6 +4,7 @@
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/toolpath_builders.h>
 
+#include <array>
 #include <vector>
 
 namespace {
@@ -35,7 +36,7 @@ class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
   }
   Moves Blended(const Moves& given) {
     tests::PassList<Move> moves(given);
-    m_count = post::BlendPoles(moves.list, m_scene.par, m_scene.Solver());
+    m_count = post::BlendPoles(moves.list, m_scene.par, m_ranges, m_scene.Solver());
     return {moves.list.begin(), moves.list.end()};
   }
   static void ExpectLines(const Moves& moves, const std::vector<Line>& lines) {
@@ -55,6 +56,7 @@ class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
   static double Smooth(double jump, double u) { return jump * (3 * u * u - 2 * u * u * u); }
 
   tests::FiveAxisScene m_scene;
+  std::array<post::zvRotaryRange, 2> m_ranges{{{-1e5, 1e5}, {-1e5, 1e5}}};
   std::uint32_t m_count = 0;
 };
 
@@ -141,34 +143,57 @@ TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
   }
 }
 
-// Where the discriminant of the slope is 1e-6 or less the spacing comes out as good as endless:
-// moves are turned, none are inserted. Deliberate.
-TEST_F(Blending, CubicInsertsNothingIntoLongFlatRuns) {
+// Whatever the length of a run and the slopes beside it, its steps keep to the largest: long flat
+// runs, curves that are nearly a parabola with the vertex of their slope far away or steepest at an
+// end, and neighbours that turn at once.
+TEST_F(Blending, CubicKeepsTheStepWhateverItsShape) {
   m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
   const struct {
-    double jump, length;
+    std::vector<Line> given;
     std::size_t inserted;
-  } cases[] = {{11, 250, 5}, {11, 258, 0}, {10, 245, 0}, {90, 1000, 0}};
+  } cases[] = {
+      {{{0, 20, 5}, {125, 20, 0}, {250, 31, 5}}, 5},
+      {{{0, 20, 5}, {129, 20, 0}, {258, 31, 5}}, 5},
+      {{{0, 20, 5}, {500, 20, 0}, {1000, 110, 5}}, 45},
+      {{{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 + 1e-3, 5}}, 26},
+      {{{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 - 1e-3, 5}}, 26},
+      {{{-1e-3, 0, 5}, {0, 90, 5}, {5, 90, 0}, {10, 30, 5}, {10.001, -60, 5}}, 60},
+      {{{-1e-17, 0, 5}, {0, 90, 5}, {5, 90, 0}, {10, 30, 5}, {10 + 1e-14, 31, 5}}, 60},
+  };
   for (const auto& c : cases) {
-    const Moves moves =
-        Blended(Build({{0, 20, 5}, {c.length / 2, 20, 0}, {c.length, 20 + c.jump, 5}}));
-    ASSERT_EQ(moves.size(), 3 + c.inserted) << c.jump << " over " << c.length;
-    for (const Move& move : moves)
-      EXPECT_NEAR(move.GetAngle(0), 20 + Smooth(c.jump, move.GetPartPosition().x / c.length), 1e-9);
+    SCOPED_TRACE(&c - cases);
+    const Moves moves = Blended(Build(c.given));
+    EXPECT_EQ(moves.size(), c.given.size() + c.inserted);
+    for (std::size_t k = 1; k < moves.size(); ++k)
+      if (moves[k].GetAngle(1) == 0 || moves[k - 1].GetAngle(1) == 0) {
+        EXPECT_LE(moves[k].AngleDistance(moves[k - 1]), 5 + 1e-9) << k;
+      }
   }
 }
 
-// A curve that is nearly a parabola is steepest at an end of the run, not at a vertex far away.
-TEST_F(Blending, CubicThatIsNearlyAParabolaTakesItsSpacingFromTheRun) {
-  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
-  for (const double off : {1e-3, -1e-3}) {
-    const Moves moves =
-        Blended(Build({{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 + off, 5}}));
-    // 8 degrees a millimetre at the start: one every 3/8, and one falls next to the middle.
-    EXPECT_EQ(moves.size(), 5 + 26u);
-    for (std::size_t k = 2; k + 1 < moves.size(); ++k)
-      EXPECT_LE(moves[k].AngleDistance(moves[k - 1]), 5 + 1e-9);
+// Angles that a range from 0 up has wrapped: 20 degrees over the pole, unless there is no room.
+TEST_F(Blending, TakesTheShortWayWhereTheRangeHasRoom) {
+  const std::vector<Line> given{{0, 350, 5}, {5, 350, 0}, {10, 350, 0}, {20, 10, 5}};
+  const struct { double max, at5; } cases[] = {{1e5, 355}, {380, 355}, {379, 265}, {360, 265}};
+  for (const auto& c : cases) {
+    m_ranges[0] = {0, c.max};
+    const Moves moves = Blended(Build(given));
+    for (const Move& move : moves)
+      if (move.GetPartPosition().x == 5) {
+        EXPECT_NEAR(move.GetAngle(0), c.at5, 1e-9) << c.max;
+      }
   }
+}
+
+// The first axis stands at 0 by chance, and the true pole lies inside the stretch.
+TEST_F(Blending, AStretchOfTheFirstAxisIsNoPole) {
+  const Moves moves =
+      Blended(Build({{0, 10, 5}, {5, 0, 5}, {10, 0, 0}, {20, 0, 0}, {30, 70, 5}, {35, 80, 5}}));
+  EXPECT_EQ(m_count, 1u);
+  for (const Move& move : moves)
+    if (move.GetPartPosition().x == 20) {
+      EXPECT_NEAR(move.GetAngle(0), 42, 1e-9);
+    }
 }
 
 TEST_F(Blending, MovesTakeTheFormOfTheirNeighbours) {

@@ -4,6 +4,7 @@
 
 #include <kandrel/cadcam/cnc_move.h>
 #include <kandrel/post/five_axis_solver.h>
+#include <kandrel/post/intermediate_moves.h>
 #include <kandrel/post/move_traits.h>
 #include <kandrel/post/posting_parameters.h>
 #include <kandrel/post/solution_choice.h>
@@ -291,13 +292,15 @@ class Interpolator {
                             ? 0
                             : static_cast<int>(angle / m_par.GetMaxAngleStep());
     const int n = std::max(byDistance, byAngle);
-    if (n == 0) return std::nullopt;
+    if (n == 0 || post::AreOpposite(from.GetOrientation(), to.GetOrientation()))
+      return std::nullopt;
     List list = Even(from, to, n);
 
     list.push_front(from);
     list.push_back(to);
     const bool isMade = IsMade(list, false);
-    if (!isMade && IsOnFirstPole(from) && !TurnsBesides(from, to) && !IsMade(list, true)) {
+    if (m_par.GetPoleHandling() >= 2 && !isMade && IsOnFirstPole(from) && !TurnsBesides(from, to) &&
+        !IsMade(list, true)) {
       ++freeTurns;
       return List{};
     }
@@ -312,7 +315,7 @@ class Interpolator {
     const auto end = std::prev(list.end());
     const Move last = *std::prev(end);
     if (!IsWithinStep(last, to)) {
-      isLeft = !IsMadeByDistance(list.front(), to, n) && Turn(last, to) >= Turn(from, to) - 1e-6;
+      isLeft = Turn(last, to) >= std::max(m_par.GetMaxAngleStep() - 1e-12, Turn(from, to) - 1e-6);
       left += isLeft;
       if (!isLeft)
         if (auto more = Between(last, to, isLeft, depth + 1)) list.splice(end, *more);
@@ -462,11 +465,6 @@ class Interpolator {
   }
   bool TurnsBesides(const Move& from, const Move& to) const {
     return SecondTurn(from, to) >= m_par.GetMaxAngleStep();
-  }
-  // Even moves divide a distance; `n` of them.
-  bool IsMadeByDistance(const Move& from, const Move& to, int n) const {
-    const double length = Length(from, to);
-    return m_par.GetInterpolateByDistance() && length - length / (n + 1) > 1e-6;
   }
   bool IsMade(const List& list, bool leavesLastOut) const {
     double turn = 0;

@@ -11,6 +11,7 @@
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/retraction.h>
 #include <kandrel/post/rewinder.h>
+#include <kandrel/post/step_division.h>
 #include <kandrel/post/winding.h>
 
 #include <algorithm>
@@ -172,13 +173,22 @@ bool zvPosted5axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
 
 void zvPosted5axTPCreator::RepairAngles() {
   List& list = *m_posted.Get();
-  if (m_mayHavePoles) m_counts.blendedPoles = post::BlendPoles(list, GetPar(), m_solver);
+  if (m_mayHavePoles)
+    m_counts.blendedPoles =
+        post::BlendPoles(list, GetPar(), post::RotaryRangesOf(m_machDef), m_solver);
   const double largestStep = post::CalcWindedAngles(list);
   const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
                               GetToolLengthCompensationValue(), list.Front().HasNoExtended());
   m_counts.largeJumps =
       post::HandleLargeAngleJumps(list, largestStep, GetPar().GetMaxAngleJump(),
                                   [&](const Move& move) { return machine.Retract(move); });
+  DivideLargeSteps(largestStep);
+}
+
+// By the steps that the solutions were made with.
+void zvPosted5axTPCreator::DivideLargeSteps(double largestStep) {
+  post::DivideLargeSteps(*m_posted.Get(), largestStep, m_solver.GetParameters(),
+                         GetPar().GetMaxAngleJump(), m_solver.GetKinematics());
 }
 
 void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
@@ -435,6 +445,7 @@ zvLimitType zvPosted5axTPCreator::RotaryExcessAfterRewind(post::zvLimitChecker<M
     post::zvRewinder<Move, RepairMachine> rewinder(*m_posted.Get(), post::RotaryRangesOf(m_machDef),
                                                    GetPar(), smallMoves, machine);
     m_counts.rewindings += rewinder.Run();
+    DivideLargeSteps(misc::kNoValue);
   }
   return checker.RotaryExcess();
 }

@@ -106,6 +106,7 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   void FixFirstMoves();
   bool SelectFirst(const post::zvRotarySolutions& solutions) const;
   void RepairAngles();
+  void DivideLargeSteps(double largestStep);
   void CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax, bool smallMoves);
   post::zvLimitType RotaryExcessAfterRewind(post::zvLimitChecker<Move>& checker, bool smallMoves);
 

@@ -175,7 +175,8 @@ const post::zvPosted3axMove* zvPosted3axTPCreator::Interpolate(const Move& previ
   const double distance = (current->GetPartPosition() - previous.GetPartPosition()).Length();
   const std::uint32_t count = post::StepsByDistance(GetPar(), distance);
   if (count == 0) return &previous;
-  post::zvIntermediateMoves between(previous, *current, smallMoves);
+  post::zvIntermediateMoves between(previous, *current, smallMoves,
+                                    post::zvBlendedOrientations::kAsGiven);
   const Move* last = &previous;
   const double step = 1.0 / (count + 1.0);
   double t = 0;

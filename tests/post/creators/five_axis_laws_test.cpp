@@ -710,18 +710,33 @@ TEST(FiveAxisPaths, PolesAreBlendedWhateverTheLengthOfTheOrientation) {
   }
 }
 
-// What fails between two moves leaves the list as it stood before them.
+// What fails between two moves leaves the list as it stood before them. This machine reaches from
+// 30 to 90 degrees off its first axis, and the blend passes along it.
 TEST(FiveAxisPaths, AFailureBetweenTwoMovesLeavesNothingBehindTheFirst) {
   FiveAxisScene scene;
-  scene.par.SetMaxAngleStep(59);  // three moves between, the middle one without an orientation
-  const Source source{{{0, 0, 0}, {0.6, 0, 0.8}}, {{5, 0, 0}, {1, 0, 0}}, {{10, 0, 0}, {-1, 0, 0}}};
+  scene.machine.first = {0, 1, 0};
+  scene.machine.second = {0, 0.5, std::sqrt(0.75)};
+  const Source source{
+      {{0, 0, 0}, {0.6, 0.75, 0}}, {{5, 0, 0}, {0.6, 0.8, 0}}, {{10, 0, 0}, {-0.6, 0.8, 0}}};
   zvPosted5axTPCreator creator = scene.Creator();
   const PathBuilder builder = Build(source);
-  EXPECT_TRUE(tests::ThrowsId<cadcam::zvcadcamException>([&] { creator.Post(builder, false); },
-                                                         2189, L"Can't normalize null vector."));
-  ASSERT_EQ(creator.GetPostedList()->GetCount(), 2u);
+  EXPECT_TRUE(tests::ThrowsId<post::zvPostException>([&] { creator.Post(builder, false); }, 5000));
+  ASSERT_GE(creator.GetPostedList()->GetCount(), 2u);
   EXPECT_EQ(creator.GetPostedList()->Back().GetSourceIndex(), 1);
   EXPECT_FALSE(creator.GetPostedList()->Back().IsInserted());
+}
+
+// A reversal of the tool has no way that the path tells: it is a large jump.
+TEST(FiveAxisPaths, OppositeOrientationsAreAJumpAndNotABlend) {
+  const FiveAxisScene scene;
+  for (const double off : {0.0, 1e-7}) {
+    const Source source{{{0, 0, 0}, {0.6, off, 0.8}}, {{5, 0, 0}, {-0.6, off, -0.8}}};
+    zvPosted5axTPCreator creator = scene.Creator();
+    const auto list = creator.Post(Build(source), false);
+    EXPECT_EQ(creator.GetCounts().largeJumps, 1u);
+    ASSERT_EQ(list->GetCount(), 4u);
+    EXPECT_TRUE(std::next(list->begin())->IsRapid());
+  }
 }
 
 }  // namespace
