@@ -17,9 +17,9 @@ namespace post {
 /// dropped again, so that nothing is copied. Steps, modes and tolerances are those of the solver's
 /// parameters, read when the object is made.
 ///
-/// A step that is not above 0 switches its rule off. Throws what the solver throws for a blended
-/// orientation, zvcadcamException 2189 for one that blends to zero, and zvPostException 5039 for
-/// more than 2^31 - 2 moves at once.
+/// A step that is not above 0 switches its rule off. Between opposite orientations nothing is put:
+/// no direction lies between them more than any other. Throws what the solver throws for a blended
+/// orientation, and zvPostException 5039 for more than 2^31 - 2 moves at once.
 class KANDREL_API zv5axInterpolator {
  public:
   using Move = zvPosted5axMove;
