@@ -26,7 +26,11 @@ class KANDREL_API zvMoveGrabber : public zvCNCMoveVisitor {
 
 namespace post {
 
-using zvCNCMoveGrabber = cadcam::zvMoveGrabber;
+/// The same by the name that the kernel's interfaces know it under.
+class KANDREL_API zvCNCMoveGrabber : public cadcam::zvMoveGrabber {
+ public:
+  using zvMoveGrabber::zvMoveGrabber;
+};
 
 /// Reads a move as a grabber would, without copying it: the move must outlive the view.
 class KANDREL_API zvMoveView {

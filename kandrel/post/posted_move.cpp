@@ -173,12 +173,8 @@ bool zvPosted4axMove::operator==(const zvPosted4axMove& other) const {
          (zvPostedMove::operator==(other) && Equal(m_rotaryAngle, other.m_rotaryAngle));
 }
 
-void zvPosted5axMove::AddFirstWinds(std::int64_t turns) noexcept {
-  m_rotaryAngles[0] += Winds(turns);
-}
-
-void zvPosted5axMove::AddSecondWinds(std::int64_t turns) noexcept {
-  m_rotaryAngles[1] += Winds(turns);
+void zvPosted5axMove::AddWinds(std::int64_t turns, std::int16_t index) noexcept {
+  SetAngle(GetAngle(index) + Winds(turns), index);
 }
 
 double zvPosted5axMove::AngleDistance(const zvPosted5axMove& other) const noexcept {
@@ -197,16 +193,8 @@ zvPosted6axMove::zvPosted6axMove(zvPosted5axMove&& move, double thirdAngle) noex
       m_poleStatus(move.GetPoleStatus()),
       m_rotaryAngles{move.GetAngle(0), move.GetAngle(1), thirdAngle} {}
 
-void zvPosted6axMove::AddFirstWinds(std::int64_t turns) noexcept {
-  m_rotaryAngles[0] += Winds(turns);
-}
-
-void zvPosted6axMove::AddSecondWinds(std::int64_t turns) noexcept {
-  m_rotaryAngles[1] += Winds(turns);
-}
-
-void zvPosted6axMove::AddThirdWinds(std::int64_t turns) noexcept {
-  m_rotaryAngles[2] += Winds(turns);
+void zvPosted6axMove::AddWinds(std::int64_t turns, std::int16_t index) noexcept {
+  SetAngle(GetAngle(index) + Winds(turns), index);
 }
 
 double zvPosted6axMove::AngleDistance(const zvPosted6axMove& other) const noexcept {

@@ -190,9 +190,8 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
   void SetAngle(double deg, std::int16_t index) noexcept {
     if (index == 0 || index == 1) m_rotaryAngles[index == 1 ? 1 : 0] = deg;
   }
-  /// Adds `turns` times 360 degrees to the first, second angle.
-  void AddFirstWinds(std::int64_t turns) noexcept;
-  void AddSecondWinds(std::int64_t turns) noexcept;
+  /// Adds `turns` times 360 degrees to the angle of the index; any other index changes nothing.
+  void AddWinds(std::int64_t turns, std::int16_t index) noexcept;
   /// The larger of the two axes' circular distances, in [0, 180]; NaN where one is.
   double AngleDistance(const zvPosted5axMove& other) const noexcept;
 
@@ -211,24 +210,22 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
 /// Adds the angles of three rotary axes.
 class KANDREL_API zvPosted6axMove : public zvPostedMove {
  public:
-  using Angles = std::array<double, 3>;
-
   explicit zvPosted6axMove(bool smallMove) : zvPostedMove(smallMove) {}
   zvPosted6axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
-                  const Angles& angles, std::uint32_t poleStatus, double feed, bool rapid,
-                  Types type)
+                  double firstAngle, double secondAngle, double thirdAngle,
+                  std::uint32_t poleStatus, double feed, bool rapid, Types type)
       : zvPostedMove(machinePosition, partPosition, orientation, feed, rapid, type),
         m_poleStatus(poleStatus),
-        m_rotaryAngles(angles) {}
+        m_rotaryAngles{firstAngle, secondAngle, thirdAngle} {}
   zvPosted6axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
-                  const Angles& angles, std::uint32_t poleStatus, double feed, bool rapid,
-                  Types type, const Point& extendedPoint, const Point& extendedVector,
-                  std::uint32_t extendedId, bool hasExtendedData, std::int32_t sourceIndex,
-                  bool inserted)
+                  double firstAngle, double secondAngle, double thirdAngle,
+                  std::uint32_t poleStatus, double feed, bool rapid, Types type,
+                  const Point& extendedPoint, const Point& extendedVector, std::uint32_t extendedId,
+                  bool hasExtendedData, std::int32_t sourceIndex, bool inserted)
       : zvPostedMove(machinePosition, partPosition, orientation, feed, rapid, type, extendedPoint,
                      extendedVector, extendedId, hasExtendedData, sourceIndex, inserted),
         m_poleStatus(poleStatus),
-        m_rotaryAngles(angles) {}
+        m_rotaryAngles{firstAngle, secondAngle, thirdAngle} {}
 
   /// Everything of a 5-axis move, its extended block included, and a third angle.
   zvPosted6axMove(const zvPosted5axMove& move, double thirdAngle)
@@ -245,10 +242,8 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
   void SetAngle(double deg, std::int16_t index) noexcept {
     if (index >= 0 && index <= 2) m_rotaryAngles[static_cast<std::size_t>(index)] = deg;
   }
-  /// Adds `turns` times 360 degrees to the first, second, third angle.
-  void AddFirstWinds(std::int64_t turns) noexcept;
-  void AddSecondWinds(std::int64_t turns) noexcept;
-  void AddThirdWinds(std::int64_t turns) noexcept;
+  /// Adds `turns` times 360 degrees to the angle of the index; any other index changes nothing.
+  void AddWinds(std::int64_t turns, std::int16_t index) noexcept;
   /// The largest of the three axes' circular distances, in [0, 180]; NaN where one is.
   double AngleDistance(const zvPosted6axMove& other) const noexcept;
 
@@ -260,7 +255,7 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
 
  private:
   std::uint32_t m_poleStatus = 0;
-  Angles m_rotaryAngles{};
+  std::array<double, 3> m_rotaryAngles{};
 };
 
 }  // namespace post

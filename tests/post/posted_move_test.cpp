@@ -69,7 +69,7 @@ M Sample(bool small = true) {
   else if constexpr (std::is_same_v<M, zvPosted5axMove>)
     return Make<M>(small, 21.0, 22.0, 2u);
   else if constexpr (std::is_same_v<M, zvPosted6axMove>)
-    return Make<M>(small, zvPosted6axMove::Angles{21, 22, 23}, 1u);
+    return Make<M>(small, 21.0, 22.0, 23.0, 1u);
   else
     return Make<M>(small);
 }
@@ -271,7 +271,7 @@ TEST(PostedMove, OddIndicesReadTheFirstAngleAndStoreNothing) {
 }
 
 TEST(PostedMove, WindsAddWholeTurnsToTheirAxis) {
-  const auto check = [](auto move, std::int16_t axis, auto add) {
+  const auto check = [](auto move, std::int16_t axis) {
     const struct {
       double angle;
       std::int64_t turns;
@@ -286,17 +286,14 @@ TEST(PostedMove, WindsAddWholeTurnsToTheirAxis) {
       Numbers expected = Own(move);
       expected[static_cast<std::size_t>(axis)] = c.expected;
       move.SetAngle(c.angle, axis);
-      (move.*add)(c.turns);
+      move.AddWinds(c.turns, axis);
+      move.AddWinds(5, -1);  // neither of these is an axis
+      move.AddWinds(5, 3);
       EXPECT_EQ(Own(move), expected) << c.turns;
     }
   };
-  using Five = zvPosted5axMove;
-  using Six = zvPosted6axMove;
-  check(Sample<Five>(), 0, &Five::AddFirstWinds);
-  check(Sample<Five>(), 1, &Five::AddSecondWinds);
-  check(Sample<Six>(), 0, &Six::AddFirstWinds);
-  check(Sample<Six>(), 1, &Six::AddSecondWinds);
-  check(Sample<Six>(), 2, &Six::AddThirdWinds);
+  for (std::int16_t axis = 0; axis < 2; ++axis) check(Sample<zvPosted5axMove>(), axis);
+  for (std::int16_t axis = 0; axis < 3; ++axis) check(Sample<zvPosted6axMove>(), axis);
   zvPosted4axMove four(true);
   four.SetRotaryAngle(10);
   four.AddWinds(-2);

@@ -34,7 +34,7 @@ MovePointer Five(double v, double first, double second) {
   return At<zvPosted5axMove>(v, first, second, 0u);
 }
 MovePointer Six(double v) {
-  return At<zvPosted6axMove>(v, zvPosted6axMove::Angles{v, v, v}, 0u);
+  return At<zvPosted6axMove>(v, v, v, v, 0u);
 }
 
 template <class Visitor>

@@ -77,7 +77,7 @@ TEST(CsvWriter, WritesEveryColumnAndLeavesWhatAMoveLacksEmpty) {
     csv.Write(
         RowOf(zvPosted5axMove(Point(), Point(), Point(0, 0, 1), 1, 2, 1, 5, false,
                               post::zvPostedMove::link0, Point(), Point(), 0, false, 2, false)));
-    csv.Write(RowOf(post::zvPosted6axMove(Point(), Point(), Point(0, 0, 1), {1, 2, 3}, 2, 5, false,
+    csv.Write(RowOf(post::zvPosted6axMove(Point(), Point(), Point(0, 0, 1), 1, 2, 3, 2, 5, false,
                                           post::zvPostedMove::link1)));
   });
   EXPECT_EQ(text,
