@@ -2,9 +2,9 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
-#include <kandrel/misc/arc_cosine.h>
 #include <kandrel/misc/lanes.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/four_axis_kinematics.h>
 #include <kandrel/post/posted_move.h>
 #include <kandrel/post/turn.h>

@@ -17,6 +17,7 @@ struct KANDREL_API zvTurn {
   double sine = 0;
 
   static zvTurn OfDegrees(double deg) noexcept;
+  static zvTurn OfRadians(double rad) noexcept;
   zvTurn Reversed() const noexcept { return {cosine, -sine}; }
 };
 
