@@ -43,6 +43,10 @@ inline constexpr double kInsideLimits = 1e-15;
 /// How near a bisection on a pole comes to a limit plane before the plane is taken, in length.
 inline constexpr double kLimitPlane = 1e-13;
 
+/// Rotary axes at a smaller angle to each other, by its sine, count as parallel: rounding would
+/// turn the tool by degrees.
+inline constexpr double kParallelAxes = 1e-3;
+
 /// Largest difference of two sizes of step for which a subdivision counts as having brought
 /// nothing, and of two angles for which they count as the same in a pole's neighbourhood.
 inline constexpr double kSameStep = 1e-6;

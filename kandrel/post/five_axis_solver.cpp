@@ -29,7 +29,7 @@ zv5axMoveSolver::zv5axMoveSolver(const zv5axMachDef& machDef, const zvKDRParam& 
       m_c2(Dot(m_a2, m_s)),
       m_k(1 / (1 - m_c12 * m_c12)),
       m_n(Cross(m_a1, m_a2)),
-      m_isParallel(m_n.SquaredLength() <= misc::kOnAxis * misc::kOnAxis),
+      m_isParallel(m_n.SquaredLength() < misc::kParallelAxes * misc::kParallelAxes),
       m_sCrossA2(Cross(m_s, m_a2)) {
   if (!m_isParallel) m_n.Normalize();
   if (par.GetPoleHandling() == zvKDRParam::keepWithinLimits)
