@@ -26,8 +26,8 @@ class KANDREL_API zvCNCMove {
 
   virtual void SetPosition(const zvTPoint3d<double>& position);
   virtual void SetOrientation(const zvTPoint3d<double>& orientation);
-  virtual const zvTPoint3d<double>& GetPosition() const;
-  virtual const zvTPoint3d<double>& GetOrientation() const;
+  virtual const zvTPoint3d<double>& GetPosition() const { return m_position; }
+  virtual const zvTPoint3d<double>& GetOrientation() const { return m_orientation; }
   /// Calls the visitor's slot of the move's own class.
   virtual void AcceptVisitor(zvCNCMoveVisitorSetter& visitor);
   virtual void AcceptVisitor(zvCNCMoveVisitor& visitor) const;

@@ -1,9 +1,9 @@
 // Angle arithmetic in one place. Degrees, unless a name ends in Rad.
 #pragma once
 
-#include <kandrel/misc/arc_cosine.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/misc/trigonometry.h>
 
 #include <algorithm>
 #include <cmath>

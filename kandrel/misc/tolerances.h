@@ -13,7 +13,8 @@ inline constexpr double kNoValue = 1e308;
 /// Largest difference per element for an axis system to count as the identity.
 inline constexpr double kAxisIdentity = 1e-5;
 
-/// |a - b|^2 at or above which two unit directions are different for a 3-axis path: 1e-6 rad.
+/// |a - b|^2 at or above which two unit directions are different for a path of 3 axes, and one is
+/// off the machine's cone for a path of 4: 1e-6 rad, far above what nine decimals round by.
 inline constexpr double kDirectionDifferenceSquared = 1e-12;
 
 /// |a - b|^2 below which two unit directions need no alignment: 1e-12 in length.
@@ -42,7 +43,8 @@ inline constexpr double kFarFromSnap = 0.9999;
 /// by rounding.
 inline constexpr double kUnreachable = 1e-8;
 
-/// A point this near to a pivot, or a direction this parallel to an axis (sine), is not turned.
+/// A point this near to a pivot or to the axis of a 4-axis machine, or a direction this parallel to
+/// an axis (sine), is not turned.
 inline constexpr double kOnAxis = 1e-12;
 
 /// Slack of the test whether a position on a pole lies inside the linear limits: exact in practice.
@@ -50,6 +52,10 @@ inline constexpr double kInsideLimits = 1e-15;
 
 /// How near a bisection on a pole comes to a limit plane before the plane is taken, in length.
 inline constexpr double kLimitPlane = 1e-13;
+
+/// Rotary axes at a smaller angle to each other, by its sine, count as parallel: rounding would
+/// turn the tool by degrees.
+inline constexpr double kParallelAxes = 1e-3;
 
 /// Largest difference of two sizes of step for which a subdivision counts as having brought
 /// nothing, and of two angles for which they count as the same in a pole's neighbourhood.

@@ -1,5 +1,6 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/alignment.h>
 #include <kandrel/post/post_exception.h>
 
@@ -50,8 +51,8 @@ Matrix RotationBetween(const Point& a, const Point& b) {
   const double t = misc::SafeAcosRad(Dot(a, b));
   const Matrix k = CrossProductMatrix(n);
   const Matrix kk = k * k;
-  const double sine = std::sin(t);
-  const double versine = 1 - std::cos(t);
+  const auto [sine, cosine] = misc::SineAndCosineOfRadians(t);
+  const double versine = 1 - cosine;
   Matrix r = Matrix::Identity();
   for (std::size_t i = 0; i < 3; ++i)
     for (std::size_t j = 0; j < 3; ++j) r(i, j) += sine * k(i, j) + versine * kk(i, j);

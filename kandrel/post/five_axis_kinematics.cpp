@@ -46,8 +46,7 @@ Point zv5axKinematics::Orientation(const zvTurn& first, const zvTurn& second) co
 }
 
 Point zv5axKinematics::OrientationFromAnglesRad(double firstRad, double secondRad) const noexcept {
-  return Orientation({std::cos(firstRad), std::sin(firstRad)},
-                     {std::cos(secondRad), std::sin(secondRad)});
+  return Orientation(zvTurn::OfRadians(firstRad), zvTurn::OfRadians(secondRad));
 }
 
 Point zv5axKinematics::OrientationFromAngles(double firstDeg, double secondDeg) const noexcept {

@@ -1,5 +1,6 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/angles.h>
+#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/five_axis_solver.h>
 #include <kandrel/post/flat_moves.h>
 #include <kandrel/post/post_exception.h>
@@ -28,7 +29,7 @@ zv5axMoveSolver::zv5axMoveSolver(const zv5axMachDef& machDef, const zvKDRParam& 
       m_c2(Dot(m_a2, m_s)),
       m_k(1 / (1 - m_c12 * m_c12)),
       m_n(Cross(m_a1, m_a2)),
-      m_isParallel(m_n.SquaredLength() <= misc::kOnAxis * misc::kOnAxis),
+      m_isParallel(m_n.SquaredLength() < misc::kParallelAxes * misc::kParallelAxes),
       m_sCrossA2(Cross(m_s, m_a2)) {
   if (!m_isParallel) m_n.Normalize();
   if (par.GetPoleHandling() == zvKDRParam::keepWithinLimits)
@@ -37,7 +38,7 @@ zv5axMoveSolver::zv5axMoveSolver(const zv5axMachDef& machDef, const zvKDRParam& 
 
 zv5axMoveSolver::PoleCone zv5axMoveSolver::MakePoleCone(double deg) const {
   if (deg >= misc::kNoValue) deg = m_par->GetPoleAngleTolerance();
-  const double cosine = std::cos(deg * misc::kRadiansPerDegree);
+  const double cosine = misc::SineAndCosineOfDegrees(deg).cosine;
   PoleCone cone{1 - cosine * cosine, false, m_c2, m_c2 * m_c2};
   if (std::fabs(cone.q2 - 1) <= cone.eps) {
     cone.onSecondPole = true;

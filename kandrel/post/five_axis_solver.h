@@ -66,8 +66,8 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   PoleCone MakePoleCone(double deg = misc::kNoValue) const;
 
   /// Both solutions for a tip and an orientation. Throws zvcadcamException 2189 for an orientation
-  /// that is exactly zero and for axes of rotation that are exactly parallel, zvPostException 5000
-  /// for an orientation that the machine can't reach.
+  /// that is exactly zero and for axes of rotation less than 1e-3 rad off parallel, zvPostException
+  /// 5000 for an orientation that the machine can't reach.
   zvRotarySolutions SolveAngles(const Point& p_part, const Point& orientation, const PoleCone& cone,
                                 double lastFirstAngle) const;
 
@@ -126,7 +126,7 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   double m_c2;        // A2s . S
   double m_k;         // 1 / (1 - c12^2)
   Point m_n;          // A1s x A2s, normalised
-  bool m_isParallel;  // A1s x A2s is exactly zero
+  bool m_isParallel;  // or nearly so
   Point m_sCrossA2;   // S x A2s
 };
 

@@ -15,6 +15,16 @@ constexpr int kDeepest = 8;
 
 }  // namespace
 
+struct zv4axInterpolator::Blend {
+  Blend(const zvOrientationCone& cone, const Move& from, const Move& to, bool smallMoves)
+      : moves(from, to, smallMoves, zvBlendedOrientations::kUnitVectors),
+        staysOnCone(cone.IsNear(from.GetOrientation().Normalized()) &&
+                    cone.IsNear(to.GetOrientation().Normalized())) {}
+
+  zvIntermediateMoves moves;
+  bool staysOnCone;
+};
+
 zv4axInterpolator::zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zvKDRParam& par,
                                      bool smallMoves)
     : m_maker(maker),
@@ -26,15 +36,15 @@ zv4axInterpolator::zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zv
 
 zvPosted4axMove zv4axInterpolator::Midpoint(const Move& from, const Move& to,
                                             double poleTolerance) const {
-  zvIntermediateMoves between(from, to, m_smallMoves, zvBlendedOrientations::kUnitVectors);
-  return At(between, 0.5, m_maker.MakePoleCone(poleTolerance));
+  Blend blend(m_maker.GetKinematics().GetCone(), from, to, m_smallMoves);
+  return At(blend, 0.5, m_maker.MakePoleCone(poleTolerance));
 }
 
 void zv4axInterpolator::Refine(List& list, Iterator from, Iterator to, int depth) const {
   if (to->IsRapid() && !m_par.GetInterpolateRapidMoves()) return;
   if (depth >= kDeepest) return;
   const std::uint32_t count = CountBetween(*from, *to);
-  if (count == 0) return;
+  if (count == 0 || IsJump(*from, *to)) return;
   InsertEvenMoves(list, from, to, count);
   if (!HasProgress(from, to)) {
     for (Iterator move = std::next(from); move != to;) move = list.Erase(move);
@@ -42,8 +52,7 @@ void zv4axInterpolator::Refine(List& list, Iterator from, Iterator to, int depth
   }
   for (Iterator first = from; first != to;) {
     const Iterator second = std::next(first);
-    if (IsStepTooLarge(*first, *second) && !IsJump(*first, *second))
-      Refine(list, first, second, depth + 1);
+    if (IsStepTooLarge(*first, *second)) Refine(list, first, second, depth + 1);
     first = second;
   }
   ThinOut(list, from, to, [this](const Move& a, const Move& b) { return !IsStepTooLarge(a, b); });
@@ -59,12 +68,12 @@ std::uint32_t zv4axInterpolator::CountBetween(const Move& from, const Move& to) 
 
 void zv4axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
                                         std::uint32_t count) const {
-  zvIntermediateMoves between(*from, *to, m_smallMoves, zvBlendedOrientations::kUnitVectors);
+  Blend blend(m_maker.GetKinematics().GetCone(), *from, *to, m_smallMoves);
   const double step = 1.0 / (count + 1.0);
   double t = 0;
   for (std::uint32_t k = 0; k < count; ++k) {
     t += step;
-    list.EmplaceWith(to, [&] { return At(between, t, m_cone); });
+    list.EmplaceWith(to, [&] { return At(blend, t, m_cone); });
   }
 }
 
@@ -104,11 +113,12 @@ bool zv4axInterpolator::IsJump(const Move& a, const Move& b) const {
   return turn.SquaredLength() <= misc::kEqual * misc::kEqual;
 }
 
-zvPosted4axMove zv4axInterpolator::At(zvIntermediateMoves& between, double t,
+zvPosted4axMove zv4axInterpolator::At(Blend& blend, double t,
                                       const zvPosted4axMoveMaker::PoleCone& cone) const {
+  zvIntermediateMoves& between = blend.moves;
   const zvMoveView move(between.At(t));
-  const cadcam::zvTPoint3d<double> dir_tool =
-      m_maker.GetKinematics().OntoCone(move.GetOrientation());
+  cadcam::zvTPoint3d<double> dir_tool = move.GetOrientation();
+  if (blend.staysOnCone) dir_tool = m_maker.GetKinematics().GetCone().Onto(dir_tool);
   Move posted = m_maker.Make(move, dir_tool, between.GetType(), between.GetSourceIndex(),
                              between.IsInserted(), cone, m_smallMoves);
   posted.SetOrientation(dir_tool);

@@ -17,7 +17,9 @@ namespace post {
 /// that are still too large, down to the eighth level; and at each level drops what came out denser
 /// than needed. The moves between are blended as toolpath moves and solved like them. A blend of
 /// two orientations lies off the machine's cone unless that is flat: it is brought back onto it, so
-/// that orientation and angle belong together.
+/// that orientation and angle belong together; but not where one of the two lies off the maker's
+/// cone, as after a change of the creator's machine. Two that point alike within 1e-12 are divided
+/// by distance only.
 ///
 /// A step that is not above 0 switches its rule off. Rapid moves get none by angle, and none at all
 /// without InterpolateRapidMoves. Throws zvcadcamException 2189 for an orientation that blends to
@@ -43,6 +45,8 @@ class KANDREL_API zv4axInterpolator {
   Move Midpoint(const Move& from, const Move& to, double poleTolerance) const;
 
  private:
+  struct Blend;
+
   void Refine(List& list, Iterator from, Iterator to, int depth) const;
   std::uint32_t CountBetween(const Move& from, const Move& to) const;
   void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count) const;
@@ -50,7 +54,7 @@ class KANDREL_API zv4axInterpolator {
   bool IsStepTooLarge(const Move& a, const Move& b) const;
   bool IsTooFar(const Move& a, const Move& b) const;
   bool IsJump(const Move& a, const Move& b) const;
-  Move At(zvIntermediateMoves& between, double t, const zvPosted4axMoveMaker::PoleCone& cone) const;
+  Move At(Blend& blend, double t, const zvPosted4axMoveMaker::PoleCone& cone) const;
 
   const zvPosted4axMoveMaker& m_maker;
   const zvKDRParam& m_par;

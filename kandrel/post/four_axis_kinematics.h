@@ -12,18 +12,35 @@
 namespace post {
 
 /// The orientations that a machine reaches: the cone that its spindle sweeps about its rotary axis.
-class zvOrientationCone {
+/// All directions are unit vectors.
+class KANDREL_API zvOrientationCone {
  public:
   using Point = cadcam::zvTPoint3d<double>;
 
   /// `machDef` is normalised.
   explicit zvOrientationCone(const zv4axMachDef& machDef)
       : m_axis(machDef.GetRotationDirection()),
-        m_cosine(Dot(machDef.GetSpindleDirection(), m_axis)) {}
+        m_spindle(machDef.GetSpindleDirection()),
+        m_cosine(Dot(m_spindle, m_axis)),
+        m_sine(Cross(m_spindle, m_axis).Length()) {}
 
-  /// Whether a unit vector lies on it, within 1e-12 of its cosine to the axis.
+  /// Whether a direction lies on it, within 1e-12 of its cosine to the axis.
   bool Holds(const Point& dir_tool) const noexcept {
     return std::fabs(Dot(dir_tool, m_axis) - m_cosine) <= misc::kEqual;
+  }
+  /// Whether it does but for the decimals that it was written with: less than 1e-6 rad off.
+  bool IsNear(const Point& dir_tool) const {
+    return Holds(dir_tool) ||
+           (dir_tool - Onto(dir_tool)).SquaredLength() < misc::kDirectionDifferenceSquared;
+  }
+  /// The direction of the cone that has the same turn; the given one where it lies there; the
+  /// spindle for one along the axis, which has no turn.
+  Point Onto(const Point& dir_tool) const;
+  /// The same for a direction near the cone; any other as it is.
+  Point OntoIfNear(const Point& dir_tool) const {
+    if (Holds(dir_tool)) [[likely]]
+      return dir_tool;
+    return IsNear(dir_tool) ? Onto(dir_tool) : dir_tool;
   }
 
   const Point& GetAxis() const noexcept { return m_axis; }
@@ -31,7 +48,9 @@ class zvOrientationCone {
 
  private:
   Point m_axis;
+  Point m_spindle;
   double m_cosine;
+  double m_sine;
 };
 
 /// Forward and inverse kinematics of a machine with one rotary axis. What a definition means:
@@ -68,18 +87,16 @@ class KANDREL_API zv4axKinematics {
     return AngleOfCosine(x, Dot(m_spindleCrossAxis, dir_tool) < 0);
   }
 
-  /// The unit vector of the cone with the turn of a direction of unit length, which itself where it
-  /// already lies there within 1e-12; the spindle for a direction along the axis, which has none.
-  Point OntoCone(const Point& dir_tool) const;
+  const zvOrientationCone& GetCone() const noexcept { return m_cone; }
 
   Point MachinePosition(const Point& p_part, double deg) const noexcept {
     return MachinePosition(p_part, zvTurn::OfDegrees(deg));
   }
   Point MachinePosition(const Point& p_part, const zvTurn& turn) const noexcept {
     const Point q = p_part + *m_partOrigin;
-    const Point p_mach = m_isOnTable
-                             ? Rotate(q, m_axis, m_pivot, turn) + m_toolVector
-                             : q + m_pivot + Rotate(m_toolVector, m_axis, {}, turn.Reversed());
+    const Point p_mach =
+        m_isOnTable ? RotateOffLine(q, m_axis, m_pivot, turn) + m_toolVector
+                    : q + m_pivot + RotateOffLine(m_toolVector, m_axis, {}, turn.Reversed());
     return OnLinearAxes(p_mach);
   }
   Point MachinePosition(const zvPosted4axMove& move) const noexcept {
@@ -104,13 +121,13 @@ class KANDREL_API zv4axKinematics {
  private:
   friend class zv4axPairSolver;
 
+  zvOrientationCone m_cone;
   bool m_isOnTable;
   Point m_spindle;
   Point m_axis;  // reversed for an axis in the head, so that an angle on either side turns the part
   Point m_pivot;
-  Point m_toolVector;  // L s
-  double m_along;      // spindle . axis
-  double m_alongSquared;
+  Point m_toolVector;        // L s
+  double m_alongSquared;     // of the spindle . axis
   Point m_spindleCrossAxis;  // (t x s) . a is t . (s x a)
   bool m_isIdentity;
   cadcam::zvMatrix<double, 4, 4> m_inverseAxes;

@@ -1,6 +1,5 @@
+#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/four_axis_move_maker.h>
-
-#include <cmath>
 
 namespace post {
 
@@ -10,7 +9,7 @@ zvPosted4axMoveMaker::zvPosted4axMoveMaker(const zv4axMachDef& machDef, const zv
 
 zvPosted4axMoveMaker::PoleCone zvPosted4axMoveMaker::MakePoleCone(double deg) const {
   if (deg == misc::kNoValue) deg = m_par->GetPoleAngleTolerance();
-  const double cosine = std::cos(deg * misc::kRadiansPerDegree);
+  const double cosine = misc::SineAndCosineOfDegrees(deg).cosine;
   return {1 - cosine * cosine};
 }
 

@@ -35,7 +35,8 @@ class KANDREL_API zvPosted4axMoveMaker {
 
   /// The posted move for a tool along `dir_tool`, the move's orientation as a unit vector.
   /// `sourceIndex` and `inserted` go into the extended block, which a small move doesn't have.
-  /// Nothing is checked: off the machine's cone the angle is that of no orientation.
+  /// An orientation less than 1e-6 rad off the machine's cone is solved as the one on it, and kept
+  /// as it is. Nothing is checked: farther off the angle is that of no orientation.
   zvPosted4axMove Make(const zvMoveView& move, const Point& dir_tool, zvPostedMove::Types type,
                        std::int32_t sourceIndex, bool inserted, const PoleCone& cone,
                        bool smallMoves) const {
@@ -57,7 +58,8 @@ class KANDREL_API zvPosted4axMoveMaker {
 
   /// Sets them for the part position that the move has.
   void Solve(zvPosted4axMove& posted, const Point& dir_tool, const PoleCone& cone) const {
-    const zvSolvedAngle angle = m_kinematics.Angle(dir_tool, cone.eps);
+    const Point dir_solved = m_kinematics.GetCone().OntoIfNear(dir_tool);
+    const zvSolvedAngle angle = m_kinematics.Angle(dir_solved, cone.eps);
     posted.SetRotaryAngle(angle.deg);
     posted.SetMachinePosition(m_kinematics.MachinePosition(posted.GetPartPosition(), angle.turn));
   }

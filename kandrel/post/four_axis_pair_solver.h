@@ -2,9 +2,9 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
-#include <kandrel/misc/arc_cosine.h>
 #include <kandrel/misc/lanes.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/four_axis_kinematics.h>
 #include <kandrel/post/posted_move.h>
 #include <kandrel/post/turn.h>
@@ -57,13 +57,14 @@ class zv4axPairSolver {
     Points p_mach;
     if (m_kinematics.m_isOnTable) {
       const ArmOf<Lanes> arm(q, m_axis, m_pivot);
-      // Nor is a point off the axis that is not finite, or whose square isn't.
-      if (!misc::AreAll(arm.IsOffAxis())) return false;
+      // What is not finite, or whose square isn't, makes no finite arm.
+      if (!misc::AreAll(misc::And(arm.IsOffLine(), arm.across.SquaredLength() <= m_largest)))
+        return false;
       p_mach = arm.Turned(m_axis, m_pivot, x, sine) + m_toolVector;
     } else {
       if (!misc::AreAll(q.x * 0.0 + q.y * 0.0 + q.z * 0.0 == misc::Spread(0))) return false;
       const ArmOf<Lanes> arm(m_toolVector, m_axis, {});
-      const bool turns = misc::AreAll(arm.IsOffAxis());
+      const bool turns = misc::AreAll(arm.IsOffLine());
       p_mach = q + m_pivot + (turns ? arm.Turned(m_axis, {}, x, -sine) : m_toolVector);
     }
     Set(a, 0, p_mach, deg);

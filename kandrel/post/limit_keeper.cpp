@@ -1,6 +1,7 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/host_hooks.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/limit_keeper.h>
 
 #include <array>
@@ -99,8 +100,8 @@ bool zvLimitKeeper::TurnOnCircle(const Place& place, Point& position, double& fi
   // The angle from where the tip stands at angle 0 to the target, about +Z; the working direction
   // may be -Z.
   const Point zero = place.At(0);
-  const double fromZero = std::atan2(zero.y - m_pivot.y, zero.x - m_pivot.x);
-  const double toTarget = std::atan2(target.y - m_pivot.y, target.x - m_pivot.x);
+  const double fromZero = misc::ArcTangent(zero.y - m_pivot.y, zero.x - m_pivot.x);
+  const double toTarget = misc::ArcTangent(target.y - m_pivot.y, target.x - m_pivot.x);
   const double sign = place.kinematics.GetFirstWorkingDirection().z;
   const double angle = misc::WrapTo180(sign * (toTarget - fromZero) * misc::kDegreesPerRadian);
   // Angle and position must belong together, which they don't where the second angle tilts the

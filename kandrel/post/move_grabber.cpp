@@ -19,14 +19,29 @@ void zvMoveGrabber::Visit(const zvCNCMove&) {
 
 namespace post {
 
-void zvMoveView::ExtendedFinder::Visit(const cadcam::zv5axMove& move) {
-  extended = &move;
-}
+namespace {
 
-void zvMoveView::ExtendedFinder::Visit(const cadcam::zv3axMove&) {}
+// Finds the move's own class; a plain one is refused.
+class ExtendedFinder final : public cadcam::zvCNCMoveVisitor {
+ public:
+  void Visit(const cadcam::zv5axMove& move) override { extended = &move; }
+  void Visit(const cadcam::zv3axMove&) override {}
+  void Visit(const cadcam::zvCNCMove&) override { throw zvPostException(2503); }
 
-void zvMoveView::ExtendedFinder::Visit(const cadcam::zvCNCMove&) {
-  throw zvPostException(2503);
+  const cadcam::zv5axMove* extended = nullptr;
+};
+
+}  // namespace
+
+zvMoveView zvMoveView::Asked(const cadcam::zvCNCMove& move) {
+  zvMoveView view;
+  view.m_base = &move;
+  view.m_position = &move.GetPosition();
+  view.m_orientation = &move.GetOrientation();
+  ExtendedFinder finder;
+  move.AcceptVisitor(finder);
+  view.m_extended = finder.extended;
+  return view;
 }
 
 }  // namespace post

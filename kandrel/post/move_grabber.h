@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/cnc_move.h>
 
 #include <cstdint>
+#include <typeinfo>
 
 namespace cadcam {
 
@@ -40,11 +41,15 @@ class KANDREL_API zvMoveView {
   /// A view of nothing, to be assigned to.
   zvMoveView() = default;
   /// Throws zvPostException 2503 for a plain zvCNCMove.
-  explicit zvMoveView(const cadcam::zvCNCMove& move)
-      : m_base(&move), m_position(&move.GetPosition()), m_orientation(&move.GetOrientation()) {
-    ExtendedFinder finder;
-    move.AcceptVisitor(finder);
-    m_extended = finder.extended;
+  explicit zvMoveView(const cadcam::zvCNCMove& move) : m_base(&move) {
+    // Nearly all are of this class and of none derived from it: no need to ask them by four calls.
+    if (&typeid(move) == &typeid(cadcam::zv5axMove)) [[likely]] {
+      m_extended = static_cast<const cadcam::zv5axMove*>(&move);
+      m_position = &move.zvCNCMove::GetPosition();
+      m_orientation = &move.zvCNCMove::GetOrientation();
+    } else {
+      *this = Asked(move);
+    }
   }
 
   const Point& GetPosition() const noexcept { return *m_position; }
@@ -65,15 +70,8 @@ class KANDREL_API zvMoveView {
   }
 
  private:
-  // Finds the move's own class; a plain one is refused.
-  class KANDREL_API ExtendedFinder final : public cadcam::zvCNCMoveVisitor {
-   public:
-    void Visit(const cadcam::zv5axMove& move) override;
-    void Visit(const cadcam::zv3axMove& move) override;
-    void Visit(const cadcam::zvCNCMove& move) override;
-
-    const cadcam::zv5axMove* extended = nullptr;
-  };
+  // A view of its own: so that the compiler may keep the constructed one in registers.
+  static zvMoveView Asked(const cadcam::zvCNCMove& move);
 
   const cadcam::zvCNCMove* m_base = nullptr;
   const cadcam::zv5axMove* m_extended = nullptr;

@@ -449,7 +449,7 @@ class zvRewinder {
 
   Move Bisect(const Move& a, const Move& b, double target, bool isUpward) const {
     // arcsine of 1e-8, degrees: a pole tolerance of next to nothing.
-    const double eps = std::acos(std::sqrt(1 - 1e-16)) * misc::kDegreesPerRadian;
+    const double eps = misc::ArcCosine(std::sqrt(1 - 1e-16)) * misc::kDegreesPerRadian;
     Move low = a;
     Move high = b;
     for (int count = 0; count <= 2048; ++count) {

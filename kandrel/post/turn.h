@@ -17,6 +17,7 @@ struct KANDREL_API zvTurn {
   double sine = 0;
 
   static zvTurn OfDegrees(double deg) noexcept;
+  static zvTurn OfRadians(double rad) noexcept;
   zvTurn Reversed() const noexcept { return {cosine, -sine}; }
 };
 
@@ -37,6 +38,11 @@ struct ArmOf {
     return misc::And(squared > misc::Spread<Number>(kSquare),
                      across.SquaredLength() > kSquare * squared);
   }
+  /// False within 1e-12 of the line, at any distance from the pivot; the direction is a unit
+  /// vector.
+  auto IsOffLine() const {
+    return across.SquaredLength() > misc::Spread<Number>(misc::kOnAxis * misc::kOnAxis);
+  }
   /// Rodrigues' rotation, right-handed: v cos + (D x v) sin + D (D.v)(1 - cos) from the pivot.
   Point Turned(const Point& direction, const Point& pivot, Number cosine, Number sine) const {
     return pivot + v * cosine + across * sine + direction * (Dot(direction, v) * (1.0 - cosine));
@@ -53,6 +59,17 @@ inline cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
                                          const zvTurn& turn) noexcept {
   const ArmOf<double> arm(p, direction, pivot);
   if (!arm.IsOffAxis()) [[unlikely]]
+    return p;
+  return arm.Turned(direction, pivot, turn.cosine, turn.sine);
+}
+
+/// The same, but one that lies on the line is told by its distance.
+inline cadcam::zvTPoint3d<double> RotateOffLine(const cadcam::zvTPoint3d<double>& p,
+                                                const cadcam::zvTPoint3d<double>& direction,
+                                                const cadcam::zvTPoint3d<double>& pivot,
+                                                const zvTurn& turn) noexcept {
+  const ArmOf<double> arm(p, direction, pivot);
+  if (!arm.IsOffLine()) [[unlikely]]
     return p;
   return arm.Turned(direction, pivot, turn.cosine, turn.sine);
 }

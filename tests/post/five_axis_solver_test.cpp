@@ -145,7 +145,8 @@ TEST(FiveAxisSolver, NamesPolesAndLeavesTheirAngleAtZero) {
   secondPole.machine.first = {0, 1, 0};
   secondPole.machine.second = InPlaneXZ(0.005);
   FiveAxisScene bothPoles = secondPole;
-  bothPoles.machine.first = InPlaneXZ(-0.009);
+  bothPoles.par.SetPoleAngleTolerance(0.1);
+  bothPoles.machine.first = InPlaneXZ(-0.09);
   const struct {
     const FiveAxisScene& scene;
     Point orientation;
@@ -212,10 +213,12 @@ TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
       const Point p(v[0], v[1], v[2]), t(v[3], v[4], v[5]);
       EXPECT_TRUE(ThrowsId<zvPostException>([&] { SolveMove(solver, p, t); }, 5039)) << axis;
     }
-  // Parallel rotary axes: the definition refuses equal directions only. Of the second pair rounding
-  // leaves a vector product of 1e-16.
-  const std::array<std::pair<Point, Point>, 2> parallels{
-      {{{1, 0, 0}, {-1, 0, 0}}, {{1, 1, 1}, {1 + 1e-15, 1, 1}}}};
+  // Rotary axes that are parallel or nearly so: the definition refuses equal directions only. Of
+  // the second pair rounding leaves a vector product of 1e-16.
+  const std::array<std::pair<Point, Point>, 4> parallels{{{{1, 0, 0}, {-1, 0, 0}},
+                                                          {{1, 1, 1}, {1 + 1e-15, 1, 1}},
+                                                          {{1, 0, 0}, {1, 1e-5, 0}},
+                                                          {{1, 0, 0}, {-1, 0, 0.999e-3}}}};
   for (const auto& [a1, a2] : parallels) {
     FiveAxisScene parallel;
     parallel.machine.first = a1;
@@ -224,6 +227,11 @@ TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
     for (const Point& orientation : {Point{1, 0, 0}, Point{0, 0, 1}, Point{0.6, 0, 0.8}})
       EXPECT_TRUE(IsNull([&] { SolveMove(parallelSolver, {}, orientation); }));
   }
+  FiveAxisScene skew;
+  skew.machine.first = {0, 1.001e-3, 1};
+  skew.machine.second = {0, 0, 1};
+  skew.machine.spindle = {1, 0, 0};
+  EXPECT_NO_THROW(SolveMove(skew.Solver(), {}, {1, 0, 0}));
 }
 
 TEST(FiveAxisSolver, CarriesTheMoveIntoBothSolutions) {

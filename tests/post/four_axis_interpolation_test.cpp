@@ -50,7 +50,10 @@ class PlainInterpolator {
     if (byDistance && distance < Length(a, b)) n = static_cast<int>(Length(a, b) / distance) + 1;
     if (!b.IsRapid() && m_par.GetMaxAngleStep() + 1e-12 < Circular(a, b))
       n = std::max(n, static_cast<int>(Circular(a, b) / m_par.GetMaxAngleStep()));
-    if (n == 0) return std::nullopt;
+    const Point apart = b.GetOrientation().Normalized() - a.GetOrientation().Normalized();
+    const bool isJump =
+        apart.Length() <= 1e-12 && !(byDistance && Length(a, b) >= distance - 1e-12);
+    if (n == 0 || isJump) return std::nullopt;
     List list{a};
     double t = 0;
     for (int k = 0; k < n; ++k) {
@@ -103,7 +106,7 @@ class PlainInterpolator {
   zvPosted4axMove At(const zvPosted4axMove& a, const zvPosted4axMove& b, double t) const {
     Point o = (1 - t) * a.GetOrientation() + t * b.GetOrientation();
     o.Normalize();
-    o = m_maker.GetKinematics().OntoCone(o);
+    o = m_maker.GetKinematics().GetCone().Onto(o);
     const double feed = a.IsRapid() == b.IsRapid() ? (1 - t) * a.GetFeed() + t * b.GetFeed()
                         : a.IsRapid()              ? b.GetFeed()
                                                    : a.GetFeed();
@@ -175,20 +178,26 @@ TEST(FourAxisInterpolation, EqualsThePlainForm) {
   EXPECT_GT(emptied, 0);
 }
 
-// Both point alike, so that the move between stands where no angle of theirs does: by an angle that
-// is larger by next to nothing. Only where distance brings nothing either does that count.
+// Both point nearly alike, so that the move between stands where no angle of theirs does: by an
+// angle that is larger by next to nothing. Only where distance brings nothing either does that
+// count. Two that point alike are not divided at all.
 TEST(FourAxisInterpolation, DropsASubdivisionThatBringsNothing) {
-  for (const bool byDistance : {false, true}) {
+  const struct {
+    bool byDistance;
+    double apart;  // degrees
+    std::uint32_t count;
+  } cases[] = {{false, 1e-9, 3}, {true, 1e-9, 2}, {false, 1e-12, 2}, {true, 1e-12, 2}};
+  for (const auto& [byDistance, apart, count] : cases) {
     FourAxisScene scene;
     scene.par.SetInterpolateByDistance(byDistance);
     const auto maker = scene.Maker();
-    const Point o = scene.DirectionAt(10);
     misc::zvMemoryPoolProvider provider;
     zv4axInterpolator::List list(provider);
-    for (const double deg : {5.0, 10 - 5e-7})
-      list.EmplaceBack(Point(), Point(), o, deg, 100.0, false, post::zvPostedMove::noLink);
+    for (const auto& [deg, at] : {std::pair{5.0, 10.0}, {10 - 5e-7, 10 + apart}})
+      list.EmplaceBack(Point(), Point(), scene.DirectionAt(at), deg, 100.0, false,
+                       post::zvPostedMove::noLink);
     zv4axInterpolator(maker, scene.par, true).Between(list, std::prev(list.end()));
-    EXPECT_EQ(list.GetCount() == 2, byDistance);
+    EXPECT_EQ(list.GetCount(), count) << byDistance << ' ' << apart;
   }
 }
 

@@ -61,7 +61,7 @@ class RepairMachine {
 };
 
 void RequireOn(const post::zvOrientationCone& cone, const Point& dir_tool) {
-  if (!cone.Holds(dir_tool)) throw zvPostException(5030);
+  if (!cone.IsNear(dir_tool)) throw zvPostException(5030);
 }
 
 // Posts one move after the other to the end of a list.

@@ -16,7 +16,7 @@
 /// around large jumps, and keeps limits by shifting and rewinding.
 ///
 /// 1. Orientations must lie on the cone that the spindle sweeps about the rotary axis, which may
-///    have any opening.
+///    have any opening; one less than 1e-6 rad off it is solved as the one on it of the same turn.
 /// 2. Angles of the list run on past a turn; the control's wrapping is the last step of a posting.
 /// 3. Limits are checked as told by limitsCheck before that. Linear limits are checked before a
 ///    rewinding: its lifts and turns are not checked.
@@ -62,7 +62,7 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
   /// without passes, or with an empty first one, gives an empty list whatever else it holds.
   ///
   /// Throws zvPostException 5032, 5033 for units that differ; 5044 for a toolpath that can't be
-  /// aligned; 5030 for an orientation off the cone by more than 1e-12 in its cosine; 5010 to 5013
+  /// aligned; 5030 for an orientation 1e-6 rad or more off the cone; 5010 to 5013
   /// and 5015 to 5018 for a limit that is broken (limitsCheck 1, 2) or can't be kept (3); 5046 for
   /// an unknown limitsCheck, after the posting; 5039 for what is infinite or NaN, and for counts of
   /// moves beyond 2^31 - 2; 5008 for a retraction to limits (retractToLimits) from outside them;

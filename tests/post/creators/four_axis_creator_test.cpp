@@ -238,8 +238,8 @@ TEST(FourAxisCreator, TellsWhatIsWrong) {
     std::uint32_t id;
   } cases[] = {
       {"nothing", good, nothing, 0},
-      {"off the cone", with(1, {1e-11, 0, 1}), nothing, 5030},
-      {"hardly off the cone", with(1, {5e-13, 0, 1}), nothing, 0},
+      {"off the cone", with(1, {1.001e-6, 0, 1}), nothing, 5030},
+      {"hardly off the cone", with(1, {0.999e-6, 0, 1}), nothing, 0},
       {"zero orientation", with(2, {0, 0, 0}), nothing, 2189},
       {"NaN", with(2, {0, kNaN, 1}), nothing, 5039},
       {"infinite", with(0, {0, 0, 1}, {0, -kInfinity, 0}), nothing, 5039},

@@ -1,4 +1,5 @@
-// The arc cosine of the kernel: one result on every machine, alone or two at once.
+// Sine, cosine, arc cosine and arc tangent of the kernel: one result on every machine. The system's
+// own pick their code, and with it the last bit, by what the processor can do.
 #pragma once
 
 #include <kandrel/misc/export.h>
@@ -9,6 +10,22 @@
 #include <type_traits>
 
 namespace misc {
+
+struct zvSineAndCosine {
+  double sine = 0;
+  double cosine = 1;
+};
+
+/// Each within 0.9 units in the last place, and exact at multiples of 90 degrees, for an angle of
+/// any size as it stands: whole turns are taken off without rounding. A zero is positive. NaN for
+/// what is not finite.
+KANDREL_API zvSineAndCosine SineAndCosineOfDegrees(double deg) noexcept;
+/// The same of radians, of any size as well; no multiple of a right angle is a number but 0.
+KANDREL_API zvSineAndCosine SineAndCosineOfRadians(double rad) noexcept;
+
+/// The angle from (1, 0) to (x, y) in radians, in [-pi, pi], within 2 units in the last place. 0
+/// for (0, 0); NaN for what is not finite.
+KANDREL_API double ArcTangent(double y, double x) noexcept;
 
 namespace detail {
 
@@ -36,9 +53,8 @@ inline Number ArcSineExcess(Number z) noexcept {
 
 }  // namespace detail
 
-/// In radians, for an argument in [-1, 1]; NaN for any other. Within 2 units in the last place: the
-/// arc sine up to a half, by acos x = 2 asin sqrt((1 - x) / 2) above it. The system's own picks its
-/// code, and with it the last bit, by what the processor can do.
+/// In radians, for an argument in [-1, 1]; NaN for any other. Within 1.5 units in the last place:
+/// the arc sine up to a half, by acos x = 2 asin sqrt((1 - x) / 2) above it.
 inline double ArcCosine(double x) noexcept {
   const double size = std::fabs(x);
   if (size <= 0.5) return kPi / 2 - std::copysign(size + size * detail::ArcSineExcess(x * x), x);
