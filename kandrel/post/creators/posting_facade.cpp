@@ -17,17 +17,17 @@ namespace {
 template <class Creator>
 using Of = std::type_identity<Creator>;
 
-auto CastFor(Of<zvPosted3axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast3ax(machDef);
+const post::zv3axMachDef& CastFor(Of<zvPosted3axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As3ax(machDef);
 }
-auto CastFor(Of<zvPosted4axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast4ax(machDef);
+const post::zv4axMachDef& CastFor(Of<zvPosted4axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As4ax(machDef);
 }
-auto CastFor(Of<zvPosted5axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast5ax(machDef);
+const post::zv5axMachDef& CastFor(Of<zvPosted5axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As5ax(machDef);
 }
-auto CastFor(Of<zvPosted6axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast6ax(machDef);
+const post::zv6axMachDef& CastFor(Of<zvPosted6axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As6ax(machDef);
 }
 
 template <class Creator>
