@@ -39,10 +39,17 @@ std::uint64_t zvToolPath::GetMoveCount() const {
 }
 
 void zvToolPath::Scale(measures::zvUnitsFactory::Units, double factor) {
-  // A null fails here, before any move is changed: half a path in other units must not be left.
-  for (const zvMovePointer& move : *this) static_cast<void>(*move);
+  // A null fails in the first walk, before any move is changed: half a path in other units must not
+  // be left. The walks take the lists themselves, as the iterators of a path need memory.
+  const auto walk = [this](const auto& take) {
+    for (const auto& pass : Children())
+      for (const auto& slice : pass->Children())
+        for (const auto& section : slice->Children())
+          for (const zvMovePointer& move : *section) take(*move);
+  };
+  walk([](const zvCNCMove&) {});
   zvCNCMoveScaleVisitor visitor(factor);
-  for (const zvMovePointer& move : *this) move->AcceptVisitor(visitor);
+  walk([&visitor](zvCNCMove& move) { move.AcceptVisitor(visitor); });
 }
 
 const zvTPSection& SectionOf(const zvToolPath::const_iterator& position) {

@@ -81,8 +81,9 @@ class KANDREL_API zvToolPath
   std::uint64_t GetMoveCount() const;
 
  protected:
-  /// Scales every move that the walk reaches: a move that stands twice in the tree is scaled twice.
-  /// A null anywhere in the tree throws "Accessing NULL pointer" and leaves all moves as they were.
+  /// Scales every move that the walk reaches: a move that stands twice in the tree is scaled twice,
+  /// and one that another toolpath shares is scaled for that one too. A null anywhere in the tree
+  /// throws "Accessing NULL pointer" and leaves all moves as they were; nothing else fails.
   void Scale(measures::zvUnitsFactory::Units newUnits, double factor) override;
 };
 

@@ -31,6 +31,8 @@ KANDREL_API void DeleteReferenceBlock(zvReferenceBlock* block) noexcept;
 /// 2. Using a null pointer throws zvException, id 0, "Accessing NULL pointer", at the use and not
 ///    where the null was stored: a container may hold nulls until they are used.
 /// 3. The object dies with its last reference, unless ReleaseOwnership was called on any of them.
+/// An
+///    exception out of its destructor is swallowed.
 /// 4. The counter is a plain integer: all pointers to one object belong to one thread at a time.
 template <class T>
 class zvAutoPointer {
@@ -154,7 +156,13 @@ class zvAutoPointer {
   void Release() noexcept {
     if (m_block == nullptr) return;
     if (m_block->count != 0 && --m_block->count != 0) return;
-    if (m_block->owns) delete std::exchange(m_object, nullptr);
+    if (m_block->owns) {
+      try {
+        delete std::exchange(m_object, nullptr);
+      } catch (...) {
+        // The object is gone, and whoever let go of it can do nothing about it.
+      }
+    }
     detail::DeleteReferenceBlock(m_block);
   }
 

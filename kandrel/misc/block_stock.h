@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool.h>
+#include <kandrel/misc/platform.h>
 
 #include <cstddef>
 #include <utility>
@@ -10,12 +11,13 @@ namespace misc::detail {
 
 /// A stock of free blocks per thread, which needs no lock, over one pool for all threads, which
 /// gives what empties back to the system. Any thread may delete a block. Use it from one source
-/// file per size only.
+/// file per size only. Without a stock where a thread can't keep one, and under an address
+/// sanitizer, so that a deleted block is poisoned at once.
 template <std::size_t Size>
 class BlockStock {
  public:
   static void* New() {
-    Stock& stock = t_stock;  // asked for once: each time costs a call
+    Stock& stock = t_stock;
     if (stock.first == nullptr) [[unlikely]] {
       if (!Watch(stock)) return Depot().Alloc(Size);
       stock.Fill();
@@ -51,6 +53,7 @@ class BlockStock {
     void* first = nullptr;
     std::size_t count = 0;
     State state = State::kNew;
+    platform::ThreadEnd end;
 
     // Of an empty stock; afterwards there is a first block.
     void Fill() {
@@ -68,20 +71,19 @@ class BlockStock {
   };
 
   // Empties the stock at the end of its thread.
-  struct Watcher {
-    Stock& stock;
+  static void EmptyStock(platform::ThreadEnd&) noexcept {
+    Stock& stock = t_stock;
+    stock.state = State::kGone;
+    GiveBack(std::exchange(stock.first, nullptr), std::exchange(stock.count, 0));
+  }
 
-    ~Watcher() {
-      stock.state = State::kGone;
-      GiveBack(std::exchange(stock.first, nullptr), std::exchange(stock.count, 0));
-    }
-  };
-
-  // False when the thread has ended so far that the stock is gone for good.
+  // False when there is to be no stock: nobody would empty it.
   static bool Watch(Stock& stock) noexcept {
-    if (stock.state == State::kGone) return false;
-    static thread_local Watcher watcher{stock};
-    watcher.stock.state = State::kWatched;
+    if (stock.state == State::kWatched) return true;
+    if (stock.state == State::kGone || platform::IsAddressSanitized()) return false;
+    stock.end.run = EmptyStock;
+    if (!platform::AtThreadEnd(stock.end)) return false;
+    stock.state = State::kWatched;
     return true;
   }
 
@@ -99,7 +101,9 @@ class BlockStock {
     }
   }
 
-  static inline constinit thread_local Stock t_stock{};
+  // There from the thread's start: made on first use, it would cost a call each time, and end the
+  // program without memory for it.
+  [[gnu::tls_model("initial-exec")]] static inline constinit thread_local Stock t_stock{};
 };
 
 }  // namespace misc::detail

@@ -65,8 +65,9 @@ class zvCollectionOfContainers : public C {
           m_child(other.m_child ? std::make_unique<Child>(*other.m_child) : nullptr) {}
     ~Walker() = default;
 
-    reference operator*() const { return **m_child; }
-    pointer operator->() const { return &**m_child; }
+    /// Both throw "Accessing NULL pointer" at end().
+    reference operator*() const { return *GetChild(); }
+    pointer operator->() const { return &*GetChild(); }
 
     Walker& operator++() {
       try {

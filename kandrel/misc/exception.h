@@ -70,4 +70,11 @@ class KANDREL_API zvExceptionOf : public Base {
   }
 };
 
+/// Want of pages in a memory pool: id 0, "Failed to allocate memory". What tries again after other
+/// failures doesn't after this one.
+class KANDREL_API zvOutOfMemory final : public zvExceptionOf<zvOutOfMemory> {
+ public:
+  zvOutOfMemory() : zvExceptionOf(0, L"Failed to allocate memory") {}
+};
+
 }  // namespace misc

@@ -15,12 +15,17 @@ constexpr std::size_t kSlabBytes = 0x200000;
 // costs, as most of that is the first touch of fresh memory.
 constexpr std::size_t kArenasBeforeSlabs = 8;
 
-std::uint32_t RoundUp(std::uint32_t value, std::uint32_t unit) {
+std::size_t RoundUp(std::size_t value, std::size_t unit) {
   return (value + unit - 1) / unit * unit;
 }
 
 void*& LinkOf(void* node) {
   return *static_cast<void**>(node);
+}
+
+// All but the link.
+void PoisonFree(void* node, std::size_t stride) noexcept {
+  platform::Poison(static_cast<char*>(node) + sizeof(void*), stride - sizeof(void*));
 }
 
 }  // namespace
@@ -45,20 +50,33 @@ struct zvMemoryPool::Arena {
 struct zvMemoryPool::Slab {
   void* block = nullptr;
   std::uint32_t usedMask = 0;
+  bool isTrimmed = false;  // no arena was taken since all memory but that of one page went back
   std::list<Slab>::iterator self;
 };
 
+// What is to go back to the system, if anything.
+struct zvMemoryPool::Pages {
+  void* block = nullptr;
+  std::size_t bytes = 0;
+
+  bool Free() const noexcept {
+    if (block == nullptr) return true;
+    platform::Unpoison(block, bytes);
+    return platform::FreePages(block, bytes);
+  }
+};
+
 zvMemoryPool::zvMemoryPool(std::uint32_t nodeSize, std::uint32_t arenaBytes)
-    : m_nodeSize(nodeSize), m_arenaBytes(arenaBytes != 0 ? arenaBytes : kDefaultArenaBytes) {
+    : m_nodeSize(nodeSize),
+      m_arenaBytes(arenaBytes != 0 ? arenaBytes : kDefaultArenaBytes),
+      m_isWatched(platform::IsAddressSanitized()) {
   static_assert(sizeof(Arena) <= Arena::kHeaderBytes);
-  const std::uint32_t least = std::max<std::uint32_t>(nodeSize, sizeof(void*));
   // Rounding up to the links' alignment suffices for any type: the size of a type is a multiple of
-  // its alignment, so a node size that 16 doesn't divide holds no type that needs 16. A size near
-  // 2^32 would wrap when rounded; no arena holds such a node anyway.
-  m_stride = least > m_arenaBytes ? least : RoundUp(least, alignof(void*));
-  const std::uint32_t room =
-      m_arenaBytes > Arena::kHeaderBytes ? m_arenaBytes - std::uint32_t{Arena::kHeaderBytes} : 0;
-  m_nodesPerArena = room / m_stride;
+  // its alignment, so a node size that 16 doesn't divide holds no type that needs 16.
+  m_stride = RoundUp(std::max<std::size_t>(nodeSize, sizeof(void*)), alignof(void*));
+  const std::size_t room =
+      m_arenaBytes > Arena::kHeaderBytes ? m_arenaBytes - Arena::kHeaderBytes : 0;
+  m_nodesPerArena = static_cast<std::uint32_t>(room / m_stride);
   m_arenaAlignment = std::bit_ceil(std::size_t{m_arenaBytes});
 }
 
@@ -83,11 +101,13 @@ void* zvMemoryPool::AllocChain(std::size_t& count) {
   std::size_t taken = 0;
   for (; taken < count && arena->freeHead != nullptr; ++taken) {
     *link = arena->freeHead;
+    if (m_isWatched) platform::Unpoison(*link, m_stride);
     link = &LinkOf(*link);
     arena->freeHead = *link;
   }
-  char* fresh = arena->Nodes() + std::size_t{arena->freshCount} * m_stride;
+  char* fresh = arena->Nodes() + arena->freshCount * m_stride;
   arena->freshCount += static_cast<std::uint32_t>(count - taken);
+  if (m_isWatched) platform::Unpoison(fresh, (count - taken) * m_stride);
   for (; taken < count; ++taken, fresh += m_stride) {
     *link = fresh;
     link = &LinkOf(fresh);
@@ -99,30 +119,37 @@ void* zvMemoryPool::AllocChain(std::size_t& count) {
 }
 
 void zvMemoryPool::Free(void* node) {
-  if (node == nullptr) return;
-  const std::lock_guard lock(m_mutex);
-  Arena* arena = FindArena(node);
-  if (arena == nullptr) ThrowForeignNode();
-  GiveBack(arena, node, node, 1);
+  FreeChain(node, 1);
 }
 
 void zvMemoryPool::FreeChain(void* first, std::size_t count) {
   if (first == nullptr || count == 0) return;
-  const std::lock_guard lock(m_mutex);
+  bool isRefused = false;
+  std::unique_lock lock(m_mutex);
   while (count != 0) {
     Arena* arena = FindArena(first);
     if (arena == nullptr) ThrowForeignNode();
+    // The walk and the return of pages take most of the time. The arena stays: its nodes are ours.
+    lock.unlock();
     void* last = first;
     std::uint32_t run = 1;
     while (run < count && ArenaOf(LinkOf(last)) == arena) {
+      if (m_isWatched) PoisonFree(last, m_stride);
       last = LinkOf(last);
       ++run;
     }
     count -= run;
     void* next = count != 0 ? LinkOf(last) : nullptr;
-    GiveBack(arena, first, last, run);
+    if (m_isWatched) PoisonFree(last, m_stride);
+    lock.lock();
+    const Pages emptied = GiveBack(arena, first, last, run);
     first = next;
+    if (emptied.block == nullptr) continue;
+    lock.unlock();
+    isRefused |= !emptied.Free();
+    lock.lock();
   }
+  if (isRefused) throw zvException(0, L"Failed to free memory");
 }
 
 void zvMemoryPool::Clear() {
@@ -147,9 +174,10 @@ void* zvMemoryPool::TakeNode(Arena* arena) noexcept {
   if (node != nullptr) {
     arena->freeHead = LinkOf(node);
   } else {
-    node = arena->Nodes() + std::size_t{arena->freshCount} * m_stride;
+    node = arena->Nodes() + arena->freshCount * m_stride;
     ++arena->freshCount;
   }
+  if (m_isWatched) platform::Unpoison(node, m_stride);
   if (++arena->usedCount == m_nodesPerArena) TakeFromRoom(arena);
   return node;
 }
@@ -165,9 +193,9 @@ zvMemoryPool::Arena* zvMemoryPool::FindArena(const void* node) const noexcept {
   if (arena == nullptr) return nullptr;  // no arena stands there, but m_currentArena may be null
   if (arena != m_currentArena && !m_arenas.contains(arena)) return nullptr;
   const char* nodes = arena->Nodes();
-  const auto offset = static_cast<const char*>(node) - nodes;
-  const bool isNode = offset >= 0 && offset % m_stride == 0 &&
-                      offset / m_stride < static_cast<std::ptrdiff_t>(arena->freshCount);
+  if (static_cast<const char*>(node) < nodes) return nullptr;
+  const auto offset = static_cast<std::size_t>(static_cast<const char*>(node) - nodes);
+  const bool isNode = offset % m_stride == 0 && offset / m_stride < arena->freshCount;
   return isNode ? arena : nullptr;
 }
 
@@ -179,9 +207,10 @@ zvMemoryPool::Arena* zvMemoryPool::NewArena() {
   try {
     m_arenas.insert(arena);
   } catch (...) {
-    ReleaseBlock(arena);
+    DetachBlock(arena).Free();
     throw;
   }
+  platform::Poison(arena->Nodes(), m_nodesPerArena * m_stride);
   PutIntoRoom(arena);
   return arena;
 }
@@ -194,7 +223,7 @@ void* zvMemoryPool::NewBlock(Slab*& slab) {
   if (!fitsSlab || m_arenas.size() < kArenasBeforeSlabs) {
     void* block =
         platform::AllocatePages(m_arenaBytes, m_arenaAlignment, platform::PageSize::kSmall);
-    if (block == nullptr) throw zvException(0, L"Failed to allocate memory");
+    if (block == nullptr) throw zvOutOfMemory();
     return block;
   }
   if (m_openSlabs.empty()) {
@@ -204,21 +233,23 @@ void* zvMemoryPool::NewBlock(Slab*& slab) {
         platform::AllocatePages(kSlabBytes, kSlabBytes, platform::PageSize::kHuge);
     if (m_openSlabs.front().block == nullptr) {
       m_openSlabs.pop_front();
-      throw zvException(0, L"Failed to allocate memory");
+      throw zvOutOfMemory();
     }
   }
   slab = &m_openSlabs.front();
   const auto place = static_cast<std::size_t>(std::countr_one(slab->usedMask));
   slab->usedMask |= 1u << place;
+  slab->isTrimmed = false;
   if (static_cast<std::size_t>(std::popcount(slab->usedMask)) == arenasPerSlab)
     m_fullSlabs.splice(m_fullSlabs.begin(), m_openSlabs, slab->self);
   return static_cast<char*>(slab->block) + place * m_arenaBytes;
 }
 
-// Gives the arena's block back to where it came from; the arena is in no list any more.
-bool zvMemoryPool::ReleaseBlock(Arena* arena) noexcept {
+// Takes the arena's block out of the books; the arena is in no list any more. Gives what can go
+// back to the system with it.
+zvMemoryPool::Pages zvMemoryPool::DetachBlock(Arena* arena) noexcept {
   Slab* slab = arena->slab;
-  if (slab == nullptr) return platform::FreePages(arena, m_arenaBytes);
+  if (slab == nullptr) return {arena, m_arenaBytes};
   const auto place =
       static_cast<std::size_t>(reinterpret_cast<char*>(arena) - static_cast<char*>(slab->block)) /
       m_arenaBytes;
@@ -226,23 +257,43 @@ bool zvMemoryPool::ReleaseBlock(Arena* arena) noexcept {
       static_cast<std::size_t>(std::popcount(slab->usedMask)) == kSlabBytes / m_arenaBytes;
   slab->usedMask &= ~(1u << place);
   if (wasFull) m_openSlabs.splice(m_openSlabs.begin(), m_fullSlabs, slab->self);
-  if (slab->usedMask != 0) return true;
-  const bool freed = platform::FreePages(slab->block, kSlabBytes);
+  if (slab->usedMask != 0) return {};
+  const Pages pages{slab->block, kSlabBytes};
   m_openSlabs.erase(slab->self);
-  return freed;
+  return pages;
 }
 
-void zvMemoryPool::GiveBack(Arena* arena, void* first, void* last, std::uint32_t count) {
+// The last arena of a long list stands in a slab. Only the arena is kept for the next list, not the
+// memory of a large page: hosts have many threads, each with its pool.
+void zvMemoryPool::KeepLastArena(Arena* arena) noexcept {
+  Slab* slab = arena->slab;
+  if (slab == nullptr || slab->isTrimmed) return;
+  slab->isTrimmed = true;
+  arena->freeHead = nullptr;
+  arena->freshCount = 0;
+  constexpr std::size_t kPage = 0x1000;
+  char* block = static_cast<char*>(slab->block);
+  char* afterHeader = reinterpret_cast<char*>(arena) + kPage;
+  platform::DiscardPages(block, static_cast<std::size_t>(reinterpret_cast<char*>(arena) - block));
+  platform::DiscardPages(afterHeader, static_cast<std::size_t>(block + kSlabBytes - afterHeader));
+}
+
+zvMemoryPool::Pages zvMemoryPool::GiveBack(Arena* arena, void* first, void* last,
+                                           std::uint32_t count) noexcept {
   LinkOf(last) = arena->freeHead;
   arena->freeHead = first;
   arena->usedCount -= count;
   if (!arena->hasRoom) PutIntoRoom(arena);
   m_currentArena = arena;
-  if (arena->usedCount != 0 || m_arenas.size() == 1) return;
+  if (arena->usedCount != 0) return {};
+  if (m_arenas.size() == 1) {
+    KeepLastArena(arena);
+    return {};
+  }
   m_currentArena = nullptr;
   TakeFromRoom(arena);
   m_arenas.erase(arena);
-  if (!ReleaseBlock(arena)) throw zvException(0, L"Failed to free memory");
+  return DetachBlock(arena);
 }
 
 void zvMemoryPool::PutIntoRoom(Arena* arena) noexcept {
@@ -261,9 +312,9 @@ void zvMemoryPool::TakeFromRoom(Arena* arena) noexcept {
 
 void zvMemoryPool::ReleaseAll() noexcept {
   for (const Arena* arena : m_arenas)
-    if (arena->slab == nullptr) platform::FreePages(const_cast<Arena*>(arena), m_arenaBytes);
+    if (arena->slab == nullptr) Pages{const_cast<Arena*>(arena), m_arenaBytes}.Free();
   for (std::list<Slab>* slabs : {&m_openSlabs, &m_fullSlabs}) {
-    for (const Slab& slab : *slabs) platform::FreePages(slab.block, kSlabBytes);
+    for (const Slab& slab : *slabs) Pages{slab.block, kSlabBytes}.Free();
     slabs->clear();
   }
   m_arenas.clear();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool.h>
+#include <kandrel/misc/platform.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -196,8 +197,9 @@ class zvMemoryPoolList {
     m_spareCount = static_cast<std::uint32_t>(count);
   }
 
+  // Under an address sanitizer nothing is kept: what goes back to the pool is poisoned.
   void Keep(Node* node) {
-    if (m_spareCount == kMostSpares) return m_pool->Free(node);
+    if (m_spareCount == kMostSpares || platform::IsAddressSanitized()) return m_pool->Free(node);
     node->next = std::exchange(m_spare, node);
     ++m_spareCount;
   }

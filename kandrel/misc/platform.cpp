@@ -1,8 +1,19 @@
 #include <kandrel/misc/platform.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdint>
+#include <utility>
+
+// Null unless a sanitizer's run-time library is in the program.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" void __attribute__((weak))
+__asan_poison_memory_region(const volatile void* memory, std::size_t bytes);
+extern "C" void __attribute__((weak))
+__asan_unpoison_memory_region(const volatile void* memory, std::size_t bytes);
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace misc::platform {
 
@@ -12,6 +23,28 @@ std::size_t RoundToPages(std::size_t bytes) {
   static const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   return (bytes + page - 1) / page * page;
 }
+
+pthread_key_t s_threadEnds;
+constinit std::atomic<bool> s_hasThreadEnds = false;
+
+void RunThreadEnds(void* first) {
+  auto* end = static_cast<ThreadEnd*>(first);
+  while (end != nullptr) {
+    ThreadEnd& due = *end;
+    end = due.next;
+    due.run(due);
+  }
+}
+
+// Gone with the library, so that threads which end later call nothing that is no longer there.
+struct ThreadEndKey {
+  ThreadEndKey() { s_hasThreadEnds = pthread_key_create(&s_threadEnds, RunThreadEnds) == 0; }
+  ThreadEndKey(const ThreadEndKey&) = delete;
+  ThreadEndKey& operator=(const ThreadEndKey&) = delete;
+  ~ThreadEndKey() {
+    if (s_hasThreadEnds.exchange(false)) pthread_key_delete(s_threadEnds);
+  }
+} s_threadEndKey;
 
 }  // namespace
 
@@ -35,6 +68,31 @@ void* AllocatePages(std::size_t bytes, std::size_t alignment, PageSize pages) no
 
 bool FreePages(void* block, std::size_t bytes) noexcept {
   return munmap(block, RoundToPages(bytes)) == 0;
+}
+
+void DiscardPages(void* block, std::size_t bytes) noexcept {
+  madvise(block, bytes, MADV_DONTNEED);
+}
+
+bool AtThreadEnd(ThreadEnd& end) noexcept {
+  if (!s_hasThreadEnds) return false;
+  ThreadEnd* former =
+      std::exchange(end.next, static_cast<ThreadEnd*>(pthread_getspecific(s_threadEnds)));
+  if (pthread_setspecific(s_threadEnds, &end) == 0) return true;
+  end.next = former;
+  return false;
+}
+
+bool IsAddressSanitized() noexcept {
+  return __asan_poison_memory_region != nullptr;
+}
+
+void Poison(const void* memory, std::size_t bytes) noexcept {
+  if (IsAddressSanitized()) __asan_poison_memory_region(memory, bytes);
+}
+
+void Unpoison(const void* memory, std::size_t bytes) noexcept {
+  if (IsAddressSanitized()) __asan_unpoison_memory_region(memory, bytes);
 }
 
 }  // namespace misc::platform

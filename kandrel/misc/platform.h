@@ -20,4 +20,25 @@ KANDREL_API void* AllocatePages(std::size_t bytes, std::size_t alignment, PageSi
 /// Gives back what AllocatePages gave for the same number of bytes; false when the system refuses.
 KANDREL_API bool FreePages(void* block, std::size_t bytes) noexcept;
 
+/// Gives back the memory behind whole pages, which stay in use and read as zero from now on.
+KANDREL_API void DiscardPages(void* block, std::size_t bytes) noexcept;
+
+/// Something to do when the thread ends, a member of whatever lives as long as the thread.
+struct ThreadEnd {
+  void (*run)(ThreadEnd& end) noexcept = nullptr;
+  ThreadEnd* next = nullptr;
+};
+
+/// Lets `end.run` be called when the calling thread ends, after the destructors of its thread-local
+/// objects; not for the thread that ends the program. False, and nothing happens, when the system
+/// has no room for it: a thread-local object with a destructor would end the program then.
+KANDREL_API bool AtThreadEnd(ThreadEnd& end) noexcept;
+
+/// Whether an address sanitizer watches the program, be it built into this library or only into the
+/// program around it. Where none does, the two below do nothing.
+KANDREL_API bool IsAddressSanitized() noexcept;
+/// Makes any access an error that the sanitizer tells, and takes that back. Multiples of 8 bytes.
+KANDREL_API void Poison(const void* memory, std::size_t bytes) noexcept;
+KANDREL_API void Unpoison(const void* memory, std::size_t bytes) noexcept;
+
 }  // namespace misc::platform

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace mathdef {
@@ -28,6 +29,14 @@ class zvPolynomial {
   }
   zvPolynomial(std::initializer_list<T> coefficients)
       : zvPolynomial(std::span<const T>(coefficients.begin(), coefficients.size())) {}
+  zvPolynomial(const zvPolynomial&) = default;
+  /// What was moved from is the constant 0.
+  zvPolynomial(zvPolynomial&& other) noexcept { Swap(other); }
+  zvPolynomial& operator=(zvPolynomial other) noexcept {
+    Swap(other);
+    return *this;
+  }
+  ~zvPolynomial() = default;
 
   std::size_t GetDegree() const noexcept { return m_count - 1; }
 
@@ -64,6 +73,12 @@ class zvPolynomial {
 
  private:
   static constexpr std::size_t kInPlace = 4;
+
+  void Swap(zvPolynomial& other) noexcept {
+    std::swap(m_low, other.m_low);
+    m_high.swap(other.m_high);
+    std::swap(m_count, other.m_count);
+  }
 
   const T* Data() const noexcept { return m_count > kInPlace ? m_high.data() : m_low.data(); }
   T* Data() noexcept { return m_count > kInPlace ? m_high.data() : m_low.data(); }

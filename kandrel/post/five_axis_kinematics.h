@@ -30,6 +30,7 @@ class KANDREL_API zv5axKinematics {
   /// `machDef` is normalised.
   zv5axKinematics(const zv5axMachDef& machDef, const Point& partOrigin,
                   double toolLengthCompensation);
+  zv5axKinematics(const zv5axMachDef&, const Point&&, double) = delete;
 
   Point MachinePosition(const Point& p_part, double firstAngle, double secondAngle) const noexcept {
     return MachinePosition(p_part, zvTurn::OfDegrees(firstAngle), zvTurn::OfDegrees(secondAngle));

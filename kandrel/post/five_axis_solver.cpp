@@ -32,8 +32,7 @@ zv5axMoveSolver::zv5axMoveSolver(const zv5axMachDef& machDef, const zvKDRParam& 
       m_isParallel(m_n.SquaredLength() < misc::kParallelAxes * misc::kParallelAxes),
       m_sCrossA2(Cross(m_s, m_a2)) {
   if (!m_isParallel) m_n.Normalize();
-  if (par.GetPoleHandling() == zvKDRParam::keepWithinLimits)
-    m_limitKeeper = misc::MakeAutoPointer<zvLimitKeeper>(*this);
+  if (par.GetPoleHandling() == zvKDRParam::keepWithinLimits) m_limitKeeper.emplace(*this);
 }
 
 zv5axMoveSolver::PoleCone zv5axMoveSolver::MakePoleCone(double deg) const {
@@ -106,19 +105,24 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
   result.mirror = {firstMinus.deg, secondMinus.deg,
                    m_kinematics.MachinePosition(p_part, firstMinus.turn, secondMinus.turn)};
 
-  if (m_limitKeeper && result.poleStatus == 1 &&
-      m_limitKeeper->KeepInLimits(m_kinematics, p_part, lastFirstAngle, result.first.secondAngle,
-                                  result.first.position, result.first.firstAngle)) {
-    // The pole's free angle has been spent on the limits. The mirror shares it, and where its
-    // second angle differs it has a position of its own, so that angles and tip belong together.
-    result.poleStatus = 0;
-    result.mirror.firstAngle = result.first.firstAngle;
-    result.mirror.position = result.mirror.secondAngle == result.first.secondAngle
-                                 ? result.first.position
-                                 : m_kinematics.MachinePosition(p_part, result.mirror.firstAngle,
-                                                                result.mirror.secondAngle);
-  }
+  if (m_limitKeeper && result.poleStatus == 1) SpendPole(p_part, lastFirstAngle, result);
   return result;
+}
+
+// Spends the free angle of a pole of the first axis on the limits, where that helps.
+void zv5axMoveSolver::SpendPole(const Point& p_part, double lastFirstAngle,
+                                zvRotarySolutions& result) const {
+  if (!m_limitKeeper->KeepInLimits(m_kinematics, p_part, lastFirstAngle, result.first.secondAngle,
+                                   result.first.position, result.first.firstAngle))
+    return;
+  // The mirror shares the angle, and where its second angle differs it has a position of its own,
+  // so that angles and tip belong together.
+  result.poleStatus = 0;
+  result.mirror.firstAngle = result.first.firstAngle;
+  result.mirror.position = result.mirror.secondAngle == result.first.secondAngle
+                               ? result.first.position
+                               : m_kinematics.MachinePosition(p_part, result.mirror.firstAngle,
+                                                              result.mirror.secondAngle);
 }
 
 zvSolutionPair zv5axMoveSolver::Solve(const cadcam::zvMovePointer& move, zvPostedMove::Types type,

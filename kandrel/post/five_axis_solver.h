@@ -13,6 +13,8 @@
 #include <kandrel/post/posted_move.h>
 #include <kandrel/post/posting_parameters.h>
 
+#include <optional>
+
 namespace post {
 
 /// One way to reach an orientation: angles in degrees, and the linear axes that they need.
@@ -40,7 +42,8 @@ struct zvRotarySolutions {
 /// 2. Angles below 8.1e-4 degrees come out as exactly 0, those as near to 180 as exactly that.
 /// 3. The tip lies where it should within 1e-9 for axes under 10 m, the orientation within 2e-5.
 ///
-/// Parameters and part origin are referred to and must outlive the solver. Changes of the machine
+/// Parameters and part origin are referred to and must outlive the solver: temporaries are refused.
+/// Copies share nothing else with each other. Changes of the machine
 /// definition that it derives from don't reach a solver once it is made.
 class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
  public:
@@ -56,11 +59,13 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   /// parameters' poleHandling is 1 at this time.
   zv5axMoveSolver(const zv5axMachDef& machDef, const zvKDRParam& par, const Point& partOrigin,
                   double toolLengthCompensation);
+  zv5axMoveSolver(const zv5axMachDef&, const zvKDRParam&&, const Point&, double) = delete;
+  zv5axMoveSolver(const zv5axMachDef&, const zvKDRParam&, const Point&&, double) = delete;
 
   const zvKDRParam& GetParameters() const noexcept { return *m_par; }
   const zv5axKinematics& GetKinematics() const noexcept { return m_kinematics; }
 
-  bool HasLimitKeeper() const noexcept { return !m_limitKeeper.IsNull(); }
+  bool HasLimitKeeper() const noexcept { return m_limitKeeper.has_value(); }
 
   /// `deg` 1e308 or more means poleAngleTolerance of the parameters.
   PoleCone MakePoleCone(double deg = misc::kNoValue) const;
@@ -112,11 +117,13 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   }
 
  private:
+  [[gnu::noinline]] void SpendPole(const Point& p_part, double lastFirstAngle,
+                                   zvRotarySolutions& result) const;
   void TakeAngleFrom(const zvPosted5axMove& previous, zvPosted5axMove& current) const;
 
   const zvKDRParam* m_par;
   zv5axKinematics m_kinematics;
-  misc::zvAutoPointer<zvLimitKeeper> m_limitKeeper;
+  std::optional<zvLimitKeeper> m_limitKeeper;  // by value: copies of a solver share nothing
 
   // What depends on the machine alone. A1s, A2s are the working directions, S the spindle.
   Point m_a1;

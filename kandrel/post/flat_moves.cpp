@@ -62,20 +62,15 @@ void RequireFinite(const cadcam::zvCNCMove& move) {
 
 void Flatten(const zvToolPath& toolpath, const zvAlignMatrix& alignment, zvFlatMoves& moves) {
   std::uint64_t i = 0;
-  for (const auto& pass : toolpath.Children())
-    for (const auto& slice : pass->Children())
-      for (const auto& section : slice->Children()) {
-        const Types type = PostedMoveTypeOf(*section);
-        for (const cadcam::zvMovePointer& move : *section) {
-          RequireFinite(*move);
-          zvFlatMove& flat = moves[i++];
-          flat.second = type;
-          if (alignment)
-            flat.first = misc::MakeAutoPointer<cadcam::zv5axMove>(AlignedCopy(*move, *alignment));
-          else
-            flat.first = move;
-        }
-      }
+  ForEachMovePointer(toolpath, [&](const cadcam::zvMovePointer& move, Types type) {
+    RequireFinite(*move);
+    zvFlatMove& flat = moves[i++];
+    flat.second = type;
+    if (alignment)
+      flat.first = misc::MakeAutoPointer<cadcam::zv5axMove>(AlignedCopy(*move, *alignment));
+    else
+      flat.first = move;
+  });
 }
 
 }  // namespace post

@@ -40,9 +40,36 @@ KANDREL_API cadcam::zv5axMove AlignedCopy(const cadcam::zvCNCMove& move,
 /// Throws zvPostException 5039 for a position or orientation that is infinite or NaN.
 KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
 
-/// Fills an array of the toolpath's move count. Without an alignment moves are shared, with one
-/// they are aligned copies on the heap. Throws "Accessing NULL pointer" for a null pointer met on
-/// the way, and as RequireFinite, PostedMoveTypeOf and AlignedCopy do.
+/// Calls `take(pointer, type)` for each move of the toolpath in order.
+template <class Take>
+void ForEachMovePointer(const cadcam::zvToolPath& toolpath, const Take& take) {
+  for (const auto& pass : toolpath.Children())
+    for (const auto& slice : pass->Children())
+      for (const auto& section : slice->Children()) {
+        const zvPostedMove::Types type = PostedMoveTypeOf(*section);
+        for (const cadcam::zvMovePointer& move : *section) take(move, type);
+      }
+}
+
+/// Calls `take(move, type)` for each move as Flatten would hold it, with neither memory nor
+/// references for them: an aligned copy is good for the call. Throws as Flatten does.
+template <class Take>
+void ForEachMove(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
+                 const Take& take) {
+  ForEachMovePointer(toolpath, [&](const cadcam::zvMovePointer& pointer, zvPostedMove::Types type) {
+    const cadcam::zvCNCMove& move = *pointer;
+    RequireFinite(move);
+    if (alignment)
+      take(AlignedCopy(move, *alignment), type);
+    else
+      take(move, type);
+  });
+}
+
+/// Fills an array of the toolpath's move count. Without an alignment moves are shared, so that the
+/// toolpath belongs to this thread; with one they are aligned copies on the heap. Throws "Accessing
+/// NULL pointer" for a null pointer met on the way, and as RequireFinite, PostedMoveTypeOf and
+/// AlignedCopy do.
 KANDREL_API void Flatten(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
                          zvFlatMoves& moves);
 

@@ -72,6 +72,7 @@ class KANDREL_API zv4axKinematics {
   /// `machDef` is normalised.
   zv4axKinematics(const zv4axMachDef& machDef, const Point& partOrigin,
                   double toolLengthCompensation);
+  zv4axKinematics(const zv4axMachDef&, const Point&&, double) = delete;
 
   /// The angle, in [-180, 180], at which the tool points along a unit vector that lies on the cone.
   /// With c the cosine between it and the spindle, |c^2 - 1| <= poleEps counts as along the spindle

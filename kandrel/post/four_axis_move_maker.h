@@ -27,6 +27,8 @@ class KANDREL_API zvPosted4axMoveMaker {
   /// Throws as zvMachDef::Normalize does.
   zvPosted4axMoveMaker(const zv4axMachDef& machDef, const zvKDRParam& par, const Point& partOrigin,
                        double toolLengthCompensation);
+  zvPosted4axMoveMaker(const zv4axMachDef&, const zvKDRParam&&, const Point&, double) = delete;
+  zvPosted4axMoveMaker(const zv4axMachDef&, const zvKDRParam&, const Point&&, double) = delete;
 
   const zv4axKinematics& GetKinematics() const noexcept { return m_kinematics; }
 

@@ -113,7 +113,7 @@ Matrix zvMachDef::GetAxisMatrix() const {
 // Works everything out before it changes anything.
 void zvMachDef::CommitAxes(const Axes& axes) {
   const Matrix matrix = AxisMatrix(axes.x, axes.y, axes.z);
-  m_inverseAxisMatrix = misc::MakeAutoPointer<Matrix>(Inverse(matrix));
+  m_inverseAxisMatrix = misc::MakeAutoPointer<const Matrix>(Inverse(matrix));
   m_isIdentityTransform = IsNearIdentity(matrix);
   m_axes = axes;
 }

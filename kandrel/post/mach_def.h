@@ -69,7 +69,7 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
   /// directions.
   Matrix GetAxisMatrix() const;
   /// Its inverse, which creators apply to machine positions unless IsIdentityTransform.
-  const misc::zvAutoPointer<Matrix>& GetInverseAxisMatrix() const noexcept {
+  const misc::zvAutoPointer<const Matrix>& GetInverseAxisMatrix() const noexcept {
     return m_inverseAxisMatrix;
   }
   bool IsIdentityTransform() const noexcept { return m_isIdentityTransform; }
@@ -99,7 +99,7 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
   Point m_minLimits{-100000, -100000, -100000};
   Point m_maxLimits{100000, 100000, 100000};
   Axes m_axes;
-  misc::zvAutoPointer<Matrix> m_inverseAxisMatrix;
+  misc::zvAutoPointer<const Matrix> m_inverseAxisMatrix;
   bool m_isIdentityTransform = true;
 };
 

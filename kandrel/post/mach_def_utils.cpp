@@ -24,17 +24,30 @@ misc::zvAutoPointer<T> CheckedCast(const MachDefPointer& machDef,
 
 }  // namespace
 
-zv3axMachDef zvMachDefUtils::Cast3ax(const zvMachDef& machDef) {
+const zv3axMachDef& zvMachDefUtils::As3ax(const zvMachDef& machDef) {
   return CheckedCast<zv3axMachDef>(machDef, zvMachDef::threeAxes);
 }
-zv4axMachDef zvMachDefUtils::Cast4ax(const zvMachDef& machDef) {
+const zv4axMachDef& zvMachDefUtils::As4ax(const zvMachDef& machDef) {
   return CheckedCast<zv4axMachDef>(machDef, zvMachDef::fourAxes);
 }
-zv5axMachDef zvMachDefUtils::Cast5ax(const zvMachDef& machDef) {
+const zv5axMachDef& zvMachDefUtils::As5ax(const zvMachDef& machDef) {
   return CheckedCast<zv5axMachDef>(machDef, zvMachDef::fiveAxes);
 }
-zv6axMachDef zvMachDefUtils::Cast6ax(const zvMachDef& machDef) {
+const zv6axMachDef& zvMachDefUtils::As6ax(const zvMachDef& machDef) {
   return CheckedCast<zv6axMachDef>(machDef, zvMachDef::sixAxes);
+}
+
+zv3axMachDef zvMachDefUtils::Cast3ax(const zvMachDef& machDef) {
+  return As3ax(machDef);
+}
+zv4axMachDef zvMachDefUtils::Cast4ax(const zvMachDef& machDef) {
+  return As4ax(machDef);
+}
+zv5axMachDef zvMachDefUtils::Cast5ax(const zvMachDef& machDef) {
+  return As5ax(machDef);
+}
+zv6axMachDef zvMachDefUtils::Cast6ax(const zvMachDef& machDef) {
+  return As6ax(machDef);
 }
 
 misc::zvAutoPointer<zv3axMachDef> zvMachDefUtils::Cast3ax(const MachDefPointer& machDef) {

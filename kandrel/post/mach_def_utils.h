@@ -5,7 +5,8 @@
 
 namespace post {
 
-/// By value the casts return a copy of the class; by pointer they share the object. They throw
+/// By value the casts return a copy of the class; by pointer they share the object, and count that;
+/// As3ax to As6ax return the object itself. They throw
 /// zvPostException 5043 "Wrong static method called." for a definition of another class, 2503 for
 /// one of no class, and "Accessing NULL pointer" for a null pointer.
 class KANDREL_API zvMachDefUtils {
@@ -16,6 +17,11 @@ class KANDREL_API zvMachDefUtils {
   static zv4axMachDef Cast4ax(const zvMachDef& machDef);
   static zv5axMachDef Cast5ax(const zvMachDef& machDef);
   static zv6axMachDef Cast6ax(const zvMachDef& machDef);
+
+  static const zv3axMachDef& As3ax(const zvMachDef& machDef);
+  static const zv4axMachDef& As4ax(const zvMachDef& machDef);
+  static const zv5axMachDef& As5ax(const zvMachDef& machDef);
+  static const zv6axMachDef& As6ax(const zvMachDef& machDef);
 
   static misc::zvAutoPointer<zv3axMachDef> Cast3ax(const misc::zvAutoPointer<zvMachDef>& machDef);
   static misc::zvAutoPointer<zv4axMachDef> Cast4ax(const misc::zvAutoPointer<zvMachDef>& machDef);

@@ -13,12 +13,13 @@
 namespace post {
 
 /// Reads the moves in the order of the tree, one at a time and without allocating. The toolpath is
-/// never changed and must stay as it is while it is read.
+/// never changed and must stay as it is while it is read; no reference to any of it is taken, so
+/// that any number of threads may read it.
 class KANDREL_API zvPathReader {
  public:
-  /// The matrix may be null; with one the moves read are aligned copies.
+  /// The matrix may be null; with one, which must stay, the moves read are aligned copies.
   zvPathReader(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
-      : m_alignment(alignment) {
+      : m_alignment(alignment.Get()) {
     m_passes.Enter(toolpath.Children());
   }
   /// Not copied: its view may point to its own aligned copy.
@@ -34,7 +35,7 @@ class KANDREL_API zvPathReader {
     const cadcam::zvCNCMove& source = **m_moves.next;
     m_move = zvMoveView(source);
     if (!IsFinite(m_move.GetPosition()) || !IsFinite(m_move.GetOrientation())) ThrowNotFinite();
-    if (m_alignment) Align(source);
+    if (m_alignment != nullptr) Align(source);
     ++m_moves.next;
     return true;
   }
@@ -48,7 +49,7 @@ class KANDREL_API zvPathReader {
       Prefetch();
       const cadcam::zvCNCMove& source = **m_moves.next;
       ++m_moves.next;
-      if (m_alignment) [[unlikely]] {
+      if (m_alignment != nullptr) [[unlikely]] {
         Align(source);
         take(m_move, m_type);
       } else {
@@ -97,7 +98,7 @@ class KANDREL_API zvPathReader {
   Range<std::list<misc::zvAutoPointer<cadcam::zvTPSection>>> m_sections;
   Range<std::list<misc::zvAutoPointer<cadcam::zvTPSlice>>> m_slices;
   Range<std::list<misc::zvAutoPointer<cadcam::zvTPPass>>> m_passes;
-  zvAlignMatrix m_alignment;
+  const cadcam::zvMatrix<double, 4, 4>* m_alignment;
   cadcam::zv5axMove m_aligned;
 };
 

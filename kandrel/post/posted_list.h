@@ -28,7 +28,9 @@ class zvPostedList {
   const Pointer& Get() const noexcept { return m_list; }
 
   /// Lets go of the present list and starts an empty one.
-  void Renew() { m_list = misc::MakeAutoPointer<List>(m_provider); }
+  void Renew() { m_list = New(); }
+  /// An empty list on this one's pool.
+  Pointer New() { return misc::MakeAutoPointer<List>(m_provider); }
 
   /// Empties the present list, also for whoever shares it; nothing happens without one.
   void Clear() {

@@ -79,10 +79,14 @@ zvPostedMove::zvPostedMove(const Point& machinePosition, const Point& partPositi
                            const Point& extendedPoint, const Point& extendedVector,
                            std::uint32_t extendedId, bool hasExtendedData, std::int32_t sourceIndex,
                            bool inserted)
-    : zvPostedMove(machinePosition, partPosition, orientation, feed, rapid, type) {
-  m_extended = std::make_unique<zvExtendedPostedMove>(extendedPoint, extendedVector, extendedId,
-                                                      hasExtendedData, sourceIndex, inserted);
-}
+    : m_machinePosition(machinePosition),
+      m_partPosition(partPosition),
+      m_orientation(orientation),
+      m_extended(std::make_unique<zvExtendedPostedMove>(extendedPoint, extendedVector, extendedId,
+                                                        hasExtendedData, sourceIndex, inserted)),
+      m_feed(feed),
+      m_type(type),
+      m_rapid(rapid) {}
 
 zvPostedMove::zvPostedMove(const zvPostedMove& other)
     : m_machinePosition(other.m_machinePosition),

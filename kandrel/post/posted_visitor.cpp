@@ -50,7 +50,8 @@ void zvPostedExtentVisitor::Fold(const zvPostedMove& move, const double* angles,
   std::array<double, 5> values{p.x, p.y, p.z};
   std::copy_n(angles, angleCount, values.begin() + 3);
   const std::size_t count = 3 + angleCount;
-  if (m_extent->empty()) {
+  if (!m_hasFirst) {
+    m_hasFirst = true;
     m_extent->assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count));
     return;
   }

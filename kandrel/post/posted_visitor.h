@@ -45,7 +45,7 @@ class KANDREL_API zvPostedVisitorMoveType : public zvPostedVisitor {
 };
 
 /// Folds a position, followed by the rotary angles, of the visited moves into a vector of the
-/// caller's, value by value. The first move sizes and fills it if it is empty; a later move of
+/// caller's, value by value. The first move sizes and fills it, whatever it held; a later move of
 /// another class compares as many values as both have.
 ///
 /// 6-axis moves add nothing: extents serve up to five axes, deliberately. A move of no class throws
@@ -69,6 +69,7 @@ class KANDREL_API zvPostedExtentVisitor : public zvPostedVisitor {
   void Fold(const zvPostedMove& move, const double* angles, std::size_t angleCount);
 
   std::vector<double>* m_extent;
+  bool m_hasFirst = false;
   Position m_position;
   Side m_side;
 };

@@ -22,6 +22,7 @@ class KANDREL_API zvPosted3axMoveMaker {
   /// Throws as zvMachDef::Normalize does.
   zvPosted3axMoveMaker(const zv3axMachDef& machDef, const Point& partOrigin,
                        double toolLengthCompensation);
+  zvPosted3axMoveMaker(const zv3axMachDef&, const Point&&, double) = delete;
 
   /// Machine position of a part position: p + part origin + L s, then through the inverse of the
   /// machine's axis matrix unless it counts as the identity. With a transformation set it is that

@@ -330,6 +330,12 @@ TEST(ToolPathNull, AddingToANullLastChildThrows) {
   EXPECT_EQ((*path.begin())->GetTag(), 2u);
 }
 
+TEST(ToolPathNull, TheEndOfAPathHoldsNoMove) {
+  const zvToolPath empty(zvUnitsFactory::metric);
+  EXPECT_TRUE(ThrowsNull([&] { **empty.begin(); }));
+  EXPECT_TRUE(ThrowsNull([&] { empty.begin()->IsNull(); }));
+}
+
 TEST(ToolPathNull, ANullMoveIsMetAndThrowsWhenUsed) {
   zvToolPath path = MakePath({{{{1, 2}}}});
   path.AddMove(nullptr);

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -77,6 +78,17 @@ TEST(AutoPointer, TheObjectDiesOnceWithItsLastReference) {
 struct Link {
   zvAutoPointer<Link> next;
 };
+
+TEST(AutoPointer, SwallowsWhatADestructorThrows) {
+  struct Thrower {
+    ~Thrower() noexcept(false) { throw std::runtime_error("destructor"); }
+    Counted member;
+  };
+  auto pointer = MakeAutoPointer<Thrower>();
+  EXPECT_EQ(Counted::living, 1);
+  pointer = nullptr;
+  EXPECT_EQ(Counted::living, 0);
+}
 
 TEST(AutoPointer, AssignsFromInsideTheObjectThatItReleases) {
   auto head = MakeAutoPointer<Link>();

@@ -1,13 +1,19 @@
 #include <gtest/gtest.h>
 #include <kandrel/misc/memory_pool.h>
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/platform.h>
 #include <tests/support/throws_id.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <fstream>
 #include <random>
 #include <thread>
 #include <vector>
+
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer's, null without one
+extern "C" int __attribute__((weak)) __asan_address_is_poisoned(const volatile void* address);
 
 namespace misc {
 namespace {
@@ -98,8 +104,8 @@ TEST(MemoryPool, KeepsItsLastArenaAndRefusesWhatItCannotServe) {
   EXPECT_NE(pool.Alloc(64), nullptr);
   EXPECT_TRUE(
       ThrowsId<zvException>([&] { pool.Alloc(65); }, 0, L"Allocation request size too big"));
-  zvMemoryPool tooSmall(5000, 4096), hugeNode(0xFFFFFFF0u);
-  for (zvMemoryPool* none : {&tooSmall, &hugeNode})
+  zvMemoryPool tooSmall(5000, 4096), hugeNode(0xFFFFFFF0u), largest(0xFFFFFFFFu, 0xFFFFFFFFu);
+  for (zvMemoryPool* none : {&tooSmall, &hugeNode, &largest})
     EXPECT_TRUE(ThrowsId<zvException>([&] { none->Alloc(1); }, 0,
                                       L"zvMemoryPool::Alloc: Node allocation failed"));
 }
@@ -135,6 +141,50 @@ TEST(MemoryPoolProvider, GivesEachThreadItsOwnPoolForEachSize) {
   EXPECT_NE(theirs, pool);
   zvMemoryPoolProvider copy(provider);
   EXPECT_NE(copy.GetPool(64), pool);
+}
+
+std::size_t ResidentBytes() {
+  std::size_t total = 0, resident = 0;
+  std::ifstream("/proc/self/statm") >> total >> resident;
+  return resident * 0x1000;
+}
+
+TEST(MemoryPoolProvider, ManyThreadsLeaveLittleBehind) {
+  zvMemoryPoolProvider provider;
+  const std::size_t before = ResidentBytes();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 32; ++i)
+    threads.emplace_back([&] {
+      const auto pool = provider.GetPool(168);
+      std::vector<void*> nodes(20000);  // a list long enough for large pages
+      for (void*& node : nodes) node = pool->Alloc(168);
+      for (void* node : nodes) pool->Free(node);
+      EXPECT_EQ(pool->GetArenaCount(), 1u);
+      nodes[0] = pool->Alloc(168);
+      pool->Free(nodes[0]);
+    });
+  for (std::thread& thread : threads) thread.join();
+  if (!platform::IsAddressSanitized()) {  // whose own books grow
+    EXPECT_LT(ResidentBytes(), before + 32 * 0x80000u);
+  }
+}
+
+TEST(MemoryPool, FreeNodesArePoisonedForAnAddressSanitizer) {
+  if (!platform::IsAddressSanitized()) GTEST_SKIP() << "none watches";
+  zvMemoryPool pool(64, 4096);
+  char* node = static_cast<char*>(pool.Alloc(64));
+  const auto isPoisoned = [&] { return __asan_address_is_poisoned(node + 8) != 0; };
+  EXPECT_FALSE(isPoisoned());
+  pool.Free(node);
+  EXPECT_TRUE(isPoisoned());
+  EXPECT_EQ(pool.Alloc(64), node);
+  EXPECT_FALSE(isPoisoned());
+  zvMemoryPoolProvider provider;
+  zvMemoryPoolList<std::array<int, 8>> list(provider);
+  node = static_cast<char*>(static_cast<void*>(&list.EmplaceBack()));
+  EXPECT_FALSE(isPoisoned());
+  list.Erase(list.begin());
+  EXPECT_TRUE(isPoisoned());
 }
 
 TEST(MemoryPoolProvider, NodesMayBeFreedOnAnotherThread) {

@@ -40,6 +40,12 @@ TEST(Polynomial, CopiesAndChecksItsCoefficients) {
     EXPECT_EQ(copy.GetDegree(), count - 1);  // a leading 0 counts
     for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(copy.GetCoefficient(i), coefficients[i]);
     EXPECT_TRUE(ThrowsId<zvMathDefException>([&] { copy.GetCoefficient(count); }, 2504));
+    Polynomial moved(std::move(copy));
+    EXPECT_EQ(moved, original);
+    EXPECT_EQ(copy, Polynomial());  // NOLINT(bugprone-use-after-move): the constant 0
+    EXPECT_EQ(copy.Evaluate(3), 0);
+    copy = std::move(moved);
+    EXPECT_EQ(copy, original);
   }
   EXPECT_FALSE(Polynomial({1, 2}) == Polynomial({1, 2, 0}));
   EXPECT_TRUE(ThrowsId<zvMathDefException>([] { Polynomial(std::span<const double>()); }, 2505));

@@ -39,7 +39,7 @@ MovePointer Six(double v) {
 
 template <class Visitor>
 Extent Fold(const std::vector<MovePointer>& moves) {
-  Extent extent;
+  Extent extent = moves.empty() ? Extent() : Extent{-1000, 1000};  // the first move takes its place
   Visitor visitor(extent);
   for (const MovePointer& move : moves) move->AcceptVisitor(visitor);
   return extent;

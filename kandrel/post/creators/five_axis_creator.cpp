@@ -96,7 +96,7 @@ zvPosted5axTPCreator::zvPosted5axTPCreator(const misc::zvAutoPointer<post::zvMac
                                            const post::zv5axControlDef& control,
                                            const zvKDRParam& par, const Point& partOrigin,
                                            double toolLengthCompensation)
-    : zvPosted5axTPCreator(*post::zvMachDefUtils::Cast5ax(machDef), control, par, partOrigin,
+    : zvPosted5axTPCreator(post::zvMachDefUtils::As5ax(*machDef), control, par, partOrigin,
                            toolLengthCompensation) {}
 
 zvPosted5axTPCreator::zvPosted5axTPCreator(const zvPosted5axTPCreator& other)
@@ -111,7 +111,7 @@ void zvPosted5axTPCreator::SetMachDef(const zv5axMachDef& machDef) {
 }
 
 void zvPosted5axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
-  SetMachDef(*post::zvMachDefUtils::Cast5ax(machDef));
+  SetMachDef(post::zvMachDefUtils::As5ax(*machDef));
 }
 
 misc::zvAutoPointer<post::zvMachDef> zvPosted5axTPCreator::GetMachDefPtr() const {
@@ -145,8 +145,7 @@ bool zvPosted5axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
     // What is wrong with the toolpath as such, wherever it stands, is told before what goes wrong
     // in posting it, and leaves the list empty.
     try {
-      post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
-      BuildMoves(toolpath, moves);
+      CheckMoves(toolpath);
     } catch (...) {
       m_posted.Get()->Clear();
       throw;

@@ -15,6 +15,7 @@
 
 #include <cmath>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -199,7 +200,7 @@ zvPosted4axTPCreator::zvPosted4axTPCreator(const misc::zvAutoPointer<post::zvMac
                                            const post::zv5axControlDef& control,
                                            const zvKDRParam& par, const Point& partOrigin,
                                            double toolLengthCompensation)
-    : zvPosted4axTPCreator(*post::zvMachDefUtils::Cast4ax(machDef), control, par, partOrigin,
+    : zvPosted4axTPCreator(post::zvMachDefUtils::As4ax(*machDef), control, par, partOrigin,
                            toolLengthCompensation) {}
 
 zvPosted4axTPCreator::zvPosted4axTPCreator(const zvPosted4axTPCreator& other)
@@ -214,7 +215,7 @@ void zvPosted4axTPCreator::SetMachDef(const zv4axMachDef& machDef) {
 }
 
 void zvPosted4axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
-  SetMachDef(*post::zvMachDefUtils::Cast4ax(machDef));
+  SetMachDef(post::zvMachDefUtils::As4ax(*machDef));
 }
 
 misc::zvAutoPointer<post::zvMachDef> zvPosted4axTPCreator::GetMachDefPtr() const {
@@ -255,6 +256,12 @@ void zvPosted4axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
 void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   try {
     BuildPostedMovesInOneWalk(toolpath, smallMoves);
+  } catch (const misc::zvOutOfMemory&) {
+    m_posted.Get()->Clear();  // not all of its moves are solved
+    throw;                    // a second attempt would need as much
+  } catch (const std::bad_alloc&) {
+    m_posted.Get()->Clear();
+    throw;
   } catch (const misc::zvException&) {
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is told, and how far the list is filled.
@@ -277,16 +284,19 @@ void zvPosted4axTPCreator::BuildPostedMovesInOneWalk(const cadcam::zvToolPath& t
 
 void zvPosted4axTPCreator::BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath,
                                                  bool smallMoves) {
-  post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
-  BuildMoves(toolpath, moves);
+  CheckMoves(toolpath);
+  const auto forEach = [&](const auto& take) {
+    post::ForEachMove(toolpath, GetAlignMatrix(), take);
+  };
   const post::zvOrientationCone cone(m_machDef);
-  for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
-    RequireOn(cone, moves[i].first->GetOrientation().Normalized());
+  forEach([&](const cadcam::zvCNCMove& move, zvPostedMove::Types) {
+    RequireOn(cone, move.GetOrientation().Normalized());
+  });
   ListBuilder builder(*m_posted.Get(), m_maker, GetPar(), smallMoves);
-  for (std::uint64_t i = 0; i < moves.GetSize(); ++i) {
-    const post::zvMoveView move(*moves[i].first);
-    builder.Append(move, move.GetOrientation().Normalized(), moves[i].second);
-  }
+  forEach([&](const cadcam::zvCNCMove& source, zvPostedMove::Types type) {
+    const post::zvMoveView move(source);
+    builder.Append(move, move.GetOrientation().Normalized(), type);
+  });
 }
 
 void zvPosted4axTPCreator::RepairAngles(bool smallMoves) {
@@ -336,8 +346,8 @@ void zvPosted4axTPCreator::KeepRotaryLimits(post::zvLimitChecker<Move>& checker,
 
 zvPosted4axMove zvPosted4axTPCreator::PostMove(const cadcam::zvMovePointer& move,
                                                zvPostedMove::Types type) const {
-  const cadcam::zvMovePointer source = SingleMove(move);
-  const post::zvMoveView view(*source);
+  cadcam::zv5axMove aligned;
+  const post::zvMoveView view(SingleMove(move, aligned));
   return m_maker.Make(view, view.GetOrientation().Normalized(), type, 0, true,
                       m_maker.MakePoleCone(), false);
 }

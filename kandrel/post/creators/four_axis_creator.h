@@ -37,6 +37,16 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
   zvPosted4axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
                        const post::zv5axControlDef& control, const post::zvKDRParam& par,
                        const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
+  /// No temporaries: control, parameters and part origin are referred to.
+  template <class MachDef>
+  zvPosted4axTPCreator(const MachDef&, const post::zv5axControlDef&&, const post::zvKDRParam&,
+                       const cadcam::zvTPoint3d<double>&, double) = delete;
+  template <class MachDef>
+  zvPosted4axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&&,
+                       const cadcam::zvTPoint3d<double>&, double) = delete;
+  template <class MachDef>
+  zvPosted4axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&,
+                       const cadcam::zvTPoint3d<double>&&, double) = delete;
   /// Starts with no posted list.
   zvPosted4axTPCreator(const zvPosted4axTPCreator& other);
   /// Empties the posted list, also for whoever shares it.

@@ -43,11 +43,19 @@ void zvPostedTPCreator::BuildMoves(const cadcam::zvToolPath& toolpath,
   post::Flatten(toolpath, m_alignMatrix, moves);
 }
 
-cadcam::zvMovePointer zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer& move) const {
+void zvPostedTPCreator::CheckMoves(const cadcam::zvToolPath& toolpath) const {
+  RequireFiniteSetup();
+  static_cast<void>(toolpath.GetMoveCount());  // a null above the moves is told first
+  post::ForEachMove(toolpath, m_alignMatrix, [](const cadcam::zvCNCMove&, zvPostedMove::Types) {});
+}
+
+const cadcam::zvCNCMove& zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer& move,
+                                                       cadcam::zv5axMove& aligned) const {
   RequireFiniteSetup();
   post::RequireFinite(*move);
-  if (!m_alignMatrix) return move;
-  return misc::MakeAutoPointer<cadcam::zv5axMove>(post::AlignedCopy(*move, *m_alignMatrix));
+  if (!m_alignMatrix) return *move;
+  aligned = post::AlignedCopy(*move, *m_alignMatrix);
+  return aligned;
 }
 
 void zvPostedTPCreator::RequireFiniteSetup() const {

@@ -19,11 +19,19 @@
 /// any number of toolpaths, on one thread at a time.
 ///
 /// 1. Part origin and control definition are referred to, not copied, and so are the parameters by
-///    a creator's move maker: the caller's objects must outlive the creator. Bind no temporaries.
+///    a creator's move maker: the caller's objects must outlive the creator. Temporaries are
+///    refused.
 /// 2. Limits, steps and choices of a run are read from the creator's own copy of the parameters.
 /// 3. Between postings only the posted list and the alignment matrix stay. A posting that computes
 ///    no alignment of its own uses the matrix of an earlier one.
-/// 4. After a failed Post the list may be partly filled, with move times or without.
+/// 4. After a failed Post the list may be partly filled, with solved moves, with move times or
+///    without. That holds for std::bad_alloc too.
+/// 5. Toolpath and machine are read without a reference being counted: any number of threads, each
+///    with its creator, may post the same const toolpath, or toolpaths that share children, and
+///    build creators from the same machine pointer. Operations that are const, those for single
+///    moves, may run on several threads at once, while none posts with the creator.
+/// 6. A finished list goes to another thread by std::move(creator.GetPostedList()), which leaves no
+///    second reference, once what Post returned is gone. It may outlive the creator then.
 class KANDREL_API zvPostedTPCreator {
  public:
   enum InstanceType : std::int32_t {
@@ -51,9 +59,10 @@ class KANDREL_API zvPostedTPCreator {
   const double& GetToolLengthCompensationValue() const noexcept { return m_toolLengthCompensation; }
   const InstanceType& GetInstanceType() const noexcept { return m_instanceType; }
 
-  /// Shares the matrix, which may be null.
-  post::zvAlignMatrix GetAlignMatrix() const { return m_alignMatrix; }
-  /// Shares the argument. The matrix must be a rotation with zero translation.
+  /// May be null. A copy of the pointer shares the matrix.
+  const post::zvAlignMatrix& GetAlignMatrix() const noexcept { return m_alignMatrix; }
+  /// Shares the argument, which then belongs to this creator's thread. The matrix must be a
+  /// rotation with zero translation.
   void SetAlignMatrix(const post::zvAlignMatrix& matrix) { m_alignMatrix = matrix; }
   /// The spelling is part of the interface.
   bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
@@ -79,16 +88,21 @@ class KANDREL_API zvPostedTPCreator {
   post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
 
   /// Flattens a toolpath into an array of its move count (post::Flatten), aligned where a matrix is
-  /// set. Throws zvPostException 5039 also as RequireFiniteSetup does.
+  /// set. Throws zvPostException 5039 also as RequireFiniteSetup does. For creators of other
+  /// makers: the array shares the moves, and so counts references to them.
   void BuildMoves(const cadcam::zvToolPath& toolpath, post::zvFlatMoves& moves) const;
+
+  /// Throws what BuildMoves throws for the toolpath, with neither an array nor references.
+  void CheckMoves(const cadcam::zvToolPath& toolpath) const;
 
   /// Throws zvPostException 5039 for a part origin, tool length, alignment matrix, retract distance
   /// or preferred angle that is infinite or NaN.
   void RequireFiniteSetup() const;
 
   /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", what is
-  /// infinite or NaN 5039; with an alignment matrix it is an aligned copy.
-  cadcam::zvMovePointer SingleMove(const cadcam::zvMovePointer& move) const;
+  /// infinite or NaN 5039; with an alignment matrix it is `aligned`, which becomes an aligned copy.
+  const cadcam::zvCNCMove& SingleMove(const cadcam::zvMovePointer& move,
+                                      cadcam::zv5axMove& aligned) const;
 
   /// Throws zvPostException 5032 or 5033 when the two units differ.
   void CheckUnits(const post::zvMachDef& machDef, const cadcam::zvToolPath& toolpath) const;

@@ -7,6 +7,7 @@
 #include <kandrel/post/post_exception.h>
 
 using cadcam::zvMovePointer;
+using Matrix = cadcam::zvMatrix<double, 4, 4>;
 using post::zvMachDef;
 using post::zvMachDefUtils;
 using post::zvMirrorAngle;
@@ -16,17 +17,17 @@ namespace {
 template <class Creator>
 using Of = std::type_identity<Creator>;
 
-auto CastFor(Of<zvPosted3axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast3ax(machDef);
+const post::zv3axMachDef& CastFor(Of<zvPosted3axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As3ax(machDef);
 }
-auto CastFor(Of<zvPosted4axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast4ax(machDef);
+const post::zv4axMachDef& CastFor(Of<zvPosted4axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As4ax(machDef);
 }
-auto CastFor(Of<zvPosted5axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast5ax(machDef);
+const post::zv5axMachDef& CastFor(Of<zvPosted5axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As5ax(machDef);
 }
-auto CastFor(Of<zvPosted6axTPCreator>, const zvMachDef& machDef) {
-  return zvMachDefUtils::Cast6ax(machDef);
+const post::zv6axMachDef& CastFor(Of<zvPosted6axTPCreator>, const zvMachDef& machDef) {
+  return zvMachDefUtils::As6ax(machDef);
 }
 
 template <class Creator>
@@ -102,6 +103,12 @@ const post::zvPostedTP& zvKDR5AxBase::Post(const cadcam::zvToolPath& toolpath) {
   return m_postedTP;
 }
 
+post::zvPostedTP zvKDR5AxBase::TakePostedTP() {
+  if (m_postedTP.HasAlignMatrix())
+    m_postedTP.SetAlignMatrix(misc::MakeAutoPointer<Matrix>(*m_postedTP.GetAlignMatrix()));
+  return std::exchange(m_postedTP, {});
+}
+
 std::pair<zvKDR5AxBase::PostedMovePointer, misc::zvAutoPointer<zvMirrorAngle>>
 zvKDR5AxBase::PostMove(const zvMovePointer& move, Types type) const {
   using Result = std::pair<PostedMovePointer, misc::zvAutoPointer<zvMirrorAngle>>;
@@ -109,7 +116,8 @@ zvKDR5AxBase::PostMove(const zvMovePointer& move, Types type) const {
     using Move = typename Creator::Move;
     Creator creator = MakeCreator(tag, *this);
     if constexpr (kAligns<Creator>) {
-      creator.SetAlignMatrix(m_alignMatrix);
+      // A matrix of its own: single moves count no references to what all of them share.
+      if (m_alignMatrix) creator.SetAlignMatrix(misc::MakeAutoPointer<Matrix>(*m_alignMatrix));
       return {misc::MakeAutoPointer<Move>(creator.PostMove(move, type)), nullptr};
     } else {
       auto [posted, mirror] = creator.PostMove2(move, type);

@@ -19,14 +19,15 @@
 /// creator of the class, runs it and gives the result as class-neutral posted moves. Those are
 /// zvPosted3axMove to zvPosted6axMove by class, as a zvPostedVisitor sees them.
 ///
-/// 1. Machine, control, parameters and part origin are referred to, not copied: temporaries serve
-///    within one expression alone. The caller keeps them alive as long as this object and unchanged
+/// 1. Machine, control, parameters and part origin are referred to, not copied. The caller keeps
+/// them alive as long as this object and unchanged
 ///    during a call; a change between two calls reaches the next one. A machine given as a
 ///    zvAutoPointer is not shared either: the caller keeps the pointer.
 /// 2. Between calls stay the result of the last Post and the alignment matrix, nothing else: no
 ///    posting influences the next one.
-/// 3. Not for two threads at a time, nor is a toolpath; objects on different threads that post
-///    different toolpaths do not meet. A copy shares its moves and belongs to the same thread.
+/// 3. Post is not for two threads at a time; single moves are, while none posts. Objects on
+///    different threads do not meet, also when they post one toolpath. A copy shares its moves and
+///    belongs to the same thread; TakePostedTP gives them to another one.
 ///
 /// Every operation that posts throws zvPostException 5031 for a machine of unknown numbersOfAxes,
 /// then 5043 where numbersOfAxes is not that of the definition's class, 2503 for a definition of no
@@ -44,6 +45,16 @@ class KANDREL_API zvKDR5AxBase {
   zvKDR5AxBase(const post::zvMachDef& machDef, const post::zv5axControlDef& control,
                const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
                double toolLengthCompensation);
+  /// No temporaries: control, parameters and part origin are referred to.
+  template <class MachDef>
+  zvKDR5AxBase(const MachDef&, const post::zv5axControlDef&&, const post::zvKDRParam&,
+               const cadcam::zvTPoint3d<double>&, double) = delete;
+  template <class MachDef>
+  zvKDR5AxBase(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&&,
+               const cadcam::zvTPoint3d<double>&, double) = delete;
+  template <class MachDef>
+  zvKDR5AxBase(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&,
+               const cadcam::zvTPoint3d<double>&&, double) = delete;
   /// Refers to the same definitions, and shares posted moves and alignment matrix.
   zvKDR5AxBase(const zvKDR5AxBase& other);
   zvKDR5AxBase& operator=(const zvKDR5AxBase&) = delete;
@@ -75,6 +86,9 @@ class KANDREL_API zvKDR5AxBase {
   const post::zvPostedTP& Post(const cadcam::zvToolPath& toolpath);
   /// The result of the last Post; empty before the first.
   const post::zvPostedTP& GetPostedTP() const noexcept { return m_postedTP; }
+  /// The same, moved out: with a matrix of its own it shares nothing with this object, whose result
+  /// is empty then. What nobody else shares may go on to another thread.
+  post::zvPostedTP TakePostedTP();
   /// What the last Post did beyond solving: all zero for a 3-axis machine and after a failure.
   const post::zvPostingCounts& GetCounts() const noexcept { return m_counts; }
 

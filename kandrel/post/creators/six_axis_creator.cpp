@@ -20,7 +20,7 @@ zvPosted6axTPCreator::zvPosted6axTPCreator(const misc::zvAutoPointer<post::zvMac
                                            const post::zv5axControlDef& control,
                                            const post::zvKDRParam& par, const Point& partOrigin,
                                            double toolLengthCompensation)
-    : zvPosted6axTPCreator(*post::zvMachDefUtils::Cast6ax(machDef), control, par, partOrigin,
+    : zvPosted6axTPCreator(post::zvMachDefUtils::As6ax(*machDef), control, par, partOrigin,
                            toolLengthCompensation) {}
 
 zvPosted6axTPCreator::zvPosted6axTPCreator(const zvPosted6axTPCreator& other)
@@ -35,7 +35,7 @@ void zvPosted6axTPCreator::SetMachDef(const zv6axMachDef& machDef) {
 }
 
 void zvPosted6axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
-  SetMachDef(*post::zvMachDefUtils::Cast6ax(machDef));
+  SetMachDef(post::zvMachDefUtils::As6ax(*machDef));
 }
 
 misc::zvAutoPointer<post::zvMachDef> zvPosted6axTPCreator::GetMachDefPtr() const {
@@ -53,14 +53,13 @@ zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToo
   m_counts = {};
   zvPosted5axTPCreator creator = FiveAxisCreator();
   const auto solved = creator.Post(toolpath, smallMoves);
-  m_counts = creator.GetCounts();
-  m_posted.Renew();
-  List& list = *m_posted.Get();
+  ListPointer list = m_posted.New();
   while (!solved->IsEmpty()) {
-    list.EmplaceBack(std::move(solved->Front()), m_machDef.GetThirdAngle());
+    list->EmplaceBack(std::move(solved->Front()), m_machDef.GetThirdAngle());
     solved->Erase(solved->begin());
   }
-  return m_posted.Get();
+  m_counts = creator.GetCounts();
+  return m_posted.Get() = std::move(list);
 }
 
 void zvPosted6axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) {

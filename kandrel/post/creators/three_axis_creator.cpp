@@ -32,7 +32,7 @@ zvPosted3axTPCreator::zvPosted3axTPCreator(const misc::zvAutoPointer<post::zvMac
                                            const zvKDRParam& par,
                                            const cadcam::zvTPoint3d<double>& partOrigin,
                                            double toolLengthCompensation)
-    : zvPosted3axTPCreator(*post::zvMachDefUtils::Cast3ax(machDef), control, par, partOrigin,
+    : zvPosted3axTPCreator(post::zvMachDefUtils::As3ax(*machDef), control, par, partOrigin,
                            toolLengthCompensation) {}
 
 zvPosted3axTPCreator::zvPosted3axTPCreator(const zvPosted3axTPCreator& other)
@@ -47,7 +47,7 @@ void zvPosted3axTPCreator::SetMachDef(const post::zv3axMachDef& machDef) {
 }
 
 void zvPosted3axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
-  SetMachDef(*post::zvMachDefUtils::Cast3ax(machDef));
+  SetMachDef(post::zvMachDefUtils::As3ax(*machDef));
 }
 
 misc::zvAutoPointer<post::zvMachDef> zvPosted3axTPCreator::GetMachDefPtr() const {
@@ -79,7 +79,8 @@ void zvPosted3axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smal
 
 zvPosted3axTPCreator::Move zvPosted3axTPCreator::PostMove(const cadcam::zvMovePointer& move,
                                                           zvPostedMove::Types type) const {
-  return m_maker.Make(post::zvMoveView(*SingleMove(move)), type, 0, true, false);
+  cadcam::zv5axMove aligned;
+  return m_maker.Make(post::zvMoveView(SingleMove(move, aligned)), type, 0, true, false);
 }
 
 std::pair<misc::zvAutoPointer<post::zvPosted3axMove>, misc::zvAutoPointer<post::zvPosted3axMove>>
@@ -97,6 +98,8 @@ void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
   RequireFiniteSetup();
   try {
     PostInOneWalk(toolpath, smallMoves);
+  } catch (const misc::zvOutOfMemory&) {
+    throw;  // a second attempt would need as much
   } catch (const misc::zvException&) {
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is told, and how far the list is filled.
@@ -124,13 +127,18 @@ void zvPosted3axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
 }
 
 void zvPosted3axTPCreator::PostWhole(const cadcam::zvToolPath& toolpath, bool smallMoves) {
-  post::zvFlatMoves moves(toolpath.GetMoveCount(), true);
-  BuildMoves(toolpath, moves);
+  CheckMoves(toolpath);
+  const auto forEach = [&](const auto& take) {
+    post::ForEachMove(toolpath, GetAlignMatrix(), take);
+  };
   if (!m_maker.GetTransformation())
-    for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
-      CheckOrientation(moves[i].first->GetOrientation());
-  for (std::uint64_t i = 0; i < moves.GetSize(); ++i)
-    AppendPostedMove(post::zvMoveView(*moves[i].first), moves[i].second, i, smallMoves);
+    forEach([this](const cadcam::zvCNCMove& move, zvPostedMove::Types) {
+      CheckOrientation(move.GetOrientation());
+    });
+  std::uint64_t index = 0;
+  forEach([&](const cadcam::zvCNCMove& move, zvPostedMove::Types type) {
+    AppendPostedMove(post::zvMoveView(move), type, index++, smallMoves);
+  });
 }
 
 void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {

@@ -28,6 +28,16 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
   zvPosted3axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
                        const post::zv5axControlDef& control, const post::zvKDRParam& par,
                        const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
+  /// No temporaries: control, parameters and part origin are referred to.
+  template <class MachDef>
+  zvPosted3axTPCreator(const MachDef&, const post::zv5axControlDef&&, const post::zvKDRParam&,
+                       const cadcam::zvTPoint3d<double>&, double) = delete;
+  template <class MachDef>
+  zvPosted3axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&&,
+                       const cadcam::zvTPoint3d<double>&, double) = delete;
+  template <class MachDef>
+  zvPosted3axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&,
+                       const cadcam::zvTPoint3d<double>&&, double) = delete;
   /// Shares the transformation; starts with no posted list.
   zvPosted3axTPCreator(const zvPosted3axTPCreator& other);
   /// Empties the posted list, also for whoever shares it.

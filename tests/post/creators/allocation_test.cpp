@@ -4,7 +4,7 @@
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <tests/support/allocation_counter.h>
+#include <tests/support/memory_watch.h>
 #include <tests/support/toolpath_builders.h>
 
 #include <cmath>

@@ -1,0 +1,140 @@
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <tests/support/memory_watch.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <utility>
+
+namespace {
+
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+
+std::atomic<std::uint64_t> g_count{0};
+std::atomic<std::int64_t> g_left{kNever};  // requests that are still served
+std::atomic<bool> g_lasts{false};
+std::atomic<bool> g_hasStruck{false};
+std::atomic<std::size_t> g_mapped{0};
+std::atomic<std::size_t> g_peak{0};
+std::function<bool()>* g_releaseHook = nullptr;
+
+bool IsRefused() {
+  if (g_left.load(std::memory_order_relaxed) == kNever) return false;
+  const std::int64_t left = g_left.fetch_sub(1);
+  const bool isRefused = g_lasts ? left <= 0 : left == 0;
+  if (isRefused) g_hasStruck = true;
+  return isRefused;
+}
+
+void* Counted(std::size_t size) {
+  g_count.fetch_add(1, std::memory_order_relaxed);
+  if (!IsRefused())
+    if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
+  throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return Counted(size);
+}
+void* operator new[](std::size_t size) {
+  return Counted(size);
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+// In place of the C library's, for all calls that don't come from it itself.
+extern "C" {
+
+[[gnu::visibility("default")]] void* mmap(void* address, std::size_t bytes, int protection,
+                                          int flags, int file, off_t offset) noexcept {
+  if (IsRefused()) {
+    errno = ENOMEM;
+    return MAP_FAILED;
+  }
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
+  void* block =
+      reinterpret_cast<void*>(syscall(SYS_mmap, address, bytes, protection, flags, file, offset));
+  if (block != MAP_FAILED) {
+    const std::size_t now = g_mapped += bytes;
+    if (now > g_peak) g_peak = now;
+  }
+  return block;
+}
+
+[[gnu::visibility("default")]] int munmap(void* block, std::size_t bytes) noexcept {
+  if (g_releaseHook != nullptr && !(*g_releaseHook)()) {
+    errno = ENOMEM;
+    return -1;
+  }
+  g_mapped -= bytes;
+  return static_cast<int>(syscall(SYS_munmap, block, bytes));
+}
+
+[[gnu::visibility("default")]] int pthread_setspecific(pthread_key_t key,
+                                                       const void* value) noexcept {
+  static const auto original = reinterpret_cast<int (*)(pthread_key_t, const void*)>(
+      dlsym(RTLD_NEXT, "pthread_setspecific"));
+  return value != nullptr && IsRefused() ? ENOMEM : original(key, value);
+}
+
+}  // extern "C"
+
+namespace tests {
+
+std::uint64_t AllocationCount() {
+  return g_count.load(std::memory_order_relaxed);
+}
+
+std::size_t MappedBytes() {
+  return g_mapped;
+}
+
+std::size_t PeakMappedBytes() {
+  return g_peak;
+}
+
+void ResetPeak() {
+  g_peak = g_mapped.load();
+}
+
+MemoryFailure::MemoryFailure(std::uint64_t requests, bool lasts) {
+  g_hasStruck = false;
+  g_lasts = lasts;
+  g_left = static_cast<std::int64_t>(requests);
+}
+
+MemoryFailure::~MemoryFailure() {
+  g_left = kNever;
+}
+
+bool MemoryFailure::HasStruck() const {
+  return g_hasStruck;
+}
+
+ReleaseHook::ReleaseHook(std::function<bool()> hook) {
+  g_releaseHook = new std::function<bool()>(std::move(hook));
+}
+
+ReleaseHook::~ReleaseHook() {
+  delete std::exchange(g_releaseHook, nullptr);
+}
+
+}  // namespace tests
