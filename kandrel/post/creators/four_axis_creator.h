@@ -16,7 +16,7 @@
 /// around large jumps, and keeps limits by shifting and rewinding.
 ///
 /// 1. Orientations must lie on the cone that the spindle sweeps about the rotary axis, which may
-///    have any opening.
+///    have any opening; one less than 1e-6 rad off it is solved as the one on it of the same turn.
 /// 2. Angles of the list run on past a turn; the control's wrapping is the last step of a posting.
 /// 3. Limits are checked as told by limitsCheck before that. Linear limits are checked before a
 ///    rewinding: its lifts and turns are not checked.
