@@ -480,6 +480,29 @@ TEST(FourAxisPaths, TurnPointsByTheirDistanceFromTheAxis) {
   }
 }
 
+// An orientation hardly off the cone, on either side of it, has the turn of the one on it and stays
+// as it was given.
+TEST(FourAxisPaths, SolveOrientationsNearTheConeAsOnIt) {
+  Seeded random;
+  FourAxisScene scene;
+  scene.par.SetMaxAngleStep(0);
+  scene.par.SetMaxAngleJump(1000);
+  for (const double opening : {20.0, 45.0, 90.0, 120.0}) {
+    scene.machine.spindle = tests::SpindleAt(scene.machine.axis, opening, random);
+    for (const double deg : {-170.0, -60.0, 2.0, 80.0}) {
+      const Point on = scene.DirectionAt(deg);
+      for (const double off : {-0.99e-6, 1e-9, 0.99e-6}) {
+        const Point across = Cross(Cross(on, scene.machine.axis), on).Normalized();
+        const Source source(2, {{10, 20, 30}, on + off * across});
+        for (const zvPosted4axMove& line : PostLines(scene, Build(source))) {
+          EXPECT_NEAR(line.GetRotaryAngle(), deg, 1e-9) << opening << ' ' << off;
+          EXPECT_EQ(line.GetOrientation(), source[0].orientation);
+        }
+      }
+    }
+  }
+}
+
 // Checks then follow the new machine and solutions the old one, whose cone says nothing about what
 // lies between.
 TEST(FourAxisPaths, AreBlendedAsTheyStandAfterAChangeOfTheMachine) {
