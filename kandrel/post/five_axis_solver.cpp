@@ -125,16 +125,21 @@ void zv5axMoveSolver::SpendPole(const Point& p_part, double lastFirstAngle,
                                                               result.mirror.secondAngle);
 }
 
+zvRotarySolutions zv5axMoveSolver::SolveAngles(const cadcam::zvMovePointer& move,
+                                               double poleTolerance, double lastFirstAngle) const {
+  RequireFinite(*move);
+  const zvMoveView view(*move);
+  return SolveAngles(view.GetPosition(), view.GetOrientation(), MakePoleCone(poleTolerance),
+                     lastFirstAngle);
+}
+
 zvSolutionPair zv5axMoveSolver::Solve(const cadcam::zvMovePointer& move, zvPostedMove::Types type,
                                       int sourceIndex, bool inserted, double poleTolerance,
                                       bool smallMoves, double lastFirstAngle) const {
-  RequireFinite(*move);
-  const zvMoveView view(*move);
-  const zvRotarySolutions solutions = SolveAngles(view.GetPosition(), view.GetOrientation(),
-                                                  MakePoleCone(poleTolerance), lastFirstAngle);
+  const zvRotarySolutions solutions = SolveAngles(move, poleTolerance, lastFirstAngle);
   const zvRotarySolution& mirror = solutions.mirror;
-  return {MakeMove(view, type, solutions.first, solutions.poleStatus, sourceIndex, inserted,
-                   smallMoves),
+  return {MakeMove(zvMoveView(*move), type, solutions.first, solutions.poleStatus, sourceIndex,
+                   inserted, smallMoves),
           zvMirrorAngle{mirror.firstAngle, mirror.secondAngle, mirror.position}};
 }
 

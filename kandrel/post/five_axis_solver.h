@@ -14,6 +14,7 @@
 #include <kandrel/post/posting_parameters.h>
 
 #include <optional>
+#include <vector>
 
 namespace post {
 
@@ -82,6 +83,24 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   zvSolutionPair Solve(const cadcam::zvMovePointer& move, zvPostedMove::Types type, int sourceIndex,
                        bool inserted, double poleTolerance, bool smallMoves,
                        double lastFirstAngle) const;
+
+  /// The same without a posted move.
+  zvRotarySolutions SolveAngles(const cadcam::zvMovePointer& move, double poleTolerance,
+                                double lastFirstAngle) const;
+
+  /// Of two solutions the one that a posting takes after `previous`.
+  zvPosted5axMove SelectNextSolution(const zvPosted5axMove& previous,
+                                     const zvSolutionPair& pair) const;
+
+  /// The moves that belong between two, in order; nothing where none are wanted, an empty list
+  /// where a subdivision brings nothing. `forceMidpoint` asks for the one halfway, however small
+  /// the step. Nothing from `depth` 4 on; a posting starts at 0. `tolerance` as for MakePoleCone.
+  /// Throws as SolveAngles does for a blended orientation, zvPostException 5039 for more than
+  /// 2^31 - 2 moves.
+  std::optional<std::vector<zvPosted5axMove>> InterpolateMoves(const zvPosted5axMove& from,
+                                                               const zvPosted5axMove& to,
+                                                               bool smallMoves, bool forceMidpoint,
+                                                               int depth, double tolerance) const;
 
   /// A posted move at one of the solutions.
   static zvPosted5axMove MakeMove(const zvMoveView& move, zvPostedMove::Types type,

@@ -67,7 +67,7 @@ bool zv5axInterpolator::Between(List& list, List::iterator to) {
 
 std::optional<zvPosted5axMove> zv5axInterpolator::Midpoint(const Move& from, const Move& to,
                                                            double tolerance) const {
-  if (IsSkippedAtPole(from, to, tolerance)) return std::nullopt;
+  if (SkipForPole(from, to, tolerance)) return std::nullopt;
   if (!m_solves) return Linear(from, to, 0.5);
   if (AreOpposite(from.GetOrientation(), to.GetOrientation())) return std::nullopt;
   zvIntermediateMoves between(from, to, m_smallMoves, zvBlendedOrientations::kUnitVectors);
@@ -75,14 +75,50 @@ std::optional<zvPosted5axMove> zv5axInterpolator::Midpoint(const Move& from, con
                 between.GetSourceIndex(), between.IsInserted());
 }
 
-bool zv5axInterpolator::Subdivide(List& list, Iterator from, Iterator to, int depth) {
-  if (to->IsRapid() && !m_par.GetInterpolateRapidMoves()) return false;
-  if (depth >= kDeepest || IsSkippedAtPole(*from, *to, misc::kNoValue)) return false;
-  const std::uint32_t count = std::max(StepsByDistance(*from, *to), StepsByAngle(*from, *to));
-  if (count == 0) return false;
+std::optional<std::vector<zvPosted5axMove>> zv5axInterpolator::MovesBetween(const Move& from,
+                                                                            const Move& to,
+                                                                            int depth,
+                                                                            double tolerance) {
+  const std::uint32_t count = CountBetween(from, to, depth, tolerance);
+  if (count == 0) return std::nullopt;
+  misc::zvMemoryPoolProvider provider;
+  List list(provider);
+  list.PushBack(from);
+  list.PushBack(to);
+  Fill(list, list.begin(), std::prev(list.end()), depth, count, m_solver.MakePoleCone(tolerance));
+  return std::vector<Move>(std::next(list.begin()), std::prev(list.end()));
+}
+
+std::optional<std::vector<zvPosted5axMove>> zv5axMoveSolver::InterpolateMoves(
+    const zvPosted5axMove& from, const zvPosted5axMove& to, bool smallMoves, bool forceMidpoint,
+    int depth, double tolerance) const {
+  zv5axInterpolator interpolator(*this, smallMoves);
+  if (!forceMidpoint) return interpolator.MovesBetween(from, to, depth, tolerance);
+  std::optional<zvPosted5axMove> middle;
+  if (depth < kDeepest) middle = interpolator.Midpoint(from, to, tolerance);
+  if (!middle) return std::nullopt;
+  return std::vector{*std::move(middle)};
+}
+
+// How many moves are wanted between two, at first.
+std::uint32_t zv5axInterpolator::CountBetween(const Move& from, const Move& to, int depth,
+                                              double tolerance) const {
+  if (to.IsRapid() && !m_par.GetInterpolateRapidMoves()) return 0;
+  if (depth >= kDeepest || SkipForPole(from, to, tolerance)) return 0;
+  const std::uint32_t count = std::max(StepsByDistance(from, to), StepsByAngle(from, to));
+  if (count == 0) return 0;
   // No direction lies between opposite ones more than any other.
-  if (m_solves && AreOpposite(from->GetOrientation(), to->GetOrientation())) return false;
-  InsertEvenMoves(list, from, to, count);
+  return m_solves && AreOpposite(from.GetOrientation(), to.GetOrientation()) ? 0 : count;
+}
+
+bool zv5axInterpolator::Subdivide(List& list, Iterator from, Iterator to, int depth) {
+  const std::uint32_t count = CountBetween(*from, *to, depth, misc::kNoValue);
+  return count != 0 && Fill(list, from, to, depth, count, m_cone);
+}
+
+bool zv5axInterpolator::Fill(List& list, Iterator from, Iterator to, int depth, std::uint32_t count,
+                             const zv5axMoveSolver::PoleCone& cone) {
+  EvenMoves(list, from, to, count, cone);
   if (!m_solves) return false;
 
   const Progress progress = Measure(from, to, false);
@@ -98,10 +134,10 @@ bool zv5axInterpolator::Subdivide(List& list, Iterator from, Iterator to, int de
   bool isChanged = false;
   for (Iterator move = std::next(from); move != to; last = move++) {
     if (isChanged) isChanged = ChooseAgain(*last, *move);
-    if (IsStepTooLarge(*last, *move)) isChanged = Refine(list, last, move, depth) || isChanged;
+    if (StepTooLarge(*last, *move)) isChanged = Refine(list, last, move, depth) || isChanged;
   }
   bool isLastLeft = false;
-  if (IsStepTooLarge(*last, *to)) {
+  if (StepTooLarge(*last, *to)) {
     // A last step that turns no less than the whole can only be mended by choosing `to` again,
     // which its maker does.
     const double turn = PoleAwareDistance(*last, *to);
@@ -129,11 +165,11 @@ bool zv5axInterpolator::Refine(List& list, Iterator first, Iterator move, int de
     const bool isLastLeft = Subdivide(list, last, move, depth + 1);
     if (std::prev(move) == last) break;
     last = std::prev(move);
-    if (!IsStepTooLarge(*last, *move)) return isChanged;
+    if (!StepTooLarge(*last, *move)) return isChanged;
     const bool isOther = ChooseAgain(*last, *move);
     isChanged = isChanged || isOther;
     if (!isLastLeft && !isOther) break;
-    if (!IsStepTooLarge(*last, *move)) return isChanged;
+    if (!StepTooLarge(*last, *move)) return isChanged;
   }
   if (last != first && PoleAwareDistance(*last, *move) >= whole - misc::kSameStep) {
     EraseBetween(list, first, move);
@@ -164,7 +200,7 @@ bool zv5axInterpolator::ChooseAgain(const Move& previous, Move& move) const {
 
 // No interpolation is wanted although the step is slightly large: at a pole, where the excess lies
 // within the pole's tolerance.
-bool zv5axInterpolator::IsSkippedAtPole(const Move& from, const Move& to, double tolerance) const {
+bool zv5axInterpolator::SkipForPole(const Move& from, const Move& to, double tolerance) const {
   if (from.GetPoleStatus() == 0 && to.GetPoleStatus() == 0) return false;
   if (StepsByDistance(from, to) != 0) return false;
   // Exactly: a larger value is a tolerance here.
@@ -183,7 +219,7 @@ std::uint32_t zv5axInterpolator::StepsByAngle(const Move& from, const Move& to) 
   return post::StepsByAngle(m_par, from.AngleDistance(to));
 }
 
-bool zv5axInterpolator::IsStepTooLarge(const Move& a, const Move& b) const {
+bool zv5axInterpolator::StepTooLarge(const Move& a, const Move& b) const {
   constexpr double kBorder = 1e-9;  // far above rounding
   const double step = m_par.GetMaxAngleStep();
   if (m_hasAngleRule && !(PlainDistance(a, b) < step - kBorder) &&
@@ -193,11 +229,11 @@ bool zv5axInterpolator::IsStepTooLarge(const Move& a, const Move& b) const {
 }
 
 bool zv5axInterpolator::IsWithinStep(const Move& a, const Move& b) const {
-  return !IsStepTooLarge(a, b);
+  return !StepTooLarge(a, b);
 }
 
-void zv5axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
-                                        std::uint32_t count) {
+void zv5axInterpolator::EvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count,
+                                  const zv5axMoveSolver::PoleCone& cone) {
   const double step = 1.0 / (count + 1.0);
   double t = 0;
   if (!m_solves) {
@@ -212,7 +248,7 @@ void zv5axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
   for (std::uint32_t k = 0; k < count; ++k) {
     t += step;
     previous = list.EmplaceWith(to, [&] {
-      return Solved(between.At(t), between.GetType(), *previous, m_cone, between.GetSourceIndex(),
+      return Solved(between.At(t), between.GetType(), *previous, cone, between.GetSourceIndex(),
                     between.IsInserted());
     });
     m_hasMetPole = m_hasMetPole || previous->GetPoleStatus() != 0;

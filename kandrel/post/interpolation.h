@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace post {
 
@@ -45,18 +46,28 @@ class KANDREL_API zv5axInterpolator {
   /// at a pole within `tolerance` degrees or point in opposite directions.
   std::optional<Move> Midpoint(const Move& from, const Move& to, double tolerance) const;
 
+  /// What Between would put between two moves, without the choices of its caller; nothing where it
+  /// doesn't subdivide at `depth`, from 0 to 3. `tolerance` is the pole tolerance of the first
+  /// subdivision.
+  std::optional<std::vector<Move>> MovesBetween(const Move& from, const Move& to, int depth,
+                                                double tolerance);
+
  private:
   using Iterator = List::iterator;
 
+  std::uint32_t CountBetween(const Move& from, const Move& to, int depth, double tolerance) const;
   bool Subdivide(List& list, Iterator from, Iterator to, int depth);
+  bool Fill(List& list, Iterator from, Iterator to, int depth, std::uint32_t count,
+            const zv5axMoveSolver::PoleCone& cone);
   bool Refine(List& list, Iterator first, Iterator move, int depth);
   bool ChooseAgain(const Move& previous, Move& move) const;
-  bool IsSkippedAtPole(const Move& from, const Move& to, double tolerance) const;
+  bool SkipForPole(const Move& from, const Move& to, double tolerance) const;
   std::uint32_t StepsByDistance(const Move& from, const Move& to) const;
   std::uint32_t StepsByAngle(const Move& from, const Move& to) const;
-  bool IsStepTooLarge(const Move& a, const Move& b) const;
+  bool StepTooLarge(const Move& a, const Move& b) const;
   bool IsWithinStep(const Move& a, const Move& b) const;
-  void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count);
+  void EvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count,
+                 const zv5axMoveSolver::PoleCone& cone);
   void CarryPole(const Move& from, const Move& to, const Move& previous, Move& move) const;
   struct Progress {
     double wholeAngle = 0;

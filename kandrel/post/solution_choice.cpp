@@ -74,6 +74,13 @@ bool IsMirrorNearer(double previousFirst, double previousSecond, const zvRotaryS
 
 }  // namespace
 
+zvRotarySolutions SolutionsOf(const zvSolutionPair& pair) {
+  const auto& [move, mirror] = pair;
+  return {{move.GetAngle(0), move.GetAngle(1), move.GetMachinePosition()},
+          {mirror.firstAngle, mirror.secondAngle, mirror.machinePosition},
+          move.GetPoleStatus()};
+}
+
 bool TakesMirrorNext(double previousFirstAngle, double previousSecondAngle,
                      const zvRotarySolutions& solutions, const zvKDRParam& par,
                      const zv5axMachDef& machDef) {
@@ -86,6 +93,14 @@ bool TakesMirrorNext(double previousFirstAngle, double previousSecondAngle,
   return par.GetFirstMoveByRule()
              ? IsMirrorNearer(previousFirstAngle, previousSecondAngle, solutions)
              : par.GetFirstMoveMirror();
+}
+
+zvPosted5axMove zv5axMoveSolver::SelectNextSolution(const zvPosted5axMove& previous,
+                                                    const zvSolutionPair& pair) const {
+  return TakesMirrorNext(previous.GetAngle(0), previous.GetAngle(1), SolutionsOf(pair), *m_par,
+                         *this)
+             ? MirrorSolutionMove(pair)
+             : FirstSolutionMove(pair);
 }
 
 zvSolutionChoice ChooseFirst(const zvRotarySolutions& solutions, const zvKDRParam& par,

@@ -16,6 +16,9 @@ struct zvSolutionChoice {
   zvLimitType excess;
 };
 
+/// Both solutions of a pair side by side.
+KANDREL_API zvRotarySolutions SolutionsOf(const zvSolutionPair& pair);
+
 /// For a move after another one: the one solution that keeps the limits asked for by limitsCheck,
 /// else the nearest, or with firstMoveByRule off the one that firstMoveMirror names. The nearest is
 /// the one that doesn't hold the largest travel of any axis, the first on a tie.

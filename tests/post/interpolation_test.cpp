@@ -323,6 +323,12 @@ TEST_F(Interpolation, IsThePlainOneOnRandomMoves) {
     ASSERT_EQ(interpolator.Between(tuned.list, std::prev(tuned.list.end())), isLeft);
     if (!expected) expected.emplace();
     ASSERT_EQ(tuned.list.GetCount(), expected->size() + 2);
+    ASSERT_EQ(solver
+                  .InterpolateMoves(tuned.list.Front(), tuned.list.Back(), smallMoves, false, 0,
+                                    misc::kNoValue)
+                  .value_or(std::vector<Move>())
+                  .size(),
+              expected->size());
     auto move = std::next(tuned.list.begin());
     for (const Move& e : *expected) {
       ASSERT_EQ(*move, e);

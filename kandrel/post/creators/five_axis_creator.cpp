@@ -292,11 +292,8 @@ bool zvPosted5axTPCreator::SelectFirst(const zvRotarySolutions& solutions) const
 
 zvPosted5axMove zvPosted5axTPCreator::SelectPostedMoveFirstTime(
     const post::zvSolutionPair& pair) const {
-  zvRotarySolutions solutions;
-  solutions.first = {pair.first.GetAngle(0), pair.first.GetAngle(1),
-                     pair.first.GetMachinePosition()};
-  solutions.mirror = {pair.second.firstAngle, pair.second.secondAngle, pair.second.machinePosition};
-  return SelectFirst(solutions) ? post::MirrorSolutionMove(pair) : post::FirstSolutionMove(pair);
+  return SelectFirst(post::SolutionsOf(pair)) ? post::MirrorSolutionMove(pair)
+                                              : post::FirstSolutionMove(pair);
 }
 
 // Compared with the first move's orientation, so that drift can't add up. Lengths count: (0, 0, 1)

@@ -726,6 +726,57 @@ TEST(FiveAxisPaths, AFailureBetweenTwoMovesLeavesNothingBehindTheFirst) {
   EXPECT_FALSE(creator.GetPostedList()->Back().IsInserted());
 }
 
+// A host that posts by itself: what the solver offers for one move after another is what a posting
+// of both does.
+TEST(FiveAxisPaths, TheSolverOffersWhatAPostingDoes) {
+  tests::Seeded random;
+  int mirrors = 0, compared = 0;
+  for (int run = 0; run < 200; ++run) {
+    FiveAxisScene scene = tests::RandomScene(random);
+    scene.par.SetMaxAngleStep(5);
+    scene.par.SetMaxAngleJump(1000);
+    const Source source{{random.Vector(10), random.UnitVector()},
+                        {random.Vector(10), random.UnitVector()}};
+    const PathBuilder builder = Build(source);
+    zvPosted5axTPCreator creator = scene.Creator();
+    const post::zv5axMoveSolver solver = scene.Solver();
+    std::vector<post::zvPosted5axMove> moves;
+    try {
+      const auto solve = [&](std::size_t i) {
+        const cadcam::zvMovePointer move(new cadcam::zv5axMove(
+            {source[i].tip, source[i].orientation, 0, false}, {}, {}, 0, false));
+        return solver.Solve(move, post::zvPostedMove::noLink, 0, false, misc::kNoValue, true, 0);
+      };
+      moves.push_back(creator.SelectPostedMoveFirstTime(solve(0)));
+      const auto pair = solve(1);
+      const auto next = solver.SelectNextSolution(moves[0], pair);
+      mirrors += !(next == post::FirstSolutionMove(pair));
+      auto between = solver.InterpolateMoves(moves[0], next, true, false, 0, misc::kNoValue);
+      if (between) moves.insert(moves.end(), between->begin(), between->end());
+      moves.push_back(solver.SelectNextSolution(moves.back(), pair));
+      const auto halfway = solver.InterpolateMoves(moves[0], next, true, true, 0, misc::kNoValue);
+      ASSERT_TRUE(halfway.has_value() && halfway->size() == 1u);
+      EXPECT_LT(Distance(halfway->front().GetPartPosition(), 0.5 * (source[0].tip + source[1].tip)),
+                1e-9);
+      EXPECT_FALSE(solver.InterpolateMoves(moves[0], next, true, true, 4, 1e308).has_value());
+    } catch (const post::zvPostException&) {
+      continue;
+    }
+    const auto list = creator.Post(builder, true);
+    // A last step that is chosen again may get more.
+    if (list->GetCount() != moves.size()) continue;
+    ++compared;
+    auto posted = list->begin();
+    for (const auto& move : moves) {
+      EXPECT_NEAR(std::remainder(move.GetAngle(0) - posted->GetAngle(0), 360.0), 0, 1e-9) << run;
+      EXPECT_NEAR(std::remainder(move.GetAngle(1) - posted->GetAngle(1), 360.0), 0, 1e-9) << run;
+      ++posted;
+    }
+  }
+  EXPECT_GT(mirrors, 10);
+  EXPECT_GT(compared, 80);
+}
+
 // A reversal of the tool has no way that the path tells: it is a large jump.
 TEST(FiveAxisPaths, OppositeOrientationsAreAJumpAndNotABlend) {
   const FiveAxisScene scene;
