@@ -79,15 +79,19 @@ class KANDREL_API zvPostedTPCreator {
   post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
 
   /// Flattens a toolpath into an array of its move count (post::Flatten), aligned where a matrix is
-  /// set. Throws zvPostException 5039 also as RequireFiniteSetup does.
+  /// set.
   void BuildMoves(const cadcam::zvToolPath& toolpath, post::zvFlatMoves& moves) const;
 
-  /// Throws zvPostException 5039 for a part origin, tool length, alignment matrix, retract distance
-  /// or preferred angle that is infinite or NaN.
+  /// Throws zvPostException 5039 for a part origin, tool length or alignment matrix that is
+  /// infinite or NaN. What a posting reads only in places is looked at there: nothing infinite or
+  /// NaN is posted, and what isn't read may be anything.
   void RequireFiniteSetup() const;
+  /// The same for the alignment matrix alone.
+  void RequireFiniteAlignment() const;
 
-  /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", what is
-  /// infinite or NaN 5039; with an alignment matrix it is an aligned copy.
+  /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", a
+  /// position or orientation that is infinite or NaN 5039; with an alignment matrix it is an
+  /// aligned copy.
   cadcam::zvMovePointer SingleMove(const cadcam::zvMovePointer& move) const;
 
   /// Throws zvPostException 5032 or 5033 when the two units differ.
