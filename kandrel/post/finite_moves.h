@@ -1,42 +1,41 @@
 // Posted numbers that no machine can read: infinite ones and NaN.
 #pragma once
 
+#include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/mirror_angle.h>
-#include <kandrel/post/move_traits.h>
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/posted_move.h>
 
+#include <cmath>
+
 namespace post {
 
-/// 0 where positions, feed and time of the move are finite, else NaN: sums of it tell it of many.
-inline double NoNumberIn(const zvPostedMove& move) noexcept {
+/// Adds to a sum that stays finite only where machine position, feed and time of all moves are: a
+/// cheap first look. Part positions, orientations and angles are finite already.
+inline void AddNumbers(const zvPostedMove& move, double& sum) noexcept {
   const auto& p_mach = move.GetMachinePosition();
-  const auto& p_part = move.GetPartPosition();
-  return p_mach.x * 0 + p_mach.y * 0 + p_mach.z * 0 + p_part.x * 0 + p_part.y * 0 + p_part.z * 0 +
-         move.GetFeed() * 0 + move.GetMoveTime() * 0;
+  sum = sum + p_mach.x + p_mach.y + p_mach.z + move.GetFeed() + move.GetMoveTime();
 }
 
-/// The same with the rotary angles.
+/// Throws zvPostException 5039 for a move whose machine position, feed or time is infinite or NaN.
+inline void RequireNumbers(const zvPostedMove& move) {
+  if (!IsFinite(move.GetMachinePosition()) || !std::isfinite(move.GetFeed()) ||
+      !std::isfinite(move.GetMoveTime()))
+    throw zvPostException(5039);
+}
+
+/// The same for both solutions of a move.
+inline void RequireNumbers(const zvSolutionPair& pair) {
+  RequireNumbers(pair.first);
+  if (!IsFinite(pair.second.machinePosition)) throw zvPostException(5039);
+}
+
+/// The same for a list, whose moves have this sum. Only where that isn't finite, maybe because it
+/// is too large, is the list walked.
 template <class Move>
-requires requires {
-  zvMoveTraits<Move>::kAxes;
-}
-double NoNumberIn(const Move& move) noexcept {
-  double sum = NoNumberIn(static_cast<const zvPostedMove&>(move));
-  for (int axis = 0; axis < zvMoveTraits<Move>::kAxes; ++axis)
-    sum += zvMoveTraits<Move>::Angle(move, axis) * 0;
-  return sum;
-}
-
-inline double NoNumberIn(const zvSolutionPair& pair) noexcept {
-  const auto& p_mach = pair.second.machinePosition;
-  return NoNumberIn(pair.first) + p_mach.x * 0 + p_mach.y * 0 + p_mach.z * 0 +
-         pair.second.firstAngle * 0 + pair.second.secondAngle * 0;
-}
-
-/// Throws zvPostException 5039 unless the sum is 0.
-inline void RequireNumbers(double sum) {
-  if (!(sum == 0)) throw zvPostException(5039);
+void RequireNumbers(const misc::zvMemoryPoolList<Move>& list, double sum) {
+  if (std::isfinite(sum)) return;
+  for (const Move& move : list) RequireNumbers(move);
 }
 
 }  // namespace post

@@ -19,7 +19,7 @@ template <class Move>
 struct zvLimitMove {
   enum class Kind {
     kNotBetween,  // the limit doesn't lie between the two
-    kFound,       // `move` reaches it by itself
+    kFound,       // `move` reaches it by itself, or is a copy of one of the two
     kForced,      // `move` stands where turning the axis to the limit leaves the tool: on its pole,
                   // and where the arc cosine's snap makes the angle leap
     kLeap,        // the angle leaps over it: at the limit the tool would point elsewhere
@@ -48,7 +48,7 @@ class zvLimitMoveFinder {
       if (!(std::fabs(deg - m_range.max) <= misc::kEqual ||
             std::fabs(deg - m_range.min) <= misc::kEqual))
         continue;
-      Result result{Result::Kind::kFound, *end};
+      Result result{Kind::kFound, *end};
       if (!m_smallMoves && !end->HasNoExtended()) result.move->SetInserted(true);
       return result;
     }
@@ -59,7 +59,7 @@ class zvLimitMoveFinder {
     if (!(std::min(from, to) <= target && target <= std::max(from, to))) return {};
 
     Result result = Halve(a, b, target, isUpward);
-    if (result.move) Settle(*result.move, a, b, target);
+    if (result.move) Settle(result, a, b, target);
     return result;
   }
 
@@ -99,14 +99,18 @@ class zvLimitMoveFinder {
     return Dot(difference, difference) <= 2 * misc::kArcCosineSnap * Dot(dir_tool, dir_tool);
   }
 
-  void Settle(Move& move, const Move& a, const Move& b, double target) const {
+  void Settle(Result& result, const Move& a, const Move& b, double target) const {
+    Move& move = *result.move;
     Traits::SetAngle(move, m_axis, target);
     for (int axis = 0; axis < Traits::kAxes; ++axis) {
       if (axis == m_axis) continue;
       const double otherA = Traits::Angle(a, axis);
       const double otherB = Traits::Angle(b, axis);
-      double other =
-          std::fabs(otherA - otherB) <= misc::kSameStep ? otherA : Traits::Angle(move, axis);
+      double other = Traits::Angle(move, axis);
+      // Where the axis was forced the tool stays only at the other angle as it was solved.
+      const bool isFree =
+          result.kind == Kind::kFound || misc::CircularDistance(other, otherA) <= misc::kSameStep;
+      if (isFree && std::fabs(otherA - otherB) <= misc::kSameStep) other = otherA;
       // A solved angle comes without its whole turns, and a mirrored one from the far side: it is
       // brought within half a turn of a's, between the two or not. Deliberate.
       other += misc::kFullTurnDeg * misc::WindsBetween(otherA, other);

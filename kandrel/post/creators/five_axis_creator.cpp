@@ -493,7 +493,7 @@ zvLimitType zvPosted5axTPCreator::RotaryExcessAfterRewind(bool smallMoves,
 post::zvSolutionPair zvPosted5axTPCreator::PostMove2(const cadcam::zvMovePointer& move,
                                                      Types type) const {
   post::zvSolutionPair pair = SolveMove(move, type);
-  post::RequireNumbers(post::NoNumberIn(pair));
+  post::RequireNumbers(pair);
   return pair;
 }
 
@@ -552,7 +552,7 @@ zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   if (!firstExcess.IsNone() && !mirrorExcess.IsNone()) ExceedingLimit(mirrorExcess);
   const auto keep = [](const zvLimitType& limit, Move& solution) {
     if (!limit.IsNone()) return misc::zvAutoPointer<Move>();
-    post::RequireNumbers(post::NoNumberIn(solution));
+    post::RequireNumbers(solution);
     return misc::MakeAutoPointer<Move>(std::move(solution));
   };
   return {keep(firstExcess, first), keep(mirrorExcess, mirror)};

@@ -342,7 +342,7 @@ void zvPosted4axTPCreator::KeepRotaryLimits(post::zvLimitChecker<Move>& checker,
 zvPosted4axMove zvPosted4axTPCreator::PostMove(const cadcam::zvMovePointer& move,
                                                zvPostedMove::Types type) const {
   Move posted = SolveMove(move, type);
-  post::RequireNumbers(post::NoNumberIn(posted));
+  post::RequireNumbers(posted);
   return posted;
 }
 
@@ -376,6 +376,6 @@ zvPosted4axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   if (checksRotary) ExceedingLimit(post::FirstRotaryExcess(unwrapped, *posted, ranges, slack));
   if (!checksLinear && !checksRotary && check != zvKDRParam::checkNothing)
     throw zvPostException(5046);
-  post::RequireNumbers(post::NoNumberIn(*posted));
+  post::RequireNumbers(*posted);
   return {std::move(posted), nullptr};
 }

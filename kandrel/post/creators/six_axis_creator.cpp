@@ -2,6 +2,9 @@
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/finite_moves.h>
 #include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/post_exception.h>
+
+#include <cmath>
 
 using post::zv6axMachDef;
 using post::zvPosted5axMove;
@@ -44,7 +47,7 @@ misc::zvAutoPointer<post::zvMachDef> zvPosted6axTPCreator::GetMachDefPtr() const
 }
 
 void zvPosted6axTPCreator::RequireFiniteThirdAngle() const {
-  post::RequireNumbers(m_machDef.GetThirdAngle() * 0);
+  if (!std::isfinite(m_machDef.GetThirdAngle())) throw post::zvPostException(5039);
 }
 
 // Of the machine, parameters and set-up that this creator has now.
@@ -77,7 +80,7 @@ std::pair<zvPosted6axTPCreator::Move, post::zvMirrorAngle> zvPosted6axTPCreator:
     const cadcam::zvMovePointer& move, Types type) const {
   RequireFiniteSetup();
   post::zvSolutionPair pair = m_solver.Solve(move, type, 0, true, misc::kNoValue, false, 0);
-  post::RequireNumbers(post::NoNumberIn(pair));
+  post::RequireNumbers(pair);
   RequireFiniteThirdAngle();
   return {Move(std::move(pair.first), m_machDef.GetThirdAngle()), pair.second};
 }

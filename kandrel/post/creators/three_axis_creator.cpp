@@ -72,7 +72,7 @@ zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::Post(const cadcam::zvToo
   CheckUnits(m_machDef, toolpath);
   PostMain(toolpath, smallMoves);
   CheckLimits();
-  post::RequireNumbers(m_noNumber);
+  post::RequireNumbers(*m_posted.Get(), m_sum);
   return m_posted.Get();
 }
 
@@ -83,7 +83,7 @@ void zvPosted3axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smal
 zvPosted3axTPCreator::Move zvPosted3axTPCreator::PostMove(const cadcam::zvMovePointer& move,
                                                           zvPostedMove::Types type) const {
   Move posted = MakeMove(move, type);
-  post::RequireNumbers(post::NoNumberIn(posted));
+  post::RequireNumbers(posted);
   return posted;
 }
 
@@ -112,21 +112,21 @@ zvPosted3axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
   if (check != zvKDRParam::checkNothing && check != zvKDRParam::checkRotaryAxes)
     ExceedingLimit(post::FirstLinearExcess(posted->GetMachinePosition(), m_machDef));
-  post::RequireNumbers(post::NoNumberIn(*posted));
+  post::RequireNumbers(*posted);
   return {std::move(posted), nullptr};
 }
 
 void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   AlignToolpath(toolpath);
   RequireFiniteMaker();
-  m_noNumber = 0;
+  m_sum = 0;
   try {
     PostInOneWalk(toolpath, smallMoves);
   } catch (const misc::zvException&) {
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is told, and how far the list is filled.
     m_posted.Get()->Clear();
-    m_noNumber = 0;
+    m_sum = 0;
     PostWhole(toolpath, smallMoves);
     throw;
   }
@@ -180,7 +180,7 @@ void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPost
     return m_maker.Make(move, type, static_cast<std::int32_t>(index), false, smallMoves);
   });
   if (previous == nullptr) {
-    m_noNumber += post::NoNumberIn(*current);
+    post::AddNumbers(*current, m_sum);
     return;
   }
   if (GetPar().GetInterpolateByDistance()) {
@@ -194,7 +194,7 @@ void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPost
   }
   // Nothing moves a posted move after this, so that its time can be told at once.
   current->SetMoveTime(post::MoveTime(*previous, *current));
-  m_noNumber += post::NoNumberIn(*current);
+  post::AddNumbers(*current, m_sum);
 }
 
 // Puts the moves between the two before the current one; returns the last before it.
@@ -216,7 +216,7 @@ const post::zvPosted3axMove* zvPosted3axTPCreator::Interpolate(const Move& previ
                           between.GetSourceIndex(), between.IsInserted(), smallMoves);
     });
     inserted->SetMoveTime(post::MoveTime(*last, *inserted));
-    m_noNumber += post::NoNumberIn(*inserted);
+    post::AddNumbers(*inserted, m_sum);
     last = &*inserted;
   }
   return last;

@@ -92,5 +92,5 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
   post::zv3axMachDef m_machDef;
   post::zvPosted3axMoveMaker m_maker;
   post::zvPostedList<Move> m_posted;
-  double m_noNumber = 0;  // of all moves of the list: post::NoNumberIn
+  double m_sum = 0;  // of all moves of the list: post::AddNumbers
 };

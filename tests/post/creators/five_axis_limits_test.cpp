@@ -155,7 +155,7 @@ TEST(FiveAxisLimits, ALeapBetweenTheSolutionsIsMadeInTheAir) {
 TEST(FiveAxisLimits, StepsOntoALimitOnThePoleAreSmall) {
   for (const double limit : {400.0, 440.0, 500.0})
     for (const double sense : {1.0, -1.0}) {
-      FiveAxisScene scene = Trunnion(sense > 0 ? -5 : -limit, sense > 0 ? limit : 5, -5, 110);
+      FiveAxisScene scene = Trunnion(sense > 0 ? -5 : -limit, sense > 0 ? limit : 5, -0.5, 110);
       scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(0));
       scene.par.SetMaxAngleJump(400);
       Source path;
@@ -165,9 +165,9 @@ TEST(FiveAxisLimits, StepsOntoALimitOnThePoleAreSmall) {
                         1000});
       };
       for (double deg = 0; deg <= 340; deg += 2) add(deg, 8);
-      for (double tilt = 6; tilt > 0; tilt -= 2) add(340, tilt);
-      for (double tilt = 2; tilt <= 8; tilt += 2) add(340 + 179, tilt);
-      for (double deg = 179; deg <= 400; deg += 2) add(340 + deg, 8);
+      for (double tilt = 6; tilt >= 0; tilt -= 2) add(340, tilt);
+      for (double tilt = 2; tilt <= 8; tilt += 2) add(340 + 179.9, tilt);
+      for (double deg = 181; deg <= 400; deg += 2) add(340 + deg, 8);
       const Outcome outcome = Post(scene, path);
       ASSERT_EQ(outcome.id, 0u);
       EXPECT_GT(outcome.rewindings, 0u);
@@ -178,6 +178,24 @@ TEST(FiveAxisLimits, StepsOntoALimitOnThePoleAreSmall) {
         EXPECT_LE(a.AngleDistance(b), scene.par.GetMaxAngleStep() + 1e-9) << limit;
       }
     }
+}
+
+// A rapid step isn't divided: the part of it that leads to the limit would be fed along a curve.
+TEST(FiveAxisLimits, ALimitOnARapidStepIsReachedRapidly) {
+  for (const int mode : {0, 1}) {
+    FiveAxisScene scene = Trunnion(-360, 360, -5, 110);
+    scene.par.SetInterpolationMode(mode);
+    Source path;
+    for (int i = 0; i <= 30; ++i)
+      path.push_back({{50, 0.5 * i, 0}, scene.Tool(35.0 * i, 30), 1000, true, 2});
+    path[20].rapid = false;  // shifted by a turn it is the last before the limit
+    path[20].link = -1;
+    const Outcome outcome = Post(scene, path);
+    ASSERT_EQ(outcome.id, 0u);
+    EXPECT_EQ(outcome.rewindings, 1u);
+    for (const zvPosted5axMove& line : outcome.lines)
+      EXPECT_TRUE(line.IsRapid() || std::fabs(std::fabs(line.GetAngle(0)) - 360) > 1e-9);
+  }
 }
 
 // A path that winds down below its range while the second axis falls: the second's values hide the
