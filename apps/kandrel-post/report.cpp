@@ -156,6 +156,9 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
   fmt::format_to(out, "inserted        {}\n", inserted);
   fmt::format_to(out, "large jumps     {}\n", report.counts.largeJumps);
   fmt::format_to(out, "rewindings      {}\n", report.counts.rewindings);
+  if (report.counts.shortLifts != 0)
+    fmt::format_to(out, "short lifts     {}: shorter than the retract distance\n",
+                   report.counts.shortLifts);
   if (report.deviation) {
     fmt::format_to(out, "poles crossed   {}", report.polesCrossed);
     if (report.counts.blendedPoles != 0)

@@ -66,8 +66,8 @@ class zvCollectionOfContainers : public C {
     ~Walker() = default;
 
     /// Both throw "Accessing NULL pointer" at end().
-    reference operator*() const { return *GetChild(); }
-    pointer operator->() const { return &*GetChild(); }
+    reference operator*() const { return ElementOf(GetChild()); }
+    pointer operator->() const { return &**this; }
 
     Walker& operator++() {
       try {
@@ -118,6 +118,14 @@ class zvCollectionOfContainers : public C {
 
     Walker(Collection& collection, Position position)
         : m_collection(&collection), m_position(position) {}
+
+    // Where one walk stands at an element, so do those inside it: only the outermost needs to look.
+    static reference ElementOf(const Child& child) {
+      if constexpr (requires { child.m_child; })
+        return child.ElementOf(*child.m_child);
+      else
+        return *child;
+    }
 
     auto& List() const { return m_collection->Children(); }
     ChildContainer& Current() const { return **m_position; }

@@ -47,6 +47,24 @@ zvLimitType FirstRotaryExcess(const Move& move,
   return {};
 }
 
+/// The same for angles that a control writes otherwise: an axis fits when its angle fits or the one
+/// written. What is told of one that doesn't is the limit that `written` breaks.
+template <class Move>
+zvLimitType FirstRotaryExcess(const Move& move, const Move& written,
+                              const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges,
+                              double slack) {
+  for (int axis = 0; axis < zvMoveTraits<Move>::kAxes; ++axis) {
+    const double deg = zvMoveTraits<Move>::Angle(move, axis);
+    if (ranges[axis].min - slack <= deg && deg <= ranges[axis].max + slack) continue;
+    const double writtenDeg = zvMoveTraits<Move>::Angle(written, axis);
+    if (!(ranges[axis].min - slack <= writtenDeg))
+      return {zvLimitType::kFirstRotary + axis, zvLimitType::kMinimum};
+    if (!(ranges[axis].max + slack >= writtenDeg))
+      return {zvLimitType::kFirstRotary + axis, zvLimitType::kMaximum};
+  }
+  return {};
+}
+
 /// Brings each angle that is out of its range into it by whole turns, where that can be; no
 /// tolerance applies. Machine positions hold for any number of turns.
 template <class Move>
@@ -68,6 +86,14 @@ bool HoldSolvedAngles(const Ranges& ranges) {
     return range.min <= -misc::kFullTurnDeg && range.max >= misc::kFullTurnDeg;
   });
 }
+
+/// How the lower bounds of two axes are measured before a shift.
+enum class zvLowerBounds {
+  /// That of the second stays its first value, and values below that go to the lower bound of the
+  /// first instead, raising it where they are above it: deliberate.
+  kShared,
+  kOwn,  // each axis for itself
+};
 
 /// The checks of a finished list, and the shift that may spare a rewinding. Refers to all that it
 /// is given.
@@ -104,16 +130,13 @@ class zvLimitChecker {
 
   /// Shifts the angles of the list by whole turns into their ranges where that can be. False when
   /// the list fits or has been made to; true when a shift is not enough for some axis.
-  ///
-  /// With two axes the lower bound of the second stays its first value, and values below that go to
-  /// the lower bound of the first instead, raising it where they are above it: deliberate.
-  bool TryShiftAll() {
+  bool TryShiftAll(zvLowerBounds lowerBounds = zvLowerBounds::kShared) {
     Bounds bounds;
     auto move = m_list.begin();
     if (move != m_list.end()) {
       for (int axis = 0; axis < Traits::kAxes; ++axis)
         bounds.low[axis] = bounds.high[axis] = Traits::Angle(*move, axis);
-      while (++move != m_list.end()) bounds.Include(*move);
+      while (++move != m_list.end()) bounds.Include(*move, lowerBounds);
     }
     for (int axis = 0; axis < Traits::kAxes; ++axis)
       if (!ShiftAxis(axis, bounds.low[axis], bounds.high[axis])) return true;
@@ -127,14 +150,14 @@ class zvLimitChecker {
 
     Bounds() { low.fill(misc::kNoValue); }
 
-    void Include(const Move& move) {
+    void Include(const Move& move, zvLowerBounds lowerBounds) {
       const double first = Traits::Angle(move, 0);
       if (first < low[0]) low[0] = first;
       if (first > high[0]) high[0] = first;
       if constexpr (Traits::kAxes == 2) {
         const double second = Traits::Angle(move, 1);
         if (second > high[1]) high[1] = second;
-        if (second < low[1]) low[0] = second;
+        if (second < low[1]) low[lowerBounds == zvLowerBounds::kOwn ? 1 : 0] = second;
       }
     }
   };

@@ -270,11 +270,12 @@ misc::zvAutoPointer<zvMachDef> zv6axMachDef::Clone() const {
 
 void zv6axMachDef::Normalize() {
   zvMachDef::Normalize();
-  RequireFinite({&m_firstRotationDirection, &m_secondRotationDirection, &m_thirdRotationDirection,
-                 &m_firstRotationPivot, &m_secondRotationPivot, &m_thirdRotationPivot});
+  RequireFinite({&m_firstRotationDirection, &m_secondRotationDirection, &m_firstRotationPivot,
+                 &m_secondRotationPivot});
   m_firstRotationDirection.Normalize();
   m_secondRotationDirection.Normalize();
-  m_thirdRotationDirection.Normalize();
+  // Of the third axis, which stands, only the angle is read.
+  if (IsFinite(m_thirdRotationDirection)) m_thirdRotationDirection.Normalize();
 }
 
 void zv6axMachDef::Scale(Units newUnits, double factor) {

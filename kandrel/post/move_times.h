@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/post/finite_moves.h>
 #include <kandrel/post/posted_move.h>
 
 #include <cmath>
@@ -17,14 +18,20 @@ inline double MoveTime(const zvPostedMove& previous, const zvPostedMove& move) {
   return std::fabs(feed) < misc::kEqual ? 0 : PartDistance(previous, move) / feed * 60;
 }
 
-/// Sets the time of each move, 0 for the first. A list of one move or none keeps its times.
+/// Sets the time of each move, 0 for the first; a list of one move keeps its time. Throws
+/// zvPostException 5039 for a list in which a machine position, feed or time is infinite or NaN.
 template <class Move>
 void ComputeMoveTimes(misc::zvMemoryPoolList<Move>& list) {
-  if (list.GetCount() < 2) return;
+  if (list.IsEmpty()) return;
   auto move = list.begin();
-  move->SetMoveTime(0);
-  for (const Move* previous = &*move; ++move != list.end(); previous = &*move)
+  if (list.GetCount() > 1) move->SetMoveTime(0);
+  double sum = 0;
+  AddNumbers(*move, sum);
+  for (const Move* previous = &*move; ++move != list.end(); previous = &*move) {
     move->SetMoveTime(MoveTime(*previous, *move));
+    AddNumbers(*move, sum);
+  }
+  RequireNumbers(list, sum);
 }
 
 }  // namespace post

@@ -9,6 +9,9 @@ struct zvPostingCounts {
   std::uint32_t blendedPoles = 0;
   std::uint32_t largeJumps = 0;
   std::uint32_t rewindings = 0;
+  /// Lifts to the limits (retractToLimits) that came out shorter than retractDistance: the tool may
+  /// swing close to the part there.
+  std::uint32_t shortLifts = 0;
 };
 
 }  // namespace post

@@ -5,6 +5,8 @@
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/limit_checker.h>
+#include <kandrel/post/limit_move.h>
+#include <kandrel/post/link_search.h>
 #include <kandrel/post/move_traits.h>
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/posting_parameters.h>
@@ -21,7 +23,9 @@ namespace post {
 /// Rewinds each axis of a list whose range spans at least a full turn, one after the other. A
 /// rewinding lifts the tool, turns the axis back by whole turns with the linear axes standing, and
 /// comes down where it left. It goes in at a link where one is near, by the rank of its type, else
-/// at the limit itself.
+/// at the limit itself. Where the angle leaps over the limit, from one solution to the other, no
+/// move can stand there: the tool lifts before the leap, all axes swing in the air, and it comes
+/// down behind it.
 ///
 /// `Machine` is what the rewinder needs of the creator:
 ///   Kinematics()             MachinePosition(move), PartPosition(move), Orientation(move)
@@ -30,8 +34,9 @@ namespace post {
 /// All that is given is referred to. Linear in the number of moves, inserted ones included: a shift
 /// of all later moves is carried along and added when the walk passes.
 ///
-/// Throws zvPostException 5051 when the move at a limit can't be found, 5039 for a turn of more
-/// than 2^31 - 2 steps, and what Retract and Midpoint throw; the list is then half rewound.
+/// Throws zvPostException 5051 when the search for the move at a limit comes to no end, 5039 for a
+/// turn of more than 2^31 - 2 steps, and what Retract and Midpoint throw; the list is then half
+/// rewound.
 template <class Move, class Machine>
 class zvRewinder {
  public:
@@ -40,12 +45,18 @@ class zvRewinder {
   using Traits = zvMoveTraits<Move>;
   using Ranges = std::array<zvRotaryRange, Traits::kAxes>;
 
+  /// `slack`: what an axis that can't be rewound may stand out of its range by, degrees.
   zvRewinder(List& list, const Ranges& ranges, const zvKDRParam& par, bool smallMoves,
-             const Machine& machine)
-      : m_list(list), m_ranges(ranges), m_par(par), m_smallMoves(smallMoves), m_machine(machine) {}
+             const Machine& machine, double slack = 0)
+      : m_list(list),
+        m_ranges(ranges),
+        m_par(par),
+        m_smallMoves(smallMoves),
+        m_machine(machine),
+        m_slack(slack) {}
 
   /// Returns the number of rewindings put in. Nothing happens when an axis that can't be rewound is
-  /// out of its range, compared exactly, or when none can be rewound.
+  /// out of its range by more than the slack, or when none can be rewound.
   std::uint32_t Run() {
     if (!Prepare()) return 0;
     for (m_axis = 0; m_axis < Traits::kAxes; ++m_axis)
@@ -54,6 +65,8 @@ class zvRewinder {
   }
 
  private:
+  static constexpr double kLargestCount = 2147483646;
+
   // A move of the list as it was when the axis' turn came, with its place in it. Moves inserted
   // later have no place; `index` is the count of moves for the end.
   struct Cursor {
@@ -71,7 +84,7 @@ class zvRewinder {
       if (m_isRewound[axis]) continue;
       for (const Move& move : m_list) {
         const double deg = Traits::Angle(move, axis);
-        if (deg < min || deg > max) return false;
+        if (deg < min - m_slack || deg > max + m_slack) return false;
       }
     }
     return isAny;
@@ -196,17 +209,30 @@ class zvRewinder {
     Iterator before = std::prev(start.node);
     Iterator place;
     const bool found = FindPlace(place, start, previousStart.node, sense, shift);
+    std::optional<Move> forced;  // the move at the limit, where steps beside it may be large
     if (found) {
       before = place;
     } else {
-      if (std::optional<Move> atLimit = FindMoveAtLimit(*before, AsShifted(start)))
-        before = m_list.Insert(start.node, std::move(*atLimit));
+      zvLimitMove<Move> limit = FindMoveAtLimit(*before, start);
+      using Kind = typename zvLimitMove<Move>::Kind;
+      if (limit.kind == Kind::kLeap) {
+        InsertSwing(*before, start, shift);
+        ShiftFrom(start.node, shift);
+        ++m_rewindings;
+        return;
+      }
+      if (limit.move) {
+        if (limit.kind == Kind::kForced) forced = limit.move;
+        if (forced) DivideTurn(*before, *forced, start.node, *forced);
+        before = m_list.Insert(start.node, std::move(*limit.move));
+      }
       // A range that falls just short of whole turns has no room for all that the stretch asks.
       while (std::fabs(shift) > misc::kFullTurnDeg && IsOut(Traits::Angle(*before, m_axis) + shift))
         shift -= sense * misc::kFullTurnDeg;
     }
     const Iterator rest = std::next(before);
     InsertTurn(before, rest, sense, shift);
+    if (forced) DivideTurn(*std::prev(rest), Turned(AsShifted(start), shift), rest, *forced);
     ShiftFrom(rest, shift);
     ++m_rewindings;
     if (!found && shift == m_shift) return;
@@ -227,6 +253,16 @@ class zvRewinder {
     return move;
   }
 
+  Move Turned(Move move, double shift) const {
+    Traits::SetAngle(move, m_axis, Traits::Angle(move, m_axis) + shift);
+    return move;
+  }
+
+  zvLimitMove<Move> FindMoveAtLimit(const Move& before, const Cursor& start) const {
+    return zvLimitMoveFinder<Move, Machine>(m_machine, m_axis, {m_low, m_high}, m_smallMoves)
+        .Find(before, AsShifted(start));
+  }
+
   // A rewinding at a link costs fewer turns than the excess asks; false when none remains, so that
   // it would help nothing.
   bool CutShift(Iterator place, const Cursor& start, double sense, double& shift) const {
@@ -241,6 +277,41 @@ class zvRewinder {
     return true;
   }
 
+  // Lifts over `before` and over `start` as it stands when turned: between them all axes swing.
+  void InsertSwing(const Move& before, const Cursor& start, double shift) {
+    const Move after = Turned(AsShifted(start), shift);
+    for (const Move* end : {&before, &after}) {
+      Move lift = m_machine.Retract(*end);
+      lift.SetType(zvPostedMove::noLink);
+      MarkInserted(lift, *end);
+      m_list.Insert(start.node, std::move(lift));
+    }
+  }
+
+  // Where an angle was forced to the limit, as on a pole, the steps beside it may turn further than
+  // a feed step should: they are divided, with the axes turning evenly and the tip on its line.
+  void DivideTurn(const Move& from, const Move& to, Iterator at, const Move& pattern) {
+    const double step = m_par.GetMaxAngleStep();
+    if (!(step > 0) || (pattern.IsRapid() && !m_par.GetInterpolateRapidMoves())) return;
+    double turn = 0;
+    for (int axis = 0; axis < Traits::kAxes; ++axis)
+      turn = std::max(turn, std::fabs(Traits::Angle(to, axis) - Traits::Angle(from, axis)));
+    if (!(turn > step)) return;
+    const double parts = std::trunc(turn / step) + 1;
+    if (!(parts <= kLargestCount)) throw zvPostException(5039);
+    for (double part = 1; part < parts; ++part) {
+      const double t = part / parts;
+      Move between = pattern;
+      between.SetPartPosition((1 - t) * from.GetPartPosition() + t * to.GetPartPosition());
+      for (int axis = 0; axis < Traits::kAxes; ++axis)
+        Traits::SetAngle(between, axis,
+                         (1 - t) * Traits::Angle(from, axis) + t * Traits::Angle(to, axis));
+      between.SetMachinePosition(m_machine.Kinematics().MachinePosition(between));
+      between.SetOrientation(m_machine.Kinematics().Orientation(between));
+      m_list.Insert(at, std::move(between));
+    }
+  }
+
   // Lift, turn and drop behind `before`. The linear axes stand while the axis turns, so that for an
   // axis in the head the tip swings about: deliberate.
   void InsertTurn(Iterator before, Iterator rest, double sense, double shift) {
@@ -250,7 +321,6 @@ class zvRewinder {
     const double liftDeg = Traits::Angle(lift, m_axis);
 
     if (m_par.GetMaxAngleStep() > 0) {
-      constexpr double kLargestCount = 2147483646;
       const double step = sense * m_par.GetMaxAngleStep();
       const double whole = std::fabs(shift) - m_par.GetLimitTolerance();
       if (!(whole / std::fabs(step) <= kLargestCount)) throw zvPostException(5039);
@@ -333,7 +403,9 @@ class zvRewinder {
         if (at == first) return false;
         --at;
       } while (at->GetType() == zvPostedMove::noLink);
-      if (!FindLinkByRank(place, at, first)) return false;
+      const std::optional<Iterator> best = FindLinkByRank(at, first);
+      if (!best) return false;
+      place = *best;
     }
   }
 
@@ -356,128 +428,12 @@ class zvRewinder {
       if (turnsUp ? deg > bound : deg < bound) return false;
       --candidate;
     }
-    if (!FindLinkByRank(place, candidate, m_list.begin())) return false;
+    const std::optional<Iterator> best = FindLinkByRank(candidate, m_list.begin());
+    if (!best) return false;
+    place = *best;
     const double turned =
         Traits::Angle(*place, m_axis) + (shift >= 0 ? 1 : -1) * misc::kFullTurnDeg;
     return turned >= m_low - misc::kEqual && turned <= m_high + misc::kEqual;
-  }
-
-  // Link types by their rank as places for a rewinding: 5, 4, 3, 0, 1. Type 2 is never taken.
-  // The link ends at `first`, if not before.
-  bool FindLinkByRank(Iterator& place, Iterator at, Iterator first) const {
-    using Types = zvPostedMove::Types;
-    for (const Types type : {Types::link5, Types::link4})
-      if (at->GetType() == type || SearchBack(type, at, first, place)) {
-        if (at->GetType() == type) place = at;
-        return true;
-      }
-    for (const Types type : {Types::link3, Types::link0, Types::link1})
-      if (at->GetType() == type || SearchFromLinkStart(type, at, first, place)) {
-        if (at->GetType() == type) place = at;
-        return true;
-      }
-    return false;
-  }
-
-  // The nearest move of the type before `at` in its link.
-  bool SearchBack(zvPostedMove::Types type, Iterator at, Iterator first, Iterator& place) const {
-    while (at->GetType() != zvPostedMove::noLink && at != first) {
-      --at;
-      if (at->GetType() != type) continue;
-      place = at;
-      return true;
-    }
-    return false;
-  }
-
-  // The first move of the type in the link, up to `at`.
-  bool SearchFromLinkStart(zvPostedMove::Types type, Iterator at, Iterator first,
-                           Iterator& place) const {
-    Iterator start = at;
-    while (start->GetType() != zvPostedMove::noLink && start != first) --start;
-    for (;; ++start) {
-      if (start->GetType() == type) {
-        place = start;
-        return true;
-      }
-      if (start == at) return false;
-    }
-  }
-
-  // The move between two at which the axis stands exactly at its limit; nothing where the limit
-  // doesn't lie between them.
-  std::optional<Move> FindMoveAtLimit(const Move& a, const Move& b) const {
-    const double from = Traits::Angle(a, m_axis);
-    const double to = Traits::Angle(b, m_axis);
-    for (const Move* end : {&a, &b}) {
-      const double deg = Traits::Angle(*end, m_axis);
-      if (!(std::fabs(deg - m_high) <= misc::kEqual || std::fabs(deg - m_low) <= misc::kEqual))
-        continue;
-      Move result = *end;
-      if (!m_smallMoves && !result.HasNoExtended()) result.SetInserted(true);
-      return result;
-    }
-    const bool isUpward = to > from;
-    const double target = isUpward ? m_high : m_low;
-    if (!(std::min(from, to) <= target && target <= std::max(from, to))) return std::nullopt;
-
-    Move result = Bisect(a, b, target, isUpward);
-    Traits::SetAngle(result, m_axis, target);
-    for (int axis = 0; axis < Traits::kAxes; ++axis) {
-      if (axis == m_axis) continue;
-      const double otherA = Traits::Angle(a, axis);
-      const double otherB = Traits::Angle(b, axis);
-      double other =
-          std::fabs(otherA - otherB) <= misc::kSameStep ? otherA : Traits::Angle(result, axis);
-      // A solved angle comes without its whole turns, and a mirrored one from the far side: it is
-      // brought within half a turn of a's, between the two or not. Deliberate.
-      other += misc::kFullTurnDeg * misc::WindsBetween(otherA, other);
-      Traits::SetAngle(result, axis, other);
-    }
-    // A forced angle is determined.
-    Traits::LeavePole(result);
-    // The forced angles move the tip unless the linear axes follow, and turn the tool, along which
-    // the lift goes: far where the step runs from one solution to the other.
-    result.SetMachinePosition(m_machine.Kinematics().MachinePosition(result));
-    result.SetOrientation(m_machine.Kinematics().Orientation(result));
-    if (!m_smallMoves && !result.HasNoExtended()) {
-      if (!a.HasNoExtended()) result.SetSourceIndex(a.GetSourceIndex());
-      result.SetInserted(true);
-    }
-    return result;
-  }
-
-  Move Bisect(const Move& a, const Move& b, double target, bool isUpward) const {
-    // arcsine of 1e-8, degrees: a pole tolerance of next to nothing.
-    const double eps = misc::ArcCosine(std::sqrt(1 - 1e-16)) * misc::kDegreesPerRadian;
-    Move low = a;
-    Move high = b;
-    for (int count = 0; count <= 2048; ++count) {
-      std::optional<Move> middle = m_machine.Midpoint(low, high, eps);
-      if (!middle) return low;
-      // At its pole the axis stands as well at the limit as anywhere.
-      if (*middle == low || Traits::IsAtPoleOf(*middle, m_axis)) return *middle;
-      if (*middle == high) {
-        // The angle leaps here: nothing changes any more.
-        if (!KeepsTool(low, target)) throw zvPostException(5051);
-        return low;
-      }
-      const double d = std::remainder(Traits::Angle(*middle, m_axis) - target, misc::kFullTurnDeg);
-      if (std::fabs(d) <= misc::kRotaryLimitHit) return *middle;
-      const bool hasPassed = isUpward ? d > 0 : d < 0;
-      (hasPassed ? high : low) = std::move(*middle);
-    }
-    throw zvPostException(5051);
-  }
-
-  // Whether the tool stays as it is when the axis turns to `deg`: beside a pole, and where the arc
-  // cosine's snap makes the leap. It doesn't where the machine changes to its mirror solution.
-  bool KeepsTool(const Move& move, double deg) const {
-    Move turned = move;
-    Traits::SetAngle(turned, m_axis, deg);
-    const auto dir_tool = m_machine.Kinematics().Orientation(move);
-    const auto difference = m_machine.Kinematics().Orientation(turned) - dir_tool;
-    return Dot(difference, difference) <= 2 * misc::kArcCosineSnap * Dot(dir_tool, dir_tool);
   }
 
   List& m_list;
@@ -485,6 +441,7 @@ class zvRewinder {
   const zvKDRParam& m_par;
   bool m_smallMoves;
   const Machine& m_machine;
+  double m_slack;
 
   std::array<bool, Traits::kAxes> m_isRewound{};
   std::uint32_t m_rewindings = 0;

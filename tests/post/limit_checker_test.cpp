@@ -75,6 +75,7 @@ TEST(LimitChecker, TheFirstMoveOutDecides) {
 }
 
 TEST(LimitChecker, ShiftsAllMovesOrNone) {
+  constexpr auto kOwn = post::zvLowerBounds::kOwn;
   // clang-format off
   const struct {
     const char* name;
@@ -82,6 +83,7 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
     Degs first, second;
     bool isNotEnough;
     Degs shiftedFirst, shiftedSecond;
+    post::zvLowerBounds bounds = post::zvLowerBounds::kShared;
   } cases[] = {
       {"fits", 0, 360, -1, 1, {0, 360}, {}, false, {0, 360}, {0, 0}},
       {"empty", 0, 360, -1, 1, {}, {}, true, {}, {}},
@@ -98,6 +100,10 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
       {"hides", -100, 100, -100, 100, {0, -200, -400, 50}, {30, 20, 10, 5}, false, {0, -200, -400, 50}, {30, 20, 10, 5}},
       // An under-run of the second axis alone is not seen.
       {"unseen", -1000, 1000, 0, 100, {0, 0}, {10, -10}, false, {0, 0}, {10, -10}},
+      // Each measured for itself all is seen.
+      {"nothing lower", -50, 400, -500, 500, {0, 0}, {0, -60}, false, {0, 0}, {0, -60}, kOwn},
+      {"nothing hidden", -100, 450, -100, 100, {0, -200, -400, 50}, {30, 20, 10, 5}, false, {360, 160, -40, 410}, {30, 20, 10, 5}, kOwn},
+      {"seen", -1000, 1000, 0, 400, {0, 0}, {10, -10}, false, {0, 0}, {370, 350}, kOwn},
       {"first shifted, second too wide", 0, 180, 0, 100, {-300, -200}, {0, 500}, true, {60, 160}, {0, 500}},
       {"minimum above maximum", 10, -10, -1, 1, {0, 0}, {}, true, {0, 0}, {0, 0}},
       {"infinite minimum", -kInfinity, 100, -1, 1, {0, 200}, {}, true, {0, 200}, {0, 0}},
@@ -112,7 +118,7 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
     tests::PassList<zvPosted5axMove> moves;
     Fill(moves, c.first, c.second);
     zvLimitChecker<zvPosted5axMove> checker(moves.list, machDef, 1e-4);
-    EXPECT_EQ(checker.TryShiftAll(), c.isNotEnough);
+    EXPECT_EQ(checker.TryShiftAll(c.bounds), c.isNotEnough);
     EXPECT_EQ(moves.Angles(0), c.shiftedFirst);
     EXPECT_EQ(moves.Angles(1), c.shiftedSecond);
   }

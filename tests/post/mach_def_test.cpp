@@ -220,8 +220,7 @@ TEST(MachDef, NormalizeRefusesZeroAndWhatIsNotFinite) {
   refuses(Make3ax(), &zv3axMachDef::SetSpindleDirection);
   refuses(Make4ax(), &Four::SetRotationDirection);
   refuses(Make5ax(), &Five::SetFirstRotationDirection, &Five::SetSecondRotationDirection);
-  refuses(Make6ax(), &Six::SetFirstRotationDirection, &Six::SetSecondRotationDirection,
-          &Six::SetThirdRotationDirection);
+  refuses(Make6ax(), &Six::SetFirstRotationDirection, &Six::SetSecondRotationDirection);
   const auto refusesPivots = [](const auto& good, const auto&... setters) {
     const auto check = [&](auto set) {
       auto machDef = good;
@@ -234,8 +233,11 @@ TEST(MachDef, NormalizeRefusesZeroAndWhatIsNotFinite) {
   };
   refusesPivots(Make4ax(), &Four::SetRotationPivot);
   refusesPivots(Make5ax(), &Five::SetFirstRotationPivot, &Five::SetSecondRotationPivot);
-  refusesPivots(Make6ax(), &Six::SetFirstRotationPivot, &Six::SetSecondRotationPivot,
-                &Six::SetThirdRotationPivot);
+  refusesPivots(Make6ax(), &Six::SetFirstRotationPivot, &Six::SetSecondRotationPivot);
+  zv6axMachDef unread = Make6ax();
+  unread.SetThirdRotationDirection({kInfinity, 0, 0});
+  unread.SetThirdRotationPivot({0, 0, kNan});
+  EXPECT_NO_THROW(unread.Normalize());
 
   EXPECT_TRUE(ThrowsId<cadcam::zvcadcamException>([] { zv6axMachDef().Normalize(); }, 2189))
       << "the default third direction is zero";

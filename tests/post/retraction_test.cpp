@@ -101,6 +101,55 @@ TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
   EXPECT_EQ(lift(move, true, zvRecompute::kPartPosition).GetPartPosition(), Point(1, 2, 100));
 }
 
+// An infinite limit is none: the axes that have one decide, and where none has, nothing does.
+TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr double kTiny = 1e-300;
+  const struct {
+    Point high, orientation;
+    Point lifted;  // zero where it is refused
+  } cases[] = {
+      {{kInfinity, kInfinity, 100}, {0, 0, 1}, {1, 2, 100}},
+      {{kInfinity, 50, kInfinity}, {0, 0.6, 0.8}, {1, 50, 67}},
+      {{kInfinity, kInfinity, kInfinity}, {0, 0.6, 0.8}, {}},
+      {{50, 50, kInfinity}, {0, 0, 1}, {}},
+      {{100, 100, 1e307}, {0, 0, 1}, {1, 2, 1e307}},
+      // Of any length that is one.
+      {{100, 50, 100}, {0, 0.6e-13, 0.8e-13}, {1, 50, 67}},
+      {{100, 50, 100}, {0, 3 * kTiny, 4 * kTiny}, {1, 50, 67}},
+      {{100, 50, 100}, {0, 3e200, 4e200}, {1, 50, 67}},
+  };
+  const Point origin;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    zv5axMachDef machDef = Machine(2, 100);
+    machDef.SetMaxLimits(c.high);
+    const zv5axKinematics kinematics(machDef, origin, 0);
+    zvPosted5axMove move(true);
+    move.SetPartPosition({1, 2, 3});
+    move.SetMachinePosition({1, 2, 3});
+    move.SetOrientation(c.orientation);
+    const auto lift = [&] {
+      return post::RetractToMachineLimits(kinematics, machDef, move, false, zvRecompute::kNothing);
+    };
+    if (c.lifted == Point()) {
+      EXPECT_TRUE(ThrowsId<zvPostException>(lift, 5039));
+      continue;
+    }
+    const zvPosted5axMove lifted = lift();
+    EXPECT_LT((lifted.GetMachinePosition() - c.lifted).Length(), 1e-11 * c.lifted.Length());
+    EXPECT_EQ(lifted.GetOrientation(), c.orientation);
+  }
+  zvPosted5axMove move(true);
+  const zv5axKinematics kinematics(Machine(2, 100), origin, 0);
+  for (const double distance : {kInfinity, -kInfinity, std::nan(""), 1e308})
+    if (std::isfinite(distance))
+      EXPECT_NO_THROW(post::RetractAlongTool(kinematics, move, distance));
+    else
+      EXPECT_TRUE(ThrowsId<zvPostException>(
+          [&] { post::RetractAlongTool(kinematics, move, distance); }, 5039));
+}
+
 template <class Move>
 class Jumps : public testing::Test {
  protected:

@@ -289,43 +289,51 @@ TYPED_TEST(Rewinding, AMidpointThatNeverComesNearIs5051) {
       L"90 degrees."));
 }
 
-// Midpoints leap to the angle of the far move at once. Turned to the limit, the near move stands as
-// before on the pole of the first axis and nowhere else.
-TEST(RewindingAtALeap, KeepsTheToolOrIs5051) {
+// Midpoints leap, to the angle of the far move at once or at the last. Turned to the limit, the
+// near move stands as before on the pole of the first axis; elsewhere the leap is made in the air,
+// from over the move before it to over the move behind.
+TEST(RewindingAtALeap, KeepsTheToolOrSwingsInTheAir) {
   struct Leaping : tests::TableMachine<zvPosted5axMove> {
+    bool isLate = false;
     std::optional<zvPosted5axMove> Midpoint(const zvPosted5axMove& a, const zvPosted5axMove& b,
                                             double) const {
-      zvPosted5axMove middle = b;
+      zvPosted5axMove middle = isLate ? a : b;
       middle.SetPartPosition(0.5 * (a.GetPartPosition() + b.GetPartPosition()));
       middle.SetMachinePosition(kinematics.MachinePosition(middle));
       return middle;
     }
   } leaping;
   const zvKDRParam par{measures::zvUnitsFactory::metric};
-  for (const double tilt : {0.0, 0.001, 0.1, 10.0}) {
-    tests::PassList<zvPosted5axMove> moves;
-    for (int i = 0; i < 300; ++i)
-      moves.list.PushBack(tests::TableMove<zvPosted5axMove>({50, 0.01 * i, 3}, {3.0 * i, tilt}));
-    const auto run = [&] {
+  for (const bool isLate : {false, true})
+    for (const double tilt : {0.0, 0.001, 0.1, 10.0}) {
+      leaping.isLate = isLate;
+      tests::PassList<zvPosted5axMove> moves;
+      for (int i = 0; i < 300; ++i)
+        moves.list.PushBack(tests::TableMove<zvPosted5axMove>({50, 0.01 * i, 3}, {3.0 * i, tilt}));
       post::zvRewinder<zvPosted5axMove, Leaping> rewinder(moves.list, {{{-362, 362}, {-100, 100}}},
                                                           par, true, leaping);
-      rewinder.Run();
-    };
-    if (tilt > 0.01) {
-      EXPECT_THROW(run(), post::zvPostException);
-      continue;
+      EXPECT_EQ(rewinder.Run(), 1u);
+      for (const double deg : moves.Angles()) EXPECT_LE(std::fabs(deg), 362 + 1e-9);
+      const auto lift = std::find_if(moves.list.begin(), moves.list.end(),
+                                     [](const zvPosted5axMove& move) { return move.IsRapid(); });
+      ASSERT_TRUE(lift != moves.list.end());
+      if (tilt > 0.01) {
+        const auto over = std::next(lift);
+        const auto behind = std::next(over);
+        EXPECT_EQ(moves.list.GetCount(), 302u);
+        EXPECT_EQ(lift->GetAngle(0), std::prev(lift)->GetAngle(0));
+        EXPECT_TRUE(over->IsRapid());
+        EXPECT_EQ(over->GetAngle(0), behind->GetAngle(0));
+        EXPECT_NEAR((over->GetPartPosition() - behind->GetPartPosition()).Length(), 100, 1e-9);
+        EXPECT_LT(behind->GetAngle(0), std::prev(lift)->GetAngle(0) - 300);
+        continue;
+      }
+      const zvPosted5axMove& atLimit = *std::prev(lift);
+      const zvPosted5axMove& near = *std::prev(lift, 2);
+      EXPECT_EQ(atLimit.GetAngle(0), 362);
+      EXPECT_LE((atLimit.GetPartPosition() - near.GetPartPosition()).Length(), 0.01 + 1e-9);
+      EXPECT_LT((atLimit.GetOrientation() - near.GetOrientation()).Length(), 2e-5);
     }
-    run();
-    const auto lift = std::find_if(moves.list.begin(), moves.list.end(),
-                                   [](const zvPosted5axMove& move) { return move.IsRapid(); });
-    ASSERT_TRUE(lift != moves.list.end());
-    const zvPosted5axMove& atLimit = *std::prev(lift);
-    const zvPosted5axMove& near = *std::prev(lift, 2);
-    EXPECT_EQ(atLimit.GetAngle(0), 362);
-    EXPECT_EQ((atLimit.GetPartPosition() - near.GetPartPosition()).Length(), 0);
-    EXPECT_LT((atLimit.GetOrientation() - near.GetOrientation()).Length(), 2e-5);
-    for (const double deg : moves.Angles()) EXPECT_LE(std::fabs(deg), 362 + 1e-9);
-  }
 }
 
 // A midpoint on the pole comes with angle 0, which tells nothing.

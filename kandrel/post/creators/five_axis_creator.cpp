@@ -5,6 +5,7 @@
 #include <kandrel/post/control_limits.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/finite_moves.h>
 #include <kandrel/post/interpolation.h>
 #include <kandrel/post/mach_def_utils.h>
 #include <kandrel/post/move_times.h>
@@ -33,9 +34,10 @@ namespace {
 class RepairMachine {
  public:
   RepairMachine(const zv5axMachDef& machDef, const zvKDRParam& par, const Point& partOrigin,
-                double toolLength, bool smallMoves)
+                double toolLength, bool smallMoves, post::zvPostingCounts& counts)
       : m_machDef(machDef),
         m_par(par),
+        m_counts(counts),
         m_solver(machDef, par, partOrigin, toolLength),
         m_interpolator(m_solver, smallMoves) {}
 
@@ -58,12 +60,15 @@ class RepairMachine {
   zvPosted5axMove Lift(const zvPosted5axMove& move) const {
     if (!m_par.GetRetractToLimits())
       return post::RetractAlongTool(Kinematics(), move, m_par.GetRetractDistance());
-    return post::RetractToMachineLimits(Kinematics(), m_machDef, move, false,
-                                        post::zvRecompute::kNothing);
+    zvPosted5axMove lifted = post::RetractToMachineLimits(Kinematics(), m_machDef, move, false,
+                                                          post::zvRecompute::kNothing);
+    if (PartDistance(move, lifted) < m_par.GetRetractDistance()) ++m_counts.shortLifts;
+    return lifted;
   }
 
   const zv5axMachDef& m_machDef;
   const zvKDRParam& m_par;
+  post::zvPostingCounts& m_counts;
   zv5axMoveSolver m_solver;
   post::zv5axInterpolator m_interpolator;
 };
@@ -139,6 +144,10 @@ void zvPosted5axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smal
 bool zvPosted5axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   m_counts = {};
   RequireFiniteSetup();
+  if ((GetPar().GetFirstMoveRule() == zvKDRParam::byFirstAxis ||
+       GetPar().GetFirstMoveRule() == zvKDRParam::bySecondAxis) &&
+      !std::isfinite(GetPar().GetFirstMovePreferredAngle()))
+    throw zvPostException(5039);
   try {
     return PostInOneWalk(toolpath, smallMoves);
   } catch (const misc::zvException&) {
@@ -177,7 +186,8 @@ void zvPosted5axTPCreator::RepairAngles() {
         post::BlendPoles(list, GetPar(), post::RotaryRangesOf(m_machDef), m_solver);
   const double largestStep = post::CalcWindedAngles(list);
   const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
-                              GetToolLengthCompensationValue(), list.Front().HasNoExtended());
+                              GetToolLengthCompensationValue(), list.Front().HasNoExtended(),
+                              m_counts);
   m_counts.largeJumps =
       post::HandleLargeAngleJumps(list, largestStep, GetPar().GetMaxAngleJump(),
                                   [&](const Move& move) { return machine.Retract(move); });
@@ -286,7 +296,8 @@ void zvPosted5axTPCreator::FixFirstMoves() {
 
 bool zvPosted5axTPCreator::SelectFirst(const zvRotarySolutions& solutions) const {
   const post::zvSolutionChoice choice = post::ChooseFirst(solutions, GetPar(), m_machDef);
-  ExceedingLimit(choice.excess);
+  // A position with a free angle at 0 tells nothing of the limits: the list's own check follows.
+  if (solutions.poleStatus == 0) ExceedingLimit(choice.excess);
   return choice.isMirror;
 }
 
@@ -297,15 +308,17 @@ zvPosted5axMove zvPosted5axTPCreator::SelectPostedMoveFirstTime(
 }
 
 // Compared with the first move's orientation, so that drift can't add up. Lengths count: (0, 0, 1)
-// and (0, 0, 2) differ. Looks no further than the first that differs.
+// and (0, 0, 2) differ; of vectors next to nothing the directions count too. Looks no further than
+// the first that differs.
 bool zvPosted5axTPCreator::IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const {
   post::zvPathReader reader(toolpath, GetAlignMatrix());
   if (!reader.Next()) return false;
   const Point o = reader.GetMove().GetOrientation();
+  const double mostSquared = misc::kDirectionDifferenceSquared * o.SquaredLength();
   while (reader.Next()) {
     const Point d = reader.GetMove().GetOrientation() - o;
     if (!(std::fabs(d.x) <= misc::kEqual && std::fabs(d.y) <= misc::kEqual &&
-          std::fabs(d.z) <= misc::kEqual))
+          std::fabs(d.z) <= misc::kEqual && d.SquaredLength() <= mostSquared))
       return false;
   }
   return true;
@@ -326,6 +339,9 @@ zvPosted5axTPCreator::FixedAxes zvPosted5axTPCreator::FixAxes(
                                         m_machDef.GetMaxFirstAngle());
   axes.secondAngle = misc::WrapIntoRange(axes.secondAngle, m_machDef.GetMinSecondAngle(),
                                          m_machDef.GetMaxSecondAngle());
+  Move fixed(true);
+  fixed.SetAngle(axes.firstAngle, 0);
+  fixed.SetAngle(axes.secondAngle, 1);
   // The second axis is wrapped by the first one's limit, here and for single moves: deliberate.
   const auto wrap = GetControlDef().GetFirstAxisLimit();
   if (wrap != post::zv5axControlDef::angleLimitNone)
@@ -359,10 +375,10 @@ zvPosted5axTPCreator::FixedAxes zvPosted5axTPCreator::FixAxes(
   const bool isAtZero = IsZeroAngle(axes.firstAngle) && IsZeroAngle(axes.secondAngle);
   const zvKDRParam::LimitsCheck check = par.GetLimitsCheck();
   if (!isAtZero && (check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes)) {
-    Move fixed(true);
-    fixed.SetAngle(axes.firstAngle, 0);
-    fixed.SetAngle(axes.secondAngle, 1);
-    ExceedingLimit(post::FirstRotaryExcess(fixed, post::RotaryRangesOf(m_machDef),
+    Move written(true);
+    written.SetAngle(axes.firstAngle, 0);
+    written.SetAngle(axes.secondAngle, 1);
+    ExceedingLimit(post::FirstRotaryExcess(fixed, written, post::RotaryRangesOf(m_machDef),
                                            par.GetPoleAngleTolerance()));
   }
   return axes;
@@ -398,48 +414,95 @@ void zvPosted5axTPCreator::CreatePostedTP(const cadcam::zvToolPath& toolpath, co
 
 void zvPosted5axTPCreator::CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax,
                                        bool smallMoves) {
-  const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
-  if (check == zvKDRParam::checkNothing) return;
-  const auto makeChecker = [this] {
-    return post::zvLimitChecker<Move>(*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance());
-  };
-  auto checker = makeChecker();
-  const bool checksRotary =
-      check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
-  if (checksRotary && !is3ax && !checker.RotaryExcess().IsNone() &&
-      !RotaryExcessAfterRewind(checker, smallMoves).IsNone()) {
-    m_posted.Get()->Clear();
-    Par().SetFirstMoveSolutionIndex(GetPar().GetFirstMoveSolutionIndex() ==
-                                            zvKDRParam::firstSolution
-                                        ? zvKDRParam::mirrorSolution
-                                        : zvKDRParam::firstSolution);
-    PostMain(toolpath, smallMoves);
-  }
-  switch (check) {
+  switch (GetPar().GetLimitsCheck()) {
+    case zvKDRParam::checkNothing:
+      return;
     case zvKDRParam::checkLinearAxes:
-      ExceedingLimit(checker.LinearExcess());
+      ExceedingLimit(Checker().LinearExcess());
       return;
     case zvKDRParam::checkRotaryAxes:
-      if (!is3ax) ExceedingLimit(RotaryExcessAfterRewind(checker, smallMoves));
+      if (!is3ax) KeepRotaryLimits(toolpath, smallMoves, false);
       return;
     case zvKDRParam::checkAllAxes:
-      ExceedingLimit(checker.LinearExcess());
-      if (!is3ax) ExceedingLimit(RotaryExcessAfterRewind(checker, smallMoves));
-      return;
-    case zvKDRParam::checkNothing:
+      if (!is3ax) return KeepRotaryLimits(toolpath, smallMoves, true);
+      ExceedingLimit(Checker().LinearExcess());
       return;
   }
   throw zvPostException(5046);
 }
 
-// Shifts or rewinds a list that is out of its rotary ranges; returns what is still out then.
-zvLimitType zvPosted5axTPCreator::RotaryExcessAfterRewind(post::zvLimitChecker<Move>& checker,
-                                                          bool smallMoves) {
-  if (!checker.RotaryExcess().IsNone() && checker.TryShiftAll()) {
+post::zvLimitChecker<zvPosted5axMove> zvPosted5axTPCreator::Checker() {
+  return {*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance()};
+}
+
+void zvPosted5axTPCreator::KeepRotaryLimits(const cadcam::zvToolPath& toolpath, bool smallMoves,
+                                            bool checksLinear) {
+  using post::zvLowerBounds;
+  const zvKDRParam::SolutionIndex own = GetPar().GetFirstMoveSolutionIndex();
+  if (RotaryExcessAfterRewind(smallMoves, zvLowerBounds::kShared).IsNone()) {
+    if (checksLinear) ExceedingLimit(Checker().LinearExcess());
+    return;
+  }
+  // The other first solution may have the room.
+  Par().SetFirstMoveSolutionIndex(own == zvKDRParam::firstSolution ? zvKDRParam::mirrorSolution
+                                                                   : zvKDRParam::firstSolution);
+  m_posted.Get()->Clear();
+  try {
+    PostMain(toolpath, smallMoves);
+    if (checksLinear) ExceedingLimit(Checker().LinearExcess());
+    ExceedingLimit(RotaryExcessAfterRewind(smallMoves, zvLowerBounds::kShared));
+  } catch (const misc::zvOutOfMemory&) {
+    throw;
+  } catch (const misc::zvException&) {
+    if (!PostsWithOwnBounds(toolpath, smallMoves, checksLinear, own)) throw;
+  }
+}
+
+// Before a limit is told, the posting starts once more from its own first solution, now with each
+// axis measured for itself: the shared lower bound hides what a shift would mend. Where that fails
+// too, all is as it was before.
+bool zvPosted5axTPCreator::PostsWithOwnBounds(const cadcam::zvToolPath& toolpath, bool smallMoves,
+                                              bool checksLinear, zvKDRParam::SolutionIndex own) {
+  const ListPointer list = m_posted.Get();
+  const post::zvPostingCounts counts = m_counts;
+  const zvKDRParam::SolutionIndex other = GetPar().GetFirstMoveSolutionIndex();
+  const auto restore = [&] {
+    m_posted.Get() = list;
+    m_counts = counts;
+    Par().SetFirstMoveSolutionIndex(other);
+  };
+  try {
+    m_posted.Renew();
+    Par().SetFirstMoveSolutionIndex(own);
+    PostMain(toolpath, smallMoves);
+    if (RotaryExcessAfterRewind(smallMoves, post::zvLowerBounds::kOwn).IsNone() &&
+        (!checksLinear || Checker().LinearExcess().IsNone()))
+      return true;
+  } catch (const misc::zvOutOfMemory&) {
+    restore();
+    throw;
+  } catch (const misc::zvException&) {
+    // The limit is what is told.
+  } catch (...) {
+    restore();
+    throw;
+  }
+  restore();
+  return false;
+}
+
+// Shifts or rewinds a list that is out of its rotary ranges; returns what is still out then. With
+// lower bounds of their own an axis that can't be rewound may stand out by the limit tolerance.
+zvLimitType zvPosted5axTPCreator::RotaryExcessAfterRewind(bool smallMoves,
+                                                          post::zvLowerBounds lowerBounds) {
+  post::zvLimitChecker<Move> checker = Checker();
+  if (!checker.RotaryExcess().IsNone() && checker.TryShiftAll(lowerBounds)) {
     const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
-                                GetToolLengthCompensationValue(), smallMoves);
+                                GetToolLengthCompensationValue(), smallMoves, m_counts);
+    const double slack =
+        lowerBounds == post::zvLowerBounds::kOwn ? GetPar().GetLimitTolerance() : 0;
     post::zvRewinder<Move, RepairMachine> rewinder(*m_posted.Get(), post::RotaryRangesOf(m_machDef),
-                                                   GetPar(), smallMoves, machine);
+                                                   GetPar(), smallMoves, machine, slack);
     m_counts.rewindings += rewinder.Run();
     DivideLargeSteps(misc::kNoValue);
   }
@@ -447,6 +510,13 @@ zvLimitType zvPosted5axTPCreator::RotaryExcessAfterRewind(post::zvLimitChecker<M
 }
 
 post::zvSolutionPair zvPosted5axTPCreator::PostMove2(const cadcam::zvMovePointer& move,
+                                                     Types type) const {
+  post::zvSolutionPair pair = SolveMove(move, type);
+  post::RequireNumbers(pair);
+  return pair;
+}
+
+post::zvSolutionPair zvPosted5axTPCreator::SolveMove(const cadcam::zvMovePointer& move,
                                                      Types type) const {
   RequireFiniteSetup();
   return m_solver.Solve(move, type, 0, true, misc::kNoValue, false, 0);
@@ -461,7 +531,9 @@ std::pair<zvPosted5axMove, zvPosted5axMove> zvPosted5axTPCreator::PostMove(
 std::pair<misc::zvAutoPointer<zvPosted5axMove>, misc::zvAutoPointer<zvPosted5axMove>>
 zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
                                                Types type) const {
-  auto [first, mirror] = PostMove(move, type);
+  const post::zvSolutionPair pair = SolveMove(move, type);
+  Move first = post::FirstSolutionMove(pair);
+  Move mirror = post::MirrorSolutionMove(pair);
   const zvKDRParam& par = GetPar();
   const zvKDRParam::LimitsCheck check = par.GetLimitsCheck();
   const auto ranges = post::RotaryRangesOf(m_machDef);
@@ -473,6 +545,10 @@ zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   const bool checksLinear =
       check == zvKDRParam::checkLinearAxes || check == zvKDRParam::checkAllAxes;
   const auto wrap = GetControlDef().GetFirstAxisLimit();
+  zvLimitType excesses[2];
+  zvLimitType* excess = excesses;
+  if (check != zvKDRParam::checkNothing && !checksLinear && !checksRotary)
+    throw zvPostException(5046);
   for (Move* solution : {&first, &mirror}) {
     if (checksRotary)
       // Only the first broken bound is mended.
@@ -481,24 +557,22 @@ zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
         const auto [min, max] = ranges[static_cast<std::size_t>(axis)];
         solution->SetAngle(misc::WrapIntoRange(solution->GetAngle(axis), min, max), axis);
       }
+    const Move unwrapped = *solution;
     if (wrap != post::zv5axControlDef::angleLimitNone)
       solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(0), wrap), 0);
     if (GetControlDef().GetSecondAxisLimit() != post::zv5axControlDef::angleLimitNone)
       solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(1), wrap), 1);
+    if (checksLinear) *excess = post::FirstLinearExcess(solution->GetMachinePosition(), m_machDef);
+    if (excess->IsNone() && checksRotary)
+      *excess = post::FirstRotaryExcess(unwrapped, *solution, ranges, par.GetPoleAngleTolerance());
+    ++excess;
   }
-  if (check != zvKDRParam::checkNothing && !checksLinear && !checksRotary)
-    throw zvPostException(5046);
-  const auto excess = [&](const Move& solution) {
-    zvLimitType limit;
-    if (checksLinear) limit = post::FirstLinearExcess(solution.GetMachinePosition(), m_machDef);
-    if (limit.IsNone() && checksRotary) limit = rotaryExcess(solution);
-    return limit;
-  };
-  const zvLimitType firstExcess = excess(first);
-  const zvLimitType mirrorExcess = excess(mirror);
+  const auto& [firstExcess, mirrorExcess] = excesses;
   if (!firstExcess.IsNone() && !mirrorExcess.IsNone()) ExceedingLimit(mirrorExcess);
-  std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> result;
-  if (firstExcess.IsNone()) result.first = misc::MakeAutoPointer<Move>(std::move(first));
-  if (mirrorExcess.IsNone()) result.second = misc::MakeAutoPointer<Move>(std::move(mirror));
-  return result;
+  const auto keep = [](const zvLimitType& limit, Move& solution) {
+    if (!limit.IsNone()) return misc::zvAutoPointer<Move>();
+    post::RequireNumbers(solution);
+    return misc::MakeAutoPointer<Move>(std::move(solution));
+  };
+  return {keep(firstExcess, first), keep(mirrorExcess, mirror)};
 }

@@ -27,10 +27,16 @@
 ///    wrapping then, and of the rotary limits only the two fixed angles are checked, not where they
 ///    are both 0.
 /// 3. An alignment matrix acts on Post alone, and not on a toolpath of one orientation.
-/// 4. Linear limits are checked before a rewinding: its lifts and turns are not checked.
-/// 5. A rewinding that fails leaves the parameters' firstMoveSolutionIndex, in the creator's own
-///    copy, turned round for later postings: the path has been posted again with the other first
-///    solution.
+/// 4. Rotary limits are kept in three attempts: by a shift or a rewinding; by posting again with
+/// the
+///    other first solution; and from the own first solution once more, with each axis' range
+///    measured for itself and limitTolerance for an axis that can't be rewound (record 17). The
+///    parameters' firstMoveSolutionIndex, in the creator's own copy, stays as the second attempt
+///    turned it for later postings, also when all fail; the third, when it succeeds, leaves it as
+///    it was.
+/// 5. Linear limits are checked on the list that the first attempt has left, so that the lifts and
+///    turns of its rewindings are checked, and in the third attempt too. In the second they are
+///    checked before its rewinding, whose lifts and turns are not.
 class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
  public:
   using Move = post::zvPosted5axMove;
@@ -118,7 +124,12 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   void RepairAngles();
   void DivideLargeSteps(double largestStep);
   void CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax, bool smallMoves);
-  post::zvLimitType RotaryExcessAfterRewind(post::zvLimitChecker<Move>& checker, bool smallMoves);
+  post::zvLimitChecker<Move> Checker();
+  void KeepRotaryLimits(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear);
+  bool PostsWithOwnBounds(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear,
+                          post::zvKDRParam::SolutionIndex own);
+  post::zvLimitType RotaryExcessAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds);
+  post::zvSolutionPair SolveMove(const cadcam::zvMovePointer& move, Types type) const;
 
   post::zv5axMachDef m_machDef;
   post::zv5axMoveSolver m_solver;

@@ -3,6 +3,7 @@
 #include <kandrel/post/angle_jumps.h>
 #include <kandrel/post/control_limits.h>
 #include <kandrel/post/creators/four_axis_creator.h>
+#include <kandrel/post/finite_moves.h>
 #include <kandrel/post/four_axis_interpolation.h>
 #include <kandrel/post/four_axis_pair_solver.h>
 #include <kandrel/post/mach_def_utils.h>
@@ -34,10 +35,11 @@ namespace {
 class RepairMachine {
  public:
   RepairMachine(const zvPosted4axMoveMaker& maker, const zv4axMachDef& machDef,
-                const zvKDRParam& par, bool smallMoves)
+                const zvKDRParam& par, bool smallMoves, post::zvPostingCounts& counts)
       : m_kinematics(maker.GetKinematics()),
         m_machDef(machDef),
         m_par(par),
+        m_counts(counts),
         m_interpolator(maker, par, smallMoves) {}
 
   const post::zv4axKinematics& Kinematics() const { return m_kinematics; }
@@ -45,8 +47,10 @@ class RepairMachine {
   zvPosted4axMove Retract(const zvPosted4axMove& move) const {
     if (!m_par.GetRetractToLimits())
       return post::RetractAlongTool(m_kinematics, move, m_par.GetRetractDistance());
-    return post::RetractToMachineLimits(m_kinematics, m_machDef, move, false,
-                                        post::zvRecompute::kNothing);
+    zvPosted4axMove lifted = post::RetractToMachineLimits(m_kinematics, m_machDef, move, false,
+                                                          post::zvRecompute::kNothing);
+    if (PartDistance(move, lifted) < m_par.GetRetractDistance()) ++m_counts.shortLifts;
+    return lifted;
   }
 
   std::optional<zvPosted4axMove> Midpoint(const zvPosted4axMove& from, const zvPosted4axMove& to,
@@ -58,6 +62,7 @@ class RepairMachine {
   const post::zv4axKinematics& m_kinematics;
   const zv4axMachDef& m_machDef;
   const zvKDRParam& m_par;
+  post::zvPostingCounts& m_counts;
   post::zv4axInterpolator m_interpolator;
 };
 
@@ -305,7 +310,7 @@ void zvPosted4axTPCreator::RepairAngles(bool smallMoves) {
   if (!post::HoldSolvedAngles(ranges))
     for (Move& move : list) post::WrapIntoRanges(move, ranges);
   const double largestStep = post::CalcWindedAngles(list);
-  const RepairMachine machine(m_maker, m_machDef, GetPar(), smallMoves);
+  const RepairMachine machine(m_maker, m_machDef, GetPar(), smallMoves, m_counts);
   m_counts.largeJumps =
       post::HandleLargeAngleJumps(list, largestStep, GetPar().GetMaxAngleJump(),
                                   [&](const Move& move) { return machine.Retract(move); });
@@ -336,7 +341,7 @@ void zvPosted4axTPCreator::KeepRotaryLimits(post::zvLimitChecker<Move>& checker,
   if (checker.TryShiftAll()) {
     const zvPosted4axMoveMaker maker(m_machDef, GetPar(), GetPartOrigin(),
                                      GetToolLengthCompensationValue());
-    const RepairMachine machine(maker, m_machDef, GetPar(), smallMoves);
+    const RepairMachine machine(maker, m_machDef, GetPar(), smallMoves, m_counts);
     post::zvRewinder<Move, RepairMachine> rewinder(*m_posted.Get(), post::RotaryRangesOf(m_machDef),
                                                    GetPar(), smallMoves, machine);
     m_counts.rewindings = rewinder.Run();
@@ -346,6 +351,14 @@ void zvPosted4axTPCreator::KeepRotaryLimits(post::zvLimitChecker<Move>& checker,
 
 zvPosted4axMove zvPosted4axTPCreator::PostMove(const cadcam::zvMovePointer& move,
                                                zvPostedMove::Types type) const {
+  Move posted = SolveMove(move, type);
+  post::RequireNumbers(posted);
+  return posted;
+}
+
+zvPosted4axMove zvPosted4axTPCreator::SolveMove(const cadcam::zvMovePointer& move,
+                                                zvPostedMove::Types type) const {
+  RequireFiniteSetup();
   cadcam::zv5axMove aligned;
   const post::zvMoveView view(SingleMove(move, aligned));
   return m_maker.Make(view, view.GetOrientation().Normalized(), type, 0, true,
@@ -355,23 +368,24 @@ zvPosted4axMove zvPosted4axTPCreator::PostMove(const cadcam::zvMovePointer& move
 std::pair<misc::zvAutoPointer<zvPosted4axMove>, misc::zvAutoPointer<zvPosted4axMove>>
 zvPosted4axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
                                                zvPostedMove::Types type) const {
-  auto posted = misc::MakeAutoPointer<Move>(PostMove(move, type));
+  auto posted = misc::MakeAutoPointer<Move>(SolveMove(move, type));
   const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
   const bool checksLinear =
       check == zvKDRParam::checkLinearAxes || check == zvKDRParam::checkAllAxes;
   const bool checksRotary =
       check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
   const auto ranges = post::RotaryRangesOf(m_machDef);
-  const auto rotaryExcess = [&] {
-    return post::FirstRotaryExcess(*posted, ranges, GetPar().GetPoleAngleTolerance());
-  };
-  if (checksRotary && !rotaryExcess().IsNone()) post::WrapIntoRanges(*posted, ranges);
+  const double slack = GetPar().GetPoleAngleTolerance();
+  if (checksRotary && !post::FirstRotaryExcess(*posted, ranges, slack).IsNone())
+    post::WrapIntoRanges(*posted, ranges);
+  const Move unwrapped = *posted;
   posted->SetRotaryAngle(
       ApplyAngleLimitToRotAxis(posted->GetRotaryAngle(), GetControlDef().GetFirstAxisLimit()));
   if (checksLinear)
     ExceedingLimit(post::FirstLinearExcess(posted->GetMachinePosition(), m_machDef));
-  if (checksRotary) ExceedingLimit(rotaryExcess());
+  if (checksRotary) ExceedingLimit(post::FirstRotaryExcess(unwrapped, *posted, ranges, slack));
   if (!checksLinear && !checksRotary && check != zvKDRParam::checkNothing)
     throw zvPostException(5046);
+  post::RequireNumbers(*posted);
   return {std::move(posted), nullptr};
 }

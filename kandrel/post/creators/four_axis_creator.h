@@ -19,7 +19,7 @@
 ///    have any opening; one less than 1e-6 rad off it is solved as the one on it of the same turn.
 /// 2. Angles of the list run on past a turn; the control's wrapping is the last step of a posting.
 /// 3. Limits are checked as told by limitsCheck before that. Linear limits are checked before a
-///    rewinding: its lifts and turns are not checked.
+///    rewinding: the lifts and turns of rewindings are not checked.
 /// 4. alignToolpath turns the machine's axis onto the toolpath's and not the reverse, deliberately:
 ///    see post::AlignToRotaryAxis.
 class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
@@ -104,6 +104,7 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
   void RepairAngles(bool smallMoves);
   void CheckLimits(bool smallMoves);
   void KeepRotaryLimits(post::zvLimitChecker<Move>& checker, bool smallMoves);
+  Move SolveMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
 
   post::zv4axMachDef m_machDef;
   post::zvPosted4axMoveMaker m_maker;

@@ -39,19 +39,16 @@ zvPostedMove::Types zvPostedTPCreator::GetPostedMoveType(const SectionIterator& 
 
 void zvPostedTPCreator::BuildMoves(const cadcam::zvToolPath& toolpath,
                                    post::zvFlatMoves& moves) const {
-  RequireFiniteSetup();
   post::Flatten(toolpath, m_alignMatrix, moves);
 }
 
 void zvPostedTPCreator::CheckMoves(const cadcam::zvToolPath& toolpath) const {
-  RequireFiniteSetup();
   static_cast<void>(toolpath.GetMoveCount());  // a null above the moves is told first
   post::ForEachMove(toolpath, m_alignMatrix, [](const cadcam::zvCNCMove&, zvPostedMove::Types) {});
 }
 
 const cadcam::zvCNCMove& zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer& move,
                                                        cadcam::zv5axMove& aligned) const {
-  RequireFiniteSetup();
   post::RequireFinite(*move);
   if (!m_alignMatrix) return *move;
   aligned = post::AlignedCopy(*move, *m_alignMatrix);
@@ -59,14 +56,16 @@ const cadcam::zvCNCMove& zvPostedTPCreator::SingleMove(const cadcam::zvMovePoint
 }
 
 void zvPostedTPCreator::RequireFiniteSetup() const {
-  bool isFinite = IsFinite(m_partOrigin) && std::isfinite(m_toolLengthCompensation) &&
-                  std::isfinite(m_par.GetRetractDistance()) &&
-                  std::isfinite(m_par.GetFirstMovePreferredAngle());
-  if (m_alignMatrix)
-    for (std::size_t i = 0; i < 4; ++i)
-      for (std::size_t j = 0; j < 4; ++j)
-        isFinite = isFinite && std::isfinite((*m_alignMatrix)(i, j));
-  if (!isFinite) throw zvPostException(5039);
+  RequireFiniteAlignment();
+  if (!IsFinite(m_partOrigin) || !std::isfinite(m_toolLengthCompensation))
+    throw zvPostException(5039);
+}
+
+void zvPostedTPCreator::RequireFiniteAlignment() const {
+  if (!m_alignMatrix) return;
+  for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t j = 0; j < 4; ++j)
+      if (!std::isfinite((*m_alignMatrix)(i, j))) throw zvPostException(5039);
 }
 
 void zvPostedTPCreator::CheckUnits(const post::zvMachDef& machDef,

@@ -88,19 +88,23 @@ class KANDREL_API zvPostedTPCreator {
   post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
 
   /// Flattens a toolpath into an array of its move count (post::Flatten), aligned where a matrix is
-  /// set. Throws zvPostException 5039 also as RequireFiniteSetup does. For creators of other
-  /// makers: the array shares the moves, and so counts references to them.
+  /// set. For creators of other makers: the array shares the moves, and so counts references to
+  /// them.
   void BuildMoves(const cadcam::zvToolPath& toolpath, post::zvFlatMoves& moves) const;
 
   /// Throws what BuildMoves throws for the toolpath, with neither an array nor references.
   void CheckMoves(const cadcam::zvToolPath& toolpath) const;
 
-  /// Throws zvPostException 5039 for a part origin, tool length, alignment matrix, retract distance
-  /// or preferred angle that is infinite or NaN.
+  /// Throws zvPostException 5039 for a part origin, tool length or alignment matrix that is
+  /// infinite or NaN. What a posting reads only in places is looked at there: nothing infinite or
+  /// NaN is posted, and what isn't read may be anything.
   void RequireFiniteSetup() const;
+  /// The same for the alignment matrix alone.
+  void RequireFiniteAlignment() const;
 
-  /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", what is
-  /// infinite or NaN 5039; with an alignment matrix it is `aligned`, which becomes an aligned copy.
+  /// The move for a single-move operation: a null pointer throws "Accessing NULL pointer", a
+  /// position or orientation that is infinite or NaN 5039; with an alignment matrix it is
+  /// `aligned`, which becomes an aligned copy.
   const cadcam::zvCNCMove& SingleMove(const cadcam::zvMovePointer& move,
                                       cadcam::zv5axMove& aligned) const;
 

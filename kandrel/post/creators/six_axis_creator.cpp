@@ -1,6 +1,10 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/creators/six_axis_creator.h>
+#include <kandrel/post/finite_moves.h>
 #include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/post_exception.h>
+
+#include <cmath>
 
 using post::zv6axMachDef;
 using post::zvPosted5axMove;
@@ -42,6 +46,10 @@ misc::zvAutoPointer<post::zvMachDef> zvPosted6axTPCreator::GetMachDefPtr() const
   return m_machDef.Clone();
 }
 
+void zvPosted6axTPCreator::RequireFiniteThirdAngle() const {
+  if (!std::isfinite(m_machDef.GetThirdAngle())) throw post::zvPostException(5039);
+}
+
 // Of the machine, parameters and set-up that this creator has now.
 zvPosted5axTPCreator zvPosted6axTPCreator::FiveAxisCreator() const {
   return {post::TurningPart(m_machDef), GetControlDef(), GetPar(), GetPartOrigin(),
@@ -53,6 +61,7 @@ zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToo
   m_counts = {};
   zvPosted5axTPCreator creator = FiveAxisCreator();
   const auto solved = creator.Post(toolpath, smallMoves);
+  if (!solved->IsEmpty()) RequireFiniteThirdAngle();
   ListPointer list = m_posted.New();
   while (!solved->IsEmpty()) {
     list->EmplaceBack(std::move(solved->Front()), m_machDef.GetThirdAngle());
@@ -70,6 +79,8 @@ std::pair<zvPosted6axTPCreator::Move, post::zvMirrorAngle> zvPosted6axTPCreator:
     const cadcam::zvMovePointer& move, Types type) const {
   RequireFiniteSetup();
   post::zvSolutionPair pair = m_solver.Solve(move, type, 0, true, misc::kNoValue, false, 0);
+  post::RequireNumbers(pair);
+  RequireFiniteThirdAngle();
   return {Move(std::move(pair.first), m_machDef.GetThirdAngle()), pair.second};
 }
 
@@ -88,6 +99,7 @@ std::pair<misc::zvAutoPointer<zvPosted6axTPCreator::Move>,
 zvPosted6axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
                                                Types type) const {
   const auto solutions = FiveAxisCreator().PostMoveWithinMachLimits(move, type);
+  RequireFiniteThirdAngle();
   const auto widen = [this](const misc::zvAutoPointer<zvPosted5axMove>& solution) {
     return solution ? misc::MakeAutoPointer<Move>(std::move(*solution), m_machDef.GetThirdAngle())
                     : misc::zvAutoPointer<Move>();

@@ -21,7 +21,7 @@
 ///    first on the table and the second in the head. (0, 1), the default of zv6axMachDef, thus
 ///    swaps the sides that it names, deliberately: give the axis on the table first, as (1, 0).
 /// 2. Direction, pivot and side of the third axis have no influence; its angle is on every line,
-///    inserted ones included, and is tested against nothing.
+///    inserted ones included, and is tested against nothing but that it is a number (5039).
 /// 3. A failed Post leaves the former list as it was, unlike those of the other creators.
 /// 4. An alignment matrix has no effect here.
 /// 5. Postings don't influence each other: a first solution that a rewinding turned round is
@@ -34,10 +34,10 @@ class KANDREL_API zvPosted6axTPCreator : public zvPostedTPCreator {
   using Types = post::zvPostedMove::Types;
 
   /// Throws zvcadcamException 2189 for a direction that is exactly zero, zvPostException 5039 for
-  /// directions and pivots that are infinite or NaN; then 5002 for first and second directions that
-  /// are equal once they are unit vectors and 5045 for a second one parallel to the spindle. The
-  /// second form also throws 5043 for a machine of another class and "Accessing NULL pointer" for a
-  /// null pointer.
+  /// directions and pivots of the spindle and the first two axes that are infinite or NaN; then
+  /// 5002 for first and second directions that are equal once they are unit vectors and 5045 for a
+  /// second one parallel to the spindle. The second form also throws 5043 for a machine of another
+  /// class and "Accessing NULL pointer" for a null pointer.
   zvPosted6axTPCreator(const post::zv6axMachDef& machDef, const post::zv5axControlDef& control,
                        const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
                        double toolLengthCompensation);
@@ -93,6 +93,7 @@ class KANDREL_API zvPosted6axTPCreator : public zvPostedTPCreator {
 
  private:
   zvPosted5axTPCreator FiveAxisCreator() const;
+  void RequireFiniteThirdAngle() const;
 
   post::zv6axMachDef m_machDef;
   post::zv5axMoveSolver m_solver;

@@ -1,6 +1,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/alignment.h>
 #include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/finite_moves.h>
 #include <kandrel/post/intermediate_moves.h>
 #include <kandrel/post/limit_checker.h>
 #include <kandrel/post/mach_def_utils.h>
@@ -9,6 +10,7 @@
 #include <kandrel/post/post_exception.h>
 #include <kandrel/post/step_counts.h>
 
+#include <cmath>
 #include <iterator>
 
 using post::zvKDRParam;
@@ -70,6 +72,7 @@ zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::Post(const cadcam::zvToo
   CheckUnits(m_machDef, toolpath);
   PostMain(toolpath, smallMoves);
   CheckLimits();
+  post::RequireNumbers(*m_posted.Get(), m_sum);
   return m_posted.Get();
 }
 
@@ -79,23 +82,45 @@ void zvPosted3axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smal
 
 zvPosted3axTPCreator::Move zvPosted3axTPCreator::PostMove(const cadcam::zvMovePointer& move,
                                                           zvPostedMove::Types type) const {
+  Move posted = MakeMove(move, type);
+  post::RequireNumbers(posted);
+  return posted;
+}
+
+zvPosted3axTPCreator::Move zvPosted3axTPCreator::MakeMove(const cadcam::zvMovePointer& move,
+                                                          zvPostedMove::Types type) const {
+  RequireFiniteMaker();
   cadcam::zv5axMove aligned;
   return m_maker.Make(post::zvMoveView(SingleMove(move, aligned)), type, 0, true, false);
+}
+
+// A transformation stands for part origin and tool length, which are not read then.
+void zvPosted3axTPCreator::RequireFiniteMaker() const {
+  const misc::zvAutoPointer<post::zvTransformation3d>& transformation = m_maker.GetTransformation();
+  if (!transformation) return RequireFiniteSetup();
+  RequireFiniteAlignment();
+  bool isFinite = IsFinite(transformation->GetTranslation());
+  for (std::size_t i = 0; i < 3; ++i)
+    for (std::size_t j = 0; j < 3; ++j)
+      isFinite = isFinite && std::isfinite(transformation->GetRotation()(i, j));
+  if (!isFinite) throw zvPostException(5039);
 }
 
 std::pair<misc::zvAutoPointer<post::zvPosted3axMove>, misc::zvAutoPointer<post::zvPosted3axMove>>
 zvPosted3axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
                                                zvPostedMove::Types type) const {
-  auto posted = misc::MakeAutoPointer<Move>(PostMove(move, type));
+  auto posted = misc::MakeAutoPointer<Move>(MakeMove(move, type));
   const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
   if (check != zvKDRParam::checkNothing && check != zvKDRParam::checkRotaryAxes)
     ExceedingLimit(post::FirstLinearExcess(posted->GetMachinePosition(), m_machDef));
+  post::RequireNumbers(*posted);
   return {std::move(posted), nullptr};
 }
 
 void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   AlignToolpath(toolpath);
-  RequireFiniteSetup();
+  RequireFiniteMaker();
+  m_sum = 0;
   try {
     PostInOneWalk(toolpath, smallMoves);
   } catch (const misc::zvOutOfMemory&) {
@@ -104,6 +129,7 @@ void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is told, and how far the list is filled.
     m_posted.Get()->Clear();
+    m_sum = 0;
     PostWhole(toolpath, smallMoves);
     throw;
   }
@@ -161,7 +187,10 @@ void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPost
   const auto current = list.EmplaceWith(list.end(), [&] {
     return m_maker.Make(move, type, static_cast<std::int32_t>(index), false, smallMoves);
   });
-  if (previous == nullptr) return;
+  if (previous == nullptr) {
+    post::AddNumbers(*current, m_sum);
+    return;
+  }
   if (GetPar().GetInterpolateByDistance()) {
     try {
       previous = Interpolate(*previous, current, smallMoves);
@@ -173,6 +202,7 @@ void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPost
   }
   // Nothing moves a posted move after this, so that its time can be told at once.
   current->SetMoveTime(post::MoveTime(*previous, *current));
+  post::AddNumbers(*current, m_sum);
 }
 
 // Puts the moves between the two before the current one; returns the last before it.
@@ -195,6 +225,7 @@ const post::zvPosted3axMove* zvPosted3axTPCreator::Interpolate(const Move& previ
                           between.GetSourceIndex(), between.IsInserted(), smallMoves);
     });
     inserted->SetMoveTime(post::MoveTime(*last, *inserted));
+    post::AddNumbers(*inserted, m_sum);
     last = &*inserted;
   }
   return last;

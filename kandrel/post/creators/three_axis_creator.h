@@ -68,11 +68,12 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
   ///
   /// Throws zvPostException 5032, 5033 for units that differ; 5029 for an orientation off the
   /// spindle; 5010 to 5012, 5015 to 5017 for a limit broken by more than 1e-12 (limitsCheck 1, 3);
-  /// 5046 for an unknown limitsCheck; 5039 for a position, orientation, part origin or tool length
-  /// that is infinite or NaN, and for more than 2^31 - 2 moves between two others; 2503 for a plain
-  /// zvCNCMove; zvKandrelException 2637 for a link type above 5; zvcadcamException 2189 for a zero
-  /// orientation, and with alignToolpath for one opposite to the spindle; "Accessing NULL pointer"
-  /// for a null in the toolpath. Linear in the number of posted moves.
+  /// 5046 for an unknown limitsCheck; 5039 for a position, orientation, feed, part origin or tool
+  /// length that is infinite or NaN, for a transformation that is, which stands for the last two,
+  /// for a machine position that comes out so, and for more than 2^31 - 2 moves between two others;
+  /// 2503 for a plain zvCNCMove; zvKandrelException 2637 for a link type above 5; zvcadcamException
+  /// 2189 for a zero orientation, and with alignToolpath for one opposite to the spindle;
+  /// "Accessing NULL pointer" for a null in the toolpath. Linear in the number of posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 
@@ -95,8 +96,11 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
                         std::uint64_t index, bool smallMoves);
   const Move* Interpolate(const Move& previous, List::iterator current, bool smallMoves);
   void CheckLimits() const;
+  Move MakeMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
+  void RequireFiniteMaker() const;
 
   post::zv3axMachDef m_machDef;
   post::zvPosted3axMoveMaker m_maker;
   post::zvPostedList<Move> m_posted;
+  double m_sum = 0;  // of all moves of the list: post::AddNumbers
 };

@@ -54,10 +54,16 @@ TEST(FourAxisSummary, TellsTurnsAndRewindings) {
     std::vector<const char*> options;
     long rewindings;
     const char* turns;
+    long shortLifts = -1;  // not told
   } cases[] = {
       {"mill4_table_a", {}, 0, "A 80.00"},
       {"mill4_table_a", {"--control", "180"}, 0, "A 80.00"},
       {"mill4_table_a_limited", {"--set", "limitsCheck=3"}, 6, "A 140.00"},
+      {"mill4_table_a_limited",
+       {"--set", "limitsCheck=3", "--set", "retractToLimits=true", "--set", "retractDistance=5000"},
+       6,
+       "A 140.00",
+       6},
   };
   for (const auto& c : cases) {
     const tests::ScratchFolder scratch;
@@ -66,6 +72,7 @@ TEST(FourAxisSummary, TellsTurnsAndRewindings) {
     const Outcome run = RunPost(machine, file, scratch.Path("out"), c.options);
     ASSERT_EQ(run.exitCode, 0) << run.failure;
     EXPECT_EQ(Told(run.summary, "rewindings"), c.rewindings);
+    EXPECT_EQ(Told(run.summary, "short lifts"), c.shortLifts);
     EXPECT_NE(run.summary.find(std::string("\nturns           ").append(c.turns)),
               std::string::npos)
         << run.summary;

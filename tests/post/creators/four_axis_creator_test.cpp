@@ -249,8 +249,6 @@ TEST(FourAxisCreator, TellsWhatIsWrong) {
       {"the whole path is checked first", three({0, 0, -1}, {1, 0, 0}), coarse, 5030},
       {"part origin", good, [](FourAxisScene& s) { s.origin.y = kNaN; }, 5039},
       {"tool length", good, [](FourAxisScene& s) { s.toolLength = kInfinity; }, 5039},
-      {"lift", good, [](FourAxisScene& s) { s.par.SetRetractDistance(kNaN); }, 5039},
-      {"first angle", good, [](FourAxisScene& s) { s.par.SetFirstMovePreferredAngle(kNaN); }, 5039},
       {"unknown check", good, checks(kUnknownCheck, {-1000, 1000}), 5046},
       {"units", good, [](FourAxisScene& s) { s.machine.units = tests::kInch; }, 5032},
       {"minimum of Y", good, checks(zvKDRParam::checkLinearAxes, {-1000, 1000}, 1000, 1), 5011},
@@ -328,8 +326,10 @@ TEST(FourAxisCreator, SingleMovesWithinLimits) {
       {"slack of the pole's tolerance", 20.009, kRotary, kSmall, {}, 1, 20.009, 0},
       {"all", -30, kAll, kWhole, {}, 1, 330, 0},
       {"linear before rotary", -30, kAll, kSmall, {}, -1, 0, 5015},
-      // The control's wrap comes before the check and may take the angle out again.
-      {"control's wrap", -30, kAll, kWhole, zv5axControlDef::angleLimit180, 1, 0, 5013},
+      // An angle that the control writes otherwise may fit in either form.
+      {"fits unwrapped", -30, kAll, kWhole, zv5axControlDef::angleLimit180, 1, -30, 0},
+      {"fits wrapped", -30, kAll, {325, 335}, zv5axControlDef::angleLimit360, 1, 330, 0},
+      {"fits in neither form", -30, kAll, {-20, 20}, zv5axControlDef::angleLimit360, 1, 0, 5018},
       {"unknown check", 0, kUnknownCheck, kSmall, {}, 1, 0, 5046},
   };
   // clang-format on
