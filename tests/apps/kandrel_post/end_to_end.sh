@@ -111,7 +111,7 @@ bad "5033: ${any}" 'UNITS/INCHES\nGOTO/1,2,3\n'
 bad "5009: ${any}" 'GOTO/1,2,3\n' --set poleAngleTolerance=20
 bad "5046: ${any}" 'GOTO/1,2,3\n' --set limitsCheck=7
 bad "5015: ${any}" 'GOTO/500.0001,2,3\n' --set limitsCheck=1
-bad "0: posted move 0 ${any}" 'GOTO/1.7e308,0,0\n' --origin 1.7e308,0,0
+bad "5039: ${any}" 'GOTO/1.7e308,0,0\n' --origin 1.7e308,0,0
 bad "0: an interpolationDistance ${any}" 'GOTO/0,0,0\nGOTO/1e6,0,0\n' \
   --set interpolateByDistance=true --set interpolationDistance=1e-9
 

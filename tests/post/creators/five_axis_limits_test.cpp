@@ -155,7 +155,7 @@ TEST(FiveAxisLimits, ALeapBetweenTheSolutionsIsMadeInTheAir) {
 TEST(FiveAxisLimits, StepsOntoALimitOnThePoleAreSmall) {
   for (const double limit : {400.0, 440.0, 500.0})
     for (const double sense : {1.0, -1.0}) {
-      FiveAxisScene scene = Trunnion(sense > 0 ? -5 : -limit, sense > 0 ? limit : 5, -0.5, 110);
+      FiveAxisScene scene = Trunnion(sense > 0 ? -5 : -limit, sense > 0 ? limit : 5, 0, 110);
       scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(0));
       scene.par.SetMaxAngleJump(400);
       Source path;
