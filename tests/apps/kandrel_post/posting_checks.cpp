@@ -17,7 +17,7 @@ std::filesystem::path DataFolder() {
   if (const char* const given = std::getenv("KANDREL_DATA")) return fs::path(given) / "toolpaths";
   const fs::path source(KANDREL_SOURCE_DIR);
   for (fs::path p = source; p != p.parent_path(); p = p.parent_path()) {
-    const fs::path folder = p.parent_path() / "shared" / "data" / "toolpaths";
+    fs::path folder = p.parent_path() / "shared" / "data" / "toolpaths";
     if (fs::is_directory(folder)) return folder;
   }
   return {};
@@ -59,7 +59,7 @@ std::vector<PostedLine> PostedLines(const std::string& fileName) {
       return Numbers3{number(i), number(i + 1), number(i + 2)};
     };
     PostedLine& posted = lines.emplace_back();
-    posted.type = std::atoi(columns[1].c_str());
+    posted.type = static_cast<int>(number(1));
     posted.rapid = columns[2] == "1";
     posted.machine = three(5);
     for (std::size_t i = 8; i < 11 && !columns[i].empty(); ++i) posted.angles.push_back(number(i));
@@ -173,7 +173,8 @@ void ExpectNcRules(const std::string& text, std::size_t moves) {
 
 long Told(const std::string& summary, const std::string& what) {
   const std::size_t at = summary.find(std::string("\n").append(what));
-  return at == std::string::npos ? -1 : std::atol(summary.c_str() + at + 1 + what.size());
+  return at == std::string::npos ? -1
+                                 : std::strtol(summary.c_str() + at + 1 + what.size(), nullptr, 10);
 }
 
 void ExpectSummary(const std::string& summary, const std::vector<PostedLine>& posted,
