@@ -4,24 +4,35 @@
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/move_traits.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 
 namespace post {
 
-/// Where a feed move's circular angle distance from the move before is above `maxAngleJump`, puts
-/// `lift(previous)` and `drop(current)` before it: the tool leaves at the angles of the one,
-/// swings, and comes down at those of the other. Rapid moves get none. Returns the number of jumps.
-/// `lift` and `drop` are the same callable `retract`, which may throw; what is inserted until then
-/// stays. `largestStep` is what CalcWindedAngles returned for the list.
-template <class Move, class Retract>
+/// What makes a feed move too large a turn to be cut, degrees.
+struct zvJumpRules {
+  double maxAngleJump;
+  /// Turns below this, per axis, need not be asked for a leap; infinite where none is to be.
+  double smallestLeap = std::numeric_limits<double>::infinity();
+};
+
+/// Where a feed move's circular angle distance from the move before is above `maxAngleJump`, or
+/// `leaps(previous, current)`, puts `lift(previous)` and `drop(current)` before it: the tool leaves
+/// at the angles of the one, swings, and comes down at those of the other. Rapid moves get none.
+/// Returns the number of jumps. `lift` and `drop` are the same callable `retract`, which may throw;
+/// what is inserted until then stays. `largestStep` is what CalcWindedAngles returned for the list.
+template <class Move, class Retract, class Leaps>
 std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double largestStep,
-                                    double maxAngleJump, const Retract& retract) {
+                                    const zvJumpRules& rules, const Retract& retract,
+                                    const Leaps& leaps) {
   using Traits = zvMoveTraits<Move>;
   // Winded neighbours are within half a turn, where the plain difference is the circular distance
   // up to rounding: it decides all but the borderline cases.
   constexpr double kBorder = 1e-9;
-  if (largestStep < maxAngleJump - kBorder || list.GetCount() < 2) return 0;
+  const double smallest = std::min(rules.maxAngleJump - kBorder, rules.smallestLeap);
+  if (largestStep < smallest || list.GetCount() < 2) return 0;
   std::uint32_t jumps = 0;
   auto previous = list.begin();
   auto current = previous;
@@ -32,8 +43,10 @@ std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double l
     for (int axis = 0; axis < Traits::kAxes; ++axis)
       plain = std::max(plain,
                        std::fabs(Traits::Angle(*current, axis) - Traits::Angle(*previous, axis)));
-    if (plain < maxAngleJump - kBorder) continue;
-    if (!(maxAngleJump < previous->AngleDistance(*current))) continue;
+    if (plain < smallest) continue;
+    if (!(rules.maxAngleJump < previous->AngleDistance(*current)) &&
+        !(plain >= rules.smallestLeap && leaps(*previous, *current)))
+      continue;
     Move lift = retract(*previous);
     Move drop = retract(*current);
     if (!current->HasNoExtended()) {
@@ -47,6 +60,14 @@ std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double l
     ++jumps;
   }
   return jumps;
+}
+
+/// The same without leaps.
+template <class Move, class Retract>
+std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double largestStep,
+                                    double maxAngleJump, const Retract& retract) {
+  return HandleLargeAngleJumps(list, largestStep, zvJumpRules{maxAngleJump}, retract,
+                               [](const Move&, const Move&) { return false; });
 }
 
 }  // namespace post

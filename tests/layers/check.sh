@@ -36,6 +36,15 @@ includes() {
       if (path ~ /^kandrel\/kintree\//) return 6
       return -1
     }
+    # The floor of a folder of kandrel-post, host <- out <- cl, machine, samples <- commands; of one
+    # floor, none includes another. 0 for what stands in none, and above all of them main.cpp.
+    function floor(folder) {
+      if (folder == "host") return 1
+      if (folder == "out") return 2
+      if (folder == "cl" || folder == "machine" || folder == "samples") return 3
+      if (folder == "commands") return 4
+      return 0
+    }
     function report(text) { print FILENAME ":" FNR ": " text; found = 1 }
 
     FNR == 1 {
@@ -44,6 +53,9 @@ includes() {
       model = FILENAME ~ /^tests\/support\/rigid_body_model\./
       mine = layer(FILENAME)
       if (library && mine < 0) report("stands in no layer")
+      app = FILENAME ~ /^apps\/kandrel-post\/[^\/]*\//
+      split(FILENAME, path, "/")
+      if (app && !floor(path[3])) report("stands on no floor")
     }
     /^[ \t]*#[ \t]*include/ {
       if (!match($0, /[<"][^>"]*[>"]/)) {
@@ -57,6 +69,9 @@ includes() {
         report("the library includes " target)
       if (outside && target ~ /^(tests|bench|fuzz)\//) report("a program includes " target)
       if (target ~ /\.\./) report("include by its path from the root, not " target)
+      split(target, to, "/")
+      if (app && to[1] == "kandrel-post" && to[2] != path[3] && floor(to[2]) >= floor(path[3]))
+        report("includes " target ", which does not stand below it")
       if (target !~ /^kandrel\//) next
       if (library && layer(target) > mine) report("includes " target ", which stands above it")
       if (outside && target ~ /\/detail\//) report("includes " target ", which is not public")

@@ -10,7 +10,7 @@ cases=0
 
 tree() {
   rm -rf "$work/tree"
-  mkdir -p "$work/tree"/{kandrel/{misc/detail,cadcam,post/creators,persistence,kintree},apps/host,examples,tests/support,tests/consumer,docs}
+  mkdir -p "$work/tree"/{kandrel/{misc/detail,cadcam,post/creators,persistence,kintree},apps/{host,kandrel-post/{host,out,cl,machine,commands}},examples,tests/support,tests/consumer,docs}
   cd "$work/tree"
   printf '#include <kandrel/misc/detail/slot.h>\n#include <vector>\n' >kandrel/misc/text.h
   : >kandrel/misc/detail/slot.h
@@ -20,6 +20,11 @@ tree() {
   echo '#include <kandrel/post/creators/creator.h>' >kandrel/persistence/log.h
   echo '#include <kandrel/persistence/log.h>' >kandrel/kintree/tree.h
   printf '#include "cl_text.h"\n#include <kandrel/kintree/tree.h>\n' >apps/host/main.cpp
+  : >apps/kandrel-post/host/errors.h
+  echo '#include "kandrel-post/host/errors.h"' >apps/kandrel-post/out/sink.h
+  echo '#include "kandrel-post/out/sink.h"' >apps/kandrel-post/cl/writer.h
+  : >apps/kandrel-post/machine/json.h
+  printf '#include "kandrel-post/cl/writer.h"\n#include "kandrel-post/machine/json.h"\n' >apps/kandrel-post/commands/post.cpp
   echo '#include <tests/support/model.h>' >tests/support/model_test.cpp
   echo '#include <kandrel/cadcam/point.h>' >tests/support/rigid_body_model.h
   echo 'Each part has 3.5 mm, specifically; see decision 3.' >docs/notes.md
@@ -56,6 +61,10 @@ finds 'a folder without a layer' kandrel/extra/thing.h '#include <vector>'
 finds 'the library on tests' kandrel/post/move.cpp '#include <tests/support/model.h>'
 finds 'a program on tests' apps/host/main.cpp '#include <tests/support/model.h>'
 finds 'a program on internals' apps/host/main.cpp '#include <kandrel/misc/detail/slot.h>'
+finds 'the host on what writes' apps/kandrel-post/host/errors.h '#include "kandrel-post/out/sink.h"'
+finds 'one reader on another' apps/kandrel-post/cl/writer.h '#include "kandrel-post/machine/json.h"'
+finds 'a reader on commands' apps/kandrel-post/machine/json.h '#include <kandrel-post/commands/report.h>'
+finds 'a folder without a floor' apps/kandrel-post/extra/thing.h '#include <vector>'
 finds 'an example on internals' examples/01.cpp '#include <kandrel/misc/detail/slot.h>'
 finds 'the consumer on internals' tests/consumer/main.cpp '#include <kandrel/misc/detail/slot.h>'
 finds 'the model on the kernel' tests/support/rigid_body_model.h '#include <kandrel/post/move.h>'

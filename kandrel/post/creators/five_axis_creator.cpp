@@ -13,6 +13,7 @@
 #include <kandrel/post/retraction.h>
 #include <kandrel/post/rewinder.h>
 #include <kandrel/post/step_division.h>
+#include <kandrel/post/tool_leap.h>
 #include <kandrel/post/winding.h>
 
 #include <algorithm>
@@ -188,10 +189,22 @@ void zvPosted5axTPCreator::RepairAngles() {
   const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
                               GetToolLengthCompensationValue(), list.Front().HasNoExtended(),
                               m_counts);
-  m_counts.largeJumps =
-      post::HandleLargeAngleJumps(list, largestStep, GetPar().GetMaxAngleJump(),
-                                  [&](const Move& move) { return machine.Retract(move); });
+  m_counts.largeJumps = post::HandleLargeAngleJumps(
+      list, largestStep, JumpRules(), [&](const Move& move) { return machine.Retract(move); },
+      [&](const Move& from, const Move& to) {
+        return post::LeavesItsWay(from, to, JumpRules().smallestLeap, m_solver.GetKinematics());
+      });
   DivideLargeSteps(largestStep);
+}
+
+// A step that the interpolation could not divide, where limits make the machine change to its other
+// solution, takes the tool off its way however small the turn. That is done in the air as well,
+// unless such repairs are switched off altogether. Twice a step is what poles may need.
+post::zvJumpRules zvPosted5axTPCreator::JumpRules() const {
+  post::zvJumpRules rules{GetPar().GetMaxAngleJump()};
+  const double step = m_solver.GetParameters().GetMaxAngleStep();
+  if (rules.maxAngleJump < misc::kFullTurnDeg / 2 && step > 0) rules.smallestLeap = 2 * step;
+  return rules;
 }
 
 // By the steps that the solutions were made with.

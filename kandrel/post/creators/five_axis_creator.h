@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/post/angle_jumps.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
 #include <kandrel/post/five_axis_solver.h>
 #include <kandrel/post/limit_checker.h>
@@ -123,6 +124,7 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   bool SelectFirst(const post::zvRotarySolutions& solutions) const;
   void RepairAngles();
   void DivideLargeSteps(double largestStep);
+  post::zvJumpRules JumpRules() const;
   void CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax, bool smallMoves);
   post::zvLimitChecker<Move> Checker();
   void KeepRotaryLimits(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear);

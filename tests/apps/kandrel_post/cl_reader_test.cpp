@@ -1,5 +1,4 @@
 #include <fmt/format.h>
-#include <kandrel/misc/text.h>
 
 #include "support.h"
 
@@ -7,33 +6,7 @@ namespace {
 
 using tests::FailureText;
 using tests::ReadClText;
-
-// Moves as text: x,y,z i,j,k feed, with R in front of rapid ones and | where a section ends,
-// L<type> in front of links.
-std::string Shown(const cadcam::zvToolPath& toolPath) {
-  std::string text;
-  for (const auto& pass : toolPath.Children()) {
-    text += "P";
-    for (const auto& slice : pass->Children()) {
-      text += "S";
-      for (const auto& section : slice->Children()) {
-        cadcam::zvTPSLinkVisitor visitor;
-        section->AcceptVisitor(visitor);
-        text += visitor.IsLink() ? fmt::format("[L{}", visitor.GetLinkType()) : "[C";
-        for (const auto& move : *section) {
-          const auto& p = move->GetPosition();
-          const auto& o = move->GetOrientation();
-          text += fmt::format(" {}{},{},{}", move->IsRapid() ? "R" : "", p.x, p.y, p.z);
-          if (!(o == cadcam::zvTPoint3d<double>(0, 0, 1)))
-            text += fmt::format("/{},{},{}", o.x, o.y, o.z);
-          if (move->GetFeed() != 0) text += fmt::format("@{}", move->GetFeed());
-        }
-        text += "]";
-      }
-    }
-  }
-  return text;
-}
+using tests::Shown;
 
 struct GoodCase {
   const char* text;
@@ -110,6 +83,8 @@ TEST(ClReader, RefusesWhatItDoesNotUnderstandAndNamesTheLine) {
       {"GOTO/1,2,3,4,5,6,7", "1: 3 or 6 numbers expected after GOTO/, more found"},
       {"FROM/1", "1: 3 or 6 numbers expected after FROM/, 1 found"},
       {"GOTO", "1: GOTO/x,y,z or GOTO/x,y,z,i,j,k expected"},
+      {"GOTO/1,2,3\nGOTO 4,5,6", "2: GOTO/x,y,z or GOTO/x,y,z,i,j,k expected"},
+      {"TLAXIS/0,1,0", "1: a path of GOTO moves expected, TLAXIS is not understood"},
       {"GOTO/", "1: a number expected as number 1 after GOTO/"},
       {"GOTO/1,,3", "1: a number expected as number 2 after GOTO/"},
       {"GOTO/1,2,3,", "1: a number expected as number 4 after GOTO/"},

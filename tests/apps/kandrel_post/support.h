@@ -1,8 +1,11 @@
 // What the tests of the host application share.
 #pragma once
 
+#include <fcntl.h>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <kandrel-post/cl_reader.h>
+#include <kandrel-post/cl/reader.h>
+#include <kandrel-post/out/text_sink.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -65,6 +68,45 @@ inline std::string FileText(const std::string& fileName) {
   std::ostringstream text;
   text << file.rdbuf();
   return text.str();
+}
+
+/// What `write` writes into a sink that ends in the file.
+template <class Write>
+std::string Written(const std::string& fileName, Write&& write) {
+  const int descriptor = ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  kandrel_post::TextSink sink(descriptor, fileName);
+  write(sink);
+  sink.Flush();
+  ::close(descriptor);
+  return FileText(fileName);
+}
+
+/// A tree as text: P and S where a pass and a slice begin, sections in brackets, L<type> in front
+/// of links; moves as x,y,z/i,j,k@feed, with R in front of rapid ones, exact numbers, and no axis
+/// where it is 0,0,1.
+inline std::string Shown(const cadcam::zvToolPath& toolPath) {
+  std::string text;
+  for (const auto& pass : toolPath.Children()) {
+    text += "P";
+    for (const auto& slice : pass->Children()) {
+      text += "S";
+      for (const auto& section : slice->Children()) {
+        cadcam::zvTPSLinkVisitor visitor;
+        section->AcceptVisitor(visitor);
+        text += visitor.IsLink() ? fmt::format("[L{}", visitor.GetLinkType()) : "[C";
+        for (const auto& move : *section) {
+          const auto& p = move->GetPosition();
+          const auto& o = move->GetOrientation();
+          text += fmt::format(" {}{},{},{}", move->IsRapid() ? "R" : "", p.x, p.y, p.z);
+          if (!(o == cadcam::zvTPoint3d<double>(0, 0, 1)))
+            text += fmt::format("/{},{},{}", o.x, o.y, o.z);
+          if (move->GetFeed() != 0) text += fmt::format("@{}", move->GetFeed());
+        }
+        text += "]";
+      }
+    }
+  }
+  return text;
 }
 
 }  // namespace tests

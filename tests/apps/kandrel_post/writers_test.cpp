@@ -1,7 +1,6 @@
 // posted.csv and posted.nc, from moves made by hand.
-#include <fcntl.h>
-#include <kandrel-post/csv_writer.h>
-#include <kandrel-post/nc_writer.h>
+#include <kandrel-post/out/csv_writer.h>
+#include <kandrel-post/out/nc_writer.h>
 
 #include <cmath>
 #include <limits>
@@ -15,19 +14,10 @@ using post::zvPosted3axMove;
 using post::zvPosted5axMove;
 using Point = post::zvPostedMove::Point;
 
-// Runs `write` on a sink and gives what it wrote.
 template <class Write>
 std::string Written(Write&& write) {
   const tests::ScratchFolder folder;
-  const std::string fileName = folder.Path("out");
-  const int descriptor = ::open(fileName.c_str(), O_WRONLY | O_CREAT, 0666);
-  {
-    kandrel_post::TextSink sink(descriptor, fileName);
-    write(sink);
-    sink.Flush();
-  }
-  ::close(descriptor);
-  return tests::FileText(fileName);
+  return tests::Written(folder.Path("out"), write);
 }
 
 zvPosted3axMove Move(const Point& p, double feed, bool rapid) {

@@ -1,0 +1,136 @@
+#include "kandrel-post/commands/command_line.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "kandrel-post/commands/commands.h"
+#include "kandrel-post/commands/parameters.h"
+#include "kandrel-post/host/errors.h"
+#include "kandrel-post/host/memory_limit.h"
+#include "kandrel-post/host/signals.h"
+#include "kandrel-post/out/text_sink.h"
+
+namespace kandrel_post {
+
+namespace {
+
+// CLI11 shows the text that a check returns; empty means good.
+template <class Parse>
+CLI::Validator Check(Parse parse) {
+  return CLI::Validator(
+      [parse](std::string& text) {
+        try {
+          parse(text);
+          return std::string();
+        } catch (const UsageError& e) {
+          return std::string(e.what());
+        }
+      },
+      "");
+}
+
+void AddSample(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand(
+      "sample", "Write a built-in toolpath to standard output as CL text; without NAME list them");
+  command.footer("Example: kandrel-post sample pocket_plate > plate.cl");
+  auto name = std::make_shared<std::string>();
+  command.add_option("NAME", *name, "name of the sample");
+  command.callback([name] { name->empty() ? ListSamples() : PrintSample(*name); });
+}
+
+void AddPost(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand(
+      "post", "Post a toolpath for a machine; write posted.csv and posted.nc and a summary");
+  command.footer("Example: kandrel-post post -m preset:mill3_metric -t plate.cl -o out");
+  auto options = std::make_shared<PostOptions>();
+  auto origin = std::make_shared<std::string>("0,0,0");
+  auto toolLength = std::make_shared<std::string>("0");
+  auto control = std::make_shared<std::string>("none,none");
+  command.add_option("-m,--machine", options->machine, "preset:NAME or a .json file")->required();
+  command.add_option("-t,--toolpath", options->toolPathFile, "file with CL text")->required();
+  command.add_option("-o,--output", options->folder, "folder for the results, made if missing")
+      ->required();
+  command.add_option("--origin", *origin, "part origin X,Y,Z (0,0,0)")->check(Check(&ParsePoint));
+  command.add_option("--tool-length", *toolLength, "tool length compensation (0)")
+      ->check(Check(&ParseLength));
+  command
+      .add_option("--set", options->settings,
+                  "NAME=VALUE, a posting parameter by its field name; repeatable")
+      ->allow_extra_args(false)
+      ->check(Check(&CheckSetting));
+  command.add_option("--control", *control, "none, 360 or 180 for each rotary axis (none,none)")
+      ->check(Check(&ParseControl));
+  command.add_flag("--small", options->small, "posted moves without their extended block");
+  command.add_option("--link-type", options->rapidLinkType, "link type of rapid stretches (5)")
+      ->check(CLI::Range(0, 5));
+  command.callback([options, origin, toolLength, control] {
+    options->origin = ParsePoint(*origin);
+    options->toolLength = ParseLength(*toolLength);
+    options->control = ParseControl(*control);
+    RunPost(*options);
+  });
+}
+
+void AddMachine(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("machine", "Built-in machines and machine files");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post machine show preset:mill3_metric --json");
+  CLI::App& presets = *command.add_subcommand("presets", "List the built-in machines");
+  presets.footer("Example: kandrel-post machine presets");
+  presets.callback([] { ListPresets(); });
+  CLI::App& show = *command.add_subcommand("show", "Show a machine in words or as JSON");
+  show.footer("Example: kandrel-post machine show preset:mill3_metric --json > mill.json");
+  auto machine = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  show.add_option("MACHINE", *machine, "preset:NAME or a .json file")->required();
+  show.add_flag("--json", *json, "as JSON, which can be given back as MACHINE");
+  show.callback([machine, json] { ShowMachine(*machine, *json); });
+}
+
+int Run(int argc, const char* const* argv) {
+  CLI::App app("Posts toolpaths for CNC machines: a small host of the Kandrel library",
+               "kandrel-post");
+  app.set_version_flag("--version", "kandrel-post " KANDREL_POST_VERSION);
+  app.require_subcommand(1);
+  app.footer("Example: kandrel-post sample square > square.cl");
+  AddSample(app);
+  AddPost(app);
+  AddMachine(app);
+  try {
+    app.parse(argc, argv);
+    return kDone;
+  } catch (const CLI::ParseError& e) {
+    std::ostringstream help, complaint;
+    app.exit(e, help, complaint);
+    std::fputs(complaint.str().c_str(), stderr);
+    if (e.get_exit_code() != 0) return kWrongCommandLine;
+    TextSink out(STDOUT_FILENO, "standard output");
+    out.Put(help.str());
+    out.Flush();
+    return kDone;
+  }
+}
+
+}  // namespace
+
+int RunCommandLine(int argc, const char* const* argv) noexcept {
+  try {
+    PrepareProcess();
+    LimitMemory();
+    return Run(argc, argv);
+  } catch (const UsageError& e) {
+    std::fputs(fmt::format("{}\n", e.what()).c_str(), stderr);
+    return kWrongCommandLine;
+  } catch (...) {
+    std::fputs(DescribeCurrentFailure().c_str(), stderr);
+    return kJobFailed;
+  }
+}
+
+}  // namespace kandrel_post

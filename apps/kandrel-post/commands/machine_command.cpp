@@ -1,0 +1,29 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "kandrel-post/commands/commands.h"
+#include "kandrel-post/commands/report.h"
+#include "kandrel-post/machine/argument.h"
+#include "kandrel-post/machine/json.h"
+#include "kandrel-post/machine/presets.h"
+#include "kandrel-post/out/text_sink.h"
+
+namespace kandrel_post {
+
+void ListPresets() {
+  TextSink out(STDOUT_FILENO, "standard output");
+  for (const Preset& preset : Presets())
+    out.Put(fmt::format("{:<16} {}\n", preset.name, preset.description));
+  out.Flush();
+}
+
+void ShowMachine(const std::string& machine, bool json) {
+  const Machine loaded = LoadMachine(machine);
+  TextSink out(STDOUT_FILENO, "standard output");
+  out.Put(json ? MachineToJson(loaded) : DescribeMachine(loaded));
+  out.Flush();
+}
+
+}  // namespace kandrel_post

@@ -1,0 +1,28 @@
+// Posting parameters and other values of the command line.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/post/control_def.h>
+#include <kandrel/post/posting_parameters.h>
+
+#include <string_view>
+
+namespace kandrel_post {
+
+/// Checks a --set argument without applying it. Throws UsageError for an unknown name or a value
+/// that is none of the field's kind.
+void CheckSetting(std::string_view setting);
+
+/// Applies NAME=VALUE; also throws what the field's setter throws.
+void ApplySetting(post::zvKDRParam& par, std::string_view setting);
+
+/// "x,y,z". Throws UsageError unless it is three finite numbers.
+cadcam::zvTPoint3d<double> ParsePoint(std::string_view text);
+
+/// Throws UsageError unless `text` is a finite number.
+double ParseLength(std::string_view text);
+
+/// "FIRST" or "FIRST,SECOND", each none, 360 or 180. Throws UsageError for anything else.
+post::zv5axControlDef ParseControl(std::string_view text);
+
+}  // namespace kandrel_post

@@ -1,0 +1,189 @@
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/units_factory.h>
+#include <kandrel/post/creators/five_axis_creator.h>
+#include <kandrel/post/creators/four_axis_creator.h>
+#include <kandrel/post/creators/posting_facade.h>
+#include <kandrel/post/creators/six_axis_creator.h>
+#include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/mach_def.h>
+#include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/posted_move.h>
+#include <kandrel/post/posting_counts.h>
+#include <kandrel/post/posting_parameters.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "kandrel-post/cl/reader.h"
+#include "kandrel-post/commands/commands.h"
+#include "kandrel-post/commands/parameters.h"
+#include "kandrel-post/commands/report.h"
+#include "kandrel-post/host/memory_limit.h"
+#include "kandrel-post/host/progress.h"
+#include "kandrel-post/machine/argument.h"
+#include "kandrel-post/machine/machine.h"
+#include "kandrel-post/out/csv_writer.h"
+#include "kandrel-post/out/nc_writer.h"
+#include "kandrel-post/out/output_folder.h"
+#include "kandrel-post/out/posted_row.h"
+#include "kandrel-post/out/rotary_motion.h"
+#include "kandrel-post/out/text_sink.h"
+
+namespace kandrel_post {
+
+namespace {
+
+constexpr std::uint64_t kMovesBetweenReports = 4096;
+
+struct Job {
+  const PostOptions& options;
+  const Machine& machine;
+  const post::zvKDRParam& par;
+  const cadcam::zvToolPath& toolPath;
+};
+
+// What a walk over the posted moves has shown.
+struct Walked {
+  PostedStatistics statistics;
+  std::uint64_t polesCrossed = 0;
+  std::optional<Report::Deviation> deviation;
+};
+
+struct PostOutcome {
+  post::zvPostingCounts counts;
+  bool aligned = false;
+  Walked walked;
+};
+
+// From five axes on.
+std::optional<RotaryMotion> MakeRotaryMotion(const Job& job) {
+  const int axes = AxisCount(job.machine);
+  if (axes < 5) return std::nullopt;
+  const post::zvMachDef& machDef = *job.machine.builder.GetMachDef();
+  return RotaryMotion(axes == 5 ? post::zvMachDefUtils::Cast5ax(machDef)
+                                : post::TurningPart(post::zvMachDefUtils::Cast6ax(machDef)),
+                      job.options.control, job.options.origin, job.options.toolLength,
+                      job.par.GetPoleAngleTolerance());
+}
+
+// Writes the posted moves, `count` of them, that `forEachMove` hands over one by one.
+template <class ForEach>
+Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std::uint64_t count,
+                  const ForEach& forEachMove) {
+  const bool inch = job.machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch;
+  const std::array<bool, 3> wrapped = WrappedAxes(job.options.control);
+  progress.Stage("writing");
+  CsvWriter csv(folder.Create("posted.csv"));
+  NcWriter nc(folder.Create("posted.nc"), job.machine.name, AxisNames(job.machine), inch, wrapped);
+  Walked walked{PostedStatistics(wrapped), 0, std::nullopt};
+  std::optional<RotaryMotion> motion = MakeRotaryMotion(job);
+  forEachMove([&](const post::zvPostedMove& move) {
+    const PostedRow row = RowOf(move);
+    csv.Write(row);
+    nc.Write(row);
+    walked.statistics.Add(row);
+    if (motion) motion->Add(row);
+    const std::uint64_t written = walked.statistics.GetCount();
+    if (written % kMovesBetweenReports == 0)
+      progress.Fraction(static_cast<double>(written) / static_cast<double>(count));
+  });
+  nc.Finish();
+  if (motion) {
+    walked.polesCrossed = motion->GetPolesCrossed();
+    walked.deviation = {motion->GetLargest(), motion->GetIndex(),
+                        NcWriter::NumberOf(motion->GetIndex())};
+  }
+  return walked;
+}
+
+// Whatever the machine: moves with their extended blocks.
+PostOutcome PostAny(const Job& job, OutputFolder& folder, Progress& progress) {
+  const misc::zvAutoPointer<post::zvMachDef> machDef = job.machine.builder.GetMachDef();
+  zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
+                      job.options.toolLength);
+  const post::zvPostedTP& posted = kernel.Post(job.toolPath);
+  return {kernel.GetCounts(), posted.HasAlignMatrix(),
+          WriteFiles(job, folder, progress, posted.GetCount(), [&](const auto& write) {
+            for (auto move = posted.Begin(); move != posted.End(); ++move) write(**move);
+          })};
+}
+
+// Moves without extended blocks, which the creator of the machine's class makes.
+template <class Creator>
+PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) {
+  Creator creator(job.machine.builder.GetMachDef(), job.options.control, job.par,
+                  job.options.origin, job.options.toolLength);
+  const auto posted = creator.Post(job.toolPath, true);
+  post::zvPostingCounts counts;
+  if constexpr (requires { creator.GetCounts(); }) counts = creator.GetCounts();
+  return {counts, !creator.GetAlignMatrix().IsNull(),
+          WriteFiles(job, folder, progress, posted->GetCount(), [&](const auto& write) {
+            for (const auto& move : *posted) write(move);
+          })};
+}
+
+PostOutcome Post(const Job& job, OutputFolder& folder, Progress& progress) {
+  if (!job.options.small) return PostAny(job, folder, progress);
+  switch (AxisCount(job.machine)) {
+    case 3:
+      return PostSmall<zvPosted3axTPCreator>(job, folder, progress);
+    case 4:
+      return PostSmall<zvPosted4axTPCreator>(job, folder, progress);
+    case 5:
+      return PostSmall<zvPosted5axTPCreator>(job, folder, progress);
+    default:
+      return PostSmall<zvPosted6axTPCreator>(job, folder, progress);
+  }
+}
+
+Report MakeReport(const Job& job, const PostOutcome& outcome) {
+  const PostOptions& options = job.options;
+  const std::string prefix = options.folder + (options.folder.ends_with('/') ? "" : "/");
+  Report report;
+  report.toolPathFile = options.toolPathFile;
+  report.outputFiles = {prefix + "posted.csv", prefix + "posted.nc"};
+  report.aligned = outcome.aligned;
+  report.small = options.small;
+  report.counts = outcome.counts;
+  report.polesCrossed = outcome.walked.polesCrossed;
+  report.rotarySlackDeg = job.par.GetLimitTolerance();
+  report.wrapped = WrappedAxes(options.control);
+  report.deviation = outcome.walked.deviation;
+  return report;
+}
+
+}  // namespace
+
+void RunPost(const PostOptions& options) {
+  const auto start = std::chrono::steady_clock::now();
+  const Machine machine = LoadMachine(options.machine);
+  post::zvKDRParam par(machine.builder.GetMachDef()->GetUnits());
+  for (const std::string& setting : options.settings) ApplySetting(par, setting);
+
+  Progress progress;
+  progress.Stage("reading");
+  const ClProgram program = ReadClFile(options.toolPathFile, options.rapidLinkType, progress);
+  RefuseHopelessSteps(program.toolPath, par, AxisCount(machine) > 3, options.small);
+
+  OutputFolder folder(options.folder);
+  progress.Stage("posting");
+  const Job job{options, machine, par, program.toolPath};
+  const PostOutcome outcome = Post(job, folder, progress);
+  progress.Stop();
+
+  Report report = MakeReport(job, outcome);
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  report.secondsTaken = taken.count();
+  // Told before the files get their names: a job whose summary can't be written leaves none.
+  TextSink out(STDOUT_FILENO, "standard output");
+  out.Put(FormatReport(report, machine, program, outcome.walked.statistics));
+  out.Flush();
+  folder.Commit();
+}
+
+}  // namespace kandrel_post

@@ -1,0 +1,52 @@
+#include "kandrel-post/host/errors.h"
+
+#include <fmt/format.h>
+#include <kandrel/misc/exception.h>
+#include <kandrel/misc/text.h>
+
+#include <cstring>
+#include <exception>
+#include <new>
+
+namespace kandrel_post {
+
+void Fail(std::string_view text) {
+  throw misc::zvException(0, misc::FromUtf8(text));
+}
+
+void FailWithErrno(std::string_view file, std::string_view what, int errorNumber) {
+  Fail(fmt::format("{}: {}: {}", file, what, std::strerror(errorNumber)));
+}
+
+void FailAtLine(std::string_view file, unsigned long long line, std::string_view expected) {
+  Fail(fmt::format("{}:{}: {}", file, line, expected));
+}
+
+std::string DescribeCurrentFailure() {
+  try {
+    throw;
+  } catch (const misc::zvException& e) {
+    std::string text = fmt::format("error {}: {}\n", e.GetId(), Printable(e.what()));
+    for (const misc::zvException::Cause& cause : e.GetCauses()) {
+      text +=
+          fmt::format("  caused by {}: {}\n", cause.first, Printable(misc::ToUtf8(cause.second)));
+    }
+    return text;
+  } catch (const std::bad_alloc&) {
+    return "error 0: not enough memory\n";
+  } catch (const std::exception& e) {
+    return fmt::format("error 0: {}\n", Printable(e.what()));
+  } catch (...) {
+    return "error 0: unknown failure\n";
+  }
+}
+
+std::string Printable(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+  }
+  return result;
+}
+
+}  // namespace kandrel_post
