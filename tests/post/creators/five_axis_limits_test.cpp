@@ -347,4 +347,24 @@ TEST(FiveAxisLimits, ShortLiftsAreCounted) {
     }
 }
 
+// The tilt of this nutating table stops short of the way between the first two orientations, which
+// only the other solution has: a turn of 81 degrees, which would be cut at feed and take the tool
+// 11 degrees off its way.
+TEST(FiveAxisLimits, AChangeOfSolutionIsMadeInTheAir) {
+  FiveAxisScene scene = Trunnion(-360, 360, -110, 20);
+  scene.machine.second = {0, 1, 1};
+  scene.machine.secondPivot = {0, 0, 5};
+  scene.toolLength = 42;
+  const Source path{{{37, 51, -4}, {-0.129881332, -0.123585198, 0.983797509}},
+                    {{26, 56, 6}, {0.604887827, -0.127483383, 0.786039887}}};
+  const Outcome cut = Post(scene, path);
+  ASSERT_EQ(cut.id, 0u);
+  ASSERT_EQ(cut.lines.size(), 4u);
+  EXPECT_TRUE(cut.lines[1].IsRapid() && cut.lines[2].IsRapid());
+  EXPECT_LT(cut.lines[1].AngleDistance(cut.lines[2]), 120);
+  ExpectFollows(scene, path, cut.lines, 6, 0.1);
+  scene.par.SetMaxAngleJump(180);  // switches such repairs off
+  for (const zvPosted5axMove& line : Post(scene, path).lines) EXPECT_FALSE(line.IsRapid());
+}
+
 }  // namespace
