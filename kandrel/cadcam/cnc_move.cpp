@@ -39,6 +39,12 @@ void zvCNCMove::SetPosition(const zvTPoint3d<double>& position) {
 void zvCNCMove::SetOrientation(const zvTPoint3d<double>& orientation) {
   m_orientation = orientation;
 }
+const zvTPoint3d<double>& zvCNCMove::GetPosition() const {
+  return m_position;
+}
+const zvTPoint3d<double>& zvCNCMove::GetOrientation() const {
+  return m_orientation;
+}
 
 void zvCNCMove::AcceptVisitor(zvCNCMoveVisitorSetter& visitor) {
   visitor.Visit(*this);

@@ -26,8 +26,11 @@ class KANDREL_API zvCNCMove {
 
   virtual void SetPosition(const zvTPoint3d<double>& position);
   virtual void SetOrientation(const zvTPoint3d<double>& orientation);
-  virtual const zvTPoint3d<double>& GetPosition() const { return m_position; }
-  virtual const zvTPoint3d<double>& GetOrientation() const { return m_orientation; }
+  virtual const zvTPoint3d<double>& GetPosition() const;
+  virtual const zvTPoint3d<double>& GetOrientation() const;
+  /// What these two return unless a class derived from this one says otherwise.
+  const zvTPoint3d<double>& GetOwnPosition() const noexcept { return m_position; }
+  const zvTPoint3d<double>& GetOwnOrientation() const noexcept { return m_orientation; }
   /// Calls the visitor's slot of the move's own class.
   virtual void AcceptVisitor(zvCNCMoveVisitorSetter& visitor);
   virtual void AcceptVisitor(zvCNCMoveVisitor& visitor) const;

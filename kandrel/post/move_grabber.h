@@ -45,8 +45,8 @@ class KANDREL_API zvMoveView {
     // Nearly all are of this class and of none derived from it: no need to ask them by four calls.
     if (&typeid(move) == &typeid(cadcam::zv5axMove)) [[likely]] {
       m_extended = static_cast<const cadcam::zv5axMove*>(&move);
-      m_position = &move.zvCNCMove::GetPosition();
-      m_orientation = &move.zvCNCMove::GetOrientation();
+      m_position = &move.GetOwnPosition();
+      m_orientation = &move.GetOwnOrientation();
     } else {
       *this = Asked(move);
     }
