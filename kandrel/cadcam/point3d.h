@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/lanes.h>
 
 #include <cmath>
 #include <limits>
@@ -14,7 +15,7 @@ KANDREL_API double ScaledLength(double x, double y, double z) noexcept;
 /// Length of a vector: the root of the sum of squares, or where that under- or overflows, a scaled
 /// form. The plain form comes first because its bits decide output.
 inline double Length(double x, double y, double z) noexcept {
-  const double plain = std::sqrt(x * x + y * y + z * z);
+  const double plain = misc::Sqrt(x * x + y * y + z * z);
   const bool isInRange = plain > 0 && plain <= std::numeric_limits<double>::max();
   return isInRange ? plain : ScaledLength(x, y, z);
 }

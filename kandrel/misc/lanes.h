@@ -47,6 +47,16 @@ inline Lanes Sqrt(Lanes x) noexcept {
 #endif
 }
 
+/// As std::sqrt, but without the system's errno.
+inline double Sqrt(double x) noexcept {
+#if defined(__SSE2__)
+  const __m128d number = _mm_set_sd(x);
+  return _mm_cvtsd_f64(_mm_sqrt_sd(number, number));
+#else
+  return std::sqrt(x);
+#endif
+}
+
 inline bool AreAll(LaneMask mask) noexcept {
 #if defined(__SSE2__)
   return _mm_movemask_pd(reinterpret_cast<Lanes>(mask)) == 3;

@@ -44,19 +44,13 @@ class KANDREL_API zvPathReader {
   /// end has been reached. For a caller that looks itself whether numbers are finite.
   template <class Take>
   bool TakeUnchecked(int most, const Take& take) {
-    for (; most > 0; --most) {
-      if (m_moves.IsDone() && !EnterSection()) return false;
-      Prefetch();
-      const cadcam::zvCNCMove& source = **m_moves.next;
-      ++m_moves.next;
-      if (m_alignment != nullptr) [[unlikely]] {
+    if (m_alignment != nullptr) [[unlikely]]
+      return TakeEach(most, [&](const cadcam::zvCNCMove& source) {
         Align(source);
         take(m_move, m_type);
-      } else {
-        take(zvMoveView(source), m_type);
-      }
-    }
-    return true;
+      });
+    return TakeEach(most,
+                    [&](const cadcam::zvCNCMove& source) { take(zvMoveView(source), m_type); });
   }
 
   /// The move that Next came to and the type of its section; valid until the next call.
@@ -75,6 +69,18 @@ class KANDREL_API zvPathReader {
     }
     bool IsDone() const { return next == end; }
   };
+
+  template <class Take>
+  bool TakeEach(int most, const Take& take) {
+    for (; most > 0; --most) {
+      if (m_moves.IsDone() && !EnterSection()) return false;
+      Prefetch();
+      const cadcam::zvCNCMove& source = **m_moves.next;
+      ++m_moves.next;
+      take(source);
+    }
+    return true;
+  }
 
   static constexpr std::uintptr_t kCacheLine = 64;  // a move takes two
 

@@ -148,12 +148,20 @@ class BlockBuilder {
   // So many that they stay in the processor's nearest memory until they are done.
   static constexpr int kMoves = 64;
 
+  // Small moves have no place for their index.
   bool Read(post::zvPathReader& reader) {
+    if (m_smallMoves)
+      return reader.TakeUnchecked(
+          kMoves, [this](const post::zvMoveView& move, zvPostedMove::Types type) {
+            m_list.EmplaceWith(m_list.end(), [&] {
+              return zvPosted4axMoveMaker::MakeUnsolved(move, type, 0, false, true);
+            });
+          });
     return reader.TakeUnchecked(
         kMoves, [this](const post::zvMoveView& move, zvPostedMove::Types type) {
           m_list.EmplaceWith(m_list.end(), [&] {
             return zvPosted4axMoveMaker::MakeUnsolved(
-                move, type, static_cast<std::int32_t>(m_index), false, m_smallMoves);
+                move, type, static_cast<std::int32_t>(m_index), false, false);
           });
           ++m_index;
         });
