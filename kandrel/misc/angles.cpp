@@ -13,6 +13,10 @@ double Remainder360(double deg) noexcept {
 
 }  // namespace
 
+double AsinSqrt(double v) noexcept {
+  return v > 0 && v < 1 ? ArcCosine(std::sqrt(1 - v)) * kDegreesPerRadian : 0.0;
+}
+
 double WrapTo180(double deg) noexcept {
   if (!std::isfinite(deg)) return deg;
   double wrapped = Remainder360(deg);

@@ -21,6 +21,9 @@ inline double SafeAcosRad(double cosine) noexcept {
   return ArcCosine(cosine);
 }
 
+/// The arc sine of the root of `v` in degrees: 0 for `v` not above 0 or not below 1.
+KANDREL_API double AsinSqrt(double v) noexcept;
+
 /// `deg` reduced into [0, 360). What is not finite gives NaN.
 inline double WrapTo360(double deg) noexcept {
   // fmod returns its argument unchanged below a full turn; most angles are, and this saves the

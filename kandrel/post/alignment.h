@@ -39,9 +39,8 @@ KANDREL_API bool FitsRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axM
 
 /// The matrix that turns the machine's rotary axis onto the toolpath's; null when the path fits.
 /// This is the reverse of AlignToSpindle, deliberately: the path's axis lands on the machine's only
-/// where the two are perpendicular. Throws zvPostException 5044 below three moves that
-/// don't fit, and as
-/// RotationBetween and FindToolPathAxis do.
+/// where the two are perpendicular. Throws zvPostException 5044 below three moves that don't fit,
+/// and as RotationBetween and FindToolPathAxis do.
 KANDREL_API zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath,
                                             const zv4axMachDef& machDef);
 

@@ -13,9 +13,8 @@ namespace post {
 ///
 /// 1. An angle a on the workpiece side turns the part by +a (right-handed) about the axis, on the
 ///    head side the tool by +a.
-/// 2. The first axis acts on the part before the second (kinds 0, 3: the part rides on axis 1,
-/// which
-///    rides on axis 2); in a head (kind 1) axis 1 carries axis 2. Kind 2 and any other number: the
+/// 2. The first axis acts on the part before the second (kinds 0, 3: the part rides on axis 1 and
+///    that on axis 2); in a head (kind 1) axis 1 carries axis 2. Kind 2 and any other number: the
 ///    part turns about axis 1, the tool about axis 2.
 /// 3. In a head the second pivot is relative to the spindle nose at angle zero, the first relative
 ///    to the second. The tool length reaches from the tip to the nose; kind 0 leaves it out.

@@ -46,7 +46,7 @@ void zv4axInterpolator::Refine(List& list, Iterator from, Iterator to, int depth
   const std::uint32_t count = CountBetween(*from, *to);
   if (count == 0 || IsJump(*from, *to)) return;
   InsertEvenMoves(list, from, to, count);
-  if (!HasProgress(from, to)) {
+  if (NoProgress(from, to)) {
     for (Iterator move = std::next(from); move != to;) move = list.Erase(move);
     return;
   }
@@ -77,10 +77,10 @@ void zv4axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
   }
 }
 
-// False when the subdivision has brought nothing by either rule. Without the distance rule it
+// Whether the subdivision has brought nothing by either rule. Without the distance rule it
 // always counts as progress, deliberately: the depth ends it.
-bool zv4axInterpolator::HasProgress(Iterator from, Iterator to) const {
-  if (!m_hasDistanceRule) return true;
+bool zv4axInterpolator::NoProgress(Iterator from, Iterator to) const {
+  if (!m_hasDistanceRule) return false;
   double largestAngle = 0;
   double largestDistance = 0;
   for (Iterator a = from; a != to; ++a) {
@@ -93,7 +93,7 @@ bool zv4axInterpolator::HasProgress(Iterator from, Iterator to) const {
       wholeAngle < largestAngle && largestAngle - wholeAngle <= misc::kSameStep;
   const bool distanceFailed =
       std::fabs(PartDistance(*from, *to) - largestDistance) <= misc::kSameStep;
-  return !angleFailed || !distanceFailed;
+  return angleFailed && distanceFailed;
 }
 
 bool zv4axInterpolator::IsStepTooLarge(const Move& a, const Move& b) const {

@@ -50,7 +50,7 @@ class KANDREL_API zv4axInterpolator {
   void Refine(List& list, Iterator from, Iterator to, int depth) const;
   std::uint32_t CountBetween(const Move& from, const Move& to) const;
   void InsertEvenMoves(List& list, Iterator from, Iterator to, std::uint32_t count) const;
-  bool HasProgress(Iterator from, Iterator to) const;
+  bool NoProgress(Iterator from, Iterator to) const;
   bool IsStepTooLarge(const Move& a, const Move& b) const;
   bool IsTooFar(const Move& a, const Move& b) const;
   bool IsJump(const Move& a, const Move& b) const;

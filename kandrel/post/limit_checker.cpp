@@ -3,7 +3,7 @@
 
 namespace post {
 
-zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& p_mach, const zvMachDef& machDef) {
+zvLimitType LinearOut(const cadcam::zvTPoint3d<double>& p_mach, const zvMachDef& machDef) {
   const auto& low = machDef.GetMinLimits();
   const auto& high = machDef.GetMaxLimits();
   const auto& m = p_mach;

@@ -18,8 +18,8 @@ namespace post {
 
 /// The first limit that a machine position breaks by more than 1e-12, in the order x minimum, x
 /// maximum, y, z; none when it keeps them all. A coordinate or limit that is not a number breaks.
-KANDREL_API zvLimitType FirstLinearExcess(const cadcam::zvTPoint3d<double>& p_mach,
-                                          const zvMachDef& machDef);
+KANDREL_API zvLimitType LinearOut(const cadcam::zvTPoint3d<double>& p_mach,
+                                  const zvMachDef& machDef);
 
 /// The range of one rotary axis, degrees.
 struct zvRotaryRange {
@@ -34,9 +34,9 @@ KANDREL_API std::array<zvRotaryRange, 2> RotaryRangesOf(const zv5axMachDef& mach
 /// The first rotary limit that a move breaks by more than `slack`, each axis' minimum before its
 /// maximum, without reducing angles by whole turns.
 template <class Move>
-zvLimitType FirstRotaryExcess(const Move& move,
-                              const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges,
-                              double slack) {
+zvLimitType RotaryOut(const Move& move,
+                      const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges,
+                      double slack) {
   for (int axis = 0; axis < zvMoveTraits<Move>::kAxes; ++axis) {
     const double deg = zvMoveTraits<Move>::Angle(move, axis);
     if (!(ranges[axis].min - slack <= deg))
@@ -50,9 +50,9 @@ zvLimitType FirstRotaryExcess(const Move& move,
 /// The same for angles that a control writes otherwise: an axis fits when its angle fits or the one
 /// written. What is told of one that doesn't is the limit that `written` breaks.
 template <class Move>
-zvLimitType FirstRotaryExcess(const Move& move, const Move& written,
-                              const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges,
-                              double slack) {
+zvLimitType RotaryOut(const Move& move, const Move& written,
+                      const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges,
+                      double slack) {
   for (int axis = 0; axis < zvMoveTraits<Move>::kAxes; ++axis) {
     const double deg = zvMoveTraits<Move>::Angle(move, axis);
     if (ranges[axis].min - slack <= deg && deg <= ranges[axis].max + slack) continue;
@@ -98,34 +98,27 @@ enum class zvLowerBounds {
 /// The checks of a finished list, and the shift that may spare a rewinding. Refers to all that it
 /// is given.
 template <class Move>
-class zvLimitChecker {
+class zvListLimits {
  public:
   using List = misc::zvMemoryPoolList<Move>;
   using Traits = zvMoveTraits<Move>;
   using Ranges = std::array<zvRotaryRange, Traits::kAxes>;
 
   template <class MachDef>
-  zvLimitChecker(List& list, const MachDef& machDef, double limitTolerance)
+  zvListLimits(List& list, const MachDef& machDef, double limitTolerance)
       : m_list(list),
         m_machDef(machDef),
         m_ranges(RotaryRangesOf(machDef)),
         m_slack(limitTolerance) {}
 
-  /// The limit that the first move out of a rotary range breaks.
-  zvLimitType RotaryExcess() const {
-    for (const Move& move : m_list)
-      if (const zvLimitType limit = FirstRotaryExcess(move, m_ranges, m_slack); !limit.IsNone())
-        return limit;
-    return {};
+  /// Whether a move is out of a rotary range; `limit` is what the first such breaks, else none.
+  bool RotaryExceeded(zvLimitType& limit) const {
+    return IsAnyOut(limit, [&](const Move& move) { return RotaryOut(move, m_ranges, m_slack); });
   }
-
-  /// The limit that the first move out of the linear limits breaks.
-  zvLimitType LinearExcess() const {
-    for (const Move& move : m_list)
-      if (const zvLimitType limit = FirstLinearExcess(move.GetMachinePosition(), m_machDef);
-          !limit.IsNone())
-        return limit;
-    return {};
+  /// The same of the linear limits.
+  bool LinearExceeded(zvLimitType& limit) const {
+    return IsAnyOut(
+        limit, [&](const Move& move) { return LinearOut(move.GetMachinePosition(), m_machDef); });
   }
 
   /// Shifts the angles of the list by whole turns into their ranges where that can be. False when
@@ -144,6 +137,14 @@ class zvLimitChecker {
   }
 
  private:
+  template <class Excess>
+  bool IsAnyOut(zvLimitType& limit, const Excess& excess) const {
+    limit = {};
+    for (const Move& move : m_list)
+      if (limit = excess(move); !limit.IsNone()) return true;
+    return false;
+  }
+
   struct Bounds {
     std::array<double, Traits::kAxes> low;
     std::array<double, Traits::kAxes> high{};

@@ -67,8 +67,8 @@ class zvLimitMoveFinder {
   using Kind = typename Result::Kind;
 
   Result Halve(const Move& a, const Move& b, double target, bool isUpward) const {
-    // arcsine of 1e-8, degrees: a pole tolerance of next to nothing.
-    const double eps = misc::ArcCosine(std::sqrt(1 - 1e-16)) * misc::kDegreesPerRadian;
+    // A pole tolerance of next to nothing.
+    const double eps = misc::AsinSqrt(1e-16);
     Move low = a;
     Move high = b;
     for (int count = 0; count <= 2048; ++count) {

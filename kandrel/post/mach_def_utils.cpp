@@ -106,7 +106,7 @@ std::int32_t FiveAxisKindOf(const zv6axMachDef& machDef) {
 
 }  // namespace
 
-zv5axMachDef TurningPart(const zv6axMachDef& machDef) {
+zv5axMachDef Get5axMachDef(const zv6axMachDef& machDef) {
   return {FiveAxisKindOf(machDef),
           machDef.GetUnits(),
           machDef.GetSpindleDirection(),

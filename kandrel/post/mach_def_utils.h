@@ -53,6 +53,6 @@ class KANDREL_API zvMachDefUtils {
 /// of these, not from the field: (0, 0) both in the head, (1, 1) both on the table, anything else
 /// the first on the table and the second in the head. The third axis, which stands still, has no
 /// influence. Throws as the constructor of zv5axMachDef does.
-KANDREL_API zv5axMachDef TurningPart(const zv6axMachDef& machDef);
+KANDREL_API zv5axMachDef Get5axMachDef(const zv6axMachDef& machDef);
 
 }  // namespace post

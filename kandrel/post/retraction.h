@@ -55,7 +55,7 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
     start.SetPartPosition(kinematics.PartPosition(start));
   if (recompute == zvRecompute::kMachinePosition)
     start.SetMachinePosition(kinematics.MachinePosition(start));
-  if (!FirstLinearExcess(start.GetMachinePosition(), machDef).IsNone()) throw zvPostException(5008);
+  if (!LinearOut(start.GetMachinePosition(), machDef).IsNone()) throw zvPostException(5008);
 
   // How far the limits are doesn't depend on the orientation's length, but rounding does: one so
   // short or long that motion couldn't be told from noise is lifted along as a unit vector.
@@ -95,7 +95,7 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
   settle(touched.y, fy, d.y, from.y, d.y < 0 ? low.y : high.y);
   settle(touched.z, fz, d.z, from.z, d.z < 0 ? low.z : high.z);
   lifted.SetMachinePosition(touched);
-  if (!FirstLinearExcess(touched, machDef).IsNone()) throw zvPostException(5008);
+  if (!LinearOut(touched, machDef).IsNone()) throw zvPostException(5008);
   return lifted;
 }
 

@@ -10,20 +10,20 @@ namespace post {
 
 namespace {
 
-bool KeepsCircularRanges(const zvRotarySolution& s, const zvKDRParam& par,
-                         const zv5axMachDef& machDef) {
+bool OutOfCircularRange(const zvRotarySolution& s, const zvKDRParam& par,
+                        const zv5axMachDef& machDef) {
   const double slack = par.GetLimitTolerance();
-  return misc::InCircularRange(machDef.GetMinFirstAngle(), machDef.GetMaxFirstAngle(), s.firstAngle,
-                               slack) &&
-         misc::InCircularRange(machDef.GetMinSecondAngle(), machDef.GetMaxSecondAngle(),
-                               s.secondAngle, slack);
+  return !misc::InCircularRange(machDef.GetMinFirstAngle(), machDef.GetMaxFirstAngle(),
+                                s.firstAngle, slack) ||
+         !misc::InCircularRange(machDef.GetMinSecondAngle(), machDef.GetMaxSecondAngle(),
+                                s.secondAngle, slack);
 }
 
 // A solution out of the rotary ranges gets no linear test and leaves `excess` alone.
 bool KeepsLimits(const zvRotarySolution& s, const zvKDRParam& par, const zv5axMachDef& machDef,
                  zvLimitType& excess) {
   const auto keepsLinear = [&] {
-    const zvLimitType limit = FirstLinearExcess(s.position, machDef);
+    const zvLimitType limit = LinearOut(s.position, machDef);
     if (limit.IsNone()) return true;
     excess = limit;
     return false;
@@ -34,9 +34,9 @@ bool KeepsLimits(const zvRotarySolution& s, const zvKDRParam& par, const zv5axMa
     case zvKDRParam::checkLinearAxes:
       return keepsLinear();
     case zvKDRParam::checkRotaryAxes:
-      return KeepsCircularRanges(s, par, machDef);
+      return !OutOfCircularRange(s, par, machDef);
     default:
-      return KeepsCircularRanges(s, par, machDef) && keepsLinear();
+      return !OutOfCircularRange(s, par, machDef) && keepsLinear();
   }
 }
 

@@ -10,8 +10,8 @@ namespace {
 using post::zv4axMachDef;
 using post::zv5axControlDef;
 using post::zv5axMachDef;
-using post::zvLimitChecker;
 using post::zvLimitType;
+using post::zvListLimits;
 using post::zvPosted4axMove;
 using post::zvPosted5axMove;
 using Degs = std::vector<double>;
@@ -55,8 +55,10 @@ TEST(LimitChecker, RotaryLimitsHaveTheSlackAndAreNotCircular) {
   for (const auto& c : cases) {
     tests::PassList<zvPosted5axMove> moves;
     Fill(moves, {0, c.first}, {0, c.second});
-    EXPECT_EQ(zvLimitChecker(moves.list, machDef, 0.000101).RotaryExcess(), c.excess)
-        << c.first << ' ' << c.second;
+    zvLimitType limit{7, 7};
+    const zvListLimits<zvPosted5axMove> limits(moves.list, machDef, 0.000101);
+    EXPECT_EQ(limits.RotaryExceeded(limit), !c.excess.IsNone());
+    EXPECT_EQ(limit, c.excess) << c.first << ' ' << c.second;
   }
 }
 
@@ -64,11 +66,14 @@ TEST(LimitChecker, TheFirstMoveOutDecides) {
   const zv5axMachDef machDef = Machine(-10, 10, -20, 20);
   tests::PassList<zvPosted5axMove> moves;
   Fill(moves, {0, 0, 99}, {0, -99, 0});
-  const zvLimitChecker<zvPosted5axMove> checker(moves.list, machDef, 0);
-  EXPECT_EQ(checker.RotaryExcess().limitAxis, 4);
+  const zvListLimits<zvPosted5axMove> checker(moves.list, machDef, 0);
+  zvLimitType limit;
+  EXPECT_TRUE(checker.RotaryExceeded(limit));
+  EXPECT_EQ(limit.limitAxis, 4);
   const auto linear = [&](const tests::Point& p) {
     moves.list.begin()->SetMachinePosition(p);
-    return checker.LinearExcess();
+    EXPECT_TRUE(checker.LinearExceeded(limit));
+    return limit;
   };
   EXPECT_EQ(linear({0, 0, kNaN}), (zvLimitType{zvLimitType::kZ, zvLimitType::kMinimum}));
   EXPECT_EQ(linear({100001, -100001, 0}), (zvLimitType{zvLimitType::kX, zvLimitType::kMaximum}));
@@ -117,7 +122,7 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
     const zv5axMachDef machDef = Machine(c.min1, c.max1, c.min2, c.max2);
     tests::PassList<zvPosted5axMove> moves;
     Fill(moves, c.first, c.second);
-    zvLimitChecker<zvPosted5axMove> checker(moves.list, machDef, 1e-4);
+    zvListLimits<zvPosted5axMove> checker(moves.list, machDef, 1e-4);
     EXPECT_EQ(checker.TryShiftAll(c.bounds), c.isNotEnough);
     EXPECT_EQ(moves.Angles(0), c.shiftedFirst);
     EXPECT_EQ(moves.Angles(1), c.shiftedSecond);
@@ -131,11 +136,14 @@ TEST(LimitChecker, ServesOneAxis) {
   tests::PassList<zvPosted4axMove> moves;
   for (const double deg : {-300.0, -310.0})
     moves.list.PushBack(tests::TableMove<zvPosted4axMove>({}, {deg}));
-  zvLimitChecker<zvPosted4axMove> checker(moves.list, machDef, 1e-4);
-  EXPECT_EQ(checker.RotaryExcess().limitAxis, 3);
+  zvListLimits<zvPosted4axMove> checker(moves.list, machDef, 1e-4);
+  zvLimitType limit;
+  EXPECT_TRUE(checker.RotaryExceeded(limit));
+  EXPECT_EQ(limit.limitAxis, 3);
   EXPECT_FALSE(checker.TryShiftAll());
   EXPECT_EQ(moves.Angles(), (Degs{60, 50}));
-  EXPECT_TRUE(checker.RotaryExcess().IsNone());
+  EXPECT_FALSE(checker.RotaryExceeded(limit));
+  EXPECT_TRUE(limit.IsNone());
 }
 
 TEST(ControlLimits, WrapEachAxisByItsOwn) {

@@ -51,7 +51,7 @@ TEST(Retraction, ToLimitsEndsOnALimitAndNeverPlunges) {
           move.SetMachinePosition(p);
           move.SetPartPosition(kinematics.PartPosition(move));
         }
-        if (!post::FirstLinearExcess(move.GetMachinePosition(), machDef).IsNone()) continue;
+        if (!post::LinearOut(move.GetMachinePosition(), machDef).IsNone()) continue;
         zvPosted5axMove lifted(true);
         ASSERT_NO_THROW(lifted = post::RetractToMachineLimits(kinematics, machDef, move, false,
                                                               zvRecompute::kNothing));

@@ -66,7 +66,7 @@ std::optional<RotaryMotion> MakeRotaryMotion(const Job& job) {
   if (axes < 5) return std::nullopt;
   const post::zvMachDef& machDef = *job.machine.builder.GetMachDef();
   return RotaryMotion(axes == 5 ? post::zvMachDefUtils::Cast5ax(machDef)
-                                : post::TurningPart(post::zvMachDefUtils::Cast6ax(machDef)),
+                                : post::Get5axMachDef(post::zvMachDefUtils::Cast6ax(machDef)),
                       job.options.control, job.options.origin, job.options.toolLength,
                       job.par.GetPoleAngleTolerance());
 }

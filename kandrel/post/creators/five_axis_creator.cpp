@@ -6,12 +6,11 @@
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <kandrel/post/finite_moves.h>
+#include <kandrel/post/five_axis_repair.h>
 #include <kandrel/post/interpolation.h>
 #include <kandrel/post/mach_def_utils.h>
 #include <kandrel/post/move_times.h>
 #include <kandrel/post/post_exception.h>
-#include <kandrel/post/retraction.h>
-#include <kandrel/post/rewinder.h>
 #include <kandrel/post/step_division.h>
 #include <kandrel/post/tool_leap.h>
 #include <kandrel/post/winding.h>
@@ -29,50 +28,6 @@ using post::zvRotarySolutions;
 using Point = cadcam::zvTPoint3d<double>;
 
 namespace {
-
-// What retractions and rewindings compute with: the creator's machine and parameters as they are
-// now, which may be others than those of the solutions.
-class RepairMachine {
- public:
-  RepairMachine(const zv5axMachDef& machDef, const zvKDRParam& par, const Point& partOrigin,
-                double toolLength, bool smallMoves, post::zvPostingCounts& counts)
-      : m_machDef(machDef),
-        m_par(par),
-        m_counts(counts),
-        m_solver(machDef, par, partOrigin, toolLength),
-        m_interpolator(m_solver, smallMoves) {}
-
-  const post::zv5axKinematics& Kinematics() const { return m_solver.GetKinematics(); }
-
-  zvPosted5axMove Retract(const zvPosted5axMove& move) const {
-    if (m_par.GetInterpolationMode() == 0) return Lift(move);
-    // Moves of linear axes hold a marker instead of their orientation.
-    zvPosted5axMove oriented = move;
-    oriented.SetOrientation(Kinematics().Orientation(move));
-    return Lift(oriented);
-  }
-
-  std::optional<zvPosted5axMove> Midpoint(const zvPosted5axMove& from, const zvPosted5axMove& to,
-                                          double tolerance) const {
-    return m_interpolator.Midpoint(from, to, tolerance);
-  }
-
- private:
-  zvPosted5axMove Lift(const zvPosted5axMove& move) const {
-    if (!m_par.GetRetractToLimits())
-      return post::RetractAlongTool(Kinematics(), move, m_par.GetRetractDistance());
-    zvPosted5axMove lifted = post::RetractToMachineLimits(Kinematics(), m_machDef, move, false,
-                                                          post::zvRecompute::kNothing);
-    if (PartDistance(move, lifted) < m_par.GetRetractDistance()) ++m_counts.shortLifts;
-    return lifted;
-  }
-
-  const zv5axMachDef& m_machDef;
-  const zvKDRParam& m_par;
-  post::zvPostingCounts& m_counts;
-  zv5axMoveSolver m_solver;
-  post::zv5axInterpolator m_interpolator;
-};
 
 bool IsZeroAngle(double deg) {
   return std::fabs(deg) <= misc::kEqual;
@@ -182,19 +137,23 @@ bool zvPosted5axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
 
 void zvPosted5axTPCreator::RepairAngles() {
   List& list = *m_posted.Get();
-  if (m_mayHavePoles)
-    m_counts.blendedPoles =
-        post::BlendPoles(list, GetPar(), post::RotaryRangesOf(m_machDef), m_solver);
+  BlendingInterpolation();
   const double largestStep = post::CalcWindedAngles(list);
-  const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
-                              GetToolLengthCompensationValue(), list.Front().HasNoExtended(),
-                              m_counts);
+  const post::zv5axRepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
+                                         GetToolLengthCompensationValue(),
+                                         list.Front().HasNoExtended(), m_counts);
   m_counts.largeJumps = post::HandleLargeAngleJumps(
       list, largestStep, JumpRules(), [&](const Move& move) { return machine.Retract(move); },
       [&](const Move& from, const Move& to) {
         return post::LeavesItsWay(from, to, JumpRules().smallestLeap, m_solver.GetKinematics());
       });
   DivideLargeSteps(largestStep);
+}
+
+void zvPosted5axTPCreator::BlendingInterpolation() {
+  if (!m_mayHavePoles) return;
+  m_counts.blendedPoles =
+      post::BlendPoles(*m_posted.Get(), GetPar(), post::RotaryRangesOf(m_machDef), m_solver);
 }
 
 // A step that the interpolation could not divide, where limits make the machine change to its other
@@ -290,21 +249,30 @@ void zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
       GetPar().GetPoleAngleTolerance() != m_solver.GetParameters().GetPoleAngleTolerance();
 }
 
-// Brings angles that lie out of their ranges into them where a turn does it, and gives a run of
-// undetermined moves at the very start the angles of the first determined move.
+// Gives a run of undetermined moves at the very start the angles of the first determined move.
 void zvPosted5axTPCreator::FixFirstMoves() {
   List& list = *m_posted.Get();
-  const auto ranges = post::RotaryRangesOf(m_machDef);
   // Where no angle is out of its range and the first move is determined, all are.
-  if (post::HoldSolvedAngles(ranges) && (list.IsEmpty() || list.Front().GetPoleStatus() == 0))
+  if (post::HoldSolvedAngles(post::RotaryRangesOf(m_machDef)) &&
+      (list.IsEmpty() || list.Front().GetPoleStatus() == 0))
     return;
-  const Move* determined = nullptr;
-  for (Move& move : list) {
+  Move determined(true);
+  if (!GetFirstDeterminedPostedMoveAndFixAngles(determined)) return;
+  for (Move& move : list) m_solver.FixPoleAngle(determined, move);
+}
+
+// Brings angles that lie out of their ranges into them where a turn does it. True when a determined
+// move exists, of which `determined` becomes a copy.
+bool zvPosted5axTPCreator::GetFirstDeterminedPostedMoveAndFixAngles(Move& determined) {
+  const auto ranges = post::RotaryRangesOf(m_machDef);
+  bool isFound = false;
+  for (Move& move : *m_posted.Get()) {
     post::WrapIntoRanges(move, ranges);
-    if (determined == nullptr && move.GetPoleStatus() == 0) determined = &move;
+    if (isFound || move.GetPoleStatus() != 0) continue;
+    determined = move;
+    isFound = true;
   }
-  if (determined == nullptr) return;
-  for (Move& move : list) m_solver.FixPoleAngle(*determined, move);
+  return isFound;
 }
 
 bool zvPosted5axTPCreator::SelectFirst(const zvRotarySolutions& solutions) const {
@@ -391,8 +359,8 @@ zvPosted5axTPCreator::FixedAxes zvPosted5axTPCreator::FixAxes(
     Move written(true);
     written.SetAngle(axes.firstAngle, 0);
     written.SetAngle(axes.secondAngle, 1);
-    ExceedingLimit(post::FirstRotaryExcess(fixed, written, post::RotaryRangesOf(m_machDef),
-                                           par.GetPoleAngleTolerance()));
+    ExceedingLimit(post::RotaryOut(fixed, written, post::RotaryRangesOf(m_machDef),
+                                   par.GetPoleAngleTolerance()));
   }
   return axes;
 }
@@ -431,29 +399,36 @@ void zvPosted5axTPCreator::CheckLimits(const cadcam::zvToolPath& toolpath, bool 
     case zvKDRParam::checkNothing:
       return;
     case zvKDRParam::checkLinearAxes:
-      ExceedingLimit(Checker().LinearExcess());
+      CheckLinearLimits();
       return;
     case zvKDRParam::checkRotaryAxes:
       if (!is3ax) KeepRotaryLimits(toolpath, smallMoves, false);
       return;
     case zvKDRParam::checkAllAxes:
       if (!is3ax) return KeepRotaryLimits(toolpath, smallMoves, true);
-      ExceedingLimit(Checker().LinearExcess());
+      CheckLinearLimits();
       return;
   }
   throw zvPostException(5046);
 }
 
-post::zvLimitChecker<zvPosted5axMove> zvPosted5axTPCreator::Checker() {
-  return {*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance()};
+post::zvLimitChecker zvPosted5axTPCreator::Checker(post::zvLowerBounds lowerBounds) {
+  return {*m_posted.Get(), m_machDef, GetPartOrigin(), GetPar(), GetToolLengthCompensationValue(),
+          lowerBounds};
+}
+
+void zvPosted5axTPCreator::CheckLinearLimits() {
+  zvLimitType limit;
+  if (Checker().LinearExceeded(limit)) ExceedingLimit(limit);
 }
 
 void zvPosted5axTPCreator::KeepRotaryLimits(const cadcam::zvToolPath& toolpath, bool smallMoves,
                                             bool checksLinear) {
   using post::zvLowerBounds;
   const zvKDRParam::SolutionIndex own = GetPar().GetFirstMoveSolutionIndex();
-  if (RotaryExcessAfterRewind(smallMoves, zvLowerBounds::kShared).IsNone()) {
-    if (checksLinear) ExceedingLimit(Checker().LinearExcess());
+  zvLimitType limit;
+  if (!IsOutAfterRewind(smallMoves, zvLowerBounds::kShared, limit)) {
+    if (checksLinear) CheckLinearLimits();
     return;
   }
   // The other first solution may have the room.
@@ -462,8 +437,8 @@ void zvPosted5axTPCreator::KeepRotaryLimits(const cadcam::zvToolPath& toolpath, 
   m_posted.Get()->Clear();
   try {
     PostMain(toolpath, smallMoves);
-    if (checksLinear) ExceedingLimit(Checker().LinearExcess());
-    ExceedingLimit(RotaryExcessAfterRewind(smallMoves, zvLowerBounds::kShared));
+    if (checksLinear) CheckLinearLimits();
+    if (IsOutAfterRewind(smallMoves, zvLowerBounds::kShared, limit)) ExceedingLimit(limit);
   } catch (const misc::zvOutOfMemory&) {
     throw;
   } catch (const misc::zvException&) {
@@ -488,8 +463,9 @@ bool zvPosted5axTPCreator::PostsWithOwnBounds(const cadcam::zvToolPath& toolpath
     m_posted.Renew();
     Par().SetFirstMoveSolutionIndex(own);
     PostMain(toolpath, smallMoves);
-    if (RotaryExcessAfterRewind(smallMoves, post::zvLowerBounds::kOwn).IsNone() &&
-        (!checksLinear || Checker().LinearExcess().IsNone()))
+    zvLimitType limit;
+    if (!IsOutAfterRewind(smallMoves, post::zvLowerBounds::kOwn, limit) &&
+        !(checksLinear && Checker().LinearExceeded(limit)))
       return true;
   } catch (const misc::zvOutOfMemory&) {
     restore();
@@ -504,22 +480,15 @@ bool zvPosted5axTPCreator::PostsWithOwnBounds(const cadcam::zvToolPath& toolpath
   return false;
 }
 
-// Shifts or rewinds a list that is out of its rotary ranges; returns what is still out then. With
-// lower bounds of their own an axis that can't be rewound may stand out by the limit tolerance.
-zvLimitType zvPosted5axTPCreator::RotaryExcessAfterRewind(bool smallMoves,
-                                                          post::zvLowerBounds lowerBounds) {
-  post::zvLimitChecker<Move> checker = Checker();
-  if (!checker.RotaryExcess().IsNone() && checker.TryShiftAll(lowerBounds)) {
-    const RepairMachine machine(m_machDef, GetPar(), GetPartOrigin(),
-                                GetToolLengthCompensationValue(), smallMoves, m_counts);
-    const double slack =
-        lowerBounds == post::zvLowerBounds::kOwn ? GetPar().GetLimitTolerance() : 0;
-    post::zvRewinder<Move, RepairMachine> rewinder(*m_posted.Get(), post::RotaryRangesOf(m_machDef),
-                                                   GetPar(), smallMoves, machine, slack);
-    m_counts.rewindings += rewinder.Run();
-    DivideLargeSteps(misc::kNoValue);
-  }
-  return checker.RotaryExcess();
+// Shifts or rewinds a list that is out of its rotary ranges, and tells what is still out then.
+bool zvPosted5axTPCreator::IsOutAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds,
+                                            zvLimitType& limit) {
+  post::zvLimitChecker checker = Checker(lowerBounds);
+  const bool isOut = checker.CheckRotaryWithRewind(limit, smallMoves);
+  m_counts.rewindings += checker.GetCounts().rewindings;
+  m_counts.shortLifts += checker.GetCounts().shortLifts;
+  if (checker.GetCounts().rewindings != 0) DivideLargeSteps(misc::kNoValue);
+  return isOut;
 }
 
 post::zvSolutionPair zvPosted5axTPCreator::PostMove2(const cadcam::zvMovePointer& move,
@@ -551,7 +520,7 @@ zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   const zvKDRParam::LimitsCheck check = par.GetLimitsCheck();
   const auto ranges = post::RotaryRangesOf(m_machDef);
   const auto rotaryExcess = [&](const Move& solution) {
-    return post::FirstRotaryExcess(solution, ranges, par.GetPoleAngleTolerance());
+    return post::RotaryOut(solution, ranges, par.GetPoleAngleTolerance());
   };
   const bool checksRotary =
       check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
@@ -575,9 +544,9 @@ zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
       solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(0), wrap), 0);
     if (GetControlDef().GetSecondAxisLimit() != post::zv5axControlDef::angleLimitNone)
       solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(1), wrap), 1);
-    if (checksLinear) *excess = post::FirstLinearExcess(solution->GetMachinePosition(), m_machDef);
+    if (checksLinear) *excess = post::LinearOut(solution->GetMachinePosition(), m_machDef);
     if (excess->IsNone() && checksRotary)
-      *excess = post::FirstRotaryExcess(unwrapped, *solution, ranges, par.GetPoleAngleTolerance());
+      *excess = post::RotaryOut(unwrapped, *solution, ranges, par.GetPoleAngleTolerance());
     ++excess;
   }
   const auto& [firstExcess, mirrorExcess] = excesses;

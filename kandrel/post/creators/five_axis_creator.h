@@ -5,8 +5,8 @@
 #include <kandrel/misc/export.h>
 #include <kandrel/post/angle_jumps.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/five_axis_limits.h>
 #include <kandrel/post/five_axis_solver.h>
-#include <kandrel/post/limit_checker.h>
 #include <kandrel/post/mach_def.h>
 #include <kandrel/post/mirror_angle.h>
 #include <kandrel/post/path_reader.h>
@@ -19,23 +19,24 @@
 #include <utility>
 
 /// Solves each orientation for the rotary axes, steps through poles, interpolates, keeps angles
-/// continuous, retracts around large jumps, and keeps limits by shifting and rewinding.
+/// continuous, retracts around large jumps, divides what is still too large a step, and keeps
+/// limits by shifting and rewinding.
 ///
 /// 1. Angles of the list run on past a turn; the control's wrapping is the last step of a posting.
-/// 2. A toolpath of one orientation is posted as a 3-axis path with the rotary axes standing, if
-/// the
-///    machine's axes are plain and poleHandling isn't 1: no winding, blending, jumps, rewinding or
-///    wrapping then, and of the rotary limits only the two fixed angles are checked, not where they
-///    are both 0.
+/// 2. A toolpath of one orientation is posted as a 3-axis path with the rotary axes standing, where
+///    the machine's axes are plain and poleHandling isn't 1: no winding, blending, jumps, rewinding
+///    or wrapping then, and of the rotary limits only the two fixed angles are checked, not where
+///    they are both 0.
 /// 3. An alignment matrix acts on Post alone, and not on a toolpath of one orientation.
-/// 4. Rotary limits are kept in three attempts: by a shift or a rewinding; by posting again with
-/// the
-///    other first solution; and from the own first solution once more, with each axis' range
-///    measured for itself and limitTolerance for an axis that can't be rewound (record 17). The
-///    parameters' firstMoveSolutionIndex, in the creator's own copy, stays as the second attempt
-///    turned it for later postings, also when all fail; the third, when it succeeds, leaves it as
-///    it was.
-/// 5. Linear limits are checked on the list that the first attempt has left, so that the lifts and
+/// 4. A feed step that interpolation can't divide and that would take the tool off the way between
+///    its orientations, where limits force a change of solution, counts as a large jump, unless
+///    maxAngleJump is 180 or more.
+/// 5. Rotary limits are kept in three attempts: by a shift or a rewinding; from the other first
+///    solution; and from the own one again, with each axis' range measured for itself, and
+///    limitTolerance for an axis that can't be rewound (record 17). The parameters'
+///    firstMoveSolutionIndex, in the creator's own copy, stays as the second attempt turned it for
+///    later postings, also when all fail; the third, when it succeeds, leaves it as it was.
+/// 6. Linear limits are checked on the list that the first attempt has left, so that the lifts and
 ///    turns of its rewindings are checked, and in the third attempt too. In the second they are
 ///    checked before its rewinding, whose lifts and turns are not.
 class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
@@ -121,16 +122,19 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   void CreatePostedTP(const cadcam::zvToolPath& toolpath, const FixedAxes& axes, bool smallMoves);
   void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void FixFirstMoves();
+  bool GetFirstDeterminedPostedMoveAndFixAngles(Move& determined);
   bool SelectFirst(const post::zvRotarySolutions& solutions) const;
   void RepairAngles();
+  void BlendingInterpolation();
   void DivideLargeSteps(double largestStep);
   post::zvJumpRules JumpRules() const;
   void CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax, bool smallMoves);
-  post::zvLimitChecker<Move> Checker();
+  post::zvLimitChecker Checker(post::zvLowerBounds lowerBounds = post::zvLowerBounds::kShared);
+  void CheckLinearLimits();
   void KeepRotaryLimits(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear);
   bool PostsWithOwnBounds(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear,
                           post::zvKDRParam::SolutionIndex own);
-  post::zvLimitType RotaryExcessAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds);
+  bool IsOutAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds, post::zvLimitType& limit);
   post::zvSolutionPair SolveMove(const cadcam::zvMovePointer& move, Types type) const;
 
   post::zv5axMachDef m_machDef;

@@ -22,6 +22,7 @@
 
 using post::zv4axMachDef;
 using post::zvKDRParam;
+using post::zvLimitType;
 using post::zvPosted4axMove;
 using post::zvPosted4axMoveMaker;
 using post::zvPostedMove;
@@ -295,16 +296,21 @@ void zvPosted4axTPCreator::BuildPostedMovesInOneWalk(const cadcam::zvToolPath& t
   }
 }
 
+void zvPosted4axTPCreator::CheckToolPath(const cadcam::zvToolPath& toolpath) const {
+  const post::zvOrientationCone cone(m_machDef);
+  post::ForEachMove(toolpath, GetAlignMatrix(),
+                    [&](const cadcam::zvCNCMove& move, zvPostedMove::Types) {
+                      RequireOn(cone, move.GetOrientation().Normalized());
+                    });
+}
+
 void zvPosted4axTPCreator::BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath,
                                                  bool smallMoves) {
   CheckMoves(toolpath);
+  CheckToolPath(toolpath);
   const auto forEach = [&](const auto& take) {
     post::ForEachMove(toolpath, GetAlignMatrix(), take);
   };
-  const post::zvOrientationCone cone(m_machDef);
-  forEach([&](const cadcam::zvCNCMove& move, zvPostedMove::Types) {
-    RequireOn(cone, move.GetOrientation().Normalized());
-  });
   ListBuilder builder(*m_posted.Get(), m_maker, GetPar(), smallMoves);
   forEach([&](const cadcam::zvCNCMove& source, zvPostedMove::Types type) {
     const post::zvMoveView move(source);
@@ -312,11 +318,15 @@ void zvPosted4axTPCreator::BuildPostedMovesWhole(const cadcam::zvToolPath& toolp
   });
 }
 
+void zvPosted4axTPCreator::FixAnglesIfIsPossible() {
+  const auto ranges = post::RotaryRangesOf(m_machDef);
+  if (post::HoldSolvedAngles(ranges)) return;
+  for (Move& move : *m_posted.Get()) post::WrapIntoRanges(move, ranges);
+}
+
 void zvPosted4axTPCreator::RepairAngles(bool smallMoves) {
   List& list = *m_posted.Get();
-  const auto ranges = post::RotaryRangesOf(m_machDef);
-  if (!post::HoldSolvedAngles(ranges))
-    for (Move& move : list) post::WrapIntoRanges(move, ranges);
+  FixAnglesIfIsPossible();
   const double largestStep = post::CalcWindedAngles(list);
   const RepairMachine machine(m_maker, m_machDef, GetPar(), smallMoves, m_counts);
   m_counts.largeJumps =
@@ -325,28 +335,30 @@ void zvPosted4axTPCreator::RepairAngles(bool smallMoves) {
 }
 
 void zvPosted4axTPCreator::CheckLimits(bool smallMoves) {
-  post::zvLimitChecker<Move> checker(*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance());
+  Limits limits(*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance());
+  zvLimitType limit;
   switch (GetPar().GetLimitsCheck()) {
     case zvKDRParam::checkNothing:
       return;
     case zvKDRParam::checkLinearAxes:
-      ExceedingLimit(checker.LinearExcess());
+      if (limits.LinearExceeded(limit)) ExceedingLimit(limit);
       return;
     case zvKDRParam::checkRotaryAxes:
       // Told as they are: shifts and rewindings are for the check of all axes.
-      ExceedingLimit(checker.RotaryExcess());
+      if (limits.RotaryExceeded(limit)) ExceedingLimit(limit);
       return;
     case zvKDRParam::checkAllAxes:
-      ExceedingLimit(checker.LinearExcess());
-      KeepRotaryLimits(checker, smallMoves);
+      if (limits.LinearExceeded(limit)) ExceedingLimit(limit);
+      KeepRotaryLimits(limits, smallMoves);
       return;
   }
   throw zvPostException(5046);
 }
 
-void zvPosted4axTPCreator::KeepRotaryLimits(post::zvLimitChecker<Move>& checker, bool smallMoves) {
-  if (checker.RotaryExcess().IsNone()) return;
-  if (checker.TryShiftAll()) {
+void zvPosted4axTPCreator::KeepRotaryLimits(Limits& limits, bool smallMoves) {
+  zvLimitType limit;
+  if (!limits.RotaryExceeded(limit)) return;
+  if (limits.TryShiftAll()) {
     const zvPosted4axMoveMaker maker(m_machDef, GetPar(), GetPartOrigin(),
                                      GetToolLengthCompensationValue());
     const RepairMachine machine(maker, m_machDef, GetPar(), smallMoves, m_counts);
@@ -354,7 +366,7 @@ void zvPosted4axTPCreator::KeepRotaryLimits(post::zvLimitChecker<Move>& checker,
                                                    GetPar(), smallMoves, machine);
     m_counts.rewindings = rewinder.Run();
   }
-  ExceedingLimit(checker.RotaryExcess());
+  if (limits.RotaryExceeded(limit)) ExceedingLimit(limit);
 }
 
 zvPosted4axMove zvPosted4axTPCreator::PostMove(const cadcam::zvMovePointer& move,
@@ -384,14 +396,13 @@ zvPosted4axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
       check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
   const auto ranges = post::RotaryRangesOf(m_machDef);
   const double slack = GetPar().GetPoleAngleTolerance();
-  if (checksRotary && !post::FirstRotaryExcess(*posted, ranges, slack).IsNone())
+  if (checksRotary && !post::RotaryOut(*posted, ranges, slack).IsNone())
     post::WrapIntoRanges(*posted, ranges);
   const Move unwrapped = *posted;
   posted->SetRotaryAngle(
       ApplyAngleLimitToRotAxis(posted->GetRotaryAngle(), GetControlDef().GetFirstAxisLimit()));
-  if (checksLinear)
-    ExceedingLimit(post::FirstLinearExcess(posted->GetMachinePosition(), m_machDef));
-  if (checksRotary) ExceedingLimit(post::FirstRotaryExcess(unwrapped, *posted, ranges, slack));
+  if (checksLinear) ExceedingLimit(post::LinearOut(posted->GetMachinePosition(), m_machDef));
+  if (checksRotary) ExceedingLimit(post::RotaryOut(unwrapped, *posted, ranges, slack));
   if (!checksLinear && !checksRotary && check != zvKDRParam::checkNothing)
     throw zvPostException(5046);
   post::RequireNumbers(*posted);

@@ -72,8 +72,8 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
   /// without passes, or with an empty first one, gives an empty list whatever else it holds.
   ///
   /// Throws zvPostException 5032, 5033 for units that differ; 5044 for a toolpath that can't be
-  /// aligned; 5030 for an orientation 1e-6 rad or more off the cone; 5010 to 5013
-  /// and 5015 to 5018 for a limit that is broken (limitsCheck 1, 2) or can't be kept (3); 5046 for
+  /// aligned; 5030 for an orientation 1e-6 rad or more off the cone; 5010 to 5013 and 5015 to 5018
+  /// for a limit that is broken (limitsCheck 1, 2) or can't be kept (3); 5046 for
   /// an unknown limitsCheck, after the posting; 5039 for what is infinite or NaN, and for counts of
   /// moves beyond 2^31 - 2; 5008 for a retraction to limits (retractToLimits) from outside them;
   /// 5051 for a rewinding whose first move isn't found; 2503 for a plain zvCNCMove;
@@ -98,12 +98,15 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
  private:
   void PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void AlignToolpath(const cadcam::zvToolPath& toolpath);
+  void CheckToolPath(const cadcam::zvToolPath& toolpath) const;
   void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void BuildPostedMovesInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void FixAnglesIfIsPossible();
   void RepairAngles(bool smallMoves);
   void CheckLimits(bool smallMoves);
-  void KeepRotaryLimits(post::zvLimitChecker<Move>& checker, bool smallMoves);
+  using Limits = post::zvListLimits<Move>;
+  void KeepRotaryLimits(Limits& limits, bool smallMoves);
   Move SolveMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
 
   post::zv4axMachDef m_machDef;

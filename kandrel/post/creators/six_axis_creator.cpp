@@ -16,7 +16,7 @@ zvPosted6axTPCreator::zvPosted6axTPCreator(const zv6axMachDef& machDef,
                                            double toolLengthCompensation)
     : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
       m_machDef(post::Normalised(machDef)),
-      m_solver(post::TurningPart(m_machDef), par, partOrigin, toolLengthCompensation) {
+      m_solver(post::Get5axMachDef(m_machDef), par, partOrigin, toolLengthCompensation) {
   SetInstanceType(instance6ax);
 }
 
@@ -52,7 +52,7 @@ void zvPosted6axTPCreator::RequireFiniteThirdAngle() const {
 
 // Of the machine, parameters and set-up that this creator has now.
 zvPosted5axTPCreator zvPosted6axTPCreator::FiveAxisCreator() const {
-  return {post::TurningPart(m_machDef), GetControlDef(), GetPar(), GetPartOrigin(),
+  return {post::Get5axMachDef(m_machDef), GetControlDef(), GetPar(), GetPartOrigin(),
           GetToolLengthCompensationValue()};
 }
 

@@ -112,7 +112,7 @@ zvPosted3axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   auto posted = misc::MakeAutoPointer<Move>(MakeMove(move, type));
   const zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
   if (check != zvKDRParam::checkNothing && check != zvKDRParam::checkRotaryAxes)
-    ExceedingLimit(post::FirstLinearExcess(posted->GetMachinePosition(), m_machDef));
+    ExceedingLimit(post::LinearOut(posted->GetMachinePosition(), m_machDef));
   post::RequireNumbers(*posted);
   return {std::move(posted), nullptr};
 }
@@ -239,7 +239,7 @@ void zvPosted3axTPCreator::CheckLimits() const {
     case zvKDRParam::checkLinearAxes:
     case zvKDRParam::checkAllAxes:
       for (const Move& move : *m_posted.Get())
-        ExceedingLimit(post::FirstLinearExcess(move.GetMachinePosition(), m_machDef));
+        ExceedingLimit(post::LinearOut(move.GetMachinePosition(), m_machDef));
       return;
   }
   throw zvPostException(5046);
