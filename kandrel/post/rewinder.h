@@ -299,7 +299,7 @@ class zvRewinder {
     if (!(turn > step)) return;
     const double parts = std::trunc(turn / step) + 1;
     if (!(parts <= kLargestCount)) throw zvPostException(5039);
-    for (double part = 1; part < parts; ++part) {
+    for (std::uint32_t part = 1; part < parts; ++part) {
       const double t = part / parts;
       Move between = pattern;
       between.SetPartPosition((1 - t) * from.GetPartPosition() + t * to.GetPartPosition());
