@@ -30,9 +30,8 @@ KANDREL_API void DeleteReferenceBlock(zvReferenceBlock* block) noexcept;
 /// 1. Only the block decides whether the pointer is null.
 /// 2. Using a null pointer throws zvException, id 0, "Accessing NULL pointer", at the use and not
 ///    where the null was stored: a container may hold nulls until they are used.
-/// 3. The object dies with its last reference, unless ReleaseOwnership was called on any of them.
-/// An
-///    exception out of its destructor is swallowed.
+/// 3. The object dies with its last reference, unless ReleaseOwnership was called on any of them;
+///    an exception out of its destructor is swallowed.
 /// 4. The counter is a plain integer: all pointers to one object belong to one thread at a time.
 template <class T>
 class zvAutoPointer {

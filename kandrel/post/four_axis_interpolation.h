@@ -18,8 +18,9 @@ namespace post {
 /// than needed. The moves between are blended as toolpath moves and solved like them. A blend of
 /// two orientations lies off the machine's cone unless that is flat: it is brought back onto it, so
 /// that orientation and angle belong together; but not where one of the two lies off the maker's
-/// cone, as after a change of the creator's machine. Two that point alike within 1e-12 are divided
-/// by distance only.
+/// cone, as after a change of the creator's machine. Two that point alike within 1e-12 are
+/// divided only where they lie too far apart. Orientations of another length than 1 are blended as
+/// unit vectors.
 ///
 /// A step that is not above 0 switches its rule off. Rapid moves get none by angle, and none at all
 /// without InterpolateRapidMoves. Throws zvcadcamException 2189 for an orientation that blends to

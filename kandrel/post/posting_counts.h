@@ -7,6 +7,7 @@ namespace post {
 
 struct zvPostingCounts {
   std::uint32_t blendedPoles = 0;
+  /// Turns above maxAngleJump, and changes of solution below it, made off the part.
   std::uint32_t largeJumps = 0;
   std::uint32_t rewindings = 0;
   /// Lifts to the limits (retractToLimits) that came out shorter than retractDistance: the tool may

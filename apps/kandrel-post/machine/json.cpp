@@ -156,6 +156,7 @@ class ObjectReader {
   void RefuseOtherKeys() const {
     for (const auto& item : m_object.items()) {
       if (std::find(m_known.begin(), m_known.end(), item.key()) != m_known.end()) continue;
+      if (m_prefix.empty() && item.key() == "description") continue;  // a text for people
       std::string known;
       for (const std::string& key : m_known)
         known += fmt::format("{}{}", known.empty() ? "" : ", ", key);

@@ -13,13 +13,10 @@ namespace kandrel_post {
 
 namespace {
 
-// A preset's file has a description beside the keys of a machine.
 Preset Read(const EmbeddedFile& file) {
-  constexpr const char* kDescription = "description";
-  nlohmann::json document = nlohmann::json::parse(file.text);
-  const std::string description = document.at(kDescription).get<std::string>();
-  document.erase(kDescription);
-  return {std::string(file.name), description, document.dump()};
+  const nlohmann::json document = nlohmann::json::parse(file.text);
+  return {std::string(file.name), document.at("description").get<std::string>(),
+          std::string(file.text)};
 }
 
 }  // namespace

@@ -100,9 +100,11 @@ void zvPosted5axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smal
 bool zvPosted5axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   m_counts = {};
   RequireFiniteSetup();
-  if ((GetPar().GetFirstMoveRule() == zvKDRParam::byFirstAxis ||
-       GetPar().GetFirstMoveRule() == zvKDRParam::bySecondAxis) &&
-      !std::isfinite(GetPar().GetFirstMovePreferredAngle()))
+  const zvKDRParam& par = GetPar();
+  const bool prefersAnAngle = par.GetFirstMoveRule() == zvKDRParam::byFirstAxis ||
+                              par.GetFirstMoveRule() == zvKDRParam::bySecondAxis;
+  if (par.GetFirstMoveByRule() && prefersAnAngle &&
+      !std::isfinite(par.GetFirstMovePreferredAngle()))
     throw zvPostException(5039);
   try {
     return PostInOneWalk(toolpath, smallMoves);
@@ -158,11 +160,13 @@ void zvPosted5axTPCreator::BlendingInterpolation() {
 
 // A step that the interpolation could not divide, where limits make the machine change to its other
 // solution, takes the tool off its way however small the turn. That is done in the air as well,
-// unless such repairs are switched off altogether. Twice a step is what poles may need.
+// unless such repairs are switched off altogether. Two steps and the pole's tolerance are what a
+// turn of the free axis may take it off when it leaves a pole.
 post::zvJumpRules zvPosted5axTPCreator::JumpRules() const {
   post::zvJumpRules rules{GetPar().GetMaxAngleJump()};
   const double step = m_solver.GetParameters().GetMaxAngleStep();
-  if (rules.maxAngleJump < misc::kFullTurnDeg / 2 && step > 0) rules.smallestLeap = 2 * step;
+  if (rules.maxAngleJump < misc::kFullTurnDeg / 2 && step > 0)
+    rules.smallestLeap = 2 * step + m_solver.GetParameters().GetPoleAngleTolerance();
   return rules;
 }
 
@@ -316,6 +320,8 @@ zvPosted5axTPCreator::FixedAxes zvPosted5axTPCreator::FixAxes(
     axes.firstAngle = par.GetFirstMovePreferredAngle();
   if (par.GetFirstMoveRule() == zvKDRParam::bySecondAxis && solutions.poleStatus == 2)
     axes.secondAngle = par.GetFirstMovePreferredAngle();
+  if (!std::isfinite(axes.firstAngle) || !std::isfinite(axes.secondAngle))
+    throw zvPostException(5039);
   axes.firstAngle = misc::WrapIntoRange(axes.firstAngle, m_machDef.GetMinFirstAngle(),
                                         m_machDef.GetMaxFirstAngle());
   axes.secondAngle = misc::WrapIntoRange(axes.secondAngle, m_machDef.GetMinSecondAngle(),

@@ -93,8 +93,10 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   /// machine can't reach; 5010 to 5019 for a limit that can't be kept (limitsCheck 1 to 3); 5046
   /// for an unknown limitsCheck, after the posting; 5039 for what is infinite or NaN, and for
   /// counts of moves beyond 2^31 - 2; 5008 for a retraction to limits (retractToLimits) from
-  /// outside them; 5051 for a rewinding whose first move isn't found; zvcadcamException 2189 for a
-  /// zero orientation. Linear in the number of posted moves.
+  /// outside them; 5051 for a rewinding whose first move isn't found; 2503 for a plain zvCNCMove;
+  /// zvKandrelException 2637 for a link type above 5; zvcadcamException 2189 for a zero orientation
+  /// and for rotary axes less than 1e-3 rad off parallel; "Accessing NULL pointer" for a null in
+  /// the toolpath. Linear in the number of posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 
@@ -103,14 +105,15 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   std::pair<Move, Move> PostMove(const cadcam::zvMovePointer& move, Types type) const;
   post::zvSolutionPair PostMove2(const cadcam::zvMovePointer& move, Types type) const;
   /// Both solutions with angles brought into their ranges and wrapped for the control; null for one
-  /// that breaks the limits of limitsCheck. Rotary limits have the slack of poleAngleTolerance
-  /// here, and both axes are wrapped by the control's limit of the first: deliberate. Throws the
-  /// limit of the mirror solution when both break limits, 5046 for an unknown limitsCheck.
+  /// that breaks the limits of limitsCheck. A rotary angle keeps its limit as it is or as it is
+  /// wrapped, with the slack of poleAngleTolerance, and both axes are wrapped by the control's
+  /// limit of the first: deliberate. Throws the limit of the mirror solution when both break
+  /// limits, 5046 for an unknown limitsCheck.
   std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> PostMoveWithinMachLimits(
       const cadcam::zvMovePointer& move, Types type) const;
 
-  /// The solution that a posting takes for its first move. Throws 5010 to 5017 when both break a
-  /// linear limit.
+  /// The solution that a posting takes for its first move. Throws 5010 to 5012 and 5015 to 5017
+  /// when both break a linear limit, unless a pole leaves an angle free.
   Move SelectPostedMoveFirstTime(const post::zvSolutionPair& pair) const;
 
  private:

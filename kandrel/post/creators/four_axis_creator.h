@@ -88,9 +88,9 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
   /// for a plain zvCNCMove, zvcadcamException 2189 for a zero orientation, "Accessing NULL pointer"
   /// for a null one.
   Move PostMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
-  /// The same with the angle brought into its range (limitsCheck 2, 3) and wrapped for the control,
-  /// and only then the limits checked: unlike in Post, where checks see angles unwrapped. Rotary
-  /// limits have the slack of poleAngleTolerance here. Throws also 5010 to 5013, 5015 to 5018, and
+  /// The same with the angle brought into its range (limitsCheck 2, 3) and wrapped for the control.
+  /// It keeps its limits as it is or as it is wrapped, with the slack of poleAngleTolerance: unlike
+  /// in Post, where checks see angles unwrapped alone. Throws also 5010 to 5013, 5015 to 5018, and
   /// 5046 for an unknown limitsCheck. The second member is always null.
   std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> PostMoveWithinMachLimits(
       const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;

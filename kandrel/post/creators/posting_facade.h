@@ -20,9 +20,9 @@
 /// zvPosted3axMove to zvPosted6axMove by class, as a zvPostedVisitor sees them.
 ///
 /// 1. Machine, control, parameters and part origin are referred to, not copied. The caller keeps
-/// them alive as long as this object and unchanged
-///    during a call; a change between two calls reaches the next one. A machine given as a
-///    zvAutoPointer is not shared either: the caller keeps the pointer.
+///    them alive as long as this object and unchanged during a call; a change between two calls
+///    reaches the next one. A machine given as a zvAutoPointer is not shared either: the caller
+///    keeps the pointer. A temporary machine serves within one expression alone.
 /// 2. Between calls stay the result of the last Post and the alignment matrix, nothing else: no
 ///    posting influences the next one.
 /// 3. Post is not for two threads at a time; single moves are, while none posts. Objects on

@@ -365,6 +365,17 @@ TEST(FiveAxisLimits, AChangeOfSolutionIsMadeInTheAir) {
   ExpectFollows(scene, path, cut.lines, 6, 0.1);
   scene.par.SetMaxAngleJump(180);  // switches such repairs off
   for (const zvPosted5axMove& line : Post(scene, path).lines) EXPECT_FALSE(line.IsRapid());
+
+  // Out of a wide pole the free axis turns at once, and the tool by the pole's tolerance.
+  FiveAxisScene pole = Trunnion(-360, 360, -110, 20);
+  pole.par.SetMaxAngleStep(0.2);
+  pole.par.SetPoleAngleTolerance(3);
+  pole.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
+  const Outcome left = Post(
+      pole,
+      {{{50, 0, 0}, pole.Tool(10, -5)}, {{60, 0, 0}, {0, 0, 1}}, {{70, 0, 0}, pole.Tool(60, -5)}});
+  EXPECT_EQ(left.id, 0u);
+  for (const zvPosted5axMove& line : left.lines) EXPECT_FALSE(line.IsRapid());
 }
 
 }  // namespace
