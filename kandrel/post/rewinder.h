@@ -210,12 +210,15 @@ class zvRewinder {
     Iterator place;
     const bool found = FindPlace(place, start, previousStart.node, sense, shift);
     std::optional<Move> forced;  // the move at the limit, where steps beside it may be large
+    std::optional<Move> lift;
     if (found) {
       before = place;
     } else {
       zvLimitMove<Move> limit = FindMoveAtLimit(*before, start);
       using Kind = typename zvLimitMove<Move>::Kind;
-      if (limit.kind == Kind::kLeap) {
+      const bool isInAir = before->IsRapid() && start.node->IsRapid();
+      if (limit.move) lift = Lifted(*limit.move, isInAir);
+      if (limit.kind == Kind::kLeap || (limit.move && !lift)) {
         InsertSwing(*before, start, shift);
         ShiftFrom(start.node, shift);
         ++m_rewindings;
@@ -231,7 +234,8 @@ class zvRewinder {
         shift -= sense * misc::kFullTurnDeg;
     }
     const Iterator rest = std::next(before);
-    InsertTurn(before, rest, sense, shift);
+    if (!lift) lift = m_machine.Retract(*before);
+    InsertTurn(before, rest, sense, shift, *std::move(lift));
     if (forced) DivideTurn(*std::prev(rest), Turned(AsShifted(start), shift), rest, *forced);
     ShiftFrom(rest, shift);
     ++m_rewindings;
@@ -277,6 +281,17 @@ class zvRewinder {
     return true;
   }
 
+  // The lift over a move at the limit. Between two moves in the air at their linear limits it may
+  // stand outside them itself: then there is none.
+  std::optional<Move> Lifted(const Move& move, bool isInAir) const {
+    try {
+      return m_machine.Retract(move);
+    } catch (const zvPostException& e) {
+      if (!isInAir || e.GetId() != 5008) throw;
+      return std::nullopt;
+    }
+  }
+
   // Lifts over `before` and over `start` as it stands when turned: between them all axes swing.
   void InsertSwing(const Move& before, const Cursor& start, double shift) {
     const Move after = Turned(AsShifted(start), shift);
@@ -314,8 +329,7 @@ class zvRewinder {
 
   // Lift, turn and drop behind `before`. The linear axes stand while the axis turns, so that for an
   // axis in the head the tip swings about: deliberate.
-  void InsertTurn(Iterator before, Iterator rest, double sense, double shift) {
-    Move lift = m_machine.Retract(*before);
+  void InsertTurn(Iterator before, Iterator rest, double sense, double shift, Move lift) {
     lift.SetType(zvPostedMove::noLink);
     MarkInserted(lift, *before);
     const double liftDeg = Traits::Angle(lift, m_axis);

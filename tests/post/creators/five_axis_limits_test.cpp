@@ -378,4 +378,29 @@ TEST(FiveAxisLimits, AChangeOfSolutionIsMadeInTheAir) {
   for (const zvPosted5axMove& line : left.lines) EXPECT_FALSE(line.IsRapid());
 }
 
+// Each step is a jump, lifted to the linear limits; where the head's first axis comes to its end in
+// such a swing, the move there lies outside them.
+TEST(FiveAxisLimits, ARewindingInASwingAtTheLinearLimitsIsPosted) {
+  FiveAxisScene scene = Trunnion(0, 360, -110, 110);
+  scene.machine.kind = 1;
+  scene.machine.low = {-600, -600, -600};
+  scene.machine.high = {600, 600, 600};
+  scene.toolLength = 100;
+  scene.par.SetMaxAngleJump(5);
+  scene.par.SetMaxAngleStep(10);
+  scene.par.SetRetractToLimits(true);
+  Source path;
+  for (int k = 0; k < 50; ++k) {
+    const double azimuth = 8 * k * 0.017453292519943295;
+    const double tilt = (20 + k % 2 * 2) * 0.017453292519943295;
+    path.push_back(
+        {{30.0 + k, 5, 3},
+         {std::sin(tilt) * std::cos(azimuth), std::sin(tilt) * std::sin(azimuth), std::cos(tilt)}});
+  }
+  const Outcome outcome = Post(scene, path);
+  EXPECT_EQ(outcome.id, 0u);
+  EXPECT_GE(outcome.rewindings, 1u);
+  ExpectFollows(scene, path, outcome.lines, 20, 1);
+}
+
 }  // namespace
