@@ -1,6 +1,8 @@
-// Posted numbers that no machine can read: infinite ones and NaN.
+// Numbers of moves that can't be meant, and that no machine can read: infinite ones and NaN.
 #pragma once
 
+#include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/mirror_angle.h>
 #include <kandrel/post/post_exception.h>
@@ -9,6 +11,9 @@
 #include <cmath>
 
 namespace post {
+
+/// Throws zvPostException 5039 for a position or orientation that is infinite or NaN.
+KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
 
 /// Adds to a sum that stays finite only where machine position, feed and time of all moves are: a
 /// cheap first look. Part positions, orientations and angles are finite already.

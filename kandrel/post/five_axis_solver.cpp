@@ -1,8 +1,8 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/trigonometry.h>
+#include <kandrel/post/finite_moves.h>
 #include <kandrel/post/five_axis_solver.h>
-#include <kandrel/post/flat_moves.h>
 #include <kandrel/post/post_exception.h>
 
 #include <cmath>

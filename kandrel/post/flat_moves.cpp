@@ -55,11 +55,6 @@ cadcam::zv5axMove AlignedCopy(const cadcam::zvCNCMove& move,
   return copy;
 }
 
-void RequireFinite(const cadcam::zvCNCMove& move) {
-  if (!IsFinite(move.GetPosition()) || !IsFinite(move.GetOrientation()))
-    throw zvPostException(5039);
-}
-
 void Flatten(const zvToolPath& toolpath, const zvAlignMatrix& alignment, zvFlatMoves& moves) {
   std::uint64_t i = 0;
   ForEachMovePointer(toolpath, [&](const cadcam::zvMovePointer& move, Types type) {

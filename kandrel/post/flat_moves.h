@@ -5,13 +5,14 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/large_array.h>
+#include <kandrel/post/align_matrix.h>
+#include <kandrel/post/finite_moves.h>
 #include <kandrel/post/posted_move.h>
 
 #include <utility>
 
 namespace post {
 
-using zvAlignMatrix = misc::zvAutoPointer<cadcam::zvMatrix<double, 4, 4>>;
 using zvFlatMove = std::pair<cadcam::zvMovePointer, zvPostedMove::Types>;
 using zvFlatMoves = misc::zvRealArrayLarge<zvFlatMove>;
 
@@ -36,9 +37,6 @@ KANDREL_API zvPostedMove::Types LinkTypeAt(const cadcam::zvToolPath::const_itera
 /// translation is zero. Throws zvPostException 2503 for a plain zvCNCMove.
 KANDREL_API cadcam::zv5axMove AlignedCopy(const cadcam::zvCNCMove& move,
                                           const cadcam::zvMatrix<double, 4, 4>& alignment);
-
-/// Throws zvPostException 5039 for a position or orientation that is infinite or NaN.
-KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
 
 /// Calls `take(pointer, type)` for each move of the toolpath in order.
 template <class Take>

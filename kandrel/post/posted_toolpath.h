@@ -3,7 +3,7 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
-#include <kandrel/post/flat_moves.h>
+#include <kandrel/post/align_matrix.h>
 #include <kandrel/post/posted_move.h>
 
 #include <list>

@@ -1,5 +1,5 @@
 #include <kandrel/misc/angles.h>
-#include <kandrel/post/limit_checker.h>
+#include <kandrel/post/limit_tests.h>
 #include <kandrel/post/solution_choice.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 #include <kandrel/misc/tolerances.h>
-#include <kandrel/post/limit_checker.h>
+#include <kandrel/post/limit_tests.h>
 
 namespace post {
 
