@@ -4,7 +4,7 @@
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/model/extended_posted_move.h>
-#include <kandrel/post/model/posted_visitor.h>
+#include <kandrel/post/model/posted_move_visitor.h>
 
 #include <array>
 #include <cstdint>

@@ -1,31 +1,13 @@
-// zvPostedVisitor and the visitors that tell a posted move's class and fold extents.
+// The visitors that tell a posted move's class and fold extents.
 #pragma once
 
 #include <kandrel/misc/export.h>
+#include <kandrel/post/model/posted_move_visitor.h>
 
 #include <cstddef>
 #include <vector>
 
 namespace post {
-
-class zvPostedMove;
-class zvPosted3axMove;
-class zvPosted4axMove;
-class zvPosted5axMove;
-class zvPosted6axMove;
-
-class KANDREL_API zvPostedVisitor {
- public:
-  virtual void Visit(const zvPosted6axMove& move) = 0;
-  virtual void Visit(const zvPosted5axMove& move) = 0;
-  virtual void Visit(const zvPosted4axMove& move) = 0;
-  virtual void Visit(const zvPosted3axMove& move) = 0;
-  /// For a move of no class; it refuses.
-  virtual void Visit(const zvPostedMove& move) = 0;
-
- protected:
-  ~zvPostedVisitor() = default;
-};
 
 /// Writes the class of the visited move into an integer of the caller's, which outlives it: 0 for a
 /// 3-axis move to 3 for a 6-axis move, as zvMachDef::NumbersOfAxes. A move of no class throws
