@@ -1,8 +1,8 @@
 // The five-axis solve and whole postings, against the closed form alone and a plain append.
-#include <kandrel/post/angle_jumps.h>
 #include <kandrel/post/creators/five_axis_creator.h>
-#include <kandrel/post/move_times.h>
-#include <kandrel/post/winding.h>
+#include <kandrel/post/passes/angle_jumps.h>
+#include <kandrel/post/passes/move_times.h>
+#include <kandrel/post/passes/winding.h>
 
 #include <cmath>
 #include <map>

@@ -2,7 +2,7 @@
 // go. It cuts a cone: once around it, the tool leaning outwards by 30 degrees.
 #include <kandrel/misc/exception.h>
 #include <kandrel/post/creators/posting_facade.h>
-#include <kandrel/post/posted_visitor.h>
+#include <kandrel/post/model/posted_move_visitor.h>
 
 #include <cmath>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/block_stock.h>
-#include <kandrel/misc/exception.h>
+#include <kandrel/misc/detail/failures.h>
 
 namespace misc::detail {
 
@@ -15,7 +15,7 @@ void DeleteReferenceBlock(zvReferenceBlock* block) noexcept {
 }
 
 void ThrowNullPointer() {
-  throw zvException(0, L"Accessing NULL pointer");
+  ThrowFailure(L"Accessing NULL pointer");
 }
 
 }  // namespace misc::detail

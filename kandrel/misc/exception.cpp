@@ -1,3 +1,4 @@
+#include <kandrel/misc/detail/failures.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/text.h>
 
@@ -27,5 +28,17 @@ void zvException::SetMessage(std::wstring text) {
   m_message = std::move(text);
   m_what = ToUtf8(m_message);
 }
+
+namespace detail {
+
+void ThrowFailure(const wchar_t* text) {
+  throw zvException(0, text);
+}
+
+void ThrowOutOfMemory() {
+  throw zvOutOfMemory();
+}
+
+}  // namespace detail
 
 }  // namespace misc

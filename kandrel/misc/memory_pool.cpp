@@ -1,4 +1,4 @@
-#include <kandrel/misc/exception.h>
+#include <kandrel/misc/detail/failures.h>
 #include <kandrel/misc/memory_pool.h>
 #include <kandrel/misc/platform.h>
 
@@ -85,7 +85,7 @@ zvMemoryPool::~zvMemoryPool() {
 }
 
 void* zvMemoryPool::Alloc(std::size_t size) {
-  if (size > m_nodeSize) throw zvException(0, L"Allocation request size too big");
+  if (size > m_nodeSize) detail::ThrowFailure(L"Allocation request size too big");
   const std::lock_guard lock(m_mutex);
   return TakeNode(ArenaWithRoom());
 }
@@ -149,7 +149,7 @@ void zvMemoryPool::FreeChain(void* first, std::size_t count) {
     isRefused |= !emptied.Free();
     lock.lock();
   }
-  if (isRefused) throw zvException(0, L"Failed to free memory");
+  if (isRefused) detail::ThrowFailure(L"Failed to free memory");
 }
 
 void zvMemoryPool::Clear() {
@@ -200,7 +200,7 @@ zvMemoryPool::Arena* zvMemoryPool::FindArena(const void* node) const noexcept {
 }
 
 zvMemoryPool::Arena* zvMemoryPool::NewArena() {
-  if (m_nodesPerArena == 0) throw zvException(0, L"zvMemoryPool::Alloc: Node allocation failed");
+  if (m_nodesPerArena == 0) detail::ThrowFailure(L"zvMemoryPool::Alloc: Node allocation failed");
   Slab* slab = nullptr;
   Arena* arena = new (NewBlock(slab)) Arena;
   arena->slab = slab;
@@ -223,7 +223,7 @@ void* zvMemoryPool::NewBlock(Slab*& slab) {
   if (!fitsSlab || m_arenas.size() < kArenasBeforeSlabs) {
     void* block =
         platform::AllocatePages(m_arenaBytes, m_arenaAlignment, platform::PageSize::kSmall);
-    if (block == nullptr) throw zvOutOfMemory();
+    if (block == nullptr) detail::ThrowOutOfMemory();
     return block;
   }
   if (m_openSlabs.empty()) {
@@ -233,7 +233,7 @@ void* zvMemoryPool::NewBlock(Slab*& slab) {
         platform::AllocatePages(kSlabBytes, kSlabBytes, platform::PageSize::kHuge);
     if (m_openSlabs.front().block == nullptr) {
       m_openSlabs.pop_front();
-      throw zvOutOfMemory();
+      detail::ThrowOutOfMemory();
     }
   }
   slab = &m_openSlabs.front();
@@ -323,7 +323,7 @@ void zvMemoryPool::ReleaseAll() noexcept {
 }
 
 void zvMemoryPool::ThrowForeignNode() {
-  throw zvException(0, L"zvMemoryPool::Free: Node not allocated by one of our arenas");
+  detail::ThrowFailure(L"zvMemoryPool::Free: Node not allocated by one of our arenas");
 }
 
 std::shared_ptr<zvMemoryPool> zvMemoryPoolProvider::GetPool(std::uint32_t nodeSize) {

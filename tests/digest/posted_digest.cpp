@@ -11,7 +11,7 @@
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <kandrel/post/four_axis_kinematics.h>
+#include <kandrel/post/geometry/four_axis_kinematics.h>
 
 #include <array>
 #include <bit>

@@ -25,15 +25,17 @@ fi
 
 includes() {
   LC_ALL=C awk '
-    # The place of a library file in the row misc <- cadcam <- post <- post/creators <-
-    # persistence <- kintree; -1 for a folder that has none.
+    # The place of a library file in the row misc <- cadcam <- post/model <- post/geometry <-
+    # post/passes <- post/creators <- persistence <- kintree; -1 for a folder that has none.
     function layer(path) {
       if (path ~ /^kandrel\/misc\//) return 1
       if (path ~ /^kandrel\/cadcam\//) return 2
-      if (path ~ /^kandrel\/post\/creators\//) return 4
-      if (path ~ /^kandrel\/post\//) return 3
-      if (path ~ /^kandrel\/persistence\//) return 5
-      if (path ~ /^kandrel\/kintree\//) return 6
+      if (path ~ /^kandrel\/post\/model\//) return 3
+      if (path ~ /^kandrel\/post\/geometry\//) return 4
+      if (path ~ /^kandrel\/post\/passes\//) return 5
+      if (path ~ /^kandrel\/post\/creators\//) return 6
+      if (path ~ /^kandrel\/persistence\//) return 7
+      if (path ~ /^kandrel\/kintree\//) return 8
       return -1
     }
     # The floor of a folder of kandrel-post, host <- out <- cl, machine, samples <- commands; of one
@@ -81,12 +83,44 @@ includes() {
     END { exit found }' "${code[@]}"
 }
 
+# A header and its source are one room; none leads back to itself, be it through sources.
+circles() {
+  LC_ALL=C awk '
+    function room(path) { sub(/\.[^.]*$/, "", path); return path }
+    function leads(at, goal,    rooms, n) {
+      if (at == goal) return 1
+      if (at in seen) return 0
+      seen[at]
+      for (n = split(below[at], rooms, " "); n; --n) if (leads(rooms[n], goal)) return 1
+      return 0
+    }
+    /^[ \t]*#[ \t]*include[ \t]*[<"](kandrel|kandrel-post)\// {
+      match($0, /[<"][^>"]*[>"]/)
+      target = substr($0, RSTART + 1, RLENGTH - 2)
+      if (target ~ /^kandrel-post\//) target = "apps/" target
+      if (room(target) == room(FILENAME)) next
+      from[++count] = room(FILENAME)
+      to[count] = room(target)
+      text[count] = FILENAME ":" FNR ": includes " target ", which leads back here"
+      below[from[count]] = below[from[count]] " " to[count]
+    }
+    END {
+      for (i = 1; i <= count; ++i) {
+        split("", seen)
+        if (leads(to[i], from[i])) { print text[i]; found = 1 }
+      }
+      exit found
+    }' "$@"
+}
+
 # Each pattern is written so that it does not match itself.
 papers='\b[Pp]arts? [0-9]+\.[0-9]+|[Ss]peci[f]ication|\bspec\.md\b|\b[Tt]he spec\b|[Ss]eed document'
 papers+='|[Ll]eft to the implementer|\b[Dd]ecisions? [0-9X]+(\.[0-9]+)?-[0-9]+|\b[Ii]ssue #?[0-9]+'
 
 status=0
 includes || status=1
+mapfile -t rooms < <(printf '%s\n' "${code[@]}" | grep -E '^(kandrel|apps)/')
+if [ ${#rooms[@]} -ne 0 ]; then circles "${rooms[@]}" || status=1; fi
 if printf '%s\0' "${all[@]}" | LC_ALL=C xargs -0 grep -nIHE "$papers"; then
   echo "layers: the lines above quote papers that a reader doesn't have" >&2
   status=1

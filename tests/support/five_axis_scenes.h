@@ -1,11 +1,11 @@
 // Random 5-axis machines, and the same machines as rigid bodies.
 #pragma once
 
-#include <kandrel/post/control_def.h>
 #include <kandrel/post/creators/five_axis_creator.h>
-#include <kandrel/post/five_axis_solver.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/posting_parameters.h>
+#include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/model/control_def.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/posting_parameters.h>
 #include <tests/support/points.h>
 #include <tests/support/rigid_body_model.h>
 #include <tests/support/seeded.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <kandrel/post/creators/four_axis_creator.h>
-#include <kandrel/post/four_axis_move_maker.h>
+#include <kandrel/post/geometry/four_axis_move_maker.h>
 #include <tests/support/five_axis_scenes.h>
 
 #include <array>

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <kandrel/cadcam/cnc_move.h>
-#include <kandrel/post/five_axis_solver.h>
-#include <kandrel/post/intermediate_moves.h>
-#include <kandrel/post/move_traits.h>
-#include <kandrel/post/posting_parameters.h>
-#include <kandrel/post/solution_choice.h>
+#include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/geometry/solution_choice.h>
+#include <kandrel/post/model/move_traits.h>
+#include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/passes/intermediate_moves.h>
 
 #include <algorithm>
 #include <array>

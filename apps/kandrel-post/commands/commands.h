@@ -3,7 +3,7 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
-#include <kandrel/post/control_def.h>
+#include <kandrel/post/model/control_def.h>
 
 #include <cstdint>
 #include <string>

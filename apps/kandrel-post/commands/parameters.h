@@ -2,8 +2,8 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
-#include <kandrel/post/control_def.h>
-#include <kandrel/post/posting_parameters.h>
+#include <kandrel/post/model/control_def.h>
+#include <kandrel/post/model/posting_parameters.h>
 
 #include <string_view>
 

@@ -6,11 +6,11 @@
 #include <kandrel/post/creators/posting_facade.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/mach_def_utils.h>
-#include <kandrel/post/posted_move.h>
-#include <kandrel/post/posting_counts.h>
-#include <kandrel/post/posting_parameters.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/mach_def_utils.h>
+#include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/model/posting_parameters.h>
 #include <unistd.h>
 
 #include <array>

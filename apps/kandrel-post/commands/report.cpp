@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 #include <kandrel/misc/units_factory.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/posted_move.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/posted_move.h>
 
 #include <algorithm>
 #include <cmath>

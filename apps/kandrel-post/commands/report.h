@@ -1,7 +1,7 @@
 // What a posting did, on one screen.
 #pragma once
 
-#include <kandrel/post/posting_counts.h>
+#include <kandrel/post/model/posting_counts.h>
 
 #include <array>
 #include <cstddef>

@@ -60,8 +60,8 @@ double HalfAngleBetween(const cadcam::zvCNCMove& a, const cadcam::zvCNCMove& b) 
 }
 
 // How many times `step` goes into ways that are longer than it; none for a step that divides
-// nothing. The kernel's own counts (kandrel/post/step_counts.h) can't be asked: they refuse with
-// 5039 what is to be told here with its size.
+// nothing. The kernel's own counts (kandrel/post/passes/step_counts.h) can't be asked: they refuse
+// with 5039 what is to be told here with its size.
 class StepCount {
  public:
   explicit StepCount(double step) : m_step(step) {}

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <kandrel/cadcam/tool_path.h>
-#include <kandrel/post/posting_parameters.h>
+#include <kandrel/post/model/posting_parameters.h>
 
 #include <cstdint>
 

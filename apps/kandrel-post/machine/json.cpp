@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 #include <kandrel/misc/text.h>
 #include <kandrel/misc/units_factory.h>
-#include <kandrel/post/mach_def.h>
+#include <kandrel/post/model/mach_def.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // Machine definitions of all classes as JSON text.
 #pragma once
 
-#include <kandrel/post/mach_def_builder.h>
+#include <kandrel/post/model/mach_def_builder.h>
 
 #include <string>
 #include <string_view>

@@ -2,7 +2,7 @@
 
 #include <kandrel/misc/text.h>
 #include <kandrel/misc/units_factory.h>
-#include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/model/mach_def_utils.h>
 
 namespace kandrel_post {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/units_factory.h>
-#include <kandrel/post/mach_def_builder.h>
+#include <kandrel/post/model/mach_def_builder.h>
 
 #include <string>
 #include <string_view>

@@ -1,7 +1,7 @@
 #include "kandrel-post/machine/values.h"
 
 #include <kandrel/misc/auto_pointer.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 
 namespace kandrel_post {
 

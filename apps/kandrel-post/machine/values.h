@@ -3,7 +3,7 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/units_factory.h>
-#include <kandrel/post/mach_def.h>
+#include <kandrel/post/model/mach_def.h>
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "kandrel-post/out/csv_writer.h"
 
-#include <kandrel/post/posted_move.h>
+#include <kandrel/post/model/posted_move.h>
 
 #include <cstddef>
 

@@ -1,7 +1,7 @@
 #include "kandrel-post/out/nc_writer.h"
 
 #include <fmt/format.h>
-#include <kandrel/post/posted_move.h>
+#include <kandrel/post/model/posted_move.h>
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
 #include "kandrel-post/out/posted_row.h"
 
-#include <kandrel/post/posted_visitor.h>
+#include <kandrel/post/model/posted_move_visitor.h>
 
 namespace kandrel_post {
 

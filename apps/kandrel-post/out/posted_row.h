@@ -1,7 +1,7 @@
 // A posted move of any machine, as the writers see it.
 #pragma once
 
-#include <kandrel/post/posted_move.h>
+#include <kandrel/post/model/posted_move.h>
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "kandrel-post/out/rotary_motion.h"
 
 #include <kandrel/misc/tolerances.h>
-#include <kandrel/post/posted_move.h>
+#include <kandrel/post/model/posted_move.h>
 
 #include <algorithm>
 #include <cmath>

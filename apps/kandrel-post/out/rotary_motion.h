@@ -2,10 +2,10 @@
 // line meanwhile.
 #pragma once
 
-#include <kandrel/post/control_def.h>
-#include <kandrel/post/five_axis_kinematics.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/posted_move.h>
+#include <kandrel/post/geometry/five_axis_kinematics.h>
+#include <kandrel/post/model/control_def.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/posted_move.h>
 
 #include <array>
 #include <cstdint>

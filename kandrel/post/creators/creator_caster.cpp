@@ -1,5 +1,5 @@
 #include <kandrel/post/creators/creator_caster.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 
 using Caster = zvPostedTPCreatorCaster;
 using misc::zvAutoPointer;

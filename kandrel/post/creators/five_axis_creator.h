@@ -3,17 +3,17 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
-#include <kandrel/post/angle_jumps.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
-#include <kandrel/post/five_axis_limits.h>
-#include <kandrel/post/five_axis_solver.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/mirror_angle.h>
-#include <kandrel/post/path_reader.h>
-#include <kandrel/post/posted_list.h>
-#include <kandrel/post/posting_counts.h>
-#include <kandrel/post/solution_choice.h>
-#include <kandrel/post/transformation3d.h>
+#include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/geometry/solution_choice.h>
+#include <kandrel/post/geometry/transformation3d.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/mirror_angle.h>
+#include <kandrel/post/model/posted_list.h>
+#include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/passes/angle_jumps.h>
+#include <kandrel/post/passes/five_axis_limits.h>
+#include <kandrel/post/passes/path_reader.h>
 
 #include <cstdint>
 #include <utility>

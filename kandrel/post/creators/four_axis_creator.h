@@ -4,11 +4,11 @@
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
-#include <kandrel/post/four_axis_move_maker.h>
-#include <kandrel/post/limit_checker.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/posted_list.h>
-#include <kandrel/post/posting_counts.h>
+#include <kandrel/post/geometry/four_axis_move_maker.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/posted_list.h>
+#include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/passes/limit_checker.h>
 
 #include <utility>
 

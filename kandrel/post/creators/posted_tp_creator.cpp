@@ -1,6 +1,6 @@
-#include <kandrel/post/control_limits.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
+#include <kandrel/post/passes/control_limits.h>
 
 #include <cmath>
 

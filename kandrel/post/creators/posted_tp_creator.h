@@ -5,12 +5,12 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
-#include <kandrel/post/control_def.h>
-#include <kandrel/post/flat_moves.h>
-#include <kandrel/post/limit_type.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/posted_move.h>
-#include <kandrel/post/posting_parameters.h>
+#include <kandrel/post/model/control_def.h>
+#include <kandrel/post/model/limit_type.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/passes/flat_moves.h>
 
 #include <cstdint>
 #include <list>

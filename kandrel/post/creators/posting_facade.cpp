@@ -3,8 +3,8 @@
 #include <kandrel/post/creators/posting_facade.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <kandrel/post/mach_def_utils.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/mach_def_utils.h>
+#include <kandrel/post/model/post_exception.h>
 
 using cadcam::zvMovePointer;
 using Matrix = cadcam::zvMatrix<double, 4, 4>;

@@ -1,8 +1,8 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/creators/six_axis_creator.h>
-#include <kandrel/post/finite_moves.h>
-#include <kandrel/post/mach_def_utils.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/finite_moves.h>
+#include <kandrel/post/model/mach_def_utils.h>
+#include <kandrel/post/model/post_exception.h>
 
 #include <cmath>
 

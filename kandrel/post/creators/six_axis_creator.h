@@ -5,11 +5,11 @@
 #include <kandrel/misc/export.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
-#include <kandrel/post/five_axis_solver.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/mirror_angle.h>
-#include <kandrel/post/posted_list.h>
-#include <kandrel/post/posting_counts.h>
+#include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/mirror_angle.h>
+#include <kandrel/post/model/posted_list.h>
+#include <kandrel/post/model/posting_counts.h>
 
 #include <utility>
 

@@ -1,14 +1,14 @@
 #include <kandrel/misc/tolerances.h>
-#include <kandrel/post/alignment.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <kandrel/post/finite_moves.h>
-#include <kandrel/post/intermediate_moves.h>
-#include <kandrel/post/limit_checker.h>
-#include <kandrel/post/mach_def_utils.h>
-#include <kandrel/post/move_times.h>
-#include <kandrel/post/path_reader.h>
-#include <kandrel/post/post_exception.h>
-#include <kandrel/post/step_counts.h>
+#include <kandrel/post/model/finite_moves.h>
+#include <kandrel/post/model/mach_def_utils.h>
+#include <kandrel/post/model/post_exception.h>
+#include <kandrel/post/passes/alignment.h>
+#include <kandrel/post/passes/intermediate_moves.h>
+#include <kandrel/post/passes/limit_checker.h>
+#include <kandrel/post/passes/move_times.h>
+#include <kandrel/post/passes/path_reader.h>
+#include <kandrel/post/passes/step_counts.h>
 
 #include <cmath>
 #include <iterator>

@@ -4,9 +4,9 @@
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
-#include <kandrel/post/mach_def.h>
-#include <kandrel/post/posted_list.h>
-#include <kandrel/post/three_axis_move_maker.h>
+#include <kandrel/post/geometry/three_axis_move_maker.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/posted_list.h>
 
 #include <cstdint>
 #include <utility>

@@ -2,7 +2,7 @@
 #include <kandrel-post/machine/json.h>
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/machine/values.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/throws_id.h>
 
 #include "support.h"

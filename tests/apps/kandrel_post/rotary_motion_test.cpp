@@ -1,7 +1,7 @@
 // How far the tip leaves its line, and the poles that a posted list crosses.
 #include <kandrel-post/machine/json.h>
 #include <kandrel-post/out/rotary_motion.h>
-#include <kandrel/post/mach_def_utils.h>
+#include <kandrel/post/model/mach_def_utils.h>
 
 #include <cmath>
 #include <numbers>

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 #include <kandrel/post/creators/creator_caster.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/throws_id.h>
 
 #include <functional>

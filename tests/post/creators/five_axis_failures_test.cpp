@@ -1,6 +1,6 @@
 // What a 5-axis posting refuses, which of several faults it tells, and what it leaves in its list.
 #include <gtest/gtest.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/toolpath_builders.h>
 

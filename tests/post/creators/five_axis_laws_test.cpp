@@ -4,7 +4,7 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/angles.h>
 #include <kandrel/post/creators/five_axis_creator.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/source_path.h>
 #include <tests/support/throws_id.h>

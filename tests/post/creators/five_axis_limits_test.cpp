@@ -1,7 +1,7 @@
 // How rotary limits are kept: by shifts, rewindings and further attempts. What is posted is judged
 // by the rigid bodies, with the axes moving evenly from line to line.
 #include <gtest/gtest.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/source_path.h>
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/exception.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/source_path.h>
 

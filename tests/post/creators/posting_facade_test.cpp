@@ -2,7 +2,7 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/creators/posting_facade.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/source_path.h>

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/creators/six_axis_creator.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/throws_id.h>
 #include <tests/support/toolpath_builders.h>

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/creators/three_axis_creator.h>
-#include <kandrel/post/post_exception.h>
+#include <kandrel/post/model/post_exception.h>
 #include <tests/support/rigid_body_model.h>
 #include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>

@@ -1,0 +1,139 @@
+// zv4axKinematics: angle and linear axes of a 4-axis machine for a tool tip and an orientation.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/geometry/turn.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/posted_move.h>
+
+#include <cmath>
+
+namespace post {
+
+/// The orientations that a machine reaches: the cone that its spindle sweeps about its rotary axis.
+/// All directions are unit vectors.
+class KANDREL_API zvOrientationCone {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  /// `machDef` is normalised.
+  explicit zvOrientationCone(const zv4axMachDef& machDef)
+      : m_axis(machDef.GetRotationDirection()),
+        m_spindle(machDef.GetSpindleDirection()),
+        m_cosine(Dot(m_spindle, m_axis)),
+        m_sine(Cross(m_spindle, m_axis).Length()) {}
+
+  /// Whether a direction lies on it, within 1e-12 of its cosine to the axis.
+  bool Holds(const Point& dir_tool) const noexcept {
+    return std::fabs(Dot(dir_tool, m_axis) - m_cosine) <= misc::kEqual;
+  }
+  /// Whether it does but for the decimals that it was written with: less than 1e-6 rad off.
+  bool IsNear(const Point& dir_tool) const {
+    return Holds(dir_tool) ||
+           (dir_tool - Onto(dir_tool)).SquaredLength() < misc::kDirectionDifferenceSquared;
+  }
+  /// The direction of the cone that has the same turn; the given one where it lies there; the
+  /// spindle for one along the axis, which has no turn.
+  Point Onto(const Point& dir_tool) const;
+  /// The same for a direction near the cone; any other as it is.
+  Point OntoIfNear(const Point& dir_tool) const {
+    if (Holds(dir_tool)) [[likely]]
+      return dir_tool;
+    return IsNear(dir_tool) ? Onto(dir_tool) : dir_tool;
+  }
+
+  const Point& GetAxis() const noexcept { return m_axis; }
+  double GetCosine() const noexcept { return m_cosine; }
+
+ private:
+  Point m_axis;
+  Point m_spindle;
+  double m_cosine;
+  double m_sine;
+};
+
+/// Forward and inverse kinematics of a machine with one rotary axis. What a definition means:
+///
+/// 1. An angle a turns the part by +a (right-handed) about an axis on the table, the tool by +a
+///    about one in the head. The spindle sweeps a cone about the axis, of any opening: the machine
+///    reaches the orientations on it and no others.
+/// 2. On the table the pivot is a point of the axis, and the tool length reaches from the tip to
+///    the spindle nose. In the head the tool length reaches from the tip to the axis, and the pivot
+///    is added as it stands, without being turned: a constant offset, deliberately.
+/// 3. Angles are degrees, lengths in the machine's units; p_part in the part's frame, p_mach the
+///    positions of the linear axes.
+///
+/// The part origin is referred to and must outlive the object.
+class KANDREL_API zv4axKinematics {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  /// `machDef` is normalised.
+  zv4axKinematics(const zv4axMachDef& machDef, const Point& partOrigin,
+                  double toolLengthCompensation);
+  zv4axKinematics(const zv4axMachDef&, const Point&&, double) = delete;
+
+  /// The angle, in [-180, 180], at which the tool points along a unit vector that lies on the cone.
+  /// With c the cosine between it and the spindle, |c^2 - 1| <= poleEps counts as along the spindle
+  /// or against it: the angle is exactly 0 or 180. Angles below 8.1e-4 degrees come out as 0.
+  zvSolvedAngle Angle(const Point& dir_tool, double poleEps) const noexcept {
+    const double c = Dot(m_spindle, dir_tool);
+    if (std::fabs(c * c - 1) <= poleEps) [[unlikely]]
+      return misc::SafeAcosRad(c) < misc::kPi / 2 ? zvSolvedAngle{0, {1, 0}}
+                                                  : zvSolvedAngle{180, {-1, 0}};
+    // c is the cosine of the way over the sphere, which is the turn about the axis only where the
+    // spindle stands square to it; on any other cone the parts along the axis are taken out.
+    const double x = (c - m_alongSquared) / (1 - m_alongSquared);
+    return AngleOfCosine(x, Dot(m_spindleCrossAxis, dir_tool) < 0);
+  }
+
+  const zvOrientationCone& GetCone() const noexcept { return m_cone; }
+
+  Point MachinePosition(const Point& p_part, double deg) const noexcept {
+    return MachinePosition(p_part, zvTurn::OfDegrees(deg));
+  }
+  Point MachinePosition(const Point& p_part, const zvTurn& turn) const noexcept {
+    const Point q = p_part + *m_partOrigin;
+    const Point p_mach =
+        m_isOnTable ? RotateOffLine(q, m_axis, m_pivot, turn) + m_toolVector
+                    : q + m_pivot + RotateOffLine(m_toolVector, m_axis, {}, turn.Reversed());
+    return OnLinearAxes(p_mach);
+  }
+  Point MachinePosition(const zvPosted4axMove& move) const noexcept {
+    return MachinePosition(move.GetPartPosition(), move.GetRotaryAngle());
+  }
+
+  /// The positions of the linear axes for a place in the machine's frame.
+  Point OnLinearAxes(const Point& p) const noexcept { return m_isIdentity ? p : m_inverseAxes * p; }
+
+  /// The inverse of MachinePosition, also for skewed and scaled linear axes.
+  Point PartPosition(const Point& p_mach, double deg) const noexcept;
+  Point PartPosition(const zvPosted4axMove& move) const noexcept {
+    return PartPosition(move.GetMachinePosition(), move.GetRotaryAngle());
+  }
+
+  /// The tool's orientation in the part's frame, a unit vector.
+  Point Orientation(double deg) const noexcept;
+  Point Orientation(const zvPosted4axMove& move) const noexcept {
+    return Orientation(move.GetRotaryAngle());
+  }
+
+ private:
+  friend class zv4axPairSolver;
+
+  zvOrientationCone m_cone;
+  bool m_isOnTable;
+  Point m_spindle;
+  Point m_axis;  // reversed for an axis in the head, so that an angle on either side turns the part
+  Point m_pivot;
+  Point m_toolVector;        // L s
+  double m_alongSquared;     // of the spindle . axis
+  Point m_spindleCrossAxis;  // (t x s) . a is t . (s x a)
+  bool m_isIdentity;
+  cadcam::zvMatrix<double, 4, 4> m_inverseAxes;
+  cadcam::zvMatrix<double, 4, 4> m_axes;
+  const Point* m_partOrigin;
+};
+
+}  // namespace post

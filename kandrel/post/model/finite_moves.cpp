@@ -1,0 +1,10 @@
+#include <kandrel/post/model/finite_moves.h>
+
+namespace post {
+
+void RequireFinite(const cadcam::zvCNCMove& move) {
+  if (!IsFinite(move.GetPosition()) || !IsFinite(move.GetOrientation()))
+    throw zvPostException(5039);
+}
+
+}  // namespace post

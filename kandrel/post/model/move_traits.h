@@ -1,0 +1,39 @@
+// zvMoveTraits: what the passes over posted lists need to know of a class of move.
+#pragma once
+
+#include <kandrel/misc/angles.h>
+#include <kandrel/post/model/posted_move.h>
+
+namespace post {
+
+/// The rotary angles of a posted move by index, and whether one is undetermined: at its pole.
+template <class Move>
+struct zvMoveTraits;
+
+template <>
+struct zvMoveTraits<zvPosted4axMove> {
+  static constexpr int kAxes = 1;
+  static double Angle(const zvPosted4axMove& move, int) noexcept { return move.GetRotaryAngle(); }
+  static void SetAngle(zvPosted4axMove& move, int, double deg) noexcept {
+    move.SetRotaryAngle(deg);
+  }
+  static bool IsAtPoleOf(const zvPosted4axMove&, int) noexcept { return false; }
+  static void LeavePole(zvPosted4axMove&) noexcept {}
+};
+
+template <>
+struct zvMoveTraits<zvPosted5axMove> {
+  static constexpr int kAxes = 2;
+  static double Angle(const zvPosted5axMove& move, int axis) noexcept {
+    return move.GetAngle(static_cast<std::int16_t>(axis));
+  }
+  static void SetAngle(zvPosted5axMove& move, int axis, double deg) noexcept {
+    move.SetAngle(deg, static_cast<std::int16_t>(axis));
+  }
+  static bool IsAtPoleOf(const zvPosted5axMove& move, int axis) noexcept {
+    return move.GetPoleStatus() == static_cast<std::uint32_t>(axis) + 1;
+  }
+  static void LeavePole(zvPosted5axMove& move) noexcept { move.SetPoleStatus(0); }
+};
+
+}  // namespace post

@@ -1,0 +1,83 @@
+// The visitors that tell a posted move's class and fold extents.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/post/model/posted_move_visitor.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace post {
+
+/// Writes the class of the visited move into an integer of the caller's, which outlives it: 0 for a
+/// 3-axis move to 3 for a 6-axis move, as zvMachDef::NumbersOfAxes. A move of no class throws
+/// zvException 2183 "Abstract function called".
+class KANDREL_API zvPostedVisitorMoveType : public zvPostedVisitor {
+ public:
+  explicit zvPostedVisitorMoveType(int& type) : m_type(&type) {}
+
+  void Visit(const zvPosted6axMove& move) override;
+  void Visit(const zvPosted5axMove& move) override;
+  void Visit(const zvPosted4axMove& move) override;
+  void Visit(const zvPosted3axMove& move) override;
+  void Visit(const zvPostedMove& move) override;
+
+ private:
+  int* m_type;
+};
+
+/// Folds a position, followed by the rotary angles, of the visited moves into a vector of the
+/// caller's, value by value. The first move sizes and fills it, whatever it held; a later move of
+/// another class compares as many values as both have.
+///
+/// 6-axis moves add nothing: extents serve up to five axes, deliberately. A move of no class throws
+/// zvPostException 2503.
+class KANDREL_API zvPostedExtentVisitor : public zvPostedVisitor {
+ public:
+  void Visit(const zvPosted6axMove& move) override;
+  void Visit(const zvPosted5axMove& move) override;
+  void Visit(const zvPosted4axMove& move) override;
+  void Visit(const zvPosted3axMove& move) override;
+  void Visit(const zvPostedMove& move) override;
+
+ protected:
+  enum class Position { kMachine, kPart };
+  enum class Side { kMin, kMax };
+
+  zvPostedExtentVisitor(std::vector<double>& extent, Position position, Side side)
+      : m_extent(&extent), m_position(position), m_side(side) {}
+
+ private:
+  void Fold(const zvPostedMove& move, const double* angles, std::size_t angleCount);
+
+  std::vector<double>* m_extent;
+  bool m_hasFirst = false;
+  Position m_position;
+  Side m_side;
+};
+
+class KANDREL_API zvPostedVisitorMachMin : public zvPostedExtentVisitor {
+ public:
+  explicit zvPostedVisitorMachMin(std::vector<double>& extent)
+      : zvPostedExtentVisitor(extent, Position::kMachine, Side::kMin) {}
+};
+
+class KANDREL_API zvPostedVisitorMachMax : public zvPostedExtentVisitor {
+ public:
+  explicit zvPostedVisitorMachMax(std::vector<double>& extent)
+      : zvPostedExtentVisitor(extent, Position::kMachine, Side::kMax) {}
+};
+
+class KANDREL_API zvPostedVisitorPartMin : public zvPostedExtentVisitor {
+ public:
+  explicit zvPostedVisitorPartMin(std::vector<double>& extent)
+      : zvPostedExtentVisitor(extent, Position::kPart, Side::kMin) {}
+};
+
+class KANDREL_API zvPostedVisitorPartMax : public zvPostedExtentVisitor {
+ public:
+  explicit zvPostedVisitorPartMax(std::vector<double>& extent)
+      : zvPostedExtentVisitor(extent, Position::kPart, Side::kMax) {}
+};
+
+}  // namespace post

@@ -1,0 +1,271 @@
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/polynomial.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/model/post_exception.h>
+#include <kandrel/post/passes/blending.h>
+#include <kandrel/post/passes/move_between.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace post {
+
+namespace {
+
+using Move = zvPosted5axMove;
+using List = misc::zvMemoryPoolList<Move>;
+using Iterator = List::iterator;
+using Point = cadcam::zvTPoint3d<double>;
+using Polynomial = mathdef::zvPolynomial<double>;
+using Ranges = std::array<zvRotaryRange, 2>;
+
+bool IsZero(double deg) {
+  return std::fabs(deg) <= misc::kEqual;
+}
+
+// A turn by its size and, reversed, its sense: -1 when it rises. Angles of the raw range [-180,
+// 180] are assumed: the reduced difference is not circular.
+struct Jump {
+  double size;
+  double sense;
+};
+
+Jump SignedJump(double from, double to) {
+  const double plain = std::fabs(from - to);
+  const double reducedFrom = misc::WrapTo360(from);
+  const double reducedTo = misc::WrapTo360(to);
+  const double reduced = std::fabs(reducedFrom - reducedTo);
+  if (plain < reduced) return {plain, to <= from ? 1.0 : -1.0};
+  return {reduced, reducedFrom < reducedTo ? -1.0 : 1.0};
+}
+
+// The same for an axis of this range. Angles may have been wrapped into it before: where it has
+// room for a whole turn and the way round, the short way is taken.
+Jump JumpWithin(const zvRotaryRange& range, double from, double to) {
+  const Jump jump = SignedJump(from, to);
+  const double around = misc::kFullTurnDeg - jump.size;
+  if (jump.size > around && range.max - range.min >= misc::kFullTurnDeg + around)
+    return {around, -jump.sense};
+  return jump;
+}
+
+// The arc length at which the curve turns by `step` where it is steepest: at an end of the run, or
+// at the vertex of its slope, a parabola, where that lies inside. Infinite where nothing turns.
+double StepOnCurve(double step, const Polynomial& p, double length) {
+  const Polynomial slope = p.Derivative();
+  const Polynomial bend = slope.Derivative();
+  const double vertex = -bend.GetCoefficient(0) / bend.GetCoefficient(1);
+  double steepest = std::max(std::fabs(slope.Evaluate(0)), std::fabs(slope.Evaluate(length)));
+  if (vertex >= 0 && vertex <= length)
+    steepest = std::max(steepest, std::fabs(slope.Evaluate(vertex)));
+  return step / steepest;
+}
+
+class Run {
+ public:
+  Run(List& list, const zvKDRParam& par, const Ranges& ranges, const zv5axMoveSolver& solver,
+      Iterator first, Iterator last, int axis, std::uint32_t count)
+      : m_list(list),
+        m_par(par),
+        m_solver(solver),
+        m_first(first),
+        m_last(last),
+        m_axis(static_cast<std::int16_t>(axis)),
+        m_other(static_cast<std::int16_t>(1 - axis)),
+        m_range(ranges[static_cast<std::size_t>(m_other)]),
+        m_count(count),
+        m_start(first->GetAngle(m_other)),
+        m_jump(JumpWithin(m_range, m_start, last->GetAngle(m_other))) {
+    for (Iterator move = first; move != last; ++move)
+      m_length += PartDistance(*move, *std::next(move));
+  }
+
+  bool IsToBeBlended() const {
+    const double step = m_par.GetMaxAngleStep();
+    return step > 0 && m_jump.size >= step &&
+           (m_jump.size <= m_par.GetMaxAngleJump() || m_count > 1) && m_length > misc::kEqual;
+  }
+
+  bool BlendLinearly() {
+    TurnMoves([this](double s) { return m_jump.size * s / m_length; });
+    if (IsWithinStep()) return true;
+    // The spacing is a ratio of angles that serves as a length: deliberate. Each new move has the
+    // angle of its segment's end.
+    InsertMoves(m_jump.size / m_par.GetMaxAngleStep(),
+                [this](double, double segmentEnd) { return m_jump.size * segmentEnd / m_length; });
+    return true;
+  }
+
+  bool BlendOnCubic() {
+    const Polynomial p = FitCubic();
+    const double spacing = StepOnCurve(m_par.GetMaxAngleStep(), p, m_length);
+    if (!(spacing > misc::kEqual)) return false;
+    TurnMoves([&p](double s) { return p.Evaluate(s); });
+    if (!IsWithinStep())
+      InsertMoves(spacing, [&p](double position, double) { return p.Evaluate(position); });
+    return true;
+  }
+
+ private:
+  double AngleAt(double turned) const { return m_start - m_jump.sense * turned; }
+
+  // Gives each move strictly between the ends its turned angle by the arc length from the first.
+  template <class Turn>
+  void TurnMoves(const Turn& turn) {
+    double s = 0;
+    Iterator before = m_first;
+    for (Iterator move = std::next(m_first); move != m_last; before = move++) {
+      s += PartDistance(*before, *move);
+      move->SetAngle(AngleAt(turn(s)), m_other);
+      move->SetAngle(0, m_axis);
+      move->SetMachinePosition(m_solver.GetKinematics().MachinePosition(*move));
+    }
+  }
+
+  bool IsWithinStep() const {
+    for (Iterator move = m_first; move != m_last;) {
+      ++move;
+      if (JumpWithin(m_range, m_start, move->GetAngle(m_other)).size > m_par.GetMaxAngleStep())
+        return false;
+    }
+    return true;
+  }
+
+  // Puts a move at every multiple of the spacing, into the segment in which it falls.
+  template <class Turn>
+  void InsertMoves(double spacing, const Turn& turn) {
+    constexpr double kLargestCount = 2147483646;
+    if (!(m_length / spacing <= kLargestCount)) throw zvPostException(5039);
+    double position = spacing;
+    double s = 0;
+    for (Iterator start = m_first; start != m_last && position < m_length;) {
+      const Iterator end = std::next(start);
+      const double segment = PartDistance(*start, *end);
+      while (position < m_length && position < s + segment) {
+        const double t = std::fabs(position - s) / segment;
+        if (!(t >= 0 && t <= 1)) return;
+        const double other = AngleAt(turn(position, s + segment));
+        m_list.EmplaceWith(end, [&] { return BlendMove(*start, *end, t, other); });
+        position += spacing;
+      }
+      s += segment;
+      start = end;
+    }
+  }
+
+  // A move on the segment from a to b; its orientation is that of an end on the run's pole. The
+  // other axis may stand at 0 by chance.
+  Move BlendMove(const Move& a, const Move& b, double t, double other) const {
+    const auto isOnPole = [this](const Move& move) { return IsZero(move.GetAngle(m_axis)); };
+    if (!isOnPole(a) && !isOnPole(b)) return Move(a.HasNoExtended() || b.HasNoExtended());
+    return MoveBetween(a, b, t, m_other == 0 ? other : 0, m_other == 1 ? other : 0,
+                       isOnPole(a) ? a.GetOrientation() : b.GetOrientation(),
+                       m_solver.GetKinematics());
+  }
+
+  // The mean slope of the other axis over half the run's length beyond one of its ends.
+  struct Slope {
+    double length = 0;
+    double turned = 0;
+
+    void Add(const Move& earlier, const Move& later, std::int16_t axis,
+             const zvRotaryRange& range) {
+      length += PartDistance(earlier, later);
+      const Jump jump = JumpWithin(range, earlier.GetAngle(axis), later.GetAngle(axis));
+      turned += jump.size * jump.sense;
+    }
+  };
+
+  // A slope of the cubic. Neighbours may be as steep as they like, and as short; within three times
+  // the mean a cubic without reversed ends doesn't turn back (Fritsch and Carlson, 1980).
+  double Bounded(double slope) const {
+    const double steepest = 3 * m_jump.size / m_length;
+    return std::clamp(slope, -steepest, steepest);
+  }
+
+  // p(0) = 0, p'(0) = mb, p(L) = jump, p'(L) = ma.
+  Polynomial FitCubic() const {
+    Slope after;
+    for (Iterator a = m_last, b = std::next(a); b != m_list.end() && after.length < m_length / 2;
+         a = b++)
+      after.Add(*a, *b, m_other, m_range);
+    Slope before;
+    for (Iterator b = m_first; b != m_list.begin() && before.length < m_length / 2; --b)
+      before.Add(*std::prev(b), *b, m_other, m_range);
+
+    const double l = m_length;
+    const double jump = m_jump.size;
+    // Rounds as the sums over run and neighbours would.
+    const double afterLength = (after.length + l) - l;
+    const double ma = afterLength == 0 ? 0 : Bounded(((after.turned + jump) - jump) / afterLength);
+    const double mb = before.length == 0 ? 0 : Bounded(before.turned / before.length);
+    const double quadratic = (3 * jump / l - 2 * mb - ma) / l;
+    const double cubic = (ma + mb - 2 * jump / l) / (l * l);
+    return Polynomial({0, mb, quadratic, cubic});
+  }
+
+  List& m_list;
+  const zvKDRParam& m_par;
+  const zv5axMoveSolver& m_solver;
+  Iterator m_first;
+  Iterator m_last;
+  std::int16_t m_axis;   // stands at 0
+  std::int16_t m_other;  // jumps
+  zvRotaryRange m_range;
+  std::uint32_t m_count;
+  double m_start;
+  Jump m_jump;
+  double m_length = 0;
+};
+
+}  // namespace
+
+bool BlendsPoles(const zvKDRParam& par) {
+  return par.GetPoleHandling() == zvKDRParam::poleHandling2 ||
+         par.GetPoleHandling() == zvKDRParam::poleHandling3;
+}
+
+std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const Ranges& ranges,
+                         const zv5axMoveSolver& solver) {
+  if (!BlendsPoles(par)) return 0;
+  const bool isCubic = par.GetPoleHandling() == zvKDRParam::poleHandling3;
+  const zv5axMoveSolver::PoleCone cone = solver.MakePoleCone(par.GetPoleAngleTolerance());
+  const Point& a1 = solver.GetKinematics().GetFirstWorkingDirection();
+  // Whether turning the axis that isn't at 0 leaves the tool where it is.
+  const auto turnsFreely = [&](const Move& move, int axisAtZero) {
+    if (axisAtZero == 0) return true;
+    // Moves of linear axes hold a marker instead of their orientation.
+    const Point t = par.GetInterpolationMode() == 0 ? move.GetOrientation()
+                                                    : solver.GetKinematics().Orientation(move);
+    // Normalised as the solver does, so that both find the same poles, whatever the length.
+    const double c = Dot(t / t.Length(), a1);
+    return std::fabs(c * c - 1) <= cone.eps;
+  };
+
+  std::uint32_t blended = 0;
+  for (Iterator first = list.begin(); first != list.end();) {
+    Iterator next = std::next(first);
+    // Off the second axis' pole a stretch with the first at 0 is none, and may have one inside.
+    for (std::int16_t axis = cone.onSecondPole ? 0 : 1; axis < 2; ++axis) {
+      if (IsZero(first->GetAngle(axis))) continue;
+      std::uint32_t count = 0;
+      bool isPole = true;
+      Iterator last = std::next(first);
+      for (; last != list.end() && IsZero(last->GetAngle(axis)); ++last) {
+        ++count;
+        isPole = isPole && turnsFreely(*last, axis);
+      }
+      if (count == 0 || last == list.end()) continue;
+      // Found: the walk goes on from the end, whether or not the run is blended.
+      next = last;
+      Run run(list, par, ranges, solver, first, last, axis, count);
+      if (isPole && run.IsToBeBlended())
+        blended += isCubic ? run.BlendOnCubic() : run.BlendLinearly();
+      break;
+    }
+    first = next;
+  }
+  return blended;
+}
+
+}  // namespace post

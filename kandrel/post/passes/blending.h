@@ -1,0 +1,36 @@
+// Blending: smooth rotary motion through poles.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/passes/limit_checker.h>
+
+#include <array>
+#include <cstdint>
+
+namespace post {
+
+/// Where one axis stands at 0 on its pole, the other has frozen and jumps at the end of the run.
+/// This spreads the jump over the run: evenly over its length with poleHandling 2, on a cubic whose
+/// ends continue the motion before and after with 3, not at all with another value.
+///
+/// 1. Only runs on a pole are blended: there the other axis doesn't turn the tool. A stretch where
+///    an axis merely happens to stand at 0 is left alone.
+/// 2. Runs before the first determined move are not blended, nor runs of no length.
+/// 3. Linear in the number of moves. Angles are not winded yet, but may lie in their `ranges`.
+/// 4. The slopes of a cubic's ends are at most three times the run's mean.
+///
+/// Steps and the way are those of `par`, the kinematics and the pole those of `solver`. Returns the
+/// number of poles blended. Throws zvPostException 5039 for more than 2^31 - 2 moves in one run.
+KANDREL_API std::uint32_t BlendPoles(misc::zvMemoryPoolList<zvPosted5axMove>& list,
+                                     const zvKDRParam& par,
+                                     const std::array<zvRotaryRange, 2>& ranges,
+                                     const zv5axMoveSolver& solver);
+
+/// Whether poleHandling is one of the two.
+KANDREL_API bool BlendsPoles(const zvKDRParam& par);
+
+}  // namespace post

@@ -1,0 +1,102 @@
+// Retraction: moves that lift the tool off the part with the rotary axes as they stand.
+#pragma once
+
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/post_exception.h>
+#include <kandrel/post/passes/limit_checker.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace post {
+
+/// A rapid move that lifts the tip of `move` by `distance` along its orientation, as given and
+/// without normalising. `Kinematics` has MachinePosition(move). An extended block keeps its
+/// vectors, id and source index and is marked as inserted. Throws zvPostException 5039 for a lift
+/// that comes out infinite or NaN.
+template <class Move, class Kinematics>
+Move RetractAlongTool(const Kinematics& kinematics, const Move& move, double distance) {
+  Move lifted = move;
+  lifted.SetPartPosition(move.GetPartPosition() + distance * move.GetOrientation());
+  lifted.SetMachinePosition(kinematics.MachinePosition(lifted));
+  if (!IsFinite(lifted.GetPartPosition()) || !IsFinite(lifted.GetMachinePosition()))
+    throw zvPostException(5039);
+  lifted.SetRapid(true);
+  if (!lifted.HasNoExtended()) lifted.SetInserted(true);
+  lifted.SetReservedSingle(0);
+  lifted.SetMoveTime(0);
+  return lifted;
+}
+
+/// What RetractToMachineLimits works out anew before it lifts.
+enum class zvRecompute {
+  kPartPosition = 0,
+  kMachinePosition = 1,
+  kNothing = 2,
+};
+
+/// A rapid move that lifts the tool along its axis until the first linear axis touches its limit,
+/// where it stands exactly; an infinite limit is none. It may be a short lift, or none, where the
+/// move stands at its limit. An orientation that is exactly zero is taken from the angles if
+/// `useAngles`, else zvPostException 5039. Throws 5008 when the move stands outside the linear
+/// limits, or the lifted one would, and 5039 where no axis moves towards a limit or the lift comes
+/// out infinite or NaN.
+template <class Move, class Kinematics>
+Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machDef,
+                            const Move& move, bool useAngles, zvRecompute recompute) {
+  using Point = cadcam::zvTPoint3d<double>;
+  Move start = move;
+  if (start.GetOrientation().IsZero()) {
+    if (!useAngles) throw zvPostException(5039);
+    start.SetOrientation(kinematics.Orientation(start));
+  }
+  if (recompute == zvRecompute::kPartPosition)
+    start.SetPartPosition(kinematics.PartPosition(start));
+  if (recompute == zvRecompute::kMachinePosition)
+    start.SetMachinePosition(kinematics.MachinePosition(start));
+  if (!LinearOut(start.GetMachinePosition(), machDef).IsNone()) throw zvPostException(5008);
+
+  // How far the limits are doesn't depend on the orientation's length, but rounding does: one so
+  // short or long that motion couldn't be told from noise is lifted along as a unit vector.
+  const Point given = start.GetOrientation();
+  constexpr double kShort = 0.01;
+  constexpr double kLong = 100;
+  if (const double length = given.Length(); !(length >= kShort && length <= kLong))
+    start.SetOrientation(given / length);
+
+  constexpr double kProbe = 1000;
+  const Point& from = start.GetMachinePosition();
+  const Point d = RetractAlongTool(kinematics, start, kProbe).GetMachinePosition() - from;
+  // Kinematics leave noise where there is no motion, and a move on its limit may stand past it by
+  // rounding: neither may turn the lift into none or into a plunge.
+  const auto isStill = [](double step) { return std::fabs(step) <= misc::kNoMotion; };
+  const auto factor = [&](double position, double step, double low, double high) {
+    const double limit = step < 0 ? low : high;
+    if (isStill(step) || std::isinf(limit)) return misc::kNoValue;
+    return std::max(0.0, (limit - position) / step);
+  };
+  const Point& low = machDef.GetMinLimits();
+  const Point& high = machDef.GetMaxLimits();
+  const double fx = factor(from.x, d.x, low.x, high.x);
+  const double fy = factor(from.y, d.y, low.y, high.y);
+  const double fz = factor(from.z, d.z, low.z, high.z);
+  const double smallest = std::min({fx, fy, fz});
+  // Without a limit the distance is infinite, and refused.
+  Move lifted = RetractAlongTool(kinematics, start, kProbe * smallest);
+  lifted.SetOrientation(given);
+  Point touched = lifted.GetMachinePosition();
+  // An axis that doesn't move stays where it is: on its limit, noise would take it past.
+  const auto settle = [&](double& value, double f, double step, double still, double limit) {
+    if (isStill(step)) value = still;
+    if (f == smallest) value = limit;
+  };
+  settle(touched.x, fx, d.x, from.x, d.x < 0 ? low.x : high.x);
+  settle(touched.y, fy, d.y, from.y, d.y < 0 ? low.y : high.y);
+  settle(touched.z, fz, d.z, from.z, d.z < 0 ? low.z : high.z);
+  lifted.SetMachinePosition(touched);
+  if (!LinearOut(touched, machDef).IsNone()) throw zvPostException(5008);
+  return lifted;
+}
+
+}  // namespace post

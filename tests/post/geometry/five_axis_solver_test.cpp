@@ -1,0 +1,496 @@
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/host_hooks.h>
+#include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/geometry/solution_choice.h>
+#include <kandrel/post/model/post_exception.h>
+#include <tests/support/five_axis_scenes.h>
+#include <tests/support/throws_id.h>
+#include <tests/support/toolpath_builders.h>
+
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+namespace {
+
+using post::zv5axMoveSolver;
+using post::zvKDRParam;
+using post::zvPosted5axMove;
+using post::zvPostedMove;
+using post::zvPostException;
+using post::zvRotarySolution;
+using post::zvRotarySolutions;
+using tests::Distance;
+using tests::FiveAxisScene;
+using tests::Point;
+using tests::RandomScene;
+using tests::Seeded;
+using tests::ThrowsId;
+using tests::ToPoint;
+using tests::ToVector;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kPi = 3.14159265358979323846;
+constexpr int kCases = 20000;
+
+Point InPlaneXZ(double deg) {
+  return {std::sin(deg * kPi / 180), 0, std::cos(deg * kPi / 180)};
+}
+
+testing::AssertionResult IsNull(const std::function<void()>& action) {
+  return ThrowsId<cadcam::zvcadcamException>(action, 2189);
+}
+
+post::zvSolutionPair SolveMove(const zv5axMoveSolver& solver, const Point& p_part,
+                               const Point& orientation, double poleTolerance = 1e308) {
+  return solver.Solve(tests::Move5(p_part, orientation), zvPostedMove::noLink, 0, false,
+                      poleTolerance, true, 0);
+}
+
+zvRotarySolutions SolveAngles(const zv5axMoveSolver& solver, const Point& p_part,
+                              const Point& orientation, double lastFirstAngle = 0) {
+  return solver.SolveAngles(p_part, orientation, solver.MakePoleCone(), lastFirstAngle);
+}
+
+double DegreesBetween(const Point& a, const Point& b) {
+  return std::acos(std::clamp(tests::rigid::Cosine(ToVector(a), ToVector(b)), -1.0, 1.0)) * 180 /
+         kPi;
+}
+
+// The smallest and the largest angle between tool and first axis over a whole turn of the second:
+// what an orientation needs to be reached.
+std::pair<double, double> ReachOf(const FiveAxisScene& scene) {
+  double least = 180, most = 0;
+  for (int i = 0; i < 720; ++i) {
+    const double deg = DegreesBetween(scene.Tool(0, 0.5 * i), scene.machine.first);
+    least = std::min(least, deg);
+    most = std::max(most, deg);
+  }
+  return {least, most};
+}
+
+TEST(FiveAxisSolver, PutsTipAndToolOnTheRigidModelInBothSolutions) {
+  Seeded random;
+  int solved = 0, refused = 0;
+  for (int i = 0; i < kCases / 10; ++i) {
+    const FiveAxisScene scene = RandomScene(random);
+    const zv5axMoveSolver solver = scene.Solver();
+    const auto model = scene.Model();
+    const auto [least, most] = ReachOf(scene);
+    for (int k = 0; k < 10; ++k) {
+      const Point p_part = random.Vector(400);
+      const Point orientation = random.UnitVector() * random.Real(0.5, 3);
+      const double deg = DegreesBetween(orientation, scene.machine.first);
+      const double slack = 0.3;  // as coarse as the reach is known
+      zvRotarySolutions solutions;
+      try {
+        solutions = SolveAngles(solver, p_part, orientation);
+      } catch (const zvPostException& e) {
+        ASSERT_EQ(e.GetId(), 5000u);
+        ASSERT_FALSE(least + slack < deg && deg < most - slack) << i << ' ' << deg;
+        ++refused;
+        continue;
+      }
+      ++solved;
+      ASSERT_TRUE(least - slack < deg && deg < most + slack)
+          << i << ' ' << deg << " not in " << least << ".." << most;
+      const double size = scene.Size() + p_part.Length();
+      const Point unit = orientation.Normalized();
+      // There are two ways to reach a direction, and both are told.
+      ASSERT_TRUE(
+          solutions.poleStatus != 0 ||
+          misc::CircularDistance(solutions.first.secondAngle, solutions.mirror.secondAngle) > 0);
+      // A pole is a cone of 0.01 degrees.
+      const double snap = solutions.poleStatus == 0 ? 2e-5 : 2e-4;
+      for (const zvRotarySolution* s : {&solutions.first, &solutions.mirror}) {
+        const auto pose = model.At(ToVector(s->position), s->firstAngle, s->secondAngle);
+        ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-9 * size) << i;
+        ASSERT_LE(Distance(ToPoint(pose.axis), unit), snap) << i;
+        ASSERT_LE(std::fabs(s->firstAngle), 180);
+        ASSERT_LE(std::fabs(s->secondAngle), 180);
+        ASSERT_LE(Distance(solver.PartPosition(s->position, s->firstAngle, s->secondAngle), p_part),
+                  1e-9 * size);
+      }
+    }
+  }
+  EXPECT_GT(solved, kCases / 2);
+  EXPECT_GT(refused, kCases / 20);
+}
+
+TEST(FiveAxisSolver, GivesPublishedAnglesInBothSolutions) {
+  FiveAxisScene scene;
+  scene.origin = {0, 0, 70};
+  scene.toolLength = 150;
+  const zvRotarySolutions s =
+      SolveAngles(scene.Solver(), {113.5608, 7.7353, -2.2093}, {-0.1073, 0.6249, 0.7733});
+  for (const auto& got : {s.first, s.mirror}) {
+    const double side = got.secondAngle > 0 ? 1 : -1;
+    EXPECT_NEAR(got.firstAngle, side > 0 ? -9.7431 : 170.2569, 1e-4);
+    EXPECT_NEAR(got.secondAngle, side * 39.3491, 1e-4);
+    EXPECT_LE(Distance(got.position, {side * 113.2319, side * -51.948, 195.0711}), 2e-4);
+  }
+}
+
+TEST(FiveAxisSolver, NamesPolesAndLeavesTheirAngleAtZero) {
+  FiveAxisScene conventional;
+  conventional.machine.kind = 0;
+  conventional.machine.first = {0, 0, -1};
+  conventional.machine.second = {0, -1, 0};
+  // The second axis and the spindle 0.005 degrees apart: all orientations are on its pole.
+  FiveAxisScene secondPole;
+  secondPole.machine.first = {0, 1, 0};
+  secondPole.machine.second = InPlaneXZ(0.005);
+  FiveAxisScene bothPoles = secondPole;
+  bothPoles.par.SetPoleAngleTolerance(0.1);
+  bothPoles.machine.first = InPlaneXZ(-0.09);
+  const struct {
+    const FiveAxisScene& scene;
+    Point orientation;
+    std::uint32_t status;
+  } cases[] = {
+      {conventional, {0, 0, 1}, 1},
+      {conventional, {0, 0, -2}, 1},
+      {conventional, InPlaneXZ(0.0099), 1},
+      {conventional, InPlaneXZ(0.0101), 0},
+      {conventional, InPlaneXZ(180 - 0.0099), 1},
+      {conventional, InPlaneXZ(90), 0},
+      {secondPole, {1, 0, 0}, 2},
+      {bothPoles, {0, 0, 1}, 2},
+  };
+  for (const auto& c : cases) {
+    const zvRotarySolutions s = SolveAngles(c.scene.Solver(), {10, 20, 30}, c.orientation);
+    EXPECT_EQ(s.poleStatus, c.status) << c.orientation.x << ' ' << c.orientation.z;
+    for (const zvRotarySolution* x : {&s.first, &s.mirror}) {
+      EXPECT_TRUE((c.status != 1 && &c.scene != &bothPoles) || x->firstAngle == 0);
+      EXPECT_TRUE(c.status != 1 || std::fabs(x->secondAngle) == std::fabs(s.first.secondAngle));
+      EXPECT_TRUE(c.status != 2 || x->secondAngle == 0);
+    }
+  }
+}
+
+TEST(FiveAxisSolver, RefusesOnlyWhatIsOutOfReach) {
+  const auto solve = [](double deg, double poleTolerance, const Point& orientation) {
+    FiveAxisScene scene;  // the first axis calibrated `deg` off the spindle
+    scene.machine.first = InPlaneXZ(deg);
+    scene.machine.second = {0, -1, 0};
+    scene.par.SetPoleAngleTolerance(poleTolerance);
+    return SolveAngles(scene.Solver(), {}, orientation);
+  };
+  // Snapping to the pole would take these out of reach: they are not.
+  EXPECT_EQ(solve(0.007, 0.01, {0, 0, 1}).poleStatus, 1u);
+  EXPECT_EQ(solve(0.02, 0.1, {0, 0, 1}).poleStatus, 1u);
+
+  // A nutating head of 45 degrees reaches a cone of 90 about its first axis.
+  FiveAxisScene nutating;
+  nutating.machine.kind = 1;
+  nutating.machine.second = {0, 1, 1};
+  const zv5axMoveSolver solver = nutating.Solver();
+  const auto reaches = [&](double deg) { SolveAngles(solver, {}, InPlaneXZ(deg)); };
+  EXPECT_NO_THROW(reaches(89.999));
+  // By rounding at the border: w is -0.5e-8, and both solutions coincide.
+  const double past = 90 + 0.5e-8 / 2 * 180 / kPi;
+  const zvRotarySolutions s = SolveAngles(solver, {}, InPlaneXZ(past));
+  EXPECT_NEAR(s.first.firstAngle, s.mirror.firstAngle, 1e-2);
+  EXPECT_EQ(s.first.secondAngle, s.mirror.secondAngle);
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { reaches(90.001); }, 5000));
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { reaches(180); }, 5000));
+}
+
+TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
+  EXPECT_TRUE(IsNull([&] { SolveMove(solver, {}, {0, -0.0, 0}); }));
+  EXPECT_NO_THROW(SolveMove(solver, {}, {1e-200, 0, 1e-200}));
+  EXPECT_NO_THROW(SolveMove(solver, {}, {1e200, 0, 1e200}));
+  for (const double bad : {kNaN, kInfinity, -kInfinity})
+    for (int axis = 0; axis < 6; ++axis) {
+      double v[6] = {1, 2, 3, 0, 0.6, 0.8};
+      v[axis] = bad;
+      const Point p(v[0], v[1], v[2]), t(v[3], v[4], v[5]);
+      EXPECT_TRUE(ThrowsId<zvPostException>([&] { SolveMove(solver, p, t); }, 5039)) << axis;
+    }
+  // Rotary axes that are parallel or nearly so: the definition refuses equal directions only. Of
+  // the second pair rounding leaves a vector product of 1e-16.
+  const std::array<std::pair<Point, Point>, 4> parallels{{{{1, 0, 0}, {-1, 0, 0}},
+                                                          {{1, 1, 1}, {1 + 1e-15, 1, 1}},
+                                                          {{1, 0, 0}, {1, 1e-5, 0}},
+                                                          {{1, 0, 0}, {-1, 0, 0.999e-3}}}};
+  for (const auto& [a1, a2] : parallels) {
+    FiveAxisScene parallel;
+    parallel.machine.first = a1;
+    parallel.machine.second = a2;
+    const zv5axMoveSolver parallelSolver = parallel.Solver();
+    for (const Point& orientation : {Point{1, 0, 0}, Point{0, 0, 1}, Point{0.6, 0, 0.8}})
+      EXPECT_TRUE(IsNull([&] { SolveMove(parallelSolver, {}, orientation); }));
+  }
+  FiveAxisScene skew;
+  skew.machine.first = {0, 1.001e-3, 1};
+  skew.machine.second = {0, 0, 1};
+  skew.machine.spindle = {1, 0, 0};
+  EXPECT_NO_THROW(SolveMove(skew.Solver(), {}, {1, 0, 0}));
+}
+
+TEST(FiveAxisSolver, CarriesTheMoveIntoBothSolutions) {
+  const FiveAxisScene scene;
+  const zv5axMoveSolver solver = scene.Solver();
+  const auto move = tests::Move5({1, 2, 3}, {0, 0.6, 0.8}, 500, true);
+  const auto [first, mirror] = solver.Solve(move, zvPostedMove::link3, 42, true, 1e308, false, 0);
+  const auto small = solver.Solve(move, zvPostedMove::link3, 42, true, 1e308, true, 0);
+  EXPECT_TRUE(small.first.HasNoExtended());
+  zvPosted5axMove expected(small.first.GetMachinePosition(), {1, 2, 3}, {0, 0.6, 0.8},
+                           small.first.GetAngle(0), small.first.GetAngle(1), 0, 500, true,
+                           zvPostedMove::link3, {2, 4, 6}, {0, 1, 0}, 7, true, 42, true);
+  EXPECT_EQ(first, expected);
+  EXPECT_EQ(small.second, mirror);
+  EXPECT_NE(first.GetAngle(1), mirror.secondAngle);
+  // A pole tolerance given to one call counts there only.
+  for (const double tolerance : {1.0, 1e308, kInfinity})
+    EXPECT_EQ(SolveMove(solver, {}, InPlaneXZ(0.5), tolerance).first.GetPoleStatus(),
+              tolerance == 1 ? 1u : 0u);
+}
+
+TEST(FiveAxisSolver, FixesAnUndeterminedAngleOnTheTip) {
+  Seeded random;
+  for (int i = 0; i < 500; ++i) {
+    FiveAxisScene scene = RandomScene(random);
+    scene.machine.second = tests::Across(scene.machine.first, random);
+    scene.machine.spindle = scene.machine.first;
+    const zv5axMoveSolver solver = scene.Solver();
+    const Point p_part = random.Vector(300);
+    zvPosted5axMove pole = SolveMove(solver, p_part, scene.machine.first).first;
+    ASSERT_EQ(pole.GetPoleStatus(), 1u);
+    zvPosted5axMove previous(true);
+    previous.SetAngle(random.Real(-500, 500), 0);
+    previous.SetAngle(random.Real(-500, 500), 1);
+    previous.SetPoleStatus(1);
+    const zvPosted5axMove before = pole;
+    solver.FixPoleAngle(previous, pole);
+    ASSERT_EQ(pole, before);  // two undetermined moves can't help each other
+    previous.SetPoleStatus(0);
+    solver.FixPoleAngle(previous, pole);
+    ASSERT_EQ(pole.GetPoleStatus(), 0u);
+    ASSERT_EQ(pole.GetAngle(0), previous.GetAngle(0));
+    ASSERT_EQ(pole.GetAngle(1), before.GetAngle(1));
+    const auto pose =
+        scene.Model().At(ToVector(pole.GetMachinePosition()), pole.GetAngle(0), pole.GetAngle(1));
+    ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-9 * scene.Size());
+  }
+}
+
+// Angle and position belong together, and lie inside wherever an angle can.
+TEST(FiveAxisLimitKeeper, FindsAnAngleInsideTheLimitsWhereThereIsOne) {
+  Seeded random;
+  int found = 0, none = 0;
+  for (int i = 0; i < 1500; ++i) {
+    FiveAxisScene scene;
+    scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
+    scene.machine.kind = random.Chance(0.5) ? 2 : 3;
+    scene.machine.first = {0, 0, random.Chance(0.5) ? 1.0 : -1.0};
+    scene.machine.firstPivot = random.Vector(30);
+    if (random.Chance(0.5)) {  // no axis along Z: the scan
+      scene.machine.first = scene.machine.spindle = random.UnitVector();
+      scene.machine.second = tests::Across(scene.machine.first, random);
+    } else if (scene.machine.kind == 2 && random.Chance(0.5)) {  // the pole at a tilt of 90
+      scene.machine.first = {1, 0, 0};
+      scene.machine.second = {0, 1, 0};
+    }
+    scene.machine.secondPivot = random.Vector(30);
+    scene.toolLength = random.Real(0, 50);
+    scene.machine.low = Point{-100, -100, -100} + random.Vector(80);
+    scene.machine.high = Point{100, 100, 100} + random.Vector(80);
+    const Point p_part = random.Vector(150);
+    const double last = random.Real(-720, 720);
+    const zv5axMoveSolver solver = scene.Solver();
+    const zvRotarySolutions s = SolveAngles(solver, p_part, scene.machine.first, last);
+    const auto isInside = [&](const Point& p, double slack) {
+      const Point above = p - scene.machine.low, below = scene.machine.high - p;
+      return std::min({above.x, above.y, above.z, below.x, below.y, below.z}) >= -slack;
+    };
+    for (const zvRotarySolution* x : {&s.first, &s.mirror}) {
+      const auto pose = scene.Model().At(ToVector(x->position), x->firstAngle, x->secondAngle);
+      ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-9 * 500) << i;
+      ASSERT_LE(Distance(ToPoint(pose.axis), scene.machine.first), 2e-5) << i;
+    }
+    const Point free = solver.MachinePosition(p_part, 0, s.first.secondAngle);
+    if (isInside(free, 1e-15)) {
+      ASSERT_EQ(s.poleStatus, 1u);
+      continue;
+    }
+    bool isPossible = false;
+    for (int k = 0; k < 3600 && !isPossible; ++k)
+      isPossible = isInside(solver.MachinePosition(p_part, 0.1 * k, s.first.secondAngle), -0.5);
+    if (s.poleStatus == 0) {
+      ++found;
+      ASSERT_TRUE(isInside(s.first.position, 1e-15)) << i;
+      ASSERT_EQ(s.first.firstAngle, s.mirror.firstAngle);
+    } else {
+      ++none;
+      ASSERT_FALSE(isPossible) << i;
+    }
+  }
+  EXPECT_GT(found, 100);
+  EXPECT_GT(none, 100);
+}
+
+TEST(FiveAxisLimitKeeper, WorksOnlyWhereTheFirstAxisCanCarryThePole) {
+  const struct {
+    std::int32_t kind;
+    double firstZ;
+    bool isActive;
+  } cases[] = {{0, 1, false}, {1, 1, false}, {2, 1, true}, {3, -1, true}};
+  for (const auto& c : cases)
+    for (const auto handling : {zvKDRParam::keepWithinLimits, zvKDRParam::poleHandling3}) {
+      FiveAxisScene scene;
+      scene.par.SetPoleHandling(handling);
+      scene.machine.kind = c.kind;
+      scene.machine.first = {0, 0, c.firstZ};
+      scene.machine.low = {-50, -150, -150};
+      scene.machine.high = {50, 150, 150};
+      // Off in X by a part point that a turn can bring in.
+      const auto status = SolveAngles(scene.Solver(), {100, 0, 0}, {0, 0, 1}).poleStatus;
+      EXPECT_EQ(status, c.isActive && handling == zvKDRParam::keepWithinLimits ? 0u : 1u) << c.kind;
+    }
+}
+
+std::wstring g_debugLine;
+
+// A plane that can't be met to 1e-13 where the circle is as large as the earth.
+TEST(FiveAxisLimitKeeper, SaysSoWhereABisectionEndsNowhere) {
+  FiveAxisScene scene;
+  scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
+  scene.machine.kind = 2;
+  scene.machine.axes = {Point{-1, 0, 0}, Point{0, -1, 0}, Point{0, 0, 1}};
+  scene.machine.low = {0.1, -1e10, -1e10};
+  scene.machine.high = {0.2, 1e10, 1e10};
+  const zv5axMoveSolver solver = scene.Solver();
+  g_debugLine.clear();
+  const auto before =
+      misc::SetDebugLineHook([](std::wstring_view line) noexcept { g_debugLine = line; });
+  const zvRotarySolutions s = SolveAngles(solver, {1e9, 0, 0}, {0, 0, 1});
+  misc::SetDebugLineHook(before);
+  EXPECT_EQ(g_debugLine, L"CTheta Error");
+  EXPECT_EQ(s.poleStatus, 1u);
+  EXPECT_EQ(s.first.position, (Point{-1e9, 0, 0}));
+}
+
+zvRotarySolutions Pair(double a1, double a2, double b1, double b2, const Point& p = {},
+                       const Point& q = {}) {
+  zvRotarySolutions s;
+  s.first = {a1, a2, p};
+  s.mirror = {b1, b2, q};
+  return s;
+}
+
+constexpr Point kFar{1000, 0, 0};
+
+// The machine of the tables: angles within -90..90 and 0..100, slides within 100.
+FiveAxisScene LimitedScene(int limitsCheck, bool byRule, bool mirrorFlag) {
+  FiveAxisScene scene;
+  scene.machine.firstRange = {-90, 90};
+  scene.machine.secondRange = {0, 100};
+  scene.machine.low = {-100, -100, -100};
+  scene.machine.high = {100, 100, 100};
+  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(limitsCheck));
+  scene.par.SetFirstMoveByRule(byRule);
+  scene.par.SetFirstMoveMirror(mirrorFlag);
+  return scene;
+}
+
+TEST(FiveAxisChoice, TakesForTheNextMoveWhatKeepsLimitsAndThenTheNearest) {
+  const struct {
+    int limitsCheck;
+    zvRotarySolutions s;
+    bool byRule, mirrorFlag, expected;
+  } cases[] = {
+      // No limits: the one that doesn't hold the largest travel.
+      {0, Pair(10, 0, 5, 0), true, false, true},
+      {0, Pair(5, 0, 10, 0), true, false, false},
+      {0, Pair(10, 90, 89, 0), true, false, true},
+      {0, Pair(170, 0, -175, 0), true, false, false},
+      {0, Pair(190, 0, -165, 0), true, false, true},  // 170 against 165 on the circle
+      {0, Pair(10, 0, -10, 0), true, false, false},   // a tie
+      {0, Pair(5, 0, 10, 0), false, true, true},
+      {0, Pair(200, 0, 5, 0, kFar), false, false, false},
+      // Linear limits alone, also against the flag.
+      {1, Pair(0, 0, 50, 0, kFar), true, false, true},
+      {1, Pair(50, 0, 0, 0, {}, kFar), true, false, false},
+      {1, Pair(50, 0, 0, 0, kFar, kFar), true, false, true},
+      {1, Pair(0, 0, 50, 0, kFar), false, false, true},
+      {1, Pair(0, 0, 50, 0, {100 + 5e-13, 0, 0}), true, false, false},
+      {1, Pair(0, 0, 50, 0, {100 + 5e-12, 0, 0}), true, false, true},
+      {1, Pair(170, 0, 175, 0), true, false, false},  // angles don't count
+      // Rotary ranges alone, on the circle and with the slack of limitTolerance.
+      {2, Pair(-100, 50, 80, 50), true, false, true},
+      {2, Pair(350, 50, 100, 50), true, false, false},
+      {2, Pair(90.00005, 50, 200, 50), true, false, false},
+      {2, Pair(90.0002, 50, 60, 50), true, false, true},
+      {2, Pair(0, 0, 80, 50, kFar), true, false, false},  // positions don't count
+      // Both.
+      {3, Pair(0, 0, 80, 50, kFar), true, false, true},
+      {3, Pair(-100, 50, 80, 50, {}, kFar), true, false, true},
+      {3, Pair(0, 0, 80, -50, kFar), true, false, false},
+      // Unknown values as 3.
+      {4, Pair(0, 0, 80, 50, kFar), true, false, true},
+      {4, Pair(-100, 50, 80, 50), true, false, true},
+  };
+  for (const auto& c : cases) {
+    const FiveAxisScene scene = LimitedScene(c.limitsCheck, c.byRule, c.mirrorFlag);
+    EXPECT_EQ(post::TakesMirrorNext(0, 0, c.s, scene.par, scene.machine.MachDef()), c.expected)
+        << "case " << &c - cases;
+  }
+}
+
+TEST(FiveAxisChoice, TakesForTheFirstMoveWhatKeepsLimitsAndThenTheRule) {
+  const post::zvLimitType none;
+  const post::zvLimitType xMax{post::zvLimitType::kX, post::zvLimitType::kMaximum};
+  const post::zvLimitType yMin{post::zvLimitType::kY, post::zvLimitType::kMinimum};
+  const Point yLow{0, -200, 0};
+  const struct {
+    int limitsCheck;
+    zvRotarySolutions s;
+    int rule, index;
+    double preferred;
+    bool byRule, mirrorFlag, expected;
+    post::zvLimitType excess;
+  } cases[] = {
+      {0, Pair(0, 0, 50, 0), 0, 0, 0, true, true, false, none},
+      {0, Pair(0, 0, 50, 0), 0, 1, 0, true, false, true, none},
+      {0, Pair(0, 0, 50, 0), 0, -3, 0, true, false, true, none},
+      {0, Pair(0, 0, 50, 0), 1, 1, 40, true, false, true, none},
+      {0, Pair(0, 0, 50, 0), 1, 1, 20, true, false, false, none},
+      {0, Pair(0, 0, 50, 0), 1, 1, 25, true, false, false, none},  // a tie
+      {0, Pair(10, 0, -20, 0), 1, 0, 345, true, false, true, none},
+      {0, Pair(0, 30, 50, -30), 2, 0, -1, true, false, true, none},
+      {0, Pair(0, 30, 50, -30), 2, 0, 1, true, false, false, none},
+      {0, Pair(0, 30, 50, -30), 7, 1, -1, true, false, false, none},
+      {0, Pair(0, 0, 50, 0), 0, 1, 0, false, false, false, none},
+      {0, Pair(0, 0, 50, 0), 0, 0, 0, false, true, true, none},
+      {1, Pair(0, 0, 50, 0, kFar), 0, 0, 0, true, false, true, none},
+      {1, Pair(0, 0, 50, 0, {}, kFar), 0, 1, 0, true, false, false, none},
+      // Both out: the record of the last linear test.
+      {1, Pair(0, 0, 50, 0, kFar, yLow), 0, 0, 0, true, false, false, yMin},
+      {1, Pair(0, 0, 50, 0, yLow, kFar), 0, 1, 0, true, false, true, xMax},
+      // A pure rotary excess sets none, and the rule decides.
+      {2, Pair(-100, 0, 100, 0), 0, 1, 0, true, false, true, none},
+      {3, Pair(-100, 0, 100, 0, kFar, yLow), 0, 1, 0, true, false, true, none},
+      {3, Pair(-100, 0, 80, 50, {}, yLow), 0, 0, 0, true, false, false, yMin},
+      {3, Pair(80, 50, 100, 0, kFar, {}), 0, 0, 0, true, false, false, xMax},
+      {3, Pair(80, 50, 60, 50, kFar, {}), 0, 0, 0, true, false, true, none},
+      {4, Pair(80, 50, 100, 0), 0, 1, 0, true, false, false, none},
+  };
+  for (const auto& c : cases) {
+    FiveAxisScene scene = LimitedScene(c.limitsCheck, c.byRule, c.mirrorFlag);
+    scene.par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(c.rule));
+    scene.par.SetFirstMoveSolutionIndex(static_cast<zvKDRParam::SolutionIndex>(c.index));
+    scene.par.SetFirstMovePreferredAngle(c.preferred);
+    const auto choice = post::ChooseFirst(c.s, scene.par, scene.machine.MachDef());
+    EXPECT_EQ(choice.isMirror, c.expected) << "case " << &c - cases;
+    EXPECT_EQ(choice.excess, c.excess) << "case " << &c - cases;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+#include <kandrel/post/geometry/move_grabber.h>
+#include <kandrel/post/model/post_exception.h>
+#include <tests/support/throws_id.h>
+
+namespace post {
+namespace {
+
+using cadcam::zv3axMove;
+using cadcam::zv5axMove;
+using cadcam::zvCNCMove;
+using Point = cadcam::zvTPoint3d<double>;
+
+const Point kPosition{1, 2, 3};
+const Point kOrientation{0, 0.6, 0.8};
+const zv3axMove kThree(kPosition, kOrientation, 5, true, 6, 7);
+const zv5axMove kFive(kThree, {4, 5, 6}, {7, 8, 9}, 10, true);
+const zv5axMove kUnmarked(kThree, {4, 5, 6}, {7, 8, 9}, 10, false);
+
+// What a grabber and a view read has to be the same.
+void ExpectRead(const zvCNCMove& move, const zv5axMove& expected) {
+  zv5axMove target(Point(9, 9, 9), {1, 0, 0}, {}, {}, 99, true, 99, false);
+  zvCNCMoveGrabber grabber(target);
+  move.AcceptVisitor(grabber);
+  const zvMoveView view(move);
+  EXPECT_EQ(target.GetTag(), expected.GetTag());
+  EXPECT_EQ(target.GetStamp(), expected.GetStamp());
+  const auto expectRead = [&](const auto& read) {
+    EXPECT_EQ(read.GetPosition(), expected.GetPosition());
+    EXPECT_EQ(read.GetOrientation(), expected.GetOrientation());
+    EXPECT_EQ(read.GetFeed(), expected.GetFeed());
+    EXPECT_EQ(read.IsRapid(), expected.IsRapid());
+    EXPECT_EQ(read.GetExtendedPoint(), expected.GetExtendedPoint());
+    EXPECT_EQ(read.GetExtendedVector(), expected.GetExtendedVector());
+    EXPECT_EQ(read.GetExtendedId(), expected.GetExtendedId());
+    EXPECT_EQ(read.HasExtendedData(), expected.HasExtendedData());
+  };
+  expectRead(target);
+  expectRead(view);
+}
+
+TEST(MoveGrabber, ReadsAMoveOfEitherClassAsOneWithABlock) {
+  ExpectRead(kThree, zv5axMove(kThree, kPosition, kOrientation, 0, false));
+  ExpectRead(kFive, kFive);
+  ExpectRead(kUnmarked, kUnmarked);
+}
+
+TEST(MoveGrabber, APlainMoveIsRefused) {
+  constexpr const wchar_t* kText = L"Use of a member function of an abstract class.";
+  const zvCNCMove plain;
+  zv5axMove target = kFive;
+  zvCNCMoveGrabber grabber(target);
+  EXPECT_TRUE(tests::ThrowsId<zvPostException>([&] { plain.AcceptVisitor(grabber); }, 2503, kText));
+  EXPECT_EQ(target.GetExtendedId(), 10u) << "the target stays";
+  EXPECT_TRUE(tests::ThrowsId<zvPostException>([&] { zvMoveView{plain}; }, 2503, kText));
+}
+
+TEST(MoveGrabber, MayGrabItsOwnTargetAndOneAfterAnother) {
+  zv5axMove target = kFive;
+  zvCNCMoveGrabber grabber(target);
+  target.AcceptVisitor(grabber);
+  EXPECT_EQ(target.GetExtendedPoint(), Point(4, 5, 6));
+  kThree.AcceptVisitor(grabber);
+  EXPECT_FALSE(target.HasExtendedData());
+  EXPECT_EQ(target.GetExtendedPoint(), kPosition);
+
+  zvMoveView view(kFive);
+  view = zvMoveView(kThree);
+  EXPECT_FALSE(view.HasExtendedData());
+  EXPECT_EQ(view.GetExtendedVector(), kOrientation);
+}
+
+}  // namespace
+}  // namespace post

@@ -1,0 +1,344 @@
+#include <gtest/gtest.h>
+#include <kandrel/post/passes/blending.h>
+#include <tests/post/passes/pass_machine.h>
+#include <tests/support/five_axis_scenes.h>
+#include <tests/support/toolpath_builders.h>
+
+#include <array>
+#include <vector>
+
+namespace {
+
+using post::zvKDRParam;
+using tests::Distance;
+using tests::Point;
+using Move = post::zvPosted5axMove;
+using Moves = std::vector<Move>;
+
+// A place on the X axis, and the first and second angle.
+struct Line {
+  double x, first, second;
+};
+
+// The tables of pass_machine.h: the second axis stands at 0 on the pole of the first.
+class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
+ protected:
+  Blending() {
+    m_scene.par.SetPoleHandling(zvKDRParam::poleHandling2);
+    m_scene.par.SetMaxAngleJump(1000);
+  }
+
+  static Moves Build(const std::vector<Line>& lines) {
+    Moves moves;
+    for (const Line& line : lines)
+      moves.push_back(tests::TableMove<Move>({line.x, 0, 7}, {line.first, line.second}));
+    return moves;
+  }
+  Moves Blended(const Moves& given) {
+    tests::PassList<Move> moves(given);
+    m_count = post::BlendPoles(moves.list, m_scene.par, m_ranges, m_scene.Solver());
+    return {moves.list.begin(), moves.list.end()};
+  }
+  static void ExpectLines(const Moves& moves, const std::vector<Line>& lines) {
+    ASSERT_EQ(moves.size(), lines.size());
+    const tests::TableKinematics<Move> kinematics;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      SCOPED_TRACE(i);
+      EXPECT_NEAR(moves[i].GetAngle(0), lines[i].first, 1e-9);
+      EXPECT_EQ(moves[i].GetAngle(1), lines[i].second);
+      EXPECT_LT(Distance(moves[i].GetPartPosition(), Point{lines[i].x, 0, 7}), 1e-9);
+      EXPECT_LT(Distance(moves[i].GetMachinePosition(), kinematics.MachinePosition(moves[i])),
+                1e-9);
+      EXPECT_LT(Distance(moves[i].GetOrientation(), kinematics.Orientation(moves[i])), 1e-9);
+    }
+  }
+  // What the moves of the cubic with flat ends have turned.
+  static double Smooth(double jump, double u) { return jump * (3 * u * u - 2 * u * u * u); }
+
+  tests::FiveAxisScene m_scene;
+  std::array<post::zvRotaryRange, 2> m_ranges{{{-1e5, 1e5}, {-1e5, 1e5}}};
+  std::uint32_t m_count = 0;
+};
+
+TEST_F(Blending, LinearSpreadsTheJumpOverTheLength) {
+  const struct {
+    std::vector<Line> given, blended;
+  } cases[] = {
+      // Spacing 60 / 3: a new move at 20 and at 40, each with the angle of its segment's end.
+      {{{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}},
+       {{0, 10, 5}, {10, 22, 0}, {20, 46, 0}, {30, 46, 0}, {40, 70, 0}, {50, 70, 5}}},
+      {{{0, 70, 5}, {10, 70, 0}, {30, 70, 0}, {50, 10, -5}},
+       {{0, 70, 5}, {10, 58, 0}, {20, 34, 0}, {30, 34, 0}, {40, 10, 0}, {50, 10, -5}}},
+      // Two in one segment; segments of no length are passed over.
+      {{{0, 10, 5}, {0, 10, 0}, {45, 10, 0}, {45, 10, 0}, {50, 70, 5}},
+       {{0, 10, 5}, {0, 10, 0}, {20, 64, 0}, {40, 64, 0}, {45, 64, 0}, {45, 64, 0}, {50, 70, 5}}},
+      // Shorter than the spacing.
+      {{{0, 10, 5}, {1, 10, 0}, {3, 10, 0}, {4, 70, 5}},
+       {{0, 10, 5}, {1, 25, 0}, {3, 55, 0}, {4, 70, 5}}},
+      // All within one step of the first: turned, but nothing comes between.
+      {{{0, 10, 5}, {25, 10, 0}, {50, 13, 5}}, {{0, 10, 5}, {25, 11.5, 0}, {50, 13, 5}}},
+      // 350 to 10 is no short way here: angles are those of solutions, in [-180, 180].
+      {{{0, -20, 5}, {5, -20, 0}, {10, 20, 5}}, {{0, -20, 5}, {5, 0, 0}, {10, 20, 5}}},
+      // The end of one run begins the next.
+      {{{0, 10, 5}, {2, 10, 0}, {4, 30, 5}, {6, 30, 0}, {6.5, 30, 0}, {8, 70, 5}},
+       {{0, 10, 5}, {2, 20, 0}, {4, 30, 5}, {6, 50, 0}, {6.5, 55, 0}, {8, 70, 5}}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    ExpectLines(Blended(Build(c.given)), c.blended);
+    EXPECT_EQ(m_count, &c == &cases[6] ? 2u : 1u);
+  }
+}
+
+TEST_F(Blending, CubicStartsAndEndsFlatWithoutNeighbours) {
+  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  for (const double sense : {1.0, -1.0}) {
+    const double end = 80 + sense * 61;
+    const Moves moves = Blended(Build({{0, 80, 5}, {10, 80, 0}, {30, 80, 0}, {50, end, 5}}));
+    // Steepest in the middle with 1.5 * 61 / 50 degrees per unit: 3 degrees take 50 / 30.5 units.
+    std::vector<Line> lines{{0, 80, 5}};
+    const double spacing = 50 / 30.5;
+    for (int k = 1; k <= 30; ++k) {
+      for (const double x : {10.0, 30.0})
+        if (x > (k - 1) * spacing && x < k * spacing) lines.push_back({x, 0, 0});
+      lines.push_back({k * spacing, 0, 0});
+    }
+    for (std::size_t i = 1; i < lines.size(); ++i)
+      lines[i].first = 80 + sense * Smooth(61, lines[i].x / 50);
+    lines.push_back({50, end, 5});
+    ASSERT_EQ(lines.size(), 34u);
+    ExpectLines(moves, lines);
+    for (std::size_t i = 1; i < moves.size(); ++i) {
+      const double step = sense * (moves[i].GetAngle(0) - moves[i - 1].GetAngle(0));
+      EXPECT_GT(step, 0);
+      EXPECT_LT(step, 3);
+    }
+  }
+}
+
+// The slope of the neighbours, 1 degree per unit, reaches the cubic with its sign reversed where
+// the angle rises: deliberate.
+TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
+  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  const struct { double sense, at10, at30; } cases[] = {{-1, 11.04, 36.48}, {1, 1.44, 41.28}};
+  for (const auto& c : cases) {
+    std::vector<Line> lines;
+    for (const double x : {-40.0, -30.0, -20.0, -10.0, 0.0})
+      // What lies beyond half the length doesn't count.
+      lines.push_back({x, 90 + c.sense * (x < -30 ? 77 : x), 5});
+    lines.push_back({10, 90, 0});
+    lines.push_back({30, 90, 0});
+    for (const double x : {50.0, 60.0, 70.0, 80.0, 90.0})
+      lines.push_back({x, 90 + c.sense * (x > 80 ? -50 : x + 10), 5});
+    const Moves moves = Blended(Build(lines));
+    EXPECT_EQ(m_count, 1u);
+    int found = 0;
+    for (const Move& move : moves) {
+      const double x = move.GetPartPosition().x;
+      if (x != 10 && x != 30) continue;
+      ++found;
+      EXPECT_NEAR(move.GetAngle(0), 90 + c.sense * (x == 10 ? c.at10 : c.at30), 1e-9);
+    }
+    EXPECT_GE(found, 2);  // a new move may fall on an old one
+  }
+}
+
+// Whatever the length of a run and the slopes beside it, its steps keep to the largest: long flat
+// runs, curves that are nearly a parabola with the vertex of their slope far away or steepest at an
+// end, and neighbours that turn at once.
+TEST_F(Blending, CubicKeepsTheStepWhateverItsShape) {
+  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  const struct {
+    std::vector<Line> given;
+    std::size_t inserted;
+  } cases[] = {
+      {{{0, 20, 5}, {125, 20, 0}, {250, 31, 5}}, 5},
+      {{{0, 20, 5}, {129, 20, 0}, {258, 31, 5}}, 5},
+      {{{0, 20, 5}, {500, 20, 0}, {1000, 110, 5}}, 45},
+      {{{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 + 1e-3, 5}}, 26},
+      {{{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 - 1e-3, 5}}, 26},
+      {{{-1e-3, 0, 5}, {0, 90, 5}, {5, 90, 0}, {10, 30, 5}, {10.001, -60, 5}}, 60},
+      {{{-1e-17, 0, 5}, {0, 90, 5}, {5, 90, 0}, {10, 30, 5}, {10 + 1e-14, 31, 5}}, 60},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    const Moves moves = Blended(Build(c.given));
+    EXPECT_EQ(moves.size(), c.given.size() + c.inserted);
+    for (std::size_t k = 1; k < moves.size(); ++k)
+      if (moves[k].GetAngle(1) == 0 || moves[k - 1].GetAngle(1) == 0) {
+        EXPECT_LE(moves[k].AngleDistance(moves[k - 1]), 5 + 1e-9) << k;
+      }
+  }
+}
+
+// Angles that a range from 0 up has wrapped: 20 degrees over the pole, unless there is no room.
+TEST_F(Blending, TakesTheShortWayWhereTheRangeHasRoom) {
+  const std::vector<Line> given{{0, 350, 5}, {5, 350, 0}, {10, 350, 0}, {20, 10, 5}};
+  const struct { double max, at5; } cases[] = {{1e5, 355}, {380, 355}, {379, 265}, {360, 265}};
+  for (const auto& c : cases) {
+    m_ranges[0] = {0, c.max};
+    const Moves moves = Blended(Build(given));
+    for (const Move& move : moves)
+      if (move.GetPartPosition().x == 5) {
+        EXPECT_NEAR(move.GetAngle(0), c.at5, 1e-9) << c.max;
+      }
+  }
+}
+
+// The first axis stands at 0 by chance, and the true pole lies inside the stretch.
+TEST_F(Blending, AStretchOfTheFirstAxisIsNoPole) {
+  const Moves moves =
+      Blended(Build({{0, 10, 5}, {5, 0, 5}, {10, 0, 0}, {20, 0, 0}, {30, 70, 5}, {35, 80, 5}}));
+  EXPECT_EQ(m_count, 1u);
+  for (const Move& move : moves)
+    if (move.GetPartPosition().x == 20) {
+      EXPECT_NEAR(move.GetAngle(0), 42, 1e-9);
+    }
+}
+
+TEST_F(Blending, MovesTakeTheFormOfTheirNeighbours) {
+  Moves given = Build({{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}});
+  given[2].SetFeed(300);
+  given[1].SetFeed(100);
+  given[2].SetType(post::zvPostedMove::link4);
+  given[3].SetRapid(true);
+  given[3].SetFeed(9000);
+  const Moves small = Blended(given);
+  ASSERT_EQ(small.size(), 6u);
+  EXPECT_TRUE(small[2].HasNoExtended());
+  EXPECT_EQ(small[2].GetFeed(), 200);
+  EXPECT_EQ(small[2].GetType(), post::zvPostedMove::link4);
+  EXPECT_EQ(small[4].GetFeed(), 300);  // of the one that isn't rapid
+  EXPECT_FALSE(small[4].IsRapid());
+  EXPECT_EQ(small[4].GetType(), post::zvPostedMove::noLink);
+  EXPECT_EQ(small[2].GetPoleStatus(), 0u);
+
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    Move& move = given[i];
+    move.SetExtended(true);
+    const auto place = static_cast<double>(i);
+    move.SetSourceIndex(static_cast<int>(i) + 40);
+    move.SetExtendedPoint({place, 2, 3});
+    move.SetExtendedVector({0, place, 0});
+    move.SetExtendedId(7);
+    move.SetHasExtendedData(i != 3);
+  }
+  const Moves extended = Blended(given);
+  ASSERT_EQ(extended.size(), 6u);
+  EXPECT_EQ(extended[2].GetSourceIndex(), 42);
+  EXPECT_TRUE(extended[2].IsInserted());
+  EXPECT_TRUE(extended[2].HasExtendedData());
+  EXPECT_LT(Distance(extended[2].GetExtendedPoint(), Point{1.5, 2, 3}), 1e-12);
+  EXPECT_LT(Distance(extended[2].GetExtendedVector(), Point{0, 1.5, 0}), 1e-12);
+  EXPECT_EQ(extended[2].GetExtendedId(), 7u);
+  EXPECT_EQ(extended[4].GetSourceIndex(), 43);
+  EXPECT_TRUE(extended[4].IsInserted());
+  EXPECT_FALSE(extended[4].HasExtendedData());
+  EXPECT_EQ(extended[4].GetExtendedPoint(), Point{});
+  EXPECT_EQ(extended[4].GetExtendedVector(), (Point{0, 0, 1}));
+  EXPECT_EQ(extended[4].GetExtendedId(), 0u);
+  EXPECT_FALSE(extended[1].IsInserted());
+
+  given[2].SetExtendedId(8);
+  EXPECT_EQ(Blended(given)[2].GetExtendedId(), 0u);
+}
+
+TEST_P(Blending, LeavesAloneWhatIsNoPoleOrNeedsNothing) {
+  const std::vector<Line> passage{{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}};
+  const std::vector<Line> single{{0, 10, 5}, {10, 10, 0}, {50, 70, 5}};
+  const struct {
+    const char* what;
+    std::vector<Line> given;
+    double step = 3;
+    double jump = 1000;
+    bool isBlended = false;
+  } cases[] = {
+      {"a first axis that happens to stand at 0",
+       {{0, 5, 10}, {10, 0, 20}, {20, 0, 35}, {30, 0, 20}, {40, 5, 30}}},
+      {"at the start", {{0, 10, 0}, {10, 10, 0}, {50, 70, 5}}},
+      {"at the end", {{0, 10, 5}, {10, 10, 0}, {30, 70, 0}}},
+      {"no length", {{9, 10, 5}, {9, 10, 0}, {9, 10, 0}, {9, 70, 5}}},
+      {"no move on the pole", {{0, 10, 5}, {10, 70, -5}}},
+      {"less than a step", passage, 61},
+      {"no step", passage, 0},
+      {"more than a jump", single, 3, 59},
+      {"just a jump", single, 3, 60, true},
+      {"more than a jump over several", passage, 3, 59, true},
+      {"nothing", {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    m_scene.par.SetPoleHandling(GetParam());
+    m_scene.par.SetMaxAngleStep(c.step);
+    m_scene.par.SetMaxAngleJump(c.jump);
+    const Moves given = Build(c.given);
+    const bool isBlended = c.isBlended && GetParam() >= zvKDRParam::poleHandling2;
+    EXPECT_EQ(Blended(given) != given, isBlended);
+    EXPECT_EQ(m_count, isBlended ? 1u : 0u);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, Blending,
+                         testing::Values(zvKDRParam::PoleHandling{}, zvKDRParam::keepWithinLimits,
+                                         zvKDRParam::poleHandling2, zvKDRParam::poleHandling3));
+
+// Random paths that dwell on the pole, or within its cone, posted: whatever is turned, each line
+// has the tip on its place of the path and the tool within the cone of the toolpath's orientation.
+TEST(PostedPoles, ToolKeepsToItsPathWhateverIsTurned) {
+  tests::Seeded random;
+  std::uint32_t blended = 0;
+  for (int run = 0; run < 200; ++run) {
+    SCOPED_TRACE(run);
+    tests::FiveAxisScene scene;
+    scene.machine.kind = random.Integer(0, 3);
+    scene.machine.firstPivot = random.Vector(200);
+    scene.machine.secondPivot = random.Vector(200);
+    scene.toolLength = random.Real(0, 200);
+    scene.par.SetMaxAngleJump(1000);
+    if (random.Chance(0.5)) scene.par.SetPoleHandling(zvKDRParam::poleHandling2);
+    const double tolerance = scene.par.GetPoleAngleTolerance() * 0.017453292519943295;
+    std::vector<Point> tips;
+    tests::PathBuilder::Moves moves;
+    for (int part = random.Integer(2, 6); part > 0; --part) {
+      const double side = random.Real(-3.14, 3.14);
+      const double tilt = random.Real(0.02, 0.6);
+      const bool isOnPole = part % 2 == 0;
+      for (int i = random.Integer(1, 4); i > 0; --i) {
+        const double sine = isOnPole ? random.Chance(0.5) ? 0 : 0.5 * tolerance : std::sin(tilt);
+        tips.push_back((tips.empty() ? Point{} : tips.back()) + random.Vector(15));
+        moves.push_back(tests::Move5(tips.back(), {sine * std::cos(side), sine * std::sin(side),
+                                                   std::sqrt(1 - sine * sine)}));
+      }
+    }
+    tests::PathBuilder path;
+    path.Contour(moves);
+    auto creator = scene.Creator();
+    const auto list = creator.Post(path, false);
+    blended += creator.GetCounts().blendedPoles;
+    const auto model = scene.Model();
+    std::size_t passed = 0;
+    for (const Move& line : *list) {
+      const auto pose =
+          model.At(tests::ToVector(line.GetMachinePosition()), line.GetAngle(0), line.GetAngle(1));
+      const Point tip = tests::ToPoint(pose.tip);
+      ASSERT_LT(Distance(tip, line.GetPartPosition()), 1e-9 * scene.Size());
+      ASSERT_LT(Distance(tests::ToPoint(pose.axis), line.GetOrientation()), tolerance + 2e-5);
+      if (!line.IsInserted()) {
+        ASSERT_LT(passed, tips.size());
+        ASSERT_EQ(line.GetPartPosition(), tips[passed]);
+        ASSERT_EQ(line.GetOrientation(), moves[passed]->GetOrientation());
+        ++passed;
+        continue;
+      }
+      ASSERT_GT(passed, 0u);
+      ASSERT_LT(passed, tips.size());
+      const Point a = tips[passed - 1];
+      const Point b = tips[passed];
+      ASSERT_NEAR(Distance(a, tip) + Distance(tip, b), Distance(a, b), 1e-9 * scene.Size());
+    }
+    ASSERT_EQ(passed, tips.size());
+  }
+  EXPECT_GT(blended, 100u);
+}
+
+}  // namespace

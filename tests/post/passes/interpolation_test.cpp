@@ -1,0 +1,354 @@
+#include <gtest/gtest.h>
+#include <kandrel/post/model/post_exception.h>
+#include <kandrel/post/passes/interpolation.h>
+#include <kandrel/post/passes/step_counts.h>
+#include <tests/post/passes/pass_machine.h>
+#include <tests/support/five_axis_scenes.h>
+#include <tests/support/plain_passes.h>
+#include <tests/support/throws_id.h>
+
+#include <limits>
+#include <vector>
+
+namespace {
+
+using post::zvKDRParam;
+using tests::Distance;
+using tests::Point;
+using Move = post::zvPosted5axMove;
+using Moves = std::vector<Move>;
+
+constexpr std::int16_t kAxes[] = {0, 1};
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+TEST(StepCounts, Tables) {
+  const struct {
+    double step, size;
+    std::uint32_t byAngle, byDistance;
+  } cases[] = {
+      {3, 9, 3, 4},         {3, 3, 0, 0},    {3, 3 + 0.5e-12, 0, 2},
+      {3, 3 + 2e-12, 1, 2}, {3, 8.9, 2, 3},  {0.4, 1, 2, 3},
+      {0.4, 0.4, 0, 0},     {0.5, 1, 2, 3},  {0, 9, 0, 0},
+      {-3, 9, 0, 0},        {kNaN, 9, 0, 0}, {3, kNaN, 0, 0},
+      {3, 0, 0, 0},         {kInf, 9, 0, 0}, {1, 2147483645, 2147483645, 2147483646},
+  };
+  zvKDRParam par(measures::zvUnitsFactory::metric);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.size << " by " << c.step);
+    par.SetMaxAngleStep(c.step);
+    par.SetInterpolationDistance(c.step);
+    par.SetInterpolateByDistance(true);
+    EXPECT_EQ(post::StepsByAngle(par, c.size), c.byAngle);
+    EXPECT_EQ(post::StepsByDistance(par, c.size), c.byDistance);
+    par.SetInterpolateByDistance(false);
+    EXPECT_EQ(post::StepsByDistance(par, c.size), 0u);
+  }
+  par.SetInterpolateByDistance(true);
+  for (const auto& sizes : {std::pair{1e-300, 9.0}, {3.0, kInf}, {1.0, 2147483647.0}}) {
+    const double step = sizes.first;
+    const double size = sizes.second;
+    par.SetMaxAngleStep(step);
+    par.SetInterpolationDistance(step);
+    const wchar_t* text = L"Invalid vector was passed.";
+    EXPECT_TRUE(
+        tests::ThrowsId<post::zvPostException>([&] { post::StepsByAngle(par, size); }, 5039, text));
+    EXPECT_TRUE(tests::ThrowsId<post::zvPostException>([&] { post::StepsByDistance(par, size); },
+                                                       5039, text));
+  }
+}
+
+// The tables of pass_machine.h.
+class Interpolation : public testing::Test {
+ protected:
+  // What comes between two moves.
+  Moves Between(const Move& from, const Move& to) {
+    tests::PassList<Move> moves(Moves{from, to});
+    const post::zv5axMoveSolver solver = m_scene.Solver();
+    post::zv5axInterpolator interpolator(solver, from.HasNoExtended());
+    m_isLastLeft = interpolator.Between(moves.list, std::next(moves.list.begin()));
+    EXPECT_EQ(moves.list.Front(), from);
+    EXPECT_EQ(moves.list.Back(), to);
+    return {std::next(moves.list.begin()), std::prev(moves.list.end())};
+  }
+  static Move At(const Point& p, double first, double second) {
+    return tests::TableMove<Move>(p, {first, second});
+  }
+  static Move Rapid(Move move) {
+    move.SetRapid(true);
+    return move;
+  }
+  static Move Extended(Move move, int sourceIndex, bool hasData, std::uint32_t id,
+                       const Point& vector) {
+    move.SetExtended(true);
+    move.SetSourceIndex(sourceIndex);
+    move.SetExtendedId(id);
+    move.SetExtendedPoint(2.0 * vector);
+    move.SetExtendedVector(vector);
+    move.SetHasExtendedData(hasData);
+    return move;
+  }
+
+  tests::FiveAxisScene m_scene;
+  tests::TableKinematics<Move> m_kinematics;
+  bool m_isLastLeft = false;
+};
+
+TEST_F(Interpolation, DividesEvenlyByAngleOrDistance) {
+  m_scene.par.SetInterpolationDistance(0.4);
+  const struct {
+    Move from, to;
+    bool byDistance, rapidMoves;
+    std::size_t count;
+  } cases[] = {
+      {At({0, 0, 0}, 0, 30), At({4, 0, 0}, 9, 30), false, false, 3},
+      {At({0, 0, 0}, 10, 30), At({4, 0, 0}, 10, 39), false, false, 3},
+      {At({0, 0, 0}, 10, 30), At({4, 0, 0}, 10, 33), false, false, 0},
+      {At({0, 0, 0}, 178, 30), At({4, 0, 0}, -178, 30), false, false, 1},
+      {At({0, 0, 0}, 10, 30), At({1, 0, 0}, 10, 30), true, false, 3},
+      {At({0, 0, 0}, 10, 30), At({0.4, 0, 0}, 10, 30), true, false, 0},
+      // A rapid end: nothing unless asked for, and then by distance alone.
+      {At({0, 0, 0}, 0, 30), Rapid(At({1, 0, 0}, 9, 30)), true, false, 0},
+      {At({0, 0, 0}, 0, 30), Rapid(At({1, 0, 0}, 9, 30)), false, true, 0},
+      {At({0, 0, 0}, 0, 30), Rapid(At({1, 0, 0}, 9, 30)), true, true, 3},
+      {Rapid(At({0, 0, 0}, 0, 30)), At({4, 0, 0}, 9, 30), false, false, 3},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    m_scene.par.SetInterpolateByDistance(c.byDistance);
+    m_scene.par.SetInterpolateRapidMoves(c.rapidMoves);
+    const Moves moves = Between(c.from, c.to);
+    EXPECT_FALSE(m_isLastLeft);
+    ASSERT_EQ(moves.size(), c.count);
+    for (std::size_t k = 0; k < moves.size(); ++k) {
+      const double t = static_cast<double>(k + 1) / static_cast<double>(c.count + 1);
+      const Point p = (1 - t) * c.from.GetPartPosition() + t * c.to.GetPartPosition();
+      EXPECT_LT(Distance(moves[k].GetPartPosition(), p), 1e-12);
+      for (const std::int16_t axis : kAxes) {
+        const double from = c.from.GetAngle(axis);
+        const double turn = std::remainder(c.to.GetAngle(axis) - from, 360.0);
+        EXPECT_NEAR(std::remainder(moves[k].GetAngle(axis) - from - t * turn, 360.0), 0, 0.1);
+      }
+      EXPECT_LT(Distance(moves[k].GetMachinePosition(), m_kinematics.MachinePosition(moves[k])),
+                1e-9);
+      EXPECT_LT(Distance(moves[k].GetOrientation(), m_kinematics.Orientation(moves[k])), 2e-5);
+    }
+  }
+}
+
+TEST_F(Interpolation, SolvedMovesTakeTheirFormFromBothEnds) {
+  Move from = At({0, 0, 0}, 10, 30);
+  Move to = At({4, 0, 0}, 13.5, 30);
+  from.SetFeed(100);
+  to.SetFeed(300);
+  Moves moves = Between(from, to);
+  ASSERT_EQ(moves.size(), 1u);
+  EXPECT_TRUE(moves[0].HasNoExtended());
+  EXPECT_EQ(moves[0].GetFeed(), 200);
+  to.SetType(post::zvPostedMove::link2);
+  const struct {
+    bool toHasData;
+    std::uint32_t toId;
+    std::uint32_t id;
+    Point vector;
+  } cases[] = {{true, 7, 7, {1, 2, 0}}, {true, 8, 0, {1, 2, 0}}, {false, 7, 0, {0, 0, 1}}};
+  for (const auto& c : cases) {
+    moves = Between(Extended(from, 41, true, 7, {2, 0, 0}),
+                    Extended(to, 42, c.toHasData, c.toId, {0, 4, 0}));
+    ASSERT_EQ(moves.size(), 1u);
+    EXPECT_EQ(moves[0].GetType(), post::zvPostedMove::link2);
+    EXPECT_EQ(moves[0].GetFeed(), 300);
+    EXPECT_EQ(moves[0].GetSourceIndex(), 41);
+    EXPECT_TRUE(moves[0].IsInserted());
+    EXPECT_EQ(moves[0].HasExtendedData(), c.toHasData);
+    EXPECT_EQ(moves[0].GetExtendedId(), c.id);
+    EXPECT_EQ(moves[0].GetExtendedVector(), c.vector);
+    EXPECT_EQ(moves[0].GetExtendedPoint(), c.toHasData ? 2.0 * c.vector : Point{});
+  }
+}
+
+TEST_F(Interpolation, LinearAxesGoTheShortWay) {
+  m_scene.par.SetInterpolationMode(1);
+  m_scene.par.SetInterpolationDistance(1);
+  Move from = At({0, 50, 0}, 170, 30);
+  Move to = At({7, 50, 0}, -170, 37);
+  from.SetFeed(100);
+  to.SetFeed(800);
+  to.SetType(post::zvPostedMove::link3);
+  const Moves small = Between(from, to);
+  const Moves extended =
+      Between(Extended(from, 41, true, 7, {2, 0, 0}), Extended(to, 42, true, 7, {2, 0, 0}));
+  ASSERT_EQ(small.size(), 6u);
+  ASSERT_EQ(extended.size(), 6u);
+  for (std::size_t k = 0; k < 6; ++k) {
+    const auto n = static_cast<double>(k + 1);
+    for (const Move* move : {&small[k], &extended[k]}) {
+      EXPECT_NEAR(move->GetAngle(0), 170 + 20 * n / 7, 1e-9);
+      EXPECT_NEAR(move->GetAngle(1), 30 + n, 1e-9);
+      EXPECT_LT(Distance(move->GetPartPosition(), Point{n, 50, 0}), 1e-12);
+      EXPECT_LT(Distance(move->GetMachinePosition(), m_kinematics.MachinePosition(*move)), 1e-9);
+      EXPECT_NEAR(move->GetFeed(), 100 + 100 * n, 1e-9);  // blended across types too
+      EXPECT_EQ(move->GetPoleStatus(), 0u);
+      EXPECT_EQ(move->GetType(), post::zvPostedMove::link3);
+      // A marker: the degrees taken as radians. Deliberate.
+      Move marker = *move;
+      for (const std::int16_t axis : kAxes)
+        marker.SetAngle(move->GetAngle(axis) * 57.29577951308232, axis);
+      EXPECT_LT(Distance(move->GetOrientation(), m_kinematics.Orientation(marker)), 1e-9);
+    }
+    EXPECT_TRUE(small[k].HasNoExtended());
+    EXPECT_EQ(extended[k].GetSourceIndex(), 41);
+    EXPECT_TRUE(extended[k].IsInserted());
+    EXPECT_FALSE(extended[k].HasExtendedData());
+    EXPECT_EQ(extended[k].GetExtendedPoint(), Point{});
+    EXPECT_EQ(extended[k].GetExtendedVector(), (Point{0, 0, 1}));
+  }
+  m_scene.par.SetInterpolateByDistance(true);
+  m_scene.par.SetInterpolateRapidMoves(true);
+  EXPECT_EQ(Between(from, Rapid(to)).at(3).GetFeed(), 100);
+  EXPECT_EQ(Between(Rapid(from), to).at(3).GetFeed(), 800);
+  EXPECT_FALSE(Between(Rapid(from), to).at(3).IsRapid());
+  EXPECT_TRUE(Between(Rapid(from), Rapid(to)).at(3).IsRapid());
+}
+
+// Straight across the pole to the other solution: the last step stays as large as the whole. Where
+// the limits keep the second axis from passing, the turn happens in the middle and nothing helps.
+TEST_F(Interpolation, ReducesNothingThatTurnsAtOnce) {
+  const Move from = At({0, 0, 0}, 0, 5);
+  const Move to = At({20, 0, 0}, 180, 5);
+  const Moves moves = Between(from, to);
+  EXPECT_TRUE(m_isLastLeft);
+  ASSERT_FALSE(moves.empty());
+  EXPECT_NEAR(moves.back().GetAngle(0), 0, 1e-6);
+  EXPECT_LT(moves.back().GetAngle(1), -2);
+  m_scene.machine.secondRange = {0, 90};
+  m_scene.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+  EXPECT_TRUE(Between(from, to).empty());
+  EXPECT_FALSE(m_isLastLeft);
+}
+
+TEST_F(Interpolation, SlightExcessAtAPoleIsNone) {
+  m_scene.par.SetPoleAngleTolerance(0.01);
+  Move from = At({0, 0, 0}, 50, 0);
+  from.SetPoleStatus(1);
+  const Move within = At({1, 0, 0}, 50, 3.005);
+  EXPECT_TRUE(Between(from, within).empty());
+  EXPECT_FALSE(Between(from, At({1, 0, 0}, 50, 3.011)).empty());
+  Move determined = from;
+  determined.SetPoleStatus(0);
+  EXPECT_FALSE(Between(determined, within).empty());
+  m_scene.par.SetInterpolateByDistance(true);
+  m_scene.par.SetInterpolationDistance(0.4);
+  EXPECT_FALSE(Between(from, within).empty());
+}
+
+TEST_F(Interpolation, AMidpointIsForced) {
+  for (const int mode : {0, 1}) {
+    m_scene.par.SetInterpolationMode(mode);
+    const auto solver = m_scene.Solver();
+    const post::zv5axInterpolator interpolator(solver, true);
+    const auto middle =
+        interpolator.Midpoint(At({0, 0, 0}, 10, 30), Rapid(At({4, 0, 0}, 12, 30)), 0);
+    ASSERT_TRUE(middle.has_value());
+    EXPECT_NEAR(middle->GetAngle(0), 11, 1e-9);
+    EXPECT_EQ(middle->GetPartPosition(), (Point{2, 0, 0}));
+    Move pole = At({0, 0, 0}, 0, 0);
+    pole.SetPoleStatus(1);
+    EXPECT_FALSE(interpolator.Midpoint(pole, At({0, 0, 0}, 50, 3.005), 0.01).has_value());
+    EXPECT_TRUE(interpolator.Midpoint(pole, At({0, 0, 0}, 50, 3.005), 0.001).has_value());
+  }
+}
+
+TEST_F(Interpolation, IsThePlainOneOnRandomMoves) {
+  tests::Seeded random;
+  int dropped = 0, emptied = 0, left = 0, refined = 0, chosenAgain = 0, freeTurns = 0, tooDeep = 0;
+  int skipped = 0, carried = 0, refused = 0;
+  for (int run = 0; run < 3000; ++run) {
+    SCOPED_TRACE(run);
+    m_scene = tests::RandomScene(random);
+    const bool isPlain = random.Chance(0.6);
+    if (isPlain) m_scene.machine = {};
+    if (random.Chance(0.3)) {
+      m_scene.machine.secondRange = {random.Real(-90, 0), random.Real(10, 120)};
+      m_scene.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+    }
+    const double step = random.Real(0.5, 12);
+    m_scene.par.SetMaxAngleStep(step);
+    m_scene.par.SetPoleAngleTolerance(random.Chance(0.5) ? 0.01 : 1);
+    m_scene.par.SetInterpolateByDistance(random.Chance(0.4));
+    m_scene.par.SetInterpolationDistance(random.Real(0.2, 6));
+    m_scene.par.SetInterpolateRapidMoves(random.Chance(0.5));
+    const bool smallMoves = random.Chance(0.5);
+    const post::zv5axMoveSolver solver = m_scene.Solver();
+    const auto orientation = [&]() -> Point {
+      if (!isPlain) return random.UnitVector();
+      const double tilt = random.Chance(0.2)   ? 0
+                          : random.Chance(0.2) ? (step + 0.5) * 0.0174533
+                                               : random.Real(-0.4, 0.4);
+      const double side = 1.5707963267948966 * random.Integer(0, 3) +
+                          (random.Chance(0.5) ? random.Real(-1e-3, 1e-3) : 0);
+      return {std::sin(tilt) * std::sin(side), std::sin(tilt) * std::cos(side), std::cos(tilt)};
+    };
+    const auto make = [&](int sourceIndex) {
+      const Point tip = random.Vector(5);
+      const Point t = orientation();
+      const auto both = solver.SolveAngles(tip, t, solver.MakePoleCone(), 0);
+      const cadcam::zv5axMove source({tip, t, random.Real(1, 900), random.Chance(0.1)},
+                                     random.Vector(9), random.UnitVector(), 7, random.Chance(0.8));
+      return post::zv5axMoveSolver::MakeMove(
+          post::zvMoveView(source),
+          random.Chance(0.5) ? post::zvPostedMove::noLink : post::zvPostedMove::link1,
+          both.Of(random.Chance(0.3)), both.poleStatus, sourceIndex, false, smallMoves);
+    };
+    tests::PassList<Move> tuned;
+    tests::plain::Interpolator plain(solver, smallMoves);
+    std::optional<std::list<Move>> expected;
+    bool isLeft = false;
+    try {
+      Move& from = tuned.list.PushBack(make(4));
+      // As a fixed pole: its free angle is that of a move before it.
+      if (from.GetPoleStatus() == 1 && random.Chance(0.7)) {
+        Move before = from;
+        before.SetPoleStatus(0);
+        before.SetAngle(random.Real(-180, 180), 0);
+        solver.FixPoleAngle(before, from);
+      }
+      tuned.list.PushBack(make(5));
+      expected = plain.Between(tuned.list.Front(), tuned.list.Back(), isLeft);
+    } catch (const post::zvPostException&) {
+      ++refused;
+      continue;
+    }
+    post::zv5axInterpolator interpolator(solver, smallMoves);
+    ASSERT_EQ(interpolator.Between(tuned.list, std::prev(tuned.list.end())), isLeft);
+    if (!expected) expected.emplace();
+    ASSERT_EQ(tuned.list.GetCount(), expected->size() + 2);
+    ASSERT_EQ(solver
+                  .InterpolateMoves(tuned.list.Front(), tuned.list.Back(), smallMoves, false, 0,
+                                    misc::kNoValue)
+                  .value_or(std::vector<Move>())
+                  .size(),
+              expected->size());
+    auto move = std::next(tuned.list.begin());
+    for (const Move& e : *expected) {
+      ASSERT_EQ(*move, e);
+      ASSERT_EQ(move->GetPoleStatus(), e.GetPoleStatus());
+      ++move;
+    }
+    dropped += plain.dropped;
+    emptied += plain.emptied;
+    left += plain.left;
+    refined += plain.refined;
+    chosenAgain += plain.chosenAgain;
+    freeTurns += plain.freeTurns;
+    tooDeep += plain.tooDeep;
+    skipped += plain.skipped;
+    carried += plain.carried;
+  }
+  for (const int count :
+       {dropped, emptied, left, refined, chosenAgain, freeTurns, tooDeep, skipped, carried})
+    EXPECT_GT(count, 3);
+  EXPECT_LT(refused, 1500);
+}
+
+}  // namespace
