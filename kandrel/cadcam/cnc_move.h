@@ -54,7 +54,8 @@ class KANDREL_API zvCNCMove {
   std::uint32_t m_tag = 0;
 };
 
-/// A move of a three-axis path. It differs from its base only in the visitor slot.
+/// A plain move, for paths of any number of axes: tip, tool axis and feed. It differs from its base
+/// only in the visitor slot.
 class KANDREL_API zv3axMove : public zvCNCMove {
  public:
   using zvCNCMove::zvCNCMove;

@@ -180,7 +180,8 @@ std::string Notes(const Report& report, const ClProgram& program, const PostedSt
   if (!program.finished)
     fmt::format_to(out, "note            the toolpath has no FINI: it may be cut off\n");
   if (program.feedlessCount != 0)
-    fmt::format_to(out, "note            {} feed moves have no feed: their time is 0, and no F\n",
+    fmt::format_to(out,
+                   "note            feed moves without a feed: {}; their time is 0, and no F\n",
                    program.feedlessCount);
   return text;
 }

@@ -196,7 +196,8 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
   double AngleDistance(const zvPosted5axMove& other) const noexcept;
 
   /// 0: both angles are determined. 1, 2: the tool lies on the pole of the first, second axis,
-  /// whose angle is undetermined.
+  /// whose angle is undetermined. In a finished list a free angle has been taken from a determined
+  /// move wherever there is one, and the status is 0.
   std::uint32_t GetPoleStatus() const noexcept { return m_poleStatus; }
   void SetPoleStatus(std::uint32_t status) noexcept { m_poleStatus = status; }
 

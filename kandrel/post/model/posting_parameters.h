@@ -35,10 +35,13 @@ class KANDREL_API zvKDRParam {
     firstSolution = 0,
     mirrorSolution = 1,
   };
+  /// What becomes of the free angle of a tool that stands on a pole, which would jump where it
+  /// leaves it. Any other value than these: the jump stays there, and is divided as a large step.
   enum PoleHandling : std::int32_t {
-    keepWithinLimits = 1,  ///< also switches the 3-axis detection off
-    poleHandling2 = 2,     ///< a jump at the end of a stretch on a pole is spread evenly over it
-    poleHandling3 = 3,     ///< it is spread on a cubic that continues the motion before and after
+    keepWithinLimits = 1,  ///< it brings linear axes out of their limits into them, and 3-axis
+                           ///< paths are posted like any other
+    poleHandling2 = 2,  ///< the jump is spread over the stretch in steps
+    poleHandling3 = 3,  ///< it is spread on a cubic that continues the motion before and after
   };
 
   /// `units` decides the default lengths: metric, or inch for any other value.

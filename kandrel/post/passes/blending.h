@@ -14,11 +14,15 @@
 namespace post {
 
 /// Where one axis stands at 0 on its pole, the other has frozen and jumps at the end of the run.
-/// This spreads the jump over the run: evenly over its length with poleHandling 2, on a cubic whose
-/// ends continue the motion before and after with 3, not at all with another value.
+/// This spreads the jump over the run: with poleHandling 2 by its length, new moves taking the
+/// angle of the end of the segment they are put into, with 3 on a cubic whose ends continue the
+/// motion before and after, and not at all with another value.
 ///
 /// 1. Only runs on a pole are blended: there the other axis doesn't turn the tool. A stretch where
-///    an axis merely happens to stand at 0 is left alone.
+///    an axis merely happens to stand at 0 is left alone. A run reaches from the last move off the
+///    pole to the first one off it again: new moves in these two segments stand on the pole
+///    already, or still, and tilt less than the path does there, by a step of the interpolation at
+///    most where it has divided the way to the pole.
 /// 2. Runs before the first determined move are not blended, nor runs of no length.
 /// 3. Linear in the number of moves. Angles are not winded yet, but may lie in their `ranges`.
 /// 4. The slopes of a cubic's ends are at most three times the run's mean.
