@@ -27,7 +27,7 @@
 // 7. Rewound. Where the free axis reaches its limit on the pole it may stand at the limit as well
 // as
 //    anywhere: the move is put there by force, and the steps beside it are divided.
-//    passes/limit_move.h, passes/rewinder.h.
+//    passes/rewinder/move_at_limit.h, rewinder.h.
 #pragma once
 
 #include <kandrel/misc/export.h>
