@@ -11,7 +11,7 @@
 #include <kandrel/post/passes/move_times.h>
 #include <kandrel/post/passes/path_reader.h>
 #include <kandrel/post/passes/retraction.h>
-#include <kandrel/post/passes/rewinder.h>
+#include <kandrel/post/passes/rewinder/rewinder.h>
 #include <kandrel/post/passes/winding.h>
 
 #include <cmath>

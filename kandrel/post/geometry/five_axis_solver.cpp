@@ -1,6 +1,5 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/angles.h>
-#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/five_axis_solver.h>
 #include <kandrel/post/model/finite_moves.h>
 #include <kandrel/post/model/post_exception.h>
@@ -37,9 +36,8 @@ zv5axMoveSolver::zv5axMoveSolver(const zv5axMachDef& machDef, const zvKDRParam& 
 
 zv5axMoveSolver::PoleCone zv5axMoveSolver::MakePoleCone(double deg) const {
   if (deg >= misc::kNoValue) deg = m_par->GetPoleAngleTolerance();
-  const double cosine = misc::SineAndCosineOfDegrees(deg).cosine;
-  PoleCone cone{1 - cosine * cosine, false, m_c2, m_c2 * m_c2};
-  if (std::fabs(cone.q2 - 1) <= cone.eps) {
+  PoleCone cone{zvPoleCone::OfDegrees(deg), false, m_c2, m_c2 * m_c2};
+  if (cone.Holds(m_c2)) {
     cone.onSecondPole = true;
     cone.c2 = m_c2 >= 0 ? 1 : -1;
     cone.q2 = 1;
@@ -54,7 +52,7 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
 
   double c1 = Dot(t, m_a1);
   double q1 = c1 * c1;
-  const bool onFirstPole = std::fabs(q1 - 1) <= cone.eps;
+  const bool onFirstPole = cone.Holds(c1);
   const auto distance = [this](double cosine1, double square1, double cosine2, double square2) {
     return 1 - (square2 + square1 - 2 * cosine1 * cosine2 * m_c12) * m_k;
   };

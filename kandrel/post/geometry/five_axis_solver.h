@@ -8,6 +8,7 @@
 #include <kandrel/post/geometry/five_axis_kinematics.h>
 #include <kandrel/post/geometry/limit_keeper.h>
 #include <kandrel/post/geometry/move_grabber.h>
+#include <kandrel/post/geometry/pole.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mirror_angle.h>
 #include <kandrel/post/model/posted_move.h>
@@ -49,8 +50,7 @@ struct zvRotarySolutions {
 class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
  public:
   /// The pole tolerance worked out for this machine: made once for many moves.
-  struct PoleCone {
-    double eps = 0;  // 1 - cos(tolerance)^2
+  struct PoleCone : zvPoleCone {
     bool onSecondPole = false;
     double c2 = 0;  // spindle and second axis, snapped when on the pole
     double q2 = 0;

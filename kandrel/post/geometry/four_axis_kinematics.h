@@ -3,6 +3,7 @@
 
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/post/geometry/pole.h>
 #include <kandrel/post/geometry/turn.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/posted_move.h>
@@ -75,11 +76,11 @@ class KANDREL_API zv4axKinematics {
   zv4axKinematics(const zv4axMachDef&, const Point&&, double) = delete;
 
   /// The angle, in [-180, 180], at which the tool points along a unit vector that lies on the cone.
-  /// With c the cosine between it and the spindle, |c^2 - 1| <= poleEps counts as along the spindle
-  /// or against it: the angle is exactly 0 or 180. Angles below 8.1e-4 degrees come out as 0.
+  /// One within the pole cone of this eps about the spindle counts as along it or against it: the
+  /// angle is exactly 0 or 180. Angles below 8.1e-4 degrees come out as 0.
   zvSolvedAngle Angle(const Point& dir_tool, double poleEps) const noexcept {
     const double c = Dot(m_spindle, dir_tool);
-    if (std::fabs(c * c - 1) <= poleEps) [[unlikely]]
+    if (zvPoleCone{poleEps}.Holds(c)) [[unlikely]]
       return misc::SafeAcosRad(c) < misc::kPi / 2 ? zvSolvedAngle{0, {1, 0}}
                                                   : zvSolvedAngle{180, {-1, 0}};
     // c is the cosine of the way over the sphere, which is the turn about the axis only where the

@@ -1,4 +1,3 @@
-#include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/four_axis_move_maker.h>
 
 namespace post {
@@ -9,8 +8,7 @@ zvPosted4axMoveMaker::zvPosted4axMoveMaker(const zv4axMachDef& machDef, const zv
 
 zvPosted4axMoveMaker::PoleCone zvPosted4axMoveMaker::MakePoleCone(double deg) const {
   if (deg == misc::kNoValue) deg = m_par->GetPoleAngleTolerance();
-  const double cosine = misc::SineAndCosineOfDegrees(deg).cosine;
-  return {1 - cosine * cosine};
+  return zvPoleCone::OfDegrees(deg);
 }
 
 }  // namespace post

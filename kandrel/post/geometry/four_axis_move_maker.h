@@ -5,6 +5,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/four_axis_kinematics.h>
 #include <kandrel/post/geometry/move_grabber.h>
+#include <kandrel/post/geometry/pole.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
@@ -19,10 +20,7 @@ class KANDREL_API zvPosted4axMoveMaker {
  public:
   using Point = cadcam::zvTPoint3d<double>;
 
-  /// What the pole tolerance comes to: made once for many moves.
-  struct PoleCone {
-    double eps = 0;  // 1 - cos(tolerance)^2
-  };
+  using PoleCone = zvPoleCone;
 
   /// Throws as zvMachDef::Normalize does.
   zvPosted4axMoveMaker(const zv4axMachDef& machDef, const zvKDRParam& par, const Point& partOrigin,

@@ -239,7 +239,7 @@ std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const Ranges& ranges
                                                     : solver.GetKinematics().Orientation(move);
     // Normalised as the solver does, so that both find the same poles, whatever the length.
     const double c = Dot(t / t.Length(), a1);
-    return std::fabs(c * c - 1) <= cone.eps;
+    return cone.Holds(c);
   };
 
   std::uint32_t blended = 0;

@@ -1,6 +1,6 @@
 #include <kandrel/post/passes/five_axis_limits.h>
 #include <kandrel/post/passes/five_axis_repair.h>
-#include <kandrel/post/passes/rewinder.h>
+#include <kandrel/post/passes/rewinder/rewinder.h>
 
 namespace post {
 

@@ -353,7 +353,7 @@ bool zv5axInterpolator::IsOnFirstPole(const Move& move) const {
   if (move.GetPoleStatus() != 0) return false;
   const cadcam::zvTPoint3d<double>& t = move.GetOrientation();
   const double c = Dot(t / t.Length(), m_solver.GetKinematics().GetFirstWorkingDirection());
-  return std::fabs(c * c - 1) <= m_cone.eps;
+  return m_cone.Holds(c);
 }
 
 // Whether nothing but the free axis turns so far off a pole that it needs a subdivision.

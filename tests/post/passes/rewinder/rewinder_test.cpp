@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <kandrel/post/passes/rewinder.h>
+#include <kandrel/post/passes/rewinder/rewinder.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/plain_passes.h>
 #include <tests/support/seeded.h>

@@ -8,15 +8,17 @@
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/passes/limit_checker.h>
-#include <kandrel/post/passes/limit_move.h>
-#include <kandrel/post/passes/link_search.h>
+#include <kandrel/post/passes/rewinder/link_search.h>
+#include <kandrel/post/passes/rewinder/move_at_limit.h>
+#include <kandrel/post/passes/rewinder/pending_shift.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <utility>
-#include <vector>
 
 namespace post {
 
@@ -49,6 +51,7 @@ class zvRewinder {
   zvRewinder(List& list, const Ranges& ranges, const zvKDRParam& par, bool smallMoves,
              const Machine& machine, double slack = 0)
       : m_list(list),
+        m_moves(list),
         m_ranges(ranges),
         m_par(par),
         m_smallMoves(smallMoves),
@@ -67,12 +70,8 @@ class zvRewinder {
  private:
   static constexpr double kLargestCount = 2147483646;
 
-  // A move of the list as it was when the axis' turn came, with its place in it. Moves inserted
-  // later have no place; `index` is the count of moves for the end.
-  struct Cursor {
-    Iterator node;
-    std::size_t index;
-  };
+  using Moves = zvPendingShift<Move>;
+  using Cursor = typename Moves::Cursor;
 
   bool Prepare() {
     bool isAny = false;
@@ -94,24 +93,23 @@ class zvRewinder {
     const auto [min, max] = m_ranges[m_axis];
     m_low = std::min(min, max);
     m_high = std::max(min, max);
-    MeasureSuffixes();
-    m_pending = 0;
-    m_committed = {m_list.begin(), 0};
+    m_moves.Start(m_axis);
     m_shift = 0;
 
-    Cursor start = m_committed;
+    Cursor start = m_moves.First();
     Cursor next = start;
     if (!FindExcess(start, next)) return;
     if (m_shift != 0) {
       // The first stretch is shifted as a whole, with no move inserted.
-      m_pending += m_shift;
-      CommitTo(next);
+      m_moves.ShiftFrom(start.node, m_shift);
+      m_moves.CommitTo(next);
       start = next;
     }
-    Cursor previousStart = m_first;
+    Cursor previousStart = m_moves.First();
     try {
       // Each round puts a rewinding in or takes the start further, so this many are enough.
-      for (std::size_t round = 0; round < 4 * m_count + 16 && FindExcess(start, next); ++round) {
+      for (std::size_t round = 0; round < 4 * m_moves.Count() + 16 && FindExcess(start, next);
+           ++round) {
         const std::uint32_t before = m_rewindings;
         InsertRewind(start, next, previousStart);
         if (m_rewindings == before && next.index <= start.index) break;
@@ -120,74 +118,21 @@ class zvRewinder {
       }
     } catch (...) {
       // The turns of the rewindings that are in hold for all that follows them.
-      CommitTo(End());
+      m_moves.CommitTo(m_moves.End());
       throw;
     }
-    CommitTo(End());
-  }
-
-  // The smallest and largest angle from each move to the end, as the list stands now.
-  void MeasureSuffixes() {
-    m_first = {m_list.begin(), 0};
-    m_count = m_list.GetCount();
-    m_suffixes.resize(m_count);
-    zvRotaryRange suffix{misc::kNoValue, -misc::kNoValue};
-    std::size_t index = m_count;
-    for (Iterator node = m_list.end(); index != 0;) {
-      --node;
-      const double deg = Traits::Angle(*node, m_axis);
-      suffix = {std::min(suffix.min, deg), std::max(suffix.max, deg)};
-      m_suffixes[--index] = suffix;
-    }
-  }
-
-  Cursor End() { return {m_list.end(), m_count}; }
-
-  static void Advance(Cursor& cursor) {
-    ++cursor.node;
-    ++cursor.index;
-  }
-
-  // The angle with the shift that is still to be added.
-  double Angle(const Cursor& cursor) const {
-    return Traits::Angle(*cursor.node, m_axis) +
-           (cursor.index >= m_committed.index ? m_pending : 0);
-  }
-
-  // Adds the pending shift to the moves before `end`; those behind still wait for it.
-  void CommitTo(const Cursor& end) {
-    for (; m_committed.index < end.index; Advance(m_committed))
-      if (m_pending != 0)
-        Traits::SetAngle(*m_committed.node, m_axis,
-                         Traits::Angle(*m_committed.node, m_axis) + m_pending);
-  }
-
-  // Adds a shift to all moves from `rest` to the end.
-  void ShiftFrom(Iterator rest, double shift) {
-    for (; rest != m_committed.node; ++rest)
-      Traits::SetAngle(*rest, m_axis, Traits::Angle(*rest, m_axis) + shift);
-    m_pending += shift;
-  }
-
-  bool IsAnyOut(Cursor from) const {
-    for (; from.index < m_committed.index; Advance(from)) {
-      const double deg = Angle(from);
-      if (deg < m_low || deg > m_high) return true;
-    }
-    if (from.index >= m_count) return false;
-    return m_suffixes[from.index].min + m_pending < m_low ||
-           m_suffixes[from.index].max + m_pending > m_high;
+    m_moves.CommitTo(m_moves.End());
   }
 
   // False when no move from `start` on is out. Else m_shift is the last multiple of a turn that
   // fits the stretch from `start` to the move before `next`, which is the end when all fit.
   bool FindExcess(const Cursor& start, Cursor& next) {
-    if (start.index >= m_count || !IsAnyOut(start)) return false;
+    if (start.index >= m_moves.Count() || !m_moves.IsAnyOut(start, {m_low, m_high})) return false;
     m_shift = 0;
-    double minDeg = Angle(start);
+    double minDeg = m_moves.Angle(start);
     double maxDeg = minDeg;
-    for (next = start; next.index < m_count; Advance(next)) {
-      const double deg = Angle(next);
+    for (next = start; next.index < m_moves.Count(); Moves::Advance(next)) {
+      const double deg = m_moves.Angle(next);
       minDeg = std::min(minDeg, deg);
       maxDeg = std::max(maxDeg, deg);
       const double s = std::ceil((m_low - minDeg) / misc::kFullTurnDeg) * misc::kFullTurnDeg;
@@ -204,7 +149,7 @@ class zvRewinder {
   void InsertRewind(const Cursor& start, Cursor& next, const Cursor& previousStart) {
     double shift = m_shift;
     if (std::fabs(shift) < misc::kFullTurnLessRounding || start.node == m_list.begin()) return;
-    CommitTo(start);
+    m_moves.CommitTo(start);
     const double sense = shift > 0 ? 1 : -1;
     Iterator before = std::prev(start.node);
     Iterator place;
@@ -220,7 +165,7 @@ class zvRewinder {
       if (limit.move) lift = Lifted(*limit.move, isInAir);
       if (limit.kind == Kind::kLeap || (limit.move && !lift)) {
         InsertSwing(*before, start, shift);
-        ShiftFrom(start.node, shift);
+        m_moves.ShiftFrom(start.node, shift);
         ++m_rewindings;
         return;
       }
@@ -236,25 +181,18 @@ class zvRewinder {
     const Iterator rest = std::next(before);
     if (!lift) lift = m_machine.Retract(*before);
     InsertTurn(before, rest, sense, shift, *std::move(lift));
-    if (forced) DivideTurn(*std::prev(rest), Turned(AsShifted(start), shift), rest, *forced);
-    ShiftFrom(rest, shift);
+    if (forced) DivideTurn(*std::prev(rest), Turned(m_moves.At(start), shift), rest, *forced);
+    m_moves.ShiftFrom(rest, shift);
     ++m_rewindings;
     if (!found && shift == m_shift) return;
     if (found) StepBack(next, rest, sense);
     // A stretch that got fewer turns than it asks for is out, maybe in its middle alone: where it
     // turned round beyond the limit.
-    for (Cursor move = start; move.index < next.index; Advance(move))
-      if (IsOut(Angle(move))) {
+    for (Cursor move = start; move.index < next.index; Moves::Advance(move))
+      if (IsOut(m_moves.Angle(move))) {
         next = move;
         break;
       }
-  }
-
-  // The move as it stands once the pending shift is added.
-  Move AsShifted(const Cursor& cursor) const {
-    Move move = *cursor.node;
-    Traits::SetAngle(move, m_axis, Angle(cursor));
-    return move;
   }
 
   Move Turned(Move move, double shift) const {
@@ -264,14 +202,14 @@ class zvRewinder {
 
   zvLimitMove<Move> FindMoveAtLimit(const Move& before, const Cursor& start) const {
     return zvLimitMoveFinder<Move, Machine>(m_machine, m_axis, {m_low, m_high}, m_smallMoves)
-        .Find(before, AsShifted(start));
+        .Find(before, m_moves.At(start));
   }
 
   // A rewinding at a link costs fewer turns than the excess asks; false when none remains, so that
   // it would help nothing.
   bool CutShift(Iterator place, const Cursor& start, double sense, double& shift) const {
     const Iterator after = std::next(place);
-    const double deg = after == start.node ? Angle(start) : Traits::Angle(*after, m_axis);
+    const double deg = after == start.node ? m_moves.Angle(start) : Traits::Angle(*after, m_axis);
     const double turns =
         std::trunc(std::trunc(std::fabs(Traits::Angle(*place, m_axis) - deg)) / misc::kFullTurnDeg);
     const double more = std::fabs(shift) > misc::kFullTurnDeg ? 1 : 0;
@@ -294,7 +232,7 @@ class zvRewinder {
 
   // Lifts over `before` and over `start` as it stands when turned: between them all axes swing.
   void InsertSwing(const Move& before, const Cursor& start, double shift) {
-    const Move after = Turned(AsShifted(start), shift);
+    const Move after = Turned(m_moves.At(start), shift);
     for (const Move* end : {&before, &after}) {
       Move lift = m_machine.Retract(*end);
       lift.SetType(zvPostedMove::noLink);
@@ -381,15 +319,15 @@ class zvRewinder {
   // there. An end becomes the last move where that one stands so.
   void StepBack(Cursor& next, Iterator rest, double sense) {
     const auto isBeyond = [&](const Cursor& cursor) {
-      return sense < 0 ? Angle(cursor) >= m_high : Angle(cursor) <= m_low;
+      return sense < 0 ? m_moves.Angle(cursor) >= m_high : m_moves.Angle(cursor) <= m_low;
     };
     const auto back = [](Cursor cursor) {
       --cursor.node;
       --cursor.index;
       return cursor;
     };
-    if (next.index >= m_count) {
-      const Cursor last = back(End());
+    if (next.index >= m_moves.Count()) {
+      const Cursor last = back(m_moves.End());
       if (!isBeyond(last)) return;
       next = last;
     } else if (!isBeyond(next)) {
@@ -451,6 +389,7 @@ class zvRewinder {
   }
 
   List& m_list;
+  Moves m_moves;
   Ranges m_ranges;
   const zvKDRParam& m_par;
   bool m_smallMoves;
@@ -464,12 +403,7 @@ class zvRewinder {
   int m_axis = 0;
   double m_low = 0;
   double m_high = 0;
-  double m_shift = 0;    // what FindExcess found
-  double m_pending = 0;  // still to be added to the moves from m_committed on
-  Cursor m_first;
-  Cursor m_committed;
-  std::size_t m_count = 0;
-  std::vector<zvRotaryRange> m_suffixes;
+  double m_shift = 0;  // what FindExcess found
 };
 
 }  // namespace post
