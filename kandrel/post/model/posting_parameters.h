@@ -40,8 +40,8 @@ class KANDREL_API zvKDRParam {
   enum PoleHandling : std::int32_t {
     keepWithinLimits = 1,  ///< it brings linear axes out of their limits into them, and 3-axis
                            ///< paths are posted like any other
-    poleHandling2 = 2,  ///< the jump is spread over the stretch in steps
-    poleHandling3 = 3,  ///< it is spread on a cubic that continues the motion before and after
+    poleHandling2 = 2,     ///< the jump is spread over the stretch in steps
+    poleHandling3 = 3,     ///< it is spread on a cubic that continues the motion before and after
   };
 
   /// `units` decides the default lengths: metric, or inch for any other value.
