@@ -159,14 +159,15 @@ void zvPosted5axTPCreator::BlendingInterpolation() {
 }
 
 // A step that the interpolation could not divide, where limits make the machine change to its other
-// solution, takes the tool off its way however small the turn. That is done in the air as well,
-// unless such repairs are switched off altogether. Two steps and the pole's tolerance are what a
-// turn of the free axis may take it off when it leaves a pole.
+// solution, takes the tool off its way however small the turn. Such a step is made in the air as
+// well, unless such repairs are switched off altogether. Two steps and the pole's tolerance are
+// what a turn of the free axis may take it off when it leaves a pole.
 post::zvJumpRules zvPosted5axTPCreator::JumpRules() const {
   post::zvJumpRules rules{GetPar().GetMaxAngleJump()};
   const double step = m_solver.GetParameters().GetMaxAngleStep();
   if (rules.maxAngleJump < misc::kFullTurnDeg / 2 && step > 0)
-    rules.smallestLeap = 2 * step + m_solver.GetParameters().GetPoleAngleTolerance();
+    rules.smallestLeap = 2 * step + std::max(m_solver.GetParameters().GetPoleAngleTolerance(),
+                                             GetPar().GetPoleAngleTolerance());
   return rules;
 }
 
@@ -443,8 +444,8 @@ void zvPosted5axTPCreator::KeepRotaryLimits(const cadcam::zvToolPath& toolpath, 
   m_posted.Get()->Clear();
   try {
     PostMain(toolpath, smallMoves);
-    if (checksLinear) CheckLinearLimits();
-    if (IsOutAfterRewind(smallMoves, zvLowerBounds::kShared, limit)) ExceedingLimit(limit);
+    if (IsOutAfterRewind(smallMoves, zvLowerBounds::kShared, limit, checksLinear))
+      ExceedingLimit(limit);
   } catch (const misc::zvOutOfMemory&) {
     throw;
   } catch (const misc::zvException&) {
@@ -488,12 +489,13 @@ bool zvPosted5axTPCreator::PostsWithOwnBounds(const cadcam::zvToolPath& toolpath
 
 // Shifts or rewinds a list that is out of its rotary ranges, and tells what is still out then.
 bool zvPosted5axTPCreator::IsOutAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds,
-                                            zvLimitType& limit) {
+                                            zvLimitType& limit, bool checksLinear) {
   post::zvLimitChecker checker = Checker(lowerBounds);
-  const bool isOut = checker.CheckRotaryWithRewind(limit, smallMoves);
-  m_counts.rewindings += checker.GetCounts().rewindings;
-  m_counts.shortLifts += checker.GetCounts().shortLifts;
-  if (checker.GetCounts().rewindings != 0) DivideLargeSteps(misc::kNoValue);
+  checker.CountInto(m_counts);
+  const std::uint32_t rewindings = m_counts.rewindings;
+  const bool isOut = checksLinear ? checker.CheckAllWithRewind(limit, smallMoves)
+                                  : checker.CheckRotaryWithRewind(limit, smallMoves);
+  if (m_counts.rewindings != rewindings) DivideLargeSteps(misc::kNoValue);
   return isOut;
 }
 

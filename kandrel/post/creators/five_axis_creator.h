@@ -113,7 +113,8 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
       const cadcam::zvMovePointer& move, Types type) const;
 
   /// The solution that a posting takes for its first move. Throws 5010 to 5012 and 5015 to 5017
-  /// when both break a linear limit, unless a pole leaves an angle free.
+  /// when both break a linear limit, or one that and the other the rotary ranges, unless a pole
+  /// leaves an angle free.
   Move SelectPostedMoveFirstTime(const post::zvSolutionPair& pair) const;
 
  private:
@@ -137,7 +138,8 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   void KeepRotaryLimits(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear);
   bool PostsWithOwnBounds(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear,
                           post::zvKDRParam::SolutionIndex own);
-  bool IsOutAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds, post::zvLimitType& limit);
+  bool IsOutAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds, post::zvLimitType& limit,
+                        bool checksLinear = false);
   post::zvSolutionPair SolveMove(const cadcam::zvMovePointer& move, Types type) const;
 
   post::zv5axMachDef m_machDef;

@@ -50,7 +50,10 @@ class RepairMachine {
       return post::RetractAlongTool(m_kinematics, move, m_par.GetRetractDistance());
     zvPosted4axMove lifted = post::RetractToMachineLimits(m_kinematics, m_machDef, move, false,
                                                           post::zvRecompute::kNothing);
-    if (PartDistance(move, lifted) < m_par.GetRetractDistance()) ++m_counts.shortLifts;
+    // What is in the air at its limits already has no way to go.
+    const double distance = PartDistance(move, lifted);
+    const bool isUp = move.IsRapid() && distance <= misc::kNoMotion;
+    if (distance < m_par.GetRetractDistance() && !isUp) ++m_counts.shortLifts;
     return lifted;
   }
 

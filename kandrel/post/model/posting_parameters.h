@@ -59,7 +59,8 @@ class KANDREL_API zvKDRParam {
   Units GetParamUnits() const noexcept { return m_paramUnits; }
   void SetParamUnits(Units units) noexcept { m_paramUnits = units; }
   /// A circular distance of angles above this is a large jump, repaired by retract and approach. On
-  /// 5 axes so is a smaller one that takes the tool off its way; 180 or more switches both off.
+  /// 5 axes so is a smaller one that takes the tool off its way, unless MaxAngleStep is switched
+  /// off; 180 or more switches both off.
   double GetMaxAngleJump() const noexcept { return m_maxAngleJump; }
   void SetMaxAngleJump(double deg) noexcept { m_maxAngleJump = deg; }
   /// Largest rotary step between posted moves. A step, not a tolerance on the path.

@@ -17,11 +17,11 @@ zvLimitChecker::zvLimitChecker(List& list, const zv5axMachDef& machDef,
 
 void zvLimitChecker::Rewind(bool smallMoves) {
   const zv5axRepairMachine machine(m_machDef, m_par, m_partOrigin, m_toolLengthCompensation,
-                                   smallMoves, m_counts);
+                                   smallMoves, *m_counts);
   const double slack = m_lowerBounds == zvLowerBounds::kOwn ? m_par.GetLimitTolerance() : 0;
   zvRewinder<zvPosted5axMove, zv5axRepairMachine> rewinder(m_list, RotaryRangesOf(m_machDef), m_par,
                                                            smallMoves, machine, slack);
-  m_counts.rewindings += rewinder.Run();
+  m_counts->rewindings += rewinder.Run();
 }
 
 bool zvLimitChecker::CheckRotaryWithRewind(zvLimitType& limit, bool smallMoves) {

@@ -17,6 +17,9 @@ class KANDREL_API zvLimitChecker : public zvListLimits<zvPosted5axMove> {
   zvLimitChecker(List& list, const zv5axMachDef& machDef,
                  const cadcam::zvTPoint3d<double>& partOrigin, const zvKDRParam& par,
                  double toolLengthCompensation, zvLowerBounds lowerBounds = zvLowerBounds::kShared);
+  /// Not copied: it may count into itself.
+  zvLimitChecker(const zvLimitChecker&) = delete;
+  zvLimitChecker& operator=(const zvLimitChecker&) = delete;
 
   /// Throws as zvRewinder::Run does.
   void Rewind(bool smallMoves);
@@ -26,8 +29,10 @@ class KANDREL_API zvLimitChecker : public zvListLimits<zvPosted5axMove> {
   /// The linear limits before that: what a rewinding puts in is not tested for them.
   bool CheckAllWithRewind(zvLimitType& limit, bool smallMoves);
 
-  /// Rewindings made, and lifts that came out short.
-  const zvPostingCounts& GetCounts() const noexcept { return m_counts; }
+  /// Rewindings made, and lifts that came out short; also where a rewinding has thrown.
+  const zvPostingCounts& GetCounts() const noexcept { return *m_counts; }
+  /// Counts into another object from now on, which must outlive this one.
+  void CountInto(zvPostingCounts& counts) noexcept { m_counts = &counts; }
 
  private:
   List& m_list;
@@ -36,7 +41,8 @@ class KANDREL_API zvLimitChecker : public zvListLimits<zvPosted5axMove> {
   const zvKDRParam& m_par;
   double m_toolLengthCompensation;
   zvLowerBounds m_lowerBounds;
-  zvPostingCounts m_counts;
+  zvPostingCounts m_ownCounts;
+  zvPostingCounts* m_counts = &m_ownCounts;
 };
 
 }  // namespace post

@@ -1,3 +1,4 @@
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/passes/five_axis_repair.h>
 #include <kandrel/post/passes/retraction.h>
 
@@ -30,7 +31,10 @@ zvPosted5axMove zv5axRepairMachine::Lift(const Move& move) const {
   if (!m_par.GetRetractToLimits())
     return RetractAlongTool(Kinematics(), move, m_par.GetRetractDistance());
   Move lifted = RetractToMachineLimits(Kinematics(), m_machDef, move, false, zvRecompute::kNothing);
-  if (PartDistance(move, lifted) < m_par.GetRetractDistance()) ++m_counts.shortLifts;
+  // What is in the air at its limits already has no way to go.
+  const double distance = PartDistance(move, lifted);
+  const bool isUp = move.IsRapid() && distance <= misc::kNoMotion;
+  if (distance < m_par.GetRetractDistance() && !isUp) ++m_counts.shortLifts;
   return lifted;
 }
 

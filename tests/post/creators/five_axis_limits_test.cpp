@@ -400,6 +400,7 @@ TEST(FiveAxisLimits, ARewindingInASwingAtTheLinearLimitsIsPosted) {
   const Outcome outcome = Post(scene, path);
   EXPECT_EQ(outcome.id, 0u);
   EXPECT_GE(outcome.rewindings, 1u);
+  EXPECT_EQ(outcome.shortLifts, 0u);
   ExpectFollows(scene, path, outcome.lines, 20, 1);
 }
 

@@ -27,7 +27,8 @@ namespace post {
 /// comes down where it left. It goes in at a link where one is near, by the rank of its type, else
 /// at the limit itself. Where the angle leaps over the limit, from one solution to the other, no
 /// move can stand there: the tool lifts before the leap, all axes swing in the air, and it comes
-/// down behind it.
+/// down behind it. So it does between two rapid moves where the move at the limit lies outside the
+/// linear limits and can't be lifted to them.
 ///
 /// `Machine` is what the rewinder needs of the creator:
 ///   Kinematics()             MachinePosition(move), PartPosition(move), Orientation(move)
@@ -219,8 +220,8 @@ class zvRewinder {
     return true;
   }
 
-  // The lift over a move at the limit. Between two moves in the air at their linear limits it may
-  // stand outside them itself: then there is none.
+  // The lift over a move at the limit. Between two rapid moves, as lifts to the linear limits are,
+  // it may stand outside those itself: then there is none.
   std::optional<Move> Lifted(const Move& move, bool isInAir) const {
     try {
       return m_machine.Retract(move);
