@@ -46,15 +46,7 @@ class RepairMachine {
   const post::zv4axKinematics& Kinematics() const { return m_kinematics; }
 
   zvPosted4axMove Retract(const zvPosted4axMove& move) const {
-    if (!m_par.GetRetractToLimits())
-      return post::RetractAlongTool(m_kinematics, move, m_par.GetRetractDistance());
-    zvPosted4axMove lifted = post::RetractToMachineLimits(m_kinematics, m_machDef, move, false,
-                                                          post::zvRecompute::kNothing);
-    // What is in the air at its limits already has no way to go.
-    const double distance = PartDistance(move, lifted);
-    const bool isUp = move.IsRapid() && distance <= misc::kNoMotion;
-    if (distance < m_par.GetRetractDistance() && !isUp) ++m_counts.shortLifts;
-    return lifted;
+    return post::RetractAsAsked(m_kinematics, m_machDef, m_par, move, m_counts);
   }
 
   std::optional<zvPosted4axMove> Midpoint(const zvPosted4axMove& from, const zvPosted4axMove& to,

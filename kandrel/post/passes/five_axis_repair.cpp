@@ -1,4 +1,3 @@
-#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/passes/five_axis_repair.h>
 #include <kandrel/post/passes/retraction.h>
 
@@ -15,27 +14,17 @@ zv5axRepairMachine::zv5axRepairMachine(const zv5axMachDef& machDef, const zvKDRP
       m_interpolator(m_solver, smallMoves) {}
 
 zvPosted5axMove zv5axRepairMachine::Retract(const Move& move) const {
-  if (m_par.GetInterpolationMode() == 0) return Lift(move);
+  if (m_par.GetInterpolationMode() == 0)
+    return RetractAsAsked(Kinematics(), m_machDef, m_par, move, m_counts);
   // Moves of linear axes hold a marker instead of their orientation.
   Move oriented = move;
   oriented.SetOrientation(Kinematics().Orientation(move));
-  return Lift(oriented);
+  return RetractAsAsked(Kinematics(), m_machDef, m_par, oriented, m_counts);
 }
 
 std::optional<zvPosted5axMove> zv5axRepairMachine::Midpoint(const Move& from, const Move& to,
                                                             double tolerance) const {
   return m_interpolator.Midpoint(from, to, tolerance);
-}
-
-zvPosted5axMove zv5axRepairMachine::Lift(const Move& move) const {
-  if (!m_par.GetRetractToLimits())
-    return RetractAlongTool(Kinematics(), move, m_par.GetRetractDistance());
-  Move lifted = RetractToMachineLimits(Kinematics(), m_machDef, move, false, zvRecompute::kNothing);
-  // What is in the air at its limits already has no way to go.
-  const double distance = PartDistance(move, lifted);
-  const bool isUp = move.IsRapid() && distance <= misc::kNoMotion;
-  if (distance < m_par.GetRetractDistance() && !isUp) ++m_counts.shortLifts;
-  return lifted;
 }
 
 }  // namespace post

@@ -32,8 +32,6 @@ class KANDREL_API zv5axRepairMachine {
   std::optional<Move> Midpoint(const Move& from, const Move& to, double tolerance) const;
 
  private:
-  Move Lift(const Move& move) const;
-
   const zv5axMachDef& m_machDef;
   const zvKDRParam& m_par;
   zvPostingCounts& m_counts;

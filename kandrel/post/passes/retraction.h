@@ -4,6 +4,8 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/post_exception.h>
+#include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/passes/limit_checker.h>
 
 #include <algorithm>
@@ -96,6 +98,21 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
   settle(touched.z, fz, d.z, from.z, d.z < 0 ? low.z : high.z);
   lifted.SetMachinePosition(touched);
   if (!LinearOut(touched, machDef).IsNone()) throw zvPostException(5008);
+  return lifted;
+}
+
+/// The lift that the parameters ask for: by retractDistance, or with retractToLimits to the linear
+/// limits, where one that comes out shorter is counted. Throws as the one of the two does.
+template <class Move, class Kinematics>
+Move RetractAsAsked(const Kinematics& kinematics, const zvMachDef& machDef, const zvKDRParam& par,
+                    const Move& move, zvPostingCounts& counts) {
+  if (!par.GetRetractToLimits())
+    return RetractAlongTool(kinematics, move, par.GetRetractDistance());
+  Move lifted = RetractToMachineLimits(kinematics, machDef, move, false, zvRecompute::kNothing);
+  // What is in the air at its limits already has no way to go.
+  const double distance = PartDistance(move, lifted);
+  const bool isUp = move.IsRapid() && distance <= misc::kNoMotion;
+  if (distance < par.GetRetractDistance() && !isUp) ++counts.shortLifts;
   return lifted;
 }
 
