@@ -61,8 +61,8 @@ constexpr misc::zvMessageRow kRows[] = {
     {2172, L"Couldn't handle mesh solid definition"},
     {2175, L"Couldn't construct a zvLatheTool object"},
     {2177, L"Couldn't handle solid definition"},
-    {2183, L"Unknown solid definition."},
-    {2189, L"Can't normalize null vector."},
+    {zvcadcamException::kUnknownSolid, L"Unknown solid definition."},
+    {zvcadcamException::kNullVector, L"Can't normalize null vector."},
     {2195, L"The tool type is unsupported."},
     {2196, L"Convertor unable to identify an appropiate specific tool."},
     {2197, L"The Noncutting part is ill defined."},
@@ -84,9 +84,9 @@ constexpr misc::zvMessageRow kRows[] = {
     {2213, L"Holder profile must have different heights for the last two points"},
     {2421, L"Couldn't construct a zvConvexTipMill object."},
     {2422, L"Convex tip radius should be greater or equal half tool diameter"},
-    {2637, L"Unknown move type."},
-    {2639, L"Unknown toolpath section type."},
-    {2640, L"Passed move is not part of a link."},
+    {zvcadcamException::kUnknownMove, L"Unknown move type."},
+    {zvcadcamException::kUnknownSection, L"Unknown toolpath section type."},
+    {zvcadcamException::kNotOfLink, L"Passed move is not part of a link."},
     {2708, L"Unknown value for enum Types"},
 };
 static_assert(misc::IsSortedById(kRows));

@@ -8,6 +8,15 @@ namespace cadcam {
 /// The texts stand in cadcam_exception.cpp; an id without a row has the text "Unknown error.".
 class KANDREL_API zvcadcamException : public misc::zvExceptionOf<zvcadcamException> {
  public:
+  /// Names of the ids that are thrown by name.
+  enum Id : std::uint32_t {
+    kUnknownSolid = 2183,
+    kNullVector = 2189,
+    kUnknownMove = 2637,
+    kUnknownSection = 2639,
+    kNotOfLink = 2640,
+  };
+
   explicit zvcadcamException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
   static misc::zvMessageTable Table() noexcept;

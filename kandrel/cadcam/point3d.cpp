@@ -13,7 +13,7 @@ double ScaledLength(double x, double y, double z) noexcept {
 }
 
 void ThrowNullVector() {
-  throw zvcadcamException(2189);
+  throw zvcadcamException(zvcadcamException::kNullVector);
 }
 
 }  // namespace detail

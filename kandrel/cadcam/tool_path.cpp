@@ -27,7 +27,7 @@ void zvToolPath::zvSectionInfoGetter::Visit(const zvTPContour&) {
 }
 
 void zvToolPath::zvSectionInfoGetter::Visit(const zvTPSection&) {
-  throw zvcadcamException(2639);
+  throw zvcadcamException(zvcadcamException::kUnknownSection);
 }
 
 std::uint64_t zvToolPath::GetMoveCount() const {

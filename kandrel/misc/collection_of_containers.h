@@ -189,7 +189,7 @@ class zvCollectionOfContainers : public C {
   /// Inserts an element before `position`; at end() it goes to the end of the last child. Throws
   /// zvmiscException 5503 "No container available, insertion failed." when there is no child.
   virtual iterator Insert(iterator position, const Element& element) {
-    if (this->empty()) throw zvmiscException(5503);
+    if (this->empty()) throw zvmiscException(zvmiscException::kNoContainer);
     const bool atEnd = !position.m_child;
     iterator inserted(*this, atEnd ? std::prev(Children().end()) : position.m_position);
     Container& child = inserted.Current();

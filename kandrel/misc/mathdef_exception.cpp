@@ -6,8 +6,8 @@ namespace {
 
 constexpr misc::zvMessageRow kMathDefRows[] = {
     {0, L"Unknown exception."},
-    {2504, L"Index out of range in WMAdapter"},
-    {2505, L"Negative Polynom degree"},
+    {zvMathDefException::kIndexOutOfRange, L"Index out of range in WMAdapter"},
+    {zvMathDefException::kNegativeDegree, L"Negative Polynom degree"},
     {7050, L"Division by zero in polynom"},
     {7051, L"Different dimmensions of input data in Approx"},
     {7104, L"Incompatible matrices"},

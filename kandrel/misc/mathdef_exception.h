@@ -9,6 +9,12 @@ namespace mathdef {
 /// text "Unknown error."; id 0 has a row of its own, "Unknown exception.".
 class KANDREL_API zvMathDefException : public misc::zvExceptionOf<zvMathDefException> {
  public:
+  /// Names of the ids that are thrown by name.
+  enum Id : std::uint32_t {
+    kIndexOutOfRange = 2504,
+    kNegativeDegree = 2505,
+  };
+
   explicit zvMathDefException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
   static misc::zvMessageTable Table() noexcept;

@@ -15,12 +15,14 @@ constexpr std::uintmax_t kLargestFile = std::uintmax_t{16} << 20;
 
 std::string ReadWhole(const std::filesystem::path& path) {
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) throw zvmiscException(3601);
+  if (!std::filesystem::is_regular_file(path, error))
+    throw zvmiscException(zvmiscException::kNoResource);
   const std::uintmax_t size = std::filesystem::file_size(path, error);
-  if (error || size > kLargestFile) throw zvmiscException(3601);
+  if (error || size > kLargestFile) throw zvmiscException(zvmiscException::kNoResource);
   std::string bytes(static_cast<std::size_t>(size), '\0');
   std::ifstream file(path, std::ios::binary);
-  if (!file.read(bytes.data(), static_cast<std::streamsize>(size))) throw zvmiscException(3601);
+  if (!file.read(bytes.data(), static_cast<std::streamsize>(size)))
+    throw zvmiscException(zvmiscException::kNoResource);
   return bytes;
 }
 
@@ -38,7 +40,8 @@ std::string Unescaped(std::string_view text) {
       out += text[i];
       continue;
     }
-    if (++i == text.size() || (text[i] != 'n' && text[i] != '\\')) throw zvmiscException(3606);
+    if (++i == text.size() || (text[i] != 'n' && text[i] != '\\'))
+      throw zvmiscException(zvmiscException::kInvalidEntry);
     out += text[i] == 'n' ? '\n' : '\\';
   }
   return out;
@@ -46,12 +49,13 @@ std::string Unescaped(std::string_view text) {
 
 zvResourceEntry ParseEntry(std::string_view line, const std::wstring& section) {
   const std::size_t equals = line.find('=');
-  if (equals == std::string_view::npos) throw zvmiscException(3606);
+  if (equals == std::string_view::npos) throw zvmiscException(zvmiscException::kInvalidEntry);
   const std::string_view number = Trimmed(line.substr(0, equals));
   const char* end = number.data() + number.size();
   zvResourceEntry entry{section, 0, FromUtf8(Unescaped(Trimmed(line.substr(equals + 1))))};
   const auto result = std::from_chars(number.data(), end, entry.id);
-  if (result.ec != std::errc() || result.ptr != end) throw zvmiscException(3606);
+  if (result.ec != std::errc() || result.ptr != end)
+    throw zvmiscException(zvmiscException::kInvalidEntry);
   return entry;
 }
 
@@ -64,7 +68,7 @@ void zvResourceDll::Load(std::vector<zvResourceEntry> entries) {
   for (zvResourceEntry& entry : entries) {
     Key key(entry.id, std::move(entry.section));
     if (entry.text.empty() || !texts.emplace(std::move(key), std::move(entry.text)).second)
-      throw zvmiscException(3606);
+      throw zvmiscException(zvmiscException::kInvalidEntry);
   }
   m_texts.swap(texts);
   m_isLoaded = true;
@@ -86,7 +90,7 @@ void zvResourceDll::Load(const std::filesystem::path& path) {
     else if (line.back() == ']')
       section = FromUtf8(Trimmed(line.substr(1, line.size() - 2)));
     else
-      throw zvmiscException(3606);
+      throw zvmiscException(zvmiscException::kInvalidEntry);
   }
   Load(std::move(entries));
 }
@@ -101,9 +105,9 @@ const std::wstring& zvResourceDll::GetMessage(std::wstring_view section, std::ui
   const auto found = m_texts.find(Key(id, section));
   // The two blanks in the text stand so in what callers compare with.
   if (found == m_texts.end())
-    throw zvmiscException(3600, L"The message ID " + std::to_wstring(id) + L" from section " +
-                                    std::wstring(section) +
-                                    L"  was not found in the resource dll!");
+    throw zvmiscException(zvmiscException::kNoMessage,
+                          L"The message ID " + std::to_wstring(id) + L" from section " +
+                              std::wstring(section) + L"  was not found in the resource dll!");
   return m_lastText = found->second;
 }
 
@@ -112,12 +116,13 @@ const std::wstring& zvResourceDll::GetMessage(std::uint32_t id) {
   const auto found = m_texts.lower_bound(Key(id, std::wstring()));
   if (found == m_texts.end() || found->first.first != id)
     throw zvmiscException(
-        3600, L"The requested message (No. " + std::to_wstring(id) + L") doesn't exist!");
+        zvmiscException::kNoMessage,
+        L"The requested message (No. " + std::to_wstring(id) + L") doesn't exist!");
   return m_lastText = found->second;
 }
 
 void zvResourceDll::CheckLoaded() const {
-  if (!m_isLoaded) throw zvmiscException(3607);
+  if (!m_isLoaded) throw zvmiscException(zvmiscException::kNotInitialized);
 }
 
 }  // namespace misc

@@ -9,6 +9,15 @@ namespace misc {
 /// An id without a row has the text "Unknown error.".
 class KANDREL_API zvmiscException : public zvExceptionOf<zvmiscException> {
  public:
+  /// Names of the ids that are thrown by name.
+  enum Id : std::uint32_t {
+    kNoMessage = 3600,
+    kNoResource = 3601,
+    kInvalidEntry = 3606,
+    kNotInitialized = 3607,
+    kNoContainer = 5503,
+  };
+
   explicit zvmiscException(std::uint32_t id, const zvException* previous = nullptr);
   /// With a text composed by the thrower in place of the table's.
   zvmiscException(std::uint32_t id, std::wstring text, const zvException* previous = nullptr);

@@ -23,7 +23,7 @@ class zvPolynomial {
 
   /// Throws zvMathDefException 2505 "Negative Polynom degree" without a coefficient.
   explicit zvPolynomial(std::span<const T> coefficients) : m_count(coefficients.size()) {
-    if (m_count == 0) throw zvMathDefException(2505);
+    if (m_count == 0) throw zvMathDefException(zvMathDefException::kNegativeDegree);
     if (m_count > kInPlace) m_high.resize(m_count);
     std::copy(coefficients.begin(), coefficients.end(), Data());
   }
@@ -43,7 +43,7 @@ class zvPolynomial {
   /// The factor of x to the power `index`. Throws zvMathDefException 2504 "Index out of range in
   /// WMAdapter" above the degree.
   T GetCoefficient(std::size_t index) const {
-    if (index >= m_count) throw zvMathDefException(2504);
+    if (index >= m_count) throw zvMathDefException(zvMathDefException::kIndexOutOfRange);
     return Data()[index];
   }
 

@@ -6,8 +6,8 @@ namespace measures {
 namespace {
 
 constexpr misc::zvMessageRow kRows[] = {
-    {2141, L"Unknown Units"},
-    {2146, L"Undefined ScaleFactor"},
+    {zvmeasuresException::kUnknownUnits, L"Unknown Units"},
+    {zvmeasuresException::kUndefinedScale, L"Undefined ScaleFactor"},
 };
 static_assert(misc::IsSortedById(kRows));
 
@@ -28,17 +28,19 @@ double zvUnitsFactory::GetScaleFactor(Units from, Units to) {
   if (from == to) return 1.0;
   if (from == inch && to == metric) return kMillimetresPerInch;
   if (from == metric && to == inch) return kInchesPerMillimetre;
-  throw zvmeasuresException(2146);
+  throw zvmeasuresException(zvmeasuresException::kUndefinedScale);
 }
 
 zvMeasurable::zvMeasurable(zvUnitsFactory::Units units) : m_units(units) {
-  if (!zvUnitsFactory::IsKnown(units)) throw zvmeasuresException(2141);
+  if (!zvUnitsFactory::IsKnown(units))
+    throw zvmeasuresException(zvmeasuresException::kUnknownUnits);
 }
 
 zvMeasurable::~zvMeasurable() = default;
 
 void zvMeasurable::SetUnits(zvUnitsFactory::Units units, bool keepNumbers) {
-  if (!zvUnitsFactory::IsKnown(units)) throw zvmeasuresException(2141);
+  if (!zvUnitsFactory::IsKnown(units))
+    throw zvmeasuresException(zvmeasuresException::kUnknownUnits);
   if (!keepNumbers && units != m_units)
     Scale(units, zvUnitsFactory::GetScaleFactor(m_units, units));
   m_units = units;

@@ -10,6 +10,12 @@ namespace measures {
 /// Failures of units: 2141 "Unknown Units", 2146 "Undefined ScaleFactor".
 class KANDREL_API zvmeasuresException : public misc::zvExceptionOf<zvmeasuresException> {
  public:
+  /// Names of the ids that are thrown by name.
+  enum Id : std::uint32_t {
+    kUnknownUnits = 2141,
+    kUndefinedScale = 2146,
+  };
+
   explicit zvmeasuresException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
   static misc::zvMessageTable Table() noexcept;

@@ -32,7 +32,9 @@ class ValuesReader : public post::zvMachineVisitor {
                         m.GetMaxAngle()};
   }
   void Visit(const post::zv3axMachDef& m) override { Common(m, 3); }
-  void Visit(const post::zvMachDef&) override { throw post::zvPostException(2503); }
+  void Visit(const post::zvMachDef&) override {
+    throw post::zvPostException(post::zvPostException::kAbstractMember);
+  }
 
   MachineValues values;
 

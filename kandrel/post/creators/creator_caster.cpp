@@ -8,12 +8,13 @@ void Caster::Verify(const zvPostedTPCreator& creator, VerifyInstance expected) {
   const zvPostedTPCreator::InstanceType type = creator.GetInstanceType();
   switch (type) {
     case zvPostedTPCreator::instanceBase:
-      throw post::zvPostException(2503);
+      throw post::zvPostException(post::zvPostException::kAbstractMember);
     case zvPostedTPCreator::instance3ax:
     case zvPostedTPCreator::instance4ax:
     case zvPostedTPCreator::instance5ax:
     case zvPostedTPCreator::instance6ax:
-      if (type - zvPostedTPCreator::instance3ax != expected) throw post::zvPostException(5043);
+      if (type - zvPostedTPCreator::instance3ax != expected)
+        throw post::zvPostException(post::zvPostException::kWrongCast);
       return;
   }
 }

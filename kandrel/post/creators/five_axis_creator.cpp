@@ -7,11 +7,11 @@
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/angle_jumps.h>
-#include <kandrel/post/passes/blending.h>
 #include <kandrel/post/passes/control_limits.h>
+#include <kandrel/post/passes/five_axis_interpolation.h>
 #include <kandrel/post/passes/five_axis_repair.h>
-#include <kandrel/post/passes/interpolation.h>
 #include <kandrel/post/passes/move_times.h>
+#include <kandrel/post/passes/pole_blending.h>
 #include <kandrel/post/passes/step_division.h>
 #include <kandrel/post/passes/winding.h>
 
@@ -105,7 +105,7 @@ bool zvPosted5axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
                               par.GetFirstMoveRule() == zvKDRParam::bySecondAxis;
   if (par.GetFirstMoveByRule() && prefersAnAngle &&
       !std::isfinite(par.GetFirstMovePreferredAngle()))
-    throw zvPostException(5039);
+    throw zvPostException(zvPostException::kInvalidVector);
   try {
     return PostInOneWalk(toolpath, smallMoves);
   } catch (const misc::zvException&) {
@@ -322,7 +322,7 @@ zvPosted5axTPCreator::FixedAxes zvPosted5axTPCreator::FixAxes(
   if (par.GetFirstMoveRule() == zvKDRParam::bySecondAxis && solutions.poleStatus == 2)
     axes.secondAngle = par.GetFirstMovePreferredAngle();
   if (!std::isfinite(axes.firstAngle) || !std::isfinite(axes.secondAngle))
-    throw zvPostException(5039);
+    throw zvPostException(zvPostException::kInvalidVector);
   axes.firstAngle = misc::WrapIntoRange(axes.firstAngle, m_machDef.GetMinFirstAngle(),
                                         m_machDef.GetMaxFirstAngle());
   axes.secondAngle = misc::WrapIntoRange(axes.secondAngle, m_machDef.GetMinSecondAngle(),
@@ -416,7 +416,7 @@ void zvPosted5axTPCreator::CheckLimits(const cadcam::zvToolPath& toolpath, bool 
       CheckLinearLimits();
       return;
   }
-  throw zvPostException(5046);
+  throw zvPostException(zvPostException::kUnknownLimits);
 }
 
 post::zvLimitChecker zvPosted5axTPCreator::Checker(post::zvLowerBounds lowerBounds) {
@@ -538,7 +538,7 @@ zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   zvLimitType excesses[2];
   zvLimitType* excess = excesses;
   if (check != zvKDRParam::checkNothing && !checksLinear && !checksRotary)
-    throw zvPostException(5046);
+    throw zvPostException(zvPostException::kUnknownLimits);
   for (Move* solution : {&first, &mirror}) {
     if (checksRotary)
       // Only the first broken bound is mended.

@@ -63,7 +63,7 @@ class RepairMachine {
 };
 
 void RequireOn(const post::zvOrientationCone& cone, const Point& dir_tool) {
-  if (!cone.IsNear(dir_tool)) throw zvPostException(5030);
+  if (!cone.IsNear(dir_tool)) throw zvPostException(zvPostException::kNotFor4Axes);
 }
 
 // Posts one move after the other to the end of a list.
@@ -177,7 +177,7 @@ class BlockBuilder {
 
   void SolveAlone(zvPosted4axMove& move) {
     if (!IsFinite(move.GetPartPosition()) || !IsFinite(move.GetOrientation()))
-      throw zvPostException(5039);
+      throw zvPostException(zvPostException::kInvalidVector);
     const Point dir_tool = move.GetOrientation().Normalized();
     RequireOn(m_orientationCone, dir_tool);
     m_maker.Solve(move, dir_tool, m_poleCone);
@@ -347,7 +347,7 @@ void zvPosted4axTPCreator::CheckLimits(bool smallMoves) {
       KeepRotaryLimits(limits, smallMoves);
       return;
   }
-  throw zvPostException(5046);
+  throw zvPostException(zvPostException::kUnknownLimits);
 }
 
 void zvPosted4axTPCreator::KeepRotaryLimits(Limits& limits, bool smallMoves) {
@@ -399,7 +399,7 @@ zvPosted4axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   if (checksLinear) ExceedingLimit(post::LinearOut(posted->GetMachinePosition(), m_machDef));
   if (checksRotary) ExceedingLimit(post::RotaryOut(unwrapped, *posted, ranges, slack));
   if (!checksLinear && !checksRotary && check != zvKDRParam::checkNothing)
-    throw zvPostException(5046);
+    throw zvPostException(zvPostException::kUnknownLimits);
   post::RequireNumbers(*posted);
   return {std::move(posted), nullptr};
 }

@@ -58,14 +58,15 @@ const cadcam::zvCNCMove& zvPostedTPCreator::SingleMove(const cadcam::zvMovePoint
 void zvPostedTPCreator::RequireFiniteSetup() const {
   RequireFiniteAlignment();
   if (!IsFinite(m_partOrigin) || !std::isfinite(m_toolLengthCompensation))
-    throw zvPostException(5039);
+    throw zvPostException(zvPostException::kInvalidVector);
 }
 
 void zvPostedTPCreator::RequireFiniteAlignment() const {
   if (!m_alignMatrix) return;
   for (std::size_t i = 0; i < 4; ++i)
     for (std::size_t j = 0; j < 4; ++j)
-      if (!std::isfinite((*m_alignMatrix)(i, j))) throw zvPostException(5039);
+      if (!std::isfinite((*m_alignMatrix)(i, j)))
+        throw zvPostException(zvPostException::kInvalidVector);
 }
 
 void zvPostedTPCreator::CheckUnits(const post::zvMachDef& machDef,
@@ -81,7 +82,8 @@ void zvPostedTPCreator::ExceedingLimit(const zvLimitType& limit) const {
       limit.limitSide == zvLimitType::kMinimum || limit.limitSide == zvLimitType::kMaximum;
   if (!isAxis || !isSide) return;
   // 5010 to 5014 for the minima of the five axes, 5015 to 5019 for the maxima.
-  throw zvPostException(static_cast<std::uint32_t>(5010 + limit.limitAxis + 5 * limit.limitSide));
+  throw zvPostException(static_cast<std::uint32_t>(zvPostException::kXBelowMinimum +
+                                                   limit.limitAxis + 5 * limit.limitSide));
 }
 
 double zvPostedTPCreator::ApplyAngleLimitToRotAxis(double angle,

@@ -48,7 +48,7 @@ auto Dispatch(const zvMachDef& machDef, const Action& action) {
     case zvMachDef::sixAxes:
       return action(Of<zvPosted6axTPCreator>());
   }
-  throw post::zvPostException(5031);
+  throw post::zvPostException(post::zvPostException::kUnknownMachine);
 }
 
 template <class Creator>

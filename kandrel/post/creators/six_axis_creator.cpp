@@ -47,7 +47,8 @@ misc::zvAutoPointer<post::zvMachDef> zvPosted6axTPCreator::GetMachDefPtr() const
 }
 
 void zvPosted6axTPCreator::RequireFiniteThirdAngle() const {
-  if (!std::isfinite(m_machDef.GetThirdAngle())) throw post::zvPostException(5039);
+  if (!std::isfinite(m_machDef.GetThirdAngle()))
+    throw post::zvPostException(post::zvPostException::kInvalidVector);
 }
 
 // Of the machine, parameters and set-up that this creator has now.

@@ -103,7 +103,7 @@ void zvPosted3axTPCreator::RequireFiniteMaker() const {
   for (std::size_t i = 0; i < 3; ++i)
     for (std::size_t j = 0; j < 3; ++j)
       isFinite = isFinite && std::isfinite(transformation->GetRotation()(i, j));
-  if (!isFinite) throw zvPostException(5039);
+  if (!isFinite) throw zvPostException(zvPostException::kInvalidVector);
 }
 
 std::pair<misc::zvAutoPointer<post::zvPosted3axMove>, misc::zvAutoPointer<post::zvPosted3axMove>>
@@ -177,7 +177,7 @@ void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
 void zvPosted3axTPCreator::CheckOrientation(const cadcam::zvTPoint3d<double>& orientation) const {
   const cadcam::zvTPoint3d<double>& s = m_machDef.GetSpindleDirection();
   if (!((s - orientation.Normalized()).SquaredLength() < misc::kDirectionDifferenceSquared))
-    throw zvPostException(5029);
+    throw zvPostException(zvPostException::kNotFor3Axes);
 }
 
 void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPostedMove::Types type,
@@ -242,5 +242,5 @@ void zvPosted3axTPCreator::CheckLimits() const {
         ExceedingLimit(post::LinearOut(move.GetMachinePosition(), m_machDef));
       return;
   }
-  throw zvPostException(5046);
+  throw zvPostException(zvPostException::kUnknownLimits);
 }

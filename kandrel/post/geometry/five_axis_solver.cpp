@@ -69,7 +69,7 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
     const bool isSnapped = onFirstPole || cone.onSecondPole;
     if (!isSnapped ||
         !(distance(unsnappedC1, unsnappedQ1, m_c2, m_c2 * m_c2) >= -misc::kUnreachable))
-      throw zvPostException(5000);
+      throw zvPostException(zvPostException::kOutOfReach);
     w = 0;
   }
 

@@ -6,9 +6,9 @@
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/five_axis_kinematics.h>
-#include <kandrel/post/geometry/limit_keeper.h>
 #include <kandrel/post/geometry/move_grabber.h>
 #include <kandrel/post/geometry/pole.h>
+#include <kandrel/post/geometry/pole_limits.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mirror_angle.h>
 #include <kandrel/post/model/posted_move.h>

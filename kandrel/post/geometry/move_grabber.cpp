@@ -12,7 +12,7 @@ void zvMoveGrabber::Visit(const zv3axMove& move) {
 }
 
 void zvMoveGrabber::Visit(const zvCNCMove&) {
-  throw post::zvPostException(2503);
+  throw post::zvPostException(post::zvPostException::kAbstractMember);
 }
 
 }  // namespace cadcam
@@ -26,7 +26,9 @@ class ExtendedFinder final : public cadcam::zvCNCMoveVisitor {
  public:
   void Visit(const cadcam::zv5axMove& move) override { extended = &move; }
   void Visit(const cadcam::zv3axMove&) override {}
-  void Visit(const cadcam::zvCNCMove&) override { throw zvPostException(2503); }
+  void Visit(const cadcam::zvCNCMove&) override {
+    throw zvPostException(zvPostException::kAbstractMember);
+  }
 
   const cadcam::zv5axMove* extended = nullptr;
 };

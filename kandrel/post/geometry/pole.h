@@ -9,7 +9,7 @@
 //    first. geometry/five_axis_solver.h; on 4 axes, where the spindle's own direction is snapped to
 //    0 or 180, geometry/four_axis_kinematics.h.
 // 2. Spent on limits. With poleHandling keepWithinLimits the free angle of the first axis is turned
-//    until the linear axes stand inside their limits. geometry/limit_keeper.h.
+//    until the linear axes stand inside their limits. geometry/pole_limits.h.
 // 3. Crossed. The move takes the free angle of the determined one before it, so that the axis
 // stands
 //    still on the pole: zv5axMoveSolver::FixPoleAngle. Moves at the very start take that of the
@@ -18,9 +18,9 @@
 // 4. Interpolated. An excess within the pole's tolerance asks for no move; a move made on a pole
 //    hands on the angle at which its axis will stand; beside a pole a subdivision is refined before
 //    it is judged, and a turn of the free axis alone, off a pole, is left whole for the blending.
-//    passes/interpolation.h: SkipForPole, CarryPole, Refine, IsFreeTurn.
+//    passes/five_axis_interpolation.h: SkipForPole, CarryPole, Refine, IsFreeTurn.
 // 5. Blended. With one of the two blending poleHandlings the turn that is left at the end of a run
-//    on the pole is spread over the run. passes/blending.h.
+//    on the pole is spread over the run. passes/pole_blending.h.
 // 6. Made off the part, or divided. A turn above maxAngleJump is a large jump, made with the tool
 //    lifted: passes/angle_jumps.h. One below it, still larger than a step, is divided with the tip
 //    on its line: passes/step_division.h.

@@ -4,7 +4,7 @@ namespace post {
 
 void RequireFinite(const cadcam::zvCNCMove& move) {
   if (!IsFinite(move.GetPosition()) || !IsFinite(move.GetOrientation()))
-    throw zvPostException(5039);
+    throw zvPostException(zvPostException::kInvalidVector);
 }
 
 }  // namespace post

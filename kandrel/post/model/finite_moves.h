@@ -26,13 +26,14 @@ inline void AddNumbers(const zvPostedMove& move, double& sum) noexcept {
 inline void RequireNumbers(const zvPostedMove& move) {
   if (!IsFinite(move.GetMachinePosition()) || !std::isfinite(move.GetFeed()) ||
       !std::isfinite(move.GetMoveTime()))
-    throw zvPostException(5039);
+    throw zvPostException(zvPostException::kInvalidVector);
 }
 
 /// The same for both solutions of a move.
 inline void RequireNumbers(const zvSolutionPair& pair) {
   RequireNumbers(pair.first);
-  if (!IsFinite(pair.second.machinePosition)) throw zvPostException(5039);
+  if (!IsFinite(pair.second.machinePosition))
+    throw zvPostException(zvPostException::kInvalidVector);
 }
 
 /// The same for a list, whose moves have this sum. Only where that isn't finite, maybe because it

@@ -20,17 +20,17 @@ void RequireNotZero(const Point& direction, std::uint32_t id) {
 // What a creator can't compute with is refused when it takes its copy.
 void RequireFinite(std::initializer_list<const Point*> vectors) {
   for (const Point* vector : vectors)
-    if (!IsFinite(*vector)) throw zvPostException(5039);
+    if (!IsFinite(*vector)) throw zvPostException(zvPostException::kInvalidVector);
 }
 
 // What the definitions with two moving rotary axes check of them.
 void RequireRotaryPair(const Point& first, const Point& second) {
   // Equal as they stand: (0, 0, 1) and (0, 0, 2) pass here.
-  if (first == second) throw zvPostException(5002);
+  if (first == second) throw zvPostException(zvPostException::kEqualRotaryAxes);
 }
 
 void RequireFiveAxisKind(std::int32_t kind) {
-  if (kind > 3) throw zvPostException(5031);
+  if (kind > 3) throw zvPostException(zvPostException::kUnknownMachine);
 }
 
 bool IsNearIdentity(const Matrix& matrix) {
@@ -68,7 +68,7 @@ zvMachDef::zvMachDef(NumbersOfAxes numbersOfAxes, Units units, const Point& spin
       m_numbersOfAxes(numbersOfAxes),
       m_minLimits(minLimits),
       m_maxLimits(maxLimits) {
-  RequireNotZero(spindleDirection, 5024);
+  RequireNotZero(spindleDirection, zvPostException::kNullSpindle);
   CommitAxes({xAxisDirection, yAxisDirection, zAxisDirection});
 }
 
@@ -154,7 +154,7 @@ zv4axMachDef::zv4axMachDef(const std::int32_t& rotaryOnWorkpiece, Units units,
       m_rotationPivot(rotationPivot),
       m_minAngle(minAngle),
       m_maxAngle(maxAngle) {
-  RequireNotZero(rotationDirection, 5025);
+  RequireNotZero(rotationDirection, zvPostException::kNullRotaryAxis);
 }
 
 void zv4axMachDef::AcceptVisitor(zvMachineVisitor& visitor) const {
@@ -197,12 +197,12 @@ zv5axMachDef::zv5axMachDef(std::int32_t fiveAxisKind, Units units, const Point& 
       m_minSecondAngle(minSecondAngle),
       m_maxFirstAngle(maxFirstAngle),
       m_maxSecondAngle(maxSecondAngle) {
-  RequireNotZero(firstRotationDirection, 5026);
-  RequireNotZero(secondRotationDirection, 5027);
+  RequireNotZero(firstRotationDirection, zvPostException::kNullFirstRotaryAxis);
+  RequireNotZero(secondRotationDirection, zvPostException::kNullSecondRotaryAxis);
   RequireRotaryPair(firstRotationDirection, secondRotationDirection);
   // Exactly 1: rounding lets some parallel pairs pass, which then lie on the pole throughout.
   if (std::fabs(Dot(spindleDirection.Normalized(), secondRotationDirection.Normalized())) == 1.0)
-    throw zvPostException(5045);
+    throw zvPostException(zvPostException::kSpindleAxisNotFirst);
   RequireFiveAxisKind(fiveAxisKind);
 }
 
@@ -253,9 +253,9 @@ zv6axMachDef::zv6axMachDef(std::int32_t fiveAxisKind, Units units, const Point& 
       m_maxFirstAngle(maxFirstAngle),
       m_maxSecondAngle(maxSecondAngle),
       m_thirdAngle(thirdAngle) {
-  RequireNotZero(firstRotationDirection, 5026);
-  RequireNotZero(secondRotationDirection, 5027);
-  RequireNotZero(thirdRotationDirection, 5028);
+  RequireNotZero(firstRotationDirection, zvPostException::kNullFirstRotaryAxis);
+  RequireNotZero(secondRotationDirection, zvPostException::kNullSecondRotaryAxis);
+  RequireNotZero(thirdRotationDirection, zvPostException::kNullThirdRotaryAxis);
   RequireRotaryPair(firstRotationDirection, secondRotationDirection);
   RequireFiveAxisKind(fiveAxisKind);
 }

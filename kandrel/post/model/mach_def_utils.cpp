@@ -71,7 +71,7 @@ int zvMachDefUtils::GetNumberOfAxes(const MachDefPointer& machDef) {
     case zvMachDef::sixAxes:
       return machDef->GetNumbersOfAxes() + 3;
   }
-  throw zvPostException(5031);
+  throw zvPostException(zvPostException::kUnknownMachine);
 }
 
 void zvMachDefUtils::zvCastingRevolvedChecker::Visit(const zv6axMachDef&) {
@@ -87,11 +87,11 @@ void zvMachDefUtils::zvCastingRevolvedChecker::Visit(const zv3axMachDef&) {
   Require(zvMachDef::threeAxes);
 }
 void zvMachDefUtils::zvCastingRevolvedChecker::Visit(const zvMachDef&) {
-  throw zvPostException(2503);
+  throw zvPostException(zvPostException::kAbstractMember);
 }
 
 void zvMachDefUtils::zvCastingRevolvedChecker::Require(zvMachDef::NumbersOfAxes visited) const {
-  if (visited != m_expected) throw zvPostException(5043);
+  if (visited != m_expected) throw zvPostException(zvPostException::kWrongCast);
 }
 
 namespace {

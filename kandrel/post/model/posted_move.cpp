@@ -128,12 +128,12 @@ void zvPostedMove::SetExtended(bool extended) {
 }
 
 const zvExtendedPostedMove& zvPostedMove::Extended() const {
-  if (!m_extended) throw zvPostException(5048);
+  if (!m_extended) throw zvPostException(zvPostException::kNotExtended);
   return *m_extended;
 }
 
 zvExtendedPostedMove& zvPostedMove::Extended() {
-  if (!m_extended) throw zvPostException(5048);
+  if (!m_extended) throw zvPostException(zvPostException::kNotExtended);
   return *m_extended;
 }
 

@@ -40,7 +40,7 @@ void zvPostedExtentVisitor::Visit(const zvPosted3axMove& move) {
 }
 
 void zvPostedExtentVisitor::Visit(const zvPostedMove&) {
-  throw zvPostException(2503);
+  throw zvPostException(zvPostException::kAbstractMember);
 }
 
 void zvPostedExtentVisitor::Fold(const zvPostedMove& move, const double* angles,

@@ -12,7 +12,7 @@ zvKDRParam::zvKDRParam(Units units)
 
 void zvKDRParam::SetPoleAngleTolerance(double deg) {
   // Written so that a value that is not a number is refused too.
-  if (!(deg >= 0.001 && deg <= 10)) throw zvPostException(5009);
+  if (!(deg >= 0.001 && deg <= 10)) throw zvPostException(zvPostException::kPoleTolerance);
   m_poleAngleTolerance = deg;
 }
 

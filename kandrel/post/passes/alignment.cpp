@@ -107,7 +107,7 @@ bool FitsRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& mach
 zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& machDef) {
   const zvToolPathAxis path = FindToolPathAxis(toolpath);
   if (Fits(path, machDef)) return nullptr;
-  if (path.axis.IsZero()) throw zvPostException(5044);
+  if (path.axis.IsZero()) throw zvPostException(zvPostException::kNotAlignable);
   return misc::MakeAutoPointer<Matrix>(RotationBetween(path.axis, machDef.GetRotationDirection()));
 }
 

@@ -7,7 +7,7 @@
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
-#include <kandrel/post/passes/interpolation.h>
+#include <kandrel/post/passes/five_axis_interpolation.h>
 
 #include <optional>
 

@@ -11,7 +11,7 @@ using cadcam::zvToolPath;
 using Types = zvPostedMove::Types;
 
 Types TypeOfLink(std::uint32_t linkType) {
-  if (linkType > 5) throw zvKandrelException(2637);
+  if (linkType > 5) throw zvKandrelException(zvKandrelException::kUnknownMove);
   return static_cast<Types>(linkType);
 }
 
@@ -40,7 +40,7 @@ Types PostedMoveTypeAt(const zvToolPath::const_iterator& position) {
 
 Types LinkTypeAt(const zvToolPath::const_iterator& position) {
   const zvToolPath::zvSectionInfoGetter info = SectionInfoAt(position);
-  if (!info.IsLink()) throw cadcam::zvcadcamException(2640);
+  if (!info.IsLink()) throw cadcam::zvcadcamException(cadcam::zvcadcamException::kNotOfLink);
   return TypeOfLink(info.GetLinkType());
 }
 

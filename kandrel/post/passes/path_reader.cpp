@@ -35,7 +35,7 @@ void zvPathReader::Align(const cadcam::zvCNCMove& source) {
 }
 
 void zvPathReader::ThrowNotFinite() {
-  throw zvPostException(5039);
+  throw zvPostException(zvPostException::kInvalidVector);
 }
 
 }  // namespace post

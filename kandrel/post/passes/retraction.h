@@ -23,7 +23,7 @@ Move RetractAlongTool(const Kinematics& kinematics, const Move& move, double dis
   lifted.SetPartPosition(move.GetPartPosition() + distance * move.GetOrientation());
   lifted.SetMachinePosition(kinematics.MachinePosition(lifted));
   if (!IsFinite(lifted.GetPartPosition()) || !IsFinite(lifted.GetMachinePosition()))
-    throw zvPostException(5039);
+    throw zvPostException(zvPostException::kInvalidVector);
   lifted.SetRapid(true);
   if (!lifted.HasNoExtended()) lifted.SetInserted(true);
   lifted.SetReservedSingle(0);
@@ -50,14 +50,15 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
   using Point = cadcam::zvTPoint3d<double>;
   Move start = move;
   if (start.GetOrientation().IsZero()) {
-    if (!useAngles) throw zvPostException(5039);
+    if (!useAngles) throw zvPostException(zvPostException::kInvalidVector);
     start.SetOrientation(kinematics.Orientation(start));
   }
   if (recompute == zvRecompute::kPartPosition)
     start.SetPartPosition(kinematics.PartPosition(start));
   if (recompute == zvRecompute::kMachinePosition)
     start.SetMachinePosition(kinematics.MachinePosition(start));
-  if (!LinearOut(start.GetMachinePosition(), machDef).IsNone()) throw zvPostException(5008);
+  if (!LinearOut(start.GetMachinePosition(), machDef).IsNone())
+    throw zvPostException(zvPostException::kOutOfLimits);
 
   // How far the limits are doesn't depend on the orientation's length, but rounding does: one so
   // short or long that motion couldn't be told from noise is lifted along as a unit vector.
@@ -97,7 +98,7 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
   settle(touched.y, fy, d.y, from.y, d.y < 0 ? low.y : high.y);
   settle(touched.z, fz, d.z, from.z, d.z < 0 ? low.z : high.z);
   lifted.SetMachinePosition(touched);
-  if (!LinearOut(touched, machDef).IsNone()) throw zvPostException(5008);
+  if (!LinearOut(touched, machDef).IsNone()) throw zvPostException(zvPostException::kOutOfLimits);
   return lifted;
 }
 

@@ -29,7 +29,8 @@ double CalcWindedAngles(misc::zvMemoryPoolList<Move>& list) {
     void Wind(double raw) {
       constexpr double kLargestTurns = 2147483646;
       const double more = misc::WindsBetween(previous, raw + carried);
-      if (!(std::fabs(more) <= kLargestTurns)) throw zvPostException(5039);
+      if (!(std::fabs(more) <= kLargestTurns))
+        throw zvPostException(zvPostException::kInvalidVector);
       carried += misc::kFullTurnDeg * more;
     }
   };

@@ -86,7 +86,7 @@ class zvLimitMoveFinder {
       const bool hasPassed = isUpward ? d > 0 : d < 0;
       (hasPassed ? high : low) = std::move(*middle);
     }
-    throw zvPostException(5051);
+    throw zvPostException(zvPostException::kNoFirstMoveOfRewinding);
   }
 
   // Whether the tool stays as it is when the axis turns to `deg`: beside a pole, and where the arc

@@ -226,7 +226,7 @@ class zvRewinder {
     try {
       return m_machine.Retract(move);
     } catch (const zvPostException& e) {
-      if (!isInAir || e.GetId() != 5008) throw;
+      if (!isInAir || e.GetId() != zvPostException::kOutOfLimits) throw;
       return std::nullopt;
     }
   }
@@ -252,7 +252,7 @@ class zvRewinder {
       turn = std::max(turn, std::fabs(Traits::Angle(to, axis) - Traits::Angle(from, axis)));
     if (!(turn > step)) return;
     const double parts = std::trunc(turn / step) + 1;
-    if (!(parts <= kLargestCount)) throw zvPostException(5039);
+    if (!(parts <= kLargestCount)) throw zvPostException(zvPostException::kInvalidVector);
     for (std::uint32_t part = 1; part < parts; ++part) {
       const double t = part / parts;
       Move between = pattern;
@@ -276,7 +276,8 @@ class zvRewinder {
     if (m_par.GetMaxAngleStep() > 0) {
       const double step = sense * m_par.GetMaxAngleStep();
       const double whole = std::fabs(shift) - m_par.GetLimitTolerance();
-      if (!(whole / std::fabs(step) <= kLargestCount)) throw zvPostException(5039);
+      if (!(whole / std::fabs(step) <= kLargestCount))
+        throw zvPostException(zvPostException::kInvalidVector);
       m_list.Insert(rest, lift);
       double turned = 0;
       while (sense * turned < whole) {

@@ -2,8 +2,8 @@
 #include <kandrel/misc/polynomial.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/post_exception.h>
-#include <kandrel/post/passes/blending.h>
 #include <kandrel/post/passes/move_between.h>
+#include <kandrel/post/passes/pole_blending.h>
 
 #include <algorithm>
 #include <cmath>
@@ -135,7 +135,8 @@ class Run {
   template <class Turn>
   void InsertMoves(double spacing, const Turn& turn) {
     constexpr double kLargestCount = 2147483646;
-    if (!(m_length / spacing <= kLargestCount)) throw zvPostException(5039);
+    if (!(m_length / spacing <= kLargestCount))
+      throw zvPostException(zvPostException::kInvalidVector);
     double position = spacing;
     double s = 0;
     for (Iterator start = m_first; start != m_last && position < m_length;) {

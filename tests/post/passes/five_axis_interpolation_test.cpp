@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 #include <kandrel/post/model/post_exception.h>
-#include <kandrel/post/passes/interpolation.h>
+#include <kandrel/post/passes/five_axis_interpolation.h>
 #include <kandrel/post/passes/step_counts.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/five_axis_scenes.h>

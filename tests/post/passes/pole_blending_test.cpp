@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <kandrel/post/passes/blending.h>
+#include <kandrel/post/passes/pole_blending.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/toolpath_builders.h>

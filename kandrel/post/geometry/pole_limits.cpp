@@ -2,7 +2,7 @@
 #include <kandrel/misc/host_hooks.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
-#include <kandrel/post/geometry/limit_keeper.h>
+#include <kandrel/post/geometry/pole_limits.h>
 
 #include <array>
 #include <cmath>

@@ -1,9 +1,9 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/solution_choice.h>
-#include <kandrel/post/passes/blending.h>
+#include <kandrel/post/passes/five_axis_interpolation.h>
 #include <kandrel/post/passes/intermediate_moves.h>
-#include <kandrel/post/passes/interpolation.h>
+#include <kandrel/post/passes/pole_blending.h>
 #include <kandrel/post/passes/step_counts.h>
 #include <kandrel/post/passes/thinning.h>
 
