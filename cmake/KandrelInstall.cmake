@@ -25,8 +25,10 @@ install(FILES ${PROJECT_BINARY_DIR}/kandrel-config.cmake
 file(RELATIVE_PATH pkgconfig_to_prefix ${CMAKE_INSTALL_PREFIX}/${pkgconfig_dir}
   ${CMAKE_INSTALL_PREFIX})
 set(pkgconfig_cflags "")
+set(pkgconfig_libs "")
 if(NOT BUILD_SHARED_LIBS)
   set(pkgconfig_cflags " -DKANDREL_STATIC")
+  set(pkgconfig_libs " -lz -lbz2")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kandrel.pc.in ${PROJECT_BINARY_DIR}/kandrel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kandrel.pc DESTINATION ${pkgconfig_dir})

@@ -6,7 +6,8 @@ namespace {
 
 // The checks of a tool's shoulder and neck, 2185 to 2188, have no text of their own on purpose.
 constexpr misc::zvMessageRow kRows[] = {
-    {2027, L"ZVGL binary log file version doesn't match logger version. Cannot process this file"},
+    {zvcadcamException::kUnknownVersion,
+     L"ZVGL binary log file version doesn't match logger version. Cannot process this file"},
     {2103, L"Invalid flute length"},
     {2105, L"Invalid tool diameter"},
     {2106, L"Couldn't construct a zvRevolvedTool object"},
@@ -87,7 +88,7 @@ constexpr misc::zvMessageRow kRows[] = {
     {zvcadcamException::kUnknownMove, L"Unknown move type."},
     {zvcadcamException::kUnknownSection, L"Unknown toolpath section type."},
     {zvcadcamException::kNotOfLink, L"Passed move is not part of a link."},
-    {2708, L"Unknown value for enum Types"},
+    {zvcadcamException::kUnknownType, L"Unknown value for enum Types"},
 };
 static_assert(misc::IsSortedById(kRows));
 

@@ -10,11 +10,13 @@ class KANDREL_API zvcadcamException : public misc::zvExceptionOf<zvcadcamExcepti
  public:
   /// Names of the ids that are thrown by name.
   enum Id : std::uint32_t {
+    kUnknownVersion = 2027,
     kUnknownSolid = 2183,
     kNullVector = 2189,
     kUnknownMove = 2637,
     kUnknownSection = 2639,
     kNotOfLink = 2640,
+    kUnknownType = 2708,
   };
 
   explicit zvcadcamException(std::uint32_t id, const misc::zvException* previous = nullptr);

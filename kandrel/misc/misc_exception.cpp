@@ -5,14 +5,14 @@ namespace misc {
 namespace {
 
 constexpr zvMessageRow kRows[] = {
-    {2018, L"Unexpected end of binary log stream!"},
-    {2052, L"Index out of bounds"},
-    {2148, L"Unexpected end of input stream!"},
-    {2149, L"Unexpected end of output stream!"},
-    {2157, L"Conversion from 64 bytes data to 32 bytes data failed."},
+    {zvmiscException::kEndOfStream, L"Unexpected end of binary log stream!"},
+    {zvmiscException::kIndexOutOfBounds, L"Index out of bounds"},
+    {zvmiscException::kEndOfInput, L"Unexpected end of input stream!"},
+    {zvmiscException::kEndOfOutput, L"Unexpected end of output stream!"},
+    {zvmiscException::kSizeBeyond32Bits, L"Conversion from 64 bytes data to 32 bytes data failed."},
     {2576, L"Conversion from value to string failed."},
     {2577, L"Conversion to ascii failed."},
-    {2578, L"String too big. It can not be storred."},
+    {zvmiscException::kStringTooBig, L"String too big. It can not be storred."},
     {2579, L"Conversion from string to value failed."},
     {zvmiscException::kNoMessage, L"The requested message doesn't exist!"},
     {zvmiscException::kNoResource, L"The requested resource file couldn't be loaded!"},

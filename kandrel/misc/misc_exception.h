@@ -11,6 +11,12 @@ class KANDREL_API zvmiscException : public zvExceptionOf<zvmiscException> {
  public:
   /// Names of the ids that are thrown by name.
   enum Id : std::uint32_t {
+    kEndOfStream = 2018,
+    kIndexOutOfBounds = 2052,
+    kEndOfInput = 2148,
+    kEndOfOutput = 2149,
+    kSizeBeyond32Bits = 2157,
+    kStringTooBig = 2578,
     kNoMessage = 3600,
     kNoResource = 3601,
     kInvalidEntry = 3606,

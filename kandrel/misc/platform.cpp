@@ -1,9 +1,11 @@
 #include <kandrel/misc/platform.h>
 #include <pthread.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <utility>
 
@@ -18,6 +20,11 @@ __asan_unpoison_memory_region(const volatile void* memory, std::size_t bytes);
 namespace misc::platform {
 
 namespace {
+
+FileKind KindOf(int failed, const struct stat& found) noexcept {
+  if (failed != 0) return errno == ENOENT ? FileKind::kMissing : FileKind::kOther;
+  return S_ISREG(found.st_mode) ? FileKind::kRegular : FileKind::kOther;
+}
 
 std::size_t RoundToPages(std::size_t bytes) {
   static const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
@@ -72,6 +79,16 @@ bool FreePages(void* block, std::size_t bytes) noexcept {
 
 void DiscardPages(void* block, std::size_t bytes) noexcept {
   madvise(block, bytes, MADV_DONTNEED);
+}
+
+FileKind KindOfFile(const char* path) noexcept {
+  struct stat found = {};
+  return KindOf(stat(path, &found), found);
+}
+
+FileKind KindOfFile(std::FILE* file) noexcept {
+  struct stat found = {};
+  return KindOf(fstat(fileno(file), &found), found);
 }
 
 bool AtThreadEnd(ThreadEnd& end) noexcept {

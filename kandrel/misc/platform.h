@@ -5,6 +5,7 @@
 #include <kandrel/misc/export.h>
 
 #include <cstddef>
+#include <cstdio>
 
 namespace misc::platform {
 
@@ -22,6 +23,17 @@ KANDREL_API bool FreePages(void* block, std::size_t bytes) noexcept;
 
 /// Gives back the memory behind whole pages, which stay in use and read as zero from now on.
 KANDREL_API void DiscardPages(void* block, std::size_t bytes) noexcept;
+
+enum class FileKind {
+  kMissing,  ///< nothing is there
+  kRegular,  ///< a file with bytes of its own
+  kOther,    ///< a folder, a device, or what can't be looked at
+};
+
+/// What stands at a path, links followed.
+KANDREL_API FileKind KindOfFile(const char* path) noexcept;
+/// The same of an open file.
+KANDREL_API FileKind KindOfFile(std::FILE* file) noexcept;
 
 /// Something to do when the thread ends, a member of whatever lives as long as the thread.
 struct ThreadEnd {

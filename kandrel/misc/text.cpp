@@ -56,6 +56,24 @@ Decoded DecodeUtf8(std::string_view text) {
   return {value, length};
 }
 
+bool IsHighSurrogate(char32_t c) {
+  return c >= 0xD800 && c <= 0xDBFF;
+}
+
+bool IsLowSurrogate(char32_t c) {
+  return c >= 0xDC00 && c <= 0xDFFF;
+}
+
+char32_t JoinSurrogates(char32_t high, char32_t low) {
+  return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+// Code page 1252 from 80 to 9F; the other bytes are their own characters.
+constexpr wchar_t kAnsi[] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                             0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+                             0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                             0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
 }  // namespace
 
 std::string ToUtf8(std::wstring_view text) {
@@ -74,6 +92,47 @@ std::wstring FromUtf8(std::string_view text) {
     text.remove_prefix(decoded.length != 0 ? decoded.length : 1);
   }
   return out;
+}
+
+std::vector<std::uint16_t> ToUtf16(std::wstring_view text) {
+  std::vector<std::uint16_t> units;
+  units.reserve(text.size());
+  for (const wchar_t character : text) {
+    auto c = static_cast<char32_t>(character);
+    if (c > 0x10FFFF) c = kReplacement;
+    if (c < 0x10000) {
+      units.push_back(static_cast<std::uint16_t>(c));
+    } else {
+      units.push_back(static_cast<std::uint16_t>(0xD800 + ((c - 0x10000) >> 10)));
+      units.push_back(static_cast<std::uint16_t>(0xDC00 + ((c - 0x10000) & 0x3FF)));
+    }
+  }
+  return units;
+}
+
+void AppendUtf16(std::wstring& text, std::uint16_t unit) {
+  const auto last = text.empty() ? char32_t{0} : static_cast<char32_t>(text.back());
+  if (IsLowSurrogate(unit) && IsHighSurrogate(last))
+    text.back() = static_cast<wchar_t>(JoinSurrogates(last, unit));
+  else
+    text += static_cast<wchar_t>(unit);
+}
+
+bool ToPathBytes(std::wstring_view path, std::string& bytes) {
+  bytes.clear();
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    auto c = static_cast<char32_t>(path[i]);
+    if (IsHighSurrogate(c) && i + 1 < path.size() &&
+        IsLowSurrogate(static_cast<char32_t>(path[i + 1])))
+      c = JoinSurrogates(c, static_cast<char32_t>(path[++i]));
+    if (c == 0 || !IsScalarValue(c)) return false;
+    AppendUtf8(bytes, c);
+  }
+  return true;
+}
+
+wchar_t FromAnsi(unsigned char byte) noexcept {
+  return byte >= 0x80 && byte < 0xA0 ? kAnsi[byte - 0x80] : static_cast<wchar_t>(byte);
 }
 
 std::string ToText(double value) {

@@ -3,8 +3,10 @@
 
 #include <kandrel/misc/export.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace misc {
 
@@ -13,6 +15,21 @@ KANDREL_API std::string ToUtf8(std::wstring_view text);
 
 /// UTF-8 as wide text. Each byte that is no part of a valid sequence becomes U+FFFD.
 KANDREL_API std::wstring FromUtf8(std::string_view text);
+
+/// Wide text in 16-bit units: a character above U+FFFF gives a surrogate pair, half a pair stays as
+/// it is, and what is no character becomes U+FFFD.
+KANDREL_API std::vector<std::uint16_t> ToUtf16(std::wstring_view text);
+
+/// Appends a 16-bit unit; the second half of a surrogate pair joins the first into one character.
+KANDREL_API void AppendUtf16(std::wstring& text, std::uint16_t unit);
+
+/// A path as the system takes it, in UTF-8; surrogate pairs are joined. False for a path that can
+/// name nothing: one with a NUL or with half a pair.
+KANDREL_API bool ToPathBytes(std::wstring_view path, std::string& bytes);
+
+/// The character of a byte in Windows code page 1252, in which old files were written. The five
+/// bytes without one are the control characters U+0081, 8D, 8F, 90 and 9D.
+KANDREL_API wchar_t FromAnsi(unsigned char byte) noexcept;
 
 /// The shortest decimal text that reads back to the same double; "nan", "inf" and "-inf" else.
 KANDREL_API std::string ToText(double value);

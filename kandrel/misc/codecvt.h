@@ -1,0 +1,41 @@
+// zvCodecvt: what stands in a file for the characters of a wide stream.
+#pragma once
+
+#include <kandrel/misc/export.h>
+
+#include <cwchar>
+#include <locale>
+
+namespace misc {
+
+/// Base of the conversions that zvIFStream and zvOFStream take. None of them depends on a locale.
+class KANDREL_API zvCodecvt : public std::codecvt<wchar_t, char, std::mbstate_t> {
+ public:
+  using std::codecvt<wchar_t, char, std::mbstate_t>::codecvt;
+  ~zvCodecvt() override;
+};
+
+/// A byte for each character, both ways the same number from 0 to 255; no byte order mark. A
+/// character above that is an error of the stream, never its low byte alone.
+class KANDREL_API zvASCIICodecvt : public zvCodecvt {
+ public:
+  using zvCodecvt::zvCodecvt;
+  ~zvASCIICodecvt() override;
+
+ protected:
+  result do_out(state_type& state, const intern_type* from, const intern_type* fromEnd,
+                const intern_type*& fromNext, extern_type* to, extern_type* toEnd,
+                extern_type*& toNext) const override;
+  result do_in(state_type& state, const extern_type* from, const extern_type* fromEnd,
+               const extern_type*& fromNext, intern_type* to, intern_type* toEnd,
+               intern_type*& toNext) const override;
+  result do_unshift(state_type& state, extern_type* to, extern_type* toEnd,
+                    extern_type*& toNext) const override;
+  int do_length(state_type& state, const extern_type* from, const extern_type* fromEnd,
+                std::size_t count) const override;
+  int do_encoding() const noexcept override { return 1; }
+  bool do_always_noconv() const noexcept override { return false; }
+  int do_max_length() const noexcept override { return 1; }
+};
+
+}  // namespace misc

@@ -1,0 +1,29 @@
+// zvBIHelper: reads what the records of toolpaths and of postings share.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/basic_types_reader.h>
+#include <kandrel/misc/units_factory.h>
+
+namespace cadcam {
+
+/// Reads points and units through a reader of primitives, which outlives it.
+class KANDREL_API zvBIHelper {
+ public:
+  using Point = zvTPoint3d<double>;
+  using Units = measures::zvUnitsFactory::Units;
+
+  explicit zvBIHelper(misc::zvBIBasicTypes& basic) : m_basic(basic) {}
+
+  /// Three doubles.
+  void ReadVector(Point& value) {
+    m_basic.ReadDouble(value.x).ReadDouble(value.y).ReadDouble(value.z);
+  }
+  /// An int. Throws zvmeasuresException 2141 for other units than metric and inch.
+  void ReadUnits(Units& value);
+
+ private:
+  misc::zvBIBasicTypes& m_basic;
+};
+
+}  // namespace cadcam

@@ -1,0 +1,254 @@
+#include <kandrel/persistence/post_types_writer.h>
+#include <kandrel/persistence/versions.h>
+#include <kandrel/post/model/mach_def_utils.h>
+#include <kandrel/post/model/post_exception.h>
+#include <kandrel/post/model/posted_visitor.h>
+
+namespace post {
+
+using Gathering = misc::zvBOBasicTypes::Gathering;
+
+void zvBOPostTypes::WriteVector(const Point& value) {
+  m_basic.WriteDouble(value.x);
+  m_basic.WriteDouble(value.y);
+  m_basic.WriteDouble(value.z);
+}
+
+void zvBOPostTypes::Write(const zv5axControlDef& control) {
+  const Gathering gathering(m_basic);
+  m_basic.WriteInt(control.GetFirstAxisLimit());
+  m_basic.WriteInt(control.GetSecondAxisLimit());
+}
+
+void zvBOPostTypes::Write(const zvKDRParam& parameters) {
+  const Gathering gathering(m_basic);
+  // An enumeration takes one byte, whatever its value.
+  const auto writeEnum8 = [this](std::int32_t value) {
+    m_basic.WriteByte(static_cast<std::uint8_t>(value));
+  };
+  m_basic.WriteInt(parameters.GetParamUnits());
+  m_basic.WriteByte(parameters.GetFirstMoveByRule());
+  m_basic.WriteByte(parameters.GetFirstMoveMirror());
+  m_basic.WriteDouble(parameters.GetMaxAngleJump());
+  m_basic.WriteDouble(parameters.GetMaxAngleStep());
+  m_basic.WriteDouble(parameters.GetInterpolationDistance());
+  m_basic.WriteByte(parameters.GetInterpolateByDistance());
+  m_basic.WriteDouble(parameters.GetRetractDistance());
+  m_basic.WriteDouble(parameters.GetPoleAngleTolerance());
+  writeEnum8(parameters.GetLimitsCheck());
+  m_basic.WriteDouble(parameters.GetLimitTolerance());
+  writeEnum8(parameters.GetFirstMoveRule());
+  writeEnum8(parameters.GetFirstMoveSolutionIndex());
+  m_basic.WriteDouble(parameters.GetFirstMovePreferredAngle());
+  m_basic.WriteByte(parameters.GetInterpolateRapidMoves());
+  writeEnum8(parameters.GetPoleHandling());
+  m_basic.WriteByte(parameters.GetAlignToolpath());
+  writeEnum8(parameters.GetInterpolationMode());
+  m_basic.WriteByte(parameters.GetRetractToLimits());
+}
+
+void zvBOPostTypes::Write(const zvMachDef& machDef) {
+  const Gathering gathering(m_basic);
+  m_basic.WriteInt(machDef.GetUnits());
+  m_basic.WriteInt(machDef.GetNumbersOfAxes());
+  switch (machDef.GetNumbersOfAxes()) {
+    case zvMachDef::threeAxes: {
+      WriteVector(zvMachDefUtils::As3ax(machDef).GetSpindleDirection());
+      break;
+    }
+    case zvMachDef::fourAxes: {
+      const zv4axMachDef& m = zvMachDefUtils::As4ax(machDef);
+      m_basic.WriteInt(m.GetRotaryOnWorkpiece());
+      WriteVector(m.GetSpindleDirection());
+      WriteVector(m.GetRotationDirection());
+      WriteVector(m.GetRotationPivot());
+      m_basic.WriteDouble(m.GetMinAngle());
+      m_basic.WriteDouble(m.GetMaxAngle());
+      break;
+    }
+    case zvMachDef::fiveAxes: {
+      const zv5axMachDef& m = zvMachDefUtils::As5ax(machDef);
+      m_basic.WriteInt(m.GetFiveAxisKind());
+      WriteVector(m.GetSpindleDirection());
+      WriteVector(m.GetFirstRotationDirection());
+      WriteVector(m.GetSecondRotationDirection());
+      WriteVector(m.GetFirstRotationPivot());
+      WriteVector(m.GetSecondRotationPivot());
+      m_basic.WriteDouble(m.GetMinFirstAngle());
+      m_basic.WriteDouble(m.GetMinSecondAngle());
+      m_basic.WriteDouble(m.GetMaxFirstAngle());
+      m_basic.WriteDouble(m.GetMaxSecondAngle());
+      break;
+    }
+    case zvMachDef::sixAxes: {
+      const zv6axMachDef& m = zvMachDefUtils::As6ax(machDef);
+      m_basic.WriteInt(m.GetFiveAxisKind());
+      WriteVector(m.GetSpindleDirection());
+      WriteVector(m.GetFirstRotationDirection());
+      WriteVector(m.GetSecondRotationDirection());
+      WriteVector(m.GetThirdRotationDirection());
+      WriteVector(m.GetFirstRotationPivot());
+      WriteVector(m.GetSecondRotationPivot());
+      WriteVector(m.GetThirdRotationPivot());
+      m_basic.WriteDouble(m.GetMinFirstAngle());
+      m_basic.WriteDouble(m.GetMinSecondAngle());
+      m_basic.WriteDouble(m.GetMaxFirstAngle());
+      m_basic.WriteDouble(m.GetMaxSecondAngle());
+      m_basic.WriteDouble(m.GetThirdAngle());
+      m_basic.WriteInt(m.GetFirstOnWorkpiece());
+      m_basic.WriteInt(m.GetSecondOnWorkpiece());
+      m_basic.WriteInt(m.GetThirdOnWorkpiece());
+      break;
+    }
+    default:
+      throw zvPostException(zvPostException::kUnknownMachine);
+  }
+  WriteVector(machDef.GetMinLimits());
+  WriteVector(machDef.GetMaxLimits());
+  WriteVector(machDef.GetXAxisDirection());
+  WriteVector(machDef.GetYAxisDirection());
+  WriteVector(machDef.GetZAxisDirection());
+}
+
+void zvBOPostTypes::Write(const zvMachDefBuilder& builder) {
+  const Gathering gathering(m_basic);
+  Write(*builder.GetMachDef());
+  m_basic.WriteStrings(builder.GetAxisNames());
+  m_basic.WriteUnsigned(static_cast<std::uint32_t>(builder.GetKind()));
+}
+
+void zvBOPostTypes::WriteHead(const zvPostedMove& move) {
+  WriteVector(move.GetMachinePosition());
+  WriteVector(move.GetPartPosition());
+  WriteVector(move.GetOrientation());
+}
+
+void zvBOPostTypes::WriteFeed(const zvPostedMove& move) {
+  m_basic.WriteDouble(move.GetFeed());
+  m_basic.WriteByte(move.IsRapid());
+  m_basic.WriteByte(move.HasNoExtended());
+}
+
+void zvBOPostTypes::WriteType(const zvPostedMove& move) {
+  m_basic.WriteUnsigned(static_cast<std::uint32_t>(move.GetType()));
+}
+
+void zvBOPostTypes::WriteTail(const zvPostedMove& move) {
+  m_basic.WriteDouble(move.GetMoveTime());
+  if (move.HasNoExtended()) return;
+  m_basic.WriteByte(move.HasExtendedData());
+  if (move.HasExtendedData()) {
+    WriteVector(move.GetExtendedPoint());
+    WriteVector(move.GetExtendedVector());
+    m_basic.WriteUnsigned(move.GetExtendedId());
+  }
+  m_basic.WriteUnsigned(static_cast<std::uint32_t>(move.GetSourceIndex()));
+  m_basic.WriteByte(move.IsInserted());
+}
+
+void zvBOPostTypes::Write(const zvPosted6axMove& move) {
+  const Gathering gathering(m_basic);
+  WriteHead(move);
+  for (std::int16_t i = 0; i < 3; ++i) m_basic.WriteDouble(move.GetAngle(i));
+  m_basic.WriteInt(static_cast<std::int32_t>(move.GetPoleStatus()));
+  WriteFeed(move);
+  // Alone of the four classes a small one goes without its type, though the reader wants it:
+  // deliberate, the layout of a version that is in use doesn't change.
+  if (!move.HasNoExtended()) WriteType(move);
+  WriteTail(move);
+}
+
+void zvBOPostTypes::Write(const zvPosted5axMove& move) {
+  const Gathering gathering(m_basic);
+  WriteHead(move);
+  for (std::int16_t i = 0; i < 2; ++i) m_basic.WriteDouble(move.GetAngle(i));
+  m_basic.WriteInt(static_cast<std::int32_t>(move.GetPoleStatus()));
+  WriteFeed(move);
+  WriteType(move);
+  WriteTail(move);
+}
+
+void zvBOPostTypes::Write(const zvPosted4axMove& move) {
+  const Gathering gathering(m_basic);
+  WriteHead(move);
+  m_basic.WriteDouble(move.GetRotaryAngle());
+  WriteFeed(move);
+  WriteType(move);
+  WriteTail(move);
+}
+
+void zvBOPostTypes::Write(const zvPosted3axMove& move) {
+  const Gathering gathering(m_basic);
+  WriteHead(move);
+  WriteFeed(move);
+  WriteType(move);
+  WriteTail(move);
+}
+
+template <class Move>
+void zvBOPostTypes::WriteList(const ListPointer<Move>& list, zvMachDef::NumbersOfAxes moveClass) {
+  const Gathering gathering(m_basic);
+  m_basic.WriteCount(list->GetCount());
+  m_basic.WriteInt(moveClass);
+  for (const Move& move : *list) Write(move);
+}
+
+void zvBOPostTypes::Write(const ListPointer<zvPosted6axMove>& list) {
+  WriteList(list, zvMachDef::sixAxes);
+}
+
+void zvBOPostTypes::Write(const ListPointer<zvPosted5axMove>& list) {
+  WriteList(list, zvMachDef::fiveAxes);
+}
+
+void zvBOPostTypes::Write(const ListPointer<zvPosted4axMove>& list) {
+  WriteList(list, zvMachDef::fourAxes);
+}
+
+void zvBOPostTypes::Write(const ListPointer<zvPosted3axMove>& list) {
+  WriteList(list, zvMachDef::threeAxes);
+}
+
+void zvBOPostTypes::Write(const zvAlignMatrix& matrix) {
+  const Gathering gathering(m_basic);
+  m_basic.WriteString(matrix.IsNull() ? persistence::kHasNoMatrix : persistence::kHasMatrix);
+  if (matrix.IsNull()) return;
+  for (std::size_t row = 0; row < 4; ++row)
+    for (std::size_t column = 0; column < 4; ++column) m_basic.WriteDouble((*matrix)(row, column));
+}
+
+void zvBOPostTypes::Write(const zvPostedTP& toolpath) {
+  const Gathering gathering(m_basic);
+  m_basic.WriteCount(toolpath.GetCount());
+  int moveClass = zvMachDef::fiveAxes;
+  if (toolpath.GetCount() > 0) {
+    zvPostedVisitorMoveType visitor(moveClass);
+    (*toolpath.Begin())->AcceptVisitor(visitor);
+  }
+  m_basic.WriteInt(moveClass);
+  zvPostedVisitorBinOutput visitor(*this);
+  for (auto it = toolpath.Begin(); it != toolpath.End(); ++it) (*it)->AcceptVisitor(visitor);
+  Write(toolpath.GetAlignMatrix());
+}
+
+void zvPostedVisitorBinOutput::Visit(const zvPosted6axMove& move) {
+  m_writer.Write(move);
+}
+
+void zvPostedVisitorBinOutput::Visit(const zvPosted5axMove& move) {
+  m_writer.Write(move);
+}
+
+void zvPostedVisitorBinOutput::Visit(const zvPosted4axMove& move) {
+  m_writer.Write(move);
+}
+
+void zvPostedVisitorBinOutput::Visit(const zvPosted3axMove& move) {
+  m_writer.Write(move);
+}
+
+void zvPostedVisitorBinOutput::Visit(const zvPostedMove& /*move*/) {
+  throw misc::zvException(2183, L"Abstract function called");
+}
+
+}  // namespace post
