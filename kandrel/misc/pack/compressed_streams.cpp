@@ -59,7 +59,7 @@ zvCompressedOutputFileStream::zvCompressedOutputFileStream(const std::wstring& p
     : zvCompressedOutputFileStream(path, useBzip2 ? kBzip2 : kZlib) {}
 
 zvCompressedOutputFileStream::zvCompressedOutputFileStream(const std::wstring& path, Method method)
-    : m_method(method), m_exceptions(std::uncaught_exceptions()) {
+    : m_exceptions(std::uncaught_exceptions()) {
   if (method != kBzip2 && method != kZlib)
     Fail(L"pack::zvCompressedOutputFileStream::Open Unknown pack method. Please revisit code.");
   m_file = OpenFile(path, "wb+");

@@ -65,7 +65,6 @@ class KANDREL_API zvCompressedOutputFileStream : public misc::zvBinOutputStream 
   void Append(const void* buffer, misc::zvStreamSize size);
   void WriteZlib(std::FILE* file, const unsigned char* plain) const;
 
-  Method m_method;
   zvFile m_file;
   zvBytes m_buffer;
   std::size_t m_size = 0;

@@ -1,0 +1,91 @@
+// zvBIPostTypes on any bytes: one byte selects the record, one the version, one the flags; the rest
+// is the record.
+#include <kandrel/misc/exception.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/persistence/post_types_reader.h>
+#include <kandrel/persistence/post_types_writer.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "fuzz/memory_streams.h"
+
+namespace {
+
+template <class Value>
+std::vector<std::uint8_t> Written(const Value& value) {
+  fuzz::MemoryOutput out;
+  post::zvBOPostTypes(out).Write(value);
+  return out.GetBytes();
+}
+
+template <class Move>
+void ReadList(post::zvBIPostTypes& reader) {
+  misc::zvMemoryPoolProvider provider;
+  const auto list = misc::MakeAutoPointer<misc::zvMemoryPoolList<Move>>(provider);
+  reader.ReadList(list);
+  Written(list);
+}
+
+// What was read, written and read again, is written as the same bytes.
+void ReadParameters(post::zvBIPostTypes& reader) {
+  post::zvKDRParam read(measures::zvUnitsFactory::metric);
+  reader.ReadParameters(read);
+  const std::vector<std::uint8_t> written = Written(read);
+  fuzz::MemoryInput in(written.data(), written.size());
+  post::zvKDRParam again(measures::zvUnitsFactory::metric);
+  post::zvBIPostTypes(in, 226, false, nullptr, true, false).ReadParameters(again);
+  if (Written(again) != written) std::abort();
+}
+
+void ReadRecord(post::zvBIPostTypes& reader, std::uint8_t record) {
+  switch (record % 8) {
+    case 0:
+      return ReadParameters(reader);
+    case 1: {
+      post::zv5axControlDef control;
+      reader.ReadControl(control);
+      Written(control);
+      return;
+    }
+    case 2: {
+      post::zvMachDefBuilder builder;
+      reader.ReadBuilder(builder);
+      Written(builder);
+      return;
+    }
+    case 3:
+      return ReadList<post::zvPosted3axMove>(reader);
+    case 4:
+      return ReadList<post::zvPosted4axMove>(reader);
+    case 5:
+      return ReadList<post::zvPosted5axMove>(reader);
+    case 6:
+      return ReadList<post::zvPosted6axMove>(reader);
+    default: {
+      post::zvPostedTP toolpath;
+      reader.ReadPostedTP(toolpath);
+      Written(toolpath);
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  constexpr std::size_t kHead = 3;
+  if (size < kHead) return 0;
+  try {
+    fuzz::MemoryInput in(data + kHead, size - kHead);
+    std::vector<misc::zvBILostData> lostData;
+    post::zvBIPostTypes reader(in, data[1], (data[2] & 1) != 0, &lostData, (data[2] & 2) != 0,
+                               (data[2] & 4) != 0);
+    ReadRecord(reader, data[0]);
+  } catch (const misc::zvException&) {
+    // Refused, which is what most inputs are for.
+  }
+  return 0;
+}
