@@ -4,19 +4,19 @@
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/persistence/post_types_reader.h>
 #include <kandrel/persistence/post_types_writer.h>
+#include <tests/support/memory_streams.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 #include <vector>
-
-#include "fuzz/memory_streams.h"
 
 namespace {
 
 template <class Value>
-std::vector<std::uint8_t> Written(const Value& value) {
-  fuzz::MemoryOutput out;
+std::string Written(const Value& value) {
+  tests::MemoryOutput out;
   post::zvBOPostTypes(out).Write(value);
   return out.GetBytes();
 }
@@ -33,8 +33,8 @@ void ReadList(post::zvBIPostTypes& reader) {
 void ReadParameters(post::zvBIPostTypes& reader) {
   post::zvKDRParam read(measures::zvUnitsFactory::metric);
   reader.ReadParameters(read);
-  const std::vector<std::uint8_t> written = Written(read);
-  fuzz::MemoryInput in(written.data(), written.size());
+  const std::string written = Written(read);
+  tests::MemoryInput in(written);
   post::zvKDRParam again(measures::zvUnitsFactory::metric);
   post::zvBIPostTypes(in, 226, false, nullptr, true, false).ReadParameters(again);
   if (Written(again) != written) std::abort();
@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr std::size_t kHead = 3;
   if (size < kHead) return 0;
   try {
-    fuzz::MemoryInput in(data + kHead, size - kHead);
+    tests::MemoryInput in(data + kHead, size - kHead);
     std::vector<misc::zvBILostData> lostData;
     post::zvBIPostTypes reader(in, data[1], (data[2] & 1) != 0, &lostData, (data[2] & 2) != 0,
                                (data[2] & 4) != 0);

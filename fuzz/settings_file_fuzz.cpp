@@ -1,18 +1,17 @@
 // zvKDSInput on any bytes. What it accepts, written and read again, is written as the same bytes.
 #include <kandrel/misc/exception.h>
 #include <kandrel/persistence/settings_file.h>
+#include <tests/support/memory_streams.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <vector>
-
-#include "fuzz/memory_streams.h"
+#include <string>
 
 namespace {
 
-std::vector<std::uint8_t> Written(const post::zvMachDefBuilder& builder) {
-  fuzz::MemoryOutput out;
+std::string Written(const post::zvMachDefBuilder& builder) {
+  tests::MemoryOutput out;
   const zvKDSOutput output(out, builder);
   return out.GetBytes();
 }
@@ -21,10 +20,10 @@ std::vector<std::uint8_t> Written(const post::zvMachDefBuilder& builder) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
-    fuzz::MemoryInput in(data, size);
+    tests::MemoryInput in(data, size);
     const zvKDSInput input(in);
-    const std::vector<std::uint8_t> written = Written(input.GetMachDefBld());
-    fuzz::MemoryInput again(written.data(), written.size());
+    const std::string written = Written(input.GetMachDefBld());
+    tests::MemoryInput again(written);
     if (Written(zvKDSInput(again).GetMachDefBld()) != written) std::abort();
   } catch (const misc::zvException&) {
     // Refused, which is what most inputs are for.

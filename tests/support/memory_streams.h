@@ -1,4 +1,4 @@
-// A byte stream over the bytes of one fuzzing input.
+// Byte streams over memory.
 #pragma once
 
 #include <kandrel/misc/byte_streams.h>
@@ -7,14 +7,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <vector>
+#include <string>
 
-namespace fuzz {
+namespace tests {
 
 /// Delivers what is there, and less than was asked for at its end.
 class MemoryInput final : public misc::zvBinInputStream {
  public:
-  MemoryInput(const std::uint8_t* data, std::size_t size) : m_next(data), m_left(size) {}
+  MemoryInput(const void* data, std::size_t size)
+      : m_next(static_cast<const std::uint8_t*>(data)), m_left(size) {}
+  explicit MemoryInput(const std::string& bytes) : MemoryInput(bytes.data(), bytes.size()) {}
 
   void Read(void* buffer, misc::zvStreamSize& size) override {
     size = std::min<misc::zvStreamSize>(size, m_left);
@@ -22,6 +24,8 @@ class MemoryInput final : public misc::zvBinInputStream {
     m_next += size;
     m_left -= size;
   }
+
+  std::size_t GetLeft() const noexcept { return m_left; }
 
  private:
   const std::uint8_t* m_next;
@@ -32,14 +36,13 @@ class MemoryInput final : public misc::zvBinInputStream {
 class MemoryOutput final : public misc::zvBinOutputStream {
  public:
   void Write(const void* buffer, const misc::zvStreamSize& size) override {
-    const auto* bytes = static_cast<const std::uint8_t*>(buffer);
-    m_bytes.insert(m_bytes.end(), bytes, bytes + size);
+    m_bytes.append(static_cast<const char*>(buffer), size);
   }
 
-  const std::vector<std::uint8_t>& GetBytes() const noexcept { return m_bytes; }
+  const std::string& GetBytes() const noexcept { return m_bytes; }
 
  private:
-  std::vector<std::uint8_t> m_bytes;
+  std::string m_bytes;
 };
 
-}  // namespace fuzz
+}  // namespace tests
