@@ -29,7 +29,8 @@ enum Flags : int { kPlain = 0, kCompact = 1, kWide = 2, kSizes64 = 4 };
 template <class Value>
 std::pair<long double, std::size_t> Read(zvBIBasicTypes& (zvBIBasicTypes::*operation)(Value&),
                                          int flags) {
-  MemoryInput stream("\x81" + std::string(15, '\xFE'));
+  const std::string bytes = "\x81" + std::string(15, '\xFE');
+  MemoryInput stream(bytes);
   zvBIBasicTypes reader(stream, (flags & kCompact) != 0, (flags & kWide) != 0,
                         (flags & kSizes64) != 0);
   Value value{};

@@ -223,11 +223,11 @@ TEST(PostTypes, ParametersAndControlsThatCantBeMeantAreRefused) {
 
 TEST(PostTypes, VersionsOutOfRangeAreRefused) {
   for (const std::uint32_t version : {0u, 2u, 227u, 0xFFFFFFFFu}) {
-    MemoryInput stream("");
+    MemoryInput stream(nullptr, 0);
     EXPECT_TRUE(ThrowsId<zvcadcamException>(
         [&] { zvBIPostTypes(stream, version, false, nullptr, true, false); }, 2027));
   }
-  MemoryInput stream("");
+  MemoryInput stream(nullptr, 0);
   EXPECT_EQ(zvBIPostTypes(stream, 3, false, nullptr, true, false).GetUpperKnownBinVersion(), 226u);
   EXPECT_EQ(zvBIPostTypes::GetLowerKnownBinVersion(), 3u);
 }

@@ -17,6 +17,7 @@ class MemoryInput final : public misc::zvBinInputStream {
   MemoryInput(const void* data, std::size_t size)
       : m_next(static_cast<const std::uint8_t*>(data)), m_left(size) {}
   explicit MemoryInput(const std::string& bytes) : MemoryInput(bytes.data(), bytes.size()) {}
+  explicit MemoryInput(std::string&& bytes) = delete;  // they must outlive the stream
 
   void Read(void* buffer, misc::zvStreamSize& size) override {
     size = std::min<misc::zvStreamSize>(size, m_left);

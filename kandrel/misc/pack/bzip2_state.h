@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/byte_streams.h>
+#include <kandrel/misc/export.h>
 
 #include <cstdio>
 
@@ -10,7 +11,7 @@ namespace pack {
 /// Reads or writes the container of bzip2: the length of the data in eight bytes, which a writer
 /// leaves 0 until it closes, then one bzip2 stream. Failures are zvException, id 0, with a text for
 /// each result of the library.
-class zvBzip2State {
+class KANDREL_API zvBzip2State {
  public:
   enum Mode : int {
     kReading = 0,
