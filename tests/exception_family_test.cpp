@@ -13,6 +13,7 @@
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/post_exception.h>
 
+#include <climits>
 #include <cstdint>
 #include <numeric>
 #include <string>
@@ -62,6 +63,17 @@ void ExpectTexts(std::size_t count, std::uint64_t digest,
   EXPECT_EQ(texts.Value(), digest) << typeid(E).name() << std::hex << ": 0x" << texts.Value();
 }
 
+// `digest` is that of what `make` makes of each of `arguments`.
+template <class Make, class Argument>
+void ExpectTextsOf(Make make, const std::vector<Argument>& arguments, std::uint64_t digest) {
+  Digest texts;
+  for (const Argument argument : arguments) {
+    const misc::zvException& e = make(argument);
+    texts.Add(e.GetId(), e.GetMessage());
+  }
+  EXPECT_EQ(texts.Value(), digest) << std::hex << ": 0x" << texts.Value();
+}
+
 // A digest names no letter: who changes a text on purpose takes the new digest from the failure.
 TEST(ExceptionFamily, EveryClassHasItsTexts) {
   ExpectTexts<misc::zvmiscException>(37, 0xEB697674A07194F8);
@@ -74,38 +86,40 @@ TEST(ExceptionFamily, EveryClassHasItsTexts) {
   ExpectTexts<cadcam::zvtoolapproximationException>(2, 0x783CE779BB787E8F);
   ExpectTexts<post::zvPostException>(54, 0x0FDD34A0D0569E89, L"Unknown exception.");
   ExpectTexts<zvKandrelException>(5, 0x99D2F0F46213D096);
-}
-
-template <class E>
-std::wstring Text(std::uint32_t id) {
-  return E(id).GetMessage();
+  // Of these the id is the kind's, or the reason itself, also where there is no such kind.
+  ExpectTextsOf([](int kind) { return misc::zvMathException(L"why", kind); },
+                std::vector{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, -1, INT_MIN, INT_MAX},
+                0x4931B30331EF8281);
+  using kintree::zvMachineSimulatorException;
+  const std::vector reasons{0u, 1u, 2u, 3u, 4u, 5u, 6u, 0xFFFFFFFFu};
+  ExpectTextsOf([](std::uint32_t reason) { return zvMachineSimulatorException(reason); }, reasons,
+                0x7E5BB72843D7EBFE);
+  ExpectTextsOf([](std::uint32_t reason) { return zvMachineSimulatorException(reason, L"A"); },
+                reasons, 0x6379DA53FA5C8964);
 }
 
 // The texts are the interface, misspellings included; these stand for all.
+// clang-format off
 TEST(ExceptionFamily, TextsAreKeptAsTheyWereWritten) {
-  using post::zvPostException;
-  EXPECT_EQ(Text<misc::zvmiscException>(2578), L"String too big. It can not be storred.");
-  EXPECT_EQ(Text<mathdef::zvMathDefException>(7051),
-            L"Different dimmensions of input data in Approx");
-  EXPECT_EQ(Text<mathdef::zvMathDefException>(0), L"Unknown exception.");
-  EXPECT_EQ(Text<cadcam::zvcadcamException>(2147), L"Outside diameter must be > 0 ");
-  EXPECT_EQ(Text<cadcam::zvcadcamException>(2196),
-            L"Convertor unable to identify an appropiate specific tool.");
-  EXPECT_EQ(Text<cadcam::zvSTLParserException>(3507),
-            L"Found word 'end' but not detected any of \n"
-            L" keywords' : 'end solid', 'end loop' ,'end facet' ");
-  EXPECT_EQ(Text<cadcam::zvSTLParserException>(3500), L"Unknown error.");
-  EXPECT_EQ(Text<zvPostException>(2503) + L"|" + Text<zvKandrelException>(2503),
-            L"Use of a member function of an abstract class.|"
-            L"Use of a member function of an abstract class");
-  EXPECT_EQ(Text<zvPostException>(5013),
-            L"The posted tool path exceeds one of the limits (The first rotary axis exceeds the "
-            L"limit (The minimum limit is reached)).");
-  EXPECT_EQ(Text<zvPostException>(5022),
-            L"HeapCompact function failed while trying to allcoate memory for a vector.");
-  EXPECT_EQ(Text<zvPostException>(5023),
-            L"Rewindind algorithm is not possible for 3 axis machine.");
+  const std::pair<misc::zvException, std::wstring> cases[] = {
+      {misc::zvmiscException(2578), L"String too big. It can not be storred."},
+      {mathdef::zvMathDefException(7051), L"Different dimmensions of input data in Approx"},
+      {mathdef::zvMathDefException(0), L"Unknown exception."},
+      {misc::zvMathException(L"why", 7), L"Determinant is zero, cannot find matrix inverse: why"},
+      {kintree::zvMachineSimulatorException(5, L"A"), L"An object with this identifier already exists (A)"},
+      {cadcam::zvcadcamException(2147), L"Outside diameter must be > 0 "},
+      {cadcam::zvcadcamException(2196), L"Convertor unable to identify an appropiate specific tool."},
+      {cadcam::zvSTLParserException(3507), L"Found word 'end' but not detected any of \n keywords' : 'end solid', 'end loop' ,'end facet' "},
+      {cadcam::zvSTLParserException(3500), L"Unknown error."},
+      {post::zvPostException(2503), L"Use of a member function of an abstract class."},
+      {zvKandrelException(2503), L"Use of a member function of an abstract class"},
+      {post::zvPostException(5013), L"The posted tool path exceeds one of the limits (The first rotary axis exceeds the limit (The minimum limit is reached))."},
+      {post::zvPostException(5022), L"HeapCompact function failed while trying to allcoate memory for a vector."},
+      {post::zvPostException(5023), L"Rewindind algorithm is not possible for 3 axis machine."},
+  };
+  for (const auto& [e, text] : cases) EXPECT_EQ(e.GetMessage(), text);
 }
+// clang-format on
 
 // Thrown through its base, `e` arrives as its own class, whole; so does a clone.
 template <class E>
@@ -132,28 +146,27 @@ void ExpectKeepsItsClass(const E& e, const Causes& causes, int detail = 0) {
 }
 
 TEST(ExceptionFamily, EveryClassCarriesItsCausesAndArrivesAsItself) {
-  const misc::zvException inner(8, L"inner");
-  const misc::zvException cause(7, L"outer", &inner);
+  const misc::zvException inner(9, L"inner");
+  const misc::zvException middle(8, L"middle", &inner);
+  const misc::zvException cause(7, L"outer", &middle);
   const auto expectAll = [](const auto&... e) {
-    (ExpectKeepsItsClass(e, {{7, L"outer"}, {8, L"inner"}}), ...);
+    (ExpectKeepsItsClass(e, {{7, L"outer"}, {8, L"middle"}, {9, L"inner"}}), ...);
   };
-  expectAll(misc::zvException(1, L"pl\u00e4in", &cause), misc::zvmiscException(2052, &cause),
-            misc::zvmiscException(3600, L"No. 4", &cause),
-            mathdef::zvMathDefException(2504, &cause), mathdef::zvWMException(2504, &cause),
-            measures::zvmeasuresException(2141, &cause), misc::zvMathException(L"why", 7, &cause),
-            misc::zvRangeException<double>(1, 2, 3, &cause),
-            misc::zvIdxRangeException<std::uint32_t>(9, 10, &cause),
-            misc::zvDiscreteValueException<double>(1.3, &cause));
-  expectAll(cadcam::zvcadcamException(2189, &cause), cadcam::zvParserException(6250, &cause),
-            cadcam::zvSTLParserException(3510, &cause),
-            cadcam::zvtoolapproximationException(2176, &cause),
-            exceptions::zvKintreeException(12, L"plain", &cause),
-            exceptions::zvKintreeMachDefSemanticException(L"axis", L"B", L"why", 100, &cause),
-            kintree::zvMachineSimulatorException(0, L"A", &cause),
-            post::zvPostException(5002, cause), zvKandrelException(2637, cause));
+  // clang-format off
+  expectAll(
+      misc::zvException(1, L"pl\u00e4in", &cause), misc::zvmiscException(2052, &cause), misc::zvmiscException(3600, L"No. 4", &cause),
+      mathdef::zvMathDefException(2504, &cause), mathdef::zvWMException(2504, &cause), measures::zvmeasuresException(2141, &cause),
+      misc::zvRangeException<double>(1, 2, 3, &cause), misc::zvIdxRangeException<std::uint32_t>(9, 10, &cause),
+      misc::zvDiscreteValueException<double>(1.3, &cause), misc::zvMathException(L"why", 7, &cause),
+      cadcam::zvcadcamException(2189, &cause), cadcam::zvtoolapproximationException(2176, &cause),
+      cadcam::zvParserException(6250, &cause), cadcam::zvSTLParserException(3510, &cause),
+      exceptions::zvKintreeException(12, L"plain", &cause), kintree::zvMachineSimulatorException(0, L"A", &cause),
+      exceptions::zvKintreeMachDefSemanticException(L"axis", L"B", L"why", 100, &cause),
+      post::zvPostException(5002, cause), zvKandrelException(2637, cause));
+  // clang-format on
   ExpectKeepsItsClass(exceptions::zvFileAccessException(
                           L"m.xml", exceptions::zvFileAccessException::kWrite, &inner),
-                      {{8, L"inner"}}, 2);
+                      {{9, L"inner"}}, 2);
   ExpectKeepsItsClass(misc::zvException(0, L"plain", nullptr, 5), {}, 5);
   ExpectKeepsItsClass(misc::zvOutOfMemory(), {});
   ExpectKeepsItsClass(post::zvPostException(5002, -7), {}, -7);

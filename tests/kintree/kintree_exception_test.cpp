@@ -7,26 +7,6 @@ namespace {
 
 using exceptions::zvFileAccessException;
 
-TEST(KintreeException, ReasonsHaveTheirTexts) {
-  const std::wstring unknown = L"Unknown error.";
-  const std::pair<std::uint32_t, std::wstring> cases[] = {
-      {0, L"Object not found"},
-      {1, L"Invalid parent object"},
-      {2, L"Invalid axis"},
-      {3, L"Invalid object"},
-      {4, unknown},
-      {5, L"An object with this identifier already exists"},
-      {6, unknown},
-      {0xFFFFFFFF, unknown},
-  };
-  for (const auto& [reason, text] : cases) {
-    EXPECT_EQ(zvMachineSimulatorException(reason).GetMessage(), text);
-    const zvMachineSimulatorException e(reason, L"A");
-    EXPECT_EQ(e.GetMessage(), text == unknown ? text : text + L" (A)");
-    EXPECT_EQ(e.GetId(), reason);
-  }
-}
-
 TEST(KintreeException, FailuresOfFilesNameTheElementOrTheAccess) {
   const exceptions::zvKintreeMachDefSemanticException e(L"axis", L"B", L"Unknown objtype", 100);
   EXPECT_EQ(e.GetMessage(), L"Semantic error in element <axis>, ID - \" B \" : Unknown objtype");
