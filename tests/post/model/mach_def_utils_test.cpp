@@ -101,6 +101,8 @@ TEST(MachDefBuilder, OwnsADefinitionAloneAndMovesIt) {
   EXPECT_TRUE(ThrowsNull([&] { return zvMachDefBuilder(empty); }));
   EXPECT_TRUE(ThrowsNull([&] { target = empty; }));
   ExpectFilled(target);
+  zvMachDefBuilder& emptyAgain = empty;
+  EXPECT_NO_THROW(empty = emptyAgain);
   target = zvMachDefBuilder();
   EXPECT_TRUE(target.GetMachDef().IsNull());
 }
