@@ -1,13 +1,17 @@
 // zvToolPath, zvTPPass and zvTPSlice: the toolpath tree above its sections.
 #pragma once
 
+#include <kandrel/cadcam/cnc_move.h>
 #include <kandrel/cadcam/tp_section.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/collection_of_containers.h>
+#include <kandrel/misc/export.h>
 #include <kandrel/misc/measurable.h>
+#include <kandrel/misc/units_factory.h>
 
 #include <cstdint>
 #include <list>
+#include <utility>
 
 namespace cadcam {
 
@@ -61,8 +65,8 @@ class KANDREL_API zvToolPath
 
   void EnsureContainer() override;
 
-  /// Tells whether a section is a link, and of which type. It starts as a link of type 0 and throws
-  /// zvcadcamException 2639 for a section that is neither link nor contour.
+  /// Finds out whether a section is a link, and of which type. It starts as a link of type 0 and
+  /// throws zvcadcamException 2639 for a section that is neither link nor contour.
   class KANDREL_API zvSectionInfoGetter : public zvTPSVisitor {
    public:
     void Visit(const zvTPLink& link) override;

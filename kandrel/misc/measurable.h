@@ -1,6 +1,7 @@
 // zvMeasurable: base of whatever holds lengths.
 #pragma once
 
+#include <kandrel/misc/export.h>
 #include <kandrel/misc/units_factory.h>
 
 namespace measures {

@@ -2,6 +2,10 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
+#include <string>
 
 namespace misc {
 
