@@ -11,7 +11,7 @@
 namespace cadcam {
 
 /// One tool tip position with one tool orientation and a feed, in the part's frame and the
-/// toolpath's units. A plain value without heap data; kinds of move are told apart by visitors.
+/// toolpath's units. A plain value without heap data. A visitor finds out of which class a move is.
 class KANDREL_API zvCNCMove {
  public:
   /// At the origin, along z, feed 0, not rapid.
@@ -68,8 +68,8 @@ class KANDREL_API zv3axMove : public zvCNCMove {
 /// A move with an optional block of data that posting hands through unchanged.
 class KANDREL_API zv5axMove : public zvCNCMove {
  public:
-  /// The extended vector of a default move is zero, while that of a blended move without data is
-  /// (0, 0, 1): deliberate.
+  /// Has no extended data: point and vector are zero, the id is 0. A blended move without data has
+  /// the vector (0, 0, 1) instead: hosts may compare with either, so neither is changed.
   zv5axMove() = default;
   zv5axMove(const zvCNCMove& base, const zvTPoint3d<double>& extendedPoint,
             const zvTPoint3d<double>& extendedVector, std::uint32_t extendedId,
@@ -115,7 +115,8 @@ KANDREL_API zv3axMove Interpolate(double w1, const zv3axMove& m1, double w2, con
 KANDREL_API zv5axMove Interpolate(double w1, const zv5axMove& m1, double w2, const zv5axMove& m2);
 
 /// Multiplies the lengths of a move by a factor, in place: the position, and the extended point of
-/// a move that has extended data. The feed stays as it is: deliberate.
+/// a move that has extended data. The feed stays as it is: a host that changes the units of a path
+/// sets its feeds itself.
 class KANDREL_API zvCNCMoveScaleVisitor : public zvCNCMoveVisitorSetter {
  public:
   explicit zvCNCMoveScaleVisitor(double factor) : m_factor(factor) {}

@@ -1,4 +1,4 @@
-// The visitors by which kinds of toolpath move are told apart.
+// zvCNCMoveVisitor and zvCNCMoveVisitorSetter: find out of which class a toolpath move is.
 #pragma once
 
 #include <kandrel/misc/export.h>

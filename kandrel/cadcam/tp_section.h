@@ -81,7 +81,8 @@ class KANDREL_API zvTPLink : public zvTPSection {
   std::uint32_t m_linkType;
 };
 
-/// Tells links from all other sections, of which none is refused.
+/// Finds out whether a section is a link, and of which type; it refuses none. It starts as a link
+/// of type 0, and keeps the type of the last link it has visited.
 class KANDREL_API zvTPSLinkVisitor : public zvTPSVisitor {
  public:
   void Visit(const zvTPLink& link) override {
