@@ -17,6 +17,7 @@ KANDREL_API misc::zvMessageTable ErrorMessages() noexcept;
 /// Plain carrier of a code and a text.
 class KANDREL_API zvKintreeException : public misc::zvExceptionOf<zvKintreeException> {
  public:
+  /// Takes what misc::zvException takes.
   using zvExceptionOf::zvExceptionOf;
 };
 

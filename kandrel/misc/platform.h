@@ -13,8 +13,8 @@ enum class PageSize {
   kHuge,   ///< large pages where the system has them: fewer first touches for big blocks
 };
 
-/// Zeroed, writable pages at an address that `alignment` (a power of two) divides; null when the
-/// system gives nothing. `bytes` may be any number.
+/// Returns zeroed, writable pages at an address that `alignment` (a power of two) divides; null
+/// when the system gives nothing. `bytes` may be any number.
 KANDREL_API void* AllocatePages(std::size_t bytes, std::size_t alignment, PageSize pages) noexcept;
 
 /// Gives back what AllocatePages gave for the same number of bytes; false when the system refuses.

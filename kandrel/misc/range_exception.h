@@ -36,6 +36,7 @@ class KANDREL_API zvRangeException : public zvExceptionOf<zvRangeException<T>> {
         m_maximum(maximum),
         m_value(value) {}
 
+  /// What the constructor was given.
   std::optional<T> GetMinimum() const noexcept { return m_minimum; }
   std::optional<T> GetMaximum() const noexcept { return m_maximum; }
   T GetValue() const noexcept { return m_value; }
