@@ -36,12 +36,12 @@ struct zvTPoint3d {
 
   constexpr bool operator==(const zvTPoint3d&) const = default;
 
-  /// Arithmetic goes component by component.
   constexpr zvTPoint3d operator-() const { return {-x, -y, -z}; }
   constexpr zvTPoint3d& operator+=(const zvTPoint3d& p) { return *this = *this + p; }
   constexpr zvTPoint3d& operator-=(const zvTPoint3d& p) { return *this = *this - p; }
   constexpr zvTPoint3d& operator*=(T factor) { return *this = *this * factor; }
 
+  /// Arithmetic goes component by component.
   friend constexpr zvTPoint3d operator+(const zvTPoint3d& a, const zvTPoint3d& b) {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
   }

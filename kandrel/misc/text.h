@@ -8,14 +8,13 @@
 
 namespace misc {
 
-/// Returns wide text as UTF-8. Surrogate halves and values beyond Unicode become U+FFFD.
+/// Wide text as UTF-8. Surrogate halves and values beyond Unicode become U+FFFD.
 KANDREL_API std::string ToUtf8(std::wstring_view text);
 
-/// Returns UTF-8 as wide text. Each byte that is no part of a valid sequence becomes U+FFFD.
+/// UTF-8 as wide text. Each byte that is no part of a valid sequence becomes U+FFFD.
 KANDREL_API std::wstring FromUtf8(std::string_view text);
 
-/// Returns the shortest decimal text that reads back to the same double; "nan", "inf" and "-inf"
-/// else.
+/// The shortest decimal text that reads back to the same double; "nan", "inf" and "-inf" else.
 KANDREL_API std::string ToText(double value);
 
 /// Reads all of `text` as a finite or non-finite double; false when anything else stands in it.
