@@ -75,6 +75,7 @@ inline constexpr double kFullTurnLessRounding = 359.999999999999;
 /// degrees.
 inline constexpr double kLargestShift = 1e7;
 
+/// The circle: half of it in radians, what converts an angle, and a whole turn in degrees.
 inline constexpr double kPi = 3.14159265358979323846;
 inline constexpr double kDegreesPerRadian = 57.29577951308232;
 inline constexpr double kRadiansPerDegree = 0.017453292519943295;
