@@ -40,8 +40,8 @@ class KANDREL_API zvKDRParam {
   enum PoleHandling : std::int32_t {
     keepWithinLimits = 1,  ///< it brings linear axes out of their limits into them, and 3-axis
                            ///< paths are posted like any other
-    poleHandling2 = 2,     ///< the jump is spread over the stretch in steps
-    poleHandling3 = 3,     ///< it is spread on a cubic that continues the motion before and after
+    spreadEvenly = 2,      ///< the jump is spread over the stretch in steps
+    spreadOnCubic = 3,     ///< it is spread on a cubic that continues the motion before and after
   };
 
   /// `units` decides the default lengths: metric, or inch for any other value.
@@ -124,7 +124,7 @@ class KANDREL_API zvKDRParam {
   SolutionIndex m_firstMoveSolutionIndex = firstSolution;
   double m_firstMovePreferredAngle = 0;
   bool m_interpolateRapidMoves = false;
-  PoleHandling m_poleHandling = poleHandling3;
+  PoleHandling m_poleHandling = spreadOnCubic;
   bool m_alignToolpath = false;
   std::int32_t m_interpolationMode = 0;
   bool m_retractToLimits = false;

@@ -222,14 +222,14 @@ class Run {
 }  // namespace
 
 bool BlendsPoles(const zvKDRParam& par) {
-  return par.GetPoleHandling() == zvKDRParam::poleHandling2 ||
-         par.GetPoleHandling() == zvKDRParam::poleHandling3;
+  return par.GetPoleHandling() == zvKDRParam::spreadEvenly ||
+         par.GetPoleHandling() == zvKDRParam::spreadOnCubic;
 }
 
 std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const Ranges& ranges,
                          const zv5axMoveSolver& solver) {
   if (!BlendsPoles(par)) return 0;
-  const bool isCubic = par.GetPoleHandling() == zvKDRParam::poleHandling3;
+  const bool isCubic = par.GetPoleHandling() == zvKDRParam::spreadOnCubic;
   const zv5axMoveSolver::PoleCone cone = solver.MakePoleCone(par.GetPoleAngleTolerance());
   const Point& a1 = solver.GetKinematics().GetFirstWorkingDirection();
   // Whether turning the axis that isn't at 0 leaves the tool where it is.
