@@ -56,13 +56,12 @@ double Larger(double a, double b) {
 bool IsMirrorNearer(double previousFirst, double previousSecond, const zvRotarySolutions& s) {
   // Where one solution clearly holds the largest travel it loses. Only what is close needs the
   // exact distances, on whose equality ties rest.
-  constexpr double kClear = 1e-9;
   const double roughFirst = Larger(RoughDistance(previousFirst, s.first.firstAngle),
                                    RoughDistance(previousSecond, s.first.secondAngle));
   const double roughMirror = Larger(RoughDistance(previousFirst, s.mirror.firstAngle),
                                     RoughDistance(previousSecond, s.mirror.secondAngle));
-  if (roughMirror > roughFirst + kClear) return false;
-  if (roughFirst > roughMirror + kClear) return true;
+  if (roughMirror > roughFirst + misc::kAngleBorder) return false;
+  if (roughFirst > roughMirror + misc::kAngleBorder) return true;
 
   const double d1 = misc::CircularDistance(previousFirst, s.first.firstAngle);
   const double d2 = misc::CircularDistance(previousSecond, s.first.secondAngle);

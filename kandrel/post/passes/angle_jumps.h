@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/move_traits.h>
 
 #include <algorithm>
@@ -30,8 +31,7 @@ std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double l
   using Traits = zvMoveTraits<Move>;
   // Winded neighbours are within half a turn, where the plain difference is the circular distance
   // up to rounding: it decides all but the borderline cases.
-  constexpr double kBorder = 1e-9;
-  const double smallest = std::min(rules.maxAngleJump - kBorder, rules.smallestLeap);
+  const double smallest = std::min(rules.maxAngleJump - misc::kAngleBorder, rules.smallestLeap);
   if (largestStep < smallest || list.GetCount() < 2) return 0;
   std::uint32_t jumps = 0;
   auto previous = list.begin();

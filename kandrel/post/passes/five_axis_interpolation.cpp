@@ -220,9 +220,8 @@ std::uint32_t zv5axInterpolator::StepsByAngle(const Move& from, const Move& to) 
 }
 
 bool zv5axInterpolator::StepTooLarge(const Move& a, const Move& b) const {
-  constexpr double kBorder = 1e-9;  // far above rounding
   const double step = m_par.GetMaxAngleStep();
-  if (m_hasAngleRule && !(PlainDistance(a, b) < step - kBorder) &&
+  if (m_hasAngleRule && !(PlainDistance(a, b) < step - misc::kAngleBorder) &&
       PoleAwareDistance(a, b) >= step - misc::kEqual)
     return true;
   return m_hasDistanceRule && PartDistance(a, b) >= m_par.GetInterpolationDistance() - misc::kEqual;

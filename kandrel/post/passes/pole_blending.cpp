@@ -134,8 +134,7 @@ class Run {
   // Puts a move at every multiple of the spacing, into the segment in which it falls.
   template <class Turn>
   void InsertMoves(double spacing, const Turn& turn) {
-    constexpr double kLargestCount = 2147483646;
-    if (!(m_length / spacing <= kLargestCount))
+    if (!(m_length / spacing <= misc::kLargestCount))
       throw zvPostException(zvPostException::kInvalidVector);
     double position = spacing;
     double s = 0;

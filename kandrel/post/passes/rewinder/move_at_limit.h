@@ -67,12 +67,11 @@ class zvLimitMoveFinder {
   using Kind = typename Result::Kind;
 
   Result Halve(const Move& a, const Move& b, double target, bool isUpward) const {
-    // A pole tolerance of next to nothing.
-    const double eps = misc::AsinSqrt(1e-16);
+    const double poleTolerance = misc::AsinSqrt(misc::kPoleOfHalvingSquared);
     Move low = a;
     Move high = b;
     for (int count = 0; count <= 2048; ++count) {
-      std::optional<Move> middle = m_machine.Midpoint(low, high, eps);
+      std::optional<Move> middle = m_machine.Midpoint(low, high, poleTolerance);
       // At its pole the axis stands as well at the limit as anywhere.
       if (middle && Traits::IsAtPoleOf(*middle, m_axis)) return {Kind::kForced, std::move(middle)};
       // Nothing changes any more: the angle leaps here, from one of the two to the other.

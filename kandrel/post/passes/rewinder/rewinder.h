@@ -69,8 +69,6 @@ class zvRewinder {
   }
 
  private:
-  static constexpr double kLargestCount = 2147483646;
-
   using Moves = zvPendingShift<Move>;
   using Cursor = typename Moves::Cursor;
 
@@ -252,7 +250,7 @@ class zvRewinder {
       turn = std::max(turn, std::fabs(Traits::Angle(to, axis) - Traits::Angle(from, axis)));
     if (!(turn > step)) return;
     const double parts = std::trunc(turn / step) + 1;
-    if (!(parts <= kLargestCount)) throw zvPostException(zvPostException::kInvalidVector);
+    if (!(parts <= misc::kLargestCount)) throw zvPostException(zvPostException::kInvalidVector);
     for (std::uint32_t part = 1; part < parts; ++part) {
       const double t = part / parts;
       Move between = pattern;
@@ -276,7 +274,7 @@ class zvRewinder {
     if (m_par.GetMaxAngleStep() > 0) {
       const double step = sense * m_par.GetMaxAngleStep();
       const double whole = std::fabs(shift) - m_par.GetLimitTolerance();
-      if (!(whole / std::fabs(step) <= kLargestCount))
+      if (!(whole / std::fabs(step) <= misc::kLargestCount))
         throw zvPostException(zvPostException::kInvalidVector);
       m_list.Insert(rest, lift);
       double turned = 0;
