@@ -3,9 +3,9 @@
 
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/move_traits.h>
 #include <kandrel/post/model/post_exception.h>
-#include <kandrel/post/passes/limit_checker.h>
 
 #include <algorithm>
 #include <cmath>
@@ -111,7 +111,8 @@ class zvLimitMoveFinder {
           result.kind == Kind::kFound || misc::CircularDistance(other, otherA) <= misc::kSameStep;
       if (isFree && std::fabs(otherA - otherB) <= misc::kSameStep) other = otherA;
       // A solved angle comes without its whole turns, and a mirrored one from the far side: it is
-      // brought within half a turn of a's, between the two or not. Deliberate.
+      // brought within half a turn of a's, be that between the two or not, so that the way on from
+      // a stays short.
       other += misc::kFullTurnDeg * misc::WindsBetween(otherA, other);
       Traits::SetAngle(move, axis, other);
     }
