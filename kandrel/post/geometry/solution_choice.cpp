@@ -1,4 +1,5 @@
 #include <kandrel/misc/angles.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/solution_choice.h>
 #include <kandrel/post/model/limit_tests.h>
 
@@ -40,7 +41,7 @@ bool KeepsLimits(const zvRotarySolution& s, const zvKDRParam& par, const zv5axMa
   }
 }
 
-// The way round between two angles up to rounding; NaN where that can't be told so simply.
+// The way round between two angles up to rounding; NaN where it takes more than this.
 double RoughDistance(double a, double b) {
   const double plain = std::fabs(a - b);
   if (plain <= 180) return plain;
@@ -67,8 +68,7 @@ bool IsMirrorNearer(double previousFirst, double previousSecond, const zvRotaryS
   const double d2 = misc::CircularDistance(previousSecond, s.first.secondAngle);
   const double d3 = misc::CircularDistance(previousFirst, s.mirror.firstAngle);
   const double d4 = misc::CircularDistance(previousSecond, s.mirror.secondAngle);
-  const double largest = std::max({0.0, d1, d2, d3, d4});
-  return d3 != largest && d4 != largest;
+  return std::max(d3, d4) < std::max(d1, d2);
 }
 
 }  // namespace
