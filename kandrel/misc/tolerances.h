@@ -76,7 +76,7 @@ inline constexpr double kFullTurnLessRounding = 359.999999999999;
 inline constexpr double kAngleBorder = 1e-9;
 
 /// The pole tolerance with which a step is halved towards a rotary limit, as the square of its
-/// sine: next to nothing, so that the halving leaves no pole before it must.
+/// sine: next to nothing, so that only a tool that stands on the axis counts as on its pole.
 inline constexpr double kPoleOfHalvingSquared = 1e-16;
 
 /// Most moves, parts of a step or whole turns that are counted at once: 2^31 - 2. Formed and tested

@@ -4,6 +4,8 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/post/model/posted_move.h>
 
+#include <cstdint>
+
 namespace post {
 
 /// The rotary angles of a posted move by index, and whether one is undetermined: at its pole.

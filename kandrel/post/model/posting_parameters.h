@@ -19,7 +19,7 @@ class KANDREL_API zvKDRParam {
 
   /// What creators do about limits. Any other value: zvPostException 5046 during a run. Rotary axes
   /// are shifted by whole turns and rewound first where that helps: on 5- and 6-axis machines with
-  /// 2 and 3, on 4-axis ones with 3 alone, deliberately.
+  /// 2 and 3, on 4-axis ones with 3 alone: there 2 reports a path as it stands.
   enum LimitsCheck : std::int32_t {
     checkNothing = 0,
     checkLinearAxes = 1,

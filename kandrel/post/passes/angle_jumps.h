@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace post {
 
@@ -29,8 +30,8 @@ std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double l
                                     const zvJumpRules& rules, const Retract& retract,
                                     const Leaps& leaps) {
   using Traits = zvMoveTraits<Move>;
-  // Winded neighbours are within half a turn, where the plain difference is the circular distance
-  // up to rounding: it decides all but the borderline cases.
+  // Wound neighbours are within half a turn, where the plain difference is the circular distance up
+  // to rounding: it decides all but the borderline cases.
   const double smallest = std::min(rules.maxAngleJump - misc::kAngleBorder, rules.smallestLeap);
   if (largestStep < smallest || list.GetCount() < 2) return 0;
   std::uint32_t jumps = 0;
