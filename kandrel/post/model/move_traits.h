@@ -12,6 +12,7 @@ namespace post {
 template <class Move>
 struct zvMoveTraits;
 
+/// Of one axis, whose index is not looked at. Such moves carry no pole status.
 template <>
 struct zvMoveTraits<zvPosted4axMove> {
   static constexpr int kAxes = 1;
@@ -23,6 +24,7 @@ struct zvMoveTraits<zvPosted4axMove> {
   static void LeavePole(zvPosted4axMove&) noexcept {}
 };
 
+/// Of axes 0 and 1; at a pole one of the two is undetermined.
 template <>
 struct zvMoveTraits<zvPosted5axMove> {
   static constexpr int kAxes = 2;
