@@ -91,8 +91,8 @@ class zvAxisRewinder {
       maxDeg = std::max(maxDeg, deg);
       // The least shift by which the smallest angle comes to the lower bound or above.
       const double s = std::ceil((m_range.min - minDeg) / misc::kFullTurnDeg) * misc::kFullTurnDeg;
-      if (!(std::fabs(s) <= misc::kLargestShift) || IsOutOf(m_range, minDeg + s) ||
-          IsOutOf(m_range, maxDeg + s))
+      if (!(std::fabs(s) <= misc::kLargestShift) || minDeg + s < m_range.min - misc::kEqual ||
+          maxDeg + s > m_range.max + misc::kEqual)
         return true;
       m_shift = s;
     }

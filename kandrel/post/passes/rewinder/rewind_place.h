@@ -20,8 +20,8 @@ inline bool IsOutOf(const zvRotaryRange& range, double deg) noexcept {
   return deg < range.min - misc::kEqual || deg > range.max + misc::kEqual;
 }
 
-/// Looks for places at links for the axis that a walk is at. Refers to the list and the walk, whose
-/// moves stand with all shifts before the place asked about.
+/// Looks for places at links, for one axis. Refers to the list and to a walk over it that is at
+/// this axis; the moves before the place asked about have their shifts already.
 template <class Move>
 class zvRewindPlaceFinder {
  public:
@@ -39,10 +39,11 @@ class zvRewindPlaceFinder {
                       const zvRotaryRange& range)
       : m_list(list), m_moves(moves), m_axis(axis), m_range(range) {}
 
-  /// The place for a rewinding that gives the moves from `start` on a shift, in the link nearest
-  /// before them and no further back than `previousStart`. One from which the shift would take
-  /// moves before `start` out of the range is passed over for one in the rest of its link. Nothing
-  /// where no link serves: the rewinding then goes in at the limit itself.
+  /// The place for a rewinding that gives the moves from `start` on a shift: in the link nearest
+  /// before them, if the moves after it have room for a turn; `previousStart` is where the search
+  /// for one ends. A place from which the shift would take moves before `start` out of the range is
+  /// passed over for one in the rest of its link. Nothing where no link serves: the rewinding then
+  /// goes in at the limit itself.
   std::optional<Place> Find(const Cursor& start, Iterator previousStart, double shift) const {
     std::optional<Iterator> node = FindRewindPlace(std::prev(start.node), previousStart, shift);
     while (node) {
