@@ -36,6 +36,12 @@ struct zvTPoint3d {
 
   constexpr bool operator==(const zvTPoint3d&) const = default;
 
+  /// The component of an axis: 0 is x, 1 is y, any other z.
+  constexpr T& operator[](int axis) noexcept { return axis == 0 ? x : axis == 1 ? y : z; }
+  constexpr const T& operator[](int axis) const noexcept {
+    return axis == 0 ? x : axis == 1 ? y : z;
+  }
+
   constexpr zvTPoint3d operator-() const { return {-x, -y, -z}; }
   constexpr zvTPoint3d& operator+=(const zvTPoint3d& p) { return *this = *this + p; }
   constexpr zvTPoint3d& operator-=(const zvTPoint3d& p) { return *this = *this - p; }

@@ -28,7 +28,8 @@ void WrapIntoRanges(Move& move,
 /// How the lower bounds of two axes are measured before a shift.
 enum class zvLowerBounds {
   /// That of the second stays its first value, and values below that go to the lower bound of the
-  /// first instead, raising it where they are above it: deliberate.
+  /// first instead, raising it where they are above it. It is tried first, so that lists which it
+  /// mends come out as they always have.
   kShared,
   kOwn,  // each axis for itself
 };

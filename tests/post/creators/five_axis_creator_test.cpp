@@ -159,7 +159,7 @@ TEST(FiveAxisCreator, ReadsTheCallersObjectsWhereItSolvesAndItsCopyElsewhere) {
       {"step of rewindings", wound, rewinds, [](Scene& s) { s.par.SetMaxAngleStep(30); }, false},
       {"lift of rewindings", wound, rewinds, [](Scene& s) { s.par.SetRetractDistance(7); }, false},
       {"spreading of poles", onPole, nothing,
-       [](Scene& s) { s.par.SetPoleHandling(zvKDRParam::poleHandling2); }, false},
+       [](Scene& s) { s.par.SetPoleHandling(zvKDRParam::spreadEvenly); }, false},
       {"way of one orientation", standing,
        [](Scene& s) {
          s.par.SetFirstMoveRule(zvKDRParam::bySecondAxis);

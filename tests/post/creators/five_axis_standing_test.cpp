@@ -215,7 +215,7 @@ TEST(FiveAxisStanding, TakesTheGeneralWayWhereItMust) {
       {"poles spread",
        {},
        1,
-       [](FiveAxisScene& s) { s.par.SetPoleHandling(zvKDRParam::poleHandling2); },
+       [](FiveAxisScene& s) { s.par.SetPoleHandling(zvKDRParam::spreadEvenly); },
        true},
       {"skew slides",
        {},

@@ -343,7 +343,7 @@ TEST(FiveAxisLimitKeeper, WorksOnlyWhereTheFirstAxisCanCarryThePole) {
     bool isActive;
   } cases[] = {{0, 1, false}, {1, 1, false}, {2, 1, true}, {3, -1, true}};
   for (const auto& c : cases)
-    for (const auto handling : {zvKDRParam::keepWithinLimits, zvKDRParam::poleHandling3}) {
+    for (const auto handling : {zvKDRParam::keepWithinLimits, zvKDRParam::spreadOnCubic}) {
       FiveAxisScene scene;
       scene.par.SetPoleHandling(handling);
       scene.machine.kind = c.kind;

@@ -24,7 +24,7 @@ struct Line {
 class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
  protected:
   Blending() {
-    m_scene.par.SetPoleHandling(zvKDRParam::poleHandling2);
+    m_scene.par.SetPoleHandling(zvKDRParam::spreadEvenly);
     m_scene.par.SetMaxAngleJump(1000);
   }
 
@@ -91,7 +91,7 @@ TEST_F(Blending, LinearSpreadsTheJumpOverTheLength) {
 }
 
 TEST_F(Blending, CubicStartsAndEndsFlatWithoutNeighbours) {
-  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  m_scene.par.SetPoleHandling(zvKDRParam::spreadOnCubic);
   for (const double sense : {1.0, -1.0}) {
     const double end = 80 + sense * 61;
     const Moves moves = Blended(Build({{0, 80, 5}, {10, 80, 0}, {30, 80, 0}, {50, end, 5}}));
@@ -119,7 +119,7 @@ TEST_F(Blending, CubicStartsAndEndsFlatWithoutNeighbours) {
 // The slope of the neighbours, 1 degree per unit, reaches the cubic with its sign reversed where
 // the angle rises: deliberate.
 TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
-  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  m_scene.par.SetPoleHandling(zvKDRParam::spreadOnCubic);
   const struct { double sense, at10, at30; } cases[] = {{-1, 11.04, 36.48}, {1, 1.44, 41.28}};
   for (const auto& c : cases) {
     std::vector<Line> lines;
@@ -147,7 +147,7 @@ TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
 // runs, curves that are nearly a parabola with the vertex of their slope far away or steepest at an
 // end, and neighbours that turn at once.
 TEST_F(Blending, CubicKeepsTheStepWhateverItsShape) {
-  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  m_scene.par.SetPoleHandling(zvKDRParam::spreadOnCubic);
   const struct {
     std::vector<Line> given;
     std::size_t inserted;
@@ -272,7 +272,7 @@ TEST_P(Blending, LeavesAloneWhatIsNoPoleOrNeedsNothing) {
     m_scene.par.SetMaxAngleStep(c.step);
     m_scene.par.SetMaxAngleJump(c.jump);
     const Moves given = Build(c.given);
-    const bool isBlended = c.isBlended && GetParam() >= zvKDRParam::poleHandling2;
+    const bool isBlended = c.isBlended && GetParam() >= zvKDRParam::spreadEvenly;
     EXPECT_EQ(Blended(given) != given, isBlended);
     EXPECT_EQ(m_count, isBlended ? 1u : 0u);
   }
@@ -280,7 +280,7 @@ TEST_P(Blending, LeavesAloneWhatIsNoPoleOrNeedsNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Ways, Blending,
                          testing::Values(zvKDRParam::PoleHandling{}, zvKDRParam::keepWithinLimits,
-                                         zvKDRParam::poleHandling2, zvKDRParam::poleHandling3));
+                                         zvKDRParam::spreadEvenly, zvKDRParam::spreadOnCubic));
 
 // Random paths that dwell on the pole, or within its cone, posted: whatever is turned, each line
 // has the tip on its place of the path and the tool within the cone of the toolpath's orientation.
@@ -295,7 +295,7 @@ TEST(PostedPoles, ToolKeepsToItsPathWhateverIsTurned) {
     scene.machine.secondPivot = random.Vector(200);
     scene.toolLength = random.Real(0, 200);
     scene.par.SetMaxAngleJump(1000);
-    if (random.Chance(0.5)) scene.par.SetPoleHandling(zvKDRParam::poleHandling2);
+    if (random.Chance(0.5)) scene.par.SetPoleHandling(zvKDRParam::spreadEvenly);
     const double tolerance = scene.par.GetPoleAngleTolerance() * 0.017453292519943295;
     std::vector<Point> tips;
     tests::PathBuilder::Moves moves;
