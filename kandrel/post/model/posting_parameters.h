@@ -130,4 +130,13 @@ class KANDREL_API zvKDRParam {
   bool m_retractToLimits = false;
 };
 
+/// Whether a check asks for the limits of the linear axes; false for a value that is none.
+constexpr bool ChecksLinearAxes(zvKDRParam::LimitsCheck check) noexcept {
+  return check == zvKDRParam::checkLinearAxes || check == zvKDRParam::checkAllAxes;
+}
+/// Whether it asks for those of the rotary axes.
+constexpr bool ChecksRotaryAxes(zvKDRParam::LimitsCheck check) noexcept {
+  return check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
+}
+
 }  // namespace post
