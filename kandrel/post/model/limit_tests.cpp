@@ -1,5 +1,6 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_tests.h>
+#include <kandrel/post/model/post_exception.h>
 
 namespace post {
 
@@ -26,6 +27,16 @@ std::array<zvRotaryRange, 1> RotaryRangesOf(const zv4axMachDef& machDef) {
 std::array<zvRotaryRange, 2> RotaryRangesOf(const zv5axMachDef& machDef) {
   return {{{machDef.GetMinFirstAngle(), machDef.GetMaxFirstAngle()},
            {machDef.GetMinSecondAngle(), machDef.GetMaxSecondAngle()}}};
+}
+
+void RequireNoExcess(const zvLimitType& excess) {
+  const bool isAxis =
+      excess.limitAxis >= zvLimitType::kX && excess.limitAxis <= zvLimitType::kSecondRotary;
+  const bool isSide =
+      excess.limitSide == zvLimitType::kMinimum || excess.limitSide == zvLimitType::kMaximum;
+  if (!isAxis || !isSide) return;
+  throw zvPostException(static_cast<std::uint32_t>(zvPostException::kXBelowMinimum +
+                                                   excess.limitAxis + 5 * excess.limitSide));
 }
 
 }  // namespace post
