@@ -139,7 +139,7 @@ bool zvPosted5axTPCreator::KeepsOwnBounds(const Passes& passes, zvKDRParam::Solu
 bool zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   post::zv5axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves);
   post::zvPathReader reader(toolpath, GetAlignMatrix());
-  while (reader.Next()) builder.Append(reader.GetMove(), reader.GetType());
+  builder.AppendAll(reader);
   return builder.MayHavePoles();
 }
 
@@ -213,6 +213,13 @@ void zvPosted5axTPCreator::RequireFinitePreferredAngle() const {
     throw zvPostException(zvPostException::kInvalidVector);
 }
 
+zvPosted5axMove zvPosted5axTPCreator::SelectPostedMoveFirstTime(
+    const post::zvSolutionPair& pair) const {
+  return post::TakesMirrorFirst(post::SolutionsOf(pair), GetPar(), m_machDef)
+             ? post::MirrorSolutionMove(pair)
+             : post::FirstSolutionMove(pair);
+}
+
 post::zvSolutionPair zvPosted5axTPCreator::PostMove2(const cadcam::zvMovePointer& move,
                                                      Types type) const {
   post::zvSolutionPair pair = SolveMove(move, type);
@@ -236,45 +243,44 @@ std::pair<misc::zvAutoPointer<zvPosted5axMove>, misc::zvAutoPointer<zvPosted5axM
 zvPosted5axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move,
                                                Types type) const {
   const post::zvSolutionPair pair = SolveMove(move, type);
-  Move first = post::FirstSolutionMove(pair);
-  Move mirror = post::MirrorSolutionMove(pair);
   const zvKDRParam& par = GetPar();
   const zvKDRParam::LimitsCheck check = par.GetLimitsCheck();
-  const auto ranges = post::RotaryRangesOf(m_machDef);
-  const auto rotaryExcess = [&](const Move& solution) {
-    return post::RotaryOut(solution, ranges, par.GetPoleAngleTolerance());
-  };
   const bool checksRotary = post::ChecksRotaryAxes(check);
   const bool checksLinear = post::ChecksLinearAxes(check);
-  const auto wrap = GetControlDef().GetFirstAxisLimit();
-  zvLimitType excesses[2];
-  zvLimitType* excess = excesses;
   if (check != zvKDRParam::checkNothing && !checksLinear && !checksRotary)
     throw zvPostException(zvPostException::kUnknownLimits);
-  for (Move* solution : {&first, &mirror}) {
+  const auto ranges = post::RotaryRangesOf(m_machDef);
+  const double slack = par.GetPoleAngleTolerance();
+  // Brings a solution into its ranges and writes it as the control wants it. Returns what it
+  // breaks.
+  const auto keepLimits = [&](Move& solution) {
     if (checksRotary)
       // Only the first broken bound is mended.
-      if (const zvLimitType limit = rotaryExcess(*solution); !limit.IsNone()) {
+      if (const zvLimitType limit = post::RotaryOut(solution, ranges, slack); !limit.IsNone()) {
         const auto axis = static_cast<std::int16_t>(limit.limitAxis - zvLimitType::kFirstRotary);
         const auto [min, max] = ranges[static_cast<std::size_t>(axis)];
-        solution->SetAngle(misc::WrapIntoRange(solution->GetAngle(axis), min, max), axis);
+        solution.SetAngle(misc::WrapIntoRange(solution.GetAngle(axis), min, max), axis);
       }
-    const Move unwrapped = *solution;
-    if (wrap != post::zv5axControlDef::angleLimitNone)
-      solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(0), wrap), 0);
-    if (GetControlDef().GetSecondAxisLimit() != post::zv5axControlDef::angleLimitNone)
-      solution->SetAngle(ApplyAngleLimitToRotAxis(solution->GetAngle(1), wrap), 1);
-    if (checksLinear) *excess = post::LinearOut(solution->GetMachinePosition(), m_machDef);
-    if (excess->IsNone() && checksRotary)
-      *excess = post::RotaryOut(unwrapped, *solution, ranges, par.GetPoleAngleTolerance());
-    ++excess;
-  }
-  const auto& [firstExcess, mirrorExcess] = excesses;
+    const Move unwrapped = solution;
+    const post::zvStandingAxes written =
+        post::AsWritten({solution.GetAngle(0), solution.GetAngle(1)}, GetControlDef());
+    solution.SetAngle(written.firstAngle, 0);
+    solution.SetAngle(written.secondAngle, 1);
+    zvLimitType excess;
+    if (checksLinear) excess = post::LinearOut(solution.GetMachinePosition(), m_machDef);
+    if (excess.IsNone() && checksRotary)
+      excess = post::RotaryOut(unwrapped, solution, ranges, slack);
+    return excess;
+  };
+  Move first = post::FirstSolutionMove(pair);
+  Move mirror = post::MirrorSolutionMove(pair);
+  const zvLimitType firstExcess = keepLimits(first);
+  const zvLimitType mirrorExcess = keepLimits(mirror);
   if (!firstExcess.IsNone() && !mirrorExcess.IsNone()) ExceedingLimit(mirrorExcess);
-  const auto keep = [](const zvLimitType& limit, Move& solution) {
-    if (!limit.IsNone()) return misc::zvAutoPointer<Move>();
+  const auto within = [](const zvLimitType& excess, Move& solution) {
+    if (!excess.IsNone()) return misc::zvAutoPointer<Move>();
     post::RequireNumbers(solution);
     return misc::MakeAutoPointer<Move>(std::move(solution));
   };
-  return {keep(firstExcess, first), keep(mirrorExcess, mirror)};
+  return {within(firstExcess, first), within(mirrorExcess, mirror)};
 }

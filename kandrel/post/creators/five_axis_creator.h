@@ -32,7 +32,7 @@
 ///    maxAngleJump is 180 or more.
 /// 5. Rotary limits are kept in three attempts: by a shift or a rewinding; from the other first
 ///    solution; and from the own one again, with each axis' range measured for itself, and
-///    limitTolerance for an axis that can't be rewound (record 17). The parameters'
+///    limitTolerance for an axis that can't be rewound. The parameters'
 ///    firstMoveSolutionIndex, in the creator's own copy, stays as the second attempt turned it for
 ///    later postings, also when all fail; the third, when it succeeds, leaves it as it was.
 /// 6. Linear limits are checked on the list that the first attempt has left, so that the lifts and

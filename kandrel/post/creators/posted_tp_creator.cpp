@@ -44,7 +44,7 @@ void zvPostedTPCreator::BuildMoves(const cadcam::zvToolPath& toolpath,
 }
 
 void zvPostedTPCreator::CheckMoves(const cadcam::zvToolPath& toolpath) const {
-  static_cast<void>(toolpath.GetMoveCount());  // a null above the moves is told first
+  static_cast<void>(toolpath.GetMoveCount());  // a null above the moves is reported first
   post::ForEachMove(toolpath, m_alignMatrix, [](const cadcam::zvCNCMove&, zvPostedMove::Types) {});
 }
 

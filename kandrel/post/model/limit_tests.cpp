@@ -29,14 +29,14 @@ std::array<zvRotaryRange, 2> RotaryRangesOf(const zv5axMachDef& machDef) {
            {machDef.GetMinSecondAngle(), machDef.GetMaxSecondAngle()}}};
 }
 
-void RequireNoExcess(const zvLimitType& excess) {
+void RequireNoExcess(const zvLimitType& limit) {
   const bool isAxis =
-      excess.limitAxis >= zvLimitType::kX && excess.limitAxis <= zvLimitType::kSecondRotary;
+      limit.limitAxis >= zvLimitType::kX && limit.limitAxis <= zvLimitType::kSecondRotary;
   const bool isSide =
-      excess.limitSide == zvLimitType::kMinimum || excess.limitSide == zvLimitType::kMaximum;
+      limit.limitSide == zvLimitType::kMinimum || limit.limitSide == zvLimitType::kMaximum;
   if (!isAxis || !isSide) return;
   throw zvPostException(static_cast<std::uint32_t>(zvPostException::kXBelowMinimum +
-                                                   excess.limitAxis + 5 * excess.limitSide));
+                                                   limit.limitAxis + 5 * limit.limitSide));
 }
 
 }  // namespace post

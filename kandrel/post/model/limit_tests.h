@@ -64,7 +64,7 @@ zvLimitType RotaryOut(const Move& move, const Move& written,
 
 /// Throws zvPostException 5010 to 5014 for a limit that is the minimum of an axis, 5015 to 5019 for
 /// a maximum; returns for what names no limit.
-KANDREL_API void RequireNoExcess(const zvLimitType& excess);
+KANDREL_API void RequireNoExcess(const zvLimitType& limit);
 
 /// True for ranges that no angle as it is solved is out of: within (-180, 180], or in [0, 360)
 /// where limits are kept at a pole.

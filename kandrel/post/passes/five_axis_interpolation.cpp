@@ -213,7 +213,8 @@ std::uint32_t zv5axInterpolator::StepsByDistance(const Move& from, const Move& t
   return m_hasDistanceRule ? post::StepsByDistance(m_par, PartDistance(from, to)) : 0;
 }
 
-// One less than the distance rule gives, deliberately; and it doesn't look at poles.
+// One less than the distance rule gives: n moves make n + 1 steps, so that none is too large. Poles
+// are left to SkipForPole.
 std::uint32_t zv5axInterpolator::StepsByAngle(const Move& from, const Move& to) const {
   if (to.IsRapid()) return 0;
   return post::StepsByAngle(m_par, from.AngleDistance(to));
@@ -286,7 +287,7 @@ zvPosted5axMove zv5axInterpolator::Linear(const Move& a, const Move& b, double t
   using Point = cadcam::zvTPoint3d<double>;
   const Point p_part = (1 - t) * a.GetPartPosition() + t * b.GetPartPosition();
   const auto blend = [t](double from, double to) {
-    // By the shorter way: angles are not winded yet.
+    // By the shorter way: angles are not wound yet.
     const double near = to + misc::kFullTurnDeg * misc::WindsBetween(from, to);
     return (1 - t) * from + t * near;
   };

@@ -9,6 +9,7 @@
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/passes/five_axis_interpolation.h>
+#include <kandrel/post/passes/path_reader.h>
 
 #include <cstdint>
 
@@ -22,7 +23,7 @@ KANDREL_API bool TakesMirrorFirst(const zvRotarySolutions& solutions, const zvKD
 
 /// Posts toolpath moves to the end of a list. Each is solved, put behind the others with the moves
 /// that belong between them, and settled: its solution is the one that follows from the move which
-/// stands just before it in the end. Nothing of it is open when Append returns.
+/// stands just before it in the end. Nothing of it is open when the next one is read.
 ///
 /// 1. The first move, and one that follows a move on a pole, is chosen as a first one, by the
 ///    machine and the parameters given; any other by those of the solver, which may be older.
@@ -38,9 +39,10 @@ class KANDREL_API zv5axListBuilder {
   zv5axListBuilder(List& list, const zv5axMoveSolver& solver, const zv5axMachDef& machDef,
                    const zvKDRParam& par, bool smallMoves);
 
-  /// Throws as TakesMirrorFirst, the solver and the interpolator do; the list then ends with the
-  /// last move against which this one was settled. Linear in the number of moves put between.
-  void Append(const zvMoveView& move, zvPostedMove::Types type);
+  /// Posts the moves that the reader has still to give. Throws as it, TakesMirrorFirst, the solver
+  /// and the interpolator do; the list then ends with the move before the one that failed, or with
+  /// the last put between against which that one was settled. Linear in the number of moves made.
+  void AppendAll(zvPathReader& reader);
 
   /// False when no move can stand on a pole by `par`: all were solved, by the same tolerance, and
   /// none was found on one.
@@ -52,6 +54,7 @@ class KANDREL_API zv5axListBuilder {
   zvRotarySolutions Solve(const zvMoveView& move, double lastFirstAngle) const {
     return m_solver.SolveAngles(move.GetPosition(), move.GetOrientation(), m_cone, lastFirstAngle);
   }
+  void Append(const zvMoveView& move, zvPostedMove::Types type);
   bool TakesMirrorAfter(const Move& previous, const zvRotarySolutions& solutions) const;
   void StartLimitSearch(const zvMoveView& move);
   void Join(Iterator previous, Iterator current, const zvRotarySolutions& solutions,
