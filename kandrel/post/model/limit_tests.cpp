@@ -1,5 +1,6 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_tests.h>
+#include <kandrel/post/model/post_exception.h>
 
 #include <cstdint>
 
@@ -23,6 +24,16 @@ std::array<zvRotaryRange, 1> RotaryRangesOf(const zv4axMachDef& machDef) {
 std::array<zvRotaryRange, 2> RotaryRangesOf(const zv5axMachDef& machDef) {
   return {{{machDef.GetMinFirstAngle(), machDef.GetMaxFirstAngle()},
            {machDef.GetMinSecondAngle(), machDef.GetMaxSecondAngle()}}};
+}
+
+void RequireNoExcess(const zvLimitType& limit) {
+  const bool isAxis =
+      limit.limitAxis >= zvLimitType::kX && limit.limitAxis <= zvLimitType::kSecondRotary;
+  const bool isSide =
+      limit.limitSide == zvLimitType::kMinimum || limit.limitSide == zvLimitType::kMaximum;
+  if (!isAxis || !isSide) return;
+  throw zvPostException(static_cast<std::uint32_t>(zvPostException::kXBelowMinimum +
+                                                   limit.limitAxis + 5 * limit.limitSide));
 }
 
 }  // namespace post

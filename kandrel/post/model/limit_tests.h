@@ -63,6 +63,10 @@ zvLimitType RotaryOut(const Move& move, const Move& written,
   return {};
 }
 
+/// Throws zvPostException 5010 to 5014 for a limit that is the minimum of an axis, 5015 to 5019 for
+/// a maximum; returns for what names no limit.
+KANDREL_API void RequireNoExcess(const zvLimitType& limit);
+
 /// True if no solved angle can lie outside: those lie in (-180, 180], or in [0, 360) where limits
 /// are kept at a pole.
 template <class Ranges>

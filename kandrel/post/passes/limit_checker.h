@@ -25,6 +25,14 @@ void WrapIntoRanges(Move& move,
   }
 }
 
+/// The same for all moves of a list.
+template <class Move>
+void WrapIntoRanges(misc::zvMemoryPoolList<Move>& list,
+                    const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges) {
+  if (HoldSolvedAngles(ranges)) return;
+  for (Move& move : list) WrapIntoRanges(move, ranges);
+}
+
 /// How the lower bounds of two axes are measured before a shift.
 enum class zvLowerBounds {
   /// That of the second stays its first value, and values below that go to the lower bound of the
