@@ -15,6 +15,8 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace tests {
 
@@ -31,6 +33,36 @@ inline kandrel_post::ClProgram ReadClText(std::string_view text, std::size_t byt
   };
   const std::string name = "test.cl";
   return kandrel_post::ReadCl(source, name, options);
+}
+
+/// The cases of a file in the folder `data`: a line each, its columns between "=>", without the
+/// blanks about them; \n, \t, \r, \xHH and \\ as in C. Empty lines and those with # are left out.
+inline std::vector<std::vector<std::string>> Cases(std::string_view fileName) {
+  std::ifstream file(KANDREL_SOURCE_DIR "/tests/apps/kandrel_post/data/" + std::string(fileName));
+  std::vector<std::vector<std::string>> cases;
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    auto& columns = cases.emplace_back();
+    for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 2) {
+      end = line.find("=>", at);
+      std::string& column = columns.emplace_back();
+      for (std::size_t i = at; i < std::min(end, line.size()); ++i) {
+        const bool isHex = line[i] == '\\' && line[i + 1] == 'x';
+        if (isHex)
+          column += static_cast<char>(
+              std::stoi(line.substr(std::exchange(i, i + 3) + 2, 2), nullptr, 16));
+        else if (line[i] == '\\')
+          column += line[++i] == 'n' ? '\n'
+                    : line[i] == 't' ? '\t'
+                    : line[i] == 'r' ? '\r'
+                                     : line[i];
+        else if (line[i] != ' ' || (!column.empty() && line.find_first_not_of(' ', i) != end))
+          column += line[i];
+      }
+    }
+  }
+  EXPECT_FALSE(cases.empty()) << fileName;
+  return cases;
 }
 
 /// The text of what `action` throws; "" when it throws nothing.
