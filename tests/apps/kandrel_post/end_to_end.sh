@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs kandrel-post as a person would: exit codes, what stands on which stream, and that a job that
-# fails leaves nothing behind.
+# Runs kandrel-post as a person would, for what only a process shows: exit codes, what stands on which
+# stream, and that a job that fails leaves nothing behind.
 #
 #   end_to_end.sh PROGRAM
 set -u
@@ -68,7 +68,6 @@ grep -q '^note .* no FINI' stdout || complain "no word of a toolpath that may be
 printf '' >empty.cl
 expect 0 "" post -m preset:mill3_metric -t empty.cl -o out3
 [ "$(wc -l <out3/posted.csv)" -eq 1 ] || complain "an empty toolpath gives a header alone"
-
 printf '{"axes": 6, "rotary": [{}, {}, {"direction": [1, 0, 0]}]}' >six.json
 expect 0 "" machine show six.json
 [ "$(grep -c 'other than its flag says' stdout)" -eq 2 ] || complain "sides of six axes: $(cat stdout)"

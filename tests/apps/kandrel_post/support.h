@@ -12,10 +12,10 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace tests {
@@ -35,31 +35,35 @@ inline kandrel_post::ClProgram ReadClText(std::string_view text, std::size_t byt
   return kandrel_post::ReadCl(source, name, options);
 }
 
-/// The cases of a file in the folder `data`: a line each, its columns between "=>", without the
-/// blanks about them; \n, \t, \r, \xHH and \\ as in C. Empty lines and those with # are left out.
+/// A text in which \n, \t, \r, \xHH and \\ stand for what they do in C.
+inline std::string Unescaped(const std::string& text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char escaped = text[i] == '\\' ? text[++i] : '\0';
+    if (escaped == 'x') {
+      plain += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+      continue;
+    }
+    const std::string_view from = "ntr", to = "\n\t\r";
+    const std::size_t known = from.find(escaped);
+    plain += known == from.npos ? text[i] : to[known];
+  }
+  return plain;
+}
+
+/// The cases of a file in the folder `data`: a line each, with columns between "=>". Blanks about
+/// columns, empty lines and lines that begin with # are left out.
 inline std::vector<std::vector<std::string>> Cases(std::string_view fileName) {
+  static const std::regex between(" *=> *");
   std::ifstream file(KANDREL_SOURCE_DIR "/tests/apps/kandrel_post/data/" + std::string(fileName));
   std::vector<std::vector<std::string>> cases;
   for (std::string line; std::getline(file, line);) {
     if (line.empty() || line[0] == '#') continue;
     auto& columns = cases.emplace_back();
-    for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 2) {
-      end = line.find("=>", at);
-      std::string& column = columns.emplace_back();
-      for (std::size_t i = at; i < std::min(end, line.size()); ++i) {
-        const bool isHex = line[i] == '\\' && line[i + 1] == 'x';
-        if (isHex)
-          column += static_cast<char>(
-              std::stoi(line.substr(std::exchange(i, i + 3) + 2, 2), nullptr, 16));
-        else if (line[i] == '\\')
-          column += line[++i] == 'n' ? '\n'
-                    : line[i] == 't' ? '\t'
-                    : line[i] == 'r' ? '\r'
-                                     : line[i];
-        else if (line[i] != ' ' || (!column.empty() && line.find_first_not_of(' ', i) != end))
-          column += line[i];
-      }
-    }
+    for (std::sregex_token_iterator it(line.begin(), line.end(), between, -1), end; it != end; ++it)
+      columns.push_back(Unescaped(*it));
+    if (line.ends_with("=>")) columns.emplace_back();
   }
   EXPECT_FALSE(cases.empty()) << fileName;
   return cases;
