@@ -24,15 +24,26 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 TEST(StepCounts, Tables) {
+  constexpr std::uint32_t kRefused = 9999;
   const struct {
     double step, size;
     std::uint32_t byAngle, byDistance;
   } cases[] = {
-      {3, 9, 3, 4},         {3, 3, 0, 0},    {3, 3 + 0.5e-12, 0, 2},
-      {3, 3 + 2e-12, 1, 2}, {3, 8.9, 2, 3},  {0.4, 1, 2, 3},
-      {0.4, 0.4, 0, 0},     {0.5, 1, 2, 3},  {0, 9, 0, 0},
-      {-3, 9, 0, 0},        {kNaN, 9, 0, 0}, {3, kNaN, 0, 0},
-      {3, 0, 0, 0},         {kInf, 9, 0, 0}, {1, 2147483645, 2147483645, 2147483646},
+      {3, 9, 3, 4},
+      {3, 3, 0, 0},
+      {3, 3 + 0.5e-12, 0, 2},
+      {3, 3 + 2e-12, 1, 2},
+      {3, 8.9, 2, 3},
+      {0.4, 1, 2, 3},
+      {0, 9, 0, 0},
+      {-3, 9, 0, 0},
+      {kNaN, 9, 0, 0},
+      {3, kNaN, 0, 0},
+      {kInf, 9, 0, 0},
+      {1, 2147483645, 2147483645, 2147483646},
+      {1e-300, 9, kRefused, kRefused},
+      {3, kInf, kRefused, kRefused},
+      {1, 2147483647, kRefused, kRefused},
   };
   zvKDRParam par(measures::zvUnitsFactory::metric);
   for (const auto& c : cases) {
@@ -40,22 +51,17 @@ TEST(StepCounts, Tables) {
     par.SetMaxAngleStep(c.step);
     par.SetInterpolationDistance(c.step);
     par.SetInterpolateByDistance(true);
-    EXPECT_EQ(post::StepsByAngle(par, c.size), c.byAngle);
-    EXPECT_EQ(post::StepsByDistance(par, c.size), c.byDistance);
+    const auto byAngle = [&] { return post::StepsByAngle(par, c.size); };
+    const auto byDistance = [&] { return post::StepsByDistance(par, c.size); };
+    if (c.byAngle == kRefused) {
+      EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(byAngle, 5039));
+      EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(byDistance, 5039));
+      continue;
+    }
+    EXPECT_EQ(byAngle(), c.byAngle);
+    EXPECT_EQ(byDistance(), c.byDistance);
     par.SetInterpolateByDistance(false);
-    EXPECT_EQ(post::StepsByDistance(par, c.size), 0u);
-  }
-  par.SetInterpolateByDistance(true);
-  for (const auto& sizes : {std::pair{1e-300, 9.0}, {3.0, kInf}, {1.0, 2147483647.0}}) {
-    const double step = sizes.first;
-    const double size = sizes.second;
-    par.SetMaxAngleStep(step);
-    par.SetInterpolationDistance(step);
-    const wchar_t* text = L"Invalid vector was passed.";
-    EXPECT_TRUE(
-        tests::ThrowsId<post::zvPostException>([&] { post::StepsByAngle(par, size); }, 5039, text));
-    EXPECT_TRUE(tests::ThrowsId<post::zvPostException>([&] { post::StepsByDistance(par, size); },
-                                                       5039, text));
+    EXPECT_EQ(byDistance(), 0u);
   }
 }
 
@@ -75,8 +81,8 @@ class Interpolation : public testing::Test {
   static Move At(const Point& p, double first, double second) {
     return tests::TableMove<Move>(p, {first, second});
   }
-  static Move Rapid(Move move) {
-    move.SetRapid(true);
+  static Move Rapid(Move move, bool isRapid = true) {
+    move.SetRapid(isRapid);
     return move;
   }
   static Move Extended(Move move, int sourceIndex, bool hasData, std::uint32_t id,
@@ -90,6 +96,15 @@ class Interpolation : public testing::Test {
     return move;
   }
 
+  static void ExpectForm(const Move& move, int sourceIndex, bool hasData, std::uint32_t id,
+                         const Point& vector, const Point& point) {
+    EXPECT_EQ(move.GetSourceIndex(), sourceIndex);
+    EXPECT_TRUE(move.IsInserted());
+    EXPECT_EQ(move.HasExtendedData(), hasData);
+    EXPECT_EQ(move.GetExtendedId(), id);
+    EXPECT_EQ(move.GetExtendedVector(), vector);
+    EXPECT_EQ(move.GetExtendedPoint(), point);
+  }
   static double Length(const Move& a, const Move& b) {
     return Distance(a.GetPartPosition(), b.GetPartPosition());
   }
@@ -192,14 +207,7 @@ TEST_F(Interpolation, DividesEvenlyByAngleOrDistance) {
       const double t = static_cast<double>(k + 1) / static_cast<double>(c.count + 1);
       const Point p = (1 - t) * c.from.GetPartPosition() + t * c.to.GetPartPosition();
       EXPECT_LT(Distance(moves[k].GetPartPosition(), p), 1e-12);
-      for (const std::int16_t axis : kAxes) {
-        const double from = c.from.GetAngle(axis);
-        const double turn = std::remainder(c.to.GetAngle(axis) - from, 360.0);
-        EXPECT_NEAR(std::remainder(moves[k].GetAngle(axis) - from - t * turn, 360.0), 0, 0.1);
-      }
-      EXPECT_LT(Distance(moves[k].GetMachinePosition(), m_kinematics.MachinePosition(moves[k])),
-                1e-9);
-      EXPECT_LT(Distance(moves[k].GetOrientation(), m_kinematics.Orientation(moves[k])), 2e-5);
+      EXPECT_NEAR(Turn(c.from, moves[k]), t * Turn(c.from, c.to), 0.1);
     }
   }
 }
@@ -213,6 +221,13 @@ TEST_F(Interpolation, SolvedMovesTakeTheirFormFromBothEnds) {
   ASSERT_EQ(moves.size(), 1u);
   EXPECT_TRUE(moves[0].HasNoExtended());
   EXPECT_EQ(moves[0].GetFeed(), 200);
+  // Orientations of another length than 1 are blended as unit vectors, those within 1e-6 as given.
+  for (const double length : {1 + 5e-7, 3.0}) {
+    Move longer = from;
+    longer.SetOrientation(length * from.GetOrientation());
+    const Point blend = (length == 3 ? from : longer).GetOrientation() + to.GetOrientation();
+    EXPECT_LT(Distance(Between(longer, to).at(0).GetOrientation(), blend.Normalized()), 1e-10);
+  }
   to.SetType(post::zvPostedMove::link2);
   const struct {
     bool toHasData;
@@ -226,12 +241,7 @@ TEST_F(Interpolation, SolvedMovesTakeTheirFormFromBothEnds) {
     ASSERT_EQ(moves.size(), 1u);
     EXPECT_EQ(moves[0].GetType(), post::zvPostedMove::link2);
     EXPECT_EQ(moves[0].GetFeed(), 300);
-    EXPECT_EQ(moves[0].GetSourceIndex(), 41);
-    EXPECT_TRUE(moves[0].IsInserted());
-    EXPECT_EQ(moves[0].HasExtendedData(), c.toHasData);
-    EXPECT_EQ(moves[0].GetExtendedId(), c.id);
-    EXPECT_EQ(moves[0].GetExtendedVector(), c.vector);
-    EXPECT_EQ(moves[0].GetExtendedPoint(), c.toHasData ? 2.0 * c.vector : Point{});
+    ExpectForm(moves[0], 41, c.toHasData, c.id, c.vector, c.toHasData ? 2.0 * c.vector : Point{});
   }
 }
 
@@ -250,33 +260,37 @@ TEST_F(Interpolation, LinearAxesGoTheShortWay) {
   ASSERT_EQ(extended.size(), 6u);
   for (std::size_t k = 0; k < 6; ++k) {
     const auto n = static_cast<double>(k + 1);
+    const Point p_part{n, 50, 0};
+    Move expected = At(p_part, 170 + 20 * n / 7, 30 + n);
+    // A marker that files hold: the degrees taken as radians.
+    Move marker = expected;
+    for (const std::int16_t axis : kAxes)
+      marker.SetAngle(expected.GetAngle(axis) * 57.29577951308232, axis);
+    expected.SetOrientation(m_kinematics.Orientation(marker));
     for (const Move* move : {&small[k], &extended[k]}) {
-      EXPECT_NEAR(move->GetAngle(0), 170 + 20 * n / 7, 1e-9);
-      EXPECT_NEAR(move->GetAngle(1), 30 + n, 1e-9);
-      EXPECT_LT(Distance(move->GetPartPosition(), Point{n, 50, 0}), 1e-12);
-      EXPECT_LT(Distance(move->GetMachinePosition(), m_kinematics.MachinePosition(*move)), 1e-9);
-      EXPECT_NEAR(move->GetFeed(), 100 + 100 * n, 1e-9);  // blended across types too
-      EXPECT_EQ(move->GetPoleStatus(), 0u);
-      EXPECT_EQ(move->GetType(), post::zvPostedMove::link3);
-      // A marker: the degrees taken as radians. Deliberate.
-      Move marker = *move;
       for (const std::int16_t axis : kAxes)
-        marker.SetAngle(move->GetAngle(axis) * 57.29577951308232, axis);
-      EXPECT_LT(Distance(move->GetOrientation(), m_kinematics.Orientation(marker)), 1e-9);
+        EXPECT_NEAR(move->GetAngle(axis), expected.GetAngle(axis), 1e-9);
+      EXPECT_LT(Distance(move->GetPartPosition(), p_part), 1e-12);
+      EXPECT_LT(Distance(move->GetMachinePosition(), expected.GetMachinePosition()), 1e-9);
+      EXPECT_LT(Distance(move->GetOrientation(), expected.GetOrientation()), 1e-9);
+      EXPECT_NEAR(move->GetFeed(), 100 + 100 * n, 1e-9);  // blended across types too
+      EXPECT_EQ(move->GetType(), post::zvPostedMove::link3);
     }
     EXPECT_TRUE(small[k].HasNoExtended());
-    EXPECT_EQ(extended[k].GetSourceIndex(), 41);
-    EXPECT_TRUE(extended[k].IsInserted());
-    EXPECT_FALSE(extended[k].HasExtendedData());
-    EXPECT_EQ(extended[k].GetExtendedPoint(), Point{});
-    EXPECT_EQ(extended[k].GetExtendedVector(), (Point{0, 0, 1}));
+    ExpectForm(extended[k], 41, false, 0, {0, 0, 1}, {});
   }
   m_scene.par.SetInterpolateByDistance(true);
   m_scene.par.SetInterpolateRapidMoves(true);
-  EXPECT_EQ(Between(from, Rapid(to)).at(3).GetFeed(), 100);
-  EXPECT_EQ(Between(Rapid(from), to).at(3).GetFeed(), 800);
-  EXPECT_FALSE(Between(Rapid(from), to).at(3).IsRapid());
-  EXPECT_TRUE(Between(Rapid(from), Rapid(to)).at(3).IsRapid());
+  for (const bool isFromRapid : {false, true})
+    for (const bool isToRapid : {false, true}) {
+      const Move fourth = Between(Rapid(from, isFromRapid), Rapid(to, isToRapid)).at(3);
+      EXPECT_EQ(fourth.IsRapid(), isFromRapid && isToRapid);
+      EXPECT_NEAR(fourth.GetFeed(),
+                  isFromRapid == isToRapid ? 100 + 700 * 4 / 9.0
+                  : isToRapid              ? 100
+                                           : 800,
+                  1e-9);
+    }
 }
 
 // Straight across the pole to the other solution: the last step stays as large as the whole. Where
@@ -293,6 +307,16 @@ TEST_F(Interpolation, ReducesNothingThatTurnsAtOnce) {
   m_scene.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
   EXPECT_TRUE(Between(from, to).empty());
   EXPECT_FALSE(m_isLastLeft);
+}
+
+// The free axis turns off a pole at once. Moves serve only what else turns; a tilt of less than a
+// step leaves the turn to be spread by blending, if that is asked for.
+TEST_F(Interpolation, ATurnOffAPoleIsDividedForTheTiltAlone) {
+  const Move pole = At({0, 0, 0}, 10, 0);
+  const Moves moves = Between(pole, At({20, 0, 0}, 90, 30));
+  ASSERT_GE(moves.size(), 9u);
+  for (const Move& move : moves) EXPECT_NEAR(move.GetAngle(0), 90, 1e-6);
+  EXPECT_TRUE(Between(pole, At({20, 0, 0}, 90, 2.9)).empty());
 }
 
 TEST_F(Interpolation, SlightExcessAtAPoleIsNone) {
@@ -368,10 +392,11 @@ TEST_F(Interpolation, KeepsItsLaws) {
       return {std::sin(tilt) * std::sin(side), std::sin(tilt) * std::cos(side), std::cos(tilt)};
     };
     const auto make = [&] {
-      const cadcam::zv3axMove source(random.Vector(5), orientation(), random.Real(1, 900),
-                                     random.Chance(0.1));
-      const auto both = solver.SolveAngles(source.GetPosition(), source.GetOrientation(),
-                                           solver.MakePoleCone(), 0);
+      const Point tip = random.Vector(5);
+      const Point t = orientation();
+      const double feed = random.Real(1, 900);
+      const cadcam::zv3axMove source(tip, t, feed, random.Chance(0.1));
+      const auto both = solver.SolveAngles(tip, t, solver.MakePoleCone(), 0);
       return post::zv5axMoveSolver::MakeMove(post::zvMoveView(source), post::zvPostedMove::noLink,
                                              both.Of(random.Chance(0.3)), both.poleStatus, 0, false,
                                              true);
