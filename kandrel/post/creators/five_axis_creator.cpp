@@ -61,6 +61,7 @@ zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::Post(const cadcam::zvToo
   return m_posted.Get();
 }
 
+// The passes in their order: those of docs/architecture.md.
 void zvPosted5axTPCreator::RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   if (IsToolpathFor3AxisMachine(toolpath)) return PostStanding(toolpath, smallMoves);
   PostInAttempts([&](Attempt attempt) {
@@ -72,6 +73,7 @@ void zvPosted5axTPCreator::RunPasses(const cadcam::zvToolPath& toolpath, bool sm
     const double largestStep = post::CalcWindedAngles(list);
     MakeJumps(largestStep, smallMoves);
     DivideLargeSteps(largestStep);
+    // The second attempt is checked before its rewinding, the others with what theirs puts in.
     if (attempt == Attempt::kOtherSolution) CheckLinearLimits();
     const zvLimitType excess = KeepRotaryLimits(attempt, smallMoves);
     if (attempt == Attempt::kOwnSolution && !excess.IsNone()) return false;
