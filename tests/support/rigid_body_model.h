@@ -80,8 +80,8 @@ struct Machine {
   /// Each rides on the one before it: the part on the last table, the tool in the last head.
   std::vector<RotaryAxis> tables{};
   std::vector<RotaryAxis> heads{};
-  /// From the nose with all angles at zero to what the slide positions tell of: the place that they
-  /// carry is the nose, or the tip of a tool that has turned (`slidesTellTip`).
+  /// The slide positions are those of the nose, of a place this far off it, or of the tip, wherever
+  /// the tool has turned.
   Vector slidesOffNose{};
   bool slidesTellTip = false;
 

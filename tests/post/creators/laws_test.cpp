@@ -7,7 +7,6 @@
 #include <tests/support/three_axis_scenes.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <string>
 #include <utility>
