@@ -15,12 +15,12 @@
 namespace {
 
 namespace fs = std::filesystem;
+using tests::Line;
+using tests::Lines;
 using tests::Outcome;
-using tests::PostedLine;
 using tests::RunPost;
 using tests::SampleFile;
 using tests::Told;
-namespace rigid = tests::rigid;
 
 using Options = std::vector<const char*>;
 
@@ -71,19 +71,19 @@ class Posting : public testing::TestWithParam<PresetAndPath> {
   // Posts the file and checks all that is written.
   void ExpectGood(const fs::path& file, Options options) const {
     const bool small = !options.empty() && std::string(options.back()) == "--small";
-    const rigid::Vector origin{-12.5, 20, -35};
+    const tests::Point origin{-12.5, 20, -35};
     options.insert(options.end(), {"--origin", "-12.5,20,-35", "--tool-length", "-80"});
     const Outcome run = Run(file, options);
     ASSERT_EQ(run.exitCode, 0) << run.failure;
-    const std::vector<tests::SourceMove> source = tests::SourceMoves(file);
+    const tests::Source source = tests::SourceMoves(file);
     ASSERT_FALSE(source.empty());
-    const std::vector<PostedLine> posted = tests::PostedLines(m_scratch.Path("out/posted.csv"));
-    for (const PostedLine& line : posted) ASSERT_EQ((line.source + line.inserted).empty(), small);
+    const Lines posted = tests::PostedLines(m_scratch.Path("out/posted.csv"));
+    for (const Line& line : posted) ASSERT_EQ(line.isSmall, small);
     // Deliberate in the kernel: a path that stands along the spindle is posted with the tool's
     // length, on machines of kind 0 too.
     kandrel_post::MachineValues values = m_values;
     const bool isUpright = std::all_of(source.begin(), source.end(), [](const auto& move) {
-      return move.axis == tests::Numbers3{0, 0, 1};
+      return move.orientation == tests::Point{0, 0, 1};
     });
     if (values.axes == 5 && values.fiveAxisKind == 0 && isUpright) values.fiveAxisKind = 3;
     tests::ExpectTruth(posted, source, values, origin, -80);
@@ -185,7 +185,7 @@ TEST(Summary, TellsPolesRewindingsTurnsAndNotes) {
     EXPECT_EQ(run.summary.find("  outside"), std::string::npos) << run.summary;
     const auto posted = tests::PostedLines(scratch.Path("out/posted.csv"));
     tests::ExpectTruth(posted, tests::SourceMoves(file), tests::PresetValues(c.at(0)), {}, 0);
-    for (const auto& line : posted) ASSERT_LE(std::abs(line.angles[0]), limit + 1e-4);
+    for (const Line& line : posted) ASSERT_LE(std::abs(line.degs[0]), limit + 1e-4);
   }
 }
 
