@@ -4,22 +4,22 @@
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <tests/support/five_axis_scenes.h>
+#include <tests/support/outcome.h>
 #include <tests/support/source_path.h>
 
 #include <cmath>
 #include <functional>
-#include <limits>
 
 namespace {
 
 using post::zvKDRParam;
 using tests::Build;
+using tests::IdOf;
+using tests::kInfinity;
+using tests::kNaN;
 using tests::Move5;
 using tests::Point;
 using tests::Source;
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 enum Axes { k3 = 1, k4 = 2, k5 = 4, k6 = 8, kRotary = k4 | k5 | k6, kAll = k3 | kRotary };
 
@@ -45,15 +45,6 @@ struct Spoilt {
             {{lastX, 5, 0}, Point{0, std::sin(rad), std::cos(rad)} * length, feed}};
   }
 };
-
-std::uint32_t IdOf(const std::function<void()>& run) {
-  try {
-    run();
-  } catch (const misc::zvException& e) {
-    return static_cast<std::uint32_t>(e.GetId());
-  }
-  return 0;
-}
 
 // The ids of a posting, and of the last move on its own.
 template <class Creator, class MachDef>
