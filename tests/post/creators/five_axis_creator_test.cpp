@@ -293,6 +293,23 @@ TEST(FiveAxisCreator, AListThatNothingHelpsTurnsTheSolutionRoundEachTime) {
   }
 }
 
+// Later moves are solved whatever limits they break: the check of the finished list tells.
+TEST(FiveAxisCreator, OnlyAFirstMoveIsRefusedBeforeTheRestIsSolved) {
+  FiveAxisScene scene;
+  scene.machine.low = {-15, -500, -500};
+  scene.machine.high = {15, 500, 500};
+  scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
+  scene.par.SetLimitsCheck(zvKDRParam::checkLinearAxes);
+  for (const int out : {0, 1, 2}) {
+    PathBuilder::Moves moves;
+    for (const int i : {0, 1, 2})
+      moves.push_back(Move5({i == out ? 20.0 : 10.0, 0, 0}, scene.Tool(0, 30.0 + 0.1 * i)));
+    const Outcome outcome = PostAnew(scene, PathBuilder().Contour(moves));
+    EXPECT_TRUE(outcome.id == 5010 || outcome.id == 5015) << outcome.id;
+    EXPECT_EQ(outcome.lines.size(), out == 0 ? 0u : 3u);
+  }
+}
+
 TEST(FiveAxisCreator, ACopyPostsOnItsOwn) {
   FiveAxisScene scene;
   scene.toolLength = 80;
