@@ -3,7 +3,7 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 
 #include <functional>
 

@@ -1,7 +1,7 @@
 // What a 5-axis creator keeps, copies and refers to between postings, and its single moves.
 #include <gtest/gtest.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 #include <tests/support/toolpath_builders.h>
 
 #include <functional>
@@ -17,7 +17,7 @@ using tests::IdOf;
 using tests::Move5;
 using tests::PathBuilder;
 using tests::Point;
-using Outcome = tests::Outcome<zvPosted5axMove>;
+using Outcome = tests::Posting<zvPosted5axMove>;
 using Change = std::function<void(FiveAxisScene&)>;
 
 // Through the given angles of a machine without skew, the tip moving on by millimetres.
@@ -55,8 +55,8 @@ Change Wraps(zv5axControlDef::angleLimit first, zv5axControlDef::angleLimit seco
   };
 }
 // A member of the machine.
-template <class Value>
-Change Machine(Value tests::FiveAxisSetup::*member, std::type_identity_t<Value> value) {
+template <class Setup, class Value>
+Change Machine(Value Setup::*member, std::type_identity_t<Value> value) {
   return [=](FiveAxisScene& s) { s.machine.*member = value; };
 }
 
@@ -108,33 +108,6 @@ TEST(FiveAxisCreator, ReadsTheCallersObjectsWhereItSolvesAndItsCopyElsewhere) {
       {"origin", fine, {}, [](FiveAxisScene& s) { s.origin.x = 5; }, true},
       {"control", Turns(-20, 20, 2), {}, Wraps(k360, kNone), true},
 
-<<<<<<< HEAD
-      {"first solution", fine, nothing,
-       [](Scene& s) { s.par.SetFirstMoveSolutionIndex(zvKDRParam::mirrorSolution); }, false},
-      {"first angle", fine, nothing,
-       [](Scene& s) {
-         s.par.SetFirstMoveRule(zvKDRParam::byFirstAxis);
-         s.par.SetFirstMovePreferredAngle(180);
-       },
-       false},
-      {"limits of the list", fine, [](Scene& s) { s.machine.high.x = -100; },
-       [](Scene& s) { s.par.SetLimitsCheck(zvKDRParam::checkLinearAxes); }, false},
-      {"an unknown check", fine, nothing,
-       [](Scene& s) { s.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(7)); }, false},
-      {"slack of limits", fine,
-       [](Scene& s) {
-         s.machine.firstRange = {-10, 49.99995};
-         s.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
-       },
-       [](Scene& s) { s.par.SetLimitTolerance(1e-5); }, false},
-      {"largest jump", jump, jumps, [](Scene& s) { s.par.SetMaxAngleJump(179); }, false},
-      {"lift", jump, jumps, [](Scene& s) { s.par.SetRetractDistance(7); }, false},
-      {"lift to limits", jump, jumps, [](Scene& s) { s.par.SetRetractToLimits(true); }, false},
-      {"step of rewindings", wound, rewinds, [](Scene& s) { s.par.SetMaxAngleStep(30); }, false},
-      {"lift of rewindings", wound, rewinds, [](Scene& s) { s.par.SetRetractDistance(7); }, false},
-      {"spreading of poles", onPole, nothing,
-       [](Scene& s) { s.par.SetPoleHandling(zvKDRParam::spreadEvenly); }, false},
-=======
       {"first solution", fine, {}, Set(&P::SetFirstMoveSolutionIndex, P::mirrorSolution), false},
       {"first angle", fine, {Set(&P::SetFirstMoveRule, P::byFirstAxis)},
        Set(&P::SetFirstMovePreferredAngle, 180), false},
@@ -148,8 +121,7 @@ TEST(FiveAxisCreator, ReadsTheCallersObjectsWhereItSolvesAndItsCopyElsewhere) {
       {"lift to limits", jump, {noSteps, jumps}, Set(&P::SetRetractToLimits, true), false},
       {"step of rewindings", wound, {range, checksAll}, Set(&P::SetMaxAngleStep, 30), false},
       {"lift of rewindings", wound, {range, checksAll}, Set(&P::SetRetractDistance, 7), false},
-      {"spreading of poles", onPole, {}, Set(&P::SetPoleHandling, P::poleHandling2), false},
->>>>>>> w/t_creators
+      {"spreading of poles", onPole, {}, Set(&P::SetPoleHandling, P::spreadEvenly), false},
       {"way of one orientation", standing,
        {bySecond, Set(&P::SetFirstMovePreferredAngle, -30), Wraps(k360, k180)}, keeps, false},
       {"slack of one orientation", standing,

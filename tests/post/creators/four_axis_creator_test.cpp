@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 #include <tests/support/source_path.h>
 
 #include <functional>
@@ -37,7 +37,7 @@ std::vector<double> Ramp(double from, double to, double step) {
   return degs;
 }
 
-tests::Outcome<zvPosted4axMove> Post(const FourAxisScene& scene, const Source& source) {
+tests::Posting<zvPosted4axMove> Post(const FourAxisScene& scene, const Source& source) {
   return PostAnew(scene, Build(source), true);
 }
 

@@ -1,6 +1,6 @@
 // What is infinite or NaN: refused where it would end in a posted number, and only there.
 #include <tests/support/every_creator.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 
 #include <functional>
 

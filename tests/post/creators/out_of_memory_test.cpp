@@ -5,7 +5,7 @@
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
 #include <tests/support/memory_watch.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 #include <tests/support/throws_id.h>
 
 #include <chrono>

@@ -1,6 +1,6 @@
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 #include <tests/support/seeded.h>
 #include <tests/support/source_path.h>
 

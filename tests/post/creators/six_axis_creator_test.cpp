@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 #include <tests/support/six_axis_scenes.h>
 
 namespace {

@@ -1,5 +1,5 @@
 #include <tests/support/every_creator.h>
-#include <tests/support/outcome.h>
+#include <tests/support/posting.h>
 #include <tests/support/rigid_body_model.h>
 #include <tests/support/seeded.h>
 
