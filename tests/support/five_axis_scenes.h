@@ -39,7 +39,7 @@ struct FiveAxisSetup : LinearSetup {
     const Axis one{{ToVector(first), ToVector(firstPivot)}, 0}, other{{ToVector(second), pivot}, 1};
     if (kind == 1) {  // a head's second pivot is measured from the nose, its first from the second
       model.heads = {{{ToVector(first), ToVector(firstPivot + secondPivot)}, 0}, other};
-    } else if (kind == 2) {
+    } else if (kind != 0 && kind != 3) {  // 2, and any other number
       model.tables = {one};
       model.heads = {other};
     } else {  // the first table rides on the second
