@@ -43,6 +43,9 @@ Lines LinesOf(const List& list) {
   return lines;
 }
 
+/// Stands for "Accessing NULL pointer", whose own id is 0.
+inline constexpr std::uint32_t kNullPointer = 1;
+
 /// What a posting ends in.
 struct Outcome {
   std::uint32_t id = 0;  ///< of its error; 0 for none
@@ -57,7 +60,7 @@ Outcome PostBy(Creator& creator, const cadcam::zvToolPath& path, bool small = fa
   try {
     creator.Post(path, small);
   } catch (const misc::zvException& e) {
-    outcome.id = static_cast<std::uint32_t>(e.GetId());
+    outcome.id = e.GetId() != 0 ? static_cast<std::uint32_t>(e.GetId()) : kNullPointer;
   }
   if (creator.GetPostedList()) outcome.lines = LinesOf(*creator.GetPostedList());
   if constexpr (requires { creator.GetCounts(); }) outcome.counts = creator.GetCounts();
