@@ -85,6 +85,7 @@ TEST(AutoPointer, TheObjectDiesOnceWithItsLastReference) {
     for (std::size_t k = 0; k < 4; ++k) {
       ExpectIs(whole[k], wholes[k], uses[wholes[k]]);
       ExpectIs(base[k], bases[k], uses[bases[k]]);
+      ASSERT_EQ(whole[k] == base[a], wholes[k] == bases[a]);
     }
   }
   const zvAutoPointer<const Counted> constant = whole[0] = MakeAutoPointer<Both>(5);
