@@ -4,15 +4,12 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/post/model/posting_counts.h>
+#include <tests/support/numbers.h>
 
 #include <cstdint>
-#include <limits>
 #include <vector>
 
 namespace tests {
-
-inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// In the place of the id of "Accessing NULL pointer", which has none.
 inline constexpr std::uint32_t kNullPointer = 1;
