@@ -3,6 +3,7 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/tolerances.h>
 
 #include <cmath>
 
@@ -14,9 +15,8 @@ struct ClosedFormTurn {
   double deg, cosine, sine;
 
   static ClosedFormTurn Of(double x, double sense) {
-    constexpr double kDegrees = 57.29577951308232;
     x = x > 1 - 1e-10 ? 1 : x < -1 + 1e-10 ? -1 : x;
-    const double deg = std::acos(x) * kDegrees;
+    const double deg = std::acos(x) * misc::kDegreesPerRadian;
     const double sine = std::sqrt((1 - x) * (1 + x));
     return sense < 0 ? ClosedFormTurn{-deg, x, -sine} : ClosedFormTurn{deg, x, sine};
   }

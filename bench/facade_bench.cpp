@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cmath>
 #include <memory>
-#include <utility>
 
 #include "bench/suites.h"
 #include "bench/support.h"

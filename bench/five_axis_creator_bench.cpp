@@ -7,6 +7,8 @@
 #include <cmath>
 #include <map>
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/closed_form_solve.h"

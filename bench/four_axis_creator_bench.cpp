@@ -3,6 +3,7 @@
 #include <kandrel/post/creators/four_axis_creator.h>
 
 #include <cmath>
+#include <functional>
 #include <map>
 #include <memory>
 #include <utility>

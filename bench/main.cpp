@@ -7,11 +7,14 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "bench/suites.h"
 #include "bench/support.h"
@@ -117,7 +120,7 @@ int ShowInstructions(const bench::Suite& suite, const char* path) {
 
 }  // namespace
 
-// What callgrind counts; it is told this name.
+// What callgrind counts; script/bench gives it this name.
 extern "C" __attribute__((noinline, visibility("default"))) void CallgrindCase(
     const bench::Case& c) {
   c.run();

@@ -1,8 +1,10 @@
 #include "bench/support.h"
 
+#include <benchmark/benchmark.h>
 #include <kandrel/misc/platform.h>
 #include <malloc.h>
 
+#include <cstddef>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -24,6 +26,10 @@ double StatusBytes(const std::string& key) {
 }
 
 }  // namespace
+
+void Keep(const void* result) {
+  benchmark::DoNotOptimize(result);
+}
 
 void Pretouch(double bytes) {
   constexpr std::size_t kBlock = 0x4000000;

@@ -1,14 +1,20 @@
-// What the suites share: toolpaths, and readings of the process' memory.
+// What the suites share: toolpaths, results that are kept, and readings of the process' memory.
 #pragma once
 
+#include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
+#include <kandrel/cadcam/tp_section.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/misc/units_factory.h>
 
 #include <cmath>
 
 namespace bench {
 
 inline constexpr int kMillion = 1000000;
-inline constexpr double kDegree = 0.017453292519943295;
+inline constexpr double kDegree = misc::kRadiansPerDegree;
 
 struct TipAndAxis {
   cadcam::zvTPoint3d<double> tip;
@@ -47,6 +53,9 @@ void ForEachMove(const cadcam::zvToolPath& path, const Visit& visit) {
       for (const auto& section : slice->Children())
         for (const auto& move : *section) visit(*move);
 }
+
+/// Keeps the compiler from dropping a result.
+void Keep(const void* result);
 
 /// Touches so much memory and gives it back, for the case that runs next. A virtual machine's host
 /// brings in a page at its first touch, at twenty times what the touch costs later, and may take it

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
 
 namespace cadcam {
 
@@ -19,8 +22,10 @@ class KANDREL_API zvcadcamException : public misc::zvExceptionOf<zvcadcamExcepti
     kUnknownType = 2708,
   };
 
+  /// `previous` becomes the first cause.
   explicit zvcadcamException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static misc::zvMessageTable Table() noexcept;
 };
 

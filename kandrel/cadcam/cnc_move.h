@@ -11,7 +11,7 @@
 namespace cadcam {
 
 /// One tool tip position with one tool orientation and a feed, in the part's frame and the
-/// toolpath's units. A plain value without heap data; kinds of move are told apart by visitors.
+/// toolpath's units. A plain value without heap data. A visitor finds out of which class a move is.
 class KANDREL_API zvCNCMove {
  public:
   /// At the origin, along z, feed 0, not rapid.
@@ -24,6 +24,7 @@ class KANDREL_API zvCNCMove {
   zvCNCMove& operator=(const zvCNCMove&) = default;
   virtual ~zvCNCMove();
 
+  /// The tip's position and the tool's orientation. Nothing is checked or normalised.
   virtual void SetPosition(const zvTPoint3d<double>& position);
   virtual void SetOrientation(const zvTPoint3d<double>& orientation);
   virtual const zvTPoint3d<double>& GetPosition() const;
@@ -35,6 +36,8 @@ class KANDREL_API zvCNCMove {
   virtual void AcceptVisitor(zvCNCMoveVisitorSetter& visitor);
   virtual void AcceptVisitor(zvCNCMoveVisitor& visitor) const;
 
+  /// The feed is in length per minute; a rapid move carries one too. Tag and stamp are the caller's
+  /// and not interpreted.
   double GetFeed() const noexcept { return m_feed; }
   void SetFeed(double feed) noexcept { m_feed = feed; }
   bool IsRapid() const noexcept { return m_rapid; }
@@ -58,6 +61,7 @@ class KANDREL_API zvCNCMove {
 /// only in the visitor slot.
 class KANDREL_API zv3axMove : public zvCNCMove {
  public:
+  /// Makes a move as the base does.
   using zvCNCMove::zvCNCMove;
   zv3axMove() = default;
 
@@ -68,9 +72,10 @@ class KANDREL_API zv3axMove : public zvCNCMove {
 /// A move with an optional block of data that posting hands through unchanged.
 class KANDREL_API zv5axMove : public zvCNCMove {
  public:
-  /// The extended vector of a default move is zero, while that of a blended move without data is
-  /// (0, 0, 1): deliberate.
+  /// Has no extended data: point and vector are zero, the id is 0. A blended move without data has
+  /// the vector (0, 0, 1) instead: hosts may compare with either, so neither is changed.
   zv5axMove() = default;
+  /// Takes the data given, whether or not `hasExtendedData` says that they count.
   zv5axMove(const zvCNCMove& base, const zvTPoint3d<double>& extendedPoint,
             const zvTPoint3d<double>& extendedVector, std::uint32_t extendedId,
             bool hasExtendedData);
@@ -82,15 +87,17 @@ class KANDREL_API zv5axMove : public zvCNCMove {
   void AcceptVisitor(zvCNCMoveVisitorSetter& visitor) override;
   void AcceptVisitor(zvCNCMoveVisitor& visitor) const override;
 
+  /// True when the block of data counts.
   bool HasExtendedData() const noexcept { return m_hasExtendedData; }
   /// A point that belongs to the move; a change of units scales it.
   const zvTPoint3d<double>& GetExtendedPoint() const noexcept { return m_extendedPoint; }
   /// A direction that belongs to the move; never scaled and never normalised.
   const zvTPoint3d<double>& GetExtendedVector() const noexcept { return m_extendedVector; }
+  /// The caller's number.
   std::uint32_t GetExtendedId() const noexcept { return m_extendedId; }
   /// Also marks the move as having extended data.
   void SetExtendedPoint(const zvTPoint3d<double>& point) noexcept;
-  /// Does not touch that mark.
+  /// These two do not touch that mark.
   void SetExtendedVector(const zvTPoint3d<double>& vector) noexcept;
   void SetExtendedId(std::uint32_t id) noexcept { m_extendedId = id; }
 
@@ -101,8 +108,8 @@ class KANDREL_API zv5axMove : public zvCNCMove {
   bool m_hasExtendedData = false;
 };
 
-/// The move between two others: w1 * m1 + w2 * m2 for position, stamp and orientation, the latter
-/// normalised. The weights are used as given; nothing asks that they sum to 1.
+/// Returns the move between two others: w1 * m1 + w2 * m2 for position, stamp and orientation, the
+/// latter normalised. The weights are used as given; nothing asks that they sum to 1.
 ///
 /// 1. The feed is the weighted sum, but that of the feed move when just one of the two is rapid.
 /// 2. The result is rapid only if both are.
@@ -115,11 +122,14 @@ KANDREL_API zv3axMove Interpolate(double w1, const zv3axMove& m1, double w2, con
 KANDREL_API zv5axMove Interpolate(double w1, const zv5axMove& m1, double w2, const zv5axMove& m2);
 
 /// Multiplies the lengths of a move by a factor, in place: the position, and the extended point of
-/// a move that has extended data. The feed stays as it is: deliberate.
+/// a move that has extended data. The feed stays as it is: a host that changes the units of a path
+/// sets its feeds itself.
 class KANDREL_API zvCNCMoveScaleVisitor : public zvCNCMoveVisitorSetter {
  public:
+  /// `factor` is that of zvUnitsFactory::GetScaleFactor.
   explicit zvCNCMoveScaleVisitor(double factor) : m_factor(factor) {}
 
+  /// Each scales the move given.
   void Visit(zv5axMove& move) override;
   void Visit(zv3axMove& move) override;
   void Visit(zvCNCMove& move) override;

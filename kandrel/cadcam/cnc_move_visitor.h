@@ -1,4 +1,4 @@
-// The visitors by which kinds of toolpath move are told apart.
+// zvCNCMoveVisitor and zvCNCMoveVisitorSetter: find out of which class a toolpath move is.
 #pragma once
 
 #include <kandrel/misc/export.h>
@@ -13,6 +13,7 @@ class zv5axMove;
 /// its last slot.
 class KANDREL_API zvCNCMoveVisitor {
  public:
+  /// A move calls the one of its own class, through AcceptVisitor.
   virtual void Visit(const zv5axMove& move) = 0;
   virtual void Visit(const zv3axMove& move) = 0;
   virtual void Visit(const zvCNCMove& move) = 0;
@@ -24,6 +25,7 @@ class KANDREL_API zvCNCMoveVisitor {
 /// Visits moves that it may change.
 class KANDREL_API zvCNCMoveVisitorSetter {
  public:
+  /// A move calls the one of its own class, through AcceptVisitor.
   virtual void Visit(zv5axMove& move) = 0;
   virtual void Visit(zv3axMove& move) = 0;
   virtual void Visit(zvCNCMove& move) = 0;

@@ -30,16 +30,24 @@ struct zvTPoint3d {
   T y{};
   T z{};
 
+  /// The origin, or the zero vector.
   constexpr zvTPoint3d() = default;
   constexpr zvTPoint3d(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
 
   constexpr bool operator==(const zvTPoint3d&) const = default;
+
+  /// The component of an axis: 0 is x, 1 is y, any other z.
+  constexpr T& operator[](int axis) noexcept { return axis == 0 ? x : axis == 1 ? y : z; }
+  constexpr const T& operator[](int axis) const noexcept {
+    return axis == 0 ? x : axis == 1 ? y : z;
+  }
 
   constexpr zvTPoint3d operator-() const { return {-x, -y, -z}; }
   constexpr zvTPoint3d& operator+=(const zvTPoint3d& p) { return *this = *this + p; }
   constexpr zvTPoint3d& operator-=(const zvTPoint3d& p) { return *this = *this - p; }
   constexpr zvTPoint3d& operator*=(T factor) { return *this = *this * factor; }
 
+  /// Arithmetic goes component by component.
   friend constexpr zvTPoint3d operator+(const zvTPoint3d& a, const zvTPoint3d& b) {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
   }
@@ -57,6 +65,7 @@ struct zvTPoint3d {
   /// True when all three components are exactly 0.
   constexpr bool IsZero() const { return x == 0 && y == 0 && z == 0; }
 
+  /// The square may over- or underflow where the length doesn't.
   constexpr T SquaredLength() const { return x * x + y * y + z * z; }
   T Length() const { return static_cast<T>(detail::Length(x, y, z)); }
 
@@ -66,7 +75,7 @@ struct zvTPoint3d {
     if (IsZero()) detail::ThrowNullVector();
     *this = *this / Length();
   }
-  /// A normalised copy; fails as Normalize does.
+  /// Returns a normalised copy; throws as Normalize.
   zvTPoint3d Normalized() const {
     zvTPoint3d copy = *this;
     copy.Normalize();
@@ -74,13 +83,13 @@ struct zvTPoint3d {
   }
 };
 
-/// Scalar product.
+/// Returns the scalar product.
 template <class T>
 constexpr T Dot(const zvTPoint3d<T>& a, const zvTPoint3d<T>& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
-/// Vector product, right-handed.
+/// Returns the vector product, right-handed.
 template <class T>
 constexpr zvTPoint3d<T> Cross(const zvTPoint3d<T>& a, const zvTPoint3d<T>& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};

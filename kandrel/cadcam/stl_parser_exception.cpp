@@ -1,5 +1,7 @@
 #include <kandrel/cadcam/stl_parser_exception.h>
 
+#include <utility>
+
 namespace cadcam {
 
 namespace {

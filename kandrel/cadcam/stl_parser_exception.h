@@ -2,6 +2,10 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
+#include <string>
 
 namespace cadcam {
 
@@ -9,8 +13,10 @@ namespace cadcam {
 /// operations. An id without a row has the text "Unknown error.".
 class KANDREL_API zvParserException : public misc::zvExceptionOf<zvParserException> {
  public:
+  /// `previous` becomes the first cause.
   explicit zvParserException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static misc::zvMessageTable Table() noexcept;
 
  protected:
@@ -22,8 +28,10 @@ class KANDREL_API zvParserException : public misc::zvExceptionOf<zvParserExcepti
 class KANDREL_API zvSTLParserException
     : public misc::zvExceptionOf<zvSTLParserException, zvParserException> {
  public:
+  /// `previous` becomes the first cause.
   explicit zvSTLParserException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static misc::zvMessageTable Table() noexcept;
 };
 

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
 
 namespace cadcam {
 
@@ -13,9 +16,11 @@ class KANDREL_API zvtoolapproximationException
   /// A profile that can't be approximated.
   static constexpr std::uint32_t kInvalidArborProfile = 2177;
 
+  /// `previous` becomes the first cause.
   explicit zvtoolapproximationException(std::uint32_t id,
                                         const misc::zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static misc::zvMessageTable Table() noexcept;
 };
 

@@ -1,13 +1,17 @@
 // zvToolPath, zvTPPass and zvTPSlice: the toolpath tree above its sections.
 #pragma once
 
+#include <kandrel/cadcam/cnc_move.h>
 #include <kandrel/cadcam/tp_section.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/collection_of_containers.h>
+#include <kandrel/misc/export.h>
 #include <kandrel/misc/measurable.h>
+#include <kandrel/misc/units_factory.h>
 
 #include <cstdint>
 #include <list>
+#include <utility>
 
 namespace cadcam {
 
@@ -28,6 +32,7 @@ class zvMovesAccessor<misc::zvCollectionOfContainers<C>>
 
   /// Appends after the very last move, in the last child whatever its kind.
   virtual void AddMove(const zvMovePointer& move) { Insert(this->end(), move); }
+  /// Puts a move before the very first one, which need not lie in the first child.
   virtual void AddMoveFirst(const zvMovePointer& move) { this->PushFront(move); }
   /// Makes a child if there is none at all.
   virtual void EnsureContainer() = 0;
@@ -39,13 +44,17 @@ class KANDREL_API zvTPSlice
     : public zvMovesAccessor<
           misc::zvCollectionOfContainers<std::list<misc::zvAutoPointer<zvTPSection>>>> {
  public:
+  /// Makes a contour if there is no section.
   void EnsureContainer() override;
 };
 
+/// A pass holds slices. Moves added on their own go to the last slice, and to a new one if there is
+/// none.
 class KANDREL_API zvTPPass
     : public zvMovesAccessor<
           misc::zvCollectionOfContainers<std::list<misc::zvAutoPointer<zvTPSlice>>>> {
  public:
+  /// Makes a slice if there is none.
   void EnsureContainer() override;
 };
 
@@ -59,16 +68,18 @@ class KANDREL_API zvToolPath
   /// Throws zvmeasuresException 2141 for units other than metric and inch.
   explicit zvToolPath(measures::zvUnitsFactory::Units units);
 
+  /// Makes a pass if there is none.
   void EnsureContainer() override;
 
-  /// Tells whether a section is a link, and of which type. It starts as a link of type 0 and throws
-  /// zvcadcamException 2639 for a section that is neither link nor contour.
+  /// Finds out whether a section is a link, and of which type. It starts as a link of type 0 and
+  /// throws zvcadcamException 2639 for a section that is neither link nor contour.
   class KANDREL_API zvSectionInfoGetter : public zvTPSVisitor {
    public:
     void Visit(const zvTPLink& link) override;
     void Visit(const zvTPContour& contour) override;
     void Visit(const zvTPSection& section) override;
 
+    /// IsLink is of the section visited last, GetLinkType of the last link visited.
     bool IsLink() const noexcept { return m_isLink; }
     std::uint32_t GetLinkType() const noexcept { return m_linkType; }
 
@@ -77,7 +88,7 @@ class KANDREL_API zvToolPath
     std::uint32_t m_linkType = 0;
   };
 
-  /// Number of moves. Linear in the number of sections.
+  /// Returns the number of moves. Linear in the number of sections.
   std::uint64_t GetMoveCount() const;
 
  protected:
@@ -87,7 +98,7 @@ class KANDREL_API zvToolPath
   void Scale(measures::zvUnitsFactory::Units newUnits, double factor) override;
 };
 
-/// The section in which a toolpath's iterator stands; not for end().
+/// Returns the section in which a toolpath's iterator stands, which is not end().
 KANDREL_API const zvTPSection& SectionOf(const zvToolPath::const_iterator& position);
 
 }  // namespace cadcam

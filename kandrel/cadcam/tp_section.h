@@ -20,6 +20,7 @@ using zvMoveList = std::list<zvMovePointer>;
 /// Visits sections, which it may not change.
 class KANDREL_API zvTPSVisitor {
  public:
+  /// A section calls the one of its own class, through AcceptVisitor.
   virtual void Visit(const zvTPLink& link) = 0;
   virtual void Visit(const zvTPContour& contour) = 0;
   virtual void Visit(const zvTPSection& section) = 0;
@@ -33,16 +34,19 @@ class KANDREL_API zvTPSVisitor {
 template <class B>
 class zvMovesAccessor;
 
+/// Adds moves at the lowest level, to the list itself.
 template <>
 class KANDREL_API zvMovesAccessor<zvMoveList> : public zvMoveList {
  public:
   virtual ~zvMovesAccessor() = default;
 
+  /// Put a move at the end, and at the start. A null is taken and throws where it is used.
   virtual void AddMove(const zvMovePointer& move) { push_back(move); }
   virtual void AddMoveFirst(const zvMovePointer& move) { push_front(move); }
   /// Nothing to do at this level: the section is the container.
   virtual void EnsureContainer() {}
 
+  /// Puts a move before `position`; returns its place.
   iterator Insert(const_iterator position, const zvMovePointer& move) {
     return insert(position, move);
   }
@@ -58,6 +62,7 @@ class KANDREL_API zvMovesAccessor<zvMoveList> : public zvMoveList {
 /// A stretch of moves of one kind. Moves are shared: a move may stand in several places at once.
 class KANDREL_API zvTPSection : public zvMovesAccessor<zvMoveList> {
  public:
+  /// Calls the visitor's slot of the section's own class.
   virtual void AcceptVisitor(zvTPSVisitor& visitor) const = 0;
 };
 
@@ -71,17 +76,20 @@ class KANDREL_API zvTPContour : public zvTPSection {
 /// meaning here; a larger one is accepted and fails when a posted move type is asked of it.
 class KANDREL_API zvTPLink : public zvTPSection {
  public:
+  /// Any type is accepted.
   explicit zvTPLink(std::uint32_t linkType) : m_linkType(linkType) {}
 
   void AcceptVisitor(zvTPSVisitor& visitor) const override { visitor.Visit(*this); }
 
+  /// The type as it was given.
   std::uint32_t GetLinkType() const noexcept { return m_linkType; }
 
  private:
   std::uint32_t m_linkType;
 };
 
-/// Tells links from all other sections, of which none is refused.
+/// Finds out whether a section is a link, and of which type; it refuses none. It starts as a link
+/// of type 0, and keeps the type of the last link it has visited.
 class KANDREL_API zvTPSLinkVisitor : public zvTPSVisitor {
  public:
   void Visit(const zvTPLink& link) override {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
 
 #include <cstdint>
 #include <string>
@@ -16,6 +17,7 @@ KANDREL_API misc::zvMessageTable ErrorMessages() noexcept;
 /// Plain carrier of a code and a text.
 class KANDREL_API zvKintreeException : public misc::zvExceptionOf<zvKintreeException> {
  public:
+  /// Takes what misc::zvException takes.
   using zvExceptionOf::zvExceptionOf;
 };
 

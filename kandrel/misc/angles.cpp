@@ -22,7 +22,7 @@ double WrapTo180(double deg) noexcept {
   double wrapped = Remainder360(deg);
   if (wrapped > 180.0) wrapped -= kFullTurnDeg;
   if (!(wrapped > -180.0)) wrapped += kFullTurnDeg;
-  return wrapped + 0.0;  // -360 gives +0, as repeated addition of a turn would
+  return wrapped + 0.0;  // plus 0: -360 gives +0, not -0
 }
 
 double WindsBetween(double from, double to) noexcept {

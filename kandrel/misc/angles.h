@@ -10,7 +10,7 @@
 
 namespace misc {
 
-/// Arc cosine in radians for the dot product of two unit vectors: 0 for an argument above
+/// Returns the arc cosine in radians for the dot product of two unit vectors: 0 for one above
 /// 1 + 1e-12 or within 1e-10 of 1, pi for one below -1 - 1e-12 or within 1e-10 of -1. Angles below
 /// 1.41e-5 rad therefore come out as exactly 0.
 inline double SafeAcosRad(double cosine) noexcept {
@@ -21,10 +21,10 @@ inline double SafeAcosRad(double cosine) noexcept {
   return ArcCosine(cosine);
 }
 
-/// The arc sine of the root of `v` in degrees: 0 for `v` not above 0 or not below 1.
+/// Returns the arc sine of the root of `v` in degrees, and 0 for `v` not above 0 or not below 1.
 KANDREL_API double AsinSqrt(double v) noexcept;
 
-/// `deg` reduced into [0, 360). What is not finite gives NaN.
+/// Returns `deg` reduced into [0, 360). What is not finite gives NaN.
 inline double WrapTo360(double deg) noexcept {
   // fmod returns its argument unchanged below a full turn; most angles are, and this saves the
   // call.
@@ -35,11 +35,11 @@ inline double WrapTo360(double deg) noexcept {
   return wrapped == kFullTurnDeg ? 0.0 : wrapped + 0.0;
 }
 
-/// `deg` reduced into (-180, 180]: -180 comes back as 180. What is not finite comes back as it is.
+/// Returns `deg` reduced into (-180, 180]: -180 gives 180. What is not finite comes back as it is.
 KANDREL_API double WrapTo180(double deg) noexcept;
 
-/// The smaller of the two ways round from `a` to `b`, in [0, 180]; NaN where one of them is not
-/// finite.
+/// Returns the smaller of the two ways round from `a` to `b`, in [0, 180]; NaN where one of them is
+/// not finite.
 inline double CircularDistance(double a, double b) noexcept {
   const double wrappedA = WrapTo360(a);
   const double wrappedB = WrapTo360(b);
@@ -50,12 +50,13 @@ inline double CircularDistance(double a, double b) noexcept {
   return std::min(high - low, low + kFullTurnDeg - high);
 }
 
-/// The number of whole turns that bring `to` within half a turn of `from`; 0 for a difference of
-/// exactly half a turn. A double, as it may be any size; NaN or infinite for such a difference.
+/// Returns the number of whole turns that bring `to` within half a turn of `from`, and 0 for a
+/// difference of exactly half a turn. It is a double, as it may have any size; NaN or infinite for
+/// such a difference.
 KANDREL_API double WindsBetween(double from, double to) noexcept;
 
-/// `deg` reduced towards zero by whole turns, and brought into [low, high] by one more turn where
-/// that is possible.
+/// Returns `deg` reduced towards zero by whole turns, and brought into [low, high] by one more turn
+/// where that is possible.
 KANDREL_API double WrapIntoRange(double deg, double low, double high) noexcept;
 
 /// True when `deg` lies between `low` and `high` on the circle, with the slack `tolerance`; always

@@ -18,6 +18,7 @@ struct zvReferenceBlock {
   bool owns;
 };
 
+/// The first two take and give back a block, the last throws what property 2 below says.
 KANDREL_API zvReferenceBlock* NewReferenceBlock();
 KANDREL_API void DeleteReferenceBlock(zvReferenceBlock* block) noexcept;
 [[noreturn]] KANDREL_API void ThrowNullPointer();
@@ -38,6 +39,7 @@ class zvAutoPointer {
  public:
   using element_type = T;
 
+  /// Both make a null pointer.
   zvAutoPointer() noexcept = default;
   zvAutoPointer(std::nullptr_t) noexcept {}
 
@@ -53,6 +55,7 @@ class zvAutoPointer {
     m_object = raw;
   }
 
+  /// A copy shares the block. What was moved from is null.
   zvAutoPointer(const zvAutoPointer& other) noexcept
       : m_block(other.m_block), m_object(other.m_object) {
     if (m_block != nullptr) ++m_block->count;
@@ -102,6 +105,7 @@ class zvAutoPointer {
     return *this;
   }
 
+  /// Both give the object; they throw on null.
   T* operator->() const {
     if (m_block == nullptr) [[unlikely]]
       detail::ThrowNullPointer();
@@ -113,7 +117,7 @@ class zvAutoPointer {
     return *m_object;
   }
 
-  /// The object's address, unchecked; null for a null pointer.
+  /// Returns the object's address without a check; null for a null pointer.
   T* Get() const noexcept { return m_object; }
 
   bool IsNull() const noexcept { return m_block == nullptr; }
@@ -125,14 +129,16 @@ class zvAutoPointer {
     m_block->owns = false;
   }
 
-  /// Number of zvAutoPointer that share the object, 0 for a null pointer.
+  /// Returns how many zvAutoPointer share the object, 0 for a null pointer.
   std::uint32_t UseCount() const noexcept { return m_block != nullptr ? m_block->count : 0; }
 
+  /// Exchanges block and object with `other`.
   void Swap(zvAutoPointer& other) noexcept {
     std::swap(m_block, other.m_block);
     std::swap(m_object, other.m_object);
   }
 
+  /// Compares with null by the block, with another pointer by the address.
   friend bool operator==(const zvAutoPointer& pointer, std::nullptr_t) noexcept {
     return pointer.IsNull();
   }
@@ -169,7 +175,7 @@ class zvAutoPointer {
   T* m_object = nullptr;
 };
 
-/// A new T built from `arguments`, owned by the pointer returned.
+/// Builds a new T from `arguments`; the pointer returned owns it.
 template <class T, class... Arguments>
 zvAutoPointer<T> MakeAutoPointer(Arguments&&... arguments) {
   return zvAutoPointer<T>(new T(std::forward<Arguments>(arguments)...));

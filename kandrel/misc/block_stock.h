@@ -16,6 +16,7 @@ namespace misc::detail {
 template <std::size_t Size>
 class BlockStock {
  public:
+  /// Returns a block, uninitialised. Throws as zvMemoryPool::Alloc.
   static void* New() {
     Stock& stock = t_stock;
     if (stock.first == nullptr) [[unlikely]] {
@@ -28,6 +29,7 @@ class BlockStock {
     return block;
   }
 
+  /// Takes a block of New back.
   static void Delete(void* memory) noexcept {
     Stock& stock = t_stock;
     if (stock.state != State::kWatched) [[unlikely]] {

@@ -173,7 +173,7 @@ class zvCollectionOfContainers : public C {
   using const_iterator = Walker<true>;
   using reverse_iterator = std::reverse_iterator<iterator>;
   using const_reverse_iterator = std::reverse_iterator<const_iterator>;
-  /// What the leaves hold.
+  /// Element is what the leaves hold.
   using Element = typename iterator::value_type;
 
   zvCollectionOfContainers() = default;
@@ -198,9 +198,12 @@ class zvCollectionOfContainers : public C {
     return inserted;
   }
 
+  /// The list of the containers themselves.
   C& Children() noexcept { return *this; }
   const C& Children() const noexcept { return *this; }
 
+  /// These run over the elements of all containers. Linear in the containers before the first
+  /// element, constant at the end.
   iterator begin() { return Begin<iterator>(*this); }
   const_iterator begin() const { return Begin<const_iterator>(*this); }
   iterator end() { return {*this, Children().end()}; }

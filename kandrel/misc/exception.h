@@ -34,19 +34,22 @@ class KANDREL_API zvException : public std::exception {
 
   /// Throws a copy of this object as its own most derived type.
   [[noreturn]] virtual void Raise() const;
-  /// A new copy of this object as its own most derived type.
+  /// Returns a new copy of this object as its own most derived type.
   virtual zvAutoPointer<zvException> Clone() const;
 
+  /// What the constructor was given.
   std::uint32_t GetId() const noexcept { return m_id; }
   const std::wstring& GetMessage() const noexcept { return m_message; }
   /// The chain of causes, outermost first.
   const std::vector<Cause>& GetCauses() const noexcept { return m_causes; }
+  /// The thrower's own number, 0 where it gives none.
   int GetDetail() const noexcept { return m_detail; }
 
   /// The message in UTF-8.
   const char* what() const noexcept override { return m_what.c_str(); }
 
  protected:
+  /// Replaces the message, and what() with it.
   void SetMessage(std::wstring text);
 
  private:

@@ -16,7 +16,7 @@ using Lanes = double __attribute__((vector_size(16)));
 /// What a comparison of Lanes gives: all bits set where it holds, none where it doesn't.
 using LaneMask = std::int64_t __attribute__((vector_size(16)));
 
-/// A number in each lane; or the number itself, for code that serves both.
+/// Returns the number in each lane; or the number itself, for code that serves both.
 template <class Number = Lanes>
 constexpr Number Spread(double value) noexcept {
   if constexpr (std::is_same_v<Number, Lanes>)
@@ -39,6 +39,7 @@ inline bool And(bool a, bool b) noexcept {
   return a && b;
 }
 
+/// Returns the square root of each lane.
 inline Lanes Sqrt(Lanes x) noexcept {
 #if defined(__SSE2__)
   return _mm_sqrt_pd(x);
@@ -47,7 +48,7 @@ inline Lanes Sqrt(Lanes x) noexcept {
 #endif
 }
 
-/// As std::sqrt, but without the system's errno.
+/// Returns what std::sqrt does, but without setting the system's errno.
 inline double Sqrt(double x) noexcept {
 #if defined(__SSE2__)
   const __m128d number = _mm_set_sd(x);
@@ -57,6 +58,7 @@ inline double Sqrt(double x) noexcept {
 #endif
 }
 
+/// True when the mask holds in both lanes.
 inline bool AreAll(LaneMask mask) noexcept {
 #if defined(__SSE2__)
   return _mm_movemask_pd(reinterpret_cast<Lanes>(mask)) == 3;
@@ -65,17 +67,18 @@ inline bool AreAll(LaneMask mask) noexcept {
 #endif
 }
 
+/// Takes `yes` in the lanes where the mask holds, `no` in the others.
 inline Lanes Choose(LaneMask mask, Lanes yes, Lanes no) noexcept {
   return reinterpret_cast<Lanes>((reinterpret_cast<LaneMask>(yes) & mask) |
                                  (reinterpret_cast<LaneMask>(no) & ~mask));
 }
 
-/// The sign bits of the lanes that the mask holds for.
+/// Returns the sign bits of the lanes where the mask holds.
 inline LaneMask SignBits(LaneMask mask) noexcept {
   return mask & reinterpret_cast<LaneMask>(Spread(-0.0));
 }
 
-/// The sign bits alone.
+/// Returns the sign bits of both lanes.
 inline LaneMask SignOf(Lanes x) noexcept {
   return SignBits(reinterpret_cast<LaneMask>(x));
 }
@@ -85,6 +88,7 @@ inline Lanes Reversed(Lanes x, LaneMask signs) noexcept {
   return reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(x) ^ signs);
 }
 
+/// Returns each lane without its sign.
 inline Lanes Abs(Lanes x) noexcept {
   return Reversed(x, SignOf(x));
 }

@@ -14,7 +14,7 @@
 
 namespace misc {
 
-/// Fixed-size array of value-initialised T. Access is not checked and takes constant time.
+/// An array of value-initialised T whose size stays. Access is not checked and takes constant time.
 template <class T>
 class zvRealArrayLarge {
  public:
@@ -26,6 +26,7 @@ class zvRealArrayLarge {
       : m_exactLastChunk(exactLastChunk) {
     Allocate(size);
   }
+  /// Copies element by element.
   zvRealArrayLarge(const zvRealArrayLarge& other) : m_exactLastChunk(other.m_exactLastChunk) {
     Allocate(other.m_size);
     CopyElements(other);
@@ -51,9 +52,11 @@ class zvRealArrayLarge {
   }
   ~zvRealArrayLarge() = default;
 
+  /// The element `i`, which is below GetSize.
   T& operator[](std::uint64_t i) { return m_chunks[i / kChunkSize][i % kChunkSize]; }
   const T& operator[](std::uint64_t i) const { return m_chunks[i / kChunkSize][i % kChunkSize]; }
 
+  /// The number of elements, and of the chunks that hold them.
   std::uint64_t GetSize() const noexcept { return m_size; }
   std::uint64_t GetChunkCount() const noexcept { return m_chunks.size(); }
 

@@ -1,5 +1,7 @@
 #include <kandrel/misc/math_exception.h>
 
+#include <cstdint>
+
 namespace misc {
 
 namespace {

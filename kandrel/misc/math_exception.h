@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
 #include <kandrel/misc/final.h>
 
 #include <string>
@@ -13,6 +14,7 @@ namespace misc {
 class KANDREL_API zvMathException : public zvExceptionOf<zvMathException>,
                                     private zvFinal<zvMathException> {
  public:
+  /// What failed, named after the text that it puts in front.
   enum Kind : int {
     kDivisionByZero = 0,
     kMatrixNotSquare = 1,
@@ -25,6 +27,7 @@ class KANDREL_API zvMathException : public zvExceptionOf<zvMathException>,
     kIncompatibleMatrixPair = 8,
   };
 
+  /// `detail` follows the text of `kind`; `previous` becomes the first cause.
   zvMathException(const std::wstring& detail, int kind, const zvException* previous = nullptr);
 };
 

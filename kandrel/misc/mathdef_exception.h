@@ -2,6 +2,9 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
 
 namespace mathdef {
 
@@ -15,16 +18,20 @@ class KANDREL_API zvMathDefException : public misc::zvExceptionOf<zvMathDefExcep
     kNegativeDegree = 2505,
   };
 
+  /// `previous` becomes the first cause.
   explicit zvMathDefException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static misc::zvMessageTable Table() noexcept;
 };
 
 /// As zvMathDefException with fewer rows; 7051 has another text.
 class KANDREL_API zvWMException : public misc::zvExceptionOf<zvWMException> {
  public:
+  /// `previous` becomes the first cause.
   explicit zvWMException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static misc::zvMessageTable Table() noexcept;
 };
 

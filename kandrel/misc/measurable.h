@@ -1,6 +1,7 @@
 // zvMeasurable: base of whatever holds lengths.
 #pragma once
 
+#include <kandrel/misc/export.h>
 #include <kandrel/misc/units_factory.h>
 
 namespace measures {
@@ -10,6 +11,7 @@ class KANDREL_API zvMeasurable {
  public:
   virtual ~zvMeasurable();
 
+  /// The unit system that all lengths of the object are in.
   zvUnitsFactory::Units GetUnits() const noexcept { return m_units; }
 
   /// Changes the unit system. With `keepNumbers` only the label changes; otherwise all lengths are
@@ -23,7 +25,7 @@ class KANDREL_API zvMeasurable {
   zvMeasurable(const zvMeasurable&) = default;
   zvMeasurable& operator=(const zvMeasurable&) = default;
 
-  /// Multiplies all lengths of the object by `factor`.
+  /// Multiplies all lengths of the object by `factor`; GetUnits still gives the old system.
   virtual void Scale(zvUnitsFactory::Units newUnits, double factor) = 0;
 
  private:

@@ -27,21 +27,22 @@ namespace misc {
 /// Failures are zvException with id 0 and the text named at the operation.
 class KANDREL_API zvMemoryPool {
  public:
-  /// `arenaBytes` 0 means kDefaultArenaBytes.
+  /// Takes no memory yet. `arenaBytes` 0 means kDefaultArenaBytes.
   explicit zvMemoryPool(std::uint32_t nodeSize, std::uint32_t arenaBytes = 0);
   zvMemoryPool(const zvMemoryPool&) = delete;
   zvMemoryPool& operator=(const zvMemoryPool&) = delete;
+  /// Releases every arena; all nodes become invalid.
   ~zvMemoryPool();
 
   static constexpr std::uint32_t kDefaultArenaBytes = 0x40000;
 
-  /// A node, uninitialised. "Allocation request size too big" when `size` is above the node size;
-  /// "Failed to allocate memory" (zvOutOfMemory) when the system has no more pages;
+  /// Returns a node, uninitialised. "Allocation request size too big" when `size` is above the node
+  /// size; "Failed to allocate memory" (zvOutOfMemory) when the system has no more pages;
   /// "zvMemoryPool::Alloc: Node allocation failed" when not even one node fits into an arena.
   void* Alloc(std::size_t size);
 
-  /// At least one node and at most `count`, which becomes their number: a chain of which each one's
-  /// first word points to the next, null in the last. Throws as Alloc does. Costs one lock.
+  /// Returns at least one node and at most `count`, which becomes their number: a chain of which
+  /// each one's first word points to the next, null in the last. Throws as Alloc. Costs one lock.
   void* AllocChain(std::size_t& count);
 
   /// Gives a node back; null is ignored. "zvMemoryPool::Free: Node not allocated by one of our
@@ -58,6 +59,7 @@ class KANDREL_API zvMemoryPool {
   /// Releases every arena at once; all nodes become invalid.
   void Clear();
 
+  /// What was asked for, what follows from it, and how many arenas there are now.
   std::uint32_t GetNodeSize() const noexcept { return m_nodeSize; }
   std::uint32_t GetNodesPerArena() const noexcept { return m_nodesPerArena; }
   std::size_t GetArenaCount() const;
@@ -99,14 +101,14 @@ class KANDREL_API zvMemoryPool {
 /// the ownership of its pool, so that a list taken from a creator may outlive it.
 class KANDREL_API zvMemoryPoolProvider {
  public:
-  /// `arenaBytes` 0 means zvMemoryPool::kDefaultArenaBytes.
+  /// Makes no pool yet. `arenaBytes` 0 means zvMemoryPool::kDefaultArenaBytes.
   explicit zvMemoryPoolProvider(std::uint32_t arenaBytes = 0) : m_arenaBytes(arenaBytes) {}
   /// A copy starts with no pools of its own.
   zvMemoryPoolProvider(const zvMemoryPoolProvider& other) : m_arenaBytes(other.m_arenaBytes) {}
   zvMemoryPoolProvider& operator=(const zvMemoryPoolProvider&) = delete;
 
-  /// The calling thread's pool for nodes of `nodeSize` bytes. The count is atomic, unlike that of
-  /// zvAutoPointer, because lists may be dropped on other threads than the provider.
+  /// Returns the calling thread's pool for nodes of `nodeSize` bytes. The count is atomic, unlike
+  /// that of zvAutoPointer, because lists may be dropped on other threads than the provider.
   std::shared_ptr<zvMemoryPool> GetPool(std::uint32_t nodeSize);
 
  private:

@@ -10,11 +10,12 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace misc {
 
-/// Doubly linked list with its elements in place in nodes from the pool of the thread that made
+/// A doubly linked list with its elements in place in nodes from the pool of the thread that made
 /// it. It shares that pool's ownership, so it may outlive the provider. Insertion, removal and
 /// append take constant time and no heap call; an element never moves.
 template <class T>
@@ -73,12 +74,14 @@ class zvMemoryPoolList {
   /// What one element takes of the pool: itself and two links.
   static constexpr std::size_t kNodeSize = sizeof(Node);
 
+  /// Starts empty, on the calling thread's pool.
   explicit zvMemoryPoolList(zvMemoryPoolProvider& provider)
       : m_pool(provider.GetPool(std::uint32_t{sizeof(Node)})) {
     static_assert(alignof(Node) <= alignof(std::max_align_t));
   }
   zvMemoryPoolList(const zvMemoryPoolList&) = delete;
   zvMemoryPoolList& operator=(const zvMemoryPoolList&) = delete;
+  /// Destroys all elements and throws nothing.
   ~zvMemoryPoolList() {
     try {
       Clear();
@@ -87,6 +90,8 @@ class zvMemoryPoolList {
     }
   }
 
+  /// Each puts a new element at the end and returns it. They throw as zvMemoryPool::Alloc, and what
+  /// the element's constructor throws; the list is as before then.
   T& PushBack(const T& value) { return EmplaceBack(value); }
   T& PushBack(T&& value) { return EmplaceBack(std::move(value)); }
   template <class... Arguments>
@@ -95,7 +100,7 @@ class zvMemoryPoolList {
   }
 
   /// Puts a new element before `position`, at the end for end(); returns its place. All iterators
-  /// stay valid.
+  /// stay valid. Throws as PushBack.
   iterator Insert(const_iterator position, const T& value) { return Emplace(position, value); }
   iterator Insert(const_iterator position, T&& value) {
     return Emplace(position, std::move(value));
@@ -149,14 +154,17 @@ class zvMemoryPoolList {
     for (std::size_t line = 0; line < sizeof(Node); line += 64) __builtin_prefetch(ahead + line);
   }
 
+  /// The number of elements, in constant time.
   std::uint32_t GetCount() const noexcept { return m_count; }
   bool IsEmpty() const noexcept { return m_count == 0; }
 
+  /// The first and the last element of a list that is not empty.
   T& Front() { return m_head->value; }
   const T& Front() const { return m_head->value; }
   T& Back() { return m_tail->value; }
   const T& Back() const { return m_tail->value; }
 
+  /// From the first element on; end() may be stepped back from.
   iterator begin() { return {this, m_head}; }
   iterator end() { return {this, nullptr}; }
   const_iterator begin() const { return {this, m_head}; }

@@ -18,9 +18,9 @@ class KANDREL_API zvResourceIntf {
  public:
   virtual ~zvResourceIntf();
 
-  /// The message `id` of `section`.
+  /// Returns the message `id` of `section`.
   virtual const std::wstring& GetMessage(std::wstring_view section, std::uint32_t id) = 0;
-  /// The message `id` of whatever section has it.
+  /// Returns the message `id` of whatever section has it.
   virtual const std::wstring& GetMessage(std::uint32_t id) = 0;
 };
 
@@ -53,6 +53,7 @@ class KANDREL_API zvResourceDll : public zvResourceIntf {
   /// Forgets the table; does nothing without one.
   void Unload() noexcept;
 
+  /// True after a Load that succeeded, until Unload.
   bool IsLoaded() const noexcept { return m_isLoaded; }
 
   /// Both look-ups: 3607 "Resource dll is not initialized!" with nothing loaded, and 3600 for a

@@ -1,5 +1,7 @@
 #include <kandrel/misc/misc_exception.h>
 
+#include <utility>
+
 namespace misc {
 
 namespace {

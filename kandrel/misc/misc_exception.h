@@ -2,6 +2,10 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
+
+#include <cstdint>
+#include <string>
 
 namespace misc {
 
@@ -24,10 +28,12 @@ class KANDREL_API zvmiscException : public zvExceptionOf<zvmiscException> {
     kNoContainer = 5503,
   };
 
+  /// With the table's text; `previous` becomes the first cause.
   explicit zvmiscException(std::uint32_t id, const zvException* previous = nullptr);
   /// With a text composed by the thrower in place of the table's.
   zvmiscException(std::uint32_t id, std::wstring text, const zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static zvMessageTable Table() noexcept;
 };
 

@@ -14,8 +14,8 @@ enum class PageSize {
   kHuge,   ///< large pages where the system has them: fewer first touches for big blocks
 };
 
-/// Zeroed, writable pages at an address that `alignment` (a power of two) divides; null when the
-/// system gives nothing. `bytes` may be any number.
+/// Returns zeroed, writable pages at an address that `alignment` (a power of two) divides; null
+/// when the system gives nothing. `bytes` may be any number.
 KANDREL_API void* AllocatePages(std::size_t bytes, std::size_t alignment, PageSize pages) noexcept;
 
 /// Gives back what AllocatePages gave for the same number of bytes; false when the system refuses.
@@ -49,7 +49,8 @@ KANDREL_API bool AtThreadEnd(ThreadEnd& end) noexcept;
 /// Whether an address sanitizer watches the program, be it built into this library or only into the
 /// program around it. Where none does, the two below do nothing.
 KANDREL_API bool IsAddressSanitized() noexcept;
-/// Makes any access an error that the sanitizer tells, and takes that back. Multiples of 8 bytes.
+/// Poison makes any access to the memory an error that the sanitizer reports; Unpoison takes that
+/// back. `bytes` is a multiple of 8.
 KANDREL_API void Poison(const void* memory, std::size_t bytes) noexcept;
 KANDREL_API void Unpoison(const void* memory, std::size_t bytes) noexcept;
 

@@ -13,8 +13,8 @@
 
 namespace mathdef {
 
-/// Coefficients from the constant term upward. The degree is their number less one; a leading
-/// coefficient may be 0. Up to the cubics that blending uses, nothing is on the heap.
+/// Has its coefficients from the constant term upward. The degree is their number less one; a
+/// leading coefficient may be 0. Up to the cubics that blending uses, nothing is on the heap.
 template <class T>
 class zvPolynomial {
  public:
@@ -38,6 +38,7 @@ class zvPolynomial {
   }
   ~zvPolynomial() = default;
 
+  /// The number of coefficients less one.
   std::size_t GetDegree() const noexcept { return m_count - 1; }
 
   /// The factor of x to the power `index`. Throws zvMathDefException 2504 "Index out of range in
@@ -47,7 +48,7 @@ class zvPolynomial {
     return Data()[index];
   }
 
-  /// The value at `x`, by Horner's rule.
+  /// Returns the value at `x`, by Horner's rule.
   T Evaluate(T x) const noexcept {
     const T* coefficients = Data();
     T value = coefficients[m_count - 1];
@@ -55,7 +56,7 @@ class zvPolynomial {
     return value;
   }
 
-  /// Of degree one less; that of a constant is the constant 0.
+  /// Returns the derivative, of degree one less; that of a constant is the constant 0.
   zvPolynomial Derivative() const {
     zvPolynomial derivative;
     if (m_count == 1) return derivative;
@@ -66,7 +67,7 @@ class zvPolynomial {
     return derivative;
   }
 
-  /// Exact, coefficient by coefficient, of the same degree.
+  /// True when both have the same degree and equal coefficients, without a tolerance.
   friend bool operator==(const zvPolynomial& a, const zvPolynomial& b) {
     return std::equal(a.Data(), a.Data() + a.m_count, b.Data(), b.Data() + b.m_count);
   }

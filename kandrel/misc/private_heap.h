@@ -30,8 +30,8 @@ class KANDREL_API zvPrivateHeap {
   /// All blocks become invalid.
   ~zvPrivateHeap();
 
-  /// A block aligned for any type, uninitialised; null for 0 bytes. "Failed to allocate memory"
-  /// when the system has no more.
+  /// Returns a block aligned for any type, uninitialised; null for 0 bytes. "Failed to allocate
+  /// memory" when the system has no more.
   void* Alloc(std::size_t bytes);
   /// Gives back what Alloc gave for the same number of bytes; null is ignored.
   void Free(void* block, std::size_t bytes) noexcept;
@@ -65,12 +65,13 @@ class KANDREL_API zvPrivateHeap {
 /// that an array may outlive the provider.
 class KANDREL_API zvPrivateHeapProvider {
  public:
+  /// Makes no heap yet.
   zvPrivateHeapProvider() = default;
   /// A copy starts with no heaps of its own.
   zvPrivateHeapProvider(const zvPrivateHeapProvider&) {}
   zvPrivateHeapProvider& operator=(const zvPrivateHeapProvider&) = delete;
 
-  /// The calling thread's heap.
+  /// Returns the calling thread's heap. Throws as the constructor of zvPrivateHeap.
   std::shared_ptr<zvPrivateHeap> GetHeap();
 
  private:

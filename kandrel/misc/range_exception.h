@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
 
 #include <charconv>
 #include <optional>
@@ -23,7 +24,7 @@ std::wstring NumberText(T value) {
 
 /// A value outside its bounds. The text says which bound was missed: "Given value (5) is out of
 /// range (1, 3)", or for a range with one end "... is less than allowed min value (1)" and "... is
-/// greater than allowed max value (3)". Its id is 0: the class tells what failed.
+/// greater than allowed max value (3)". Its id is 0: the class says what failed.
 template <class T>
 class KANDREL_API zvRangeException : public zvExceptionOf<zvRangeException<T>> {
  public:
@@ -35,6 +36,7 @@ class KANDREL_API zvRangeException : public zvExceptionOf<zvRangeException<T>> {
         m_maximum(maximum),
         m_value(value) {}
 
+  /// What the constructor was given.
   std::optional<T> GetMinimum() const noexcept { return m_minimum; }
   std::optional<T> GetMaximum() const noexcept { return m_maximum; }
   T GetValue() const noexcept { return m_value; }

@@ -12,21 +12,22 @@
 
 namespace misc {
 
-/// Array of value-initialised T, its length fixed at construction. A length of 0 is a null pointer
-/// and no memory. Access is not checked.
+/// An array of value-initialised T whose length is fixed at construction. A length of 0 is a null
+/// pointer and no memory. Access is not checked.
 template <class T>
 class zvSmallArray {
   static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= alignof(std::max_align_t));
 
  public:
+  /// Has the length 0.
   zvSmallArray() = default;
-  /// On `heap`, whose ownership it shares, or without one on the ordinary heap. Throws zvException
-  /// with id 0, "Failed to allocate memory".
+  /// Takes its memory from `heap`, whose ownership it shares, or without one from the ordinary
+  /// heap. Throws zvException with id 0, "Failed to allocate memory".
   explicit zvSmallArray(std::size_t size, std::shared_ptr<zvPrivateHeap> heap = nullptr)
       : m_heap(std::move(heap)), m_data(Allocate(size)), m_size(size) {
     std::uninitialized_value_construct_n(m_data, m_size);
   }
-  /// On the same heap.
+  /// A copy takes its memory from the same heap. What was moved from has the length 0.
   zvSmallArray(const zvSmallArray& other)
       : m_heap(other.m_heap), m_data(Allocate(other.m_size)), m_size(other.m_size) {
     std::uninitialized_copy_n(other.m_data, m_size, m_data);
@@ -43,6 +44,7 @@ class zvSmallArray {
       ::operator delete(m_data);
   }
 
+  /// The elements, singly, from the first on, and as a range.
   T& operator[](std::size_t i) { return m_data[i]; }
   const T& operator[](std::size_t i) const { return m_data[i]; }
   T* GetData() noexcept { return m_data; }

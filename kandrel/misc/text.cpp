@@ -1,6 +1,7 @@
 #include <kandrel/misc/text.h>
 
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <system_error>
 

@@ -71,10 +71,23 @@ inline constexpr double kRotaryLimitHit = 9.999999974752427e-7;
 /// Whole turns below this count as none when rewinding, degrees.
 inline constexpr double kFullTurnLessRounding = 359.999999999999;
 
+/// How far a plain difference of angles, degrees, must lie off a bound to be trusted with the
+/// decision: far above the rounding of circular distances, on which ties rest.
+inline constexpr double kAngleBorder = 1e-9;
+
+/// The pole tolerance with which a step is halved towards a rotary limit, as the square of its
+/// sine: next to nothing, so that only a tool that stands on the axis counts as on its pole.
+inline constexpr double kPoleOfHalvingSquared = 1e-16;
+
+/// Most moves, parts of a step or whole turns that are counted at once: 2^31 - 2. Formed and tested
+/// as a double, so that a count that doesn't fit is refused before it becomes an integer.
+inline constexpr double kLargestCount = 2147483646;
+
 /// Whole turns above this, degrees, are no shift of an angle: up to it adding them keeps 1e-9
 /// degrees.
 inline constexpr double kLargestShift = 1e7;
 
+/// The circle: half of it in radians, what converts an angle, and a whole turn in degrees.
 inline constexpr double kPi = 3.14159265358979323846;
 inline constexpr double kDegreesPerRadian = 57.29577951308232;
 inline constexpr double kRadiansPerDegree = 0.017453292519943295;

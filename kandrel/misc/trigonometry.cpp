@@ -42,7 +42,7 @@ Pair Product(double high, double low, const Factor& factor) noexcept {
 }
 
 // The polynomials are those that meet the functions at the zeros of the Chebyshev polynomial over
-// the interval told, worked out from the power series in 60 digits.
+// the interval named, worked out from the power series in 60 digits.
 
 // (sin x / x - 1) / z for z = x^2, x in [0, pi/4]; the sine is off by 6.4e-18 of itself at most.
 double SineExcess(double z) noexcept {

@@ -11,20 +11,22 @@
 
 namespace misc {
 
+/// The sine and the cosine of one angle.
 struct zvSineAndCosine {
   double sine = 0;
   double cosine = 1;
 };
 
-/// Each within 0.9 units in the last place, and exact at multiples of 90 degrees, for an angle of
-/// any size as it stands: whole turns are taken off without rounding. A zero is positive. NaN for
-/// what is not finite.
+/// Returns both within 0.9 units in the last place, and exact at multiples of 90 degrees, for an
+/// angle of any size as it stands: whole turns are taken off without rounding. A zero is positive.
+/// NaN for what is not finite.
 KANDREL_API zvSineAndCosine SineAndCosineOfDegrees(double deg) noexcept;
-/// The same of radians, of any size as well; no multiple of a right angle is a number but 0.
+/// Returns the same of radians, of any size as well, where 0 is the only exact multiple of a right
+/// angle.
 KANDREL_API zvSineAndCosine SineAndCosineOfRadians(double rad) noexcept;
 
-/// The angle from (1, 0) to (x, y) in radians, in [-pi, pi], within 2 units in the last place. 0
-/// for (0, 0); NaN for what is not finite.
+/// Returns the angle from (1, 0) to (x, y) in radians, in [-pi, pi], within 2 units in the last
+/// place; 0 for (0, 0) and NaN for what is not finite.
 KANDREL_API double ArcTangent(double y, double x) noexcept;
 
 namespace detail {
@@ -53,8 +55,9 @@ inline Number ArcSineExcess(Number z) noexcept {
 
 }  // namespace detail
 
-/// In radians, for an argument in [-1, 1]; NaN for any other. Within 1.5 units in the last place:
-/// the arc sine up to a half, by acos x = 2 asin sqrt((1 - x) / 2) above it.
+/// Returns the arc cosine in radians of an argument in [-1, 1], NaN for any other. It is within 1.5
+/// units in the last place: by the arc sine up to a half, by acos x = 2 asin sqrt((1 - x) / 2)
+/// above it.
 inline double ArcCosine(double x) noexcept {
   const double size = std::fabs(x);
   if (size <= 0.5) return kPi / 2 - std::copysign(size + size * detail::ArcSineExcess(x * x), x);
@@ -64,7 +67,7 @@ inline double ArcCosine(double x) noexcept {
   return x < 0 ? kPi - twice : twice;
 }
 
-/// The same of two numbers, to the bit.
+/// Returns the same of two numbers, to the bit.
 inline Lanes ArcCosine(Lanes x) noexcept {
   const Lanes size = Abs(x);
   const LaneMask isSmall = size <= Spread(0.5);

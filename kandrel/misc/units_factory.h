@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/export.h>
 
 #include <cstdint>
 
@@ -16,11 +17,14 @@ class KANDREL_API zvmeasuresException : public misc::zvExceptionOf<zvmeasuresExc
     kUndefinedScale = 2146,
   };
 
+  /// `previous` becomes the first cause.
   explicit zvmeasuresException(std::uint32_t id, const misc::zvException* previous = nullptr);
 
+  /// All ids that have a text.
   static misc::zvMessageTable Table() noexcept;
 };
 
+/// The unit systems of lengths. Angles are degrees in both.
 class KANDREL_API zvUnitsFactory {
  public:
   /// Files may bring other values; what takes units says what it does with them.
@@ -29,10 +33,11 @@ class KANDREL_API zvUnitsFactory {
     inch = 2,
   };
 
+  /// True for metric and inch.
   static constexpr bool IsKnown(Units units) noexcept { return units == metric || units == inch; }
 
-  /// What a length in `from` is multiplied by to be in `to`. Throws zvmeasuresException 2146 for a
-  /// pair of which not both are known and that are not equal.
+  /// Returns what a length in `from` is multiplied by to be in `to`. Throws zvmeasuresException
+  /// 2146 for a pair of which not both are known and that are not equal.
   static double GetScaleFactor(Units from, Units to);
 };
 

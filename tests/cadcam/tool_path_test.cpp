@@ -2,6 +2,7 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/misc_exception.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include <cstddef>
@@ -9,7 +10,6 @@
 #include <iterator>
 #include <list>
 #include <numeric>
-#include <random>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -57,8 +57,8 @@ void InsertPlain(std::vector<Child>& level, std::size_t at, Tag tag) {
 
 // Random images with many empty containers at every level, each move with a tag of its own.
 template <class Image>
-Image RandomImage(std::mt19937& random, Tag& tag) {
-  Image image(random() % 4);
+Image RandomImage(tests::Seeded& random, Tag& tag) {
+  Image image(static_cast<std::size_t>(random.Integer(0, 3)));
   for (auto& child : image)
     if constexpr (std::is_same_v<Image, Tags>)
       child = tag++;
@@ -117,16 +117,16 @@ Tags TagsBetween(It first, const It& last) {
 // Every way of walking over `level` meets the moves `expected`.
 template <class Level>
 void CheckWalks(Level& level, const Tags& expected) {
-  const Level& constant = level;
   const Tags reversed(expected.rbegin(), expected.rend());
-  ASSERT_EQ(TagsBetween(level.begin(), level.end()), expected);
-  ASSERT_EQ(TagsBetween(constant.begin(), constant.end()), expected);
+  const auto check = [&](auto& either) {  // constant or not
+    ASSERT_EQ(TagsBetween(either.begin(), either.end()), expected);
+    ASSERT_EQ(TagsBetween(either.rbegin(), either.rend()), reversed);
+    ASSERT_EQ(either.begin() == level.end(), expected.empty());
+  };
+  check(level);
+  check(std::as_const(level));
   ASSERT_EQ(TagsBetween(level.cbegin(), level.cend()), expected);
-  ASSERT_EQ(TagsBetween(level.rbegin(), level.rend()), reversed);
-  ASSERT_EQ(TagsBetween(constant.rbegin(), constant.rend()), reversed);
   ASSERT_EQ(TagsBetween(level.crbegin(), level.crend()), reversed);
-  ASSERT_EQ(level.begin() == level.end(), expected.empty());
-  ASSERT_EQ(constant.begin() == level.end(), expected.empty()) << "mixed constness";
 
   // Both directions by the operators, with the iterators compared at every place.
   std::vector<typename Level::iterator> places;
@@ -159,25 +159,21 @@ static_assert(std::is_nothrow_move_assignable_v<zvToolPath::iterator>);
 
 // Adds moves at random places and compares with the plain image.
 template <class Level, class Image>
-void CheckInsertions(Level& level, Image image, std::mt19937& random) {
+void CheckInsertions(Level& level, Image image, tests::Seeded& random) {
   for (Tag tag = 1000000; tag < 1000012; ++tag) {
-    const std::size_t count = Flat(image).size();
-    const auto way = random() % 6;
-    const std::size_t at = way == 0 ? count : way <= 2 ? 0 : random() % (count + 1);
-    const auto before = std::next(level.begin(), static_cast<std::ptrdiff_t>(at));
-    const bool atEnd = before == level.end();
-    InsertPlain(image, at, tag);
+    const int count = static_cast<int>(Flat(image).size());
+    const int way = random.Integer(0, 5);
+    const int at = way == 0 ? count : way <= 2 ? 0 : random.Integer(0, count);
+    const auto before = std::next(level.begin(), at);
+    InsertPlain(image, static_cast<std::size_t>(at), tag);
     if (way == 0) level.AddMove(Move(tag));
     if (way == 1) level.AddMoveFirst(Move(tag));
     if (way == 2) level.PushFront(Move(tag));
     if (way > 2) {
       const auto inserted = level.Insert(before, Move(tag));
-      ASSERT_EQ((*inserted)->GetTag(), tag);
-      ASSERT_TRUE(inserted == std::next(level.begin(), static_cast<std::ptrdiff_t>(at)));
-      ASSERT_EQ(inserted == level.begin(), at == 0);
-      ASSERT_FALSE(inserted == level.end());
+      ASSERT_TRUE(inserted == std::next(level.begin(), at) && inserted != level.end());
       ASSERT_TRUE(std::next(inserted) == before) << "an insertion leaves iterators standing";
-      ASSERT_EQ(std::next(inserted) == level.end(), atEnd);
+      ASSERT_EQ(std::next(inserted) == level.end(), at == count);
     }
     ASSERT_EQ(ImageOf(level), image);
     ASSERT_EQ(TagsBetween(level.begin(), level.end()), Flat(image));
@@ -185,7 +181,7 @@ void CheckInsertions(Level& level, Image image, std::mt19937& random) {
 }
 
 TEST(ToolPathTree, WalksAndInsertsAsThePlainImageAtEveryLevel) {
-  std::mt19937 random{20240607};
+  tests::Seeded random;
   Tag tag = 1;
   const auto check = [&](auto&& level, const auto& image) {
     Fill(level, image);
@@ -208,26 +204,21 @@ TEST(ToolPathTree, CopiesOfAnIteratorGoTheirOwnWay) {
   zvToolPath path = MakePath({{{{1, 2}, {3}}}, {{{4}}}});
   auto a = path.begin();
   auto b = std::next(a, 2);
-  a = b;
-  ++b;
+  a = b++;
   const auto& self = a;
   a = self;
-  EXPECT_EQ((*a)->GetTag(), 3u);
-  EXPECT_EQ((*b)->GetTag(), 4u);
+  EXPECT_TRUE((*a)->GetTag() == 3 && (*b)->GetTag() == 4 && a->Get() == (*a).Get());
   a = path.end();
   EXPECT_TRUE(a == path.end());
   a = path.begin();
-  zvToolPath::const_iterator c = a;
-  ++a;
+  const zvToolPath::const_iterator c = a++;
   EXPECT_EQ((*c)->GetTag(), 1u);
-  EXPECT_EQ(a->Get(), (*a).Get());
   *a = Move(9);
   EXPECT_EQ(ImageOf(path), (PathTags{{{{1, 9}, {3}}}, {{{4}}}})) << "a move is replaced in place";
   EXPECT_TRUE(zvToolPath::iterator() == zvToolPath::iterator());
   // The same children, but other lists that hold them.
   zvToolPath copy = path;
-  EXPECT_FALSE(copy.begin() == path.begin());
-  EXPECT_FALSE(copy.end() == path.end());
+  EXPECT_FALSE(copy.begin() == path.begin() || copy.end() == path.end());
 }
 
 TEST(ToolPathTree, ASectionAddsAtBothEnds) {
@@ -240,112 +231,94 @@ TEST(ToolPathTree, ASectionAddsAtBothEnds) {
   EXPECT_EQ(TagsBetween(link.begin(), link.end()), (Tags{1, 9, 2, 3}));
 }
 
-using BareSections = misc::zvCollectionOfContainers<std::list<zvAutoPointer<zvTPSection>>>;
-using BareLevels = misc::zvCollectionOfContainers<std::list<zvAutoPointer<BareSections>>>;
-
-template <class Bare>
-void ExpectNoContainer(Bare& bare) {
-  using Error = misc::zvmiscException;
-  EXPECT_TRUE(tests::ThrowsId<Error>([&] { bare.Insert(bare.end(), Move(1)); }, 5503));
-  EXPECT_TRUE(tests::ThrowsId<Error>([&] { bare.PushFront(Move(1)); }, 5503));
-}
-
 TEST(CollectionOfContainers, WithoutAChildItRefusesToInsert) {
-  BareSections bare;
-  ExpectNoContainer(bare);
+  using Sections = misc::zvCollectionOfContainers<std::list<zvAutoPointer<zvTPSection>>>;
+  const auto expectNone = [](auto& bare) {
+    using Error = misc::zvmiscException;
+    EXPECT_TRUE(tests::ThrowsId<Error>([&] { bare.Insert(bare.end(), Move(1)); }, 5503));
+    EXPECT_TRUE(tests::ThrowsId<Error>([&] { bare.PushFront(Move(1)); }, 5503));
+  };
+  Sections bare;
+  misc::zvCollectionOfContainers<std::list<zvAutoPointer<Sections>>> levels;
+  expectNone(bare);
+  expectNone(levels);
   bare.push_back(MakeAutoPointer<zvTPContour>());
-  bare.PushFront(Move(2));
-  bare.PushFront(Move(1));
+  for (const Tag tag : {2u, 1u}) bare.PushFront(Move(tag));
   EXPECT_EQ(TagsBetween(bare.begin(), bare.end()), (Tags{1, 2}));
-
-  BareLevels levels;
-  ExpectNoContainer(levels);
-  levels.push_back(MakeAutoPointer<BareSections>());
-  ExpectNoContainer(levels);
+  levels.push_back(MakeAutoPointer<Sections>());
+  expectNone(levels);
   EXPECT_EQ(levels.size(), 1u);
 }
 
-// Makes the container of number `k` null, counted on a walk from the top; false when there is none.
-bool BreakContainer(zvToolPath& path, int k) {
-  const auto isHit = [&](auto& child) {
-    if (k-- != 0) return false;
-    child = nullptr;
-    return true;
-  };
-  for (auto& pass : path.Children()) {
-    if (isHit(pass)) return true;
-    for (auto& slice : pass->Children()) {
-      if (isHit(slice)) return true;
-      for (auto& section : slice->Children())
-        if (isHit(section)) return true;
+// The container of number `k`, counted on a walk from the top, becomes null; false without one.
+template <class Level>
+bool Break(Level& level, int& k) {
+  for (auto& child : level.Children()) {
+    if (k-- == 0) {
+      child = nullptr;
+      return true;
     }
+    if constexpr (!std::is_same_v<Level, zvTPSlice>)
+      if (Break(*child, k)) return true;
   }
   return false;
 }
 
+// Whatever needs all of the path, `isWhole` a walk too, meets a null and changes nothing.
+void ExpectBroken(zvToolPath& path, bool isWhole) {
+  EXPECT_EQ(ThrowsNull([&] { path.GetMoveCount(); }), !isWhole);
+  // Half a path in other units must not be left.
+  EXPECT_TRUE(ThrowsNull([&] { path.SetUnits(zvUnitsFactory::inch); }));
+  EXPECT_EQ(path.GetUnits(), zvUnitsFactory::metric);
+}
+
 TEST(ToolPathNull, ANullContainerThrowsAtAnyLevelAndPlace) {
-  int k = 0;
-  for (;; ++k) {
-    SCOPED_TRACE(k);
+  int containers = 0;
+  for (;; ++containers) {
+    SCOPED_TRACE(containers);
     zvToolPath path = MakePath({{{{1}, {2}}, {{3}, {4}}}, {{{5}}}, {{{6}}, {{7}, {8}}}});
     const std::vector<zvMovePointer> moves(path.begin(), path.end());
-    if (!BreakContainer(path, k)) break;
-    std::size_t met = 0;
-    zvToolPath::iterator it;
+    int k = containers;
+    if (!Break(path, k)) break;
+    std::size_t met = 0, metBackward = 0;
+    auto it = path.end();
     EXPECT_TRUE(ThrowsNull([&] {
       for (it = path.begin(); it != path.end(); ++it) ++met;
     }));
-    // A step that failed ends the walk.
-    EXPECT_TRUE(met == 0 || it == path.end());
-
-    std::size_t metBackward = 0;
+    EXPECT_TRUE(it == path.end()) << "a step that failed ends the walk";
     it = path.end();
     EXPECT_TRUE(ThrowsNull([&] {
       for (; metBackward < moves.size(); ++metBackward) --it;
     }));
     EXPECT_LT(met + metBackward, moves.size());
-    // A failed step back is undone.
-    if (metBackward > 0)
-      EXPECT_EQ(it->Get(), moves[moves.size() - metBackward].Get());
-    else
-      EXPECT_TRUE(it == path.end());
-
-    EXPECT_TRUE(ThrowsNull([&] { path.GetMoveCount(); }));
-    EXPECT_TRUE(ThrowsNull([&] { path.SetUnits(zvUnitsFactory::inch); }));
-    EXPECT_EQ(path.GetUnits(), zvUnitsFactory::metric);
+    EXPECT_TRUE(metBackward == 0 ? it == path.end()
+                                 : it->Get() == moves[moves.size() - metBackward].Get())
+        << "a failed step back is undone";
+    ExpectBroken(path, false);
   }
-  EXPECT_EQ(k, 16);
+  EXPECT_EQ(containers, 16);
 }
 
-TEST(ToolPathNull, AddingToANullLastChildThrows) {
-  zvToolPath path = MakePath({{{{1}}}});
-  const auto fails = [&] { return ThrowsNull([&] { path.AddMove(Move(2)); }); };
-  path.front()->front()->push_back(nullptr);
-  EXPECT_TRUE(fails());
-  path.front()->push_back(nullptr);
-  EXPECT_TRUE(fails());
-  path.push_back(nullptr);
-  EXPECT_TRUE(fails());
-  path.AddMoveFirst(Move(2));
-  EXPECT_EQ((*path.begin())->GetTag(), 2u);
-}
+TEST(ToolPathNull, ANullMoveOrLastChildThrowsWhenUsed) {
+  zvToolPath path = MakePath({{{{1, 2}}}});
+  path.AddMove(nullptr);
+  (*path.begin())->SetPosition({1, 2, 3});
+  EXPECT_EQ(std::distance(path.begin(), path.end()), 3);
+  ExpectBroken(path, true);
+  EXPECT_EQ((*path.begin())->GetPosition(), zvTPoint3d<double>(1, 2, 3));
 
-TEST(ToolPathNull, TheEndOfAPathHoldsNoMove) {
+  for (int level = 0; level < 3; ++level) {
+    if (level == 0) path.front()->front()->push_back(nullptr);
+    if (level == 1) path.front()->push_back(nullptr);
+    if (level == 2) path.push_back(nullptr);
+    EXPECT_TRUE(ThrowsNull([&] { path.AddMove(Move(2)); }));
+  }
+  path.AddMoveFirst(Move(7));
+  EXPECT_EQ((*path.begin())->GetTag(), 7u);
+
   const zvToolPath empty(zvUnitsFactory::metric);
   EXPECT_TRUE(ThrowsNull([&] { **empty.begin(); }));
   EXPECT_TRUE(ThrowsNull([&] { empty.begin()->IsNull(); }));
-}
-
-TEST(ToolPathNull, ANullMoveIsMetAndThrowsWhenUsed) {
-  zvToolPath path = MakePath({{{{1, 2}}}});
-  path.AddMove(nullptr);
-  path.AddMove(Move(3));
-  (*path.begin())->SetPosition({1, 2, 3});
-  EXPECT_EQ(std::distance(path.begin(), path.end()), 4);
-  // Half a path in other units must not be left.
-  EXPECT_TRUE(ThrowsNull([&] { path.SetUnits(zvUnitsFactory::inch); }));
-  EXPECT_EQ((*path.begin())->GetPosition(), zvTPoint3d<double>(1, 2, 3));
-  EXPECT_EQ(path.GetUnits(), zvUnitsFactory::metric);
 }
 
 TEST(ToolPathSharing, ACopySharesPassesAndMoves) {
@@ -397,11 +370,10 @@ TEST(ToolPathUnits, AChangeScalesEveryReferenceToAMove) {
   const auto plain = MakeAutoPointer<zvCNCMove>(p, p, 50.0, false, 1u, 6.0);
   const auto marked = MakeAutoPointer<zv5axMove>(p, p, p, p, 2u, true, 50.0, false);
   path.AddMove(twice);
-  path.push_back(MakeAutoPointer<zvTPPass>());
-  path.push_back(MakeAutoPointer<zvTPPass>());
-  for (const zvMovePointer& move :
-       {zvMovePointer(plain), zvMovePointer(marked), zvMovePointer(twice)})
-    path.AddMove(move);
+  for (int i = 0; i < 2; ++i) path.push_back(MakeAutoPointer<zvTPPass>());
+  path.AddMove(plain);
+  path.AddMove(marked);
+  path.AddMove(twice);
   path.SetUnits(zvUnitsFactory::metric);
   EXPECT_EQ(path.GetUnits(), zvUnitsFactory::metric);
   EXPECT_EQ(plain->GetPosition(), p * 25.4);
@@ -417,29 +389,28 @@ struct OtherSection : zvTPSection {
   }
 };
 
-using Told = std::vector<std::pair<bool, std::uint32_t>>;
-
-template <class Visitor>
-Told ToldBy(Visitor& visitor, std::initializer_list<const zvTPSection*> sections) {
-  Told told{{visitor.IsLink(), visitor.GetLinkType()}};
-  for (const zvTPSection* section : sections) {
-    section->AcceptVisitor(visitor);
-    told.emplace_back(visitor.IsLink(), visitor.GetLinkType());
-  }
-  return told;
-}
-
+// After a contour the type of the last link stays.
 TEST(SectionVisitors, TellLinksFromContours) {
   const zvTPContour contour;
   const zvTPLink five(5), large(4000000000u);
-  // After a contour the type of the last link stays.
-  const Told expected{{true, 0}, {false, 0}, {true, 5}, {false, 5}, {true, 4000000000u}};
+  const auto check = [&](auto& visitor) {
+    const auto expect = [&](bool isLink, std::uint32_t type, const zvTPSection* next = nullptr) {
+      EXPECT_EQ(visitor.IsLink(), isLink);
+      EXPECT_EQ(visitor.GetLinkType(), type);
+      if (next != nullptr) next->AcceptVisitor(visitor);
+    };
+    expect(true, 0, &contour);
+    expect(false, 0, &five);
+    expect(true, 5, &contour);
+    expect(false, 5, &large);
+    expect(true, 4000000000u);
+  };
   zvToolPath::zvSectionInfoGetter info;
-  EXPECT_EQ(ToldBy(info, {&contour, &five, &contour, &large}), expected);
+  check(info);
   EXPECT_TRUE(
       tests::ThrowsId<zvcadcamException>([&] { OtherSection().AcceptVisitor(info); }, 2639));
   zvTPSLinkVisitor linkInfo;
-  EXPECT_EQ(ToldBy(linkInfo, {&contour, &five, &contour, &large}), expected);
+  check(linkInfo);
   OtherSection().AcceptVisitor(linkInfo);
   EXPECT_FALSE(linkInfo.IsLink());
 }
@@ -463,20 +434,14 @@ TEST(ToolPathLarge, WalksTakeLinearTime) {
   constexpr Tag kMoves = 200000;
   Tags all(kMoves);
   std::iota(all.begin(), all.end(), 0u);
-  SliceTags leadingEmpty(kMoves), scattered, trailingEmpty{all};
+  SliceTags leadingEmpty(kMoves), scattered(2 * kMoves), trailingEmpty{all};
   leadingEmpty.push_back(all);
   trailingEmpty.resize(kMoves);
-  for (Tag i = 0; i < kMoves; ++i) {
-    scattered.push_back({i});
-    scattered.emplace_back();
-  }
+  for (const Tag i : all) scattered[2 * i] = {i};
   for (const SliceTags& slice : {leadingEmpty, scattered, trailingEmpty}) {
     zvToolPath path = MakePath({{slice}});
     ASSERT_EQ(TagsBetween(path.begin(), path.end()), all);
-    Tag expected = kMoves;
-    for (auto it = path.end(); expected > 0; --expected)
-      if ((*--it)->GetTag() != expected - 1) break;
-    EXPECT_EQ(expected, 0u);
+    ASSERT_EQ(TagsBetween(path.rbegin(), path.rend()), Tags(all.rbegin(), all.rend()));
     path.SetUnits(zvUnitsFactory::inch);
   }
 }

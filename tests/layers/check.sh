@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks how the files of the tree depend on each other, and that no file quotes papers which a
-# reader doesn't have.
+# Checks how the files of the tree depend on each other, that pages and comments name files that
+# exist, and that no file quotes papers which a reader doesn't have.
 #
 #   check.sh [ROOT]    prints each finding as file:line: what is wrong; exits 1 when there is one
 set -euo pipefail
@@ -113,6 +113,46 @@ circles() {
     }' "$@"
 }
 
+# Links of pages, and files that pages name in `backticks` and comments of the code as a path: a name
+# may leave out the folders that it begins with. CHANGELOG.md names files that are gone.
+names() {
+  printf '%s\n' "${all[@]}" | LC_ALL=C awk '
+    function report(text) { print FILENAME ":" FNR ": " text; found = 1 }
+
+    FILENAME == "-" {
+      n = split($0, part, "/")
+      for (i = n; i; --i) { tail = part[i] (i == n ? "" : "/" tail); ends[tail] }
+      for (i = 1; i <= n; ++i) { path = (i == 1 ? "" : path "/") part[i]; here[path] }
+      next
+    }
+    FILENAME ~ /\.md$/ {
+      for (rest = $0; match(rest, /\]\([^)#]+/); rest = substr(rest, RSTART + RLENGTH)) {
+        target = substr(rest, RSTART + 2, RLENGTH - 2)
+        if (target ~ /^[a-z]+:/) continue
+        path = FILENAME
+        sub(/[^\/]*$/, "", path)
+        path = path target
+        while (sub(/[^\/]+\/\.\.\//, "", path)) continue
+        sub(/\/$/, "", path)
+        if (!(path in here)) report("links to " target ", which is not there")
+      }
+      for (rest = $0; match(rest, /`[A-Za-z0-9_\/.-]+\.(h|cpp|md|sh)`/);
+           rest = substr(rest, RSTART + RLENGTH)) {
+        name = substr(rest, RSTART + 1, RLENGTH - 2)
+        if (!(name in ends)) report("names " name ", which is not there")
+      }
+      next
+    }
+    (i = index($0, "//")) {
+      for (rest = substr($0, i + 2); match(rest, /[A-Za-z0-9_\/-]+\.(h|cpp)/);
+           rest = substr(rest, RSTART + RLENGTH)) {
+        name = substr(rest, RSTART, RLENGTH)
+        if (!(name in ends)) report("names " name ", which is not there")
+      }
+    }
+    END { exit found }' - "$@"
+}
+
 # Each pattern is written so that it does not match itself.
 papers='\b[Pp]arts? [0-9]+\.[0-9]+|[Ss]peci[f]ication|\bspec\.md\b|\b[Tt]he spec\b|[Ss]eed document'
 papers+='|[Ll]eft to the implementer|\b[Dd]ecisions? [0-9X]+(\.[0-9]+)?-[0-9]+|\b[Ii]ssue #?[0-9]+'
@@ -121,6 +161,8 @@ status=0
 includes || status=1
 mapfile -t rooms < <(printf '%s\n' "${code[@]}" | grep -E '^(kandrel|apps)/')
 if [ ${#rooms[@]} -ne 0 ]; then circles "${rooms[@]}" || status=1; fi
+mapfile -t pages < <(printf '%s\n' "${all[@]}" | grep -E '\.(md|h|cpp)$' | grep -v '^CHANGELOG\.md$')
+names "${pages[@]}" || status=1
 if printf '%s\0' "${all[@]}" | LC_ALL=C xargs -0 grep -nIHE "$papers"; then
   echo "layers: the lines above quote papers that a reader doesn't have" >&2
   status=1

@@ -32,7 +32,9 @@ tree() {
   printf '#include "kandrel-post/cl/writer.h"\n#include "kandrel-post/machine/json.h"\n' >apps/kandrel-post/commands/post.cpp
   echo '#include <tests/support/model.h>' >tests/support/model_test.cpp
   echo '#include <kandrel/cadcam/point.h>' >tests/support/rigid_body_model.h
+  echo '// The order: post/passes/blend.h, then rewinder/place.h.' >kandrel/post/geometry/order.h
   echo 'Each part has 3.5 mm, specifically; see decision 3.' >docs/notes.md
+  echo '[Passes](../kandrel/post/passes), [notes](notes.md#x), `passes/blend.h`, `move.h`.' >docs/map.md
 }
 
 # finds WHAT FILE LINE: appends the line to the file and expects a finding that names the file.
@@ -82,6 +84,12 @@ finds 'a folder without a floor' apps/kandrel-post/extra/thing.h '#include <vect
 finds 'an example on internals' examples/01.cpp '#include <kandrel/misc/detail/slot.h>'
 finds 'the consumer on internals' tests/consumer/main.cpp '#include <kandrel/misc/detail/slot.h>'
 finds 'the model on the kernel' tests/support/rigid_body_model.h '#include <kandrel/post/model/move.h>'
+
+finds 'a link into the void' docs/map.md 'See [this](../kandrel/post/gone) as well.'
+finds 'a second link into the void' docs/map.md '[map](map.md), [gone](gone.md)'
+finds 'a file that is gone' docs/map.md 'Look into `passes/blending.h`.'
+finds 'a file in another folder' docs/map.md 'Look into `passes/move.h`.'
+finds 'a comment on a file that is gone' kandrel/misc/text.h '// See passes/blend.h and passes/blending.h.'
 
 # Put together here, so that check.sh passes over this file.
 finds 'a quoted chapter' docs/notes.md "as Par""t 1.11 tells"

@@ -2,13 +2,13 @@
 #include <kandrel/misc/memory_pool.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/platform.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <fstream>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -18,129 +18,119 @@ extern "C" int __attribute__((weak)) __asan_address_is_poisoned(const volatile v
 namespace misc {
 namespace {
 
-using tests::ThrowsId;
-
-struct PoolCase {
-  std::uint32_t nodeSize;
-  std::uint32_t arenaBytes;
-};
-
-class MemoryPoolCases : public testing::TestWithParam<PoolCase> {};
-
-TEST_P(MemoryPoolCases, NodesAreAlignedDistinctAndReusable) {
-  const auto [nodeSize, arenaBytes] = GetParam();
-  zvMemoryPool pool(nodeSize, arenaBytes);
-  ASSERT_GT(pool.GetNodesPerArena(), 0u);
-  const std::size_t count = std::size_t{pool.GetNodesPerArena()} * 20 + 3;
-  std::vector<char*> nodes;
-  for (std::size_t i = 0; i < count; ++i) {
-    nodes.push_back(static_cast<char*>(pool.Alloc(nodeSize)));
-    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(nodes.back()) %
-                  std::min<std::size_t>(nodeSize & -nodeSize, 16),
-              0u);
-    std::memset(nodes.back(), static_cast<int>(i % 251), nodeSize);
-  }
-  EXPECT_EQ(pool.GetArenaCount(), 21u);
-  for (std::size_t i = 0; i < count; ++i)
-    for (std::uint32_t b = 0; b < nodeSize; ++b)
-      ASSERT_EQ(static_cast<unsigned char>(nodes[i][b]), i % 251);
-
-  std::mt19937 random(7);
-  std::shuffle(nodes.begin(), nodes.end(), random);
-  for (std::size_t i = 0; i < count / 2; ++i) pool.Free(nodes[i]);
-  for (std::size_t i = 0; i < count / 2; ++i) nodes[i] = static_cast<char*>(pool.Alloc(1));
-  std::sort(nodes.begin(), nodes.end());
-  EXPECT_EQ(std::unique(nodes.begin(), nodes.end()), nodes.end());
-  EXPECT_LE(pool.GetArenaCount(), 21u);
-  for (char* node : nodes) pool.Free(node);
-  EXPECT_EQ(pool.GetArenaCount(), 1u);
+template <class Action>
+testing::AssertionResult Fails(Action&& action, const std::wstring& text) {
+  return tests::ThrowsId<zvException>(action, 0, text);
 }
 
-TEST_P(MemoryPoolCases, ChainsHoldNodesOfOneArenaEachOnce) {
-  const auto [nodeSize, arenaBytes] = GetParam();
-  zvMemoryPool pool(nodeSize, arenaBytes);
-  const std::size_t perArena = pool.GetNodesPerArena();
-  std::size_t none = 0;
-  EXPECT_EQ(pool.AllocChain(none), nullptr);
-  EXPECT_EQ(pool.GetArenaCount(), 0u);
-  // A gap of two in the first arena, then a chain that fills it and one that needs another.
-  std::vector<void*> nodes;
-  for (std::size_t i = 0; i < perArena; ++i) nodes.push_back(pool.Alloc(nodeSize));
-  const std::size_t gap = std::min<std::size_t>(2, perArena);
-  for (std::size_t i = 0; i < gap; ++i) {
-    pool.Free(nodes.back());
-    nodes.pop_back();
+// A pool beside the nodes that are held, each filled with its mark.
+struct WatchedPool {
+  void Take(void* node) {
+    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(node) % std::min<std::size_t>(size & -size, 16), 0u);
+    held.emplace_back(static_cast<unsigned char*>(node), ++mark);
+    std::memset(node, mark, size);
   }
-  for (const std::size_t expected : {gap, std::min<std::size_t>(3, perArena)}) {
-    std::size_t count = 3;
-    std::size_t walked = 0;
-    for (void* node = pool.AllocChain(count); node != nullptr; ++walked) {
-      nodes.push_back(node);
-      node = *static_cast<void**>(node);
+  std::size_t TakeChain(std::size_t wanted) {
+    std::size_t count = wanted;
+    const std::size_t before = held.size();
+    for (void *node = pool.AllocChain(count), *next = nullptr; node != nullptr; node = next) {
+      std::memcpy(&next, node, sizeof next);
+      Take(node);
     }
-    EXPECT_EQ(walked, expected);
-    EXPECT_EQ(count, expected);
+    EXPECT_EQ(held.size() - before, count);
+    EXPECT_LE(count, wanted);
+    return count;
   }
-  EXPECT_EQ(pool.GetArenaCount(), 2u);
-  std::sort(nodes.begin(), nodes.end());
-  EXPECT_EQ(std::unique(nodes.begin(), nodes.end()), nodes.end());
-  for (void* node : nodes) pool.Free(node);
-  EXPECT_EQ(pool.GetArenaCount(), 1u);
+  void* Give() {
+    std::swap(held[static_cast<std::size_t>(random.Integer(0, 1 << 30)) % held.size()],
+              held.back());
+    const auto [node, filled] = held.back();
+    EXPECT_TRUE(node[0] == filled && std::memcmp(node, node + 1, size - 1) == 0);
+    held.pop_back();
+    return node;
+  }
+  void GiveChain(std::size_t count) {
+    void* first = nullptr;
+    for (std::size_t i = 0; i < count; ++i) {
+      void* node = Give();
+      std::memcpy(node, &first, sizeof first);
+      first = node;
+    }
+    pool.FreeChain(first, count);
+  }
+
+  const std::uint32_t size;
+  zvMemoryPool pool;
+  tests::Seeded random{};
+  std::vector<std::pair<unsigned char*, unsigned char>> held{};
+  unsigned char mark = 0;
+};
+
+using SizeAndArena = std::pair<std::uint32_t, std::uint32_t>;
+
+class MemoryPoolCases : public testing::TestWithParam<SizeAndArena> {};
+
+TEST_P(MemoryPoolCases, NodesAreAlignedDistinctAndReusable) {
+  const auto& [size, arenaBytes] = GetParam();
+  WatchedPool w{size, zvMemoryPool(size, arenaBytes)};
+  const std::size_t perArena = w.pool.GetNodesPerArena();
+  ASSERT_GT(perArena, 0u);
+  EXPECT_EQ(w.TakeChain(0) + w.pool.GetArenaCount(), 0u);
+  // A pool that only grows fills its arenas one after the other, and chains end with theirs.
+  while (w.held.size() < 4 * perArena + 3 && !HasFatalFailure()) {
+    const std::size_t left = perArena - w.held.size() % perArena;
+    const auto wanted = static_cast<std::size_t>(w.random.Integer(1, 40));
+    if (w.random.Chance(0.5))
+      w.Take(w.pool.Alloc(w.random.Chance(0.5) ? size : 1));
+    else
+      EXPECT_EQ(w.TakeChain(wanted), std::min(wanted, left));
+    ASSERT_EQ(w.pool.GetArenaCount(), (w.held.size() + perArena - 1) / perArena);
+  }
+  for (int i = 0; i < 4000 && !HasFatalFailure(); ++i) {
+    const std::size_t wanted = 1 + static_cast<std::size_t>(w.random.Integer(0, 9));
+    const std::size_t count = w.held.size();
+    // Half of the run gives back more than it takes.
+    const bool takes = w.random.Chance(i < 2000 ? 0.3 : 0.7);
+    if (takes)
+      w.TakeChain(wanted);
+    else if (w.random.Chance(0.5) && count > 0)
+      w.pool.Free(w.Give());
+    else
+      w.GiveChain(std::min(count, wanted));
+    ASSERT_GE(w.pool.GetArenaCount() * perArena, w.held.size());
+  }
+  w.GiveChain(w.held.size());
+  EXPECT_EQ(w.pool.GetArenaCount(), 1u) << "the last one is kept";
+  w.pool.Clear();
+  EXPECT_EQ(w.pool.GetArenaCount(), 0u);
+  EXPECT_NE(w.pool.Alloc(size), nullptr);
+  EXPECT_TRUE(Fails([&] { w.pool.Alloc(size + 1); }, L"Allocation request size too big"));
 }
 
 // Node sizes that divide the arena and that don't, small and larger than a slab allows for.
 INSTANTIATE_TEST_SUITE_P(Sizes, MemoryPoolCases,
-                         testing::Values(PoolCase{8, 4096}, PoolCase{152, 0}, PoolCase{168, 0},
-                                         PoolCase{5000, 0x10000}, PoolCase{24, 5000},
-                                         PoolCase{100000, 0x200000}, PoolCase{1, 0x20000}));
+                         testing::Values(SizeAndArena{8, 4096}, SizeAndArena{152, 0},
+                                         SizeAndArena{168, 0}, SizeAndArena{5000, 0x10000},
+                                         SizeAndArena{24, 5000}, SizeAndArena{100000, 0x200000},
+                                         SizeAndArena{1, 0x20000}));
 
-TEST(MemoryPool, KeepsItsLastArenaAndRefusesWhatItCannotServe) {
-  zvMemoryPool pool(64, 4096);
-  EXPECT_EQ(pool.GetArenaCount(), 0u);
-  pool.Free(pool.Alloc(64));
-  EXPECT_EQ(pool.GetArenaCount(), 1u);
-  pool.Clear();
-  EXPECT_EQ(pool.GetArenaCount(), 0u);
-  EXPECT_NE(pool.Alloc(64), nullptr);
-  EXPECT_TRUE(
-      ThrowsId<zvException>([&] { pool.Alloc(65); }, 0, L"Allocation request size too big"));
+TEST(MemoryPool, RefusesWhatItCannotServeAndForeignPointers) {
   zvMemoryPool tooSmall(5000, 4096), hugeNode(0xFFFFFFF0u), largest(0xFFFFFFFFu, 0xFFFFFFFFu);
   for (zvMemoryPool* none : {&tooSmall, &hugeNode, &largest})
-    EXPECT_TRUE(ThrowsId<zvException>([&] { none->Alloc(1); }, 0,
-                                      L"zvMemoryPool::Alloc: Node allocation failed"));
-}
+    EXPECT_TRUE(Fails([&] { none->Alloc(1); }, L"zvMemoryPool::Alloc: Node allocation failed"));
 
-TEST(MemoryPool, ForeignPointersAreRefusedAndChangeNothing) {
-  zvMemoryPool pool(64, 4096);
-  zvMemoryPool other(64, 4096);
+  zvMemoryPool pool(64, 4096), other(64, 4096), empty(64);
   char* mine = static_cast<char*>(pool.Alloc(64));
-  void* foreign = other.Alloc(64);
   int local = 0;
-  const auto refuses = [](zvMemoryPool& from, void* bad) {
-    return ThrowsId<zvException>([&] { from.Free(bad); }, 0,
-                                 L"zvMemoryPool::Free: Node not allocated by one of our arenas");
-  };
-  for (void* bad : {foreign, static_cast<void*>(&local), static_cast<void*>(mine + 8),
-                    static_cast<void*>(mine + 64)})
-    EXPECT_TRUE(refuses(pool, bad));
-  zvMemoryPool empty(64);
-  EXPECT_TRUE(refuses(empty, reinterpret_cast<void*>(64)));
+  const std::pair<zvMemoryPool*, void*> cases[] = {
+      {&pool, other.Alloc(64)}, {&pool, &local}, {&pool, mine + 8},
+      {&pool, mine + 64},       {&empty, mine},  {&empty, reinterpret_cast<void*>(64)}};
+  for (const auto& [from, bad] : cases)
+    EXPECT_TRUE(Fails([from = from, bad = bad] { from->Free(bad); },
+                      L"zvMemoryPool::Free: Node not allocated by one of our arenas"));
   pool.Free(nullptr);
   pool.Free(mine);
-  EXPECT_EQ(pool.Alloc(64), mine);
-}
-
-TEST(MemoryPoolProvider, GivesEachThreadItsOwnPoolForEachSize) {
-  zvMemoryPoolProvider provider;
-  const auto pool = provider.GetPool(64);
-  EXPECT_EQ(provider.GetPool(64), pool);
-  EXPECT_NE(provider.GetPool(65), pool);
-  EXPECT_EQ(pool->GetNodesPerArena(), (0x40000u - 64u) / 64u);
-  std::shared_ptr<zvMemoryPool> theirs;
-  std::thread([&] { theirs = provider.GetPool(64); }).join();
-  EXPECT_NE(theirs, pool);
-  zvMemoryPoolProvider copy(provider);
-  EXPECT_NE(copy.GetPool(64), pool);
+  EXPECT_EQ(pool.Alloc(64), mine) << "nothing has changed";
 }
 
 std::size_t ResidentBytes() {
@@ -149,19 +139,24 @@ std::size_t ResidentBytes() {
   return resident * 0x1000;
 }
 
-TEST(MemoryPoolProvider, ManyThreadsLeaveLittleBehind) {
+TEST(MemoryPoolProvider, GivesEachThreadItsOwnPoolForEachSizeAndKeepsLittle) {
   zvMemoryPoolProvider provider;
+  const auto pool = provider.GetPool(168);
+  EXPECT_EQ(provider.GetPool(168), pool);
+  EXPECT_NE(provider.GetPool(169), pool);
+  EXPECT_EQ(pool->GetNodesPerArena(), (0x40000u - 64u) / 168u);
+  EXPECT_NE(zvMemoryPoolProvider(provider).GetPool(168), pool);
   const std::size_t before = ResidentBytes();
   std::vector<std::thread> threads;
   for (int i = 0; i < 32; ++i)
     threads.emplace_back([&] {
-      const auto pool = provider.GetPool(168);
+      const auto mine = provider.GetPool(168);
+      EXPECT_NE(mine, pool);
       std::vector<void*> nodes(20000);  // a list long enough for large pages
-      for (void*& node : nodes) node = pool->Alloc(168);
-      for (void* node : nodes) pool->Free(node);
-      EXPECT_EQ(pool->GetArenaCount(), 1u);
-      nodes[0] = pool->Alloc(168);
-      pool->Free(nodes[0]);
+      for (void*& node : nodes) node = mine->Alloc(168);
+      for (void* node : nodes) mine->Free(node);
+      EXPECT_EQ(mine->GetArenaCount(), 1u);
+      mine->Free(mine->Alloc(168));
     });
   for (std::thread& thread : threads) thread.join();
   if (!platform::IsAddressSanitized()) {  // whose own books grow
@@ -187,19 +182,18 @@ TEST(MemoryPool, FreeNodesArePoisonedForAnAddressSanitizer) {
   EXPECT_TRUE(isPoisoned());
 }
 
-TEST(MemoryPoolProvider, NodesMayBeFreedOnAnotherThread) {
-  zvMemoryPoolProvider provider;
-  const auto pool = provider.GetPool(48);
+TEST(MemoryPool, NodesMayBeFreedOnAnotherThread) {
+  zvMemoryPool pool(48);
   std::vector<void*> nodes(50000), more(50000);
-  for (void*& node : nodes) node = pool->Alloc(48);
+  for (void*& node : nodes) node = pool.Alloc(48);
   std::thread freeing([&] {
-    for (std::size_t i = 0; i < nodes.size(); i += 2) pool->Free(nodes[i]);
+    for (std::size_t i = 0; i < nodes.size(); i += 2) pool.Free(nodes[i]);
   });
-  for (void*& node : more) node = pool->Alloc(48);
+  for (void*& node : more) node = pool.Alloc(48);
   freeing.join();
-  for (std::size_t i = 1; i < nodes.size(); i += 2) pool->Free(nodes[i]);
-  for (void* node : more) pool->Free(node);
-  EXPECT_EQ(pool->GetArenaCount(), 1u);
+  for (std::size_t i = 1; i < nodes.size(); i += 2) pool.Free(nodes[i]);
+  for (void* node : more) pool.Free(node);
+  EXPECT_EQ(pool.GetArenaCount(), 1u);
 }
 
 // Counts its living objects; throws from its copy constructor on demand.
@@ -214,57 +208,48 @@ struct Counted {
   static inline int living = 0;
 };
 
-std::vector<int> Values(const zvMemoryPoolList<Counted>& list) {
-  std::vector<int> values;
-  for (const Counted& c : list) values.push_back(c.value);
-  return values;
-}
-
-TEST(MemoryPoolList, InsertsErasesAndClearsAnywhere) {
-  zvMemoryPoolProvider provider;
-  {
-    zvMemoryPoolList<Counted> list(provider);
-    list.Clear();
-    list.EmplaceBack(2);
-    list.Insert(list.begin(), Counted(0));
-    list.Emplace(std::next(list.begin()), 1);
-    list.Emplace(list.end(), 3);
-    EXPECT_EQ(Values(list), (std::vector{0, 1, 2, 3}));
-    std::vector<int> backwards;
-    for (auto it = list.end(); it != list.begin();) backwards.push_back((--it)->value);
-    EXPECT_EQ(backwards, (std::vector{3, 2, 1, 0}));
-    EXPECT_EQ(list.Erase(std::next(list.begin()))->value, 2);
-    EXPECT_EQ(list.Erase(std::prev(list.end())), list.end());
-    list.Erase(list.begin());
-    EXPECT_EQ(Values(list), (std::vector{2}));
-    EXPECT_EQ(&list.Front(), &list.Back());
-    EXPECT_THROW(list.PushBack(Counted(-1)), std::runtime_error);
-    EXPECT_EQ(Counted::living, 1);
-    EXPECT_EQ(list.GetCount(), 1u);
-    list.Clear();
-    EXPECT_EQ(Counted::living, 0);
-    EXPECT_TRUE(list.IsEmpty());
-    list.EmplaceBack(9);
-    EXPECT_EQ(Values(list), (std::vector{9}));
-  }
-  EXPECT_EQ(Counted::living, 0);
-}
-
-TEST(MemoryPoolList, OutlivesItsProviderAndSharesItsPoolWithOthers) {
-  std::unique_ptr<zvMemoryPoolList<Counted>> survivor;
-  {
-    zvMemoryPoolProvider provider;
-    survivor = std::make_unique<zvMemoryPoolList<Counted>>(provider);
-    zvMemoryPoolList<Counted> other(provider);
-    for (int i = 0; i < 30000; ++i) {
-      survivor->EmplaceBack(i);
-      other.EmplaceBack(-i);
+// Lists on one pool, which outlive its provider, each beside a plain one.
+TEST(MemoryPoolList, IsAPlainListWhoseElementsDieOnce) {
+  using List = zvMemoryPoolList<Counted>;
+  tests::Seeded random;
+  auto provider = std::make_unique<zvMemoryPoolProvider>();
+  std::array lists{std::make_unique<List>(*provider), std::make_unique<List>(*provider)};
+  std::array<std::vector<int>, 2> plain;
+  provider.reset();
+  for (int i = 0; i < 6000 && !HasFatalFailure(); ++i) {
+    const bool second = random.Chance(0.5);
+    List& list = *lists[second];
+    std::vector<int>& values = plain[second];
+    const int at = random.Integer(0, static_cast<int>(values.size()));
+    const auto place = std::next(list.begin(), at);
+    if (i % 1500 == 1499) {
+      list.Clear();
+      values.clear();
+    } else if (random.Chance(i % 400 < 200 ? 0.7 : 0.4)) {
+      const auto inserted = i % 2 == 0 ? list.Insert(place, Counted(i)) : list.Emplace(place, i);
+      ASSERT_TRUE(inserted->value == i && std::next(inserted) == place);
+      values.insert(values.begin() + at, i);
+    } else if (place != list.end()) {
+      const auto after = std::next(place);
+      ASSERT_TRUE(list.Erase(place) == after);
+      values.erase(values.begin() + at);
+    } else {
+      EXPECT_THROW(list.PushBack(Counted(-1)), std::runtime_error);
+      values.push_back(list.EmplaceBack(i).value);
     }
+    ASSERT_EQ(static_cast<std::size_t>(Counted::living), plain[0].size() + plain[1].size());
+    ASSERT_TRUE(list.GetCount() == values.size() && list.IsEmpty() == values.empty());
+    const auto same = [](const Counted& c, int value) { return c.value == value; };
+    ASSERT_TRUE(std::equal(list.begin(), list.end(), values.begin(), values.end(), same));
+    ASSERT_TRUE(std::equal(std::reverse_iterator(list.end()), std::reverse_iterator(list.begin()),
+                           values.rbegin(), values.rend(), same));
+    if (values.empty()) continue;
+    ASSERT_TRUE(same(list.Front(), values.front()) && same(list.Back(), values.back()));
   }
-  int expected = 0;
-  for (const Counted& c : *survivor) ASSERT_EQ(c.value, expected++);
-  EXPECT_EQ(expected, 30000);
-  survivor.reset();
+  for (int i = 0; i < 30000; ++i) lists[0]->EmplaceBack(i);  // more than an arena's
+  lists[0].reset();
+  EXPECT_EQ(static_cast<std::size_t>(Counted::living), plain[1].size());
+  lists[1].reset();
   EXPECT_EQ(Counted::living, 0);
 }
 

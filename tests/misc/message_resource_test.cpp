@@ -20,33 +20,27 @@ testing::AssertionResult Fails(Action&& action, std::uint32_t id, const std::wst
   return tests::ThrowsId<zvmiscException>(action, id, text);
 }
 
-TEST(MessageResource, FindsBySectionAndIdOrById) {
+TEST(MessageResource, FindsBySectionAndIdOrByIdWhatIsLoaded) {
   zvResourceDll resource;
-  resource.Load(kEntries);
   zvResourceIntf& face = resource;
-  EXPECT_EQ(face.GetMessage(L"Tools", 10), L"tool ten");
-  EXPECT_EQ(resource.GetLastText(), L"tool ten");
-  EXPECT_EQ(face.GetMessage(10), L"axis ten");  // the first section by name
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_TRUE(Fails([&] { face.GetMessage(L"Tools", 11); }, 3600,
-                      L"The message ID 11 from section Tools  was not found in the resource dll!"));
-    EXPECT_TRUE(
-        Fails([&] { face.GetMessage(9); }, 3600, L"The requested message (No. 9) doesn't exist!"));
-    EXPECT_TRUE(Fails([&] { face.GetMessage(12); }, 3600));
-  }
-  EXPECT_EQ(resource.GetLastText(), L"axis ten");
-}
-
-TEST(MessageResource, NothingIsFoundUnlessLoaded) {
-  zvResourceDll resource;
+  const auto fails = [&](std::uint32_t id, const std::wstring& inTools, const std::wstring& alone) {
+    EXPECT_TRUE(Fails([&] { face.GetMessage(L"Tools", 11); }, id, inTools));
+    EXPECT_TRUE(Fails([&] { face.GetMessage(9); }, id, alone));
+    EXPECT_TRUE(Fails([&] { face.GetMessage(12); }, id));
+  };
   for (int i = 0; i < 2; ++i) {
     EXPECT_FALSE(resource.IsLoaded());
-    EXPECT_TRUE(Fails([&] { resource.GetMessage(L"Axes", 10); }, 3607));
-    EXPECT_TRUE(Fails([&] { resource.GetMessage(10); }, 3607));
+    fails(3607, L"", L"");
+    resource.Load(kEntries);
+    EXPECT_EQ(face.GetMessage(L"Tools", 10), L"tool ten");
+    EXPECT_EQ(resource.GetLastText(), L"tool ten");
+    EXPECT_EQ(face.GetMessage(10), L"axis ten");  // the first section by name
+    fails(3600, L"The message ID 11 from section Tools  was not found in the resource dll!",
+          L"The requested message (No. 9) doesn't exist!");
+    EXPECT_EQ(resource.GetLastText(), L"axis ten");
     resource.Load(std::vector<zvResourceEntry>());  // empty, but loaded
-    EXPECT_TRUE(Fails([&] { resource.GetMessage(10); }, 3600));
-    resource.Unload();
-    resource.Unload();
+    EXPECT_TRUE(Fails([&] { face.GetMessage(10); }, 3600));
+    for (int twice = 0; twice < 2; ++twice) resource.Unload();
   }
 }
 

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 #include <kandrel/misc/text.h>
+#include <tests/support/numbers.h>
 
 #include <bit>
 #include <clocale>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <random>
 
 namespace misc {
@@ -51,7 +51,7 @@ TEST(Text, NumbersReadBackToTheirBits) {
   EXPECT_EQ(ToText(25.4), "25.4");
   EXPECT_EQ(ToText(-0.0), "-0");
   EXPECT_EQ(ToText(1e22), "1e+22");
-  EXPECT_EQ(ToText(-std::numeric_limits<double>::infinity()), "-inf");
+  EXPECT_EQ(ToText(-tests::kInfinity), "-inf");
   double value = 0;
   EXPECT_TRUE(FromText("nan", value));
   EXPECT_TRUE(std::isnan(value));

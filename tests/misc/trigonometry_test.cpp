@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <kandrel/misc/trigonometry.h>
+#include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 namespace {
 
@@ -22,7 +22,7 @@ constexpr Exact kPi = 3.14159265358979323846264338327950288L;
 
 double ErrorInUnits(double value, Exact exact) {
   const double size = std::fabs(static_cast<double>(exact));
-  const double unit = std::nextafter(size, std::numeric_limits<double>::infinity()) - size;
+  const double unit = std::nextafter(size, tests::kInfinity) - size;
   return static_cast<double>(std::fabs(value - exact)) / unit;
 }
 
@@ -31,21 +31,14 @@ double ErrorInUnits(const zvSineAndCosine& value, Exact sine, Exact cosine) {
 }
 
 double ErrorOfDegrees(double deg) {
-  int quarters = 0;  // of which remquo tells three bits at least
+  int quarters = 0;  // of which remquo gives three bits at least
   const double over = std::remquo(deg, 90.0, &quarters);
   const Exact rad = over * (kPi / 180);
   const Exact s = std::sin(rad), c = std::cos(rad);
-  const zvSineAndCosine value = misc::SineAndCosineOfDegrees(deg);
-  switch (quarters & 3) {
-    case 0:
-      return ErrorInUnits(value, s, c);
-    case 1:
-      return ErrorInUnits(value, c, -s);
-    case 2:
-      return ErrorInUnits(value, -s, -c);
-    default:
-      return ErrorInUnits(value, -c, s);
-  }
+  const Exact sines[] = {s, c, -s, -c};
+  const auto quarter = static_cast<unsigned>(quarters);
+  return ErrorInUnits(misc::SineAndCosineOfDegrees(deg), sines[quarter & 3],
+                      sines[(quarter + 1) & 3]);
 }
 
 double ErrorOfRadians(double rad) {
@@ -114,15 +107,15 @@ TEST(Trigonometry, IsExactWhereTheResultIsANumber) {
 }
 
 TEST(Trigonometry, GivesNaNForWhatHasNoValue) {
-  const double infinity = std::numeric_limits<double>::infinity();
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  for (const double bad : {infinity, -infinity, nan}) {
+  using tests::kInfinity;
+  using tests::kNaN;
+  for (const double bad : {kInfinity, -kInfinity, kNaN}) {
     for (const auto& [sine, cosine] :
          {misc::SineAndCosineOfDegrees(bad), misc::SineAndCosineOfRadians(bad)})
       EXPECT_TRUE(std::isnan(sine) && std::isnan(cosine)) << bad;
     EXPECT_TRUE(std::isnan(ArcTangent(bad, 1)) && std::isnan(ArcTangent(1, bad))) << bad;
   }
-  for (const double bad : {1.0000000001, -2.0, infinity, nan})
+  for (const double bad : {1.0000000001, -2.0, kInfinity, kNaN})
     EXPECT_TRUE(std::isnan(ArcCosine(bad))) << bad;
 }
 

@@ -14,7 +14,9 @@ worktree = sys.argv[1]
 ALIASES = {"cl_lines.cpp": "cl/lines.cpp", "cl_reader.cpp": "cl/reader.cpp",
            "cl_words.cpp": "cl/words.cpp", "cl_writer.cpp": "cl/writer.cpp",
            "machine_json.cpp": "machine/json.cpp", "machine_values.cpp": "machine/values.cpp",
-           "samples_rotary.cpp": "samples/rotary.cpp"}
+           "samples_rotary.cpp": "samples/rotary.cpp", "limit_keeper.cpp": "pole_limits.cpp",
+           "interpolation.cpp": "five_axis_interpolation.cpp",
+           "interpolation.h": "five_axis_interpolation.h", "blending.cpp": "pole_blending.cpp"}
 entries, errors, path, lines, counts, skipped = [], [], None, [], {}, 0
 for number, raw in enumerate(open(sys.argv[2] if len(sys.argv) > 2 else
                                   os.path.join(HERE, "mutants.src")), 1):

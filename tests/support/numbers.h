@@ -1,11 +1,16 @@
-// Whole objects as flat lists of numbers, so that one comparison sees every field.
+// What is no number, and whole objects as flat lists of numbers, so that one comparison sees every
+// field.
 #pragma once
 
 #include <tests/support/points.h>
 
+#include <limits>
 #include <vector>
 
 namespace tests {
+
+inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 using Numbers = std::vector<double>;
 

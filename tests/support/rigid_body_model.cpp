@@ -32,59 +32,25 @@ double Cosine(const Vector& a, const Vector& b) {
   return (a[0] * b[0] + a[1] * b[1] + a[2] * b[2]) / (Norm(a) * Norm(b));
 }
 
-Pose LinearMachine::At(const Vector& slides) const {
-  Vector nose{};
-  for (int i = 0; i < 3; ++i) nose = Add(nose, Times(axes[i], slides[i]));
+namespace {
+
+Motion Ride(const std::vector<Machine::RotaryAxis>& axes, const std::vector<double>& degs) {
+  Motion motion;
+  for (const Machine::RotaryAxis& axis : axes)
+    motion = motion * axis.joint.At(degs.at(axis.angle) - axis.standsAt);
+  return motion;
+}
+
+}  // namespace
+
+Pose Machine::At(const Vector& slides, const std::vector<double>& degs) const {
+  Vector nose = Times(slidesOffNose, -1);
+  for (std::size_t i = 0; i < 3; ++i) nose = Add(nose, Times(axes[i], slides[i]));
+  const Motion tool = Ride(heads, degs);  // in the carriage's frame: the nose is its origin
+  const Motion back = Ride(tables, degs).Inverse();
   const Vector up = Unit(spindle);
-  return {Subtract(Subtract(nose, Times(up, toolLength)), partOrigin), up};
-}
-
-Pose RotaryMachine::At(const Vector& slides, double firstDeg, double secondDeg) const {
-  Vector carriage{};
-  for (int i = 0; i < 3; ++i) carriage = Add(carriage, Times(linear.axes[i], slides[i]));
-  Motion part;  // of what stands on the table
-  Motion tool;  // of what hangs in the head, in the carriage's frame: the nose is its origin
-  switch (layout) {
-    case Layout::kTables:  // the part rides on the first table, which rides on the second
-      part = second.At(secondDeg) * first.At(firstDeg);
-      break;
-    case Layout::kTableAndHead:
-      part = first.At(firstDeg);
-      tool = second.At(secondDeg);
-      break;
-    case Layout::kHeads:  // the tool hangs in the second head, which hangs in the first
-      tool = Joint{first.direction, Add(first.pivot, second.pivot)}.At(firstDeg) *
-             second.At(secondDeg);
-      break;
-  }
-  const Vector up = Unit(linear.spindle);
-  const double reach = slidesTellTip ? 0 : linear.toolLength;
-  const Vector tip = Add(carriage, tool.Point(Times(up, -reach)));
-  const Motion back = part.Inverse();
-  return {Subtract(back.Point(tip), linear.partOrigin), back.Direction(tool.Direction(up))};
-}
-
-Pose ThirdAxisMachine::At(const Vector& slides, double firstDeg, double secondDeg,
-                          double thirdDeg) const {
-  const Pose pose = rotary.At(slides, firstDeg, secondDeg);
-  const Motion back = third.At(thirdDeg - thirdStands).Inverse();
-  const Vector& origin = rotary.linear.partOrigin;
-  return {Subtract(back.Point(Add(pose.tip, origin)), origin), back.Direction(pose.axis)};
-}
-
-Pose OneTurnMachine::At(const Vector& slides, double deg) const {
-  Vector carriage{};
-  for (int i = 0; i < 3; ++i) carriage = Add(carriage, Times(linear.axes[i], slides[i]));
-  const Vector up = Unit(linear.spindle);
-  if (turnsTool) {
-    const Vector axis = Quaternion::OfTurn(joint.direction, deg).Turn(up);
-    const Vector middle = Subtract(carriage, joint.pivot);
-    const Vector tip = Subtract(middle, Times(axis, linear.toolLength));
-    return {Subtract(tip, linear.partOrigin), axis};
-  }
-  const Motion back = joint.At(deg).Inverse();
-  const Vector tip = Subtract(carriage, Times(up, linear.toolLength));
-  return {Subtract(back.Point(tip), linear.partOrigin), back.Direction(up)};
+  const Vector tip = Add(nose, tool.Point(Times(up, slidesTellTip ? 0 : -toolLength)));
+  return {Subtract(back.Point(tip), partOrigin), back.Direction(tool.Direction(up))};
 }
 
 Quaternion Quaternion::OfTurn(const Vector& direction, double deg) {

@@ -4,6 +4,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <type_traits>
+#include <vector>
 
 namespace tests::rigid {
 
@@ -23,17 +26,6 @@ struct Pose {
 };
 
 double Cosine(const Vector& a, const Vector& b);
-
-/// The linear axes carry the spindle along their directions; the part stands at its origin.
-struct LinearMachine {
-  std::array<Vector, 3> axes{Vector{1, 0, 0}, Vector{0, 1, 0}, Vector{0, 0, 1}};
-  Vector spindle{0, 0, 1};
-  Vector partOrigin{};
-  double toolLength = 0;
-
-  /// The pose in a frame at the part's origin with the machine's directions, for slide positions.
-  Pose At(const Vector& slides) const;
-};
 
 /// A unit quaternion: w + (x, y, z).
 struct Quaternion {
@@ -71,43 +63,34 @@ struct Joint {
   Motion At(double deg) const;
 };
 
-/// Linear axes and two rotary ones. The slides carry the head; the table stands in the machine.
-struct RotaryMachine {
-  enum class Layout { kTables, kHeads, kTableAndHead };
+/// Linear axes and any rotary ones. The slides carry the head; the table stands in the machine.
+struct Machine {
+  struct RotaryAxis {
+    /// A table's pivot is a place in the machine; a head's is measured from the nose, both with all
+    /// angles at zero.
+    Joint joint;
+    std::size_t angle = 0;  // which of the angles is its own
+    double standsAt = 0;    // the angle at which it turns nothing
+  };
 
-  Layout layout = Layout::kTables;
-  LinearMachine linear;
-  /// A table's pivot is a place in the machine; a head's second pivot is told from the nose, its
-  /// first from the second, both with all angles at zero.
-  Joint first;
-  Joint second;
-  /// Slide positions tell where the nose stands, or where the tip does.
+  std::array<Vector, 3> axes{Vector{1, 0, 0}, Vector{0, 1, 0}, Vector{0, 0, 1}};
+  Vector spindle{0, 0, 1};
+  Vector partOrigin{};
+  double toolLength = 0;
+  /// Each rides on the one before it: the part on the last table, the tool in the last head.
+  std::vector<RotaryAxis> tables{};
+  std::vector<RotaryAxis> heads{};
+  /// The slide positions are those of the nose, of a place this far off it, or of the tip, wherever
+  /// the tool has turned.
+  Vector slidesOffNose{};
   bool slidesTellTip = false;
 
   /// The pose in the part's own frame, wherever table and head have taken part and tool.
-  Pose At(const Vector& slides, double firstDeg, double secondDeg) const;
+  Pose At(const Vector& slides, const std::vector<double>& degs) const;
+  template <class... Degrees>
+  requires(std::is_arithmetic_v<Degrees>&&...) Pose At(const Vector& slides, Degrees... degs)
+  const { return At(slides, std::vector<double>{static_cast<double>(degs)...}); }
 };
-
-/// Two rotary axes as above and a third under the part, which rides on it. The machine is described
-/// as it stands with the third axis at `thirdStands` degrees: there it changes nothing.
-struct ThirdAxisMachine {
-  RotaryMachine rotary;
-  Joint third;
-  double thirdStands = 0;
-
-  Pose At(const Vector& slides, double firstDeg, double secondDeg, double thirdDeg) const;
-};
-
-/// Linear axes and one rotary one, on the table or in the head. The slides carry the head.
-struct OneTurnMachine {
-  LinearMachine linear;
-  /// A table's pivot is a place in the machine. A head's is how far the slides' reference lies from
-  /// the middle of the joint, which stays where it is on the carriage.
-  Joint joint;
-  bool turnsTool = false;
-
-  /// The pose in the part's own frame, wherever table and head have taken part and tool.
-  Pose At(const Vector& slides, double deg) const;
-};
+using LinearMachine = Machine;
 
 }  // namespace tests::rigid

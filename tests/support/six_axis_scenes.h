@@ -31,9 +31,13 @@ struct SixAxisScene : FiveAxisScene {
     return {MachDef(), control, par, origin, toolLength};
   }
 
-  rigid::ThirdAxisMachine SixAxisModel() const {
-    return {Model(), {ToVector(third), ToVector(thirdPivot)}, thirdAngle};
+  /// The part rides on the third axis, which rides on the tables.
+  rigid::Machine SixAxisModel() const {
+    rigid::Machine model = Model();
+    model.tables.push_back({{ToVector(third), ToVector(thirdPivot)}, 2, thirdAngle});
+    return model;
   }
+  double Size() const { return FiveAxisScene::Size() + thirdPivot.Length(); }
 };
 
 /// RandomScene with a third axis. Kind 0 can't be told by flags.

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <kandrel/cadcam/cnc_move.h>
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/cadcam/tp_section.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/units_factory.h>
 #include <sys/stat.h>

@@ -35,7 +35,7 @@ struct ClOptions {
 ///
 /// 1. A feed in the other unit system (FEDRAT/10,IPM in a metric text) is converted.
 /// 2. A feed per revolution fails: there is no spindle speed to convert it with.
-/// 3. Feed moves before any FEDRAT are taken, with the feed 0; feedlessCount tells.
+/// 3. Feed moves before any FEDRAT are taken, with the feed 0, and counted in feedlessCount.
 /// 4. UNITS may repeat, but must not change after the first move.
 /// 5. Sections that the text begins itself ($$ CONTOUR, $$ LINK n) take all moves up to the next
 ///    one, rapid or not; elsewhere each run of rapid moves is a link and of others a contour.

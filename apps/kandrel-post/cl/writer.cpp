@@ -2,6 +2,7 @@
 
 #include <kandrel/cadcam/cnc_move.h>
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/cadcam/tp_section.h>
 #include <kandrel/misc/units_factory.h>
 
 #include <algorithm>

@@ -9,6 +9,7 @@
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <unistd.h>
@@ -21,9 +22,9 @@
 
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
+#include "kandrel-post/commands/hopeless_steps.h"
 #include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/commands/report.h"
-#include "kandrel-post/host/memory_limit.h"
 #include "kandrel-post/host/progress.h"
 #include "kandrel-post/machine/argument.h"
 #include "kandrel-post/machine/machine.h"
@@ -101,8 +102,8 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std:
   return walked;
 }
 
-// Whatever the machine: moves with their extended blocks.
-PostOutcome PostAny(const Job& job, OutputFolder& folder, Progress& progress) {
+// Moves with their extended blocks, by the façade, whatever the class of the machine.
+PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progress) {
   const misc::zvAutoPointer<post::zvMachDef> machDef = job.machine.builder.GetMachDef();
   zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
                       job.options.toolLength);
@@ -128,7 +129,7 @@ PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) 
 }
 
 PostOutcome Post(const Job& job, OutputFolder& folder, Progress& progress) {
-  if (!job.options.small) return PostAny(job, folder, progress);
+  if (!job.options.small) return PostExtended(job, folder, progress);
   switch (AxisCount(job.machine)) {
     case 3:
       return PostSmall<zvPosted3axTPCreator>(job, folder, progress);
@@ -179,7 +180,7 @@ void RunPost(const PostOptions& options) {
   Report report = MakeReport(job, outcome);
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   report.secondsTaken = taken.count();
-  // Told before the files get their names: a job whose summary can't be written leaves none.
+  // Printed before the files get their names: a job whose summary can't be written leaves none.
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(FormatReport(report, machine, program, outcome.walked.statistics));
   out.Flush();

@@ -112,7 +112,7 @@ std::string AxisTable(const Report& report, const MachineValues& values,
                  "limit from", "to");
   for (std::size_t i = 0; i < limits.size() && posted.GetCount() != 0; ++i) {
     const PostedStatistics::Range& range = posted.GetRange(i);
-    // A wrapped angle doesn't tell where the axis stands.
+    // A wrapped angle doesn't show where the axis stands.
     const bool comparable = i < 3 || !report.wrapped[i - 3];
     const double slack = i < 3 ? 0 : report.rotarySlackDeg;
     const bool outside =

@@ -16,7 +16,7 @@
 
 namespace kandrel_post {
 
-/// Collects what the summary tells about the posted moves, in one walk beside the writers.
+/// Collects what the summary says about the posted moves, in one walk beside the writers.
 class PostedStatistics {
  public:
   struct Range {
@@ -31,7 +31,7 @@ class PostedStatistics {
 
   std::uint64_t GetCount() const noexcept { return m_count; }
   std::uint64_t GetRapidCount() const noexcept { return m_rapidCount; }
-  /// Moves that the kernel made; told only by moves with an extended block.
+  /// Moves that the kernel made; only moves with an extended block say so, others count as none.
   std::uint64_t GetInsertedCount() const noexcept { return m_insertedCount; }
   double GetSeconds() const noexcept { return m_seconds; }
   /// Of X, Y, Z and the rotary axes; meaningless before the first Add.
@@ -55,7 +55,7 @@ struct Report {
   std::string toolPathFile;
   std::vector<std::string> outputFiles;
   bool aligned = false;          ///< the toolpath was turned onto the machine
-  bool small = false;            ///< posted moves don't tell whether they are inserted
+  bool small = false;            ///< posted moves don't say whether they are inserted
   post::zvPostingCounts counts;  ///< of rotary axes; a machine without any has none
   std::uint64_t polesCrossed = 0;
   double rotarySlackDeg = 0;      ///< by which angles may pass their limits

@@ -22,7 +22,7 @@ class Progress {
     m_fraction = -1;
     m_stage = name;
   }
-  /// 0 to 1; a stage that never tells is shown by name alone.
+  /// 0 to 1; a stage that never calls it is shown by name alone.
   void Fraction(double fraction) { m_fraction = fraction; }
 
   /// Removes the line; nothing is shown from here on.

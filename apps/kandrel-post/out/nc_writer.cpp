@@ -88,7 +88,7 @@ void NcWriter::Write(const PostedRow& row) {
   }
 
   const bool feedMove = !row.move.IsRapid();
-  if (feedMove && !(row.move.GetFeed() > 0) && !std::exchange(m_toldNoFeed, true))
+  if (feedMove && !(row.move.GetFeed() > 0) && !std::exchange(m_notedNoFeed, true))
     m_sink.Put(Comment("NO FEED WAS GIVEN FOR THE FEED MOVES FROM HERE ON"));
   BeginBlock();
   if (feedMove && turns != m_inverseTime) {

@@ -66,7 +66,7 @@ class NcWriter {
   int m_motion = -1;  // 0 and 1: G0 and G1 in force
   bool m_inverseTime = false;
   double m_feed = 0;  // F in force, 0 for none
-  bool m_toldNoFeed = false;
+  bool m_notedNoFeed = false;
 };
 
 }  // namespace kandrel_post

@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/cnc_move.h>
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
+#include <kandrel/cadcam/tp_section.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/units_factory.h>
@@ -14,7 +15,7 @@
 
 namespace kandrel_post {
 
-/// A tool, along z until told otherwise, that stands somewhere and is moved. Coordinates are
+/// A tool that stands somewhere and is moved; its axis is z until SetAxis. Coordinates are
 /// rounded to a step of `stepsPerUnit`, the tool axis to 1e-9, as a CAM system writes them, so that
 /// the text is the same whatever mathematics library made it.
 class SamplePath {

@@ -16,7 +16,7 @@
 ///
 /// They throw zvPostException 5043 "Wrong static method called." for a creator of another of the
 /// four classes, 2503 for one of instance type 0, and "Accessing NULL pointer" for a null pointer.
-/// The instance type alone decides: one that is none of 0 to 4 passes every cast, deliberately, so
+/// The instance type alone decides: one that is none of 0 to 4 passes every cast, so
 /// that whoever derives a creator of a type of its own answers for the cast.
 class KANDREL_API zvPostedTPCreatorCaster {
  public:

@@ -3,19 +3,18 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
-#include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/creators/creator_of.h>
 #include <kandrel/post/geometry/five_axis_solver.h>
-#include <kandrel/post/geometry/solution_choice.h>
 #include <kandrel/post/geometry/transformation3d.h>
+#include <kandrel/post/model/limit_type.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mirror_angle.h>
-#include <kandrel/post/model/posted_list.h>
+#include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/passes/angle_jumps.h>
-#include <kandrel/post/passes/five_axis_limits.h>
-#include <kandrel/post/passes/path_reader.h>
+#include <kandrel/post/passes/standing_axes.h>
 
-#include <cstdint>
 #include <utility>
 
 /// Solves each orientation for the rotary axes, steps through poles, interpolates, keeps angles
@@ -33,56 +32,24 @@
 ///    maxAngleJump is 180 or more.
 /// 5. Rotary limits are kept in three attempts: by a shift or a rewinding; from the other first
 ///    solution; and from the own one again, with each axis' range measured for itself, and
-///    limitTolerance for an axis that can't be rewound (record 17). The parameters'
+///    limitTolerance for an axis that can't be rewound. The parameters'
 ///    firstMoveSolutionIndex, in the creator's own copy, stays as the second attempt turned it for
 ///    later postings, also when all fail; the third, when it succeeds, leaves it as it was.
 /// 6. Linear limits are checked on the list that the first attempt has left, so that the lifts and
 ///    turns of its rewindings are checked, and in the third attempt too. In the second they are
 ///    checked before its rewinding, whose lifts and turns are not.
-class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
+/// 7. SetMachDef changes the machine of checks, retractions and rewindings.
+class KANDREL_API zvPosted5axTPCreator
+    : public zvCreatorOf<zvPosted5axTPCreator, post::zv5axMachDef, post::zvPosted5axMove,
+                         post::zv5axMoveSolver> {
  public:
-  using Move = post::zvPosted5axMove;
-  using List = post::zvPostedList<Move>::List;
-  using ListPointer = misc::zvAutoPointer<List>;
   using Types = post::zvPostedMove::Types;
 
-  /// Throws zvcadcamException 2189 for a direction that is exactly zero, zvPostException 5039 for
-  /// directions and pivots that are infinite or NaN; the second form also 5043 for a machine of
-  /// another class and "Accessing NULL pointer" for a null pointer.
-  zvPosted5axTPCreator(const post::zv5axMachDef& machDef, const post::zv5axControlDef& control,
-                       const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
-                       double toolLengthCompensation);
-  zvPosted5axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
-                       const post::zv5axControlDef& control, const post::zvKDRParam& par,
-                       const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
-  /// No temporaries: control, parameters and part origin are referred to.
-  template <class MachDef>
-  zvPosted5axTPCreator(const MachDef&, const post::zv5axControlDef&&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted5axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted5axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&&, double) = delete;
+  using zvCreatorOf::zvCreatorOf;
   /// Starts with no posted list.
-  zvPosted5axTPCreator(const zvPosted5axTPCreator& other);
-  /// Empties the posted list, also for whoever shares it.
+  zvPosted5axTPCreator(const zvPosted5axTPCreator& other) = default;
   ~zvPosted5axTPCreator() override;
 
-  /// Changes the machine of checks, retractions and rewindings; the solutions stay with the machine
-  /// of the constructor, deliberately. Throws as the constructors do.
-  void SetMachDef(const post::zv5axMachDef& machDef);
-  void SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef);
-  const post::zv5axMachDef& GetMachDef() const noexcept { return m_machDef; }
-  misc::zvAutoPointer<post::zvMachDef> GetMachDefPtr() const override;
-
-  /// The result of the last Post; null before the first.
-  const ListPointer& GetPostedList() const noexcept { return m_posted.Get(); }
-  ListPointer& GetPostedList() noexcept { return m_posted.Get(); }
-  /// Empties the present list and starts a new one with copies of the moves of `list`.
-  void SetPostedList(const ListPointer& list) { m_posted.Set(list); }
-  void ClearPostedList() override { m_posted.Clear(); }
   /// What the last Post did.
   const post::zvPostingCounts& GetCounts() const noexcept { return m_counts; }
 
@@ -98,7 +65,6 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   /// and for rotary axes less than 1e-3 rad off parallel; "Accessing NULL pointer" for a null in
   /// the toolpath. Linear in the number of posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 
   /// A single move in both solutions, without limits; with extended blocks. Throws as Post does for
   /// the move itself.
@@ -106,9 +72,10 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   post::zvSolutionPair PostMove2(const cadcam::zvMovePointer& move, Types type) const;
   /// Both solutions with angles brought into their ranges and wrapped for the control; null for one
   /// that breaks the limits of limitsCheck. A rotary angle keeps its limit as it is or as it is
-  /// wrapped, with the slack of poleAngleTolerance, and both axes are wrapped by the control's
-  /// limit of the first: deliberate. Throws the limit of the mirror solution when both break
-  /// limits, 5046 for an unknown limitsCheck.
+  /// wrapped, with the slack of poleAngleTolerance, so that none is refused for how its control
+  /// counts turns. Both axes are wrapped by the control's limit of the first; that of the second
+  /// says only whether it is wrapped: see post::AsWritten. Throws the limit of the mirror solution
+  /// when both break limits, 5046 for an unknown limitsCheck.
   std::pair<misc::zvAutoPointer<Move>, misc::zvAutoPointer<Move>> PostMoveWithinMachLimits(
       const cadcam::zvMovePointer& move, Types type) const;
 
@@ -118,33 +85,35 @@ class KANDREL_API zvPosted5axTPCreator : public zvPostedTPCreator {
   Move SelectPostedMoveFirstTime(const post::zvSolutionPair& pair) const;
 
  private:
-  bool PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  bool PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  bool IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const;
-  struct FixedAxes;
-  FixedAxes FixAxes(const cadcam::zvCNCMove& first) const;
-  void CreatePostedTP(const cadcam::zvToolPath& toolpath, const FixedAxes& axes, bool smallMoves);
-  void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void FixFirstMoves();
-  bool GetFirstDeterminedPostedMoveAndFixAngles(Move& determined);
-  bool SelectFirst(const post::zvRotarySolutions& solutions) const;
-  void RepairAngles();
-  void BlendingInterpolation();
-  void DivideLargeSteps(double largestStep);
-  post::zvJumpRules JumpRules() const;
-  void CheckLimits(const cadcam::zvToolPath& toolpath, bool is3ax, bool smallMoves);
-  post::zvLimitChecker Checker(post::zvLowerBounds lowerBounds = post::zvLowerBounds::kShared);
-  void CheckLinearLimits();
-  void KeepRotaryLimits(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear);
-  bool PostsWithOwnBounds(const cadcam::zvToolPath& toolpath, bool smallMoves, bool checksLinear,
-                          post::zvKDRParam::SolutionIndex own);
-  bool IsOutAfterRewind(bool smallMoves, post::zvLowerBounds lowerBounds, post::zvLimitType& limit,
-                        bool checksLinear = false);
-  post::zvSolutionPair SolveMove(const cadcam::zvMovePointer& move, Types type) const;
+  friend zvCreatorOf;
+  static constexpr InstanceType kInstance = instance5ax;
+  static const post::zv5axMachDef& AsOwnClass(const post::zvMachDef& machDef);
+  static post::zv5axMoveSolver MakeSolver(const post::zv5axMachDef& machDef,
+                                          const post::zvKDRParam& par,
+                                          const cadcam::zvTPoint3d<double>& partOrigin,
+                                          double toolLengthCompensation);
 
-  post::zv5axMachDef m_machDef;
-  post::zv5axMoveSolver m_solver;
-  post::zvPostedList<Move> m_posted;
-  post::zvPostingCounts m_counts;
-  bool m_mayHavePoles = false;
+  /// At rotary limits: the posting as it is asked for, and two more while they aren't kept.
+  enum class Attempt { kOwnSolution, kOtherSolution, kOwnBounds };
+  template <class Passes>
+  void PostInAttempts(const Passes& passes);
+  template <class Passes>
+  bool KeepsOwnBounds(const Passes& passes, post::zvKDRParam::SolutionIndex own);
+
+  void RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  bool BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void SettleFirstMoves();
+  void BlendPoles();
+  post::zvJumpRules JumpRules() const;
+  void MakeJumps(double largestStep, bool smallMoves);
+  void DivideLargeSteps(double largestStep);
+  post::zvLimitType KeepRotaryLimits(Attempt attempt, bool smallMoves);
+
+  void RequireFinitePreferredAngle() const;
+  bool IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const;
+  void PostStanding(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void CreatePostedTP(const cadcam::zvToolPath& toolpath, const post::zvStandingAxes& axes,
+                      const misc::zvAutoPointer<post::zvTransformation3d>& transformation,
+                      bool smallMoves);
+  post::zvSolutionPair SolveMove(const cadcam::zvMovePointer& move, Types type) const;
 };

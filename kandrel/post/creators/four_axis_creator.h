@@ -3,12 +3,13 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
-#include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/creators/creator_of.h>
 #include <kandrel/post/geometry/four_axis_move_maker.h>
+#include <kandrel/post/model/limit_type.h>
 #include <kandrel/post/model/mach_def.h>
-#include <kandrel/post/model/posted_list.h>
+#include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_counts.h>
-#include <kandrel/post/passes/limit_checker.h>
+#include <kandrel/post/model/posting_parameters.h>
 
 #include <utility>
 
@@ -18,53 +19,23 @@
 /// 1. Orientations must lie on the cone that the spindle sweeps about the rotary axis, which may
 ///    have any opening; one less than 1e-6 rad off it is solved as the one on it of the same turn.
 /// 2. Angles of the list run on past a turn; the control's wrapping is the last step of a posting.
-/// 3. Limits are checked as told by limitsCheck before that. Linear limits are checked before a
-///    rewinding: the lifts and turns of rewindings are not checked.
-/// 4. alignToolpath turns the machine's axis onto the toolpath's and not the reverse, deliberately:
-///    see post::AlignToRotaryAxis.
-class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
+/// 3. Limits are checked as limitsCheck asks before that. Linear limits are checked before a
+///    rewinding: the lifts and turns of rewindings are not checked. Shifts and rewindings belong to
+///    the check of all axes; with checkRotaryAxes what is out is reported as it is.
+/// 4. alignToolpath turns the machine's axis onto the toolpath's and not the reverse: see
+///    post::AlignToRotaryAxis. A toolpath that needs no alignment leaves the matrix of an earlier
+///    run in force, so that one which the caller has set isn't lost.
+/// 5. SetMachDef changes the machine of checks, alignment and rewindings; retractions around jumps
+///    stay with the machine of the constructor, as they start from positions solved with it.
+class KANDREL_API zvPosted4axTPCreator
+    : public zvCreatorOf<zvPosted4axTPCreator, post::zv4axMachDef, post::zvPosted4axMove,
+                         post::zvPosted4axMoveMaker> {
  public:
-  using Move = post::zvPosted4axMove;
-  using List = post::zvPostedList<Move>::List;
-  using ListPointer = misc::zvAutoPointer<List>;
-
-  /// Throws zvcadcamException 2189 for a direction that is exactly zero, zvPostException 5039 for
-  /// directions and pivots that are infinite or NaN; the second form also 5043 for a machine of
-  /// another class and "Accessing NULL pointer" for a null pointer.
-  zvPosted4axTPCreator(const post::zv4axMachDef& machDef, const post::zv5axControlDef& control,
-                       const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
-                       double toolLengthCompensation);
-  zvPosted4axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
-                       const post::zv5axControlDef& control, const post::zvKDRParam& par,
-                       const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
-  /// No temporaries: control, parameters and part origin are referred to.
-  template <class MachDef>
-  zvPosted4axTPCreator(const MachDef&, const post::zv5axControlDef&&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted4axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted4axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&&, double) = delete;
+  using zvCreatorOf::zvCreatorOf;
   /// Starts with no posted list.
-  zvPosted4axTPCreator(const zvPosted4axTPCreator& other);
-  /// Empties the posted list, also for whoever shares it.
+  zvPosted4axTPCreator(const zvPosted4axTPCreator& other) = default;
   ~zvPosted4axTPCreator() override;
 
-  /// Changes the machine of checks, alignment and rewindings; solutions and the retractions around
-  /// jumps stay with the machine of the constructor, deliberately. Throws as the constructors do.
-  void SetMachDef(const post::zv4axMachDef& machDef);
-  void SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef);
-  const post::zv4axMachDef& GetMachDef() const noexcept { return m_machDef; }
-  misc::zvAutoPointer<post::zvMachDef> GetMachDefPtr() const override;
-
-  /// The result of the last Post; null before the first.
-  const ListPointer& GetPostedList() const noexcept { return m_posted.Get(); }
-  ListPointer& GetPostedList() noexcept { return m_posted.Get(); }
-  /// Empties the present list and starts a new one with copies of the moves of `list`.
-  void SetPostedList(const ListPointer& list) { m_posted.Set(list); }
-  void ClearPostedList() override { m_posted.Clear(); }
   /// What the last Post did; there are no poles to blend.
   const post::zvPostingCounts& GetCounts() const noexcept { return m_counts; }
 
@@ -81,7 +52,6 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
   /// orientation, for an alignment that has no axis, and between orientations exactly opposite;
   /// "Accessing NULL pointer" for a null in the toolpath. Linear in the number of posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 
   /// A single move with an extended block, without limits and without a check that its orientation
   /// can be reached; aligned where a matrix is set. Throws zvPostException 5039 as Post does, 2503
@@ -96,21 +66,19 @@ class KANDREL_API zvPosted4axTPCreator : public zvPostedTPCreator {
       const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
 
  private:
-  void PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void AlignToolpath(const cadcam::zvToolPath& toolpath);
-  void CheckToolPath(const cadcam::zvToolPath& toolpath) const;
-  void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void BuildPostedMovesInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void FixAnglesIfIsPossible();
-  void RepairAngles(bool smallMoves);
-  void CheckLimits(bool smallMoves);
-  using Limits = post::zvListLimits<Move>;
-  void KeepRotaryLimits(Limits& limits, bool smallMoves);
-  Move SolveMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
+  friend zvCreatorOf;
+  static constexpr InstanceType kInstance = instance4ax;
+  static const post::zv4axMachDef& AsOwnClass(const post::zvMachDef& machDef);
+  static post::zvPosted4axMoveMaker MakeSolver(const post::zv4axMachDef& machDef,
+                                               const post::zvKDRParam& par,
+                                               const cadcam::zvTPoint3d<double>& partOrigin,
+                                               double toolLengthCompensation);
 
-  post::zv4axMachDef m_machDef;
-  post::zvPosted4axMoveMaker m_maker;
-  post::zvPostedList<Move> m_posted;
-  post::zvPostingCounts m_counts;
+  void AlignToolpath(const cadcam::zvToolPath& toolpath);
+  void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void MakeJumps(double largestStep, bool smallMoves);
+  post::zvLimitType KeepRotaryLimits(bool smallMoves);
+  void Rewind(bool smallMoves);
+  Move SolveMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
 };

@@ -1,4 +1,5 @@
 #include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/control_limits.h>
 
@@ -43,7 +44,7 @@ void zvPostedTPCreator::BuildMoves(const cadcam::zvToolPath& toolpath,
 }
 
 void zvPostedTPCreator::CheckMoves(const cadcam::zvToolPath& toolpath) const {
-  static_cast<void>(toolpath.GetMoveCount());  // a null above the moves is told first
+  static_cast<void>(toolpath.GetMoveCount());  // a null above the moves is reported first
   post::ForEachMove(toolpath, m_alignMatrix, [](const cadcam::zvCNCMove&, zvPostedMove::Types) {});
 }
 
@@ -76,14 +77,7 @@ void zvPostedTPCreator::CheckUnits(const post::zvMachDef& machDef,
 }
 
 void zvPostedTPCreator::ExceedingLimit(const zvLimitType& limit) const {
-  const bool isAxis =
-      limit.limitAxis >= zvLimitType::kX && limit.limitAxis <= zvLimitType::kSecondRotary;
-  const bool isSide =
-      limit.limitSide == zvLimitType::kMinimum || limit.limitSide == zvLimitType::kMaximum;
-  if (!isAxis || !isSide) return;
-  // 5010 to 5014 for the minima of the five axes, 5015 to 5019 for the maxima.
-  throw zvPostException(static_cast<std::uint32_t>(zvPostException::kXBelowMinimum +
-                                                   limit.limitAxis + 5 * limit.limitSide));
+  post::RequireNoExcess(limit);
 }
 
 double zvPostedTPCreator::ApplyAngleLimitToRotAxis(double angle,

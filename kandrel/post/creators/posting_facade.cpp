@@ -34,7 +34,7 @@ template <class Creator>
 constexpr bool kAligns =
     std::is_same_v<Creator, zvPosted3axTPCreator> || std::is_same_v<Creator, zvPosted4axTPCreator>;
 
-// Calls `action` with the creator class that numbersOfAxes tells; the definition's own class is not
+// Calls `action` with the creator class of numbersOfAxes; the definition's own class is not
 // looked at yet.
 template <class Action>
 auto Dispatch(const zvMachDef& machDef, const Action& action) {

@@ -100,7 +100,8 @@ class KANDREL_API zvKDR5AxBase {
   std::pair<PostedMovePointer, misc::zvAutoPointer<post::zvMirrorAngle>> PostMove(
       const cadcam::zvMovePointer& move, Types type) const;
   /// PostMoveWithinMachLimits of the creator of the class: the two solutions, null where one breaks
-  /// the limits; the second is always null for 3 and 4 axes. Not aligned, deliberately.
+  /// the limits; the second is always null for 3 and 4 axes. Not aligned: whether a move is within
+  /// the limits doesn't depend on what was posted before.
   std::pair<PostedMovePointer, PostedMovePointer> PostMoveWithinMachLimits(
       const cadcam::zvMovePointer& move, Types type) const;
 

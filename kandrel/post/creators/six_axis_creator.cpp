@@ -8,42 +8,18 @@
 
 using post::zv6axMachDef;
 using post::zvPosted5axMove;
-using Point = cadcam::zvTPoint3d<double>;
-
-zvPosted6axTPCreator::zvPosted6axTPCreator(const zv6axMachDef& machDef,
-                                           const post::zv5axControlDef& control,
-                                           const post::zvKDRParam& par, const Point& partOrigin,
-                                           double toolLengthCompensation)
-    : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
-      m_machDef(post::Normalised(machDef)),
-      m_solver(post::Get5axMachDef(m_machDef), par, partOrigin, toolLengthCompensation) {
-  SetInstanceType(instance6ax);
-}
-
-zvPosted6axTPCreator::zvPosted6axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
-                                           const post::zv5axControlDef& control,
-                                           const post::zvKDRParam& par, const Point& partOrigin,
-                                           double toolLengthCompensation)
-    : zvPosted6axTPCreator(post::zvMachDefUtils::As6ax(*machDef), control, par, partOrigin,
-                           toolLengthCompensation) {}
-
-zvPosted6axTPCreator::zvPosted6axTPCreator(const zvPosted6axTPCreator& other)
-    : zvPostedTPCreator(other), m_machDef(other.m_machDef), m_solver(other.m_solver) {
-  SetInstanceType(instance6ax);
-}
 
 zvPosted6axTPCreator::~zvPosted6axTPCreator() = default;
 
-void zvPosted6axTPCreator::SetMachDef(const zv6axMachDef& machDef) {
-  m_machDef = post::Normalised(machDef);
+const zv6axMachDef& zvPosted6axTPCreator::AsOwnClass(const post::zvMachDef& machDef) {
+  return post::zvMachDefUtils::As6ax(machDef);
 }
 
-void zvPosted6axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
-  SetMachDef(post::zvMachDefUtils::As6ax(*machDef));
-}
-
-misc::zvAutoPointer<post::zvMachDef> zvPosted6axTPCreator::GetMachDefPtr() const {
-  return m_machDef.Clone();
+post::zv5axMoveSolver zvPosted6axTPCreator::MakeSolver(const zv6axMachDef& machDef,
+                                                       const post::zvKDRParam& par,
+                                                       const cadcam::zvTPoint3d<double>& partOrigin,
+                                                       double toolLengthCompensation) {
+  return {post::Get5axMachDef(post::Normalised(machDef)), par, partOrigin, toolLengthCompensation};
 }
 
 void zvPosted6axTPCreator::RequireFiniteThirdAngle() const {
@@ -70,10 +46,6 @@ zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToo
   }
   m_counts = creator.GetCounts();
   return m_posted.Get() = std::move(list);
-}
-
-void zvPosted6axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) {
-  Post(toolpath, smallMoves);
 }
 
 std::pair<zvPosted6axTPCreator::Move, post::zvMirrorAngle> zvPosted6axTPCreator::PostMove2(

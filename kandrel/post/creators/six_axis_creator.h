@@ -3,13 +3,14 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/post/creators/creator_of.h>
 #include <kandrel/post/creators/five_axis_creator.h>
-#include <kandrel/post/creators/posted_tp_creator.h>
 #include <kandrel/post/geometry/five_axis_solver.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mirror_angle.h>
-#include <kandrel/post/model/posted_list.h>
+#include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/model/posting_parameters.h>
 
 #include <utility>
 
@@ -19,60 +20,30 @@
 /// 1. The sides of the first two axes follow from the flags firstOnWorkpiece and secondOnWorkpiece,
 ///    not from fiveAxisKind: (0, 0) both in the head, (1, 1) both on the table, anything else the
 ///    first on the table and the second in the head. (0, 1), the default of zv6axMachDef, thus
-///    swaps the sides that it names, deliberately: give the axis on the table first, as (1, 0).
+///    swaps the sides that it names: of mixed sides the 5-axis solution knows one order alone. Give
+///    the axis on the table first, as (1, 0).
 /// 2. Direction, pivot and side of the third axis have no influence; its angle is on every line,
 ///    inserted ones included, and is tested against nothing but that it is a number (5039).
 /// 3. A failed Post leaves the former list as it was, unlike those of the other creators.
 /// 4. An alignment matrix has no effect here.
 /// 5. Postings don't influence each other: a first solution that a rewinding turned round is
 ///    forgotten with the run.
-class KANDREL_API zvPosted6axTPCreator : public zvPostedTPCreator {
+/// 6. The constructors throw also zvPostException 5002 for first and second directions that are
+///    equal once they are unit vectors and 5045 for a second one parallel to the spindle. From
+///    SetMachDef on, these two come from the next posting.
+/// 7. SetMachDef changes the machine of postings and the third angle; PostMove and PostMove2 solve
+///    with the machine of the constructor.
+class KANDREL_API zvPosted6axTPCreator
+    : public zvCreatorOf<zvPosted6axTPCreator, post::zv6axMachDef, post::zvPosted6axMove,
+                         post::zv5axMoveSolver> {
  public:
-  using Move = post::zvPosted6axMove;
-  using List = post::zvPostedList<Move>::List;
-  using ListPointer = misc::zvAutoPointer<List>;
   using Types = post::zvPostedMove::Types;
 
-  /// Throws zvcadcamException 2189 for a direction that is exactly zero, zvPostException 5039 for
-  /// directions and pivots of the spindle and the first two axes that are infinite or NaN; then
-  /// 5002 for first and second directions that are equal once they are unit vectors and 5045 for a
-  /// second one parallel to the spindle. The second form also throws 5043 for a machine of another
-  /// class and "Accessing NULL pointer" for a null pointer.
-  zvPosted6axTPCreator(const post::zv6axMachDef& machDef, const post::zv5axControlDef& control,
-                       const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
-                       double toolLengthCompensation);
-  zvPosted6axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
-                       const post::zv5axControlDef& control, const post::zvKDRParam& par,
-                       const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
-  /// No temporaries: control, parameters and part origin are referred to.
-  template <class MachDef>
-  zvPosted6axTPCreator(const MachDef&, const post::zv5axControlDef&&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted6axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted6axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&&, double) = delete;
+  using zvCreatorOf::zvCreatorOf;
   /// Starts with no posted list.
-  zvPosted6axTPCreator(const zvPosted6axTPCreator& other);
-  /// Empties the posted list, also for whoever shares it.
+  zvPosted6axTPCreator(const zvPosted6axTPCreator& other) = default;
   ~zvPosted6axTPCreator() override;
 
-  /// Changes the machine of postings and the third angle; PostMove and PostMove2 solve with the
-  /// machine of the constructor, deliberately. Throws 2189 and 5039 as the constructors do, and the
-  /// second form 5043 and for a null pointer; 5002 and 5045 come from the next posting.
-  void SetMachDef(const post::zv6axMachDef& machDef);
-  void SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef);
-  const post::zv6axMachDef& GetMachDef() const noexcept { return m_machDef; }
-  misc::zvAutoPointer<post::zvMachDef> GetMachDefPtr() const override;
-
-  /// The result of the last Post that did not fail; null before the first.
-  const ListPointer& GetPostedList() const noexcept { return m_posted.Get(); }
-  ListPointer& GetPostedList() noexcept { return m_posted.Get(); }
-  /// Empties the present list and starts a new one with copies of the moves of `list`.
-  void SetPostedList(const ListPointer& list) { m_posted.Set(list); }
-  void ClearPostedList() override { m_posted.Clear(); }
   /// What the last Post did; all zero after one that failed.
   const post::zvPostingCounts& GetCounts() const noexcept { return m_counts; }
 
@@ -80,7 +51,6 @@ class KANDREL_API zvPosted6axTPCreator : public zvPostedTPCreator {
   /// throws. Each move of the 5-axis run is let go when its line is made, so that the two lists are
   /// never both whole in memory; a former list stays until the run has succeeded.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 
   /// A single move in both solutions, without limits; with extended blocks. Reads the parameters
   /// that the constructor was given. Throws as Post does for the move itself.
@@ -92,11 +62,14 @@ class KANDREL_API zvPosted6axTPCreator : public zvPostedTPCreator {
       const cadcam::zvMovePointer& move, Types type) const;
 
  private:
+  friend zvCreatorOf;
+  static constexpr InstanceType kInstance = instance6ax;
+  static const post::zv6axMachDef& AsOwnClass(const post::zvMachDef& machDef);
+  static post::zv5axMoveSolver MakeSolver(const post::zv6axMachDef& machDef,
+                                          const post::zvKDRParam& par,
+                                          const cadcam::zvTPoint3d<double>& partOrigin,
+                                          double toolLengthCompensation);
+
   zvPosted5axTPCreator FiveAxisCreator() const;
   void RequireFiniteThirdAngle() const;
-
-  post::zv6axMachDef m_machDef;
-  post::zv5axMoveSolver m_solver;
-  post::zvPostedList<Move> m_posted;
-  post::zvPostingCounts m_counts;
 };

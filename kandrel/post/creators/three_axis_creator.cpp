@@ -17,67 +17,36 @@ using post::zvKDRParam;
 using post::zvPostedMove;
 using post::zvPostException;
 
-zvPosted3axTPCreator::zvPosted3axTPCreator(const post::zv3axMachDef& machDef,
-                                           const post::zv5axControlDef& control,
-                                           const zvKDRParam& par,
-                                           const cadcam::zvTPoint3d<double>& partOrigin,
-                                           double toolLengthCompensation)
-    : zvPostedTPCreator(control, par, partOrigin, toolLengthCompensation),
-      m_machDef(machDef),
-      m_maker(machDef, partOrigin, toolLengthCompensation) {
-  m_machDef.Normalize();
-  SetInstanceType(instance3ax);
-}
-
-zvPosted3axTPCreator::zvPosted3axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
-                                           const post::zv5axControlDef& control,
-                                           const zvKDRParam& par,
-                                           const cadcam::zvTPoint3d<double>& partOrigin,
-                                           double toolLengthCompensation)
-    : zvPosted3axTPCreator(post::zvMachDefUtils::As3ax(*machDef), control, par, partOrigin,
-                           toolLengthCompensation) {}
-
-zvPosted3axTPCreator::zvPosted3axTPCreator(const zvPosted3axTPCreator& other)
-    : zvPostedTPCreator(other), m_machDef(other.m_machDef), m_maker(other.m_maker) {
-  SetInstanceType(instance3ax);
-}
-
 zvPosted3axTPCreator::~zvPosted3axTPCreator() = default;
 
-void zvPosted3axTPCreator::SetMachDef(const post::zv3axMachDef& machDef) {
-  m_machDef = post::Normalised(machDef);
+const post::zv3axMachDef& zvPosted3axTPCreator::AsOwnClass(const post::zvMachDef& machDef) {
+  return post::zvMachDefUtils::As3ax(machDef);
 }
 
-void zvPosted3axTPCreator::SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
-  SetMachDef(post::zvMachDefUtils::As3ax(*machDef));
-}
-
-misc::zvAutoPointer<post::zvMachDef> zvPosted3axTPCreator::GetMachDefPtr() const {
-  return m_machDef.Clone();
+post::zvPosted3axMoveMaker zvPosted3axTPCreator::MakeSolver(
+    const post::zv3axMachDef& machDef, const zvKDRParam&,
+    const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation) {
+  return {machDef, partOrigin, toolLengthCompensation};
 }
 
 misc::zvAutoPointer<post::zvTransformation3d> zvPosted3axTPCreator::GetTransfor3d() const {
-  return m_maker.GetTransformation();
+  return m_solver.GetTransformation();
 }
 
 void zvPosted3axTPCreator::SetTransfor3d(
     const misc::zvAutoPointer<post::zvTransformation3d>& transformation) {
-  m_maker.SetTransformation(transformation);
+  m_solver.SetTransformation(transformation);
 }
 
 zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
-  m_posted.Renew();
-  if (post::HasNothingToPost(toolpath)) return m_posted.Get();
-  CheckUnits(m_machDef, toolpath);
-  PostMain(toolpath, smallMoves);
-  CheckLimits();
+  if (!StartPosting(toolpath)) return m_posted.Get();
+  AlignToolpath(toolpath);
+  RequireFiniteMaker();
+  BuildPostedMoves(toolpath, smallMoves);  // with their times
+  CheckLinearLimits();
   post::RequireNumbers(*m_posted.Get(), m_sum);
   return m_posted.Get();
-}
-
-void zvPosted3axTPCreator::PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) {
-  Post(toolpath, smallMoves);
 }
 
 zvPosted3axTPCreator::Move zvPosted3axTPCreator::PostMove(const cadcam::zvMovePointer& move,
@@ -91,12 +60,13 @@ zvPosted3axTPCreator::Move zvPosted3axTPCreator::MakeMove(const cadcam::zvMovePo
                                                           zvPostedMove::Types type) const {
   RequireFiniteMaker();
   cadcam::zv5axMove aligned;
-  return m_maker.Make(post::zvMoveView(SingleMove(move, aligned)), type, 0, true, false);
+  return m_solver.Make(post::zvMoveView(SingleMove(move, aligned)), type, 0, true, false);
 }
 
 // A transformation stands for part origin and tool length, which are not read then.
 void zvPosted3axTPCreator::RequireFiniteMaker() const {
-  const misc::zvAutoPointer<post::zvTransformation3d>& transformation = m_maker.GetTransformation();
+  const misc::zvAutoPointer<post::zvTransformation3d>& transformation =
+      m_solver.GetTransformation();
   if (!transformation) return RequireFiniteSetup();
   RequireFiniteAlignment();
   bool isFinite = IsFinite(transformation->GetTranslation());
@@ -117,9 +87,7 @@ zvPosted3axTPCreator::PostMoveWithinMachLimits(const cadcam::zvMovePointer& move
   return {std::move(posted), nullptr};
 }
 
-void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves) {
-  AlignToolpath(toolpath);
-  RequireFiniteMaker();
+void zvPosted3axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   m_sum = 0;
   try {
     PostInOneWalk(toolpath, smallMoves);
@@ -127,7 +95,7 @@ void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
     throw;  // a second attempt would need as much
   } catch (const misc::zvException&) {
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
-    // which one is told, and how far the list is filled.
+    // which one is reported, and how far the list is filled.
     m_posted.Get()->Clear();
     m_sum = 0;
     PostWhole(toolpath, smallMoves);
@@ -138,7 +106,7 @@ void zvPosted3axTPCreator::PostMain(const cadcam::zvToolPath& toolpath, bool sma
 // Takes each move through all steps at once, so that moves are read from memory once and no
 // flattened toolpath is kept.
 void zvPosted3axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves) {
-  const bool checks = !m_maker.GetTransformation();
+  const bool checks = !m_solver.GetTransformation();
   // Paths for these machines repeat one orientation: it is checked once for a run of moves.
   cadcam::zvTPoint3d<double> checked;
   post::zvPathReader reader(toolpath, GetAlignMatrix());
@@ -157,7 +125,7 @@ void zvPosted3axTPCreator::PostWhole(const cadcam::zvToolPath& toolpath, bool sm
   const auto forEach = [&](const auto& take) {
     post::ForEachMove(toolpath, GetAlignMatrix(), take);
   };
-  if (!m_maker.GetTransformation())
+  if (!m_solver.GetTransformation())
     forEach([this](const cadcam::zvCNCMove& move, zvPostedMove::Types) {
       CheckOrientation(move.GetOrientation());
     });
@@ -169,7 +137,6 @@ void zvPosted3axTPCreator::PostWhole(const cadcam::zvToolPath& toolpath, bool sm
 
 void zvPosted3axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
   if (!GetPar().GetAlignToolpath()) return;
-  // A path that fits leaves the matrix of an earlier run in force, deliberately.
   if (const post::zvAlignMatrix matrix = post::AlignToSpindle(toolpath, m_machDef))
     SetAlignMatrix(matrix);
 }
@@ -185,7 +152,7 @@ void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPost
   List& list = *m_posted.Get();
   const Move* previous = list.IsEmpty() ? nullptr : &list.Back();
   const auto current = list.EmplaceWith(list.end(), [&] {
-    return m_maker.Make(move, type, static_cast<std::int32_t>(index), false, smallMoves);
+    return m_solver.Make(move, type, static_cast<std::int32_t>(index), false, smallMoves);
   });
   if (previous == nullptr) {
     post::AddNumbers(*current, m_sum);
@@ -200,7 +167,7 @@ void zvPosted3axTPCreator::AppendPostedMove(const post::zvMoveView& move, zvPost
       throw;
     }
   }
-  // Nothing moves a posted move after this, so that its time can be told at once.
+  // Nothing moves a posted move after this, so that its time is known at once.
   current->SetMoveTime(post::MoveTime(*previous, *current));
   post::AddNumbers(*current, m_sum);
 }
@@ -221,26 +188,12 @@ const post::zvPosted3axMove* zvPosted3axTPCreator::Interpolate(const Move& previ
   for (std::uint32_t k = 0; k < count; ++k) {
     t += step;
     const auto inserted = m_posted.Get()->EmplaceWith(current, [&] {
-      return m_maker.Make(post::zvMoveView(between.At(t)), between.GetType(),
-                          between.GetSourceIndex(), between.IsInserted(), smallMoves);
+      return m_solver.Make(post::zvMoveView(between.At(t)), between.GetType(),
+                           between.GetSourceIndex(), between.IsInserted(), smallMoves);
     });
     inserted->SetMoveTime(post::MoveTime(*last, *inserted));
     post::AddNumbers(*inserted, m_sum);
     last = &*inserted;
   }
   return last;
-}
-
-void zvPosted3axTPCreator::CheckLimits() const {
-  switch (GetPar().GetLimitsCheck()) {
-    case zvKDRParam::checkNothing:
-    case zvKDRParam::checkRotaryAxes:
-      return;
-    case zvKDRParam::checkLinearAxes:
-    case zvKDRParam::checkAllAxes:
-      for (const Move& move : *m_posted.Get())
-        ExceedingLimit(post::LinearOut(move.GetMachinePosition(), m_machDef));
-      return;
-  }
-  throw zvPostException(zvPostException::kUnknownLimits);
 }

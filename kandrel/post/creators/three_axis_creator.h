@@ -3,59 +3,31 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
-#include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/creators/creator_of.h>
 #include <kandrel/post/geometry/three_axis_move_maker.h>
 #include <kandrel/post/model/mach_def.h>
-#include <kandrel/post/model/posted_list.h>
+#include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/posting_parameters.h>
 
 #include <cstdint>
 #include <utility>
 
 /// Machine coordinates beside the original part position and orientation. Limits are reported or
 /// ignored, by limitsCheck; nothing is clipped or moved.
-class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
+///
+/// 1. The constructors throw for the spindle direction alone: what else zvCreatorOf names, such a
+///    machine doesn't have.
+/// 2. SetMachDef changes the machine of the limit, unit and orientation checks and of alignments.
+/// 3. A toolpath that needs no alignment leaves the matrix of an earlier run in force, so that one
+///    which the caller has set isn't lost.
+class KANDREL_API zvPosted3axTPCreator
+    : public zvCreatorOf<zvPosted3axTPCreator, post::zv3axMachDef, post::zvPosted3axMove,
+                         post::zvPosted3axMoveMaker> {
  public:
-  using Move = post::zvPosted3axMove;
-  using List = post::zvPostedList<Move>::List;
-  using ListPointer = misc::zvAutoPointer<List>;
-
-  /// Throws zvcadcamException 2189 for a zero spindle direction, zvPostException 5039 for one that
-  /// is infinite or NaN; the second form also 5043 for a machine of another class and "Accessing
-  /// NULL pointer" for a null pointer.
-  zvPosted3axTPCreator(const post::zv3axMachDef& machDef, const post::zv5axControlDef& control,
-                       const post::zvKDRParam& par, const cadcam::zvTPoint3d<double>& partOrigin,
-                       double toolLengthCompensation);
-  zvPosted3axTPCreator(const misc::zvAutoPointer<post::zvMachDef>& machDef,
-                       const post::zv5axControlDef& control, const post::zvKDRParam& par,
-                       const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
-  /// No temporaries: control, parameters and part origin are referred to.
-  template <class MachDef>
-  zvPosted3axTPCreator(const MachDef&, const post::zv5axControlDef&&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted3axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&&,
-                       const cadcam::zvTPoint3d<double>&, double) = delete;
-  template <class MachDef>
-  zvPosted3axTPCreator(const MachDef&, const post::zv5axControlDef&, const post::zvKDRParam&,
-                       const cadcam::zvTPoint3d<double>&&, double) = delete;
+  using zvCreatorOf::zvCreatorOf;
   /// Shares the transformation; starts with no posted list.
-  zvPosted3axTPCreator(const zvPosted3axTPCreator& other);
-  /// Empties the posted list, also for whoever shares it.
+  zvPosted3axTPCreator(const zvPosted3axTPCreator& other) = default;
   ~zvPosted3axTPCreator() override;
-
-  /// Changes the machine of the limit and unit checks; kinematics stay with the machine of the
-  /// constructor, deliberately. Throws as the constructors do.
-  void SetMachDef(const post::zv3axMachDef& machDef);
-  void SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef);
-  const post::zv3axMachDef& GetMachDef() const noexcept { return m_machDef; }
-  misc::zvAutoPointer<post::zvMachDef> GetMachDefPtr() const override;
-
-  /// The result of the last Post; null before the first.
-  const ListPointer& GetPostedList() const noexcept { return m_posted.Get(); }
-  ListPointer& GetPostedList() noexcept { return m_posted.Get(); }
-  /// Empties the present list and starts a new one with copies of the moves of `list`.
-  void SetPostedList(const ListPointer& list) { m_posted.Set(list); }
-  void ClearPostedList() override { m_posted.Clear(); }
 
   /// A transformation from part to machine coordinates that replaces part origin, tool length and
   /// machine axes; orientations are then not checked. Null by default.
@@ -75,7 +47,6 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
   /// 2189 for a zero orientation, and with alignToolpath for one opposite to the spindle;
   /// "Accessing NULL pointer" for a null in the toolpath. Linear in the number of posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void PostRun(const cadcam::zvToolPath& toolpath, bool smallMoves) override;
 
   /// A single move with an extended block, without limit or orientation check; aligned where a
   /// matrix is set. Throws zvPostException 5039 as Post does, 2503 for a plain zvCNCMove,
@@ -87,20 +58,24 @@ class KANDREL_API zvPosted3axTPCreator : public zvPostedTPCreator {
       const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
 
  private:
-  void PostMain(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  friend zvCreatorOf;
+  static constexpr InstanceType kInstance = instance3ax;
+  static const post::zv3axMachDef& AsOwnClass(const post::zvMachDef& machDef);
+  static post::zvPosted3axMoveMaker MakeSolver(const post::zv3axMachDef& machDef,
+                                               const post::zvKDRParam& par,
+                                               const cadcam::zvTPoint3d<double>& partOrigin,
+                                               double toolLengthCompensation);
+
   void AlignToolpath(const cadcam::zvToolPath& toolpath);
+  void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostWhole(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void CheckOrientation(const cadcam::zvTPoint3d<double>& orientation) const;
   void AppendPostedMove(const post::zvMoveView& move, post::zvPostedMove::Types type,
                         std::uint64_t index, bool smallMoves);
   const Move* Interpolate(const Move& previous, List::iterator current, bool smallMoves);
-  void CheckLimits() const;
   Move MakeMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
   void RequireFiniteMaker() const;
 
-  post::zv3axMachDef m_machDef;
-  post::zvPosted3axMoveMaker m_maker;
-  post::zvPostedList<Move> m_posted;
   double m_sum = 0;  // of all moves of the list: post::AddNumbers
 };

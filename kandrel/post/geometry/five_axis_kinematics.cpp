@@ -22,15 +22,18 @@ zv5axKinematics::zv5axKinematics(const zv5axMachDef& machDef, const Point& partO
       m_inverseAxes(*machDef.GetInverseAxisMatrix()),
       m_axes(machDef.GetAxisMatrix()),
       m_partOrigin(&partOrigin) {
-  const bool bothOnTable = m_kind == 0 || m_kind == 3;
-  if (m_kind == 1) m_first = -m_first;
-  if (!bothOnTable) m_second = -m_second;
+  const bool areBothOnTable =
+      m_kind == zv5axMachDef::kBothOnTable || m_kind == zv5axMachDef::kBothOnTableLengthLeftOut;
+  if (m_kind == zv5axMachDef::kBothInHead) m_first = -m_first;
+  if (!areBothOnTable) m_second = -m_second;
 }
 
 Point zv5axKinematics::PartPosition(const Point& p_mach, double firstAngle,
                                     double secondAngle) const noexcept {
   const zvTurn first = zvTurn::OfDegrees(firstAngle);
   const zvTurn second = zvTurn::OfDegrees(secondAngle);
+  // A rigid motion takes p to o + R p. The columns of R are the images of the unit vectors less o,
+  // and R is orthogonal: its inverse is its transpose.
   const Point o = RigidPosition({}, first, second);
   const Point ex = RigidPosition({1, 0, 0}, first, second) - o;
   const Point ey = RigidPosition({0, 1, 0}, first, second) - o;
@@ -40,6 +43,8 @@ Point zv5axKinematics::PartPosition(const Point& p_mach, double firstAngle,
 }
 
 Point zv5axKinematics::Orientation(const zvTurn& first, const zvTurn& second) const noexcept {
+  // The part turned by both angles has the tool along the spindle: turned back, the spindle is the
+  // tool.
   const Point u = Rotate(m_spindle, m_second, {}, second.Reversed());
   const Point t = Rotate(u, m_first, {}, first.Reversed());
   return t / t.Length();

@@ -1,11 +1,14 @@
 // zv5axKinematics: where the linear axes of a 5-axis machine stand for a tool tip and two angles.
 #pragma once
 
+#include <kandrel/cadcam/matrix.h>
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/geometry/turn.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/posted_move.h>
+
+#include <cstdint>
 
 namespace post {
 
@@ -61,21 +64,22 @@ class KANDREL_API zv5axKinematics {
   /// axis in the head.
   const Point& GetFirstWorkingDirection() const noexcept { return m_first; }
   const Point& GetSecondWorkingDirection() const noexcept { return m_second; }
-  const Point& GetSpindle() const noexcept { return m_spindle; }
-  std::int32_t GetKind() const noexcept { return m_kind; }
 
  private:
-  // In the directions of the part's axes, whatever those of the machine's.
+  // In the directions of the part's axes, whatever those of the machine's. q is the tip as it
+  // stands on a table at angle zero; a table turns it. Angles in a head take the tip, here {} with
+  // the pivots as seen from it, off where it stands at angle zero: the linear axes, which carry the
+  // nose at L s from the tip, make up for that.
   Point RigidPosition(const Point& p_part, const zvTurn& first,
                       const zvTurn& second) const noexcept {
     const Point q = p_part + *m_partOrigin;
     switch (m_kind) {
-      case 0:
+      case zv5axMachDef::kBothOnTableLengthLeftOut:
         return Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
-      case 3:
+      case zv5axMachDef::kBothOnTable:
         return m_toolVector +
                Rotate(Rotate(q, m_first, m_firstPivot, first), m_second, m_secondPivot, second);
-      case 1:
+      case zv5axMachDef::kBothInHead:
         return q + m_toolVector -
                Rotate(Rotate({}, m_second, m_headSecondPivot, second.Reversed()), m_first,
                       m_headFirstPivot, first.Reversed());

@@ -8,11 +8,42 @@
 
 namespace post {
 
+// How a solution is found: subproblem 2 of Paden and Kahan, a turn about each of two axes (Murray,
+// Li and Sastry, A Mathematical Introduction to Robotic Manipulation, 1994, chapter 3). With the
+// unit vectors t of the tool, s of the spindle, a1 and a2 of the working directions: the first
+// angle turns the part, and t with it, onto some u; the second turns u onto the spindle.
+//
+//   A turn keeps the cosine to its axis:  u . a1 = t . a1 = c1,  u . a2 = s . a2 = c2,  |u| = 1
+//   u in parts along and off the axes:    u = alpha a1 + beta a2 +- sqrt(w) n,  n = a1 x a2, unit
+//   the first two equations, c12 = a1 . a2:  alpha = (c1 - c2 c12) k,  beta = (c2 - c1 c12) k
+//   with                                     k = 1 / (1 - c12^2)
+//   the third:  w = 1 - |alpha a1 + beta a2|^2 = 1 - (c1^2 + c2^2 - 2 c1 c2 c12) k
+//
+// w below 0 is out of reach; both signs of its root give the two solutions.
+
 namespace {
 
 using Point = cadcam::zvTPoint3d<double>;
 
-constexpr zvSolvedAngle kUndetermined{0, {1, 0}};
+// The turns about one axis that concern a fixed direction, one that makes the cosine c with it.
+// Less their parts along the axis, this and another direction u of the same cosine have the squared
+// length 1 - c^2 and the product u . fixed - c^2: their ratio is the cosine of the turn.
+struct TurnAbout {
+  const Point& fixed;
+  const Point& across;  // its product with u has the sign of the turn's sine
+  double q;             // c^2
+
+  // Asked four times a move: inline, as the angle itself is.
+  [[gnu::always_inline]] zvSolvedAngle With(const Point& u) const {
+    return AngleOfCosine((Dot(u, fixed) - q) / (1 - q), Dot(across, u) < 0);
+  }
+};
+
+// What both signs of the root of w give; zero turns where a pole leaves them undetermined.
+struct BothTurns {
+  zvSolvedAngle plus{0, {1, 0}};
+  zvSolvedAngle minus{0, {1, 0}};
+};
 
 }  // namespace
 
@@ -45,63 +76,74 @@ zv5axMoveSolver::PoleCone zv5axMoveSolver::MakePoleCone(double deg) const {
   return cone;
 }
 
+// The cosines of u to both axes, with their squares.
+struct zv5axMoveSolver::Cosines {
+  double c1;
+  double q1;
+  double c2;
+  double q2;
+};
+
+double zv5axMoveSolver::SquaredPartOffAxes(const Cosines& c) const {
+  return 1 - (c.q2 + c.q1 - 2 * c.c1 * c.c2 * m_c12) * m_k;
+}
+
+// Snapping an orientation to a pole on axes that are not quite square can take it out of reach
+// although the orientation itself is within: only what neither form reaches is refused.
+void zv5axMoveSolver::RequireReach(double exactC1, bool isSnapped) const {
+  const Cosines exact{exactC1, exactC1 * exactC1, m_c2, m_c2 * m_c2};
+  if (!isSnapped || !(SquaredPartOffAxes(exact) >= -misc::kUnreachable))
+    throw zvPostException(zvPostException::kOutOfReach);
+}
+
+zvRotarySolution zv5axMoveSolver::At(const Point& p_part, const zvSolvedAngle& first,
+                                     const zvSolvedAngle& second) const {
+  return {first.deg, second.deg, m_kinematics.MachinePosition(p_part, first.turn, second.turn)};
+}
+
 zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point& orientation,
                                                const PoleCone& cone, double lastFirstAngle) const {
   if (orientation.IsZero() || m_isParallel) cadcam::detail::ThrowNullVector();
   const Point t = orientation / orientation.Length();
 
-  double c1 = Dot(t, m_a1);
-  double q1 = c1 * c1;
-  const bool onFirstPole = cone.Holds(c1);
-  const auto distance = [this](double cosine1, double square1, double cosine2, double square2) {
-    return 1 - (square2 + square1 - 2 * cosine1 * cosine2 * m_c12) * m_k;
-  };
-  const double unsnappedC1 = c1;
-  const double unsnappedQ1 = q1;
+  const double exactC1 = Dot(t, m_a1);
+  const bool onFirstPole = cone.Holds(exactC1);
+  Cosines c{exactC1, exactC1 * exactC1, cone.c2, cone.q2};
   if (onFirstPole) {
-    c1 = c1 >= 0 ? 1 : -1;
-    q1 = 1;
+    c.c1 = exactC1 >= 0 ? 1 : -1;
+    c.q1 = 1;
   }
-  double w = distance(c1, q1, cone.c2, cone.q2);
+  double w = SquaredPartOffAxes(c);
   if (!(w >= -misc::kUnreachable)) {
-    // Snapping an orientation to a pole on axes that are not quite square can take it out of reach
-    // although the orientation itself is within: only what neither form reaches is refused.
-    const bool isSnapped = onFirstPole || cone.onSecondPole;
-    if (!isSnapped ||
-        !(distance(unsnappedC1, unsnappedQ1, m_c2, m_c2 * m_c2) >= -misc::kUnreachable))
-      throw zvPostException(zvPostException::kOutOfReach);
+    RequireReach(exactC1, onFirstPole || cone.onSecondPole);
     w = 0;
   }
 
-  // The base of u, and u itself on both sides of the plane of the axes.
-  const Point base = ((c1 - cone.c2 * m_c12) * m_k) * m_a1 + ((cone.c2 - c1 * m_c12) * m_k) * m_a2;
+  const Point base = ((c.c1 - c.c2 * m_c12) * m_k) * m_a1 + ((c.c2 - c.c1 * m_c12) * m_k) * m_a2;
   const Point side = (w >= 0 ? std::sqrt(w) : 0.0) * m_n;
-  const Point up = base + side;
-  const Point um = base - side;
+  const Point u_plus = base + side;
+  const Point u_minus = base - side;
 
   zvRotarySolutions result;
-  zvSolvedAngle firstPlus = kUndetermined;
-  zvSolvedAngle firstMinus = kUndetermined;
+  BothTurns first;
   if (onFirstPole) {
     result.poleStatus = 1;
   } else {
+    // From t onto u: (t x u) . a1 = (a1 x t) . u.
     const Point across = Cross(m_a1, t);
-    firstPlus = AngleOfCosine((Dot(up, t) - q1) / (1 - q1), Dot(across, up) < 0);
-    firstMinus = AngleOfCosine((Dot(um, t) - q1) / (1 - q1), Dot(across, um) < 0);
+    const TurnAbout turn{t, across, c.q1};
+    first = {turn.With(u_plus), turn.With(u_minus)};
   }
-  zvSolvedAngle secondPlus = kUndetermined;
-  zvSolvedAngle secondMinus = kUndetermined;
+  BothTurns second;
   if (cone.onSecondPole) {
     result.poleStatus = 2;
   } else {
-    const double q2 = cone.q2;
-    secondPlus = AngleOfCosine((Dot(up, m_s) - q2) / (1 - q2), Dot(m_sCrossA2, up) < 0);
-    secondMinus = AngleOfCosine((Dot(um, m_s) - q2) / (1 - q2), Dot(m_sCrossA2, um) < 0);
+    // From u onto s: (u x s) . a2 = (s x a2) . u.
+    const TurnAbout turn{m_s, m_sCrossA2, c.q2};
+    second = {turn.With(u_plus), turn.With(u_minus)};
   }
-  result.first = {firstPlus.deg, secondPlus.deg,
-                  m_kinematics.MachinePosition(p_part, firstPlus.turn, secondPlus.turn)};
-  result.mirror = {firstMinus.deg, secondMinus.deg,
-                   m_kinematics.MachinePosition(p_part, firstMinus.turn, secondMinus.turn)};
+  result.first = At(p_part, first.plus, second.plus);
+  result.mirror = At(p_part, first.minus, second.minus);
 
   if (m_limitKeeper && result.poleStatus == 1) SpendPole(p_part, lastFirstAngle, result);
   return result;

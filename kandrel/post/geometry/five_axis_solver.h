@@ -1,6 +1,7 @@
 // zv5axMoveSolver: the two rotary solutions of a tool orientation on a 5-axis machine.
 #pragma once
 
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
@@ -9,11 +10,13 @@
 #include <kandrel/post/geometry/move_grabber.h>
 #include <kandrel/post/geometry/pole.h>
 #include <kandrel/post/geometry/pole_limits.h>
+#include <kandrel/post/geometry/posted_from.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mirror_angle.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -37,7 +40,8 @@ struct zvRotarySolutions {
 
 /// Solves toolpath moves for a machine. The spindle, turned about the second axis, gives an
 /// intermediate direction u; u, turned about the first axis, gives the tool. u lies on two cones,
-/// about the working directions A1s and A2s, which meet in two directions: the two solutions.
+/// about the working directions A1s and A2s, which meet in two directions: the two solutions. The
+/// formulas and their source stand in five_axis_solver.cpp.
 ///
 /// 1. An orientation within the pole tolerance of an axis leaves that axis undetermined: its angle
 ///    is 0 and the pole status says so. A pole of the second axis wins over one of the first.
@@ -45,8 +49,8 @@ struct zvRotarySolutions {
 /// 3. The tip lies where it should within 1e-9 for axes under 10 m, the orientation within 2e-5.
 ///
 /// Parameters and part origin are referred to and must outlive the solver: temporaries are refused.
-/// Copies share nothing else with each other. Changes of the machine
-/// definition that it derives from don't reach a solver once it is made.
+/// Copies share nothing else with each other. Changes of the machine definition that it derives
+/// from don't reach a solver once it is made.
 class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
  public:
   /// The pole tolerance worked out for this machine: made once for many moves.
@@ -70,6 +74,11 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
 
   /// `deg` 1e308 or more means poleAngleTolerance of the parameters.
   PoleCone MakePoleCone(double deg = misc::kNoValue) const;
+
+  /// Whether an orientation of any length lies on the first axis' pole, as SolveAngles finds it.
+  bool IsOnFirstPole(const Point& orientation, const PoleCone& cone) const {
+    return cone.Holds(Dot(orientation / orientation.Length(), m_a1));
+  }
 
   /// Both solutions for a tip and an orientation. Throws zvcadcamException 2189 for an orientation
   /// that is exactly zero and for axes of rotation less than 1e-3 rad off parallel, zvPostException
@@ -106,14 +115,9 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   static zvPosted5axMove MakeMove(const zvMoveView& move, zvPostedMove::Types type,
                                   const zvRotarySolution& solution, std::uint32_t poleStatus,
                                   std::int32_t sourceIndex, bool inserted, bool smallMoves) {
-    if (smallMoves)
-      return zvPosted5axMove(solution.position, move.GetPosition(), move.GetOrientation(),
-                             solution.firstAngle, solution.secondAngle, poleStatus, move.GetFeed(),
-                             move.IsRapid(), type);
-    return zvPosted5axMove(solution.position, move.GetPosition(), move.GetOrientation(),
-                           solution.firstAngle, solution.secondAngle, poleStatus, move.GetFeed(),
-                           move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
-                           move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
+    return PostedFrom<zvPosted5axMove>(move, solution.position,
+                                       {type, sourceIndex, inserted, smallMoves},
+                                       solution.firstAngle, solution.secondAngle, poleStatus);
   }
 
   /// Gives an undetermined angle of `current` the value that it has at a determined `previous`,
@@ -136,6 +140,12 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   }
 
  private:
+  struct Cosines;
+
+  double SquaredPartOffAxes(const Cosines& c) const;
+  [[gnu::noinline]] void RequireReach(double exactC1, bool isSnapped) const;
+  zvRotarySolution At(const Point& p_part, const zvSolvedAngle& first,
+                      const zvSolvedAngle& second) const;
   [[gnu::noinline]] void SpendPole(const Point& p_part, double lastFirstAngle,
                                    zvRotarySolutions& result) const;
   void TakeAngleFrom(const zvPosted5axMove& previous, zvPosted5axMove& current) const;

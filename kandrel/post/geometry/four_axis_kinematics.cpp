@@ -10,17 +10,19 @@ using Point = zv4axKinematics::Point;
 zv4axKinematics::zv4axKinematics(const zv4axMachDef& machDef, const Point& partOrigin,
                                  double toolLengthCompensation)
     : m_cone(machDef),
-      m_isOnTable(machDef.GetRotaryOnWorkpiece() != 0),
-      m_spindle(machDef.GetSpindleDirection()),
-      m_axis(m_isOnTable ? machDef.GetRotationDirection() : -machDef.GetRotationDirection()),
-      m_pivot(machDef.GetRotationPivot()),
-      m_toolVector(toolLengthCompensation * m_spindle),
-      m_alongSquared(m_cone.GetCosine() * m_cone.GetCosine()),
-      m_spindleCrossAxis(Cross(m_spindle, m_axis)),
       m_isIdentity(machDef.IsIdentityTransform()),
       m_inverseAxes(*machDef.GetInverseAxisMatrix()),
       m_axes(machDef.GetAxisMatrix()),
-      m_partOrigin(&partOrigin) {}
+      m_partOrigin(&partOrigin) {
+  zv4axConstants& c = m_constants;
+  c.isOnTable = machDef.GetRotaryOnWorkpiece() != 0;
+  c.spindle = machDef.GetSpindleDirection();
+  c.axis = c.isOnTable ? machDef.GetRotationDirection() : -machDef.GetRotationDirection();
+  c.pivot = machDef.GetRotationPivot();
+  c.toolVector = toolLengthCompensation * c.spindle;
+  c.alongSquared = m_cone.GetCosine() * m_cone.GetCosine();
+  c.spindleCrossAxis = Cross(c.spindle, c.axis);
+}
 
 Point zvOrientationCone::Onto(const Point& dir_tool) const {
   if (Holds(dir_tool)) return dir_tool;
@@ -31,18 +33,21 @@ Point zvOrientationCone::Onto(const Point& dir_tool) const {
   across = across.Normalized();
   // Once more: the rest along the axis has grown with the length.
   across = (across - Dot(across, m_axis) * m_axis).Normalized();
+  // Unit vectors of the cone are k a + sqrt(1 - k^2) e with e square to the axis a.
   return m_cosine * m_axis + m_sine * across;
 }
 
 Point zv4axKinematics::PartPosition(const Point& p_mach, double deg) const noexcept {
   const zvTurn back = zvTurn::OfDegrees(deg).Reversed();
   const Point p = m_isIdentity ? p_mach : m_axes * p_mach;
-  if (m_isOnTable) return RotateOffLine(p - m_toolVector, m_axis, m_pivot, back) - *m_partOrigin;
-  return p - *m_partOrigin - m_pivot - RotateOffLine(m_toolVector, m_axis, {}, back);
+  const zv4axConstants& c = m_constants;
+  if (c.isOnTable) return RotateOffLine(p - c.toolVector, c.axis, c.pivot, back) - *m_partOrigin;
+  return p - *m_partOrigin - c.pivot - RotateOffLine(c.toolVector, c.axis, {}, back);
 }
 
 Point zv4axKinematics::Orientation(double deg) const noexcept {
-  const Point t = RotateOffLine(m_spindle, m_axis, {}, zvTurn::OfDegrees(deg).Reversed());
+  const Point t =
+      RotateOffLine(m_constants.spindle, m_constants.axis, {}, zvTurn::OfDegrees(deg).Reversed());
   return t / t.Length();
 }
 

@@ -1,8 +1,11 @@
 // zv4axKinematics: angle and linear axes of a 4-axis machine for a tool tip and an orientation.
 #pragma once
 
+#include <kandrel/cadcam/matrix.h>
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/angles.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/pole.h>
 #include <kandrel/post/geometry/turn.h>
 #include <kandrel/post/model/mach_def.h>
@@ -29,7 +32,7 @@ class KANDREL_API zvOrientationCone {
   bool Holds(const Point& dir_tool) const noexcept {
     return std::fabs(Dot(dir_tool, m_axis) - m_cosine) <= misc::kEqual;
   }
-  /// Whether it does but for the decimals that it was written with: less than 1e-6 rad off.
+  /// Whether it does but for the decimals of a text: less than 1e-6 rad off.
   bool IsNear(const Point& dir_tool) const {
     return Holds(dir_tool) ||
            (dir_tool - Onto(dir_tool)).SquaredLength() < misc::kDirectionDifferenceSquared;
@@ -54,6 +57,19 @@ class KANDREL_API zvOrientationCone {
   double m_sine;
 };
 
+/// What the kinematics of one rotary axis compute with, worked out from a machine once.
+struct zv4axConstants {
+  using Point = cadcam::zvTPoint3d<double>;
+
+  bool isOnTable = false;
+  Point spindle;
+  Point axis;  ///< reversed for an axis in the head, so that an angle on either side turns the part
+  Point pivot;
+  Point toolVector;         ///< L s
+  double alongSquared = 0;  ///< of the spindle . axis
+  Point spindleCrossAxis;   ///< s x a
+};
+
 /// Forward and inverse kinematics of a machine with one rotary axis. What a definition means:
 ///
 /// 1. An angle a turns the part by +a (right-handed) about an axis on the table, the tool by +a
@@ -61,7 +77,7 @@ class KANDREL_API zvOrientationCone {
 ///    reaches the orientations on it and no others.
 /// 2. On the table the pivot is a point of the axis, and the tool length reaches from the tip to
 ///    the spindle nose. In the head the tool length reaches from the tip to the axis, and the pivot
-///    is added as it stands, without being turned: a constant offset, deliberately.
+///    is added as it stands: a constant offset, as an axis doesn't move with its own angle.
 /// 3. Angles are degrees, lengths in the machine's units; p_part in the part's frame, p_mach the
 ///    positions of the linear axes.
 ///
@@ -79,17 +95,16 @@ class KANDREL_API zv4axKinematics {
   /// One within the pole cone of this eps about the spindle counts as along it or against it: the
   /// angle is exactly 0 or 180. Angles below 8.1e-4 degrees come out as 0.
   zvSolvedAngle Angle(const Point& dir_tool, double poleEps) const noexcept {
-    const double c = Dot(m_spindle, dir_tool);
+    const double c = Dot(m_constants.spindle, dir_tool);
     if (zvPoleCone{poleEps}.Holds(c)) [[unlikely]]
       return misc::SafeAcosRad(c) < misc::kPi / 2 ? zvSolvedAngle{0, {1, 0}}
                                                   : zvSolvedAngle{180, {-1, 0}};
-    // c is the cosine of the way over the sphere, which is the turn about the axis only where the
-    // spindle stands square to it; on any other cone the parts along the axis are taken out.
-    const double x = (c - m_alongSquared) / (1 - m_alongSquared);
-    return AngleOfCosine(x, Dot(m_spindleCrossAxis, dir_tool) < 0);
+    return AngleOfCosine(CosineOfTurn(c), Dot(m_constants.spindleCrossAxis, dir_tool) < 0);
   }
 
   const zvOrientationCone& GetCone() const noexcept { return m_cone; }
+  const zv4axConstants& GetConstants() const noexcept { return m_constants; }
+  const Point& GetPartOrigin() const noexcept { return *m_partOrigin; }
 
   Point MachinePosition(const Point& p_part, double deg) const noexcept {
     return MachinePosition(p_part, zvTurn::OfDegrees(deg));
@@ -97,8 +112,10 @@ class KANDREL_API zv4axKinematics {
   Point MachinePosition(const Point& p_part, const zvTurn& turn) const noexcept {
     const Point q = p_part + *m_partOrigin;
     const Point p_mach =
-        m_isOnTable ? RotateOffLine(q, m_axis, m_pivot, turn) + m_toolVector
-                    : q + m_pivot + RotateOffLine(m_toolVector, m_axis, {}, turn.Reversed());
+        m_constants.isOnTable
+            ? RotateOffLine(q, m_constants.axis, m_constants.pivot, turn) + m_constants.toolVector
+            : q + m_constants.pivot +
+                  RotateOffLine(m_constants.toolVector, m_constants.axis, {}, turn.Reversed());
     return OnLinearAxes(p_mach);
   }
   Point MachinePosition(const zvPosted4axMove& move) const noexcept {
@@ -121,16 +138,16 @@ class KANDREL_API zv4axKinematics {
   }
 
  private:
-  friend class zv4axPairSolver;
+  // Spindle s and tool t make the same cosine k with the axis a. Less their parts along it, s - k a
+  // and t - k a, both have the squared length 1 - k^2 and the product c - k^2: the turn about the
+  // axis from one to the other has the cosine (c - k^2) / (1 - k^2). Its sine has the sign of
+  // (t x s) . a, which is t . (s x a), as the part turns the tool back onto the spindle.
+  double CosineOfTurn(double c) const noexcept {
+    return (c - m_constants.alongSquared) / (1 - m_constants.alongSquared);
+  }
 
   zvOrientationCone m_cone;
-  bool m_isOnTable;
-  Point m_spindle;
-  Point m_axis;  // reversed for an axis in the head, so that an angle on either side turns the part
-  Point m_pivot;
-  Point m_toolVector;        // L s
-  double m_alongSquared;     // of the spindle . axis
-  Point m_spindleCrossAxis;  // (t x s) . a is t . (s x a)
+  zv4axConstants m_constants;
   bool m_isIdentity;
   cadcam::zvMatrix<double, 4, 4> m_inverseAxes;
   cadcam::zvMatrix<double, 4, 4> m_axes;

@@ -1,11 +1,13 @@
 // zvPosted4axMoveMaker: one posted move of a 4-axis machine from one toolpath move.
 #pragma once
 
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/four_axis_kinematics.h>
 #include <kandrel/post/geometry/move_grabber.h>
 #include <kandrel/post/geometry/pole.h>
+#include <kandrel/post/geometry/posted_from.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
@@ -48,12 +50,7 @@ class KANDREL_API zvPosted4axMoveMaker {
   /// The same with the angle and the machine position still to be set.
   static zvPosted4axMove MakeUnsolved(const zvMoveView& move, zvPostedMove::Types type,
                                       std::int32_t sourceIndex, bool inserted, bool smallMoves) {
-    if (smallMoves)
-      return zvPosted4axMove({}, move.GetPosition(), move.GetOrientation(), 0, move.GetFeed(),
-                             move.IsRapid(), type);
-    return zvPosted4axMove({}, move.GetPosition(), move.GetOrientation(), 0, move.GetFeed(),
-                           move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
-                           move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
+    return PostedFrom<zvPosted4axMove>(move, {}, {type, sourceIndex, inserted, smallMoves}, 0.0);
   }
 
   /// Sets them for the part position that the move has.

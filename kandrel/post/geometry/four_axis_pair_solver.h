@@ -6,6 +6,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/four_axis_kinematics.h>
+#include <kandrel/post/geometry/pole.h>
 #include <kandrel/post/geometry/turn.h>
 #include <kandrel/post/model/posted_move.h>
 
@@ -14,23 +15,25 @@
 namespace post {
 
 /// Solves the ordinary moves of a long path at half the cost: those that a zvPosted4axMoveMaker
-/// solves without a special case. What it knows of the machine is copied.
+/// solves without a special case, by the same formulas (see zv4axKinematics). What it computes with
+/// is copied; the kinematics are referred to and must outlive it.
 class zv4axPairSolver {
  public:
   using Move = zvPosted4axMove;
 
   zv4axPairSolver(const zv4axKinematics& kinematics, const zvOrientationCone& cone, double poleEps)
       : m_kinematics(kinematics),
-        m_spindle(Both(kinematics.m_spindle)),
-        m_axis(Both(kinematics.m_axis)),
-        m_pivot(Both(kinematics.m_pivot)),
-        m_toolVector(Both(kinematics.m_toolVector)),
-        m_spindleCrossAxis(Both(kinematics.m_spindleCrossAxis)),
-        m_origin(Both(*kinematics.m_partOrigin)),
+        m_isOnTable(kinematics.GetConstants().isOnTable),
+        m_spindle(Both(kinematics.GetConstants().spindle)),
+        m_axis(Both(kinematics.GetConstants().axis)),
+        m_pivot(Both(kinematics.GetConstants().pivot)),
+        m_toolVector(Both(kinematics.GetConstants().toolVector)),
+        m_spindleCrossAxis(Both(kinematics.GetConstants().spindleCrossAxis)),
+        m_origin(Both(kinematics.GetPartOrigin())),
         m_coneAxis(Both(cone.GetAxis())),
         m_coneCosine(misc::Spread(cone.GetCosine())),
-        m_alongSquared(misc::Spread(kinematics.m_alongSquared)),
-        m_acrossSquared(misc::Spread(1 - kinematics.m_alongSquared)),
+        m_alongSquared(misc::Spread(kinematics.GetConstants().alongSquared)),
+        m_acrossSquared(misc::Spread(1 - kinematics.GetConstants().alongSquared)),
         m_poleEps(misc::Spread(poleEps)) {}
 
   /// Gives two moves angle and machine position for their part position and orientation, to the bit
@@ -47,7 +50,7 @@ class zv4axPairSolver {
     const misc::LaneMask isInReach =
         misc::And(length <= m_largest, misc::Abs(Dot(t, m_coneAxis) - m_coneCosine) <= m_equal);
     const misc::LaneMask isOffPole =
-        misc::And(misc::Abs(c * c - m_one) > m_poleEps, misc::Abs(x) < m_farFromSnap);
+        misc::And(zvPoleCone::IsOff(c, m_one, m_poleEps), misc::Abs(x) < m_farFromSnap);
     if (!misc::AreAll(misc::And(isInReach, isOffPole))) return false;
 
     const misc::LaneMask signs = misc::SignBits(Dot(m_spindleCrossAxis, t) < misc::Spread(0));
@@ -55,7 +58,7 @@ class zv4axPairSolver {
     const Lanes sine = misc::Reversed(misc::Sqrt((m_one - x) * (m_one + x)), signs);
     const Points q = Both(a.GetPartPosition(), b.GetPartPosition()) + m_origin;
     Points p_mach;
-    if (m_kinematics.m_isOnTable) {
+    if (m_isOnTable) {
       const ArmOf<Lanes> arm(q, m_axis, m_pivot);
       // What is not finite, or whose square isn't, makes no finite arm.
       if (!misc::AreAll(misc::And(arm.IsOffLine(), arm.across.SquaredLength() <= m_largest)))
@@ -89,6 +92,7 @@ class zv4axPairSolver {
   }
 
   const zv4axKinematics& m_kinematics;
+  bool m_isOnTable;
   Points m_spindle;
   Points m_axis;
   Points m_pivot;

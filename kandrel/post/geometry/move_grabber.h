@@ -2,6 +2,8 @@
 #pragma once
 
 #include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/export.h>
 
 #include <cstdint>
 #include <typeinfo>

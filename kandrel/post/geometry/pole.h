@@ -11,10 +11,9 @@
 // 2. Spent on limits. With poleHandling keepWithinLimits the free angle of the first axis is turned
 //    until the linear axes stand inside their limits. geometry/pole_limits.h.
 // 3. Crossed. The move takes the free angle of the determined one before it, so that the axis
-// stands
-//    still on the pole: zv5axMoveSolver::FixPoleAngle. Moves at the very start take that of the
-//    first determined one: the creator's FixFirstMoves. The move behind is chosen as a first one,
-//    by geometry/solution_choice.h, and settled once more when all before it stand.
+//    stands still on the pole: zv5axMoveSolver::FixPoleAngle. Moves at the very start take that of
+//    the first determined one, which the creator does last. The move behind is chosen as a first
+//    one, by geometry/solution_choice.h, and settled once more when all before it stand.
 // 4. Interpolated. An excess within the pole's tolerance asks for no move; a move made on a pole
 //    hands on the angle at which its axis will stand; beside a pole a subdivision is refined before
 //    it is judged, and a turn of the free axis alone, off a pole, is left whole for the blending.
@@ -25,12 +24,12 @@
 //    lifted: passes/angle_jumps.h. One below it, still larger than a step, is divided with the tip
 //    on its line: passes/step_division.h.
 // 7. Rewound. Where the free axis reaches its limit on the pole it may stand at the limit as well
-// as
-//    anywhere: the move is put there by force, and the steps beside it are divided.
-//    passes/rewinder/move_at_limit.h, rewinder.h.
+//    as anywhere: the move is put there by force, and the steps beside it are divided.
+//    passes/rewinder/move_at_limit.h, rewind_turn.h.
 #pragma once
 
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/lanes.h>
 
 #include <cmath>
 
@@ -43,8 +42,14 @@ struct zvPoleCone {
 
   KANDREL_API static zvPoleCone OfDegrees(double deg) noexcept;
 
-  /// For the cosine between a unit orientation and the axis.
+  /// For the cosine c between a unit orientation and the axis: 1 - c^2 is the same for both ends of
+  /// the axis, and grows with the angle to the nearer one.
   bool Holds(double cosine) const noexcept { return std::fabs(cosine * cosine - 1) <= eps; }
+  /// Whether they lie off the cone, for two cosines at once; false for what is not a number. `one`
+  /// and `epsOfBoth` hold 1 and eps twice, kept by a caller who asks often.
+  static misc::LaneMask IsOff(misc::Lanes cosine, misc::Lanes one, misc::Lanes epsOfBoth) noexcept {
+    return misc::Abs(cosine * cosine - one) > epsOfBoth;
+  }
 };
 
 }  // namespace post

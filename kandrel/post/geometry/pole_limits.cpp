@@ -4,22 +4,15 @@
 #include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/pole_limits.h>
 
-#include <array>
 #include <cmath>
+#include <cstdint>
+#include <initializer_list>
 
 namespace post {
 
 namespace {
 
 using Point = cadcam::zvTPoint3d<double>;
-
-double Component(const Point& p, int axis) {
-  return axis == 0 ? p.x : axis == 1 ? p.y : p.z;
-}
-
-void SetComponent(Point& p, int axis, double value) {
-  (axis == 0 ? p.x : axis == 1 ? p.y : p.z) = value;
-}
 
 // Halfway between two angles of [0, 360): those more than 90 degrees apart lie on both sides of the
 // seam.
@@ -51,16 +44,17 @@ zvLimitKeeper::zvLimitKeeper(const zv5axMachDef& machDef)
   const Point& first = machDef.GetFirstRotationDirection();
   const bool alongSpindle =
       std::fabs(std::fabs(Dot(machDef.GetSpindleDirection(), first)) - 1) < misc::kEqual;
-  m_active = machDef.GetFiveAxisKind() == 2 || (machDef.GetFiveAxisKind() == 3 && alongSpindle);
+  const std::int32_t kind = machDef.GetFiveAxisKind();
+  m_active =
+      kind == zv5axMachDef::kFirstOnTable || (kind == zv5axMachDef::kBothOnTable && alongSpindle);
   m_hasCircle =
       machDef.IsIdentityTransform() && (first == Point{0, 0, 1} || first == Point{0, 0, -1});
 }
 
 bool zvLimitKeeper::IsInside(const Point& p) const noexcept {
   for (int axis = 0; axis < 3; ++axis) {
-    const double value = Component(p, axis);
-    if (!(Component(m_low, axis) - misc::kInsideLimits <= value &&
-          value <= Component(m_high, axis) + misc::kInsideLimits))
+    if (!(m_low[axis] - misc::kInsideLimits <= p[axis] &&
+          p[axis] <= m_high[axis] + misc::kInsideLimits))
       return false;
   }
   return true;
@@ -97,8 +91,9 @@ bool zvLimitKeeper::TurnOnCircle(const Place& place, Point& position, double& fi
   } else {
     return false;
   }
-  // The angle from where the tip stands at angle 0 to the target, about +Z; the working direction
-  // may be -Z.
+  // Seen from the pivot the position turns by what the axis does: the angle is that from where it
+  // stands at angle 0 to the target, by their arc tangents about +Z; reversed where the working
+  // direction is -Z.
   const Point zero = place.At(0);
   const double fromZero = misc::ArcTangent(zero.y - m_pivot.y, zero.x - m_pivot.x);
   const double toTarget = misc::ArcTangent(target.y - m_pivot.y, target.x - m_pivot.x);
@@ -133,14 +128,14 @@ bool zvLimitKeeper::Scan(const Place& place, double lastAngle, Point& position,
       return true;
     }
     for (int axis = 0; axis < 3; ++axis)
-      for (const double plane : {Component(m_low, axis), Component(m_high, axis)}) {
-        const double a = Component(p_before, axis);
-        const double b = Component(p, axis);
+      for (const double plane : {m_low[axis], m_high[axis]}) {
+        const double a = p_before[axis];
+        const double b = p[axis];
         if (!((a < plane && plane < b) || (b < plane && plane < a))) continue;
         Point onPlaneBefore = p_before;
         Point onPlane = p;
-        SetComponent(onPlaneBefore, axis, plane);
-        SetComponent(onPlane, axis, plane);
+        onPlaneBefore[axis] = plane;
+        onPlane[axis] = plane;
         if (!IsInside(onPlaneBefore) || !IsInside(onPlane)) continue;
         if (Bisect(place, before, angle, axis, plane, position, firstAngle)) return true;
       }
@@ -152,18 +147,19 @@ bool zvLimitKeeper::Scan(const Place& place, double lastAngle, Point& position,
 
 bool zvLimitKeeper::Bisect(const Place& place, double angle1, double angle2, int axis, double plane,
                            Point& position, double& firstAngle) const {
-  const bool rises = Component(place.At(angle1), axis) < Component(place.At(angle2), axis);
+  const bool rises = place.At(angle1)[axis] < place.At(angle2)[axis];
   for (int round = 0; round < 1024; ++round) {
     const double middle = MiddleOnCircle(angle1, angle2);
     if (middle == angle1 || middle == angle2) break;  // nothing would change any more
     Point p = place.At(middle);
-    const double excess = Component(p, axis) - plane;
+    const double excess = p[axis] - plane;
     if (std::fabs(excess) <= misc::kLimitPlane) {
-      SetComponent(p, axis, plane);
+      p[axis] = plane;
       position = p;
       firstAngle = middle;
       return true;
     }
+    // The sign of the excess changes once between the two: the half that keeps the change stays.
     ((excess < 0) == rises ? angle1 : angle2) = middle;
   }
   misc::DebugLine(L"CTheta Error");

@@ -1,4 +1,5 @@
 #include <kandrel/misc/angles.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/solution_choice.h>
 #include <kandrel/post/model/limit_tests.h>
 
@@ -40,7 +41,7 @@ bool KeepsLimits(const zvRotarySolution& s, const zvKDRParam& par, const zv5axMa
   }
 }
 
-// The way round between two angles up to rounding; NaN where that can't be told so simply.
+// The way round between two angles up to rounding; NaN where it takes more than this.
 double RoughDistance(double a, double b) {
   const double plain = std::fabs(a - b);
   if (plain <= 180) return plain;
@@ -56,20 +57,18 @@ double Larger(double a, double b) {
 bool IsMirrorNearer(double previousFirst, double previousSecond, const zvRotarySolutions& s) {
   // Where one solution clearly holds the largest travel it loses. Only what is close needs the
   // exact distances, on whose equality ties rest.
-  constexpr double kClear = 1e-9;
   const double roughFirst = Larger(RoughDistance(previousFirst, s.first.firstAngle),
                                    RoughDistance(previousSecond, s.first.secondAngle));
   const double roughMirror = Larger(RoughDistance(previousFirst, s.mirror.firstAngle),
                                     RoughDistance(previousSecond, s.mirror.secondAngle));
-  if (roughMirror > roughFirst + kClear) return false;
-  if (roughFirst > roughMirror + kClear) return true;
+  if (roughMirror > roughFirst + misc::kAngleBorder) return false;
+  if (roughFirst > roughMirror + misc::kAngleBorder) return true;
 
   const double d1 = misc::CircularDistance(previousFirst, s.first.firstAngle);
   const double d2 = misc::CircularDistance(previousSecond, s.first.secondAngle);
   const double d3 = misc::CircularDistance(previousFirst, s.mirror.firstAngle);
   const double d4 = misc::CircularDistance(previousSecond, s.mirror.secondAngle);
-  const double largest = std::max({0.0, d1, d2, d3, d4});
-  return d3 != largest && d4 != largest;
+  return std::max(d3, d4) < std::max(d1, d2);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 namespace post {
 
+/// A chosen solution, and the limit that stands against it.
 struct zvSolutionChoice {
   bool isMirror = false;
   /// Set when both solutions break a linear limit, or when one breaks it and the other the rotary

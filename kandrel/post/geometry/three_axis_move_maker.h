@@ -5,6 +5,7 @@
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/geometry/move_grabber.h>
+#include <kandrel/post/geometry/posted_from.h>
 #include <kandrel/post/geometry/transformation3d.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/posted_move.h>
@@ -37,13 +38,8 @@ class KANDREL_API zvPosted3axMoveMaker {
   /// doesn't have. Nothing is checked.
   zvPosted3axMove Make(const zvMoveView& move, zvPostedMove::Types type, std::int32_t sourceIndex,
                        bool inserted, bool smallMoves) const {
-    const Point& p_part = move.GetPosition();
-    if (smallMoves)
-      return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
-                             move.IsRapid(), type);
-    return zvPosted3axMove(MachinePosition(p_part), p_part, move.GetOrientation(), move.GetFeed(),
-                           move.IsRapid(), type, move.GetExtendedPoint(), move.GetExtendedVector(),
-                           move.GetExtendedId(), move.HasExtendedData(), sourceIndex, inserted);
+    return PostedFrom<zvPosted3axMove>(move, MachinePosition(move.GetPosition()),
+                                       {type, sourceIndex, inserted, smallMoves});
   }
 
   const misc::zvAutoPointer<zvTransformation3d>& GetTransformation() const noexcept {

@@ -1,3 +1,4 @@
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/tool_leap.h>
@@ -17,16 +18,17 @@ bool LeavesItsWay(const zvPosted5axMove& a, const zvPosted5axMove& b, double deg
   };
   const Point from = at(0);
   const Point to = at(1);
-  const Point across = Cross(from, to);
+  const Point across = Cross(from, to);  // square to the plane of the shortest way
   const double sine = across.Length();
   const auto turn = [](const Point& u, const Point& v) {
     return misc::ArcTangent(Cross(u, v).Length(), Dot(u, v)) * misc::kDegreesPerRadian;
   };
-  constexpr int kPlaces = 8;
-  for (int k = 1; k < kPlaces; ++k) {
-    const Point tool = at(static_cast<double>(k) / kPlaces);
+  constexpr int kParts = 8;
+  for (int k = 1; k < kParts; ++k) {
+    const Point tool = at(static_cast<double>(k) / kParts);
     double off = std::min(turn(from, tool), turn(tool, to));
-    // Beside the arc itself its plane is nearer than its ends.
+    // Beside the arc itself its plane is nearer than its ends: between the planes square to it at
+    // both ends. The angle to a plane is what the one to its normal lacks of 90 degrees.
     if (sine > misc::kEqual && Dot(Cross(across, from), tool) > 0 &&
         Dot(Cross(to, across), tool) > 0)
       off = 90 - turn(across, tool);

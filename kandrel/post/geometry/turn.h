@@ -6,6 +6,7 @@
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/lanes.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/misc/trigonometry.h>
 
 #include <cmath>
 
@@ -52,7 +53,7 @@ struct ArmOf {
   Point across;
 };
 
-/// A point turned about a line. One that lies on it, as ArmOf tells, comes back exactly.
+/// A point turned about a line. One that lies on it, by IsOffAxis, comes back exactly.
 inline cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
                                          const cadcam::zvTPoint3d<double>& direction,
                                          const cadcam::zvTPoint3d<double>& pivot,
@@ -63,7 +64,7 @@ inline cadcam::zvTPoint3d<double> Rotate(const cadcam::zvTPoint3d<double>& p,
   return arm.Turned(direction, pivot, turn.cosine, turn.sine);
 }
 
-/// The same, but one that lies on the line is told by its distance.
+/// The same, but whether it lies on the line is decided by its distance alone: IsOffLine.
 inline cadcam::zvTPoint3d<double> RotateOffLine(const cadcam::zvTPoint3d<double>& p,
                                                 const cadcam::zvTPoint3d<double>& direction,
                                                 const cadcam::zvTPoint3d<double>& pivot,
@@ -81,7 +82,8 @@ struct zvSolvedAngle {
 };
 
 /// The angle whose cosine is `x`, negative if asked, with the snap of misc::SafeAcosRad. Its sine
-/// comes from the cosine, which spares kinematics a sine and a cosine: equal to 4e-13 in positions.
+/// is the root of 1 - x^2 = (1 - x)(1 + x), of which the product loses no digits near 1. That
+/// spares kinematics a sine and a cosine: equal to 4e-13 in positions.
 [[gnu::always_inline]] inline zvSolvedAngle AngleOfCosine(double x, bool isNegative) noexcept {
   double rad = 0;
   if (std::fabs(x) < misc::kFarFromSnap) [[likely]] {

@@ -6,7 +6,7 @@
 namespace post {
 
 /// One wrapping rule for each rotary axis; the first serves the only axis of a 4-axis machine too.
-/// It is applied as the last step of a posting, after all work on winded angles.
+/// It is applied as the last step of a posting, after all work on wound angles.
 class zv5axControlDef {
  public:
   /// The type holds any value that a file may bring; creators leave angles alone for unknown ones.

@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_type.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/move_traits.h>
@@ -45,7 +46,7 @@ zvLimitType RotaryOut(const Move& move,
 }
 
 /// The same for angles that a control writes otherwise: an axis fits when its angle fits or the one
-/// written. What is told of one that doesn't is the limit that `written` breaks.
+/// written. The limit of one that doesn't is that which `written` breaks.
 template <class Move>
 zvLimitType RotaryOut(const Move& move, const Move& written,
                       const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges,
@@ -62,8 +63,12 @@ zvLimitType RotaryOut(const Move& move, const Move& written,
   return {};
 }
 
-/// True for ranges that no angle as it is solved is out of: within (-180, 180], or in [0, 360)
-/// where limits are kept at a pole.
+/// Throws zvPostException 5010 to 5014 for a limit that is the minimum of an axis, 5015 to 5019 for
+/// a maximum; returns for what names no limit.
+KANDREL_API void RequireNoExcess(const zvLimitType& limit);
+
+/// True if no solved angle can lie outside: those lie in (-180, 180], or in [0, 360) where limits
+/// are kept at a pole.
 template <class Ranges>
 bool HoldSolvedAngles(const Ranges& ranges) {
   return std::all_of(ranges.begin(), ranges.end(), [](const zvRotaryRange& range) {

@@ -5,6 +5,7 @@
 
 namespace post {
 
+/// One side of the range of one axis: what a check of limits returns.
 struct zvLimitType {
   static constexpr std::int32_t kX = 0;
   static constexpr std::int32_t kY = 1;
@@ -18,7 +19,7 @@ struct zvLimitType {
   std::int32_t limitAxis = 5;
   std::int32_t limitSide = 2;
 
-  /// True for whatever is not one of the five axes.
+  /// True for an axis that is none of the five.
   bool IsNone() const noexcept { return limitAxis < kX || limitAxis > kSecondRotary; }
   bool operator==(const zvLimitType&) const = default;
 };

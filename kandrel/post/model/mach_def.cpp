@@ -30,7 +30,7 @@ void RequireRotaryPair(const Point& first, const Point& second) {
 }
 
 void RequireFiveAxisKind(std::int32_t kind) {
-  if (kind > 3) throw zvPostException(zvPostException::kUnknownMachine);
+  if (kind > zv5axMachDef::kBothOnTable) throw zvPostException(zvPostException::kUnknownMachine);
 }
 
 bool IsNearIdentity(const Matrix& matrix) {
@@ -41,6 +41,7 @@ bool IsNearIdentity(const Matrix& matrix) {
   return true;
 }
 
+// The axis directions are its columns: it takes machine coordinates to the part's directions.
 Matrix AxisMatrix(const Point& x, const Point& y, const Point& z) {
   Matrix matrix = Matrix::Identity();
   std::size_t column = 0;
@@ -82,6 +83,7 @@ zvMachDef::zvMachDef(const zvMachDef& other)
 }
 
 zvMachDef& zvMachDef::operator=(const zvMachDef& other) {
+  // First what may fail, for want of memory.
   CommitAxes(Axes(other.m_axes));
   zvMeasurable::operator=(other);
   m_spindleDirection = other.m_spindleDirection;

@@ -160,11 +160,18 @@ class KANDREL_API zv4axMachDef : public zvMachDef {
 /// Three linear axes and two rotary ones.
 class KANDREL_API zv5axMachDef : public zvMachDef {
  public:
+  /// Where the rotary axes stand, as `fiveAxisKind`; files hold the number. Any other counts as
+  /// kFirstOnTable.
+  static constexpr std::int32_t kBothOnTableLengthLeftOut = 0;  ///< as 3, tool length not added
+  static constexpr std::int32_t kBothInHead = 1;                ///< the first carries the second
+  static constexpr std::int32_t kFirstOnTable = 2;              ///< and the second in the head
+  static constexpr std::int32_t kBothOnTable = 3;               ///< the second carries the first
+
   zv5axMachDef();
   /// Also throws zvPostException 5026, 5027 for a first, second direction that is exactly zero,
   /// 5002 when both are equal as they stand, 5045 when the second is parallel to the spindle (their
   /// normalised dot product is exactly 1 or -1) and 5031 for a `fiveAxisKind` above 3. A negative
-  /// kind passes and counts as 2: deliberate.
+  /// kind passes, and counts as 2 as an unknown one does wherever kinds are told apart.
   zv5axMachDef(std::int32_t fiveAxisKind, Units units, const Point& spindleDirection,
                const Point& firstRotationDirection, const Point& secondRotationDirection,
                const Point& firstRotationPivot, const Point& secondRotationPivot,
@@ -177,8 +184,7 @@ class KANDREL_API zv5axMachDef : public zvMachDef {
   misc::zvAutoPointer<zvMachDef> Clone() const override;
   void Normalize() override;
 
-  /// 1: both axes in the head. 2: one on each side. 3: both on the table. 0: both on the table,
-  /// tool length not added.
+  /// One of the four kinds, or a number that counts as the third.
   std::int32_t GetFiveAxisKind() const noexcept { return m_fiveAxisKind; }
   void SetFiveAxisKind(std::int32_t kind) noexcept { m_fiveAxisKind = kind; }
   const Point& GetFirstRotationDirection() const noexcept { return m_firstRotationDirection; }
@@ -202,7 +208,7 @@ class KANDREL_API zv5axMachDef : public zvMachDef {
   void Scale(Units newUnits, double factor) override;
 
  private:
-  std::int32_t m_fiveAxisKind = 2;
+  std::int32_t m_fiveAxisKind = kFirstOnTable;
   Point m_firstRotationDirection{0, 0, -1};
   Point m_secondRotationDirection{0, -1, 0};
   Point m_firstRotationPivot;

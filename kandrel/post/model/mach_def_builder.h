@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
 #include <kandrel/post/model/mach_def.h>
 
 #include <string>

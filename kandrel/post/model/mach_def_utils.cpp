@@ -1,6 +1,8 @@
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 
+#include <cstdint>
+
 namespace post {
 
 namespace {
@@ -99,9 +101,9 @@ namespace {
 std::int32_t FiveAxisKindOf(const zv6axMachDef& machDef) {
   const std::int32_t first = machDef.GetFirstOnWorkpiece();
   const std::int32_t second = machDef.GetSecondOnWorkpiece();
-  if (first == 0 && second == 0) return 1;
-  if (first == 1 && second == 1) return 3;
-  return 2;
+  if (first == 0 && second == 0) return zv5axMachDef::kBothInHead;
+  if (first == 1 && second == 1) return zv5axMachDef::kBothOnTable;
+  return zv5axMachDef::kFirstOnTable;
 }
 
 }  // namespace

@@ -1,14 +1,16 @@
 // zvMachDefUtils: checked casts from zvMachDef to its classes.
 #pragma once
 
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
 #include <kandrel/post/model/mach_def.h>
 
 namespace post {
 
 /// By value the casts return a copy of the class; by pointer they share the object, and count that;
-/// As3ax to As6ax return the object itself. They throw
-/// zvPostException 5043 "Wrong static method called." for a definition of another class, 2503 for
-/// one of no class, and "Accessing NULL pointer" for a null pointer.
+/// As3ax to As6ax return the object itself. They throw zvPostException 5043 "Wrong static method
+/// called." for a definition of another class, 2503 for one of no class, and "Accessing NULL
+/// pointer" for a null pointer.
 class KANDREL_API zvMachDefUtils {
  public:
   zvMachDefUtils() = delete;

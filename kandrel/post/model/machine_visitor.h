@@ -1,4 +1,4 @@
-// zvMachineVisitor: tells the classes of machine definitions apart.
+// zvMachineVisitor: a slot for each class of machine definition.
 #pragma once
 
 #include <kandrel/misc/export.h>
@@ -11,6 +11,7 @@ class zv4axMachDef;
 class zv5axMachDef;
 class zv6axMachDef;
 
+/// A definition calls the slot of its own class: zvMachDef::AcceptVisitor.
 class KANDREL_API zvMachineVisitor {
  public:
   virtual void Visit(const zv6axMachDef& machDef) = 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/export.h>
 #include <kandrel/post/model/posted_move.h>
 
 #include <utility>

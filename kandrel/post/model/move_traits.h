@@ -4,12 +4,15 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/post/model/posted_move.h>
 
+#include <cstdint>
+
 namespace post {
 
 /// The rotary angles of a posted move by index, and whether one is undetermined: at its pole.
 template <class Move>
 struct zvMoveTraits;
 
+/// Of one axis, whose index is not looked at. Such moves carry no pole status.
 template <>
 struct zvMoveTraits<zvPosted4axMove> {
   static constexpr int kAxes = 1;
@@ -21,6 +24,7 @@ struct zvMoveTraits<zvPosted4axMove> {
   static void LeavePole(zvPosted4axMove&) noexcept {}
 };
 
+/// Of axes 0 and 1; at a pole one of the two is undetermined.
 template <>
 struct zvMoveTraits<zvPosted5axMove> {
   static constexpr int kAxes = 2;

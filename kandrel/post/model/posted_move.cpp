@@ -127,6 +127,13 @@ void zvPostedMove::SetExtended(bool extended) {
     m_extended = std::make_unique<zvExtendedPostedMove>();
 }
 
+void zvPostedMove::SetExtended(const Point& extendedPoint, const Point& extendedVector,
+                               std::uint32_t extendedId, bool hasExtendedData,
+                               std::int32_t sourceIndex, bool inserted) {
+  m_extended = std::make_unique<zvExtendedPostedMove>(extendedPoint, extendedVector, extendedId,
+                                                      hasExtendedData, sourceIndex, inserted);
+}
+
 const zvExtendedPostedMove& zvPostedMove::Extended() const {
   if (!m_extended) throw zvPostException(zvPostException::kNotExtended);
   return *m_extended;

@@ -7,6 +7,7 @@
 #include <kandrel/post/model/posted_move_visitor.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -80,6 +81,10 @@ class KANDREL_API zvPostedMove {
 
   /// True makes a default extended block if there is none, false deletes it.
   void SetExtended(bool extended);
+  /// Gives the move a block that holds these, in place of one that it has.
+  void SetExtended(const Point& extendedPoint, const Point& extendedVector,
+                   std::uint32_t extendedId, bool hasExtendedData, std::int32_t sourceIndex,
+                   bool inserted);
   bool HasNoExtended() const noexcept { return m_extended == nullptr; }
 
   const Point& GetExtendedPoint() const { return Extended().GetExtendedPoint(); }
@@ -121,6 +126,7 @@ inline double PartDistance(const zvPostedMove& a, const zvPostedMove& b) {
   return (b.GetPartPosition() - a.GetPartPosition()).Length();
 }
 
+/// Adds nothing: all is in the linear axes.
 class KANDREL_API zvPosted3axMove : public zvPostedMove {
  public:
   using zvPostedMove::zvPostedMove;
@@ -182,7 +188,7 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
 
   void AcceptVisitor(zvPostedVisitor& visitor) const override;
 
-  /// Any other index than 0 and 1 gives the first angle: deliberate, not an error.
+  /// Any other index than 0 and 1 gives the first angle: the getter can't fail.
   const double& GetAngle(std::int16_t index) const noexcept {
     return m_rotaryAngles[index == 1 ? 1 : 0];
   }
@@ -235,7 +241,7 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
 
   void AcceptVisitor(zvPostedVisitor& visitor) const override;
 
-  /// Any other index than 0 to 2 gives the first angle: deliberate, not an error.
+  /// Any other index than 0 to 2 gives the first angle: the getter can't fail.
   const double& GetAngle(std::int16_t index) const noexcept {
     return m_rotaryAngles[index == 1 || index == 2 ? static_cast<std::size_t>(index) : 0];
   }

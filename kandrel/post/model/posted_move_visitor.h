@@ -1,4 +1,4 @@
-// zvPostedVisitor: tells the classes of posted moves apart.
+// zvPostedVisitor: a slot for each class of posted move.
 #pragma once
 
 #include <kandrel/misc/export.h>
@@ -11,6 +11,7 @@ class zvPosted4axMove;
 class zvPosted5axMove;
 class zvPosted6axMove;
 
+/// A move calls the slot of its own class: zvPostedMove::AcceptVisitor.
 class KANDREL_API zvPostedVisitor {
  public:
   virtual void Visit(const zvPosted6axMove& move) = 0;

@@ -6,6 +6,7 @@
 #include <kandrel/post/model/align_matrix.h>
 #include <kandrel/post/model/posted_move.h>
 
+#include <cstddef>
 #include <list>
 #include <vector>
 
@@ -35,7 +36,7 @@ class KANDREL_API zvPostedTP {
   virtual void PushBack(const MovePointer& move);
 
   /// Extents over all moves: X, Y, Z of the machine (of the part), then the rotary angles as they
-  /// stand, winded or wrapped. Empty for an empty list; 6-axis moves add nothing (see
+  /// stand, wound or wrapped. Empty for an empty list; 6-axis moves add nothing (see
   /// zvPostedExtentVisitor). Throws "Accessing NULL pointer" for a null move, zvPostException 2503
   /// for one of no class. Linear.
   virtual std::vector<double> GetMachMin() const;

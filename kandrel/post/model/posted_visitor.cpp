@@ -1,3 +1,4 @@
+#include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posted_visitor.h>
@@ -8,16 +9,16 @@
 namespace post {
 
 void zvPostedVisitorMoveType::Visit(const zvPosted6axMove&) {
-  *m_type = 3;
+  *m_type = zvMachDef::sixAxes;
 }
 void zvPostedVisitorMoveType::Visit(const zvPosted5axMove&) {
-  *m_type = 2;
+  *m_type = zvMachDef::fiveAxes;
 }
 void zvPostedVisitorMoveType::Visit(const zvPosted4axMove&) {
-  *m_type = 1;
+  *m_type = zvMachDef::fourAxes;
 }
 void zvPostedVisitorMoveType::Visit(const zvPosted3axMove&) {
-  *m_type = 0;
+  *m_type = zvMachDef::threeAxes;
 }
 void zvPostedVisitorMoveType::Visit(const zvPostedMove&) {
   throw misc::zvException(2183, L"Abstract function called");
@@ -47,7 +48,7 @@ void zvPostedExtentVisitor::Fold(const zvPostedMove& move, const double* angles,
                                  std::size_t angleCount) {
   const auto& p =
       m_position == Position::kMachine ? move.GetMachinePosition() : move.GetPartPosition();
-  std::array<double, 5> values{p.x, p.y, p.z};
+  std::array<double, 5> values{p.x, p.y, p.z};  // and room for two angles
   std::copy_n(angles, angleCount, values.begin() + 3);
   const std::size_t count = 3 + angleCount;
   if (!m_hasFirst) {

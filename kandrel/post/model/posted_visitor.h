@@ -1,4 +1,4 @@
-// The visitors that tell a posted move's class and fold extents.
+// zvPostedVisitorMoveType and zvPostedExtentVisitor: the class of a posted move, and extents.
 #pragma once
 
 #include <kandrel/misc/export.h>
@@ -30,7 +30,7 @@ class KANDREL_API zvPostedVisitorMoveType : public zvPostedVisitor {
 /// caller's, value by value. The first move sizes and fills it, whatever it held; a later move of
 /// another class compares as many values as both have.
 ///
-/// 6-axis moves add nothing: extents serve up to five axes, deliberately. A move of no class throws
+/// 6-axis moves add nothing: extents hold at most two angles. A move of no class throws
 /// zvPostException 2503.
 class KANDREL_API zvPostedExtentVisitor : public zvPostedVisitor {
  public:
@@ -56,24 +56,28 @@ class KANDREL_API zvPostedExtentVisitor : public zvPostedVisitor {
   Side m_side;
 };
 
+/// The smallest machine position and angles.
 class KANDREL_API zvPostedVisitorMachMin : public zvPostedExtentVisitor {
  public:
   explicit zvPostedVisitorMachMin(std::vector<double>& extent)
       : zvPostedExtentVisitor(extent, Position::kMachine, Side::kMin) {}
 };
 
+/// The largest machine position and angles.
 class KANDREL_API zvPostedVisitorMachMax : public zvPostedExtentVisitor {
  public:
   explicit zvPostedVisitorMachMax(std::vector<double>& extent)
       : zvPostedExtentVisitor(extent, Position::kMachine, Side::kMax) {}
 };
 
+/// The smallest part position and angles.
 class KANDREL_API zvPostedVisitorPartMin : public zvPostedExtentVisitor {
  public:
   explicit zvPostedVisitorPartMin(std::vector<double>& extent)
       : zvPostedExtentVisitor(extent, Position::kPart, Side::kMin) {}
 };
 
+/// The largest part position and angles.
 class KANDREL_API zvPostedVisitorPartMax : public zvPostedExtentVisitor {
  public:
   explicit zvPostedVisitorPartMax(std::vector<double>& extent)

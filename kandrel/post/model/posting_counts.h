@@ -5,10 +5,13 @@
 
 namespace post {
 
+/// Places in a list where a pass has put moves in; all 0 for a path that needed none.
 struct zvPostingCounts {
+  /// Stretches on a pole over which a jump was spread.
   std::uint32_t blendedPoles = 0;
   /// Turns above maxAngleJump, and changes of solution below it, made off the part.
   std::uint32_t largeJumps = 0;
+  /// Places where a rotary axis was turned back by whole turns.
   std::uint32_t rewindings = 0;
   /// Lifts to the limits (retractToLimits) that came out shorter than retractDistance: the tool may
   /// swing close to the part there.

@@ -19,7 +19,7 @@ class KANDREL_API zvKDRParam {
 
   /// What creators do about limits. Any other value: zvPostException 5046 during a run. Rotary axes
   /// are shifted by whole turns and rewound first where that helps: on 5- and 6-axis machines with
-  /// 2 and 3, on 4-axis ones with 3 alone, deliberately.
+  /// 2 and 3, on 4-axis ones with 3 alone: there 2 reports a path as it stands.
   enum LimitsCheck : std::int32_t {
     checkNothing = 0,
     checkLinearAxes = 1,
@@ -40,8 +40,8 @@ class KANDREL_API zvKDRParam {
   enum PoleHandling : std::int32_t {
     keepWithinLimits = 1,  ///< it brings linear axes out of their limits into them, and 3-axis
                            ///< paths are posted like any other
-    poleHandling2 = 2,     ///< the jump is spread over the stretch in steps
-    poleHandling3 = 3,     ///< it is spread on a cubic that continues the motion before and after
+    spreadEvenly = 2,      ///< the jump is spread over the stretch in steps
+    spreadOnCubic = 3,     ///< it is spread on a cubic that continues the motion before and after
   };
 
   /// `units` decides the default lengths: metric, or inch for any other value.
@@ -124,10 +124,19 @@ class KANDREL_API zvKDRParam {
   SolutionIndex m_firstMoveSolutionIndex = firstSolution;
   double m_firstMovePreferredAngle = 0;
   bool m_interpolateRapidMoves = false;
-  PoleHandling m_poleHandling = poleHandling3;
+  PoleHandling m_poleHandling = spreadOnCubic;
   bool m_alignToolpath = false;
   std::int32_t m_interpolationMode = 0;
   bool m_retractToLimits = false;
 };
+
+/// Whether a check asks for the limits of the linear axes; false for a value that is none.
+constexpr bool ChecksLinearAxes(zvKDRParam::LimitsCheck check) noexcept {
+  return check == zvKDRParam::checkLinearAxes || check == zvKDRParam::checkAllAxes;
+}
+/// Whether it asks for those of the rotary axes.
+constexpr bool ChecksRotaryAxes(zvKDRParam::LimitsCheck check) noexcept {
+  return check == zvKDRParam::checkRotaryAxes || check == zvKDRParam::checkAllAxes;
+}
 
 }  // namespace post

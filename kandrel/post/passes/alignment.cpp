@@ -5,6 +5,7 @@
 #include <kandrel/post/passes/alignment.h>
 
 #include <cmath>
+#include <cstddef>
 
 namespace post {
 

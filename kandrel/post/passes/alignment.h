@@ -16,6 +16,7 @@ namespace post {
 KANDREL_API cadcam::zvMatrix<double, 4, 4> RotationBetween(const cadcam::zvTPoint3d<double>& a,
                                                            const cadcam::zvTPoint3d<double>& b);
 
+/// What FindToolPathAxis has found.
 struct zvToolPathAxis {
   cadcam::zvTPoint3d<double> axis;
   bool found = false;
@@ -23,8 +24,9 @@ struct zvToolPathAxis {
 
 /// The direction about which the orientations of a toolpath turn, a unit vector. Where there is
 /// none, `found` is false and the axis is the first orientation, or zero below three moves. Throws
-/// zvcadcamException 2189 where it can't be told, zvPostException 5039 for an orientation that is
-/// infinite or NaN. Looks at no more moves than it needs.
+/// zvcadcamException 2189 where an orientation is zero or those that turn are parallel,
+/// zvPostException 5039 for an orientation that is infinite or NaN. Looks at no more moves than it
+/// needs.
 KANDREL_API zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath);
 
 /// The matrix that turns the first move's orientation into the spindle, null when it already lies
@@ -38,9 +40,10 @@ KANDREL_API zvAlignMatrix AlignToSpindle(const cadcam::zvToolPath& toolpath,
 KANDREL_API bool FitsRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& machDef);
 
 /// The matrix that turns the machine's rotary axis onto the toolpath's; null when the path fits.
-/// This is the reverse of AlignToSpindle, deliberately: the path's axis lands on the machine's only
-/// where the two are perpendicular. Throws zvPostException 5044 below three moves that don't fit,
-/// and as RotationBetween and FindToolPathAxis do.
+/// This is the reverse of AlignToSpindle, which turns the path's direction onto the machine's: so
+/// the path's axis lands on the machine's only where the two are perpendicular. It is kept: another
+/// matrix would move every path that has been posted with it. Throws zvPostException 5044 below
+/// three moves that don't fit, and as RotationBetween and FindToolPathAxis do.
 KANDREL_API zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath,
                                             const zv4axMachDef& machDef);
 

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/move_traits.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace post {
 
@@ -28,10 +30,9 @@ std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double l
                                     const zvJumpRules& rules, const Retract& retract,
                                     const Leaps& leaps) {
   using Traits = zvMoveTraits<Move>;
-  // Winded neighbours are within half a turn, where the plain difference is the circular distance
-  // up to rounding: it decides all but the borderline cases.
-  constexpr double kBorder = 1e-9;
-  const double smallest = std::min(rules.maxAngleJump - kBorder, rules.smallestLeap);
+  // Wound neighbours are within half a turn, where the plain difference is the circular distance up
+  // to rounding: it decides all but the borderline cases.
+  const double smallest = std::min(rules.maxAngleJump - misc::kAngleBorder, rules.smallestLeap);
   if (largestStep < smallest || list.GetCount() < 2) return 0;
   std::uint32_t jumps = 0;
   auto previous = list.begin();

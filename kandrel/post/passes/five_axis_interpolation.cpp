@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <utility>
 
 namespace post {
 
@@ -16,7 +18,7 @@ namespace {
 
 constexpr int kDeepest = 4;
 
-// No smaller than the distance on the circle, but for rounding, and cheap.
+// Upper bound of the circular distance, up to rounding.
 double PlainDistance(const zvPosted5axMove& a, const zvPosted5axMove& b) {
   return std::max(std::fabs(a.GetAngle(0) - b.GetAngle(0)),
                   std::fabs(a.GetAngle(1) - b.GetAngle(1)));
@@ -213,16 +215,15 @@ std::uint32_t zv5axInterpolator::StepsByDistance(const Move& from, const Move& t
   return m_hasDistanceRule ? post::StepsByDistance(m_par, PartDistance(from, to)) : 0;
 }
 
-// One less than the distance rule gives, deliberately; and it doesn't look at poles.
+// Undetermined angles count too: SkipForPole has decided about them.
 std::uint32_t zv5axInterpolator::StepsByAngle(const Move& from, const Move& to) const {
   if (to.IsRapid()) return 0;
   return post::StepsByAngle(m_par, from.AngleDistance(to));
 }
 
 bool zv5axInterpolator::StepTooLarge(const Move& a, const Move& b) const {
-  constexpr double kBorder = 1e-9;  // far above rounding
   const double step = m_par.GetMaxAngleStep();
-  if (m_hasAngleRule && !(PlainDistance(a, b) < step - kBorder) &&
+  if (m_hasAngleRule && !(PlainDistance(a, b) < step - misc::kAngleBorder) &&
       PoleAwareDistance(a, b) >= step - misc::kEqual)
     return true;
   return m_hasDistanceRule && PartDistance(a, b) >= m_par.GetInterpolationDistance() - misc::kEqual;
@@ -286,7 +287,7 @@ zvPosted5axMove zv5axInterpolator::Linear(const Move& a, const Move& b, double t
   using Point = cadcam::zvTPoint3d<double>;
   const Point p_part = (1 - t) * a.GetPartPosition() + t * b.GetPartPosition();
   const auto blend = [t](double from, double to) {
-    // By the shorter way: angles are not winded yet.
+    // By the shorter way: angles are not wound yet.
     const double near = to + misc::kFullTurnDeg * misc::WindsBetween(from, to);
     return (1 - t) * from + t * near;
   };
@@ -300,10 +301,9 @@ zvPosted5axMove zv5axInterpolator::Linear(const Move& a, const Move& b, double t
   // A marker only: degrees where radians are read. It stays so that files agree; what moves the
   // machine takes the orientation from the angles.
   const Point marker = m_solver.OrientationFromAngles(first, second);
-  if (m_smallMoves)
-    return zvPosted5axMove(p_mach, p_part, marker, first, second, 0, feed, rapid, b.GetType());
-  return zvPosted5axMove(p_mach, p_part, marker, first, second, 0, feed, rapid, b.GetType(),
-                         Point{}, Point{0, 0, 1}, 0, false, a.GetSourceIndex(), true);
+  Move between(p_mach, p_part, marker, first, second, 0, feed, rapid, b.GetType());
+  if (!m_smallMoves) between.SetExtended({}, {0, 0, 1}, 0, false, a.GetSourceIndex(), true);
+  return between;
 }
 
 // Whether the subdivision has made the largest step smaller.
@@ -350,10 +350,7 @@ bool zv5axInterpolator::IsReduced(Iterator from, Iterator to, bool leavesLastOut
 
 // Whether a move that took its free angle from the one before it lies on the first axis' pole.
 bool zv5axInterpolator::IsOnFirstPole(const Move& move) const {
-  if (move.GetPoleStatus() != 0) return false;
-  const cadcam::zvTPoint3d<double>& t = move.GetOrientation();
-  const double c = Dot(t / t.Length(), m_solver.GetKinematics().GetFirstWorkingDirection());
-  return m_cone.Holds(c);
+  return move.GetPoleStatus() == 0 && m_solver.IsOnFirstPole(move.GetOrientation(), m_cone);
 }
 
 // Whether nothing but the free axis turns so far off a pole that it needs a subdivision.

@@ -1,6 +1,7 @@
 // zv5axInterpolator: the moves between two posted 5-axis moves.
 #pragma once
 
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/geometry/five_axis_solver.h>

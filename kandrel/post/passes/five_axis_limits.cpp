@@ -1,5 +1,5 @@
 #include <kandrel/post/passes/five_axis_limits.h>
-#include <kandrel/post/passes/five_axis_repair.h>
+#include <kandrel/post/passes/repair_machine.h>
 #include <kandrel/post/passes/rewinder/rewinder.h>
 
 namespace post {
@@ -16,8 +16,8 @@ zvLimitChecker::zvLimitChecker(List& list, const zv5axMachDef& machDef,
       m_lowerBounds(lowerBounds) {}
 
 void zvLimitChecker::Rewind(bool smallMoves) {
-  const zv5axRepairMachine machine(m_machDef, m_par, m_partOrigin, m_toolLengthCompensation,
-                                   smallMoves, *m_counts);
+  const zv5axMoveSolver solver(m_machDef, m_par, m_partOrigin, m_toolLengthCompensation);
+  const zv5axRepairMachine machine(solver, m_machDef, m_par, smallMoves, *m_counts);
   const double slack = m_lowerBounds == zvLowerBounds::kOwn ? m_par.GetLimitTolerance() : 0;
   zvRewinder<zvPosted5axMove, zv5axRepairMachine> rewinder(m_list, RotaryRangesOf(m_machDef), m_par,
                                                            smallMoves, machine, slack);

@@ -3,6 +3,8 @@
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/flat_moves.h>
 
+#include <cstdint>
+
 namespace post {
 
 namespace {

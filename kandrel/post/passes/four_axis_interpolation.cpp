@@ -1,3 +1,4 @@
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/passes/four_axis_interpolation.h>
 #include <kandrel/post/passes/step_counts.h>
@@ -58,7 +59,6 @@ void zv4axInterpolator::Refine(List& list, Iterator from, Iterator to, int depth
   ThinOut(list, from, to, [this](const Move& a, const Move& b) { return !IsStepTooLarge(a, b); });
 }
 
-// By angle one less than by distance, deliberately.
 std::uint32_t zv4axInterpolator::CountBetween(const Move& from, const Move& to) const {
   const std::uint32_t byDistance =
       m_hasDistanceRule ? StepsByDistance(m_par, PartDistance(from, to)) : 0;
@@ -77,8 +77,8 @@ void zv4axInterpolator::InsertEvenMoves(List& list, Iterator from, Iterator to,
   }
 }
 
-// Whether the subdivision has brought nothing by either rule. Without the distance rule it
-// always counts as progress, deliberately: the depth ends it.
+// Whether the subdivision has brought nothing by either rule. Without the distance rule it always
+// counts as progress: the depth ends what makes none.
 bool zv4axInterpolator::NoProgress(Iterator from, Iterator to) const {
   if (!m_hasDistanceRule) return false;
   double largestAngle = 0;

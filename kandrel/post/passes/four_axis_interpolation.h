@@ -36,8 +36,8 @@ class KANDREL_API zv4axInterpolator {
 
   /// Puts the moves between `to` and the move before it. When it throws, some stay.
   void Between(List& list, Iterator to) const { Refine(list, std::prev(to), to, 0); }
-  /// Moves whose angles differ by no more get none between them, whatever else they are; below 0
-  /// where none can be told by that. The plain difference is never shorter than the way round, but
+  /// Moves whose angles differ by no more get none between them, whatever else they are; negative
+  /// if angles alone never decide. The plain difference is never shorter than the way round, but
   /// for rounding that the angle rule allows for: most moves need no closer look.
   double GetShortStep() const noexcept { return m_hasDistanceRule ? -1 : m_par.GetMaxAngleStep(); }
 

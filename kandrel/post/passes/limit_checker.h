@@ -25,10 +25,19 @@ void WrapIntoRanges(Move& move,
   }
 }
 
+/// The same for all moves of a list.
+template <class Move>
+void WrapIntoRanges(misc::zvMemoryPoolList<Move>& list,
+                    const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges) {
+  if (HoldSolvedAngles(ranges)) return;
+  for (Move& move : list) WrapIntoRanges(move, ranges);
+}
+
 /// How the lower bounds of two axes are measured before a shift.
 enum class zvLowerBounds {
   /// That of the second stays its first value, and values below that go to the lower bound of the
-  /// first instead, raising it where they are above it: deliberate.
+  /// first instead, raising it where they are above it. It is tried first, so that lists which it
+  /// mends come out as they always have.
   kShared,
   kOwn,  // each axis for itself
 };

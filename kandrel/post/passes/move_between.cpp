@@ -1,5 +1,7 @@
 #include <kandrel/post/passes/move_between.h>
 
+#include <cstdint>
+
 namespace post {
 
 using Point = cadcam::zvTPoint3d<double>;
@@ -14,16 +16,18 @@ zvPosted5axMove MoveBetween(const zvPosted5axMove& a, const zvPosted5axMove& b, 
   const double feed = a.IsRapid() == b.IsRapid() ? blend(a.GetFeed(), b.GetFeed())
                       : a.IsRapid()              ? b.GetFeed()
                                                  : a.GetFeed();
-  if (a.HasNoExtended() || b.HasNoExtended())
-    return zvPosted5axMove(p_mach, p_part, orientation, firstAngle, secondAngle, 0, feed, rapid,
-                           b.GetType());
-  const bool hasData = a.HasExtendedData() && b.HasExtendedData();
-  return zvPosted5axMove(
-      p_mach, p_part, orientation, firstAngle, secondAngle, 0, feed, rapid, b.GetType(),
-      hasData ? blend(a.GetExtendedPoint(), b.GetExtendedPoint()) : Point{},
-      hasData ? blend(a.GetExtendedVector(), b.GetExtendedVector()) : Point{0, 0, 1},
-      hasData && a.GetExtendedId() == b.GetExtendedId() ? a.GetExtendedId() : 0, hasData,
-      b.GetSourceIndex(), true);
+  zvPosted5axMove between(p_mach, p_part, orientation, firstAngle, secondAngle, 0, feed, rapid,
+                          b.GetType());
+  if (a.HasNoExtended() || b.HasNoExtended()) return between;
+  const std::int32_t sourceIndex = b.GetSourceIndex();
+  if (a.HasExtendedData() && b.HasExtendedData())
+    between.SetExtended(blend(a.GetExtendedPoint(), b.GetExtendedPoint()),
+                        blend(a.GetExtendedVector(), b.GetExtendedVector()),
+                        a.GetExtendedId() == b.GetExtendedId() ? a.GetExtendedId() : 0, true,
+                        sourceIndex, true);
+  else
+    between.SetExtended({}, {0, 0, 1}, 0, false, sourceIndex, true);
+  return between;
 }
 
 }  // namespace post

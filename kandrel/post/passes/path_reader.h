@@ -1,7 +1,9 @@
 // zvPathReader: a toolpath tree as one sequence of moves with their types.
 #pragma once
 
+#include <kandrel/cadcam/matrix.h>
 #include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/geometry/move_grabber.h>
 #include <kandrel/post/model/posted_move.h>
@@ -41,7 +43,7 @@ class KANDREL_API zvPathReader {
   }
 
   /// Calls `take(move, type)` for each of the next moves, `most` of them at most; false when the
-  /// end has been reached. For a caller that looks itself whether numbers are finite.
+  /// end has been reached. For a caller that checks finiteness itself.
   template <class Take>
   bool TakeUnchecked(int most, const Take& take) {
     if (m_alignment != nullptr) [[unlikely]]

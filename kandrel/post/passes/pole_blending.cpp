@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 
 namespace post {
 
@@ -15,7 +17,6 @@ namespace {
 using Move = zvPosted5axMove;
 using List = misc::zvMemoryPoolList<Move>;
 using Iterator = List::iterator;
-using Point = cadcam::zvTPoint3d<double>;
 using Polynomial = mathdef::zvPolynomial<double>;
 using Ranges = std::array<zvRotaryRange, 2>;
 
@@ -89,8 +90,9 @@ class Run {
   bool BlendLinearly() {
     TurnMoves([this](double s) { return m_jump.size * s / m_length; });
     if (IsWithinStep()) return true;
-    // The spacing is a ratio of angles that serves as a length: deliberate. Each new move has the
-    // angle of its segment's end.
+    // The spacing is the number of steps in the jump, taken as a length: so it grows with the jump.
+    // What it leaves above a step DivideLargeSteps divides later. Each new move has the angle of
+    // its segment's end.
     InsertMoves(m_jump.size / m_par.GetMaxAngleStep(),
                 [this](double, double segmentEnd) { return m_jump.size * segmentEnd / m_length; });
     return true;
@@ -134,8 +136,7 @@ class Run {
   // Puts a move at every multiple of the spacing, into the segment in which it falls.
   template <class Turn>
   void InsertMoves(double spacing, const Turn& turn) {
-    constexpr double kLargestCount = 2147483646;
-    if (!(m_length / spacing <= kLargestCount))
+    if (!(m_length / spacing <= misc::kLargestCount))
       throw zvPostException(zvPostException::kInvalidVector);
     double position = spacing;
     double s = 0;
@@ -184,7 +185,9 @@ class Run {
     return std::clamp(slope, -steepest, steepest);
   }
 
-  // p(0) = 0, p'(0) = mb, p(L) = jump, p'(L) = ma.
+  // The cubic of Hermite over the run's length L, from p(0) = 0 with p'(0) = mb to p(L) = jump with
+  // p'(L) = ma. Of p(s) = mb s + b s^2 + c s^3 the last two ask b L^2 + c L^3 = jump - mb L and
+  // 2 b L + 3 c L^2 = ma - mb, which b and c solve.
   Polynomial FitCubic() const {
     Slope after;
     for (Iterator a = m_last, b = std::next(a); b != m_list.end() && after.length < m_length / 2;
@@ -196,7 +199,8 @@ class Run {
 
     const double l = m_length;
     const double jump = m_jump.size;
-    // Rounds as the sums over run and neighbours would.
+    // Measured from the run's start on, less the run itself: the rounding of both steps shows in
+    // the posted digits.
     const double afterLength = (after.length + l) - l;
     const double ma = afterLength == 0 ? 0 : Bounded(((after.turned + jump) - jump) / afterLength);
     const double mb = before.length == 0 ? 0 : Bounded(before.turned / before.length);
@@ -222,25 +226,23 @@ class Run {
 }  // namespace
 
 bool BlendsPoles(const zvKDRParam& par) {
-  return par.GetPoleHandling() == zvKDRParam::poleHandling2 ||
-         par.GetPoleHandling() == zvKDRParam::poleHandling3;
+  return par.GetPoleHandling() == zvKDRParam::spreadEvenly ||
+         par.GetPoleHandling() == zvKDRParam::spreadOnCubic;
 }
 
 std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const Ranges& ranges,
                          const zv5axMoveSolver& solver) {
   if (!BlendsPoles(par)) return 0;
-  const bool isCubic = par.GetPoleHandling() == zvKDRParam::poleHandling3;
+  const bool isCubic = par.GetPoleHandling() == zvKDRParam::spreadOnCubic;
   const zv5axMoveSolver::PoleCone cone = solver.MakePoleCone(par.GetPoleAngleTolerance());
-  const Point& a1 = solver.GetKinematics().GetFirstWorkingDirection();
   // Whether turning the axis that isn't at 0 leaves the tool where it is.
   const auto turnsFreely = [&](const Move& move, int axisAtZero) {
     if (axisAtZero == 0) return true;
     // Moves of linear axes hold a marker instead of their orientation.
-    const Point t = par.GetInterpolationMode() == 0 ? move.GetOrientation()
-                                                    : solver.GetKinematics().Orientation(move);
-    // Normalised as the solver does, so that both find the same poles, whatever the length.
-    const double c = Dot(t / t.Length(), a1);
-    return cone.Holds(c);
+    return solver.IsOnFirstPole(par.GetInterpolationMode() == 0
+                                    ? move.GetOrientation()
+                                    : solver.GetKinematics().Orientation(move),
+                                cone);
   };
 
   std::uint32_t blended = 0;

@@ -1,12 +1,12 @@
-// Blending: smooth rotary motion through poles.
+// BlendPoles: smooth rotary motion through poles.
 #pragma once
 
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
-#include <kandrel/post/passes/limit_checker.h>
 
 #include <array>
 #include <cstdint>
@@ -24,7 +24,7 @@ namespace post {
 ///    already, or still, and tilt less than the path does there, by a step of the interpolation at
 ///    most where it has divided the way to the pole.
 /// 2. Runs before the first determined move are not blended, nor runs of no length.
-/// 3. Linear in the number of moves. Angles are not winded yet, but may lie in their `ranges`.
+/// 3. Linear in the number of moves. Angles are not wound yet, but may lie in their `ranges`.
 /// 4. The slopes of a cubic's ends are at most three times the run's mean.
 ///
 /// Steps and the way are those of `par`, the kinematics and the pole those of `solver`. Returns the

@@ -1,12 +1,13 @@
 // Retraction: moves that lift the tool off the part with the rotary axes as they stand.
 #pragma once
 
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
-#include <kandrel/post/passes/limit_checker.h>
 
 #include <algorithm>
 #include <cmath>
@@ -61,7 +62,7 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
     throw zvPostException(zvPostException::kOutOfLimits);
 
   // How far the limits are doesn't depend on the orientation's length, but rounding does: one so
-  // short or long that motion couldn't be told from noise is lifted along as a unit vector.
+  // short or long that motion would drown in noise is lifted along as a unit vector.
   const Point given = start.GetOrientation();
   constexpr double kShort = 0.01;
   constexpr double kLong = 100;
@@ -74,29 +75,27 @@ Move RetractToMachineLimits(const Kinematics& kinematics, const zvMachDef& machD
   // Kinematics leave noise where there is no motion, and a move on its limit may stand past it by
   // rounding: neither may turn the lift into none or into a plunge.
   const auto isStill = [](double step) { return std::fabs(step) <= misc::kNoMotion; };
-  const auto factor = [&](double position, double step, double low, double high) {
-    const double limit = step < 0 ? low : high;
-    if (isStill(step) || std::isinf(limit)) return misc::kNoValue;
-    return std::max(0.0, (limit - position) / step);
+  const auto limitAhead = [&](int axis) {
+    return d[axis] < 0 ? machDef.GetMinLimits()[axis] : machDef.GetMaxLimits()[axis];
   };
-  const Point& low = machDef.GetMinLimits();
-  const Point& high = machDef.GetMaxLimits();
-  const double fx = factor(from.x, d.x, low.x, high.x);
-  const double fy = factor(from.y, d.y, low.y, high.y);
-  const double fz = factor(from.z, d.z, low.z, high.z);
-  const double smallest = std::min({fx, fy, fz});
+  // The linear axes move evenly along the tool: each reaches its limit at this part of the probe.
+  Point reach;
+  for (int axis = 0; axis < 3; ++axis) {
+    const double limit = limitAhead(axis);
+    reach[axis] = isStill(d[axis]) || std::isinf(limit)
+                      ? misc::kNoValue
+                      : std::max(0.0, (limit - from[axis]) / d[axis]);
+  }
+  const double smallest = std::min({reach.x, reach.y, reach.z});
   // Without a limit the distance is infinite, and refused.
   Move lifted = RetractAlongTool(kinematics, start, kProbe * smallest);
   lifted.SetOrientation(given);
   Point touched = lifted.GetMachinePosition();
   // An axis that doesn't move stays where it is: on its limit, noise would take it past.
-  const auto settle = [&](double& value, double f, double step, double still, double limit) {
-    if (isStill(step)) value = still;
-    if (f == smallest) value = limit;
-  };
-  settle(touched.x, fx, d.x, from.x, d.x < 0 ? low.x : high.x);
-  settle(touched.y, fy, d.y, from.y, d.y < 0 ? low.y : high.y);
-  settle(touched.z, fz, d.z, from.z, d.z < 0 ? low.z : high.z);
+  for (int axis = 0; axis < 3; ++axis) {
+    if (isStill(d[axis])) touched[axis] = from[axis];
+    if (reach[axis] == smallest) touched[axis] = limitAhead(axis);
+  }
   lifted.SetMachinePosition(touched);
   if (!LinearOut(touched, machDef).IsNone()) throw zvPostException(zvPostException::kOutOfLimits);
   return lifted;

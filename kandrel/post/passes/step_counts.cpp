@@ -10,8 +10,7 @@ namespace {
 
 // Formed as a double: what doesn't fit is refused before it becomes an integer.
 std::uint32_t Count(double value) {
-  constexpr double kLargest = 2147483646;
-  if (!(value <= kLargest)) throw zvPostException(zvPostException::kInvalidVector);
+  if (!(value <= misc::kLargestCount)) throw zvPostException(zvPostException::kInvalidVector);
   return static_cast<std::uint32_t>(value);
 }
 

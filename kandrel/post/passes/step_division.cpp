@@ -45,8 +45,7 @@ std::uint32_t DivideLargeSteps(List& list, double largestStep, const zvKDRParam&
                                double maxAngleJump, const zv5axKinematics& kinematics) {
   // Whole turns round the difference of angles; interpolation has left no step above the largest by
   // less than that.
-  constexpr double kRounding = 1e-9;
-  const double largest = par.GetMaxAngleStep() + kRounding;
+  const double largest = par.GetMaxAngleStep() + misc::kAngleBorder;
   if (!(largestStep > largest) || list.GetCount() < 2) return 0;
   std::uint32_t divided = 0;
   for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {

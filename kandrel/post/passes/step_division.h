@@ -17,11 +17,11 @@ namespace post {
 /// between the step's ends, so the tip stays on its line however far it is from the axes; the tool
 /// takes the orientations that the control would take it through anyway.
 ///
-/// For a winded list. Steps are those of `par`, `kinematics` those that the angles were solved for;
-/// `largestStep` is what CalcWindedAngles returned for it, or more: nothing is
-/// looked at where that is within maxAngleStep. A part of a step is rapid as its end is, and has
-/// the source index of its start. Returns the number of steps divided. Linear. Throws
-/// zvPostException 5039 for more than 2^31 - 2 parts of one step.
+/// For a wound list. Steps are those of `par`, `kinematics` those that the angles were solved for;
+/// `largestStep` is what CalcWindedAngles returned for it, or more: nothing is looked at where that
+/// is within maxAngleStep. A part of a step is rapid as its end is, and has the source index of its
+/// start. Returns the number of steps divided. Linear. Throws zvPostException 5039 for more than
+/// 2^31 - 2 parts of one step.
 KANDREL_API std::uint32_t DivideLargeSteps(misc::zvMemoryPoolList<zvPosted5axMove>& list,
                                            double largestStep, const zvKDRParam& par,
                                            double maxAngleJump, const zv5axKinematics& kinematics);

@@ -8,8 +8,8 @@
 namespace post {
 
 /// Drops each move strictly between two where the steps from the move before to it and past it are
-/// both within the step, `isWithinStep(a, b)`. After a drop the walk goes one pair back, which
-/// leaves the same moves as starting anew and is linear.
+/// both within the step, `isWithinStep(a, b)`. After a drop the walk goes one pair back, as the
+/// step past the dropped move has become another: linear, and no droppable move stays.
 template <class Move, class IsWithinStep>
 void ThinOut(misc::zvMemoryPoolList<Move>& list,
              typename misc::zvMemoryPoolList<Move>::iterator from,

@@ -27,9 +27,8 @@ double CalcWindedAngles(misc::zvMemoryPoolList<Move>& list) {
     double StepTo(double raw) const { return std::fabs(raw + carried - previous); }
     // Adds turns to what is carried so that the angle lies near the last one.
     void Wind(double raw) {
-      constexpr double kLargestTurns = 2147483646;
       const double more = misc::WindsBetween(previous, raw + carried);
-      if (!(std::fabs(more) <= kLargestTurns))
+      if (!(std::fabs(more) <= misc::kLargestCount))
         throw zvPostException(zvPostException::kInvalidVector);
       carried += misc::kFullTurnDeg * more;
     }

@@ -4,11 +4,13 @@
 #include <kandrel-post/commands/command_line.h>
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/samples/samples.h>
+#include <tests/support/five_axis_scenes.h>
+#include <tests/support/four_axis_scenes.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <numbers>
+#include <functional>
 
 namespace tests {
 
@@ -23,10 +25,10 @@ std::filesystem::path DataFolder() {
   return {};
 }
 
-std::vector<SourceMove> SourceMoves(const std::filesystem::path& fileName) {
+Source SourceMoves(const std::filesystem::path& fileName) {
   std::ifstream file(fileName);
-  std::vector<SourceMove> moves;
-  Numbers3 axis{0, 0, 1};
+  Source moves;
+  Point axis{0, 0, 1};
   for (std::string line; std::getline(file, line);) {
     if (!line.starts_with("GOTO/")) continue;
     std::vector<double> numbers;
@@ -35,14 +37,14 @@ std::vector<SourceMove> SourceMoves(const std::filesystem::path& fileName) {
       numbers.push_back(std::strtod(at + 1, &end));
     if (numbers.size() == 6) axis = {numbers[3], numbers[4], numbers[5]};
     numbers.resize(3);
-    moves.push_back({{numbers[0], numbers[1], numbers[2]}, axis});
+    moves.push_back({{numbers[0], numbers[1], numbers[2]}, axis, -1});
   }
   return moves;
 }
 
-std::vector<PostedLine> PostedLines(const std::string& fileName) {
+Lines PostedLines(const std::string& fileName) {
   std::ifstream file(fileName);
-  std::vector<PostedLine> lines;
+  Lines lines;
   std::vector<std::string> columns;
   std::string line;
   std::getline(file, line);
@@ -56,79 +58,54 @@ std::vector<PostedLine> PostedLines(const std::string& fileName) {
     if (columns.size() != 20) break;
     const auto number = [&](std::size_t i) { return std::strtod(columns[i].c_str(), nullptr); };
     const auto three = [&](std::size_t i) {
-      return Numbers3{number(i), number(i + 1), number(i + 2)};
+      return Point{number(i), number(i + 1), number(i + 2)};
     };
-    PostedLine& posted = lines.emplace_back();
+    Line& posted = lines.emplace_back();
     posted.type = static_cast<int>(number(1));
     posted.rapid = columns[2] == "1";
     posted.machine = three(5);
-    for (std::size_t i = 8; i < 11 && !columns[i].empty(); ++i) posted.angles.push_back(number(i));
+    for (std::size_t i = 8; i < 11 && !columns[i].empty(); ++i) posted.degs.push_back(number(i));
     posted.part = three(11);
-    posted.axis = three(14);
-    posted.source = columns[18];
-    posted.inserted = columns[19];
+    posted.orientation = three(14);
+    EXPECT_EQ(columns[18].empty(), columns[19].empty()) << line;
+    posted.isSmall = columns[18].empty();
+    posted.source = static_cast<int>(number(18));
+    posted.inserted = columns[19] == "1";
   }
   return lines;
 }
 
-namespace {
-
-rigid::Vector VectorOf(const post::zvMachDef::Point& p) {
-  return {p.x, p.y, p.z};
-}
-
-}  // namespace
-
-rigid::Pose PoseAt(const kandrel_post::MachineValues& values, const rigid::Vector& origin,
-                   double toolLength, const PostedLine& line) {
-  const auto joint = [&](std::size_t i) {
-    return rigid::Joint{VectorOf(values.rotary[i].direction), VectorOf(values.rotary[i].pivot)};
-  };
-  const rigid::LinearMachine linear{
-      {VectorOf(values.xAxis), VectorOf(values.yAxis), VectorOf(values.zAxis)},
-      VectorOf(values.spindle),
-      origin,
-      toolLength};
-  EXPECT_EQ(line.angles.size(), static_cast<std::size_t>(values.RotaryCount()));
-  if (values.axes == 3) return linear.At(line.machine);
-  if (values.axes == 4)
-    return rigid::OneTurnMachine{linear, joint(0), values.rotaryOnWorkpiece == 0}.At(
-        line.machine, line.angles.at(0));
-  using Layout = rigid::RotaryMachine::Layout;
-  const auto layout = [&](bool firstOnTable, bool secondOnTable) {
-    return firstOnTable ? secondOnTable ? Layout::kTables : Layout::kTableAndHead : Layout::kHeads;
-  };
-  const int kind = values.fiveAxisKind;
-  const rigid::RotaryMachine machine{
-      values.axes == 6 ? layout(values.onWorkpiece[0] == 1, values.onWorkpiece[1] == 1)
-                       : layout(kind != 1, kind == 0 || kind == 3),
-      linear, joint(0), joint(1), values.axes == 5 && kind == 0};
-  if (values.axes == 5) return machine.At(line.machine, line.angles.at(0), line.angles.at(1));
-  return rigid::ThirdAxisMachine{machine, joint(2), values.thirdAngle}.At(
-      line.machine, line.angles.at(0), line.angles.at(1), line.angles.at(2));
-}
-
-void ExpectTruth(const std::vector<PostedLine>& posted, const std::vector<SourceMove>& source,
-                 const kandrel_post::MachineValues& values, const rigid::Vector& origin,
+void ExpectTruth(const Lines& posted, const Source& source,
+                 const kandrel_post::MachineValues& values, const Point& origin,
                  double toolLength) {
-  // On a pole an axis is snapped by as much as the pole's tolerance, 0.01 degrees.
-  constexpr double kTip = 1e-8, kAxis = 0.0101 * std::numbers::pi / 180;
-  std::size_t next = 0;
-  for (std::size_t i = 0; i < posted.size(); ++i) {
-    const rigid::Pose pose = PoseAt(values, origin, toolLength, posted[i]);
-    ASSERT_LE(rigid::Distance(pose.tip, posted[i].part), kTip) << i;
-    ASSERT_LE(rigid::Distance(pose.axis, rigid::Unit(posted[i].axis)), kAxis) << i;
-    if (posted[i].inserted == "1") continue;
-    if (posted[i].inserted.empty()) {  // a small move
-      if (next < source.size() && posted[i].part == source[next].tip) ++next;
-      continue;
-    }
-    ASSERT_LT(next, source.size()) << i;
-    ASSERT_EQ(posted[i].source, std::to_string(next)) << i;
-    ASSERT_EQ(posted[i].part, source[next].tip) << i;
-    ++next;
+  Rules rules;
+  rules.par.SetPoleAngleTolerance(0.01);
+  rules.slack = 1e-11;
+  rules.pole = values.axes < 5 ? values.spindle : values.rotary[0].direction;
+  rules.ranges.resize(std::min<std::size_t>(values.axes - 3, 2));
+  const auto& [first, second, third] = values.rotary;
+  const LinearSetup linear{values.spindle, {values.xAxis, values.yAxis, values.zAxis}};
+  rigid::Machine& model = rules.model = linear.Model();
+  if (values.axes == 4)
+    model =
+        FourAxisSetup{linear, values.rotaryOnWorkpiece != 0, first.direction, first.pivot}.Model();
+  if (values.axes > 4) {
+    const auto& [firstOnTable, secondOnTable, ignored] = values.onWorkpiece;
+    const int kind = values.axes == 5     ? values.fiveAxisKind
+                     : firstOnTable != 1  ? 1
+                     : secondOnTable == 1 ? 3
+                                          : 2;
+    model =
+        FiveAxisSetup{linear, kind, first.direction, second.direction, first.pivot, second.pivot}
+            .Model();
   }
-  EXPECT_EQ(next, source.size());
+  if (values.axes == 6)
+    model.tables.push_back(
+        {{ToVector(third.direction), ToVector(third.pivot)}, 2, values.thirdAngle});
+  model.partOrigin = ToVector(origin);
+  model.toolLength = toolLength;
+  ExpectPoses(rules, posted);
+  ExpectSource(source, posted);
 }
 
 void ExpectNcRules(const std::string& text, std::size_t moves) {
@@ -177,18 +154,16 @@ long Told(const std::string& summary, const std::string& what) {
                                  : std::strtol(summary.c_str() + at + 1 + what.size(), nullptr, 10);
 }
 
-void ExpectSummary(const std::string& summary, const std::vector<PostedLine>& posted,
-                   std::size_t sourceMoves) {
-  const auto count = [&](auto&& is) {
-    return static_cast<long>(std::count_if(posted.begin(), posted.end(), is));
+void ExpectSummary(const std::string& summary, const Lines& posted, std::size_t sourceMoves) {
+  const auto count = [&](bool Line::*is) {
+    return static_cast<long>(std::count_if(posted.begin(), posted.end(), std::mem_fn(is)));
   };
-  EXPECT_EQ(Told(summary, "source moves"), static_cast<long>(sourceMoves));
-  EXPECT_EQ(Told(summary, "posted moves"), static_cast<long>(posted.size()));
-  const bool small = !posted.empty() && posted.front().inserted.empty();
-  EXPECT_EQ(Told(summary, "inserted"),
-            small ? static_cast<long>(posted.size() - sourceMoves)
-                  : count([](const auto& l) { return l.inserted == "1"; }));
-  EXPECT_EQ(Told(summary, "rapid"), count([](const auto& l) { return l.rapid; }));
+  const auto all = static_cast<long>(posted.size()), given = static_cast<long>(sourceMoves);
+  EXPECT_EQ(Told(summary, "source moves"), given);
+  EXPECT_EQ(Told(summary, "posted moves"), all);
+  const bool isSmall = !posted.empty() && posted.front().isSmall;
+  EXPECT_EQ(Told(summary, "inserted"), isSmall ? all - given : count(&Line::inserted));
+  EXPECT_EQ(Told(summary, "rapid"), count(&Line::rapid));
 }
 
 Outcome RunPost(const std::string& machine, const std::filesystem::path& file,
@@ -218,20 +193,17 @@ std::string ExpectedFailure(const kandrel_post::MachineValues& values,
   // The axes that the tool can take make a cone about the first rotary axis, or fill the space
   // between two such cones.
   constexpr double kSlackDeg = 0.02;
-  const auto between = [](const rigid::Vector& a, const rigid::Vector& b) {
-    return std::acos(std::clamp(rigid::Cosine(a, b), -1.0, 1.0)) * 180 / std::numbers::pi;
-  };
-  const rigid::Vector spindle = VectorOf(values.spindle);
-  const rigid::Vector first = values.axes == 3 ? spindle : VectorOf(values.rotary[0].direction);
-  double least = between(first, spindle), most = least;
+  const Point& spindle = values.spindle;
+  const Point& first = values.axes == 3 ? spindle : values.rotary[0].direction;
+  double least = DegBetween(first, spindle), most = least;
   if (values.axes > 4) {
-    const rigid::Vector second = VectorOf(values.rotary[1].direction);
-    const double toSecond = between(first, second), swing = between(second, spindle);
+    const Point& second = values.rotary[1].direction;
+    const double toSecond = DegBetween(first, second), swing = DegBetween(second, spindle);
     least = std::abs(toSecond - swing);
     most = std::min(toSecond + swing, 360 - toSecond - swing);
   }
   for (const SourceMove& move : SourceMoves(file)) {
-    const double angle = between(first, move.axis);
+    const double angle = DegBetween(first, move.orientation);
     if (angle < least - kSlackDeg || angle > most + kSlackDeg)
       return values.axes == 3 ? "error 5029: " : values.axes == 4 ? "error 5030: " : "error 5000: ";
   }

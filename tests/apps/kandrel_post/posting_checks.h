@@ -4,9 +4,8 @@
 #pragma once
 
 #include <kandrel-post/machine/values.h>
-#include <tests/support/rigid_body_model.h>
+#include <tests/support/laws.h>
 
-#include <array>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -16,43 +15,19 @@
 
 namespace tests {
 
-using Numbers3 = std::array<double, 3>;
-
 /// The folder of the sample data: KANDREL_DATA, or "shared/data" beside one of the folders above
 /// the sources; empty when there is none.
 std::filesystem::path DataFolder();
 
-/// A GOTO; without an axis of its own it has the last one.
-struct SourceMove {
-  Numbers3 tip;
-  Numbers3 axis;
-};
+/// The GOTOs; one without an axis has the last one. Their feeds are not read.
+Source SourceMoves(const std::filesystem::path& fileName);
 
-std::vector<SourceMove> SourceMoves(const std::filesystem::path& fileName);
+/// The lines of posted.csv.
+Lines PostedLines(const std::string& fileName);
 
-struct PostedLine {
-  int type = 0;
-  bool rapid = false;
-  Numbers3 machine{};
-  std::vector<double> angles;
-  Numbers3 part{};
-  Numbers3 axis{};
-  std::string source;
-  std::string inserted;
-};
-
-std::vector<PostedLine> PostedLines(const std::string& fileName);
-
-/// The pose of the tool in the part, from where the axes stand on a line.
-/// A third rotary axis stands where the machine is described.
-rigid::Pose PoseAt(const kandrel_post::MachineValues& values, const rigid::Vector& origin,
-                   double toolLength, const PostedLine& line);
-
-/// Every line stands where it says it does; the source's moves are all there, in order. Those of
-/// small moves are known by their places.
-void ExpectTruth(const std::vector<PostedLine>& posted, const std::vector<SourceMove>& source,
-                 const kandrel_post::MachineValues& values, const rigid::Vector& origin,
-                 double toolLength);
+/// Every line stands where it says it does; the source's moves are all there, in order.
+void ExpectTruth(const Lines& posted, const Source& source,
+                 const kandrel_post::MachineValues& values, const Point& origin, double toolLength);
 
 /// The rules of the text, read as a control would.
 void ExpectNcRules(const std::string& text, std::size_t moves);
@@ -60,10 +35,9 @@ void ExpectNcRules(const std::string& text, std::size_t moves);
 /// The number behind a word of the summary.
 long Told(const std::string& summary, const std::string& what);
 
-void ExpectSummary(const std::string& summary, const std::vector<PostedLine>& posted,
-                   std::size_t sourceMoves);
+void ExpectSummary(const std::string& summary, const Lines& posted, std::size_t sourceMoves);
 
-/// What a posting told.
+/// What a run of the command line shows.
 struct Outcome {
   int exitCode = 0;
   std::string summary;

@@ -1,11 +1,13 @@
 // Toolpaths posted through the command line's own entry: each preset with each real file of its
 // class and each sample. What is written is checked against the machine as rigid bodies; what the
 // machine can't do is refused.
+#include <kandrel-post/commands/command_line.h>
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/samples/samples.h>
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <tuple>
 
 #include "posting_checks.h"
@@ -13,12 +15,12 @@
 namespace {
 
 namespace fs = std::filesystem;
+using tests::Line;
+using tests::Lines;
 using tests::Outcome;
-using tests::PostedLine;
 using tests::RunPost;
 using tests::SampleFile;
 using tests::Told;
-namespace rigid = tests::rigid;
 
 using Options = std::vector<const char*>;
 
@@ -29,28 +31,20 @@ constexpr const char* kFiles[] = {
     "am5_freeform.cl",          "am5_topopt.cl",     "bench5_fan.cl",
     "bench5_flank.cl",          "deburr5_puzzle.cl", "mill5_axiscross.cl"};
 
-// Of the machines that a file is for, as its name says: mill3_... for three axes.
-int AxesOf(const std::string& file) {
-  return file[file.find('_') - 1] - '0';
-}
-
 using PresetAndPath = std::tuple<std::string, std::string>;
 
-std::vector<PresetAndPath> FilesOfEachPreset() {
+// Each preset with each sample, and with the files for its number of axes, as their names say:
+// mill3_... for three.
+std::vector<PresetAndPath> AllPaths() {
   std::vector<PresetAndPath> pairs;
   for (const kandrel_post::Preset& preset : kandrel_post::Presets()) {
     const int axes = AxisCount(kandrel_post::MakePreset(preset.name));
     for (const std::string file : kFiles)
-      if (AxesOf(file) == std::min(axes, 5)) pairs.emplace_back(preset.name, file);
-  }
-  return pairs;
-}
-
-std::vector<PresetAndPath> SamplesOfEachPreset() {
-  std::vector<PresetAndPath> pairs;
-  for (const kandrel_post::Preset& preset : kandrel_post::Presets())
+      if (file[file.find('_') - 1] - '0' == std::min(axes, 5))
+        pairs.emplace_back(preset.name, file);
     for (const kandrel_post::Sample& sample : kandrel_post::Samples())
       pairs.emplace_back(preset.name, sample.name);
+  }
   return pairs;
 }
 
@@ -77,19 +71,19 @@ class Posting : public testing::TestWithParam<PresetAndPath> {
   // Posts the file and checks all that is written.
   void ExpectGood(const fs::path& file, Options options) const {
     const bool small = !options.empty() && std::string(options.back()) == "--small";
-    const rigid::Vector origin{-12.5, 20, -35};
+    const tests::Point origin{-12.5, 20, -35};
     options.insert(options.end(), {"--origin", "-12.5,20,-35", "--tool-length", "-80"});
     const Outcome run = Run(file, options);
     ASSERT_EQ(run.exitCode, 0) << run.failure;
-    const std::vector<tests::SourceMove> source = tests::SourceMoves(file);
+    const tests::Source source = tests::SourceMoves(file);
     ASSERT_FALSE(source.empty());
-    const std::vector<PostedLine> posted = tests::PostedLines(m_scratch.Path("out/posted.csv"));
-    for (const PostedLine& line : posted) ASSERT_EQ((line.source + line.inserted).empty(), small);
+    const Lines posted = tests::PostedLines(m_scratch.Path("out/posted.csv"));
+    for (const Line& line : posted) ASSERT_EQ(line.isSmall, small);
     // Deliberate in the kernel: a path that stands along the spindle is posted with the tool's
     // length, on machines of kind 0 too.
     kandrel_post::MachineValues values = m_values;
     const bool isUpright = std::all_of(source.begin(), source.end(), [](const auto& move) {
-      return move.axis == tests::Numbers3{0, 0, 1};
+      return move.orientation == tests::Point{0, 0, 1};
     });
     if (values.axes == 5 && values.fiveAxisKind == 0 && isUpright) values.fiveAxisKind = 3;
     tests::ExpectTruth(posted, source, values, origin, -80);
@@ -106,108 +100,92 @@ class Posting : public testing::TestWithParam<PresetAndPath> {
   const kandrel_post::MachineValues m_values;
 };
 
-class CorpusPosting : public Posting {};
-
-TEST_P(CorpusPosting, StandsWhereItSaysOrIsRefused) {
-  if (tests::DataFolder().empty()) GTEST_SKIP() << "no sample data here";
-  const fs::path file = tests::DataFolder() / std::get<1>(GetParam());
+TEST_P(Posting, StandsWhereItSaysOrIsRefused) {
+  const std::string path = std::get<1>(GetParam());
+  const bool isFile = path.ends_with(".cl");
+  if (isFile && tests::DataFolder().empty()) GTEST_SKIP() << "no sample data here";
+  const fs::path file = isFile ? tests::DataFolder() / path : SampleFile(m_scratch, path);
   ASSERT_TRUE(fs::exists(file));
   if (IsRefused(file)) return;
+  if (!isFile && m_values.axes > 3) ExpectGood(file, {"--control", "360,180"});
   ExpectGood(file, {});
-  // Small moves of another way to post: the source's places are found among those put between.
-  if (m_values.axes == 3) ExpectGood(file, {"--set", "interpolateByDistance=true", "--small"});
+  if (!isFile) {
+    // Small moves are those of the class' own creator, and the same but for what they lack.
+    const std::string nc = tests::FileText(m_scratch.Path("out/posted.nc"));
+    ExpectGood(file, {"--small"});
+    EXPECT_EQ(tests::FileText(m_scratch.Path("out/posted.nc")), nc);
+  } else if (m_values.axes == 3) {
+    // Of another way to post: the source's places are found among those put between.
+    ExpectGood(file, {"--set", "interpolateByDistance=true", "--small"});
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, CorpusPosting, testing::ValuesIn(FilesOfEachPreset()), NameOf);
+INSTANTIATE_TEST_SUITE_P(All, Posting, testing::ValuesIn(AllPaths()), NameOf);
 
-class SamplePosting : public Posting {};
-
-TEST_P(SamplePosting, StandsWhereItSaysOrIsRefused) {
-  const fs::path file = SampleFile(m_scratch, std::get<1>(GetParam()));
-  if (IsRefused(file)) return;
-  if (m_values.axes > 3) ExpectGood(file, {"--control", "360,180"});
-  ExpectGood(file, {});
-  // Small moves are those of the class' own creator, and the same but for what they lack.
-  const std::string nc = tests::FileText(m_scratch.Path("out/posted.nc"));
-  ExpectGood(file, {"--small"});
-  EXPECT_EQ(tests::FileText(m_scratch.Path("out/posted.nc")), nc);
+// Runs a command line, cut at its blanks.
+Outcome RunLine(const std::string& line) {
+  std::istringstream given(line);
+  const std::vector<std::string> words(std::istream_iterator<std::string>(given), {});
+  std::vector<const char*> arguments;
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  const int count = static_cast<int>(words.size());
+  const int exitCode = kandrel_post::RunCommandLine(count, arguments.data());
+  return {exitCode, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SamplePosting, testing::ValuesIn(SamplesOfEachPreset()), NameOf);
+void Replace(std::string& text, std::string_view word, const std::string& by) {
+  for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += by.size())
+    text.replace(at, word.size(), by);
+}
 
-TEST(Refusals, NameTheirReasonAndLeaveNoFile) {
-  if (tests::DataFolder().empty()) GTEST_SKIP() << "no sample data here";
+TEST(CommandLine, EndsWithItsExitCodeAndOneLineAndLeavesNoFolder) {
   const tests::ScratchFolder scratch;
-  const Outcome run = RunPost("preset:mill3_metric", tests::DataFolder() / "mill3_plane1.cl.orig",
-                              scratch.Path("out"));
-  EXPECT_EQ(run.exitCode, 1);
-  EXPECT_TRUE(run.failure.starts_with("error 0: ")) << run.failure;
-  EXPECT_FALSE(fs::exists(scratch.Path("out")));
+  const std::string out = scratch.Path("out");
+  for (const auto& c : tests::Cases("commands.txt")) {
+    SCOPED_TRACE(c.at(4));
+    for (const char* name : {"FILE.cl", "FILE.json"})
+      std::ofstream(scratch.Path(name), std::ios::binary) << c.at(3);
+    std::string line = "kandrel-post " + c.at(4);
+    Replace(line, "POST", "post -t FILE.cl -o OUT");
+    Replace(line, "FILE", scratch.Path("FILE"));
+    Replace(line, "OUT", out);
+    Replace(line, "MILL", "preset:mill3_metric");
+    const Outcome run = RunLine(line);
+    const bool isGood = run.exitCode == 0;
+    EXPECT_EQ(std::to_string(run.exitCode), c.at(0)) << run.failure;
+    EXPECT_TRUE(run.failure.starts_with(c.at(1))) << run.failure;
+    EXPECT_NE(run.failure.find(c.at(2)), std::string::npos) << run.failure;
+    EXPECT_EQ(run.summary.empty(), !isGood);
+    EXPECT_EQ(fs::exists(out), isGood);
+    if (run.exitCode < 2) {
+      EXPECT_EQ(std::count(run.failure.begin(), run.failure.end(), '\n'), run.exitCode);
+    }
+    if (!isGood) continue;
+    const std::string nc = tests::FileText(out + "/posted.nc");
+    tests::ExpectNcRules(nc, tests::PostedLines(out + "/posted.csv").size());
+    fs::remove_all(out);
+  }
 }
 
 // What the summary tells, and what it can't know or must not hide.
 TEST(Summary, TellsPolesRewindingsTurnsAndNotes) {
-  const struct {
-    std::string preset;
-    const char* sample;
-    Options options;
-    std::vector<const char*> told;
-    double limitDeg = 0;  // kept by the first rotary axis; 0 for none
-  } cases[] = {
-      {"trunnion_ca",
-       "hemisphere_pole",
-       {},
-       {"poles crossed   12\n", "rewindings      0\n", "turns           C 0.46, A 5.00\n"}},
-      {"trunnion_ca",
-       "screw",
-       {},
-       {"poles crossed   0\n", "rewindings      0\n", "turns           C 20.00, "}},
-      {"trunnion_ca", "screw", {"--control", "360,180"}, {"turns           C 20.00, "}},
-      // Ten rewindings of two turns each.
-      {"trunnion_ca_limited",
-       "screw",
-       {"--set", "limitsCheck=3"},
-       {"rewindings      10\n", "turns           C 40.00, "},
-       360},
-      {"trunnion_ca", "tilted_pocket", {}, {"turns           C 0.00, A 0.00\n"}},
-      {"trunnion_ca", "square", {}, {"turns           C 0.00, A 0.00\n"}},
-      {"trunnion_ca_limited", "screw", {}, {"  outside\n"}},
-      // 40 turns there and back, on a table that stops after five each way.
-      {"mill4_table_a", "worm", {}, {"rewindings      0\n", "turns           A 80.00\n"}},
-      {"mill4_table_a", "worm", {"--control", "180"}, {"turns           A 80.00\n"}, 180},
-      {"mill4_table_a_limited",
-       "worm",
-       {"--set", "limitsCheck=3"},
-       {"rewindings      6\n", "turns           A 140.00\n"},
-       1800},
-      {"mill4_table_a_limited",
-       "worm",
-       {"--set", "limitsCheck=3", "--set", "retractToLimits=true", "--set", "retractDistance=5000"},
-       {"rewindings      6\nshort lifts     6: shorter than the retract distance\n"},
-       1800},
-      {"mill4_table_a", "worm", {"--control", "360"}, {"wrapped: not compared"}},
-      {"mill3_metric",
-       "tilted_pocket",
-       {"--set", "alignToolpath=true"},
-       {"alignToolpath has turned"}},
-      {"mill3_metric",
-       "tilted_pocket",
-       {"--set", "alignToolpath=true", "--small"},
-       {"alignToolpath has turned"}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.preset + " " + c.sample);
+  for (const auto& c : tests::Cases("summaries.txt")) {
+    SCOPED_TRACE(c.at(0) + " " + c.at(1) + " " + c.at(2));
     const tests::ScratchFolder scratch;
-    const fs::path file = SampleFile(scratch, c.sample);
-    const Outcome run = RunPost("preset:" + c.preset, file, scratch.Path("out"), c.options);
+    const fs::path file = SampleFile(scratch, c.at(1));
+    const Outcome run = RunLine(fmt::format("kandrel-post post -m preset:{} -t {} -o {} {}",
+                                            c.at(0), file.string(), scratch.Path("out"), c.at(2)));
     ASSERT_EQ(run.exitCode, 0) << run.failure;
-    for (const char* const told : c.told)
-      EXPECT_NE(run.summary.find(told), std::string::npos) << told << run.summary;
-    if (c.limitDeg == 0) continue;
+    for (std::size_t i = 4; i < c.size(); ++i)
+      EXPECT_NE(run.summary.find(c[i]), std::string::npos) << c[i] << run.summary;
+    const double limit = std::stod(c.at(3));
+    if (limit == 0) continue;
     EXPECT_EQ(run.summary.find("  outside"), std::string::npos) << run.summary;
     const auto posted = tests::PostedLines(scratch.Path("out/posted.csv"));
-    tests::ExpectTruth(posted, tests::SourceMoves(file), tests::PresetValues(c.preset), {}, 0);
-    for (const PostedLine& line : posted) ASSERT_LE(std::abs(line.angles[0]), c.limitDeg + 1e-4);
+    tests::ExpectTruth(posted, tests::SourceMoves(file), tests::PresetValues(c.at(0)), {}, 0);
+    for (const Line& line : posted) ASSERT_LE(std::abs(line.degs[0]), limit + 1e-4);
   }
 }
 

@@ -36,8 +36,7 @@ TEST(RotaryMotion, MeasuresHowFarTheTipLeavesItsLine) {
   wrapped.SetFirstAxisLimit(post::zv5axControlDef::angleLimit360);
   post::zv5axControlDef secondWrapped;
   secondWrapped.SetSecondAxisLimit(post::zv5axControlDef::angleLimit180);
-  const std::array<bool, 3> second{false, true, false};
-  EXPECT_EQ(kandrel_post::WrappedAxes(secondWrapped), second);
+  EXPECT_EQ(kandrel_post::WrappedAxes(secondWrapped), (std::array{false, true, false}));
   const Point origin;
   const struct {
     post::zv5axControlDef control;

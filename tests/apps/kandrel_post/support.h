@@ -12,9 +12,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tests {
 
@@ -31,6 +33,40 @@ inline kandrel_post::ClProgram ReadClText(std::string_view text, std::size_t byt
   };
   const std::string name = "test.cl";
   return kandrel_post::ReadCl(source, name, options);
+}
+
+/// A text in which \n, \t, \r, \xHH and \\ stand for what they do in C.
+inline std::string Unescaped(const std::string& text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char escaped = text[i] == '\\' ? text[++i] : '\0';
+    if (escaped == 'x') {
+      plain += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+      continue;
+    }
+    const std::string_view from = "ntr", to = "\n\t\r";
+    const std::size_t known = from.find(escaped);
+    plain += known == from.npos ? text[i] : to[known];
+  }
+  return plain;
+}
+
+/// The cases of a file in the folder `data`: a line each, with columns between "=>". Blanks about
+/// columns, empty lines and lines that begin with # are left out.
+inline std::vector<std::vector<std::string>> Cases(std::string_view fileName) {
+  static const std::regex between(" *=> *");
+  std::ifstream file(KANDREL_SOURCE_DIR "/tests/apps/kandrel_post/data/" + std::string(fileName));
+  std::vector<std::vector<std::string>> cases;
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    auto& columns = cases.emplace_back();
+    for (std::sregex_token_iterator it(line.begin(), line.end(), between, -1), end; it != end; ++it)
+      columns.push_back(Unescaped(*it));
+    if (line.ends_with("=>")) columns.emplace_back();
+  }
+  EXPECT_FALSE(cases.empty()) << fileName;
+  return cases;
 }
 
 /// The text of what `action` throws; "" when it throws nothing.

@@ -1,16 +1,12 @@
 // What is left when the system has no more memory, at each request for it that a posting makes.
-#include <gtest/gtest.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/platform.h>
-#include <kandrel/post/creators/five_axis_creator.h>
-#include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/creators/posting_facade.h>
-#include <kandrel/post/creators/six_axis_creator.h>
-#include <kandrel/post/creators/three_axis_creator.h>
+#include <tests/support/every_creator.h>
 #include <tests/support/memory_watch.h>
+#include <tests/support/posting.h>
 #include <tests/support/throws_id.h>
-#include <tests/support/toolpath_builders.h>
 
 #include <chrono>
 #include <cmath>
@@ -25,58 +21,20 @@
 namespace {
 
 using tests::MemoryFailure;
-using tests::PathBuilder;
 using tests::Point;
 
-struct Scene {
-  post::zv3axMachDef three;
-  post::zv4axMachDef four;
-  post::zv5axMachDef five;
-  post::zv6axMachDef six;
-  post::zv5axControlDef control;
-  post::zvKDRParam par{tests::kMetric};
-  Point origin{10, 20, 30};
-
-  Scene() {
-    four.SetRotaryOnWorkpiece(1);
-    four.SetRotationDirection({1, 0, 0});
-    five.SetFiveAxisKind(3);
-    five.SetFirstRotationDirection({0, 0, 1});
-    five.SetSecondRotationDirection({1, 0, 0});
-    six.SetFirstOnWorkpiece(1);
-    six.SetFirstRotationDirection({0, 0, 1});
-    six.SetSecondRotationDirection({1, 0, 0});
-    six.SetThirdRotationDirection({0, 1, 0});
-    par.SetLimitsCheck(post::zvKDRParam::checkAllAxes);
-  }
-};
-
-// More than an arena holds, as a 4-axis machine can follow it; one of constant orientation for 3.
-PathBuilder Path(int moves, bool isFixed, double lastX = 0) {
-  PathBuilder::Moves source;
-  for (int i = 0; i < moves; ++i) {
-    const double turn = isFixed ? 0 : i * 0.03;
-    const double x = i + 1 == moves ? lastX : i * 0.1;
-    source.push_back(tests::Move5({x, 5, 0}, {0, std::sin(turn), std::cos(turn)}));
-  }
-  return PathBuilder().Contour(source);
-}
-
 // Where the machine stands for the move's tip and angles: a solved move stands there.
-Point Solved(const Scene& scene, const post::zvPosted3axMove& move) {
-  return post::zvPosted3axMoveMaker(scene.three, scene.origin, 100)
-      .MachinePosition(move.GetPartPosition());
-}
-Point Solved(const Scene& scene, const post::zvPosted4axMove& move) {
-  return post::zv4axKinematics(scene.four, scene.origin, 100)
-      .MachinePosition(move.GetPartPosition(), post::zvTurn::OfDegrees(move.GetRotaryAngle()));
-}
-Point Solved(const Scene& scene, const post::zvPosted5axMove& move) {
-  return post::zv5axKinematics(scene.five, scene.origin, 100).MachinePosition(move);
-}
-Point Solved(const Scene& scene, const post::zvPosted6axMove& move) {
-  return post::zv5axKinematics(scene.five, scene.origin, 100)
-      .MachinePosition(move.GetPartPosition(), move.GetAngle(0), move.GetAngle(1));
+template <class C, class Move>
+Point Solved(const tests::Workshop<C>& shop, const Move& move) {
+  const Point& tip = move.GetPartPosition();
+  if constexpr (shop.kAxes == 3)
+    return post::zvPosted3axMoveMaker(shop.machDef, shop.origin, 100).MachinePosition(tip);
+  else if constexpr (shop.kAxes == 4)
+    return post::zv4axKinematics(shop.machDef, shop.origin, 100)
+        .MachinePosition(tip, post::zvTurn::OfDegrees(move.GetRotaryAngle()));
+  else
+    return post::zv5axKinematics(tests::PlainMachine<zvPosted5axTPCreator>(), shop.origin, 100)
+        .MachinePosition(tip, move.GetAngle(0), move.GetAngle(1));
 }
 
 // Lets each request fail that `attempt` makes, alone and with all that follow, until it needs no
@@ -107,18 +65,30 @@ void FailEverywhere(const std::function<void()>& attempt, const std::function<vo
   }
 }
 
-template <class Creator, class MachDef>
-void ExpectSolvedMovesOrNone(const Scene& scene, const MachDef& machDef, bool isFixed,
-                             bool keepsSolved) {
-  const auto path = Path(2000, isFixed);
-  Creator whole(machDef, scene.control, scene.par, scene.origin, 100);
+template <class C>
+struct OutOfMemory : testing::Test, tests::Workshop<C> {
+  OutOfMemory() {
+    this->origin = {10, 20, 30};
+    this->toolLength = 100;
+    this->par.SetLimitsCheck(post::zvKDRParam::checkAllAxes);
+  }
+  void ExpectSolvedMovesOrNone(double stepDeg, bool keepsSolved);
+  std::size_t PeakOfPosting(double lastX);
+};
+TYPED_TEST_SUITE(OutOfMemory, tests::EveryCreator);
+
+// More than an arena holds.
+template <class C>
+void OutOfMemory<C>::ExpectSolvedMovesOrNone(double stepDeg, bool keepsSolved) {
+  const auto path = this->Path(2000, stepDeg);
+  C whole = this->Creator();
   const auto expected = whole.Post(path, false);
   ASSERT_GE(expected->GetCount(), 2000u);
-  std::optional<Creator> creator;
+  std::optional<C> creator;
   bool isPartlyFilled = false;
   const auto attempt = [&] {
     creator.reset();
-    creator.emplace(machDef, scene.control, scene.par, scene.origin, 100);
+    creator.emplace(this->machDef, this->control, this->par, this->origin, this->toolLength);
     creator->Post(path, false);
   };
   const auto look = [&](bool hasFailed) {
@@ -129,7 +99,7 @@ void ExpectSolvedMovesOrNone(const Scene& scene, const MachDef& machDef, bool is
     }
     isPartlyFilled = isPartlyFilled || (hasFailed && !list.IsEmpty());
     for (const auto& move : list) {
-      const Point off = move.GetMachinePosition() - Solved(scene, move);
+      const Point off = move.GetMachinePosition() - Solved(*this, move);
       ASSERT_LT(off.Length(), 1e-6) << move.GetSourceIndex();
     }
   };
@@ -142,19 +112,37 @@ void ExpectSolvedMovesOrNone(const Scene& scene, const MachDef& machDef, bool is
   EXPECT_LE(tests::MappedBytes(), mapped + 0x100000) << "pages are lost";
 }
 
-TEST(OutOfMemory, APostingLeavesSolvedMovesOrNone) {
-  const Scene scene;
-  ExpectSolvedMovesOrNone<zvPosted3axTPCreator>(scene, scene.three, true, true);
-  ExpectSolvedMovesOrNone<zvPosted4axTPCreator>(scene, scene.four, false, false);
-  ExpectSolvedMovesOrNone<zvPosted5axTPCreator>(scene, scene.five, false, true);
-  ExpectSolvedMovesOrNone<zvPosted5axTPCreator>(scene, scene.five, true, true);
-  ExpectSolvedMovesOrNone<zvPosted6axTPCreator>(scene, scene.six, false, false);
+TYPED_TEST(OutOfMemory, APostingLeavesSolvedMovesOrNone) {
+  constexpr bool kKeepsSolved = TestFixture::kAxes == 3 || TestFixture::kAxes == 5;
+  this->ExpectSolvedMovesOrNone(1.7, kKeepsSolved);
+  if (TestFixture::kAxes == 5)
+    this->ExpectSolvedMovesOrNone(0, kKeepsSolved);  // on axes that stand
 }
 
-TEST(OutOfMemory, TheFacadeHasAWholeResultOrNone) {
-  const Scene scene;
-  const auto path = Path(40, false);
-  zvKDR5AxBase facade(scene.five, scene.control, scene.par, scene.origin, 100);
+// What fails for another reason is looked at once more; that must not need what may be short.
+template <class C>
+std::size_t OutOfMemory<C>::PeakOfPosting(double lastX) {
+  constexpr int kMoves = 100000;
+  C creator = this->Creator();
+  const auto path = this->Path(kMoves, 1.7, lastX);
+  const std::size_t before = tests::MappedBytes();
+  const std::uint64_t calls = tests::AllocationCount();
+  tests::ResetPeak();
+  EXPECT_EQ(tests::IdOf([&] { creator.Post(path, true); }), std::isfinite(lastX) ? 0u : 5039u);
+  EXPECT_LT(tests::AllocationCount() - calls, kMoves / 10u);
+  return tests::PeakMappedBytes() - before;
+}
+
+TYPED_TEST(OutOfMemory, AFailureNeedsNoMoreThanASuccess) {
+  EXPECT_LE(this->PeakOfPosting(tests::kNaN), this->PeakOfPosting(0) + 0x100000);
+}
+
+using Shop = tests::Workshop<zvPosted5axTPCreator>;
+
+TEST(OutOfMemoryOf, TheFacadeHasAWholeResultOrNone) {
+  const Shop shop;
+  const auto path = Shop::Path(40, 1.7);
+  zvKDR5AxBase facade(shop.machDef, shop.control, shop.par, shop.origin, 100);
   const std::size_t expected = facade.Post(path).GetCount();
   FailEverywhere([&] { facade.Post(path); },
                  [&](bool hasFailed) {
@@ -162,9 +150,9 @@ TEST(OutOfMemory, TheFacadeHasAWholeResultOrNone) {
                  });
 }
 
-TEST(OutOfMemory, AToolpathIsBuiltOrNotAndScaledWhole) {
-  std::optional<PathBuilder> path;
-  FailEverywhere([&] { path.emplace(Path(5, false)); }, [](bool) {});
+TEST(OutOfMemoryOf, AToolpathIsBuiltOrNotAndScaledWhole) {
+  std::optional<tests::PathBuilder> path;
+  FailEverywhere([&] { path.emplace(Shop::Path(5, 1.7)); }, [](bool) {});
   cadcam::zvToolPath built = *path;
   const Point last = (*--built.end())->GetPosition();
   {
@@ -175,36 +163,7 @@ TEST(OutOfMemory, AToolpathIsBuiltOrNotAndScaledWhole) {
   EXPECT_EQ((*--built.end())->GetPosition(), last * 0.03937007874015748);
 }
 
-// What fails for another reason is looked at once more; that must not need what may be short.
-template <class Creator, class MachDef>
-void ExpectNoMoreForAFailure(const Scene& scene, const MachDef& machDef, bool isFixed) {
-  constexpr int kMoves = 100000;
-  const auto peak = [&](double lastX) {
-    Creator creator(machDef, scene.control, scene.par, scene.origin, 100);
-    const auto path = Path(kMoves, isFixed, lastX);
-    const std::size_t before = tests::MappedBytes();
-    const std::uint64_t calls = tests::AllocationCount();
-    tests::ResetPeak();
-    try {
-      creator.Post(path, true);
-    } catch (const misc::zvException& e) {
-      EXPECT_EQ(e.GetId(), 5039u);
-      EXPECT_FALSE(std::isfinite(lastX));
-    }
-    EXPECT_LT(tests::AllocationCount() - calls, kMoves / 10u);
-    return tests::PeakMappedBytes() - before;
-  };
-  EXPECT_LE(peak(NAN), peak(0) + 0x100000);
-}
-
-TEST(OutOfMemory, AFailureNeedsNoMoreThanASuccess) {
-  const Scene scene;
-  ExpectNoMoreForAFailure<zvPosted3axTPCreator>(scene, scene.three, true);
-  ExpectNoMoreForAFailure<zvPosted4axTPCreator>(scene, scene.four, false);
-  ExpectNoMoreForAFailure<zvPosted5axTPCreator>(scene, scene.five, false);
-}
-
-TEST(OutOfMemory, AThreadWithoutRoomForItsEndHasItsPointers) {
+TEST(OutOfMemoryOf, AThreadWithoutRoomForItsEndHasItsPointers) {
   if (misc::platform::IsAddressSanitized()) GTEST_SKIP() << "threads keep no blocks then";
   std::thread([] {
     misc::zvAutoPointer<int> kept;
@@ -217,12 +176,18 @@ TEST(OutOfMemory, AThreadWithoutRoomForItsEndHasItsPointers) {
   }).join();
 }
 
-TEST(RefusedRelease, LosesNoMoreThanItsPages) {
+// A long chain of nodes, as a list gives them back.
+struct PoolOfChain : testing::Test {
+  PoolOfChain() {
+    for (void*& node : nodes) node = pool->Alloc(168);
+    for (std::size_t i = 1; i < nodes.size(); ++i) *static_cast<void**>(nodes[i - 1]) = nodes[i];
+  }
   misc::zvMemoryPoolProvider provider;
-  const auto pool = provider.GetPool(168);
-  std::vector<void*> nodes(10000);
-  for (void*& node : nodes) node = pool->Alloc(168);
-  for (std::size_t i = 0; i + 1 < nodes.size(); ++i) *static_cast<void**>(nodes[i]) = nodes[i + 1];
+  decltype(provider.GetPool(168)) pool = provider.GetPool(168);
+  std::vector<void*> nodes = std::vector<void*>(10000);
+};
+
+TEST_F(PoolOfChain, LosesNoMoreThanThePagesThatAreRefused) {
   int releases = 0;
   {
     const tests::ReleaseHook refuseTheFirst([&] { return releases++ != 0; });
@@ -235,12 +200,7 @@ TEST(RefusedRelease, LosesNoMoreThanItsPages) {
 }
 
 // The release of pages takes most of the time that a long list takes to die.
-TEST(LongLists, LetOtherThreadsAppendWhileTheyDie) {
-  misc::zvMemoryPoolProvider provider;
-  const auto pool = provider.GetPool(168);
-  std::vector<void*> nodes(10000);
-  for (void*& node : nodes) node = pool->Alloc(168);
-  for (std::size_t i = 0; i + 1 < nodes.size(); ++i) *static_cast<void**>(nodes[i]) = nodes[i + 1];
+TEST_F(PoolOfChain, LetsOtherThreadsAppendWhileItDies) {
   std::mutex mutex;
   std::condition_variable changed;
   int asked = 0;

@@ -9,29 +9,20 @@ namespace {
 using tests::Distance;
 using tests::FiveAxisScene;
 using tests::Point;
-using tests::RandomScene;
-using tests::Seeded;
 using tests::ToPoint;
-using tests::ToVector;
-
-constexpr int kMachines = 4000;
 
 // Positions that others published for three machines, and one with a tool.
 TEST(FiveAxisKinematics, GivesPublishedPositions) {
-  FiveAxisScene conventional;  // table/table, B on C
-  conventional.machine.kind = 0;
+  FiveAxisScene conventional, trunnion, fork, withTool;
+  conventional.machine.kind = trunnion.machine.kind = 0;
   conventional.machine.first = {0, 0, -1};
-  conventional.machine.second = {0, -1, 0};
-  FiveAxisScene trunnion;  // 150 above the table
-  trunnion.machine.kind = 0;
+  conventional.machine.second = fork.machine.second = {0, -1, 0};
   trunnion.machine.firstPivot = trunnion.machine.secondPivot = {0, 0, 150};
-  FiveAxisScene fork;
   fork.machine.kind = 1;
-  fork.machine.second = {0, -1, 0};
   fork.machine.secondPivot = {0, 0, 250};
-  FiveAxisScene withTool;
   withTool.origin = {0, 0, 70};
   withTool.toolLength = 150;
+  // clang-format off
   const struct {
     const FiveAxisScene& scene;
     Point p_part;
@@ -39,23 +30,13 @@ TEST(FiveAxisKinematics, GivesPublishedPositions) {
     Point p_mach;
     double slack;
   } cases[] = {
-      {conventional, {1, 0, 2}, 0, 0, {1, 0, 2}, 1e-14},
-      {conventional, {1, 0, 2}, 0, 90, {-2, 0, 1}, 1e-14},
-      {conventional, {1, 0, 2}, 90, 0, {0, -1, 2}, 1e-14},
       {conventional, {1, 0, 2}, 90, 90, {-2, -1, 0}, 1e-14},
-      {trunnion, {0, 0, 0}, 0, 90, {0, 150, 150}, 1e-12},
       {trunnion, {50, 0, 0}, 90, 90, {0, 150, 200}, 1e-12},
       {trunnion, {50, 25, -10}, 30, 45, {30.80127, 146.124065, 69.849895}, 1e-6},
-      {trunnion, {30, 20, -5}, -45, -30, {35.355339, -83.623724, 19.301596}, 1e-6},
-      {trunnion, {10, 10, 0}, 60, 80, {-3.660254, 150.093241, 137.405497}, 1e-6},
       {fork, {100, 50, 25}, 40, 30, {4.24444461, -30.348451211, -8.493649054}, 1e-8},
-      {withTool,
-       {113.5608, 7.7353, -2.2093},
-       -9.7431,
-       39.3491,
-       {113.2319, -51.948, 195.0711},
-       2e-4},
+      {withTool, {113.5608, 7.7353, -2.2093}, -9.7431, 39.3491, {113.2319, -51.948, 195.0711}, 2e-4},
   };
+  // clang-format on
   for (const auto& c : cases)
     EXPECT_LE(Distance(c.scene.Kinematics().MachinePosition(c.p_part, c.first, c.second), c.p_mach),
               c.slack)
@@ -63,36 +44,25 @@ TEST(FiveAxisKinematics, GivesPublishedPositions) {
 }
 
 TEST(FiveAxisKinematics, PutsTheTipAndTheToolWhereRigidBodiesDo) {
-  Seeded random;
-  for (int i = 0; i < kMachines; ++i) {
-    const FiveAxisScene scene = RandomScene(random);
+  tests::Seeded random;
+  for (int i = 0; i < 4000; ++i) {
+    FiveAxisScene scene = tests::RandomScene(random);
+    // Any other number of kind is a part on the first axis and a tool on the second.
+    if (random.Chance(0.05)) scene.machine.kind = -5;
     const post::zv5axKinematics kinematics = scene.Kinematics();
     const Point p_part = random.Vector(500);
     const double first = random.Real(-400, 400);
     const double second = random.Real(-400, 400);
     const double size = scene.Size() + p_part.Length();
     const Point p_mach = kinematics.MachinePosition(p_part, first, second);
-
-    const tests::rigid::Pose pose = scene.Model().At(ToVector(p_mach), first, second);
-    ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-12 * size)
-        << i << " kind " << scene.machine.kind;
+    const tests::rigid::Pose pose = scene.Model().At(tests::ToVector(p_mach), first, second);
+    ASSERT_LE(Distance(ToPoint(pose.tip), p_part), 1e-12 * size) << scene.machine.kind;
     ASSERT_LE(Distance(ToPoint(pose.axis), kinematics.OrientationFromAngles(first, second)), 1e-13);
-
     ASSERT_LE(Distance(kinematics.PartPosition(p_mach, first, second), p_part), 1e-11 * size);
     const double turn = 360.0 * random.Integer(-5, 5);
     ASSERT_LE(Distance(kinematics.MachinePosition(p_part, first + turn, second - turn), p_mach),
               1e-11 * size);
   }
-}
-
-// Any other number of kind is a part on the first axis and a tool on the second.
-TEST(FiveAxisKinematics, TakesUnknownKindsAsTableAndHead) {
-  Seeded random;
-  FiveAxisScene scene = RandomScene(random);
-  scene.machine.kind = 2;
-  const Point expected = scene.Kinematics().MachinePosition({1, 2, 3}, 40, 50);
-  scene.machine.kind = -5;
-  EXPECT_EQ(scene.Kinematics().MachinePosition({1, 2, 3}, 40, 50), expected);
 }
 
 TEST(FiveAxisKinematics, LeavesPointsOnTheAxisExactlyWhereTheyAre) {

@@ -15,7 +15,6 @@ const Point kPosition{1, 2, 3};
 const Point kOrientation{0, 0.6, 0.8};
 const zv3axMove kThree(kPosition, kOrientation, 5, true, 6, 7);
 const zv5axMove kFive(kThree, {4, 5, 6}, {7, 8, 9}, 10, true);
-const zv5axMove kUnmarked(kThree, {4, 5, 6}, {7, 8, 9}, 10, false);
 
 // What a grabber and a view read has to be the same.
 void ExpectRead(const zvCNCMove& move, const zv5axMove& expected) {
@@ -41,18 +40,19 @@ void ExpectRead(const zvCNCMove& move, const zv5axMove& expected) {
 
 TEST(MoveGrabber, ReadsAMoveOfEitherClassAsOneWithABlock) {
   ExpectRead(kThree, zv5axMove(kThree, kPosition, kOrientation, 0, false));
-  ExpectRead(kFive, kFive);
-  ExpectRead(kUnmarked, kUnmarked);
+  for (const bool isMarked : {false, true}) {
+    const zv5axMove five(kThree, {4, 5, 6}, {7, 8, 9}, 10, isMarked);
+    ExpectRead(five, five);
+  }
 }
 
 TEST(MoveGrabber, APlainMoveIsRefused) {
-  constexpr const wchar_t* kText = L"Use of a member function of an abstract class.";
   const zvCNCMove plain;
   zv5axMove target = kFive;
   zvCNCMoveGrabber grabber(target);
-  EXPECT_TRUE(tests::ThrowsId<zvPostException>([&] { plain.AcceptVisitor(grabber); }, 2503, kText));
+  EXPECT_TRUE(tests::ThrowsId<zvPostException>([&] { plain.AcceptVisitor(grabber); }, 2503));
   EXPECT_EQ(target.GetExtendedId(), 10u) << "the target stays";
-  EXPECT_TRUE(tests::ThrowsId<zvPostException>([&] { zvMoveView{plain}; }, 2503, kText));
+  EXPECT_TRUE(tests::ThrowsId<zvPostException>([&] { zvMoveView{plain}; }, 2503));
 }
 
 TEST(MoveGrabber, MayGrabItsOwnTargetAndOneAfterAnother) {
@@ -63,11 +63,6 @@ TEST(MoveGrabber, MayGrabItsOwnTargetAndOneAfterAnother) {
   kThree.AcceptVisitor(grabber);
   EXPECT_FALSE(target.HasExtendedData());
   EXPECT_EQ(target.GetExtendedPoint(), kPosition);
-
-  zvMoveView view(kFive);
-  view = zvMoveView(kThree);
-  EXPECT_FALSE(view.HasExtendedData());
-  EXPECT_EQ(view.GetExtendedVector(), kOrientation);
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
+#include <kandrel/post/model/mirror_angle.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_move.h>
-#include <tests/support/numbers.h>
+#include <tests/post/model/fields.h>
 #include <tests/support/throws_id.h>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <type_traits>
 #include <utility>
@@ -15,10 +15,7 @@
 namespace post {
 namespace {
 
-using tests::Flat;
-using tests::Numbers;
-using tests::ThrowsId;
-using Point = zvPostedMove::Point;
+using namespace tests;
 
 // A posting keeps millions of these, each in a pooled node.
 #if defined(__x86_64__)
@@ -32,46 +29,63 @@ static_assert(sizeof(zvExtendedPostedMove) == 64);
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
+// How a field counts when moves are compared: number by number within the tolerance, exactly, or
+// as a vector whose length of difference is within the tolerance.
+enum Compared { kNumbers, kExactly, kByLength };
+
+// clang-format off
 template <class M>
-Numbers Own(const M& m) {
-  if constexpr (std::is_same_v<M, zvPosted4axMove>)
-    return {m.GetRotaryAngle()};
-  else if constexpr (std::is_same_v<M, zvPosted5axMove>)
-    return Flat(m.GetAngle(0), m.GetAngle(1), m.GetPoleStatus());
-  else if constexpr (std::is_same_v<M, zvPosted6axMove>)
-    return Flat(m.GetAngle(0), m.GetAngle(1), m.GetAngle(2), m.GetPoleStatus());
-  else
-    return {};
+FieldTable<M> BlockFields() {
+  return {TESTS_FIELD(M, ExtendedPoint, {0, 0, 0}, kByLength), TESTS_FIELD(M, ExtendedVector, {0, 0, 0}, kByLength),
+          TESTS_FIELD(M, ExtendedId, {0}, kExactly), TESTS_FIELD(M, SourceIndex, {0}, kExactly),
+          FieldOf<M>(&M::HasExtendedData, &M::SetHasExtendedData, {0}, kExactly),
+          FieldOf<M>(&M::IsInserted, &M::SetInserted, {0}, kExactly)};
 }
 
 template <class M>
-Numbers Fields(const M& m) {
-  const Numbers base =
-      Flat(m.GetType(), m.GetMachinePosition(), m.GetPartPosition(), m.GetOrientation(),
-           m.IsRapid(), m.GetFeed(), m.GetReservedSingle(), m.GetMoveTime());
-  if (m.HasNoExtended()) return Flat(base, Own(m));
-  return Flat(base, m.GetExtendedPoint(), m.GetExtendedVector(), m.GetExtendedId(),
-              m.GetSourceIndex(), m.HasExtendedData(), m.IsInserted(), Own(m));
+FieldTable<M> AngleFields() {
+  FieldTable<M> table;
+  if constexpr (requires(M m) { m.GetRotaryAngle(); })
+    table.push_back(TESTS_FIELD(M, RotaryAngle, {0}));
+  else if constexpr (requires(M m) { m.GetPoleStatus(); })
+    for (std::int16_t i = 0; i < (std::is_same_v<M, zvPosted5axMove> ? 2 : 3); ++i)
+      table.push_back(FieldOf<M>([i](const M& m) { return m.GetAngle(i); }, [i](M& m, double deg) { m.SetAngle(deg, i); }, {0}));
+  return table;
+}
+
+template <class M>
+FieldTable<M> AllFields(bool small) {
+  FieldTable<M> all{TESTS_FIELD(M, Type, {0}, kExactly), TESTS_FIELD(M, MachinePosition, {0, 0, 0}),
+               TESTS_FIELD(M, PartPosition, {0, 0, 0}), TESTS_FIELD(M, Orientation, {0, 0, 1}),
+               FieldOf<M>(&M::IsRapid, &M::SetRapid, {0}, kExactly), TESTS_FIELD(M, Feed, {0}),
+               TESTS_FIELD(M, ReservedSingle, {0}, kExactly), TESTS_FIELD(M, MoveTime, {0})};
+  for (const FieldTable<M>& more : {small ? FieldTable<M>() : BlockFields<M>(), AngleFields<M>()})
+    all.insert(all.end(), more.begin(), more.end());
+  if constexpr (requires(M m) { m.GetPoleStatus(); })
+    all.push_back(TESTS_FIELD(M, PoleStatus, {0}, kExactly));
+  return all;
+}
+// clang-format on
+
+template <class M>
+Numbers Whole(const M& m) {
+  return Values(AllFields<M>(m.HasNoExtended()), m);
 }
 
 // A small or an extended move, made by the long constructors.
-template <class M, class... Angles>
-M Make(bool small, Angles... own) {
-  const Point machine{1, 2, 3}, part{4, 5, 6}, orientation{7, 8, 9};
-  if (small) return M(machine, part, orientation, own..., 16, true, zvPostedMove::link4);
-  return M(machine, part, orientation, own..., 16, true, zvPostedMove::link4, {10, 11, 12},
-           {13, 14, 15}, 4000000000u, true, -17, true);
-}
 template <class M>
-M Sample(bool small = true) {
-  if constexpr (std::is_same_v<M, zvPosted4axMove>)
-    return Make<M>(small, 21.0);
-  else if constexpr (std::is_same_v<M, zvPosted5axMove>)
-    return Make<M>(small, 21.0, 22.0, 2u);
-  else if constexpr (std::is_same_v<M, zvPosted6axMove>)
-    return Make<M>(small, 21.0, 22.0, 23.0, 1u);
-  else
-    return Make<M>(small);
+M Sample(bool small) {
+  const auto make = [small](auto... own) {
+    const Point machine{1, 2, 3}, part{4, 5, 6}, orientation{7, 8, 9};
+    if (small) return M(machine, part, orientation, own..., 16, true, zvPostedMove::link4);
+    return M(machine, part, orientation, own..., 16, true, zvPostedMove::link4, {10, 11, 12},
+             {13, 14, 15}, 4000000000u, true, -17, true);
+  };
+  if constexpr (std::is_same_v<M, zvPosted4axMove>) return make(21.0);
+  if constexpr (std::is_same_v<M, zvPosted5axMove>) return make(21.0, 22.0, 2u);
+  if constexpr (std::is_same_v<M, zvPosted6axMove>) return make(21.0, 22.0, 23.0, 2u);
+  if constexpr (std::is_constructible_v<M, Point, Point, Point, int, bool, zvPostedMove::Types>)
+    return make();
 }
 
 template <class M>
@@ -80,172 +94,108 @@ using Classes = testing::Types<zvPostedMove, zvPosted3axMove, zvPosted4axMove, z
                                zvPosted6axMove>;
 TYPED_TEST_SUITE(PostedMoveClasses, Classes);
 
-TYPED_TEST(PostedMoveClasses, ConstructorsPutEachArgumentInItsPlace) {
-  const Numbers owns[] = {{}, {21}, {}, {21, 22, 2}, {21, 22, 23, 1}};
-  const Numbers own = owns[Own(TypeParam(true)).size()];
+TYPED_TEST(PostedMoveClasses, ConstructorsAndSettersReachTheirOwnField) {
+  const Numbers owns[] = {{}, {21}, {21, 22, 2}, {21, 22, 23, 2}};
+  const Numbers own = owns[AngleFields<TypeParam>().size()];
   const Numbers base{4, 1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 16, 0, 0};
   const Numbers block{10, 11, 12, 13, 14, 15, 4000000000.0, -17, 1, 1};
-  EXPECT_EQ(Fields(Sample<TypeParam>()), Flat(base, own));
-  EXPECT_EQ(Fields(Sample<TypeParam>(false)), Flat(base, block, own));
-
-  const Numbers zeroBase{0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0};
-  EXPECT_EQ(Fields(TypeParam(true)), Flat(zeroBase, Numbers(own.size(), 0.0)));
-  EXPECT_EQ(Fields(TypeParam(false)), Flat(zeroBase, Numbers(10 + own.size(), 0.0)));
+  EXPECT_EQ(Whole(Sample<TypeParam>(true)), Flat(base, own));
+  EXPECT_EQ(Whole(Sample<TypeParam>(false)), Flat(base, block, own));
+  for (const bool small : {true, false})
+    ExpectFields(AllFields<TypeParam>(small), TypeParam(small), Sample<TypeParam>(small));
 }
 
-TYPED_TEST(PostedMoveClasses, CopiesAndAssignmentsAreDeepInAllBlockCombinations) {
-  for (const TypeParam& source : {Sample<TypeParam>(true), Sample<TypeParam>(false)}) {
-    const Numbers expected = Fields(source);
-    for (bool smallTarget : {true, false}) {
-      TypeParam target(smallTarget), copy(source);
-      target = source;
-      for (TypeParam* other : {&target, &copy}) {
-        EXPECT_EQ(Fields(*other), expected);
-        EXPECT_TRUE(*other == source);
-        other->SetFeed(99);
-        if (!source.HasNoExtended()) other->SetSourceIndex(99);
-        EXPECT_EQ(Fields(source), expected);
-      }
-    }
-    TypeParam self(source);
-    TypeParam& again = self;
-    self = again;
-    EXPECT_EQ(Fields(self), expected);
-    self = std::move(again);
-    EXPECT_EQ(Fields(self), expected);
-  }
-}
-
-TYPED_TEST(PostedMoveClasses, MovesHandTheBlockOn) {
+TYPED_TEST(PostedMoveClasses, CopiesAreDeepInAllBlockCombinationsAndMovesHandTheBlockOn) {
   // Lists and vectors of moves hand the block on only where moving can't fail.
   static_assert(std::is_nothrow_move_constructible_v<TypeParam>);
   static_assert(std::is_nothrow_move_assignable_v<TypeParam>);
-  TypeParam source = Sample<TypeParam>(false);
-  const Numbers expected = Fields(source);
-  const Point* block = &source.GetExtendedPoint();
-  TypeParam moved(std::move(source));
-  EXPECT_EQ(&moved.GetExtendedPoint(), block);
-  TypeParam target(false);
-  target = std::move(moved);
-  EXPECT_EQ(&target.GetExtendedPoint(), block);
-  EXPECT_EQ(Fields(target), expected);
-  // A move that was moved from is small and can be used again. NOLINTNEXTLINE(*move*,*Move)
-  EXPECT_TRUE(moved.HasNoExtended());
-  moved = target;
-  EXPECT_EQ(Fields(moved), expected);
-}
-
-TEST(PostedMove, BlockAccessorsNeedABlock) {
-  zvPostedMove small(true);
-  const std::function<void()> accessors[] = {
-      [&] { small.GetExtendedPoint(); },       [&] { small.GetExtendedVector(); },
-      [&] { small.GetExtendedId(); },          [&] { small.GetSourceIndex(); },
-      [&] { small.HasExtendedData(); },        [&] { small.IsInserted(); },
-      [&] { small.SetExtendedPoint({}); },     [&] { small.SetExtendedVector({}); },
-      [&] { small.SetExtendedId(1); },         [&] { small.SetSourceIndex(5); },
-      [&] { small.SetHasExtendedData(true); }, [&] { small.SetInserted(true); },
-  };
-  small.SetExtended(false);
-  for (const auto& access : accessors)
-    EXPECT_TRUE(ThrowsId<zvPostException>(access, 5048)) << &access - accessors;
-  small.SetExtended(true);
-  for (const auto& access : accessors) EXPECT_NO_THROW(access());
-  small.SetExtended(true);
-  EXPECT_EQ(small.GetSourceIndex(), 5) << "an existing block is kept";
-  small.SetExtended(false);
-  small.SetExtended(true);
-  EXPECT_EQ(small.GetSourceIndex(), 0);
-  // Only the point marks the data.
-  small.SetExtendedVector({1, 2, 3});
-  small.SetExtendedId(4);
-  EXPECT_FALSE(small.HasExtendedData());
-  small.SetExtendedPoint({0, 0, 0});
-  EXPECT_TRUE(small.HasExtendedData());
-}
-
-// One change each to a 6-axis move with a block and data; `equal` tells what it does to equality.
-struct ChangeCase {
-  const char* name;
-  std::function<void(zvPosted6axMove&)> change;
-  bool equal;
-};
-
-zvPosted6axMove Reference() {
-  // Zeros keep differences of 1e-12 exact.
-  zvPosted6axMove move(false);
-  move.SetOrientation({0, 0, 0});
-  move.SetExtendedPoint({0, 0, 0});
-  return move;
-}
-
-// clang-format off
-std::vector<ChangeCase> ChangeCases() {
-  std::vector<ChangeCase> cases{
-      {"type", [](auto& m) { m.SetType(zvPostedMove::link1); }, false},
-      {"rapid", [](auto& m) { m.SetRapid(true); }, false},
-      {"reserved single", [](auto& m) { m.SetReservedSingle(1e-30f); }, false},
-      {"minus zero single", [](auto& m) { m.SetReservedSingle(-0.0f); }, true},
-      {"pole status", [](auto& m) { m.SetPoleStatus(1); }, false},
-      {"no block", [](auto& m) { m.SetExtended(false); }, false},
-      {"default block", [](auto& m) { m.SetExtended(false), m.SetExtended(true); }, false},
-      {"extended id", [](auto& m) { m.SetExtendedId(1); }, false},
-      {"source index", [](auto& m) { m.SetSourceIndex(1); }, false},
-      {"no data", [](auto& m) { m.SetHasExtendedData(false); }, false},
-      {"inserted", [](auto& m) { m.SetInserted(true); }, false},
-      // Block vectors differ by length, unlike the vectors of the move itself.
-      {"block point by length", [](auto& m) { m.SetExtendedPoint({0.8e-12, 0.8e-12, 0}); }, false},
-      {"block vector by length", [](auto& m) { m.SetExtendedVector({0, 0.8e-12, 0.8e-12}); }, false},
-      {"by component", [](auto& m) { m.SetMachinePosition({0.8e-12, 0.8e-12, -0.8e-12}); }, true},
-  };
-  const std::pair<const char*, void (*)(zvPosted6axMove&, double)> numbers[] = {
-      {"machine x", [](auto& m, double v) { m.SetMachinePosition({v, 0, 0}); }},
-      {"machine y", [](auto& m, double v) { m.SetMachinePosition({0, v, 0}); }},
-      {"machine z", [](auto& m, double v) { m.SetMachinePosition({0, 0, v}); }},
-      {"part", [](auto& m, double v) { m.SetPartPosition({0, v, 0}); }},
-      {"orientation", [](auto& m, double v) { m.SetOrientation({0, 0, v}); }},
-      {"feed", [](auto& m, double v) { m.SetFeed(v); }},
-      {"move time", [](auto& m, double v) { m.SetMoveTime(v); }},
-      {"angle 0", [](auto& m, double v) { m.SetAngle(v, 0); }},
-      {"angle 1", [](auto& m, double v) { m.SetAngle(v, 1); }},
-      {"angle 2", [](auto& m, double v) { m.SetAngle(v, 2); }},
-      {"extended point", [](auto& m, double v) { m.SetExtendedPoint({v, 0, 0}); }},
-      {"extended vector", [](auto& m, double v) { m.SetExtendedVector({0, 0, v}); }},
-  };
-  for (const auto& [name, set] : numbers)  // the tolerance itself counts as equal
-    for (double v : {1e-12, -1e-12, std::nextafter(1e-12, 1), -std::nextafter(1e-12, 1), 1.0, kNan, kInfinity})
-      cases.push_back({name, [set = set, v](auto& m) { set(m, v); }, std::fabs(v) <= 1e-12});
-  return cases;
-}
-// clang-format on
-
-TEST(PostedMove, EachFieldAloneMakesUnequalOutsideTheTolerance) {
-  const zvPosted6axMove reference = Reference();
-  ASSERT_TRUE(reference == Reference());
-  for (const ChangeCase& c : ChangeCases()) {
-    zvPosted6axMove changed = Reference();
-    c.change(changed);
-    EXPECT_EQ(reference == changed, c.equal) << c.name;
-    EXPECT_EQ(changed == reference, c.equal) << c.name;
-    EXPECT_EQ(changed != reference, !c.equal) << c.name;
-    EXPECT_TRUE(changed == changed) << c.name << ": a move equals itself, also with a NaN";
+  for (const auto& [small, smallTarget] :
+       {std::pair(true, true), {true, false}, {false, true}, {false, false}}) {
+    TypeParam source = Sample<TypeParam>(small), target(smallTarget);
+    source.SetReservedSingle(0.5f);
+    source.SetMoveTime(19);
+    const Numbers expected = Whole(source);
+    target = source;
+    TypeParam copy(source);
+    EXPECT_TRUE(copy == source && target == source);
+    for (TypeParam* other : {&target, &copy}) {
+      EXPECT_EQ(Whole(*other), expected);
+      other->SetFeed(99);
+      if (!small) other->SetSourceIndex(99);
+      EXPECT_EQ(Whole(source), expected);
+    }
+    TypeParam& again = source;
+    source = again;
+    source = std::move(again);
+    EXPECT_EQ(Whole(source), expected);
+    const Point* block = small ? nullptr : &source.GetExtendedPoint();
+    TypeParam moved(std::move(source));
+    target = std::move(moved);
+    EXPECT_EQ(Whole(target), expected);
+    EXPECT_TRUE(small || &target.GetExtendedPoint() == block);
+    // A move that was moved from is small and can be used again. NOLINTNEXTLINE(*move*,*Move)
+    EXPECT_TRUE(moved.HasNoExtended());
+    moved = target;
+    EXPECT_EQ(Whole(moved), expected);
   }
-  for (const double v : {1e-12, std::nextafter(1e-12, 1)}) {
-    zvPosted4axMove four(true);
-    four.SetRotaryAngle(v);
-    EXPECT_EQ(four == zvPosted4axMove(true), v == 1e-12);
-    for (std::int16_t i : {std::int16_t{0}, std::int16_t{1}}) {
-      zvPosted5axMove five(true);
-      five.SetAngle(-v, i);
-      EXPECT_EQ(five == zvPosted5axMove(true), v == 1e-12);
+}
+
+TYPED_TEST(PostedMoveClasses, EachFieldAloneMakesUnequalOutsideTheTolerance) {
+  TypeParam reference(false);
+  reference.SetOrientation({0, 0, 0});  // zeros keep differences of 1e-12 exact
+  reference.SetExtendedPoint({0, 0, 0});
+  const auto isEqual = [&](const TypeParam& changed) {
+    EXPECT_TRUE(changed == changed) << "a move equals itself, also with a NaN";
+    EXPECT_EQ(changed == reference, reference == changed);
+    return changed == reference;
+  };
+  const double beyond = std::nextafter(1e-12, 1);
+  for (const auto& field : AllFields<TypeParam>(false)) {
+    const Numbers value = field.get(reference);
+    const auto isEqualWith = [&](const Numbers& n) {
+      TypeParam changed(reference);
+      field.set(changed, n);
+      return isEqual(changed);
+    };
+    EXPECT_TRUE(isEqualWith(value));
+    EXPECT_FALSE(isEqualWith(Numbers(value.size(), field.isFlag ? 1 - value[0] : 1)));
+    for (std::size_t i = 0; field.role != kExactly && i < value.size(); ++i)
+      for (const double v : {1e-12, -1e-12, beyond, -beyond, 1.0, kNan, kInfinity}) {
+        Numbers n = value;
+        n[i] = v;
+        EXPECT_EQ(isEqualWith(n), std::fabs(v) <= 1e-12) << testing::PrintToString(n);
+      }
+    if (value.size() == 3) {
+      EXPECT_EQ(isEqualWith({0.8e-12, 0.8e-12, -0.8e-12}), field.role != kByLength);
     }
   }
-  zvPosted5axMove five(true);
-  five.SetPoleStatus(2);
-  EXPECT_FALSE(five == zvPosted5axMove(true));
-  five.SetAngle(kNan, 1);
-  const zvPosted5axMove copy = five;
-  EXPECT_TRUE(five == five);
-  EXPECT_FALSE(five == copy);
+  TypeParam changed(reference);
+  changed.SetReservedSingle(1e-30f);
+  EXPECT_FALSE(isEqual(changed));
+  changed.SetReservedSingle(-0.0f);
+  EXPECT_TRUE(isEqual(changed));
+  changed.SetExtended(false);
+  EXPECT_FALSE(isEqual(changed));
+}
+
+TYPED_TEST(PostedMoveClasses, TheFieldsOfABlockNeedOne) {
+  TypeParam move(true);
+  move.SetExtended(false);
+  for (const auto& field : BlockFields<TypeParam>()) {
+    EXPECT_TRUE(ThrowsId<zvPostException>([&] { field.get(move); }, 5048));
+    EXPECT_TRUE(ThrowsId<zvPostException>([&] { field.set(move, {0, 0, 0}); }, 5048));
+  }
+  move.SetExtended(true);
+  EXPECT_EQ(Whole(move), Whole(TypeParam(false)));
+  move.SetSourceIndex(5);
+  move.SetExtended(true);
+  EXPECT_EQ(move.GetSourceIndex(), 5) << "an existing block is kept";
+  // Only the point marks the data.
+  move.SetExtendedVector({1, 2, 3});
+  move.SetExtendedId(4);
+  EXPECT_FALSE(move.HasExtendedData());
+  move.SetExtendedPoint({0, 0, 0});
+  EXPECT_TRUE(move.HasExtendedData());
 }
 
 TEST(ExtendedPostedMove, WithoutDataOnlyOriginCounts) {
@@ -256,78 +206,68 @@ TEST(ExtendedPostedMove, WithoutDataOnlyOriginCounts) {
   EXPECT_FALSE(plain == zvExtendedPostedMove({1, 2, 3}, {4, 5, 6}, 7, true, 8, false));
 }
 
-TEST(PostedMove, OddIndicesReadTheFirstAngleAndStoreNothing) {
-  const auto check = [](auto move, std::int16_t index) {
-    const Numbers before = Own(move);
-    EXPECT_EQ(&move.GetAngle(index), &move.GetAngle(0)) << index;
-    move.SetAngle(99, index);
-    EXPECT_EQ(Own(move), before) << index;
-  };
-  constexpr std::int16_t kIndices[] = {-32768, -2, -1, 2, 3, 4, 5, 256, 257, 32767};
-  for (const std::int16_t index : kIndices) {
-    check(Sample<zvPosted5axMove>(), index);
-    if (index != 2) check(Sample<zvPosted6axMove>(), index);  // the third angle of six axes
-  }
+template <class M>
+class RotaryMoves : public testing::Test {};
+using RotaryClasses = testing::Types<zvPosted4axMove, zvPosted5axMove, zvPosted6axMove>;
+TYPED_TEST_SUITE(RotaryMoves, RotaryClasses);
+
+TYPED_TEST(RotaryMoves, WindsAddWholeTurnsToTheirAxisAndNoOtherIndexStores) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  const auto table = AngleFields<TypeParam>();
+  const std::size_t axes = table.size();
+  for (std::size_t axis = 0; axis < axes; ++axis)
+    for (const std::int64_t turns : {std::int64_t{-2}, std::int64_t{1}, std::int64_t{10000000},
+                                     Limits::max(), Limits::min()}) {
+      auto move = Sample<TypeParam>(false);
+      Numbers expected = Values(table, move);
+      expected[axis] += static_cast<double>(turns) * 360;
+      if constexpr (std::is_same_v<TypeParam, zvPosted4axMove>) {
+        move.AddWinds(turns);
+      } else {
+        move.AddWinds(turns, static_cast<std::int16_t>(axis));
+        for (const int other : {-32768, -2, -1, 3, 4, 256, 257, 32767, axes == 2 ? 2 : -1}) {
+          const auto odd = static_cast<std::int16_t>(other);  // the index of no axis
+          EXPECT_EQ(&move.GetAngle(odd), &move.GetAngle(0));
+          move.SetAngle(99, odd);
+          move.AddWinds(5, odd);
+        }
+      }
+      EXPECT_EQ(Values(table, move), expected) << turns;
+    }
 }
 
-TEST(PostedMove, WindsAddWholeTurnsToTheirAxis) {
-  const auto check = [](auto move, std::int16_t axis) {
-    const struct {
-      double angle;
-      std::int64_t turns;
-      double expected;
-    } cases[] = {{10, -2, -710},
-                 {-710, 2, 10},
-                 {0, 1, 360},
-                 {0, 10000000, 3.6e9},  // past 32 bits
-                 {0, std::numeric_limits<std::int64_t>::max(), 0x1p63 * 360},
-                 {0, std::numeric_limits<std::int64_t>::min(), -0x1p63 * 360}};
-    for (const auto& c : cases) {
-      Numbers expected = Own(move);
-      expected[static_cast<std::size_t>(axis)] = c.expected;
-      move.SetAngle(c.angle, axis);
-      move.AddWinds(c.turns, axis);
-      move.AddWinds(5, -1);  // neither of these is an axis
-      move.AddWinds(5, 3);
-      EXPECT_EQ(Own(move), expected) << c.turns;
+TYPED_TEST(RotaryMoves, AngleDistanceIsTheLargestCircularOne) {
+  constexpr double kCases[][3] = {
+      {350, 10, 20}, {0, 180, 180}, {-10, 370, 20}, {725, -5, 10}, {3600, -3600, 0}};
+  const auto table = AngleFields<TypeParam>();
+  for (std::size_t axis = 0; axis < table.size(); ++axis) {
+    TypeParam a(true), b(true);
+    const std::size_t another = (axis + 1) % table.size();
+    table[another].set(b, {-15});
+    for (const auto& [from, to, distance] : kCases) {
+      table[axis].set(a, {from});
+      table[axis].set(b, {to});
+      const double largest = another == axis ? distance : std::max(distance, 15.0);
+      EXPECT_DOUBLE_EQ(a.AngleDistance(b), largest) << from << " to " << to;
     }
-  };
-  for (std::int16_t axis = 0; axis < 2; ++axis) check(Sample<zvPosted5axMove>(), axis);
-  for (std::int16_t axis = 0; axis < 3; ++axis) check(Sample<zvPosted6axMove>(), axis);
-  zvPosted4axMove four(true);
-  four.SetRotaryAngle(10);
-  four.AddWinds(-2);
-  EXPECT_EQ(four.GetRotaryAngle(), -710);
-}
-
-TEST(PostedMove, AngleDistanceIsTheLargestCircularOne) {
-  constexpr struct {
-    double a, b, distance;
-  } kCases[] = {{350, 10, 20}, {0, 180, 180}, {-10, 370, 20}, {725, -5, 10}, {3600, -3600, 0}};
-  // Another axis stands 15 degrees apart.
-  const auto check = [&](auto a, auto b, std::int16_t axis) {
-    b.SetAngle(-15, axis == 0 ? 1 : 0);
-    for (const auto& c : kCases) {
-      a.SetAngle(c.a, axis);
-      b.SetAngle(c.b, axis);
-      EXPECT_DOUBLE_EQ(a.AngleDistance(b), std::max(c.distance, 15.0)) << c.a << " to " << c.b;
-      EXPECT_DOUBLE_EQ(b.AngleDistance(a), std::max(c.distance, 15.0)) << c.a << " to " << c.b;
-    }
-    for (double bad : {kNan, kInfinity, -kInfinity}) {
-      b.SetAngle(bad, axis);
+    for (const double bad : {kNan, kInfinity, -kInfinity}) {
+      table[axis].set(b, {bad});
       EXPECT_TRUE(std::isnan(a.AngleDistance(b)) && std::isnan(b.AngleDistance(a))) << axis;
     }
-  };
-  for (std::int16_t axis = 0; axis < 3; ++axis) {
-    check(zvPosted6axMove(true), zvPosted6axMove(true), axis);
-    if (axis < 2) check(zvPosted5axMove(true), zvPosted5axMove(true), axis);
   }
-  for (const auto& c : kCases) {
-    zvPosted4axMove a(true), b(true);
-    a.SetRotaryAngle(c.a);
-    b.SetRotaryAngle(c.b);
-    EXPECT_DOUBLE_EQ(a.AngleDistance(b), c.distance) << c.a << " to " << c.b;
-  }
+}
+
+TEST(PostedMove, OfFiveAxesMakesOneOfSixAndOneOfEachSolution) {
+  const auto five = Sample<zvPosted5axMove>(false);
+  EXPECT_EQ(Whole(zvPosted6axMove(five, 23)), Whole(Sample<zvPosted6axMove>(false)));
+  const zvSolutionPair pair(five, zvMirrorAngle{31, 32, {33, 34, 35}});
+  EXPECT_EQ(Whole(FirstSolutionMove(pair)), Whole(five));
+  zvPosted5axMove expected = five;
+  expected.SetMachinePosition({33, 34, 35});
+  expected.SetAngle(31, 0);
+  expected.SetAngle(32, 1);
+  EXPECT_EQ(Whole(MirrorSolutionMove(pair)), Whole(expected)) << "all else stays";
+  EXPECT_EQ(zvMirrorAngle(), (zvMirrorAngle{0, 0, {0, 0, 0}}));
 }
 
 }  // namespace

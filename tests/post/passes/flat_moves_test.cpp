@@ -3,93 +3,76 @@
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/flat_moves.h>
 #include <tests/support/throws_id.h>
+#include <tests/support/toolpath_builders.h>
 
-#include <cstdint>
-#include <initializer_list>
+#include <cmath>
 #include <iterator>
-#include <limits>
 
 namespace post {
 namespace {
 
-using cadcam::zvMovePointer;
+using cadcam::zvcadcamException;
 using cadcam::zvToolPath;
-using cadcam::zvTPSection;
-using misc::MakeAutoPointer;
-using misc::zvAutoPointer;
+using tests::Move3;
+using tests::PathBuilder;
+using tests::ThrowsId;
 
 // Neither link nor contour.
-struct OtherSection : zvTPSection {
+struct OtherSection : cadcam::zvTPSection {
   void AcceptVisitor(cadcam::zvTPSVisitor& visitor) const override {
     visitor.Visit(static_cast<const zvTPSection&>(*this));
   }
 };
 
-// A toolpath of one slice with one move in each of the sections.
-zvToolPath PathOf(std::initializer_list<zvAutoPointer<zvTPSection>> sections) {
-  zvToolPath path(measures::zvUnitsFactory::metric);
-  path.push_back(MakeAutoPointer<cadcam::zvTPPass>());
-  path.front()->push_back(MakeAutoPointer<cadcam::zvTPSlice>());
-  for (const auto& section : sections) {
-    section->AddMove(MakeAutoPointer<cadcam::zv3axMove>());
-    path.front()->front()->push_back(section);
-  }
-  return path;
+zvFlatMoves Flat(const zvToolPath& path) {
+  zvFlatMoves moves(path.GetMoveCount());
+  Flatten(path, nullptr, moves);
+  return moves;
 }
 
 TEST(FlatMoves, TheTypeOfAMoveIsThatOfItsSection) {
-  const zvToolPath path =
-      PathOf({MakeAutoPointer<cadcam::zvTPLink>(0u), MakeAutoPointer<cadcam::zvTPContour>(),
-              MakeAutoPointer<cadcam::zvTPLink>(5u)});
-  zvFlatMoves moves(path.GetMoveCount());
-  Flatten(path, nullptr, moves);
-  const zvPostedMove::Types expected[] = {zvPostedMove::link0, zvPostedMove::noLink,
-                                          zvPostedMove::link5};
+  const PathBuilder builder =
+      PathBuilder().Link(0, {Move3({})}).Contour({Move3({})}).Link(5, {Move3({})});
+  const zvToolPath& path = builder;
+  zvFlatMoves moves = Flat(path);
   auto it = path.begin();
-  for (std::uint64_t i = 0; i < 3; ++i, ++it) {
-    EXPECT_EQ(PostedMoveTypeAt(it), expected[i]);
-    EXPECT_EQ(moves[i].second, expected[i]);
+  for (const auto type : {zvPostedMove::link0, zvPostedMove::noLink, zvPostedMove::link5}) {
+    const auto i = static_cast<std::uint64_t>(std::distance(path.begin(), it));
+    EXPECT_EQ(PostedMoveTypeAt(it), type);
+    EXPECT_EQ(moves[i].second, type);
     EXPECT_EQ(moves[i].first.Get(), it->Get()) << "shared, not copied";
+    if (type == zvPostedMove::noLink)
+      EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { LinkTypeAt(it); }, 2640));
+    else
+      EXPECT_EQ(LinkTypeAt(it), type);
+    ++it;
   }
-  EXPECT_EQ(LinkTypeAt(path.begin()), zvPostedMove::link0);
-  EXPECT_TRUE(tests::ThrowsId<cadcam::zvcadcamException>(
-      [&] { LinkTypeAt(std::next(path.begin())); }, 2640, L"Passed move is not part of a link."));
 }
 
-TEST(FlatMoves, AnUnknownLinkTypeFailsOnlyWhenAsked) {
+// A link of unknown type has none; a section of another class cuts, but has none to be asked.
+TEST(FlatMoves, UnknownTypesAreRefused) {
   for (const std::uint32_t type : {6u, 4000000000u}) {
-    zvToolPath path = PathOf({MakeAutoPointer<cadcam::zvTPLink>(type)});
-    EXPECT_TRUE(tests::ThrowsId<zvKandrelException>([&] { PostedMoveTypeAt(path.begin()); }, 2637,
-                                                    L"Unknown move type."));
-    zvFlatMoves moves(1);
-    EXPECT_TRUE(tests::ThrowsId<zvKandrelException>([&] { Flatten(path, nullptr, moves); }, 2637,
-                                                    L"Unknown move type."));
+    const PathBuilder path = PathBuilder().Link(type, {Move3({})});
+    EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { PostedMoveTypeAt(path.Path().begin()); }, 2637));
+    EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { Flat(path); }, 2637));
   }
-}
-
-TEST(FlatMoves, AnUnknownSectionCutsButCannotBeAsked) {
-  const zvToolPath path = PathOf({MakeAutoPointer<OtherSection>()});
-  zvFlatMoves moves(1);
-  Flatten(path, nullptr, moves);
-  EXPECT_EQ(moves[0].second, zvPostedMove::noLink);
-  EXPECT_TRUE(tests::ThrowsId<cadcam::zvcadcamException>([&] { PostedMoveTypeAt(path.begin()); },
-                                                         2639, L"Unknown toolpath section type."));
+  const PathBuilder builder;
+  const auto other = misc::MakeAutoPointer<OtherSection>();
+  other->AddMove(Move3({}));
+  const zvToolPath& path = builder;
+  path.front()->front()->push_back(other);
+  EXPECT_EQ(Flat(path)[0].second, zvPostedMove::noLink);
+  EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { PostedMoveTypeAt(path.begin()); }, 2639));
 }
 
 TEST(FlatMoves, ANullOrAnInfiniteMoveIsRefused) {
-  zvToolPath path = PathOf({MakeAutoPointer<cadcam::zvTPContour>()});
-  const zvMovePointer move = *path.begin();
-  for (const double bad :
-       {std::numeric_limits<double>::quiet_NaN(), -std::numeric_limits<double>::infinity()}) {
-    move->SetPosition({0, bad, 0});
-    zvFlatMoves moves(1);
-    EXPECT_TRUE(tests::ThrowsId<zvPostException>([&] { Flatten(path, nullptr, moves); }, 5039,
-                                                 L"Invalid vector was passed."));
-  }
-  *path.begin() = nullptr;
-  zvFlatMoves moves(1);
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>([&] { Flatten(path, nullptr, moves); }, 0,
-                                                 L"Accessing NULL pointer"));
+  for (const double bad : {std::nan(""), -HUGE_VAL})
+    EXPECT_TRUE(ThrowsId<zvPostException>(
+        [&] {
+          Flat(PathBuilder().Contour({Move3({0, bad, 0})}));
+        },
+        5039));
+  EXPECT_TRUE(tests::ThrowsNull([&] { Flat(PathBuilder().Contour({nullptr})); }));
 }
 
 }  // namespace

@@ -133,9 +133,9 @@ TEST(LimitChecker, ServesOneAxis) {
   zv4axMachDef machDef;
   machDef.SetMinAngle(0);
   machDef.SetMaxAngle(180);
-  tests::PassList<zvPosted4axMove> moves;
-  for (const double deg : {-300.0, -310.0})
-    moves.list.PushBack(tests::TableMove<zvPosted4axMove>({}, {deg}));
+  tests::PassList<zvPosted4axMove> moves(
+      std::vector{tests::TableMove<zvPosted4axMove>({}, {-300}),
+                  tests::TableMove<zvPosted4axMove>({}, {-310})});
   zvListLimits<zvPosted4axMove> checker(moves.list, machDef, 1e-4);
   zvLimitType limit;
   EXPECT_TRUE(checker.RotaryExceeded(limit));

@@ -2,7 +2,6 @@
 #include <kandrel/post/passes/pole_blending.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/toolpath_builders.h>
 
 #include <array>
 #include <vector>
@@ -20,11 +19,19 @@ struct Line {
   double x, first, second;
 };
 
+// The first angle of the move at this place of the path.
+double FirstAngleAt(const Moves& moves, double x) {
+  for (const Move& move : moves)
+    if (move.GetPartPosition().x == x) return move.GetAngle(0);
+  ADD_FAILURE() << "no move at " << x;
+  return 0;
+}
+
 // The tables of pass_machine.h: the second axis stands at 0 on the pole of the first.
 class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
  protected:
   Blending() {
-    m_scene.par.SetPoleHandling(zvKDRParam::poleHandling2);
+    m_scene.par.SetPoleHandling(zvKDRParam::spreadEvenly);
     m_scene.par.SetMaxAngleJump(1000);
   }
 
@@ -91,7 +98,7 @@ TEST_F(Blending, LinearSpreadsTheJumpOverTheLength) {
 }
 
 TEST_F(Blending, CubicStartsAndEndsFlatWithoutNeighbours) {
-  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  m_scene.par.SetPoleHandling(zvKDRParam::spreadOnCubic);
   for (const double sense : {1.0, -1.0}) {
     const double end = 80 + sense * 61;
     const Moves moves = Blended(Build({{0, 80, 5}, {10, 80, 0}, {30, 80, 0}, {50, end, 5}}));
@@ -119,7 +126,7 @@ TEST_F(Blending, CubicStartsAndEndsFlatWithoutNeighbours) {
 // The slope of the neighbours, 1 degree per unit, reaches the cubic with its sign reversed where
 // the angle rises: deliberate.
 TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
-  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  m_scene.par.SetPoleHandling(zvKDRParam::spreadOnCubic);
   const struct { double sense, at10, at30; } cases[] = {{-1, 11.04, 36.48}, {1, 1.44, 41.28}};
   for (const auto& c : cases) {
     std::vector<Line> lines;
@@ -132,14 +139,8 @@ TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
       lines.push_back({x, 90 + c.sense * (x > 80 ? -50 : x + 10), 5});
     const Moves moves = Blended(Build(lines));
     EXPECT_EQ(m_count, 1u);
-    int found = 0;
-    for (const Move& move : moves) {
-      const double x = move.GetPartPosition().x;
-      if (x != 10 && x != 30) continue;
-      ++found;
-      EXPECT_NEAR(move.GetAngle(0), 90 + c.sense * (x == 10 ? c.at10 : c.at30), 1e-9);
-    }
-    EXPECT_GE(found, 2);  // a new move may fall on an old one
+    EXPECT_NEAR(FirstAngleAt(moves, 10), 90 + c.sense * c.at10, 1e-9);
+    EXPECT_NEAR(FirstAngleAt(moves, 30), 90 + c.sense * c.at30, 1e-9);
   }
 }
 
@@ -147,7 +148,7 @@ TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
 // runs, curves that are nearly a parabola with the vertex of their slope far away or steepest at an
 // end, and neighbours that turn at once.
 TEST_F(Blending, CubicKeepsTheStepWhateverItsShape) {
-  m_scene.par.SetPoleHandling(zvKDRParam::poleHandling3);
+  m_scene.par.SetPoleHandling(zvKDRParam::spreadOnCubic);
   const struct {
     std::vector<Line> given;
     std::size_t inserted;
@@ -171,17 +172,21 @@ TEST_F(Blending, CubicKeepsTheStepWhateverItsShape) {
   }
 }
 
-// Angles that a range from 0 up has wrapped: 20 degrees over the pole, unless there is no room.
+// Angles that a range from 0 up has wrapped: 20 degrees over the pole, unless there is no room. As
+// solved they run to 180 on both sides: over that seam lies the short way, whatever the range.
 TEST_F(Blending, TakesTheShortWayWhereTheRangeHasRoom) {
-  const std::vector<Line> given{{0, 350, 5}, {5, 350, 0}, {10, 350, 0}, {20, 10, 5}};
-  const struct { double max, at5; } cases[] = {{1e5, 355}, {380, 355}, {379, 265}, {360, 265}};
+  const struct {
+    post::zvRotaryRange range;
+    double from, to, atQuarter;
+  } cases[] = {{{0, 1e5}, 350, 10, 355},           {{0, 380}, 350, 10, 355},
+               {{0, 379}, 350, 10, 265},           {{0, 360}, 350, 10, 265},
+               {{-180, 180}, 170, -170, 175},      {{-180, 180}, -170, 170, -175},
+               {{-180, 180}, 100, -100, 100 + 40}, {{-180, 180}, 80, -80, 40}};
   for (const auto& c : cases) {
-    m_ranges[0] = {0, c.max};
-    const Moves moves = Blended(Build(given));
-    for (const Move& move : moves)
-      if (move.GetPartPosition().x == 5) {
-        EXPECT_NEAR(move.GetAngle(0), c.at5, 1e-9) << c.max;
-      }
+    m_ranges[0] = c.range;
+    const Moves moves =
+        Blended(Build({{0, c.from, 5}, {5, c.from, 0}, {10, c.from, 0}, {20, c.to, 5}}));
+    EXPECT_NEAR(FirstAngleAt(moves, 5), c.atQuarter, 1e-9) << c.range.max << ' ' << c.from;
   }
 }
 
@@ -190,55 +195,55 @@ TEST_F(Blending, AStretchOfTheFirstAxisIsNoPole) {
   const Moves moves =
       Blended(Build({{0, 10, 5}, {5, 0, 5}, {10, 0, 0}, {20, 0, 0}, {30, 70, 5}, {35, 80, 5}}));
   EXPECT_EQ(m_count, 1u);
-  for (const Move& move : moves)
-    if (move.GetPartPosition().x == 20) {
-      EXPECT_NEAR(move.GetAngle(0), 42, 1e-9);
-    }
+  EXPECT_NEAR(FirstAngleAt(moves, 20), 42, 1e-9);
 }
 
 TEST_F(Blending, MovesTakeTheFormOfTheirNeighbours) {
   Moves given = Build({{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}});
-  given[2].SetFeed(300);
   given[1].SetFeed(100);
+  given[2].SetFeed(300);
   given[2].SetType(post::zvPostedMove::link4);
   given[3].SetRapid(true);
   given[3].SetFeed(9000);
   const Moves small = Blended(given);
   ASSERT_EQ(small.size(), 6u);
-  EXPECT_TRUE(small[2].HasNoExtended());
-  EXPECT_EQ(small[2].GetFeed(), 200);
-  EXPECT_EQ(small[2].GetType(), post::zvPostedMove::link4);
-  EXPECT_EQ(small[4].GetFeed(), 300);  // of the one that isn't rapid
-  EXPECT_FALSE(small[4].IsRapid());
-  EXPECT_EQ(small[4].GetType(), post::zvPostedMove::noLink);
-  EXPECT_EQ(small[2].GetPoleStatus(), 0u);
-
   for (std::size_t i = 0; i < given.size(); ++i) {
-    Move& move = given[i];
-    move.SetExtended(true);
     const auto place = static_cast<double>(i);
-    move.SetSourceIndex(static_cast<int>(i) + 40);
-    move.SetExtendedPoint({place, 2, 3});
-    move.SetExtendedVector({0, place, 0});
-    move.SetExtendedId(7);
-    move.SetHasExtendedData(i != 3);
+    given[i].SetExtended(true);
+    given[i].SetSourceIndex(static_cast<int>(i) + 40);
+    given[i].SetExtendedPoint({place, 2, 3});
+    given[i].SetExtendedVector({0, place, 0});
+    given[i].SetExtendedId(7);
+    given[i].SetHasExtendedData(i != 3);
   }
   const Moves extended = Blended(given);
   ASSERT_EQ(extended.size(), 6u);
-  EXPECT_EQ(extended[2].GetSourceIndex(), 42);
-  EXPECT_TRUE(extended[2].IsInserted());
-  EXPECT_TRUE(extended[2].HasExtendedData());
-  EXPECT_LT(Distance(extended[2].GetExtendedPoint(), Point{1.5, 2, 3}), 1e-12);
-  EXPECT_LT(Distance(extended[2].GetExtendedVector(), Point{0, 1.5, 0}), 1e-12);
-  EXPECT_EQ(extended[2].GetExtendedId(), 7u);
-  EXPECT_EQ(extended[4].GetSourceIndex(), 43);
-  EXPECT_TRUE(extended[4].IsInserted());
-  EXPECT_FALSE(extended[4].HasExtendedData());
-  EXPECT_EQ(extended[4].GetExtendedPoint(), Point{});
-  EXPECT_EQ(extended[4].GetExtendedVector(), (Point{0, 0, 1}));
-  EXPECT_EQ(extended[4].GetExtendedId(), 0u);
   EXPECT_FALSE(extended[1].IsInserted());
-
+  const struct {
+    std::size_t index;
+    double feed;  // of the one that isn't rapid
+    int type, sourceIndex;
+    bool hasData;
+    Point point, vector;
+    std::uint32_t id;
+  } cases[] = {{2, 200, post::zvPostedMove::link4, 42, true, {1.5, 2, 3}, {0, 1.5, 0}, 7},
+               {4, 300, post::zvPostedMove::noLink, 43, false, {}, {0, 0, 1}, 0}};
+  for (const auto& c : cases) {
+    EXPECT_TRUE(small[c.index].HasNoExtended());
+    for (const Move& move : {small[c.index], extended[c.index]}) {
+      EXPECT_EQ(move.GetFeed(), c.feed);
+      EXPECT_EQ(move.GetType(), c.type);
+      EXPECT_FALSE(move.IsRapid());
+      EXPECT_EQ(move.GetPoleStatus(), 0u);
+    }
+    const Move& move = extended[c.index];
+    EXPECT_EQ(move.GetSourceIndex(), c.sourceIndex);
+    EXPECT_TRUE(move.IsInserted());
+    EXPECT_EQ(move.HasExtendedData(), c.hasData);
+    EXPECT_LT(Distance(move.GetExtendedPoint(), c.point), 1e-12);
+    EXPECT_LT(Distance(move.GetExtendedVector(), c.vector), 1e-12);
+    EXPECT_EQ(move.GetExtendedId(), c.id);
+  }
   given[2].SetExtendedId(8);
   EXPECT_EQ(Blended(given)[2].GetExtendedId(), 0u);
 }
@@ -272,7 +277,7 @@ TEST_P(Blending, LeavesAloneWhatIsNoPoleOrNeedsNothing) {
     m_scene.par.SetMaxAngleStep(c.step);
     m_scene.par.SetMaxAngleJump(c.jump);
     const Moves given = Build(c.given);
-    const bool isBlended = c.isBlended && GetParam() >= zvKDRParam::poleHandling2;
+    const bool isBlended = c.isBlended && GetParam() >= zvKDRParam::spreadEvenly;
     EXPECT_EQ(Blended(given) != given, isBlended);
     EXPECT_EQ(m_count, isBlended ? 1u : 0u);
   }
@@ -280,65 +285,6 @@ TEST_P(Blending, LeavesAloneWhatIsNoPoleOrNeedsNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Ways, Blending,
                          testing::Values(zvKDRParam::PoleHandling{}, zvKDRParam::keepWithinLimits,
-                                         zvKDRParam::poleHandling2, zvKDRParam::poleHandling3));
-
-// Random paths that dwell on the pole, or within its cone, posted: whatever is turned, each line
-// has the tip on its place of the path and the tool within the cone of the toolpath's orientation.
-TEST(PostedPoles, ToolKeepsToItsPathWhateverIsTurned) {
-  tests::Seeded random;
-  std::uint32_t blended = 0;
-  for (int run = 0; run < 200; ++run) {
-    SCOPED_TRACE(run);
-    tests::FiveAxisScene scene;
-    scene.machine.kind = random.Integer(0, 3);
-    scene.machine.firstPivot = random.Vector(200);
-    scene.machine.secondPivot = random.Vector(200);
-    scene.toolLength = random.Real(0, 200);
-    scene.par.SetMaxAngleJump(1000);
-    if (random.Chance(0.5)) scene.par.SetPoleHandling(zvKDRParam::poleHandling2);
-    const double tolerance = scene.par.GetPoleAngleTolerance() * 0.017453292519943295;
-    std::vector<Point> tips;
-    tests::PathBuilder::Moves moves;
-    for (int part = random.Integer(2, 6); part > 0; --part) {
-      const double side = random.Real(-3.14, 3.14);
-      const double tilt = random.Real(0.02, 0.6);
-      const bool isOnPole = part % 2 == 0;
-      for (int i = random.Integer(1, 4); i > 0; --i) {
-        const double sine = isOnPole ? random.Chance(0.5) ? 0 : 0.5 * tolerance : std::sin(tilt);
-        tips.push_back((tips.empty() ? Point{} : tips.back()) + random.Vector(15));
-        moves.push_back(tests::Move5(tips.back(), {sine * std::cos(side), sine * std::sin(side),
-                                                   std::sqrt(1 - sine * sine)}));
-      }
-    }
-    tests::PathBuilder path;
-    path.Contour(moves);
-    auto creator = scene.Creator();
-    const auto list = creator.Post(path, false);
-    blended += creator.GetCounts().blendedPoles;
-    const auto model = scene.Model();
-    std::size_t passed = 0;
-    for (const Move& line : *list) {
-      const auto pose =
-          model.At(tests::ToVector(line.GetMachinePosition()), line.GetAngle(0), line.GetAngle(1));
-      const Point tip = tests::ToPoint(pose.tip);
-      ASSERT_LT(Distance(tip, line.GetPartPosition()), 1e-9 * scene.Size());
-      ASSERT_LT(Distance(tests::ToPoint(pose.axis), line.GetOrientation()), tolerance + 2e-5);
-      if (!line.IsInserted()) {
-        ASSERT_LT(passed, tips.size());
-        ASSERT_EQ(line.GetPartPosition(), tips[passed]);
-        ASSERT_EQ(line.GetOrientation(), moves[passed]->GetOrientation());
-        ++passed;
-        continue;
-      }
-      ASSERT_GT(passed, 0u);
-      ASSERT_LT(passed, tips.size());
-      const Point a = tips[passed - 1];
-      const Point b = tips[passed];
-      ASSERT_NEAR(Distance(a, tip) + Distance(tip, b), Distance(a, b), 1e-9 * scene.Size());
-    }
-    ASSERT_EQ(passed, tips.size());
-  }
-  EXPECT_GT(blended, 100u);
-}
+                                         zvKDRParam::spreadEvenly, zvKDRParam::spreadOnCubic));
 
 }  // namespace

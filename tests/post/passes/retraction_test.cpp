@@ -12,12 +12,14 @@ namespace {
 
 using post::zv5axKinematics;
 using post::zv5axMachDef;
-using post::zvPosted4axMove;
 using post::zvPosted5axMove;
 using post::zvPostException;
 using post::zvRecompute;
 using tests::Point;
 using tests::ThrowsId;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 zv5axMachDef Machine(int kind, double limit) {
   zv5axMachDef machDef;
@@ -27,84 +29,92 @@ zv5axMachDef Machine(int kind, double limit) {
   return machDef;
 }
 
-// Lifts end on a limit, never below where they start, and rounding never makes them fail.
+zvPosted5axMove Lift(const zv5axMachDef& machDef, const zvPosted5axMove& move,
+                     zvRecompute recompute = zvRecompute::kNothing, bool useAngles = false) {
+  const Point origin;
+  return post::RetractToMachineLimits(zv5axKinematics(machDef, origin, 0), machDef, move, useAngles,
+                                      recompute);
+}
+
+// Lifts end on a limit, never below where they start, and rounding never makes them fail. An axis
+// that the lift doesn't move stands exactly where it stood.
 TEST(Retraction, ToLimitsEndsOnALimitAndNeverPlunges) {
   tests::Seeded random;
   const Point origin{10, -20, 5};
+  int still = 0;
   for (const double limit : {500.0, 1000.0, 100000.0})
-    for (int kind = 0; kind <= 3; ++kind) {
-      const zv5axMachDef machDef = Machine(kind, limit);
+    for (int i = 0; i < 12000; ++i) {
+      const zv5axMachDef machDef = Machine(i % 4, limit);
       const zv5axKinematics kinematics(machDef, origin, 80);
-      for (int i = 0; i < 3000; ++i) {
-        zvPosted5axMove move(true);
-        const bool isUpright = random.Chance(0.2);
-        move.SetAngle(random.Chance(0.3) ? 90.0 * random.Integer(-4, 4) : random.Real(-180, 180),
-                      0);
-        move.SetAngle(isUpright ? 0 : random.Real(-100, 100), 1);
-        move.SetPartPosition(random.Vector(150));
-        move.SetOrientation(kinematics.Orientation(move));
-        move.SetMachinePosition(kinematics.MachinePosition(move));
-        if (random.Chance(0.1)) {
-          // On its limit, or past it by what the check lets pass.
-          Point p = move.GetMachinePosition();
-          p.x = random.Chance(0.5) ? limit : limit + 5e-13;
-          move.SetMachinePosition(p);
-          move.SetPartPosition(kinematics.PartPosition(move));
-        }
-        if (!post::LinearOut(move.GetMachinePosition(), machDef).IsNone()) continue;
-        zvPosted5axMove lifted(true);
-        ASSERT_NO_THROW(lifted = post::RetractToMachineLimits(kinematics, machDef, move, false,
-                                                              zvRecompute::kNothing));
-        const Point& m = lifted.GetMachinePosition();
-        EXPECT_NEAR(std::max({std::fabs(m.x), std::fabs(m.y), std::fabs(m.z)}), limit, 1e-12);
-        const Point rise = lifted.GetPartPosition() - move.GetPartPosition();
-        EXPECT_GE(Dot(rise, move.GetOrientation()), 0);
-        EXPECT_LT((kinematics.MachinePosition(lifted) - m).Length(), 1e-9 * limit);
-        EXPECT_TRUE(lifted.IsRapid());
+      zvPosted5axMove move(true);
+      move.SetAngle(random.Chance(0.3) ? 90.0 * random.Integer(-4, 4) : random.Real(-180, 180), 0);
+      move.SetAngle(random.Chance(0.2) ? 0 : random.Real(-100, 100), 1);
+      move.SetPartPosition(random.Vector(150));
+      move.SetOrientation(kinematics.Orientation(move));
+      move.SetMachinePosition(kinematics.MachinePosition(move));
+      if (random.Chance(0.1)) {
+        // On its limit, or past it by what the check lets pass.
+        Point p = move.GetMachinePosition();
+        p.x = random.Chance(0.5) ? limit : limit + 5e-13;
+        move.SetMachinePosition(p);
+        move.SetPartPosition(kinematics.PartPosition(move));
+      }
+      const Point& from = move.GetMachinePosition();
+      if (!post::LinearOut(from, machDef).IsNone()) continue;
+      zvPosted5axMove lifted(true);
+      ASSERT_NO_THROW(lifted = post::RetractToMachineLimits(kinematics, machDef, move, false,
+                                                            zvRecompute::kNothing));
+      const Point& m = lifted.GetMachinePosition();
+      EXPECT_NEAR(std::max({std::fabs(m.x), std::fabs(m.y), std::fabs(m.z)}), limit, 1e-12);
+      const Point rise = lifted.GetPartPosition() - move.GetPartPosition();
+      EXPECT_GE(Dot(rise, move.GetOrientation()), 0);
+      EXPECT_LT((kinematics.MachinePosition(lifted) - m).Length(), 1e-9 * limit);
+      EXPECT_TRUE(lifted.IsRapid());
+      if (rise.Length() < 1) continue;
+      for (double Point::*axis : {&Point::x, &Point::y, &Point::z}) {
+        const double way = std::fabs(m.*axis - from.*axis);
+        EXPECT_TRUE(way == 0 || way > 1e-11) << way;
+        still += way == 0;
       }
     }
+  EXPECT_GT(still, 1000);
 }
 
 TEST(Retraction, LiftsAlongTheOrientationAsGiven) {
   const Point origin;
-  const zv5axMachDef machDef = Machine(2, 1000);
-  const zv5axKinematics kinematics(machDef, origin, 0);
+  const zv5axKinematics kinematics(Machine(2, 1000), origin, 0);
   zvPosted5axMove move({}, {1, 2, 3}, {0, 0, 2}, 0, 0, 1, 300, false, post::zvPostedMove::link3,
                        {4, 5, 6}, {0, 1, 0}, 9, true, 17, false);
-  const zvPosted5axMove lifted = post::RetractAlongTool(kinematics, move, 50.0);
   zvPosted5axMove expected = move;
   expected.SetPartPosition({1, 2, 103});
   expected.SetMachinePosition({1, 2, 103});
   expected.SetRapid(true);
   expected.SetInserted(true);
-  EXPECT_EQ(lifted, expected);
+  EXPECT_EQ(post::RetractAlongTool(kinematics, move, 50.0), expected);
+  EXPECT_NO_THROW(post::RetractAlongTool(kinematics, move, 1e307));
+  for (const double distance : {kInfinity, -kInfinity, kNaN})
+    EXPECT_TRUE(ThrowsId<zvPostException>(
+        [&] { post::RetractAlongTool(kinematics, move, distance); }, 5039));
 }
 
 TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
-  const Point origin;
   const zv5axMachDef machDef = Machine(2, 100);
-  const zv5axKinematics kinematics(machDef, origin, 0);
-  const auto lift = [&](const zvPosted5axMove& move, bool useAngles, zvRecompute recompute) {
-    return post::RetractToMachineLimits(kinematics, machDef, move, useAngles, recompute);
-  };
   zvPosted5axMove move(true);
   move.SetMachinePosition({0, 0, 100.1});
-  EXPECT_TRUE(ThrowsId<zvPostException>([&] { lift(move, false, zvRecompute::kNothing); }, 5008));
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move); }, 5008));
   // Worked out anew it stands inside.
-  EXPECT_EQ(lift(move, false, zvRecompute::kMachinePosition).GetMachinePosition(),
+  EXPECT_EQ(Lift(machDef, move, zvRecompute::kMachinePosition).GetMachinePosition(),
             Point(0, 0, 100));
+  constexpr auto kPart = zvRecompute::kPartPosition;
   move.SetMachinePosition({1, 2, 3});
-  EXPECT_EQ(lift(move, false, zvRecompute::kPartPosition).GetPartPosition(), Point(1, 2, 100));
+  EXPECT_EQ(Lift(machDef, move, kPart).GetPartPosition(), Point(1, 2, 100));
   move.SetOrientation({});
-  EXPECT_TRUE(
-      ThrowsId<zvPostException>([&] { lift(move, false, zvRecompute::kPartPosition); }, 5039));
-  EXPECT_EQ(lift(move, true, zvRecompute::kPartPosition).GetPartPosition(), Point(1, 2, 100));
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move, kPart); }, 5039));
+  EXPECT_EQ(Lift(machDef, move, kPart, true).GetPartPosition(), Point(1, 2, 100));
 }
 
 // An infinite limit is none: the axes that have one decide, and where none has, nothing does.
 TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  constexpr double kTiny = 1e-300;
   const struct {
     Point high, orientation;
     Point lifted;  // zero where it is refused
@@ -116,50 +126,40 @@ TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
       {{100, 100, 1e307}, {0, 0, 1}, {1, 2, 1e307}},
       // Of any length that is one.
       {{100, 50, 100}, {0, 0.6e-13, 0.8e-13}, {1, 50, 67}},
-      {{100, 50, 100}, {0, 3 * kTiny, 4 * kTiny}, {1, 50, 67}},
+      {{100, 50, 100}, {0, 3e-300, 4e-300}, {1, 50, 67}},
       {{100, 50, 100}, {0, 3e200, 4e200}, {1, 50, 67}},
   };
-  const Point origin;
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
     zv5axMachDef machDef = Machine(2, 100);
     machDef.SetMaxLimits(c.high);
-    const zv5axKinematics kinematics(machDef, origin, 0);
     zvPosted5axMove move(true);
     move.SetPartPosition({1, 2, 3});
     move.SetMachinePosition({1, 2, 3});
     move.SetOrientation(c.orientation);
-    const auto lift = [&] {
-      return post::RetractToMachineLimits(kinematics, machDef, move, false, zvRecompute::kNothing);
-    };
     if (c.lifted == Point()) {
-      EXPECT_TRUE(ThrowsId<zvPostException>(lift, 5039));
+      EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move); }, 5039));
       continue;
     }
-    const zvPosted5axMove lifted = lift();
+    const zvPosted5axMove lifted = Lift(machDef, move);
     EXPECT_LT((lifted.GetMachinePosition() - c.lifted).Length(), 1e-11 * c.lifted.Length());
     EXPECT_EQ(lifted.GetOrientation(), c.orientation);
   }
-  zvPosted5axMove move(true);
-  const zv5axKinematics kinematics(Machine(2, 100), origin, 0);
-  for (const double distance : {kInfinity, -kInfinity, std::nan(""), 1e308})
-    if (std::isfinite(distance))
-      EXPECT_NO_THROW(post::RetractAlongTool(kinematics, move, distance));
-    else
-      EXPECT_TRUE(ThrowsId<zvPostException>(
-          [&] { post::RetractAlongTool(kinematics, move, distance); }, 5039));
 }
 
 template <class Move>
 class Jumps : public testing::Test {
  protected:
-  std::uint32_t Run(tests::PassList<Move>& moves, double maxJump) {
-    return post::HandleLargeAngleJumps(moves.list, 180, maxJump,
-                                       [this](const Move& m) { return machine.Retract(m); });
+  template <class Retract>
+  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump, const Retract& retract) {
+    return post::HandleLargeAngleJumps(moves.list, 180, maxJump, retract);
   }
-  tests::TableMachine<Move> machine;
+  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump) {
+    return Run(moves, maxJump, Retracted);
+  }
+  static Move Retracted(const Move& move) { return tests::TableMachine<Move>().Retract(move); }
 };
-using Classes = testing::Types<zvPosted4axMove, zvPosted5axMove>;
+using Classes = testing::Types<post::zvPosted4axMove, zvPosted5axMove>;
 TYPED_TEST_SUITE(Jumps, Classes);
 
 TYPED_TEST(Jumps, AreLiftedAwayFromPartAtBothAngles) {
@@ -167,15 +167,9 @@ TYPED_TEST(Jumps, AreLiftedAwayFromPartAtBothAngles) {
     double to, maxJump;
     bool rapid;
     std::uint32_t jumps;
-  } cases[] = {{120, 120, false, 0},
-               {120.001, 120, false, 1},
-               {130, 120, true, 0},
-               {360, 120, false, 0},
-               {720 - 130, 120, false, 1},
-               {10, 0, false, 1},
-               {0, 0, false, 0},
-               {0, -1, false, 1},
-               {90, std::numeric_limits<double>::quiet_NaN(), false, 0}};
+  } cases[] = {{120, 120, false, 0}, {120.001, 120, false, 1},   {130, 120, true, 0},
+               {360, 120, false, 0}, {720 - 130, 120, false, 1}, {10, 0, false, 1},
+               {0, 0, false, 0},     {0, -1, false, 1},          {90, kNaN, false, 0}};
   for (const auto& c : cases) {
     tests::PassList<TypeParam> moves;
     moves.list.PushBack(tests::TableMove<TypeParam>({10, 0, 0}, {0, 0}));
@@ -200,11 +194,11 @@ TYPED_TEST(Jumps, ThatFailKeepWhatWasPutInBefore) {
   EXPECT_EQ(this->Run(other, 120), 2u);
   EXPECT_EQ(other.Angles(), (std::vector<double>{0, 0, 150, 150, 150, 0, 0}));
   int calls = 0;
-  const auto retract = [&](const TypeParam& move) {
-    if (++calls > 3) throw zvPostException(5008);
-    return this->machine.Retract(move);
+  const auto failing = [&](const TypeParam& move) {
+    if (++calls > 3) throw zvPostException(zvPostException::kOutOfLimits);
+    return this->Retracted(move);
   };
-  EXPECT_THROW(post::HandleLargeAngleJumps(moves.list, 180, 120, retract), zvPostException);
+  EXPECT_THROW(this->Run(moves, 120, failing), zvPostException);
   EXPECT_EQ(moves.list.GetCount(), 5u);
 }
 

@@ -15,7 +15,7 @@ using post::zvPosted5axMove;
 template <class Move>
 class Winding : public testing::Test {
  protected:
-  static std::vector<double> Winded(const std::vector<double>& degs, int axis = 0) {
+  static std::vector<double> Wound(const std::vector<double>& degs, int axis = 0) {
     tests::PassList<Move> moves;
     for (const double deg : degs) {
       Move move(true);
@@ -30,23 +30,9 @@ class Winding : public testing::Test {
 using Classes = testing::Types<zvPosted4axMove, zvPosted5axMove>;
 TYPED_TEST_SUITE(Winding, Classes);
 
-TYPED_TEST(Winding, KnownRuns) {
-  using Degs = std::vector<double>;
-  const struct {
-    Degs given, winded;
-  } cases[] = {
-      {{}, {}},
-      {{725}, {725}},
-      {{170, -170, -150}, {170, 190, 210}},
-      {{0, 180, 0, -180, 0}, {0, 180, 0, -180, 0}},
-      {{0, 700}, {0, -20}},
-      {{0, -700, -1000}, {0, 20, 80}},
-      {{0, 540}, {0, -180}},
-  };
-  for (const auto& c : cases) EXPECT_EQ(this->Winded(c.given), c.winded);
-}
-
-TYPED_TEST(Winding, IsTheDoubleLoopOnRandomAngles) {
+TYPED_TEST(Winding, IsTheDoubleLoop) {
+  std::vector<std::vector<double>> runs{
+      {}, {725}, {0, 180, 0, -180, 0}, {170, -170, -150}, {0, 540.0}, {0, 700}};
   tests::Seeded random;
   for (int run = 0; run < 2000; ++run) {
     std::vector<double> degs;
@@ -54,31 +40,29 @@ TYPED_TEST(Winding, IsTheDoubleLoopOnRandomAngles) {
     for (int i = random.Integer(0, 60); i > 0; --i)
       degs.push_back(random.Chance(0.3) ? 90.0 * random.Integer(-20, 20)
                                         : random.Real(-size, size));
+    runs.push_back(degs);
+  }
+  for (const std::vector<double>& degs : runs) {
     std::vector<double> plain = degs;
     tests::plain::Wind(plain);
     const int axis = random.Integer(0, post::zvMoveTraits<TypeParam>::kAxes - 1);
-    const std::vector<double> tuned = this->Winded(degs, axis);
+    const std::vector<double> tuned = this->Wound(degs, axis);
     ASSERT_EQ(tuned.size(), plain.size());
     for (std::size_t i = 0; i < plain.size(); ++i) ASSERT_NEAR(tuned[i], plain[i], 1e-8);
-    // What is winded stays.
-    const std::vector<double> again = this->Winded(tuned, axis);
-    ASSERT_EQ(again, tuned);
+    ASSERT_EQ(this->Wound(tuned, axis), tuned) << "what is wound stays";
   }
+  EXPECT_EQ(this->Wound({170, -170, -150}), (std::vector<double>{170, 190, 210}));
 }
 
 TYPED_TEST(Winding, AbsurdAnglesAreRefusedAndNotANumberPasses) {
   const double inf = std::numeric_limits<double>::infinity();
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const double deg : {inf, -inf, 1e300, -1e13})
-    EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(
-        [&] {
-          this->Winded({0, deg, 5});
-        },
-        5039, L"Invalid vector was passed."));
-  const std::vector<double> winded = this->Winded({170, -170, nan, 5});
-  EXPECT_EQ(winded[1], 190);
-  EXPECT_TRUE(std::isnan(winded[2]));
-  EXPECT_EQ(winded[3], 365);
+    EXPECT_TRUE(tests::ThrowsId<post::zvPostException>([&] { this->Wound({0, deg, 5}); }, 5039));
+  const std::vector<double> wound = this->Wound({170, -170, nan, 5});
+  EXPECT_EQ(wound[1], 190);
+  EXPECT_TRUE(std::isnan(wound[2]));
+  EXPECT_EQ(wound[3], 365);
 }
 
 }  // namespace

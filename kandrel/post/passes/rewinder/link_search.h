@@ -4,6 +4,7 @@
 #include <kandrel/post/model/posted_move.h>
 
 #include <array>
+#include <cstddef>
 #include <optional>
 
 namespace post {

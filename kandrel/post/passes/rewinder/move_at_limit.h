@@ -3,9 +3,9 @@
 
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/move_traits.h>
 #include <kandrel/post/model/post_exception.h>
-#include <kandrel/post/passes/limit_checker.h>
 
 #include <algorithm>
 #include <cmath>
@@ -67,12 +67,11 @@ class zvLimitMoveFinder {
   using Kind = typename Result::Kind;
 
   Result Halve(const Move& a, const Move& b, double target, bool isUpward) const {
-    // A pole tolerance of next to nothing.
-    const double eps = misc::AsinSqrt(1e-16);
+    const double poleTolerance = misc::AsinSqrt(misc::kPoleOfHalvingSquared);
     Move low = a;
     Move high = b;
     for (int count = 0; count <= 2048; ++count) {
-      std::optional<Move> middle = m_machine.Midpoint(low, high, eps);
+      std::optional<Move> middle = m_machine.Midpoint(low, high, poleTolerance);
       // At its pole the axis stands as well at the limit as anywhere.
       if (middle && Traits::IsAtPoleOf(*middle, m_axis)) return {Kind::kForced, std::move(middle)};
       // Nothing changes any more: the angle leaps here, from one of the two to the other.
@@ -112,7 +111,8 @@ class zvLimitMoveFinder {
           result.kind == Kind::kFound || misc::CircularDistance(other, otherA) <= misc::kSameStep;
       if (isFree && std::fabs(otherA - otherB) <= misc::kSameStep) other = otherA;
       // A solved angle comes without its whole turns, and a mirrored one from the far side: it is
-      // brought within half a turn of a's, between the two or not. Deliberate.
+      // brought within half a turn of a's, be that between the two or not, so that the way on from
+      // a stays short.
       other += misc::kFullTurnDeg * misc::WindsBetween(otherA, other);
       Traits::SetAngle(move, axis, other);
     }

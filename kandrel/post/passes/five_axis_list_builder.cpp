@@ -1,0 +1,108 @@
+#include <kandrel/post/geometry/solution_choice.h>
+#include <kandrel/post/model/limit_tests.h>
+#include <kandrel/post/passes/five_axis_list_builder.h>
+
+#include <iterator>
+
+namespace post {
+
+bool TakesMirrorFirst(const zvRotarySolutions& solutions, const zvKDRParam& par,
+                      const zv5axMachDef& machDef) {
+  const zvSolutionChoice choice = ChooseFirst(solutions, par, machDef);
+  // A position with a free angle at 0 says nothing of the limits: the list's own check follows.
+  if (solutions.poleStatus == 0) RequireNoExcess(choice.excess);
+  return choice.isMirror;
+}
+
+zv5axListBuilder::zv5axListBuilder(List& list, const zv5axMoveSolver& solver,
+                                   const zv5axMachDef& machDef, const zvKDRParam& par,
+                                   bool smallMoves)
+    : m_list(list),
+      m_solver(solver),
+      m_machDef(machDef),
+      m_par(par),
+      m_smallMoves(smallMoves),
+      m_cone(solver.MakePoleCone()),
+      m_interpolator(solver, smallMoves) {}
+
+// What each move goes through is one function to the compiler: calls between its parts would cost a
+// twentieth of a posting. So Append, Join and this are inlined whatever the compiler thinks of it.
+[[gnu::always_inline]] inline bool zv5axListBuilder::TakesMirrorAfter(
+    const Move& previous, const zvRotarySolutions& solutions) const {
+  return TakesMirrorNext(previous.GetAngle(0), previous.GetAngle(1), solutions,
+                         m_solver.GetParameters(), m_solver);
+}
+
+// The first move is solved once by itself to know where the search for it starts.
+void zv5axListBuilder::StartLimitSearch(const zvMoveView& move) {
+  const zvRotarySolutions solutions = Solve(move, 0);
+  const bool isMirror = TakesMirrorFirst(solutions, m_par, m_machDef);
+  if (solutions.poleStatus == 0) m_lastFirstAngle = solutions.Of(isMirror).firstAngle;
+}
+
+void zv5axListBuilder::Settle(const Move& previous, Move& current,
+                              const zvRotarySolutions& solutions) const {
+  const zvRotarySolution& solution = solutions.Of(TakesMirrorAfter(previous, solutions));
+  current.SetAngle(solution.firstAngle, 0);
+  current.SetAngle(solution.secondAngle, 1);
+  current.SetMachinePosition(solution.position);
+  current.SetPoleStatus(solutions.poleStatus);
+  m_solver.FixPoleAngle(previous, current);
+}
+
+// Puts the moves between the last two and settles the last of them. A step that the interpolator
+// leaves for that is subdivided then, whichever solution it leads to.
+[[gnu::always_inline]] inline void zv5axListBuilder::Join(Iterator previous, Iterator current,
+                                                          const zvRotarySolutions& solutions,
+                                                          bool isFirstPick) {
+  Iterator last = previous;
+  try {
+    m_solver.FixPoleAngle(*previous, *current);
+    bool isLastStepLeft = m_interpolator.Between(m_list, current);
+    last = std::prev(current);
+    if (last == previous && !isFirstPick) return;
+    Settle(*last, *current, solutions);
+    for (int round = 0; isLastStepLeft && round < zv5axInterpolator::kMostRounds; ++round) {
+      isLastStepLeft = m_interpolator.Between(m_list, current);
+      if (std::prev(current) == last) return;
+      last = std::prev(current);
+      Settle(*last, *current, solutions);
+    }
+  } catch (...) {
+    // What fails between two moves leaves nothing behind the last that was settled.
+    while (std::prev(m_list.end()) != last) m_list.Erase(std::prev(m_list.end()));
+    throw;
+  }
+}
+
+[[gnu::always_inline]] inline void zv5axListBuilder::Append(const zvMoveView& move,
+                                                            zvPostedMove::Types type) {
+  const bool isFirst = m_index == 0;
+  if (isFirst && m_solver.HasLimitKeeper()) StartLimitSearch(move);
+  const zvRotarySolutions solutions = Solve(move, m_lastFirstAngle);
+  const Iterator previous = isFirst ? m_list.end() : std::prev(m_list.end());
+  // After an undetermined move the solution is picked as for a first one, to interpolate to.
+  const bool isFirstPick = !m_isPreviousDetermined;
+  const bool isMirror = isFirstPick ? TakesMirrorFirst(solutions, m_par, m_machDef)
+                                    : TakesMirrorAfter(*previous, solutions);
+  const Iterator current = m_list.EmplaceWith(m_list.end(), [&] {
+    return zv5axMoveSolver::MakeMove(move, type, solutions.Of(isMirror), solutions.poleStatus,
+                                     static_cast<std::int32_t>(m_index), false, m_smallMoves);
+  });
+  if (!isFirst) Join(previous, current, solutions, isFirstPick);
+  m_hasMetPole = m_hasMetPole || solutions.poleStatus != 0;
+  m_isPreviousDetermined = current->GetPoleStatus() == 0;
+  m_lastFirstAngle = m_isPreviousDetermined ? current->GetAngle(0) : 0;
+  ++m_index;
+}
+
+void zv5axListBuilder::AppendAll(zvPathReader& reader) {
+  while (reader.Next()) Append(reader.GetMove(), reader.GetType());
+}
+
+bool zv5axListBuilder::MayHavePoles() const noexcept {
+  return m_hasMetPole || m_interpolator.HasMetPole() || !m_interpolator.Solves() ||
+         m_par.GetPoleAngleTolerance() != m_solver.GetParameters().GetPoleAngleTolerance();
+}
+
+}  // namespace post

@@ -1,0 +1,185 @@
+// Holds all exception classes of the library to what their family promises, and each table of texts
+// to the letters that it had.
+#include <gtest/gtest.h>
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/cadcam/stl_parser_exception.h>
+#include <kandrel/cadcam/tool_approximation_exception.h>
+#include <kandrel/kintree/kintree_exception.h>
+#include <kandrel/misc/math_exception.h>
+#include <kandrel/misc/mathdef_exception.h>
+#include <kandrel/misc/misc_exception.h>
+#include <kandrel/misc/range_exception.h>
+#include <kandrel/misc/text.h>
+#include <kandrel/misc/units_factory.h>
+#include <kandrel/post/model/post_exception.h>
+
+#include <climits>
+#include <cstdint>
+#include <numeric>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+namespace {
+
+using Causes = std::vector<misc::zvException::Cause>;
+
+// Ids and texts run together by the FNV-1a rule, character by character, each text ended by a zero.
+class Digest {
+ public:
+  void Add(std::uint32_t id, const std::wstring& text) {
+    Add(id);
+    for (const wchar_t c : text) Add(static_cast<std::uint32_t>(c));
+    Add(0);
+  }
+  std::uint64_t Value() const { return m_value; }
+
+ private:
+  void Add(std::uint32_t unit) { m_value = (m_value ^ unit) * 0x100000001B3; }
+
+  std::uint64_t m_value = 0xCBF29CE484222325;
+};
+
+// `count` ids have a text of their own; any other keeps its number and has the fallback's text.
+template <class E>
+void ExpectTexts(std::size_t count, std::uint64_t digest,
+                 const std::wstring& fallback = L"Unknown error.") {
+  std::vector<std::uint32_t> ids(10000);
+  std::iota(ids.begin(), ids.end(), 0u);
+  for (const misc::zvMessageRow& row : E::Table()) ids.push_back(row.id + 0x10000);
+  ids.insert(ids.end(), {0x80000000, 0xFFFFFFFF});
+  std::size_t found = 0;
+  Digest texts;
+  for (const std::uint32_t id : ids) {
+    const E e(id);
+    ASSERT_EQ(e.GetId(), id);
+    ASSERT_EQ(e.GetDetail(), 0);
+    if (e.GetMessage() == fallback) continue;
+    ++found;
+    texts.Add(id, e.GetMessage());
+  }
+  EXPECT_EQ(found, count) << typeid(E).name();
+  EXPECT_EQ(E::Table().size(), count) << typeid(E).name();
+  EXPECT_EQ(texts.Value(), digest) << typeid(E).name() << std::hex << ": 0x" << texts.Value();
+}
+
+// `digest` is that of what `make` makes of each of `arguments`.
+template <class Make, class Argument>
+void ExpectTextsOf(Make make, const std::vector<Argument>& arguments, std::uint64_t digest) {
+  Digest texts;
+  for (const Argument argument : arguments) {
+    const misc::zvException& e = make(argument);
+    texts.Add(e.GetId(), e.GetMessage());
+  }
+  EXPECT_EQ(texts.Value(), digest) << std::hex << ": 0x" << texts.Value();
+}
+
+// A digest names no letter: who changes a text on purpose takes the new digest from the failure.
+TEST(ExceptionFamily, EveryClassHasItsTexts) {
+  ExpectTexts<misc::zvmiscException>(37, 0xEB697674A07194F8);
+  ExpectTexts<mathdef::zvMathDefException>(9, 0x7D057AD79517AA55);
+  ExpectTexts<mathdef::zvWMException>(4, 0x2F6835C01E5CDDC2);
+  ExpectTexts<measures::zvmeasuresException>(2, 0xD7CCDA090AD01EAC);
+  ExpectTexts<cadcam::zvcadcamException>(82, 0xA89892493A941316);
+  ExpectTexts<cadcam::zvParserException>(2, 0xA025888B87BB1DD7);
+  ExpectTexts<cadcam::zvSTLParserException>(11, 0x2C5EBE068BD6F1B6);
+  ExpectTexts<cadcam::zvtoolapproximationException>(2, 0x783CE779BB787E8F);
+  ExpectTexts<post::zvPostException>(54, 0x0FDD34A0D0569E89, L"Unknown exception.");
+  ExpectTexts<zvKandrelException>(5, 0x99D2F0F46213D096);
+  // Of these the id is the kind's, or the reason itself, also where there is no such kind.
+  ExpectTextsOf([](int kind) { return misc::zvMathException(L"why", kind); },
+                std::vector{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, -1, INT_MIN, INT_MAX},
+                0x4931B30331EF8281);
+  using kintree::zvMachineSimulatorException;
+  const std::vector reasons{0u, 1u, 2u, 3u, 4u, 5u, 6u, 0xFFFFFFFFu};
+  ExpectTextsOf([](std::uint32_t reason) { return zvMachineSimulatorException(reason); }, reasons,
+                0x7E5BB72843D7EBFE);
+  ExpectTextsOf([](std::uint32_t reason) { return zvMachineSimulatorException(reason, L"A"); },
+                reasons, 0x6379DA53FA5C8964);
+}
+
+// The texts are the interface, misspellings included; these stand for all.
+// clang-format off
+TEST(ExceptionFamily, TextsAreKeptAsTheyWereWritten) {
+  const std::pair<misc::zvException, std::wstring> cases[] = {
+      {misc::zvmiscException(2578), L"String too big. It can not be storred."},
+      {mathdef::zvMathDefException(7051), L"Different dimmensions of input data in Approx"},
+      {mathdef::zvMathDefException(0), L"Unknown exception."},
+      {misc::zvMathException(L"why", 7), L"Determinant is zero, cannot find matrix inverse: why"},
+      {kintree::zvMachineSimulatorException(5, L"A"), L"An object with this identifier already exists (A)"},
+      {cadcam::zvcadcamException(2147), L"Outside diameter must be > 0 "},
+      {cadcam::zvcadcamException(2196), L"Convertor unable to identify an appropiate specific tool."},
+      {cadcam::zvSTLParserException(3507), L"Found word 'end' but not detected any of \n keywords' : 'end solid', 'end loop' ,'end facet' "},
+      {cadcam::zvSTLParserException(3500), L"Unknown error."},
+      {post::zvPostException(2503), L"Use of a member function of an abstract class."},
+      {zvKandrelException(2503), L"Use of a member function of an abstract class"},
+      {post::zvPostException(5013), L"The posted tool path exceeds one of the limits (The first rotary axis exceeds the limit (The minimum limit is reached))."},
+      {post::zvPostException(5022), L"HeapCompact function failed while trying to allcoate memory for a vector."},
+      {post::zvPostException(5023), L"Rewindind algorithm is not possible for 3 axis machine."},
+  };
+  for (const auto& [e, text] : cases) EXPECT_EQ(e.GetMessage(), text);
+}
+// clang-format on
+
+// Thrown through its base, `e` arrives as its own class, whole; so does a clone.
+template <class E>
+void ExpectKeepsItsClass(const E& e, const Causes& causes, int detail = 0) {
+  const misc::zvException& base = e;
+  EXPECT_EQ(base.GetCauses(), causes) << typeid(E).name();
+  EXPECT_EQ(base.GetDetail(), detail) << typeid(E).name();
+  const misc::zvAutoPointer<misc::zvException> clone = base.Clone();
+  for (const misc::zvException* raised :
+       {&base, static_cast<const misc::zvException*>(clone.Get())}) {
+    EXPECT_EQ(typeid(*raised), typeid(E));
+    try {
+      raised->Raise();
+    } catch (const misc::zvException& caught) {
+      EXPECT_EQ(typeid(caught), typeid(E));
+      EXPECT_NE(&caught, raised);
+      EXPECT_EQ(caught.GetId(), e.GetId());
+      EXPECT_EQ(caught.GetMessage(), e.GetMessage());
+      EXPECT_EQ(caught.GetCauses(), causes);
+      EXPECT_EQ(caught.GetDetail(), detail);
+      EXPECT_EQ(std::string(caught.what()), misc::ToUtf8(e.GetMessage()));
+    }
+  }
+}
+
+TEST(ExceptionFamily, EveryClassCarriesItsCausesAndArrivesAsItself) {
+  const misc::zvException inner(9, L"inner");
+  const misc::zvException middle(8, L"middle", &inner);
+  const misc::zvException cause(7, L"outer", &middle);
+  const auto expectAll = [](const auto&... e) {
+    (ExpectKeepsItsClass(e, {{7, L"outer"}, {8, L"middle"}, {9, L"inner"}}), ...);
+  };
+  // clang-format off
+  expectAll(
+      misc::zvException(1, L"pl\u00e4in", &cause), misc::zvmiscException(2052, &cause), misc::zvmiscException(3600, L"No. 4", &cause),
+      mathdef::zvMathDefException(2504, &cause), mathdef::zvWMException(2504, &cause), measures::zvmeasuresException(2141, &cause),
+      misc::zvRangeException<double>(1, 2, 3, &cause), misc::zvIdxRangeException<std::uint32_t>(9, 10, &cause),
+      misc::zvDiscreteValueException<double>(1.3, &cause), misc::zvMathException(L"why", 7, &cause),
+      cadcam::zvcadcamException(2189, &cause), cadcam::zvtoolapproximationException(2176, &cause),
+      cadcam::zvParserException(6250, &cause), cadcam::zvSTLParserException(3510, &cause),
+      exceptions::zvKintreeException(12, L"plain", &cause), kintree::zvMachineSimulatorException(0, L"A", &cause),
+      exceptions::zvKintreeMachDefSemanticException(L"axis", L"B", L"why", 100, &cause),
+      post::zvPostException(5002, cause), zvKandrelException(2637, cause));
+  // clang-format on
+  ExpectKeepsItsClass(exceptions::zvFileAccessException(
+                          L"m.xml", exceptions::zvFileAccessException::kWrite, &inner),
+                      {{9, L"inner"}}, 2);
+  ExpectKeepsItsClass(misc::zvException(0, L"plain", nullptr, 5), {}, 5);
+  ExpectKeepsItsClass(misc::zvOutOfMemory(), {});
+  ExpectKeepsItsClass(post::zvPostException(5002, -7), {}, -7);
+  ExpectKeepsItsClass(zvKandrelException(2637, -7), {}, -7);
+}
+
+// Callers may catch one of these for another.
+template <class Base, class... E>
+constexpr bool kAreCaughtAs = (std::is_convertible_v<E*, Base*> && ...);
+static_assert(kAreCaughtAs<std::exception, misc::zvException>);
+static_assert(kAreCaughtAs<cadcam::zvParserException, cadcam::zvSTLParserException>);
+static_assert(kAreCaughtAs<exceptions::zvKintreeException, exceptions::zvFileAccessException,
+                           exceptions::zvKintreeMachDefSemanticException,
+                           kintree::zvMachineSimulatorException>);
+
+}  // namespace

@@ -1,0 +1,315 @@
+// The law-book over random machines of every class, random paths and random parameters.
+#include <gtest/gtest.h>
+#include <tests/support/four_axis_scenes.h>
+#include <tests/support/laws.h>
+#include <tests/support/outcome.h>
+#include <tests/support/six_axis_scenes.h>
+#include <tests/support/three_axis_scenes.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <utility>
+
+namespace tests {
+
+namespace {
+
+constexpr int kPostings = 2400;
+
+enum PathSort { kSweep, kThroughPole, kScrew, kJumps, kConstant, kRepeats, kPathSorts };
+
+template <auto kDraw, int kRotaryAxes>
+struct MachineClass {
+  static constexpr int kRotary = kRotaryAxes;
+  using Scene = decltype(kDraw(std::declval<Seeded&>()));
+  static Scene Draw(Seeded& random) { return kDraw(random); }
+};
+using FourAxes = MachineClass<&RandomFourAxisScene, 1>;
+using FiveAxes = MachineClass<&RandomScene, 2>;
+using SixAxes = MachineClass<&RandomSixAxisScene, 2>;
+using Machines =
+    testing::Types<MachineClass<&RandomThreeAxisScene, 0>, FourAxes, FiveAxes, SixAxes>;
+
+// Orientations come from angles on the model, so that the machine reaches them; but for rounding in
+// some paths.
+Source RandomPath(Seeded& random, const rigid::Machine& model, const Point& direction, int sort) {
+  const int count = random.Integer(2, 25);
+  std::vector<double> degs(2);
+  for (double& deg : degs) deg = random.Chance(0.2) ? 0 : random.Real(-180, 180);
+  const double firstStep = random.Real(-12, 12);
+  const double secondStep = random.Real(-6, 6);
+  const double screwSense = random.Chance(0.5) ? 1 : -1;
+  const double screwStep = random.Real(5, 80) * screwSense;
+  const Point pole = direction.Normalized() * (random.Chance(0.5) ? 1.0 : -1.0);
+  const Point across = Across(pole, random);
+  const bool isExact = random.Chance(0.5);
+  const Point aside = Cross(pole, across) * (isExact ? 0.0 : random.Real(-0.02, 0.02));
+  const Point leaving = random.Chance(0.5) ? across : Across(pole, random);
+  const double poleStep = random.Real(0.005, 0.06);
+  const bool isRounded = random.Chance(0.2);
+  const bool isUnit = random.Chance(0.5);
+  Point tip = random.Vector(200);
+  Source source;
+  bool onLink = false;
+  for (int i = 0; i < count; ++i) {
+    if (sort == kScrew) degs[0] += screwStep;
+    if (sort == kJumps) degs = {random.Real(-180, 180), random.Real(-180, 180)};
+    if (sort == kSweep || sort == kRepeats) {
+      degs[0] += firstStep * random.Real(0.5, 1.5);
+      degs[1] += secondStep * random.Real(0.5, 1.5);
+    }
+    Point t = ToPoint(model.At({}, degs).axis);
+    const int toPole = i - count / 2;
+    if (sort == kThroughPole)
+      t = pole + aside + (toPole < 0 ? across : leaving) * (poleStep * toPole);
+    if (!isUnit) t = t * random.Real(0.9, 1.1);
+    if (isRounded) t = Rounded(t);
+    if (sort == kConstant && i > 0) t = source.front().orientation;
+    const bool repeats = sort == kRepeats && random.Chance(0.4) && !source.empty();
+    if (!repeats) tip += random.Vector(8);
+    if (random.Chance(0.15)) onLink = !onLink;
+    SourceMove move{tip, t, random.Real(100, 5000)};
+    if (repeats && random.Chance(0.5)) move.orientation = source.back().orientation;
+    if (onLink) {
+      move.link = random.Integer(0, 5);
+      move.rapid = random.Chance(0.7);
+    }
+    source.push_back(move);
+  }
+  return source;
+}
+
+void DrawParameters(Seeded& random, zvKDRParam& par, int rotary) {
+  par.SetInterpolateByDistance(random.Chance(0.3));
+  par.SetInterpolationDistance(random.Real(0.7, 6));
+  par.SetInterpolateRapidMoves(random.Chance(0.4));
+  par.SetMaxAngleStep(rotary == 1 && random.Chance(0.2) ? 0 : random.Real(1, 8));
+  par.SetMaxAngleJump(random.Real(20, 179));
+  par.SetRetractDistance(random.Real(1, 50));
+  par.SetRetractToLimits(rotary == 1 && random.Chance(0.2));
+  if (random.Chance(0.2)) par.SetPoleAngleTolerance(random.Real(0.001, 0.5));
+  if (rotary < 2) return;
+  par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(random.Integer(1, 3)));
+  par.SetInterpolationMode(random.Chance(0.25) ? 1 : 0);
+  par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(random.Integer(0, 2)));
+  par.SetFirstMoveSolutionIndex(random.Chance(0.5) ? zvKDRParam::mirrorSolution
+                                                   : zvKDRParam::firstSolution);
+  par.SetFirstMovePreferredAngle(random.Real(-180, 180));
+}
+
+// A random scene whose limits let a path be posted but make work for the checks.
+template <class Class>
+typename Class::Scene RandomPostingScene(Seeded& random, int sort) {
+  auto scene = Class::Draw(random);
+  DrawParameters(random, scene.par, Class::kRotary);
+  auto& machine = scene.machine;
+  const double reach = random.Real(185, 700);
+  if (random.Chance(0.4)) {
+    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(random.Integer(1, 3)));
+    machine.low = {-3000, -3000, -3000};
+    machine.high = {3000, 3000, 3000};
+    if constexpr (Class::kRotary == 1) {
+      machine.range = random.Chance(0.5) ? Range{-reach, reach} : Range{0.0, 2 * reach};
+    } else if constexpr (Class::kRotary == 2) {
+      machine.firstRange = {-reach, reach};
+      machine.secondRange = {-random.Real(100, 400), random.Real(100, 400)};
+    }
+  }
+  if constexpr (Class::kRotary == 2) {  // which then reaches its pole
+    if (sort == kThroughPole && random.Chance(0.7)) machine.spindle = machine.first;
+  }
+  if (random.Chance(0.2)) {
+    using Limit = zv5axControlDef::angleLimit;
+    scene.control.SetFirstAxisLimit(static_cast<Limit>(random.Integer(0, 2)));
+    scene.control.SetSecondAxisLimit(static_cast<Limit>(random.Integer(0, 2)));
+  }
+  return scene;
+}
+
+template <class Class>
+class Laws : public testing::Test {
+ protected:
+  using Scene = typename Class::Scene;
+  Seeded m_random;
+
+  // A path may be refused for what no machine of its limits can do, and for nothing else.
+  static bool IsHonestRefusal(const Scene& scene, std::uint32_t id) {
+    if (id == 5008) return scene.par.GetRetractToLimits();
+    if (id == 5000 || id == 5051) return Class::kRotary == 2;
+    return id >= 5010 && id <= 5019 && scene.par.GetLimitsCheck() != zvKDRParam::checkNothing;
+  }
+
+  // Calls `check(scene, source, outcome)` for postings of each sort of path that are not refused.
+  template <class Check>
+  void ForEachPosting(int count, const Check& check) {
+    for (int sort = 0; sort < kPathSorts; ++sort) {
+      // Orientations of 3-axis paths don't change, and those of 4-axis ones keep to their cone.
+      if (Class::kRotary == 0 && sort != kConstant && sort != kRepeats) continue;
+      if (Class::kRotary == 1 && sort == kThroughPole) continue;
+      int refused = 0;
+      for (int i = 0; i < count; ++i) {
+        SCOPED_TRACE(testing::Message() << "path sort " << sort << ", posting " << i);
+        const Scene scene = RandomPostingScene<Class>(m_random, sort);
+        const Source source = RandomPath(m_random, scene.Model(), Rules::Of(scene).pole, sort);
+        const Outcome outcome = Post(scene, source);
+        if (outcome.id == 0) {
+          check(scene, source, outcome);
+          if (this->HasFatalFailure()) return;
+        } else {
+          ASSERT_TRUE(IsHonestRefusal(scene, outcome.id)) << outcome.id;
+          ++refused;
+        }
+      }
+      EXPECT_LT(refused, Class::kRotary == 2 ? count / 2 : count / 4);
+    }
+  }
+};
+
+struct MachineNames {
+  template <class>
+  static std::string GetName(int index) {
+    return std::to_string(index + 3) + "axes";
+  }
+};
+TYPED_TEST_SUITE(Laws, Machines, MachineNames);
+
+TYPED_TEST(Laws, HoldForEveryLine) {
+  constexpr int kRotary = TypeParam::kRotary;
+  Steps steps;
+  const int count = std::is_same_v<TypeParam, SixAxes> ? kPostings / 10 : kPostings;
+  this->ForEachPosting(count, [&](const auto& scene, const Source& source, const Outcome& outcome) {
+    const Lines& lines = outcome.lines;
+    const Rules rules = Rules::Of(scene);
+    // Paths of one orientation are posted with the axes standing: with the tool's length at zero,
+    // on limits with a slack of their own, and in the first axis' range of the control.
+    const bool stands = kRotary == 2 && scene.machine.axes == LinearSetup().axes &&
+                        scene.par.GetPoleHandling() != zvKDRParam::keepWithinLimits &&
+                        std::all_of(source.begin(), source.end(), [&](const SourceMove& move) {
+                          return Distance(move.orientation, source.front().orientation) < 1e-11;
+                        });
+    Rules standing = rules;
+    if (stands) standing.ranges.clear();
+    ExpectMotion(standing, lines);
+    standing.ranges = rules.ranges;
+    if (stands && lines.front().degs == std::vector<double>(lines.front().degs.size()))
+      standing.model.slidesTellTip = false;
+    ExpectPoses(standing, lines);
+    ExpectSource(source, lines);
+    ExpectSmallSteps(rules, lines, steps);
+  });
+  if (kRotary == 0) return;
+  EXPECT_GT(steps.all, 20 * count);
+  EXPECT_LE(steps.large, steps.all / 200);
+}
+
+// Orientations between two others are on the cone as well, whatever its opening; those of the path
+// as near to it as they were given.
+using FourAxisLaws = Laws<FourAxes>;
+TEST_F(FourAxisLaws, OrientationsKeepToTheCone) {
+  ForEachPosting(kPostings / 4, [](const auto& scene, const Source& source,
+                                   const Outcome& outcome) {
+    const Point axis = scene.machine.axis.Normalized();
+    const double opening = Dot(scene.machine.spindle.Normalized(), axis);
+    for (const Line& line : outcome.lines) {
+      const bool isGiven = std::any_of(source.begin(), source.end(), [&](const SourceMove& move) {
+        return move.orientation == line.orientation;
+      });
+      ASSERT_NEAR(Dot(line.orientation.Normalized(), axis), opening, isGiven ? 2e-9 : 2e-12);
+    }
+  });
+}
+
+TYPED_TEST(Laws, SmallMovesAndASecondPostingGiveTheSame) {
+  this->ForEachPosting(kPostings / 20,
+                       [](const auto& scene, const Source& source, const Outcome& outcome) {
+                         const PathBuilder path = Build(source);
+                         auto creator = CreatorOf(scene);
+                         const Outcome small = PostBy(creator, path, true);
+                         ASSERT_TRUE(small.lines == Small(outcome.lines));
+                         if (small.index != scene.par.GetFirstMoveSolutionIndex())
+                           return;  // it stays, for the next
+                         ASSERT_TRUE(PostBy(creator, path).lines == outcome.lines);
+                       });
+}
+
+TYPED_TEST(Laws, InchesGiveTheSameAnglesAndScaledLengths) {
+  this->ForEachPosting(
+      kPostings / 20, [](const auto& scene, const Source& source, const Outcome& outcome) {
+        // Blending holds numbers that are lengths by themselves. The lift to the limits probes by
+        // 1000 in either unit, and its noise with it.
+        if (outcome.counts.blendedPoles != 0 || scene.par.GetRetractToLimits()) return;
+        constexpr double kScale = 1 / 25.4;
+        auto inch = scene;
+        auto& m = inch.machine;
+        m.units = kInch;
+        const auto scale = [](auto&... lengths) { ((lengths = lengths * kScale), ...); };
+        scale(m.low, m.high, inch.origin, inch.toolLength);
+        if constexpr (TypeParam::kRotary == 1) scale(m.pivot);
+        if constexpr (TypeParam::kRotary == 2) scale(m.firstPivot, m.secondPivot);
+        inch.par.SetInterpolationDistance(scene.par.GetInterpolationDistance() * kScale);
+        inch.par.SetRetractDistance(scene.par.GetRetractDistance() * kScale);
+        const Lines &lines = outcome.lines, scaled = Post(inch, Build(source, kScale, true)).lines;
+        ASSERT_EQ(scaled.size(), lines.size());
+        int snapped = 0;
+        for (std::size_t k = 0; k < lines.size(); ++k) {
+          double largest = 0;
+          for (std::size_t i = 0; i < lines[k].degs.size(); ++i)
+            largest = std::max(largest, std::fabs(scaled[k].degs[i] - lines[k].degs[i]));
+          ASSERT_LE(largest, 1e-3) << k;
+          snapped += largest > 1e-7;  // by the arc cosine, in one of the two
+          if (largest > 1e-7) continue;
+          ASSERT_LE(Distance(scaled[k].machine * 25.4, lines[k].machine), 1e-8 * scene.Size());
+          ASSERT_LE(Distance(scaled[k].part * 25.4, lines[k].part), 1e-8 * scene.Size());
+        }
+        ASSERT_LE(snapped, 2);
+      });
+}
+
+// Angles come from the directions alone: an axis in the head turned round is one of a table.
+using FiveAxisLaws = Laws<FiveAxes>;
+TEST_F(FiveAxisLaws, MachinesOfTheSameDirectionsTakeTheSameAngles) {
+  ForEachPosting(kPostings / 20,
+                 [](const auto& scene, const Source& source, const Outcome& outcome) {
+                   if (scene.par.GetLimitsCheck() != zvKDRParam::checkNothing ||
+                       scene.par.GetPoleHandling() == zvKDRParam::keepWithinLimits)
+                     return;
+                   for (const std::int32_t kind : {0, 1, 2, 3}) {
+                     FiveAxisScene other = scene;
+                     auto& m = other.machine;
+                     if ((kind == 1) != (m.kind == 1)) m.first = -m.first;
+                     if ((kind == 1 || kind == 2) != (m.kind == 1 || m.kind == 2))
+                       m.second = -m.second;
+                     m.kind = kind;
+                     const Lines same = Post(other, source).lines;
+                     ASSERT_EQ(same.size(), outcome.lines.size());
+                     for (std::size_t k = 0; k < same.size(); ++k)
+                       ASSERT_EQ(same[k].degs, outcome.lines[k].degs) << k;
+                   }
+                 });
+}
+
+// The way of a toolpath of one orientation ends where the general way does.
+TEST(StandingLaws, OneOrientationComesOutAsWithSeveral) {
+  Seeded random;
+  for (int i = 0; i < 500; ++i) {
+    SCOPED_TRACE(i);
+    FiveAxisScene scene = RandomScene(random);
+    scene.machine.axes = LinearSetup().axes;
+    if (scene.machine.kind == 0) scene.machine.kind = 3;  // its tool length differs at zero
+    const Source source = RandomPath(random, scene.Model(), scene.machine.first, kConstant);
+    const Lines standing = Post(scene, source).lines;
+    scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);  // posts by the general way
+    const Lines general = Post(scene, source).lines;
+    ASSERT_TRUE(!general.empty() && standing.size() == general.size());
+    for (std::size_t k = 0; k < general.size(); ++k) {
+      ASSERT_EQ(standing[k].degs, general[k].degs) << k;
+      ASSERT_LE(Distance(standing[k].machine, general[k].machine),
+                1e-11 * (scene.Size() + general[k].machine.Length()));
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace tests

@@ -1,0 +1,87 @@
+// Postings and what they end in, as plain values.
+#pragma once
+
+#include <kandrel/misc/exception.h>
+#include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/posting_counts.h>
+#include <tests/support/laws.h>
+
+#include <cstdint>
+#include <type_traits>
+
+namespace tests {
+
+template <class Move>
+Line LineOf(const Move& move) {
+  Line line{move.GetMachinePosition(), move.GetPartPosition(), move.GetOrientation()};
+  if constexpr (requires { move.GetRotaryAngle(); }) {
+    line.degs = {move.GetRotaryAngle()};
+  } else if constexpr (requires { move.GetAngle(0); }) {
+    line.degs = {move.GetAngle(0), move.GetAngle(1)};
+    if constexpr (std::is_same_v<Move, post::zvPosted6axMove>)
+      line.degs.push_back(move.GetAngle(2));
+    line.poleStatus = move.GetPoleStatus();
+  }
+  line.feed = move.GetFeed();
+  line.time = move.GetMoveTime();
+  line.type = move.GetType();
+  line.rapid = move.IsRapid();
+  line.isSmall = move.HasNoExtended();
+  if (line.isSmall) return line;
+  line.inserted = move.IsInserted();
+  line.source = move.GetSourceIndex();
+  const Point &p = move.GetExtendedPoint(), &v = move.GetExtendedVector();
+  if (move.HasExtendedData())
+    line.extended = {p.x, p.y, p.z, v.x, v.y, v.z, 1.0 * move.GetExtendedId()};
+  return line;
+}
+
+template <class List>
+Lines LinesOf(const List& list) {
+  Lines lines;
+  for (const auto& move : list) lines.push_back(LineOf(move));
+  return lines;
+}
+
+/// Stands for "Accessing NULL pointer", whose own id is 0.
+inline constexpr std::uint32_t kNullPointer = 1;
+
+/// What a posting ends in.
+struct Outcome {
+  std::uint32_t id = 0;  ///< of its error; 0 for none
+  Lines lines{};         ///< as they stand in its list, after an error too
+  post::zvPostingCounts counts{};
+  post::zvKDRParam::SolutionIndex index = post::zvKDRParam::firstSolution;  ///< as it stays
+};
+
+template <class Creator>
+Outcome PostBy(Creator& creator, const cadcam::zvToolPath& path, bool small = false) {
+  Outcome outcome;
+  try {
+    creator.Post(path, small);
+  } catch (const misc::zvException& e) {
+    outcome.id = e.GetId() != 0 ? static_cast<std::uint32_t>(e.GetId()) : kNullPointer;
+  }
+  if (creator.GetPostedList()) outcome.lines = LinesOf(*creator.GetPostedList());
+  if constexpr (requires { creator.GetCounts(); }) outcome.counts = creator.GetCounts();
+  outcome.index = creator.GetPar().GetFirstMoveSolutionIndex();
+  return outcome;
+}
+template <class AnyScene>
+auto CreatorOf(const AnyScene& scene) {
+  if constexpr (requires { scene.SixAxisCreator(); })
+    return scene.SixAxisCreator();
+  else
+    return scene.Creator();
+}
+template <class AnyScene>
+Outcome Post(const AnyScene& scene, const PathBuilder& path, bool small = false) {
+  auto creator = CreatorOf(scene);
+  return PostBy(creator, path, small);
+}
+template <class AnyScene>
+Outcome Post(const AnyScene& scene, const Source& source, bool small = false) {
+  return Post(scene, Build(source), small);
+}
+
+}  // namespace tests

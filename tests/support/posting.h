@@ -1,0 +1,58 @@
+// What an action comes to: the error that it ends with, or the lines that it has posted.
+#pragma once
+
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/exception.h>
+#include <kandrel/post/model/posting_counts.h>
+#include <tests/support/numbers.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace tests {
+
+/// In the place of the id of "Accessing NULL pointer", which has none.
+inline constexpr std::uint32_t kNullPointer = 1;
+
+/// The id of what `action` throws, 0 for nothing.
+template <class Action>
+std::uint32_t IdOf(Action&& action) {
+  try {
+    action();
+  } catch (const misc::zvException& e) {
+    return e.GetId() == 0 ? kNullPointer : e.GetId();
+  }
+  return 0;
+}
+
+/// How a posting ended, and the list that it has left.
+template <class Move>
+struct Posting {
+  std::uint32_t id = 0;  // 0 for a posting without error
+  std::vector<Move> lines;
+  post::zvPostingCounts counts;  // none of 3 axes
+
+  friend bool operator==(const Posting& a, const Posting& b) {
+    return a.id == b.id && a.lines == b.lines;
+  }
+};
+
+/// Copies the lines, as a creator empties its list when it dies.
+template <class Creator>
+Posting<typename Creator::Move> Post(Creator& creator, const cadcam::zvToolPath& path,
+                                     bool smallMoves = false) {
+  Posting<typename Creator::Move> outcome;
+  outcome.id = IdOf([&] { creator.Post(path, smallMoves); });
+  if (const auto& list = creator.GetPostedList()) outcome.lines.assign(list->begin(), list->end());
+  if constexpr (requires { creator.GetCounts(); }) outcome.counts = creator.GetCounts();
+  return outcome;
+}
+
+/// Posts with the creator that `scene` makes.
+template <class Scene>
+auto PostAnew(const Scene& scene, const cadcam::zvToolPath& path, bool smallMoves = false) {
+  auto creator = scene.Creator();
+  return Post(creator, path, smallMoves);
+}
+
+}  // namespace tests
