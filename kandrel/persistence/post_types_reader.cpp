@@ -153,7 +153,7 @@ void zvBIPostTypes::ReadParameters(zvKDRParam& parameters) {
   } else if (Since(162)) {
     const bool first = ReadBool();
     const bool second = ReadBool();
-    if (first || second) poleHandling = zvKDRParam::poleHandling2;
+    if (first || second) poleHandling = zvKDRParam::spreadEvenly;
   } else if (Since(156)) {
     if (ReadBool()) poleHandling = zvKDRParam::keepWithinLimits;
   }

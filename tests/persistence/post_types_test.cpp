@@ -5,7 +5,6 @@
 #include <kandrel/persistence/post_types_writer.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
-#include <tests/post/model/mach_def_samples.h>
 #include <tests/support/bytes.h>
 #include <tests/support/memory_streams.h>
 #include <tests/support/numbers.h>
@@ -32,6 +31,7 @@ using LostData = std::vector<misc::zvBILostData>;
 namespace {
 
 constexpr int kNow = 226;
+constexpr auto kMetric = measures::zvUnitsFactory::metric;
 
 // How a field was stored from one version to another, and what these bytes mean.
 struct Form {
@@ -152,7 +152,7 @@ Numbers Values(const zvKDRParam& p) {
 }
 
 zvKDRParam ReadParameters(const std::string& bytes, int version) {
-  zvKDRParam parameters(tests::kMetric);
+  zvKDRParam parameters(kMetric);
   ReadWhole(bytes, version, [&](zvBIPostTypes& reader) { reader.ReadParameters(parameters); });
   return parameters;
 }
@@ -166,14 +166,14 @@ TEST(PostTypes, ParametersOfEveryVersionAreRead) {
   }
   // The other values of what was one byte or two.
   const std::string metric = "\x01" + At(kParameters, 15).bytes.substr(1);
-  EXPECT_EQ(ReadParameters(metric, 15).GetParamUnits(), tests::kMetric);
+  EXPECT_EQ(ReadParameters(metric, 15).GetParamUnits(), kMetric);
   std::string none = At(kParameters, 163).bytes;
   none[none.size() - 1] = 0;
   EXPECT_EQ(ReadParameters(none, 163).GetPoleHandling(), 0);
   none[none.size() - 2] = 1;
   EXPECT_EQ(ReadParameters(none, 163).GetPoleHandling(), 2);
   ExpectPrefixesRefused(At(kParameters, 24).bytes, 24, [](zvBIPostTypes& reader) {
-    zvKDRParam parameters(tests::kMetric);
+    zvKDRParam parameters(kMetric);
     reader.ReadParameters(parameters);
   });
 }
@@ -181,7 +181,7 @@ TEST(PostTypes, ParametersOfEveryVersionAreRead) {
 TEST(PostTypes, ParametersAreWrittenAsTheyAreRead) {
   const Record record = At(kParameters, kNow);
   EXPECT_EQ(Written(ReadParameters(record.bytes, kNow)), record.bytes);
-  EXPECT_EQ(Written(zvKDRParam(tests::kMetric)),
+  EXPECT_EQ(Written(zvKDRParam(kMetric)),
             Bytes()
                 .Hex("01 00 00 00 01 00                   | metric, by rule, no mirror\n"
                      "00 00 00 00 00 00 5E 40             | largest angle jump 120\n"
@@ -263,28 +263,40 @@ std::vector<Field> MachineFields(int numbersOfAxes) {
 }
 
 // In the order of the records.
-Numbers Values(const post::zvMachDef& m) {
-  Numbers own;
-  const Point spindle = m.GetSpindleDirection();
-  Numbers fields;
-  switch (m.GetNumbersOfAxes()) {
+Numbers OwnValues(const post::zvMachDef& machDef) {
+  using Utils = post::zvMachDefUtils;
+  switch (machDef.GetNumbersOfAxes()) {
     case post::zvMachDef::threeAxes:
-      break;
-    case post::zvMachDef::fourAxes:
-      fields = tests::OwnFields(post::zvMachDefUtils::As4ax(m));
-      break;
-    case post::zvMachDef::fiveAxes:
-      fields = tests::OwnFields(post::zvMachDefUtils::As5ax(m));
-      break;
-    case post::zvMachDef::sixAxes:
-      fields = tests::OwnFields(post::zvMachDefUtils::As6ax(m));
-      break;
+      return tests::Flat(machDef.GetSpindleDirection());
+    case post::zvMachDef::fourAxes: {
+      const post::zv4axMachDef& m = Utils::As4ax(machDef);
+      return tests::Flat(m.GetRotaryOnWorkpiece(), m.GetSpindleDirection(),
+                         m.GetRotationDirection(), m.GetRotationPivot(), m.GetMinAngle(),
+                         m.GetMaxAngle());
+    }
+    case post::zvMachDef::fiveAxes: {
+      const post::zv5axMachDef& m = Utils::As5ax(machDef);
+      return tests::Flat(
+          m.GetFiveAxisKind(), m.GetSpindleDirection(), m.GetFirstRotationDirection(),
+          m.GetSecondRotationDirection(), m.GetFirstRotationPivot(), m.GetSecondRotationPivot(),
+          m.GetMinFirstAngle(), m.GetMinSecondAngle(), m.GetMaxFirstAngle(), m.GetMaxSecondAngle());
+    }
+    default: {
+      const post::zv6axMachDef& m = Utils::As6ax(machDef);
+      return tests::Flat(
+          m.GetFiveAxisKind(), m.GetSpindleDirection(), m.GetFirstRotationDirection(),
+          m.GetSecondRotationDirection(), m.GetThirdRotationDirection(), m.GetFirstRotationPivot(),
+          m.GetSecondRotationPivot(), m.GetThirdRotationPivot(), m.GetMinFirstAngle(),
+          m.GetMinSecondAngle(), m.GetMaxFirstAngle(), m.GetMaxSecondAngle(), m.GetThirdAngle(),
+          m.GetFirstOnWorkpiece(), m.GetSecondOnWorkpiece(), m.GetThirdOnWorkpiece());
+    }
   }
-  if (!fields.empty()) own.push_back(fields.front());
-  tests::Append(own, spindle);
-  if (!fields.empty()) own.insert(own.end(), fields.begin() + 1, fields.end());
-  return tests::Flat(m.GetUnits(), m.GetNumbersOfAxes(), own, m.GetMinLimits(), m.GetMaxLimits(),
-                     m.GetXAxisDirection(), m.GetYAxisDirection(), m.GetZAxisDirection());
+}
+
+Numbers Values(const post::zvMachDef& m) {
+  return tests::Flat(m.GetUnits(), m.GetNumbersOfAxes(), OwnValues(m), m.GetMinLimits(),
+                     m.GetMaxLimits(), m.GetXAxisDirection(), m.GetYAxisDirection(),
+                     m.GetZAxisDirection());
 }
 
 misc::zvAutoPointer<post::zvMachDef> ReadMachine(const std::string& bytes, int version,
@@ -334,6 +346,17 @@ TEST(PostTypes, MachinesOfEveryVersionAreRead) {
   }
 }
 
+namespace {
+
+// A definition of none of the four classes.
+class OddMachDef : public post::zvMachDef {
+ public:
+  explicit OddMachDef(NumbersOfAxes numbersOfAxes) : zvMachDef(numbersOfAxes) {}
+  misc::zvAutoPointer<zvMachDef> Clone() const override { return nullptr; }
+};
+
+}  // namespace
+
 TEST(PostTypes, MachinesThatNoClassTakesAreRefused) {
   const std::string rest = At(MachineFields(0), kNow).bytes.substr(8 + 24);
   for (const std::int32_t axes : {4, -1, 0x7FFFFFFF})
@@ -360,10 +383,10 @@ TEST(PostTypes, MachinesThatNoClassTakesAreRefused) {
         ReadMachine(FiveAxes({0, 0, 0}, {1, 0, 0}, {0, 0, 0}), kNow);
       },
       2189));
-  const tests::OddMachDef odd(post::zvMachDef::threeAxes);
+  const OddMachDef odd(post::zvMachDef::threeAxes);
   EXPECT_TRUE(ThrowsId<zvPostException>([&] { Written<post::zvMachDef>(odd); }, 2503));
   EXPECT_TRUE(ThrowsId<zvPostException>(
-      [&] { Written(tests::OddMachDef(post::zvMachDef::NumbersOfAxes(4))); }, 5031));
+      [&] { Written(OddMachDef(post::zvMachDef::NumbersOfAxes(4))); }, 5031));
 }
 
 TEST(PostTypes, FiveAxisMachinesWithASecondAxisAlongTheSpindleAreMended) {
