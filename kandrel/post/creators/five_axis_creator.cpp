@@ -101,7 +101,7 @@ void zvPosted5axTPCreator::PostInAttempts(const Passes& passes) {
   } catch (const misc::zvOutOfMemory&) {
     throw;
   } catch (const misc::zvException&) {
-    if (!KeepsOwnBounds(passes, own)) throw;
+    if (!TryOwnBounds(passes, own)) throw;
   }
 }
 
@@ -109,7 +109,7 @@ void zvPosted5axTPCreator::PostInAttempts(const Passes& passes) {
 // each axis measured for itself: the shared lower bound hides what a shift would mend. Where that
 // fails too, all is as it was before.
 template <class Passes>
-bool zvPosted5axTPCreator::KeepsOwnBounds(const Passes& passes, zvKDRParam::SolutionIndex own) {
+bool zvPosted5axTPCreator::TryOwnBounds(const Passes& passes, zvKDRParam::SolutionIndex own) {
   const ListPointer list = m_posted.Get();
   const post::zvPostingCounts counts = m_counts;
   const zvKDRParam::SolutionIndex other = GetPar().GetFirstMoveSolutionIndex();
@@ -148,7 +148,9 @@ bool zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
 // Moves on a pole at the very start take the angles of the first move that is determined.
 void zvPosted5axTPCreator::SettleFirstMoves() {
   List& list = *m_posted.Get();
-  const auto isDetermined = [](const Move& move) { return move.GetPoleStatus() == 0; };
+  const auto isDetermined = [](const Move& move) {
+    return move.GetPoleStatus() == post::kDetermined;
+  };
   const auto determined = std::find_if(list.begin(), list.end(), isDetermined);
   if (determined == list.end()) return;
   for (auto move = list.begin(); move != determined; ++move)

@@ -98,7 +98,7 @@ class KANDREL_API zvPosted5axTPCreator
   template <class Passes>
   void PostInAttempts(const Passes& passes);
   template <class Passes>
-  bool KeepsOwnBounds(const Passes& passes, post::zvKDRParam::SolutionIndex own);
+  bool TryOwnBounds(const Passes& passes, post::zvKDRParam::SolutionIndex own);
 
   void RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves);
   bool BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);

@@ -107,15 +107,16 @@ void zvPosted4axTPCreator::MakeJumps(double largestStep, bool smallMoves) {
                                   [&](const Move& move) { return machine.Retract(move); });
 }
 
-// Shifts or rewinds a list that is out of its rotary range, where all axes are checked. Returns
-// what the list breaks afterwards, or with rotary checks alone as it is.
+// Shifts or rewinds a list that is out of its rotary range; with checks of the rotary axes alone
+// the list stays as it is. Returns the limit that is broken then.
 zvLimitType zvPosted4axTPCreator::KeepRotaryLimits(bool smallMoves) {
   zvLimitType excess;
   if (!post::ChecksRotaryAxes(GetPar().GetLimitsCheck())) return excess;
   post::zvListLimits<Move> limits(*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance());
   if (!limits.RotaryExceeded(excess)) return excess;
   if (GetPar().GetLimitsCheck() != zvKDRParam::checkAllAxes) return excess;
-  if (limits.TryShiftAll()) Rewind(smallMoves);
+  const bool isShiftTooLittle = limits.TryShiftAll();
+  if (isShiftTooLittle) Rewind(smallMoves);
   limits.RotaryExceeded(excess);
   return excess;
 }

@@ -73,7 +73,9 @@ void zvPostedTPCreator::RequireFiniteAlignment() const {
 void zvPostedTPCreator::CheckUnits(const post::zvMachDef& machDef,
                                    const cadcam::zvToolPath& toolpath) const {
   if (machDef.GetUnits() == toolpath.GetUnits()) return;
-  throw zvPostException(toolpath.GetUnits() == measures::zvUnitsFactory::metric ? 5032 : 5033);
+  throw zvPostException(toolpath.GetUnits() == measures::zvUnitsFactory::metric
+                            ? zvPostException::kMetricPathOnInchMachine
+                            : zvPostException::kInchPathOnMetricMachine);
 }
 
 void zvPostedTPCreator::ExceedingLimit(const zvLimitType& limit) const {

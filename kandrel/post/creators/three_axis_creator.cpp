@@ -1,11 +1,11 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <kandrel/post/model/finite_moves.h>
+#include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/alignment.h>
 #include <kandrel/post/passes/intermediate_moves.h>
-#include <kandrel/post/passes/limit_checker.h>
 #include <kandrel/post/passes/move_times.h>
 #include <kandrel/post/passes/path_reader.h>
 #include <kandrel/post/passes/step_counts.h>

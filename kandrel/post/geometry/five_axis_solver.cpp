@@ -127,7 +127,7 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
   zvRotarySolutions result;
   BothTurns first;
   if (onFirstPole) {
-    result.poleStatus = 1;
+    result.poleStatus = kOnFirstPole;
   } else {
     // From t onto u: (t x u) . a1 = (a1 x t) . u.
     const Point across = Cross(m_a1, t);
@@ -136,7 +136,7 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
   }
   BothTurns second;
   if (cone.onSecondPole) {
-    result.poleStatus = 2;
+    result.poleStatus = kOnSecondPole;
   } else {
     // From u onto s: (u x s) . a2 = (s x a2) . u.
     const TurnAbout turn{m_s, m_sCrossA2, c.q2};
@@ -145,7 +145,7 @@ zvRotarySolutions zv5axMoveSolver::SolveAngles(const Point& p_part, const Point&
   result.first = At(p_part, first.plus, second.plus);
   result.mirror = At(p_part, first.minus, second.minus);
 
-  if (m_limitKeeper && result.poleStatus == 1) SpendPole(p_part, lastFirstAngle, result);
+  if (m_limitKeeper && result.poleStatus == kOnFirstPole) SpendPole(p_part, lastFirstAngle, result);
   return result;
 }
 
@@ -157,7 +157,7 @@ void zv5axMoveSolver::SpendPole(const Point& p_part, double lastFirstAngle,
     return;
   // The mirror shares the angle, and where its second angle differs it has a position of its own,
   // so that angles and tip belong together.
-  result.poleStatus = 0;
+  result.poleStatus = kDetermined;
   result.mirror.firstAngle = result.first.firstAngle;
   result.mirror.position = result.mirror.secondAngle == result.first.secondAngle
                                ? result.first.position
@@ -200,7 +200,7 @@ void zv5axMoveSolver::TakeAngleFrom(const zvPosted5axMove& previous,
   current.SetAngle(first, 0);
   current.SetAngle(second, 1);
   current.SetMachinePosition(position);
-  current.SetPoleStatus(0);
+  current.SetPoleStatus(kDetermined);
 }
 
 }  // namespace post

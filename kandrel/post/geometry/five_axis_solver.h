@@ -33,7 +33,7 @@ struct zvRotarySolution {
 struct zvRotarySolutions {
   zvRotarySolution first;
   zvRotarySolution mirror;
-  std::uint32_t poleStatus = 0;
+  std::uint32_t poleStatus = kDetermined;
 
   const zvRotarySolution& Of(bool isMirror) const noexcept { return isMirror ? mirror : first; }
 };
@@ -124,7 +124,7 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   /// with the machine position that belongs to it. Changes nothing where `current` is determined or
   /// `previous` isn't.
   void FixPoleAngle(const zvPosted5axMove& previous, zvPosted5axMove& current) const {
-    if (current.GetPoleStatus() != 0 && previous.GetPoleStatus() == 0)
+    if (current.GetPoleStatus() != kDetermined && previous.GetPoleStatus() == kDetermined)
       TakeAngleFrom(previous, current);
   }
 

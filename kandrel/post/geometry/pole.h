@@ -11,9 +11,11 @@
 // 2. Spent on limits. With poleHandling keepWithinLimits the free angle of the first axis is turned
 //    until the linear axes stand inside their limits. geometry/pole_limits.h.
 // 3. Crossed. The move takes the free angle of the determined one before it, so that the axis
-//    stands still on the pole: zv5axMoveSolver::FixPoleAngle. Moves at the very start take that of
-//    the first determined one, which the creator does last. The move behind is chosen as a first
-//    one, by geometry/solution_choice.h, and settled once more when all before it stand.
+//    stands still on the pole: zv5axMoveSolver::FixPoleAngle, which spends a free angle on the
+//    limits as in 2. Moves at the very start take that of the first determined one, as soon as the
+//    list is built: SettleFirstMoves of creators/five_axis_creator.cpp. The move after the pole is
+//    chosen as a first one, by geometry/solution_choice.h, and settled once more when all before it
+//    stand.
 // 4. Interpolated. An excess within the pole's tolerance asks for no move; a move made on a pole
 //    hands on the angle at which its axis will stand; beside a pole a subdivision is refined before
 //    it is judged, and a turn of the free axis alone, off a pole, is left whole for the blending.

@@ -32,8 +32,9 @@ void RequireNoExcess(const zvLimitType& limit) {
   const bool isSide =
       limit.limitSide == zvLimitType::kMinimum || limit.limitSide == zvLimitType::kMaximum;
   if (!isAxis || !isSide) return;
+  constexpr int kSides = zvPostException::kXAboveMaximum - zvPostException::kXBelowMinimum;
   throw zvPostException(static_cast<std::uint32_t>(zvPostException::kXBelowMinimum +
-                                                   limit.limitAxis + 5 * limit.limitSide));
+                                                   limit.limitAxis + kSides * limit.limitSide));
 }
 
 }  // namespace post

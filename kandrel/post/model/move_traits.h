@@ -37,7 +37,7 @@ struct zvMoveTraits<zvPosted5axMove> {
   static bool IsAtPoleOf(const zvPosted5axMove& move, int axis) noexcept {
     return move.GetPoleStatus() == static_cast<std::uint32_t>(axis) + 1;
   }
-  static void LeavePole(zvPosted5axMove& move) noexcept { move.SetPoleStatus(0); }
+  static void LeavePole(zvPosted5axMove& move) noexcept { move.SetPoleStatus(kDetermined); }
 };
 
 }  // namespace post

@@ -165,6 +165,14 @@ class KANDREL_API zvPosted4axMove : public zvPostedMove {
   double m_rotaryAngle = 0;
 };
 
+/// Whether a move's angles are determined, or the tool lies on the pole of an axis, whose angle
+/// then is not.
+enum zvPoleStatus : std::uint32_t {
+  kDetermined = 0,
+  kOnFirstPole = 1,
+  kOnSecondPole = 2,
+};
+
 /// Adds the angles of two rotary axes: index 0 is the first axis of the machine definition, 1 the
 /// second.
 class KANDREL_API zvPosted5axMove : public zvPostedMove {
@@ -201,16 +209,15 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
   /// The larger of the two axes' circular distances, in [0, 180]; NaN where one is.
   double AngleDistance(const zvPosted5axMove& other) const noexcept;
 
-  /// 0: both angles are determined. 1, 2: the tool lies on the pole of the first, second axis,
-  /// whose angle is undetermined. In a finished list a free angle has been taken from a determined
-  /// move wherever there is one, and the status is 0.
+  /// A zvPoleStatus. In a finished list a free angle has been taken from a determined move wherever
+  /// there is one, and the status is 0.
   std::uint32_t GetPoleStatus() const noexcept { return m_poleStatus; }
   void SetPoleStatus(std::uint32_t status) noexcept { m_poleStatus = status; }
 
   bool operator==(const zvPosted5axMove& other) const;
 
  private:
-  std::uint32_t m_poleStatus = 0;
+  std::uint32_t m_poleStatus = kDetermined;
   std::array<double, 2> m_rotaryAngles{};
 };
 
@@ -261,7 +268,7 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
   bool operator==(const zvPosted6axMove& other) const;
 
  private:
-  std::uint32_t m_poleStatus = 0;
+  std::uint32_t m_poleStatus = kDetermined;
   std::array<double, 3> m_rotaryAngles{};
 };
 

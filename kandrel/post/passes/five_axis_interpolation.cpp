@@ -182,8 +182,8 @@ bool zv5axInterpolator::Refine(List& list, Iterator first, Iterator move, int de
 
 // Settles an inserted move against the one that now stands before it. True when it has changed.
 bool zv5axInterpolator::ChooseAgain(const Move& previous, Move& move) const {
-  if (move.GetPoleStatus() != 0) {
-    const std::int16_t axis = move.GetPoleStatus() == 1 ? 0 : 1;
+  if (move.GetPoleStatus() != kDetermined) {
+    const std::int16_t axis = move.GetPoleStatus() == kOnFirstPole ? 0 : 1;
     const bool isOther = move.GetAngle(axis) != previous.GetAngle(axis);
     move.SetAngle(previous.GetAngle(axis), axis);
     return isOther;
@@ -203,7 +203,7 @@ bool zv5axInterpolator::ChooseAgain(const Move& previous, Move& move) const {
 // No interpolation is wanted although the step is slightly large: at a pole, where the excess lies
 // within the pole's tolerance.
 bool zv5axInterpolator::SkipForPole(const Move& from, const Move& to, double tolerance) const {
-  if (from.GetPoleStatus() == 0 && to.GetPoleStatus() == 0) return false;
+  if (from.GetPoleStatus() == kDetermined && to.GetPoleStatus() == kDetermined) return false;
   if (StepsByDistance(from, to) != 0) return false;
   // Exactly: a larger value is a tolerance here.
   const double slack = tolerance == misc::kNoValue ? m_par.GetPoleAngleTolerance() : tolerance;
@@ -252,7 +252,7 @@ void zv5axInterpolator::EvenMoves(List& list, Iterator from, Iterator to, std::u
       return Solved(between.At(t), between.GetType(), *previous, cone, between.GetSourceIndex(),
                     between.IsInserted());
     });
-    m_hasMetPole = m_hasMetPole || previous->GetPoleStatus() != 0;
+    m_hasMetPole = m_hasMetPole || previous->GetPoleStatus() != kDetermined;
     CarryPole(*from, *to, *std::prev(previous), *previous);
   }
 }
@@ -264,7 +264,8 @@ void zv5axInterpolator::EvenMoves(List& list, Iterator from, Iterator to, std::u
 void zv5axInterpolator::CarryPole(const Move& from, const Move& to, const Move& previous,
                                   Move& move) const {
   const std::uint32_t status = move.GetPoleStatus();
-  if (status == 0 || from.GetPoleStatus() == status || to.GetPoleStatus() == status) return;
+  if (status == kDetermined || from.GetPoleStatus() == status || to.GetPoleStatus() == status)
+    return;
   const std::int16_t axis = status == 1 ? 0 : 1;
   const bool isSame = std::fabs(from.GetAngle(axis) - to.GetAngle(axis)) <= misc::kSameStep;
   move.SetAngle((isSame ? from : previous).GetAngle(axis), axis);
@@ -341,7 +342,7 @@ bool zv5axInterpolator::IsReduced(Iterator from, Iterator to, bool leavesLastOut
   if (!progress.isMade) return false;
   for (Iterator a = from; a != to; ++a) {
     const Iterator b = std::next(a);
-    const bool isOnPole = a->GetPoleStatus() != 0 || b->GetPoleStatus() != 0;
+    const bool isOnPole = a->GetPoleStatus() != kDetermined || b->GetPoleStatus() != kDetermined;
     if (isOnPole && std::fabs(a->AngleDistance(*b) - progress.wholeAngle) <= misc::kSameStep)
       return false;
   }
@@ -350,7 +351,8 @@ bool zv5axInterpolator::IsReduced(Iterator from, Iterator to, bool leavesLastOut
 
 // Whether a move that took its free angle from the one before it lies on the first axis' pole.
 bool zv5axInterpolator::IsOnFirstPole(const Move& move) const {
-  return move.GetPoleStatus() == 0 && m_solver.IsOnFirstPole(move.GetOrientation(), m_cone);
+  return move.GetPoleStatus() == kDetermined &&
+         m_solver.IsOnFirstPole(move.GetOrientation(), m_cone);
 }
 
 // Whether nothing but the free axis turns so far off a pole that it needs a subdivision.

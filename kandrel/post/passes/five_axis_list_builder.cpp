@@ -10,7 +10,7 @@ bool TakesMirrorFirst(const zvRotarySolutions& solutions, const zvKDRParam& par,
                       const zv5axMachDef& machDef) {
   const zvSolutionChoice choice = ChooseFirst(solutions, par, machDef);
   // A position with a free angle at 0 says nothing of the limits: the list's own check follows.
-  if (solutions.poleStatus == 0) RequireNoExcess(choice.excess);
+  if (solutions.poleStatus == kDetermined) RequireNoExcess(choice.excess);
   return choice.isMirror;
 }
 
@@ -37,7 +37,7 @@ zv5axListBuilder::zv5axListBuilder(List& list, const zv5axMoveSolver& solver,
 void zv5axListBuilder::StartLimitSearch(const zvMoveView& move) {
   const zvRotarySolutions solutions = Solve(move, 0);
   const bool isMirror = TakesMirrorFirst(solutions, m_par, m_machDef);
-  if (solutions.poleStatus == 0) m_lastFirstAngle = solutions.Of(isMirror).firstAngle;
+  if (solutions.poleStatus == kDetermined) m_lastFirstAngle = solutions.Of(isMirror).firstAngle;
 }
 
 void zv5axListBuilder::Settle(const Move& previous, Move& current,
@@ -90,8 +90,8 @@ void zv5axListBuilder::Settle(const Move& previous, Move& current,
                                      static_cast<std::int32_t>(m_index), false, m_smallMoves);
   });
   if (!isFirst) Join(previous, current, solutions, isFirstPick);
-  m_hasMetPole = m_hasMetPole || solutions.poleStatus != 0;
-  m_isPreviousDetermined = current->GetPoleStatus() == 0;
+  m_hasMetPole = m_hasMetPole || solutions.poleStatus != kDetermined;
+  m_isPreviousDetermined = current->GetPoleStatus() == kDetermined;
   m_lastFirstAngle = m_isPreviousDetermined ? current->GetAngle(0) : 0;
   ++m_index;
 }

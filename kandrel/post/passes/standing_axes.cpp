@@ -54,9 +54,9 @@ zvStandingAxes ChooseStandingAxes(const Point& p_part, const Point& orientation,
       solver.SolveAngles(p_part, orientation, solver.MakePoleCone(), 0);
   const zvRotarySolution& chosen = solutions.Of(TakesMirrorFirst(solutions, par, machDef));
   zvStandingAxes axes{chosen.firstAngle, chosen.secondAngle};
-  if (par.GetFirstMoveRule() == zvKDRParam::byFirstAxis && solutions.poleStatus == 1)
+  if (par.GetFirstMoveRule() == zvKDRParam::byFirstAxis && solutions.poleStatus == kOnFirstPole)
     axes.firstAngle = par.GetFirstMovePreferredAngle();
-  if (par.GetFirstMoveRule() == zvKDRParam::bySecondAxis && solutions.poleStatus == 2)
+  if (par.GetFirstMoveRule() == zvKDRParam::bySecondAxis && solutions.poleStatus == kOnSecondPole)
     axes.secondAngle = par.GetFirstMovePreferredAngle();
   if (!std::isfinite(axes.firstAngle) || !std::isfinite(axes.secondAngle))
     throw zvPostException(zvPostException::kInvalidVector);
