@@ -47,5 +47,6 @@ void AddThreeAxisCreator(Suite& suite);
 void AddFourAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
+void AddPersistence(Suite& suite);
 
 }  // namespace bench

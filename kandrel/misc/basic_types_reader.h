@@ -32,15 +32,13 @@ struct zvWords64 {
 /// 2. The operations are named after what they read, and stand for a fixed number of bytes: "long"
 ///    is a 32-bit value here, whatever it is in C++.
 /// 3. Each returns the reader, so that reads can chain, or the value where its name says so.
-/// Reading
-///    goes on in the middle of a value after a failure: the stream is of no use then.
-/// 4. All throw zvmiscException 2018 where the stream delivers less than a value needs, and let the
+/// 4. After a failure the stream stands in the middle of a value, and is of no use any more.
+/// 5. All throw zvmiscException 2018 where the stream delivers less than a value needs, and let the
 ///    stream's own exceptions pass.
 class KANDREL_API zvBIBasicTypes {
  public:
   /// The stream is the caller's and outlives the reader. Several readers may take turns on it.
   zvBIBasicTypes(zvBinInputStream& stream, bool compact, bool wideStrings, bool sizes64);
-  virtual ~zvBIBasicTypes();
 
   /// 8 bytes.
   virtual zvBIBasicTypes& ReadInt64(std::int64_t& value);
@@ -99,6 +97,8 @@ class KANDREL_API zvBIBasicTypes {
   virtual std::uint32_t ReadSizeValue();
   /// Through ReadWords64.
   virtual zvWords64 ReadWords64Value();
+
+  virtual ~zvBIBasicTypes();
 
  private:
   static double SixDecimals(float value) noexcept;

@@ -45,6 +45,38 @@ class KANDREL_API zvBOBasicTypes {
   /// The number of strings, then these.
   void WriteStrings(const std::vector<std::wstring>& texts);
 
+  /// Writes into memory that is large enough; otherwise as the writer itself, but never compact.
+  class Unchecked {
+   public:
+    explicit Unchecked(char* next) : m_next(next) {}
+
+    void WriteByte(std::uint8_t value) { Put(value); }
+    void WriteInt(std::int32_t value) { Put(value); }
+    void WriteUnsigned(std::uint32_t value) { Put(value); }
+    void WriteDouble(double value) { Put(value); }
+    char* GetNext() const noexcept { return m_next; }
+
+   private:
+    template <class Value>
+    void Put(Value value) {
+      std::memcpy(m_next, &value, sizeof value);
+      m_next += sizeof value;
+    }
+
+    char* m_next;
+  };
+
+  /// Calls `write` with this writer, or, where it may look for room once and not for each value,
+  /// with an Unchecked. It writes at most `largest` bytes, which a gathered block can hold.
+  template <class Write>
+  void WriteRecord(std::size_t largest, const Write& write) {
+    if (m_next == nullptr || m_compact) return write(*this);
+    if (static_cast<std::size_t>(m_end - m_next) < largest) HandOn();
+    Unchecked unchecked(m_next);
+    write(unchecked);
+    m_next = unchecked.GetNext();
+  }
+
   /// While one lives, what is written is gathered and reaches the stream in blocks: a codec has one
   /// for the length of its record. The stream gets the same bytes in the same order.
   class KANDREL_API Gathering {

@@ -28,7 +28,9 @@ class KANDREL_API zvBinOutputStream {
  public:
   /// Takes all `size` bytes at `buffer`, or throws.
   virtual void Write(const void* buffer, const zvStreamSize& size) = 0;
-  /// May throw: some sinks learn only when they close that what they took is lost.
+  /// May throw: some sinks learn only when they close that what they took is lost. A smart pointer
+  /// that deletes one ends the program then, zvAutoPointer loses the exception: whoever holds a
+  /// sink by a pointer closes it first, where it has such an operation.
   virtual ~zvBinOutputStream() noexcept(false);
 
  protected:

@@ -17,7 +17,8 @@ namespace misc {
 /// not opened.
 class KANDREL_API zvIFStream : public std::wifstream {
  public:
-  /// `conversion` says what the file's bytes stand for: a byte for each character by default.
+  /// `conversion` says what the file's bytes stand for, a byte for each character by default; it is
+  /// not null.
   explicit zvIFStream(const std::wstring& path, openmode mode = in,
                       std::unique_ptr<zvCodecvt> conversion = std::make_unique<zvASCIICodecvt>());
   ~zvIFStream() override;

@@ -1,3 +1,4 @@
+#include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/std_streams.h>
 
@@ -29,7 +30,7 @@ void Guarded(Stream& stream, zvmiscException::Id id, const Transfer& transfer) {
 }  // namespace
 
 zvStdInputStream::zvStdInputStream(std::wistream* stream) : m_stream(stream) {
-  m_stream.ReleaseOwnership();
+  if (stream == nullptr) detail::ThrowNullPointer();
 }
 
 void zvStdInputStream::Read(void* buffer, zvStreamSize& size) {
@@ -47,7 +48,7 @@ void zvStdInputStream::Read(void* buffer, zvStreamSize& size) {
 }
 
 zvStdOutputStream::zvStdOutputStream(std::wostream* stream) : m_stream(stream) {
-  m_stream.ReleaseOwnership();
+  if (stream == nullptr) detail::ThrowNullPointer();
 }
 
 void zvStdOutputStream::Write(const void* buffer, const zvStreamSize& size) {

@@ -1,7 +1,6 @@
 // zvStdInputStream, zvStdOutputStream: byte streams over wide standard streams.
 #pragma once
 
-#include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/byte_streams.h>
 
 #include <istream>
@@ -21,7 +20,7 @@ class KANDREL_API zvStdInputStream : public zvBinInputStream {
   void Read(void* buffer, zvStreamSize& size) override;
 
  private:
-  zvAutoPointer<std::wistream> m_stream;
+  std::wistream* m_stream;
 };
 
 /// Writes each byte as one wide character. The stream, a zvOFStream opened in binary mode as a
@@ -38,7 +37,7 @@ class KANDREL_API zvStdOutputStream : public zvBinOutputStream {
   void Flush();
 
  private:
-  zvAutoPointer<std::wostream> m_stream;
+  std::wostream* m_stream;
 };
 
 }  // namespace misc

@@ -24,7 +24,8 @@ KANDREL_API std::vector<std::uint16_t> ToUtf16(std::wstring_view text);
 KANDREL_API void AppendUtf16(std::wstring& text, std::uint16_t unit);
 
 /// A path as the system takes it, in UTF-8; surrogate pairs are joined. False for a path that can
-/// name nothing: one with a NUL or with half a pair.
+/// name nothing: one with a NUL, with half a pair or with what is no
+/// character.
 KANDREL_API bool ToPathBytes(std::wstring_view path, std::string& bytes);
 
 /// The character of a byte in Windows code page 1252, in which old files were written. The five

@@ -2,6 +2,7 @@
 #include <kandrel/persistence/post_types_reader.h>
 #include <kandrel/post/model/post_exception.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>

@@ -23,9 +23,10 @@ namespace post {
 /// version stores them: a field that came with a later version is not read and takes its default.
 ///
 /// 1. Enumerations hold whatever the file brings, but for the ones that say so.
-/// 2. After a failure the target holds what was read until then; there is no way back.
+/// 2. After a failure lists, posted toolpaths and builders hold what was read until then; any other
+///    target is as it was. The stream is of no use any more.
 /// 3. Besides what each operation names, all throw zvmiscException 2018 where the stream ends too
-///    early, and let the stream's own exceptions pass.
+///    early and 2157 for a size of 64 bits from 2^31 on, and let the stream's own exceptions pass.
 /// 4. Memory grows with what is there, never with a count that the file promises.
 class KANDREL_API zvBIPostTypes {
  public:
@@ -41,7 +42,6 @@ class KANDREL_API zvBIPostTypes {
                 std::vector<misc::zvBILostData>* lostData, bool wideStrings, bool sizes64);
   zvBIPostTypes(const zvBIPostTypes&) = delete;
   zvBIPostTypes& operator=(const zvBIPostTypes&) = delete;
-  virtual ~zvBIPostTypes();
 
   static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
     return persistence::kLowestRecordVersion;
@@ -69,12 +69,13 @@ class KANDREL_API zvBIPostTypes {
   virtual void ReadThirdOnWorkpiece(std::int32_t& value);
   virtual void ReadBuilder(zvMachDefBuilder& builder);
   /// A definition of the class that the file names, made by its full constructor, whose exceptions
-  /// pass. A number of axes above 3 ends in zvPostException 5024.
+  /// pass. Throws zvmeasuresException 2141 for unknown units. A number of axes that is not 0 to 3
+  /// ends in zvPostException 5024.
   ///
   /// A 5-axis machine whose second axis is parallel to the spindle, which the constructor would
   /// refuse, is mended and the mending noted: the two directions change places where the first is
-  /// not parallel (note 5); else the second is replaced by one at right angles (note 6). Pivots and
-  /// limits stay where they are.
+  /// not parallel (note 5); else the second is replaced by one at right angles (note 6), which
+  /// throws zvcadcamException 2189 where it is zero. Pivots and limits stay where they are.
   virtual void ReadMachDef(misc::zvAutoPointer<zvMachDef>& machDef);
   /// The code of a class of posted moves: 0 for 3 axes to 3 for 6 axes. Not checked.
   virtual void ReadMoveClass(std::int32_t& value);
@@ -100,6 +101,8 @@ class KANDREL_API zvBIPostTypes {
   virtual void ReadList(const ListPointer<zvPosted3axMove>& list);
   /// Appends the moves and sets the alignment matrix.
   virtual void ReadPostedTP(zvPostedTP& toolpath);
+
+  virtual ~zvBIPostTypes();
 
  private:
   struct RotaryFields;

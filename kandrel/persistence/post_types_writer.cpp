@@ -1,17 +1,77 @@
+#include <kandrel/misc/exception.h>
 #include <kandrel/persistence/post_types_writer.h>
 #include <kandrel/persistence/versions.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_visitor.h>
 
+#include <type_traits>
+
 namespace post {
 
 using Gathering = misc::zvBOBasicTypes::Gathering;
 
+namespace {
+
+// Into a writer of any kind.
+template <class Writer>
+void Put(Writer& out, const cadcam::zvTPoint3d<double>& value) {
+  out.WriteDouble(value.x);
+  out.WriteDouble(value.y);
+  out.WriteDouble(value.z);
+}
+
+// What the classes add: their angles and the pole status.
+template <class Writer>
+void PutOwnFields(Writer& out, const zvPosted6axMove& move) {
+  for (std::int16_t i = 0; i < 3; ++i) out.WriteDouble(move.GetAngle(i));
+  out.WriteInt(static_cast<std::int32_t>(move.GetPoleStatus()));
+}
+template <class Writer>
+void PutOwnFields(Writer& out, const zvPosted5axMove& move) {
+  for (std::int16_t i = 0; i < 2; ++i) out.WriteDouble(move.GetAngle(i));
+  out.WriteInt(static_cast<std::int32_t>(move.GetPoleStatus()));
+}
+template <class Writer>
+void PutOwnFields(Writer& out, const zvPosted4axMove& move) {
+  out.WriteDouble(move.GetRotaryAngle());
+}
+template <class Writer>
+void PutOwnFields(Writer& /*out*/, const zvPosted3axMove& /*move*/) {}
+
+// Alone of the four classes a small 6-axis move goes without its type, though the reader wants it:
+// deliberate, the layout of a version that is in use doesn't change.
+template <class Move>
+constexpr bool kHasTypeIfSmall = !std::is_same_v<Move, zvPosted6axMove>;
+
+template <class Writer, class Move>
+void PutMove(Writer& out, const Move& move) {
+  const bool isSmall = move.HasNoExtended();
+  Put(out, move.GetMachinePosition());
+  Put(out, move.GetPartPosition());
+  Put(out, move.GetOrientation());
+  PutOwnFields(out, move);
+  out.WriteDouble(move.GetFeed());
+  out.WriteByte(move.IsRapid());
+  out.WriteByte(isSmall);
+  if (kHasTypeIfSmall<Move> || !isSmall)
+    out.WriteUnsigned(static_cast<std::uint32_t>(move.GetType()));
+  out.WriteDouble(move.GetMoveTime());
+  if (isSmall) return;
+  out.WriteByte(move.HasExtendedData());
+  if (move.HasExtendedData()) {
+    Put(out, move.GetExtendedPoint());
+    Put(out, move.GetExtendedVector());
+    out.WriteUnsigned(move.GetExtendedId());
+  }
+  out.WriteUnsigned(static_cast<std::uint32_t>(move.GetSourceIndex()));
+  out.WriteByte(move.IsInserted());
+}
+
+}  // namespace
+
 void zvBOPostTypes::WriteVector(const Point& value) {
-  m_basic.WriteDouble(value.x);
-  m_basic.WriteDouble(value.y);
-  m_basic.WriteDouble(value.z);
+  Put(m_basic, value);
 }
 
 void zvBOPostTypes::Write(const zv5axControlDef& control) {
@@ -117,72 +177,30 @@ void zvBOPostTypes::Write(const zvMachDefBuilder& builder) {
   m_basic.WriteUnsigned(static_cast<std::uint32_t>(builder.GetKind()));
 }
 
-void zvBOPostTypes::WriteHead(const zvPostedMove& move) {
-  WriteVector(move.GetMachinePosition());
-  WriteVector(move.GetPartPosition());
-  WriteVector(move.GetOrientation());
-}
-
-void zvBOPostTypes::WriteFeed(const zvPostedMove& move) {
-  m_basic.WriteDouble(move.GetFeed());
-  m_basic.WriteByte(move.IsRapid());
-  m_basic.WriteByte(move.HasNoExtended());
-}
-
-void zvBOPostTypes::WriteType(const zvPostedMove& move) {
-  m_basic.WriteUnsigned(static_cast<std::uint32_t>(move.GetType()));
-}
-
-void zvBOPostTypes::WriteTail(const zvPostedMove& move) {
-  m_basic.WriteDouble(move.GetMoveTime());
-  if (move.HasNoExtended()) return;
-  m_basic.WriteByte(move.HasExtendedData());
-  if (move.HasExtendedData()) {
-    WriteVector(move.GetExtendedPoint());
-    WriteVector(move.GetExtendedVector());
-    m_basic.WriteUnsigned(move.GetExtendedId());
-  }
-  m_basic.WriteUnsigned(static_cast<std::uint32_t>(move.GetSourceIndex()));
-  m_basic.WriteByte(move.IsInserted());
+template <class Move>
+void zvBOPostTypes::WriteMove(const Move& move) {
+  constexpr std::size_t kLargest = 256;  // a 6-axis move with contact data takes 184
+  m_basic.WriteRecord(kLargest, [&](auto& out) { PutMove(out, move); });
 }
 
 void zvBOPostTypes::Write(const zvPosted6axMove& move) {
   const Gathering gathering(m_basic);
-  WriteHead(move);
-  for (std::int16_t i = 0; i < 3; ++i) m_basic.WriteDouble(move.GetAngle(i));
-  m_basic.WriteInt(static_cast<std::int32_t>(move.GetPoleStatus()));
-  WriteFeed(move);
-  // Alone of the four classes a small one goes without its type, though the reader wants it:
-  // deliberate, the layout of a version that is in use doesn't change.
-  if (!move.HasNoExtended()) WriteType(move);
-  WriteTail(move);
+  WriteMove(move);
 }
 
 void zvBOPostTypes::Write(const zvPosted5axMove& move) {
   const Gathering gathering(m_basic);
-  WriteHead(move);
-  for (std::int16_t i = 0; i < 2; ++i) m_basic.WriteDouble(move.GetAngle(i));
-  m_basic.WriteInt(static_cast<std::int32_t>(move.GetPoleStatus()));
-  WriteFeed(move);
-  WriteType(move);
-  WriteTail(move);
+  WriteMove(move);
 }
 
 void zvBOPostTypes::Write(const zvPosted4axMove& move) {
   const Gathering gathering(m_basic);
-  WriteHead(move);
-  m_basic.WriteDouble(move.GetRotaryAngle());
-  WriteFeed(move);
-  WriteType(move);
-  WriteTail(move);
+  WriteMove(move);
 }
 
 void zvBOPostTypes::Write(const zvPosted3axMove& move) {
   const Gathering gathering(m_basic);
-  WriteHead(move);
-  WriteFeed(move);
-  WriteType(move);
-  WriteTail(move);
+  WriteMove(move);
 }
 
 template <class Move>
@@ -190,7 +208,7 @@ void zvBOPostTypes::WriteList(const ListPointer<Move>& list, zvMachDef::NumbersO
   const Gathering gathering(m_basic);
   m_basic.WriteCount(list->GetCount());
   m_basic.WriteInt(moveClass);
-  for (const Move& move : *list) Write(move);
+  for (const Move& move : *list) WriteMove(move);
 }
 
 void zvBOPostTypes::Write(const ListPointer<zvPosted6axMove>& list) {

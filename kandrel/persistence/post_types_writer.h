@@ -18,7 +18,8 @@ namespace post {
 
 /// Writes what zvBIPostTypes reads, in the layout of version 226. Nothing is checked: a machine
 /// that its own constructor would refuse can be written and not be read. The stream's exceptions
-/// pass; what was written until then stays.
+/// pass; what was written until then stays. Throws zvmiscException 2157 for a number of things and
+/// 2578 for a text that is too long for its count.
 ///
 /// Not kept are a move's reserved single, and the contact data of a move that is not marked as
 /// having them.
@@ -35,7 +36,7 @@ class KANDREL_API zvBOPostTypes {
   void Write(const zv5axControlDef& control);
   void Write(const zvKDRParam& parameters);
   /// Throws zvPostException 5043 where the number of axes is not that of the definition's class,
-  /// and 5031 where it is none.
+  /// 5031 where it is none, and 2503 for a definition of no class.
   void Write(const zvMachDef& machDef);
   /// Throws "Accessing NULL pointer" for a builder without a definition.
   void Write(const zvMachDefBuilder& builder);
@@ -55,10 +56,8 @@ class KANDREL_API zvBOPostTypes {
 
  private:
   void WriteVector(const Point& value);
-  void WriteHead(const zvPostedMove& move);
-  void WriteFeed(const zvPostedMove& move);
-  void WriteType(const zvPostedMove& move);
-  void WriteTail(const zvPostedMove& move);
+  template <class Move>
+  void WriteMove(const Move& move);
   template <class Move>
   void WriteList(const ListPointer<Move>& list, zvMachDef::NumbersOfAxes moveClass);
 

@@ -10,7 +10,7 @@ namespace persistence {
 
 /// What writers write, and the highest that readers know.
 inline constexpr std::uint32_t kCurrentVersion = 226;
-/// The lowest that the readers of records know; below it no file was ever written.
+/// The lowest that the readers of records know.
 inline constexpr std::uint32_t kLowestRecordVersion = 3;
 /// The lowest that the readers of logs know.
 inline constexpr std::uint32_t kLowestLogVersion = 11;
@@ -20,8 +20,8 @@ inline constexpr const wchar_t* kHasMatrix = L"VALIDE";
 inline constexpr const wchar_t* kHasNoMatrix = L"NULL";
 
 /// Throws `Exception` with its id 2027 for a version outside `lowest` to kCurrentVersion. The
-/// exception names neither the version read nor those that are known: the settled behaviour, on
-/// whose text callers rely.
+/// exception names neither the version read nor those that are known: the settled behaviour, its
+/// text is that of the id.
 template <class Exception>
 void RequireKnown(std::uint32_t version, std::uint32_t lowest) {
   if (version < lowest || version > kCurrentVersion) throw Exception(Exception::kUnknownVersion);

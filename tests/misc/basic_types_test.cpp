@@ -86,6 +86,38 @@ TEST(BasicTypes, EachOperationTakesItsBytes) {
   EXPECT_EQ(Read(&R::ReadLongDouble, kCompact).second, 4u);
 }
 
+TEST(BasicTypes, TwoWordsAndSizesAreReadThroughTheirSlots) {
+  const std::string bytes = Bytes().Int({1, 2, 3, 4, 5, 6, 0, 7}).Number(8, 8);
+  MemoryInput stream(bytes);
+  zvBIBasicTypes reader(stream, true, true, true);
+  misc::zvWords64 words;
+  reader.ReadWords64(words);
+  EXPECT_EQ(words, (misc::zvWords64{1, 2}));
+  EXPECT_EQ(reader.ReadWords64Value(), (misc::zvWords64{3, 4}));
+  std::int64_t number = 0;
+  reader.ReadInt64(number);
+  EXPECT_EQ(number, 0x600000005);
+  reader.ReadWords64(words);
+  EXPECT_EQ(reader.ReadSizeValue(), 8u);  // 8 bytes, also where integers are compact
+  EXPECT_EQ(stream.GetLeft(), 0u);
+
+  // A subclass that reads ints otherwise is asked where another operation goes through them.
+  struct Doubling : zvBIBasicTypes {
+    using zvBIBasicTypes::zvBIBasicTypes;
+    zvBIBasicTypes& ReadUnsigned(std::uint32_t& value) override {
+      zvBIBasicTypes::ReadUnsigned(value);
+      value *= 2;
+      return *this;
+    }
+  };
+  MemoryInput again(bytes);
+  Doubling doubling(again, false, true, false);
+  unsigned long value = 0;
+  doubling.ReadUnsignedLong(value);
+  EXPECT_EQ(value, 2u);
+  EXPECT_EQ(doubling.ReadSizeValue(), 4u);
+}
+
 TEST(BasicTypes, SizesOf64BitsAreRefusedFrom31On) {
   for (const auto& [size, fits] : {std::pair<std::uint64_t, bool>{0x7FFFFFFF, true},
                                    {0x80000000, false},
@@ -102,8 +134,8 @@ TEST(BasicTypes, SizesOf64BitsAreRefusedFrom31On) {
 }
 
 TEST(BasicTypes, CompactDoublesComeBackInSixDecimals) {
-  for (int i = -2'000'000; i <= 2'000'000; i += 7) {
-    const double value = i / 1e6;
+  for (int i = -2'000'000; i <= 3'000'000; i += 5) {
+    const double value = (i <= 2'000'000 ? i : i + 6'000'000) / 1e6;  // to 2, then from 8
     const std::string bytes =
         Written(true, [&](zvBOBasicTypes& writer) { writer.WriteDouble(value); });
     ASSERT_EQ(bytes.size(), 4u);

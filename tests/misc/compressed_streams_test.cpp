@@ -1,6 +1,8 @@
 #include <bzlib.h>
 #include <gtest/gtest.h>
+#include <kandrel/misc/basic_types_reader.h>
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/pack/bzip2_state.h>
 #include <kandrel/misc/pack/compressed_streams.h>
 #include <tests/support/bytes.h>
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using misc::zvException;
@@ -173,6 +176,8 @@ TEST(CompressedStreams, FilesOfAllSortsAreReadOrRefusedInWords) {
       {"three bytes", "ZLI", 1, "", unread},
       {"seven bytes", "1234567", 1, "", unread},
       {"eight bytes", "12345678", 1, "", "Unexpected EOF!"},
+      {"nine bytes", "123456789", 1, "", "Magic error!"},
+      {"bzip2 by its mark alone", "12345678BZh9 and no more", 1, "", "Data error!"},
       {"neither", "neither of the two", 4, "", "Magic error!"},
   };
   const ScratchFolder folder;
@@ -217,6 +222,58 @@ TEST(CompressedStreams, OpeningFailsInWords) {
                                     L"File open failed!"));
   EXPECT_TRUE(ThrowsId<zvException>([&] { state.Open(stdin, pack::zvBzip2State::kClosed); }, 0,
                                     L"Unsupported open mode!"));
+}
+
+// Values of all kinds through either container, in the reader's window and across its end.
+TEST(CompressedStreams, ValuesAreReadOutOfBothContainers) {
+  const ScratchFolder folder;
+  const std::string plain = Bytes().Int({7}).Wide("AB").Double({0.5}).Byte(1).Int({9});
+  for (const bool isZlib : {true, false}) {
+    for (std::size_t size = 1; size <= plain.size(); ++size) {
+      const std::string cut = plain.substr(0, size);
+      const std::string packed = isZlib ? Deflated(cut) : Bzipped(cut);
+      const auto c = static_cast<std::uint32_t>(packed.size());
+      tests::WriteFile(folder.Path("f"), isZlib
+                                             ? ZlibFile(packed, c, static_cast<std::uint32_t>(size))
+                                             : Bytes().Number(0, 8).Raw(packed).Get());
+      zvCompressedInputFileStream stream(folder.WidePath("f"));
+      misc::zvBIBasicTypes reader(stream, false, true, false);
+      std::int32_t first = 0, last = 0;
+      std::wstring text;
+      double real = 0;
+      bool flag = false;
+      const auto read = [&] {
+        reader.ReadInt(first).ReadString(text).ReadDouble(real).ReadBool(flag).ReadInt(last);
+      };
+      if (size == plain.size()) {
+        read();
+        EXPECT_EQ(std::tuple(first, text, real, flag, last),
+                  std::tuple(7, std::wstring(L"AB"), 0.5, true, 9));
+      } else if (isZlib) {
+        EXPECT_TRUE(ThrowsId<zvException>(read, 0, L"Not enough data in stream left")) << size;
+      } else {
+        EXPECT_TRUE(ThrowsId<misc::zvmiscException>(read, 2018)) << size;
+      }
+    }
+  }
+}
+
+TEST(CompressedStreams, WhatIsClosedTakesNothing) {
+  const ScratchFolder folder;
+  for (const bool useBzip2 : {false, true}) {
+    for (const bool hasData : {false, true}) {
+      zvCompressedOutputFileStream stream(folder.WidePath("f"), useBzip2);
+      if (hasData) stream.Write("abc", 3);
+      stream.Close();
+      EXPECT_TRUE(ThrowsId<zvException>(
+          [&] { stream.Write("abc", 3); }, 0,
+          L"pack::zvCompressedOutputFileStream::Write Unknown pack method. Please revisit code."));
+    }
+  }
+  pack::zvBzip2State state;
+  char byte = 0;
+  EXPECT_TRUE(ThrowsId<zvException>([&] { state.Read(&byte, 1); }, 0, L"Sequence error!"));
+  EXPECT_TRUE(ThrowsId<zvException>([&] { state.Write(&byte, 1); }, 0, L"Sequence error!"));
 }
 
 TEST(CompressedStreams, AFullDiskIsNotLostInSilence) {

@@ -359,12 +359,13 @@ class OddMachDef : public post::zvMachDef {
 
 TEST(PostTypes, MachinesThatNoClassTakesAreRefused) {
   const std::string rest = At(MachineFields(0), kNow).bytes.substr(8 + 24);
-  for (const std::int32_t axes : {4, -1, 0x7FFFFFFF})
-    EXPECT_TRUE(ThrowsId<zvPostException>(
-        [&] {
-          ReadMachine(Bytes().Int({1, axes}).Raw(rest), kNow);
-        },
-        5024));
+  for (const std::int32_t axes : {4, -1, 0x7FFFFFFF}) {
+    const std::string odd = Bytes().Int({1, axes}).Raw(rest);
+    EXPECT_TRUE(ThrowsId<zvPostException>([&] { ReadMachine(odd, kNow); }, 5024));
+    // Limits and directions come first.
+    const std::string cut = odd.substr(0, odd.size() - 1);
+    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { ReadMachine(cut, kNow); }, 2018));
+  }
   EXPECT_TRUE(ThrowsId<measures::zvmeasuresException>(
       [&] {
         ReadMachine(Bytes().Int({5, 0}), kNow);
@@ -566,6 +567,9 @@ TYPED_TEST(PostedRecords, ListsAndPostedToolpathsComeBack) {
         },
         2027));
   }
+  // They are added to what is there.
+  readList(Bytes().Int({1, c}).Raw(At(MoveFields(c, false, false), 119).bytes), 119);
+  EXPECT_EQ(list->GetCount(), 3u);
   // Below 119 no class is stored, and lists of five axes are the only ones.
   const std::string old = Bytes().Int({1}).Raw(At(MoveFields(c, false, false), 118).bytes);
   if (c == 2)
@@ -589,9 +593,13 @@ TYPED_TEST(PostedRecords, ListsAndPostedToolpathsComeBack) {
   EXPECT_EQ(posted.GetCount(), 2u);
   EXPECT_EQ((*posted.GetAlignMatrix())(1, 2), 6);
   EXPECT_EQ(Written(posted), aligned);
-  posted = readPosted(bytes + Bytes().Wide("VALID").Get(), kNow);
-  EXPECT_FALSE(posted.HasAlignMatrix());
+  for (const char* const marker : {"VALID", "VALIDEX", "valide", ""}) {
+    posted = readPosted(bytes + Bytes().Wide(marker).Get(), kNow);
+    EXPECT_FALSE(posted.HasAlignMatrix()) << marker;
+  }
   EXPECT_EQ(Written(posted), bytes + Bytes().Wide("NULL").Get());
+  const std::string at181 = At(MoveFields(c, false, false), 181).bytes;
+  EXPECT_TRUE(readPosted(Bytes().Int({1, c}).Raw(at181).Raw(matrix), 181).HasAlignMatrix());
   const std::string at180 = At(MoveFields(c, false, false), 180).bytes;
   EXPECT_FALSE(readPosted(Bytes().Int({1, c}).Raw(at180), 180).HasAlignMatrix());
 }
@@ -656,6 +664,10 @@ TEST(PostTypes, AnIndexOfMinusOneNeeds32Bits) {
   move.SetSourceIndex(-1);
   const std::string bytes = Written(move);
   EXPECT_EQ(ReadMove<post::zvPosted3axMove>(bytes, kNow).GetSourceIndex(), -1);
+  const std::string fits = bytes.substr(0, bytes.size() - 5) + Bytes().Number(12, 8).Byte(1).Get();
+  ReadWhole(
+      fits, kNow, [&](zvBIPostTypes& reader) { reader.ReadMove(move); }, nullptr, true);
+  EXPECT_EQ(move.GetSourceIndex(), 12);
   const std::string wide =
       bytes.substr(0, bytes.size() - 5) + Bytes().Number(0xFFFFFFFF, 8).Byte(0).Get();
   EXPECT_TRUE(ThrowsId<zvmiscException>(

@@ -44,6 +44,7 @@ void zvBzip2State::Throw(int result) {
 void zvBzip2State::Open(std::FILE* file, Mode mode) {
   if (mode != kReading && mode != kWriting) throw misc::zvException(0, L"Unsupported open mode!");
   if (file == nullptr) throw misc::zvException(0, L"File open failed!");
+  if (IsOpen()) Throw(BZ_SEQUENCE_ERROR);
   m_length = 0;
   m_isAtEnd = false;
   m_file = file;
@@ -62,6 +63,7 @@ void zvBzip2State::Open(std::FILE* file, Mode mode) {
 }
 
 misc::zvStreamSize zvBzip2State::Read(void* buffer, misc::zvStreamSize size) {
+  if (m_mode != kReading) Throw(BZ_SEQUENCE_ERROR);
   auto* out = static_cast<char*>(buffer);
   misc::zvStreamSize left = size;
   // Asked again after its end, the library would say that the calls came in the wrong order.
@@ -78,6 +80,7 @@ misc::zvStreamSize zvBzip2State::Read(void* buffer, misc::zvStreamSize size) {
 }
 
 void zvBzip2State::Write(const void* buffer, misc::zvStreamSize size) {
+  if (m_mode != kWriting) Throw(BZ_SEQUENCE_ERROR);
   // The library takes its input by a pointer to what it doesn't change.
   auto* in = const_cast<char*>(static_cast<const char*>(buffer));
   for (misc::zvStreamSize left = size; left > 0;) {

@@ -25,13 +25,15 @@ class KANDREL_API zvBzip2State {
   zvBzip2State(const zvBzip2State&) = delete;
   zvBzip2State& operator=(const zvBzip2State&) = delete;
 
-  /// Reads or writes the length at the file's place and opens the stream behind it. Throws
-  /// "File open failed!" for a null file, "Unsupported open mode!" for another mode than reading
-  /// and writing, "Couldn't read from the given handle!" and "Couldn't write to the given handle!"
-  /// where the length can't be transferred.
+  /// To be called when closed. Reads or writes the length at the file's place and opens the stream
+  /// behind it. Throws "File open failed!" for a null file, "Unsupported open mode!" for another
+  /// mode than reading and writing, "Couldn't read from the given handle!" and "Couldn't write to
+  /// the given handle!" where the length can't be transferred.
   void Open(std::FILE* file, Mode mode);
   /// Reads up to `size` bytes and returns how many there were: fewer only at the stream's end.
+  /// Throws the text of the library's result, "Sequence error!" unless open for reading.
   misc::zvStreamSize Read(void* buffer, misc::zvStreamSize size);
+  /// Throws the text of the library's result, "Sequence error!" unless open for writing.
   void Write(const void* buffer, misc::zvStreamSize size);
   /// Ends the stream; a writer then writes the length in its place. Nothing happens when closed.
   /// Throws "Unknown exception!" where the library fails, whatever its result.

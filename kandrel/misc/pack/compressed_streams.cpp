@@ -35,19 +35,30 @@ zvBytes Allocate(std::size_t size) {
   return bytes;
 }
 
-zvFile OpenFile(const std::wstring& path, const char* mode) {
+zvFile OpenToWrite(const std::wstring& path) {
   std::string bytes;
   errno = 0;
   if (!misc::ToPathBytes(path, bytes)) return nullptr;
-  return zvFile(std::fopen(bytes.c_str(), mode));
+  return zvFile(std::fopen(bytes.c_str(), "wb+"));
+}
+
+// Looks at the path first, as opening a named pipe would wait for its other end.
+zvFile OpenToRead(const std::wstring& path) {
+  using misc::platform::FileKind;
+  std::string bytes;
+  if (!misc::ToPathBytes(path, bytes)) return nullptr;
+  if (misc::platform::KindOfFile(bytes.c_str()) != FileKind::kRegular) return nullptr;
+  zvFile file(std::fopen(bytes.c_str(), "rb"));
+  if (file != nullptr && misc::platform::KindOfFile(file.get()) != FileKind::kRegular) file.reset();
+  return file;
 }
 
 // Up to `size` bytes of what is left of the file.
 std::size_t ReadAtMost(std::FILE* file, zvBytes& bytes, std::size_t size) {
-  const long place = std::ftell(file);
-  if (place < 0 || std::fseek(file, 0, SEEK_END) != 0) return 0;
-  const long end = std::ftell(file);
-  if (end < place || std::fseek(file, place, SEEK_SET) != 0) return 0;
+  const off_t place = ftello(file);
+  if (place < 0 || fseeko(file, 0, SEEK_END) != 0) return 0;
+  const off_t end = ftello(file);
+  if (end < place || fseeko(file, place, SEEK_SET) != 0) return 0;
   size = std::min(size, static_cast<std::size_t>(end - place));
   bytes = Allocate(size);
   return std::fread(bytes.get(), 1, size, file);
@@ -62,7 +73,7 @@ zvCompressedOutputFileStream::zvCompressedOutputFileStream(const std::wstring& p
     : m_exceptions(std::uncaught_exceptions()) {
   if (method != kBzip2 && method != kZlib)
     Fail(L"pack::zvCompressedOutputFileStream::Open Unknown pack method. Please revisit code.");
-  m_file = OpenFile(path, "wb+");
+  m_file = OpenToWrite(path);
   if (m_file == nullptr) {
     const bool isMissing = errno == ENOENT;
     std::wstring text = L"File open failed.\n" + misc::PathLengthRemark(path);
@@ -99,6 +110,8 @@ void zvCompressedOutputFileStream::Append(const void* buffer, misc::zvStreamSize
 }
 
 void zvCompressedOutputFileStream::Write(const void* buffer, const misc::zvStreamSize& size) {
+  if (m_file == nullptr)
+    Fail(L"pack::zvCompressedOutputFileStream::Write Unknown pack method. Please revisit code.");
   if (m_bzip2 != nullptr)
     m_bzip2->Write(buffer, size);
   else
@@ -136,10 +149,8 @@ void zvCompressedOutputFileStream::Close() {
 }
 
 zvCompressedInputFileStream::zvCompressedInputFileStream(const std::wstring& path)
-    : m_file(OpenFile(path, "rb")) {
-  if (m_file == nullptr ||
-      misc::platform::KindOfFile(m_file.get()) != misc::platform::FileKind::kRegular)
-    Fail((L"File open failed.\n" + misc::PathLengthRemark(path)).c_str());
+    : m_file(OpenToRead(path)) {
+  if (m_file == nullptr) Fail((L"File open failed.\n" + misc::PathLengthRemark(path)).c_str());
   std::array<char, 4> tag = {};
   m_isZlib = std::fread(tag.data(), sizeof tag, 1, m_file.get()) == 1 && tag == kZlibTag;
   if (m_isZlib) {

@@ -54,7 +54,8 @@ class KANDREL_API zvCompressedOutputFileStream : public misc::zvBinOutputStream 
   zvCompressedOutputFileStream(const zvCompressedOutputFileStream&) = delete;
   zvCompressedOutputFileStream& operator=(const zvCompressedOutputFileStream&) = delete;
 
-  /// Throws the text of bzip2's result, and std::bad_alloc for want of memory.
+  /// Throws the text of bzip2's result, std::bad_alloc for want of memory, and, once closed,
+  /// "pack::zvCompressedOutputFileStream::Write Unknown pack method. Please revisit code.".
   void Write(const void* buffer, const misc::zvStreamSize& size) override;
   /// Brings all data into the file. Throws "Failed to compress data", also for data of 4 GiB and
   /// more in a zlib container; "Couldn't write to the given handle!" for a full disk; "Unknown
@@ -75,9 +76,11 @@ class KANDREL_API zvCompressedOutputFileStream : public misc::zvBinOutputStream 
 
 /// Reads a file in either container, told apart by the first four bytes.
 ///
-/// A zlib container is decompressed at once, and lies in memory as a window. A file that is neither
-/// opens without complaint and fails at its first Read with "Magic error!". All failures but want
-/// of memory are zvException, id 0, with a text.
+/// A zlib container is decompressed at once, and lies in memory as a window. A file of nine bytes
+/// and more that is neither opens without complaint and fails at its first Read with "Magic
+/// error!", or with "Data error!" where bzip2's mark happens to stand behind its first eight bytes;
+/// one of eight bytes fails there with "Unexpected EOF!". All failures but want of memory are
+/// zvException, id 0, with a text.
 class KANDREL_API zvCompressedInputFileStream : public misc::zvWindowedInput {
  public:
   /// Throws "File open failed.\n", with a remark for a path of more than 260 characters, also for
