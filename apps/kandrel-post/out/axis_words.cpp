@@ -41,7 +41,7 @@ AxisWords AxisWordsOf(const std::vector<std::string>& names) {
   for (std::size_t i = 0; i < names.size(); ++i) {
     if (IsWord(names[i]) && CountOf(names, names[i]) == 1) continue;
     result.words[i] = kDefaultAxisNames[i];
-    result.comments.push_back(fmt::format("THE NAME OF AXIS {} CANNOT STAND HERE. ITS WORD IS {}",
+    result.comments.push_back(fmt::format("AXIS {} HAS NO NAME THAT CAN STAND HERE. ITS WORD IS {}",
                                           i + 1, result.words[i]));
   }
   const bool areDifferent =

@@ -72,7 +72,7 @@ TEST(AxisNames, StandWhereTheyCanAndElseTheirDefaults) {
       written = nc;
     }
     const std::string one =
-        "\\(THE NAME OF AXIS ([1-6]) CANNOT STAND HERE. ITS WORD IS [XYZABC]\\)\n";
+        "\\(AXIS ([1-6]) HAS NO NAME THAT CAN STAND HERE. ITS WORD IS [XYZABC]\\)\n";
     const std::string all =
         "\\(NOT ALL NAMES OF AXES CAN STAND HERE. ([Aa])LL AXES HAVE THEIR DEFAULT LETTERS\\)\n";
     const std::string said =
