@@ -52,7 +52,8 @@ void AddPost(CLI::App& app) {
   auto origin = std::make_shared<std::string>("0,0,0");
   auto toolLength = std::make_shared<std::string>("0");
   auto control = std::make_shared<std::string>("none,none");
-  command.add_option("-m,--machine", options->machine, "preset:NAME or a .json file")->required();
+  command.add_option("-m,--machine", options->machine, "preset:NAME, a .json or a .kds file")
+      ->required();
   command.add_option("-t,--toolpath", options->toolPathFile, "file with CL text")->required();
   command.add_option("-o,--output", options->folder, "folder for the results, made if missing")
       ->required();
@@ -88,7 +89,7 @@ void AddMachine(CLI::App& app) {
   show.footer("Example: kandrel-post machine show preset:mill3_metric --json > mill.json");
   auto machine = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  show.add_option("MACHINE", *machine, "preset:NAME or a .json file")->required();
+  show.add_option("MACHINE", *machine, "preset:NAME, a .json or a .kds file")->required();
   show.add_flag("--json", *json, "as JSON, which can be given back as MACHINE");
   show.callback([machine, json] { ShowMachine(*machine, *json); });
 }

@@ -80,7 +80,8 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std:
   const std::array<bool, 3> wrapped = WrappedAxes(job.options.control);
   progress.Stage("writing");
   CsvWriter csv(folder.Create("posted.csv"));
-  NcWriter nc(folder.Create("posted.nc"), job.machine.name, AxisNames(job.machine), inch, wrapped);
+  NcWriter nc(folder.Create("posted.nc"), job.machine.name, NamesByAxis(job.machine), inch,
+              wrapped);
   Walked walked{PostedStatistics(wrapped), 0, std::nullopt};
   std::optional<RotaryMotion> motion = MakeRotaryMotion(job);
   forEachMove([&](const post::zvPostedMove& move) {

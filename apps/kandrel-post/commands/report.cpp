@@ -117,9 +117,8 @@ std::string AxisTable(const Report& report, const MachineValues& values,
     const double slack = i < 3 ? 0 : report.rotarySlackDeg;
     const bool outside =
         comparable && (range.min < limits[i].min - slack || range.max > limits[i].max + slack);
-    fmt::format_to(out, "  {:<13} {:>14} {:>14} {:>14} {:>14}{}\n",
-                   i < names.size() ? names[i] : "", ForPeople(range.min), ForPeople(range.max),
-                   ForPeople(limits[i].min), ForPeople(limits[i].max),
+    fmt::format_to(out, "  {:<13} {:>14} {:>14} {:>14} {:>14}{}\n", names[i], ForPeople(range.min),
+                   ForPeople(range.max), ForPeople(limits[i].min), ForPeople(limits[i].max),
                    outside       ? "  outside"
                    : !comparable ? "  wrapped: not compared"
                                  : "");
@@ -152,8 +151,7 @@ std::string Counts(const Report& report, const MachineValues& values,
   fmt::format_to(out, "rapid           {}\n", posted.GetRapidCount());
   if (values.RotaryCount() > 0) {
     std::string turns;
-    const std::size_t axes = std::min(names.size(), static_cast<std::size_t>(values.axes));
-    for (std::size_t i = 3; i < axes; ++i)
+    for (std::size_t i = 3; i < names.size(); ++i)
       turns += fmt::format("{}{} {:.2f}", i == 3 ? "" : ", ", names[i], posted.GetTurns(i - 3));
     fmt::format_to(out, "turns           {}\n", turns);
   }
@@ -163,7 +161,8 @@ std::string Counts(const Report& report, const MachineValues& values,
   return text;
 }
 
-std::string Notes(const Report& report, const ClProgram& program, const PostedStatistics& posted) {
+std::string Notes(const Report& report, const Machine& machine, const ClProgram& program,
+                  const PostedStatistics& posted) {
   std::string text;
   auto out = std::back_inserter(text);
   if (!program.skippedWords.empty())
@@ -173,6 +172,8 @@ std::string Notes(const Report& report, const ClProgram& program, const PostedSt
   } else if (posted.GetCount() == 0) {
     fmt::format_to(out, "note            the first pass has no moves: nothing is posted\n");
   }
+  for (const std::string& change : LostDataInWords(machine))
+    fmt::format_to(out, "note            in the machine, {}\n", change);
   if (report.aligned)
     fmt::format_to(out,
                    "note            alignToolpath has turned the toolpath: part positions and tool "
@@ -216,10 +217,10 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
   if (!program.partName.empty()) fmt::format_to(out, " ({})", Printable(program.partName));
   fmt::format_to(out, "\nmachine         {}, {} axes, {}\n", Printable(machine.name), values.axes,
                  UnitsWord(values.units));
-  text += AxisTable(report, values, AxisNames(machine), posted);
-  text += Counts(report, values, AxisNames(machine), program, posted);
+  text += AxisTable(report, values, ShownAxisNames(machine), posted);
+  text += Counts(report, values, ShownAxisNames(machine), program, posted);
   fmt::format_to(out, "seconds taken   {:.3f}\n", report.secondsTaken);
-  text += Notes(report, program, posted);
+  text += Notes(report, machine, program, posted);
   for (const std::string& file : report.outputFiles)
     fmt::format_to(out, "written         {}\n", Printable(file));
   return text;
@@ -227,7 +228,7 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
 
 std::string DescribeMachine(const Machine& machine) {
   const MachineValues v = ValuesOf(*machine.builder.GetMachDef());
-  const std::vector<std::string> names = AxisNames(machine);
+  const std::vector<std::string> names = ShownAxisNames(machine);
   std::string text;
   auto out = std::back_inserter(text);
   fmt::format_to(out, "{}: {} axes, lengths in {}\n", Printable(machine.name), v.axes,
@@ -254,6 +255,8 @@ std::string DescribeMachine(const Machine& machine) {
     fmt::format_to(out, "  rotary axis {}\n",
                    v.rotaryOnWorkpiece != 0 ? "on the table" : "in the head");
   if (v.axes == 5) fmt::format_to(out, "  rotary axes {}\n", FiveAxisKindInWords(v.fiveAxisKind));
+  for (const std::string& change : LostDataInWords(machine))
+    fmt::format_to(out, "  changed on reading: {}\n", change);
   return text;
 }
 

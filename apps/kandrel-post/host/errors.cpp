@@ -4,6 +4,8 @@
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/text.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -22,14 +24,23 @@ void FailAtLine(std::string_view file, unsigned long long line, std::string_view
   Fail(fmt::format("{}:{}: {}", file, line, expected));
 }
 
+namespace {
+
+// The library breaks some of its texts into lines; here each is one line.
+std::string OneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return Printable(text);
+}
+
+}  // namespace
+
 std::string DescribeCurrentFailure() {
   try {
     throw;
   } catch (const misc::zvException& e) {
-    std::string text = fmt::format("error {}: {}\n", e.GetId(), Printable(e.what()));
+    std::string text = fmt::format("error {}: {}\n", e.GetId(), OneLine(e.what()));
     for (const misc::zvException::Cause& cause : e.GetCauses()) {
-      text +=
-          fmt::format("  caused by {}: {}\n", cause.first, Printable(misc::ToUtf8(cause.second)));
+      text += fmt::format("  caused by {}: {}\n", cause.first, OneLine(misc::ToUtf8(cause.second)));
     }
     return text;
   } catch (const std::bad_alloc&) {
@@ -46,6 +57,10 @@ std::string Printable(std::string_view text) {
   for (char& c : result) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
   }
+  // The control characters U+0080 to U+009F, which terminals obey as well.
+  for (std::size_t i = 1; i < result.size(); ++i)
+    if (result[i - 1] == '\xC2' && static_cast<unsigned char>(result[i] ^ 0x80) < 0x20)
+      result.replace(i - 1, 2, "?");
   return result;
 }
 

@@ -8,6 +8,7 @@
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/machine/json.h"
 #include "kandrel-post/machine/presets.h"
+#include "kandrel-post/machine/settings_file.h"
 
 namespace kandrel_post {
 
@@ -16,10 +17,11 @@ Machine LoadMachine(const std::string& argument) {
   if (argument.starts_with(kPreset)) return MakePreset(argument.substr(kPreset.size()));
   const std::filesystem::path path(argument);
   if (path.extension() == ".json") return ReadMachineFile(argument);
-  if (path.extension() == ".xml" || path.extension() == ".kds")
+  if (path.extension() == ".kds") return ReadSettingsFile(argument);
+  if (path.extension() == ".xml")
     Fail(fmt::format("{}: machine descriptions in this form are not read yet", argument));
-  throw UsageError(
-      fmt::format("{}: preset:NAME or a .json file expected as the machine", Printable(argument)));
+  throw UsageError(fmt::format("{}: preset:NAME, a .json or a .kds file expected as the machine",
+                               Printable(argument)));
 }
 
 }  // namespace kandrel_post

@@ -7,8 +7,8 @@
 
 namespace kandrel_post {
 
-/// Makes the machine of a MACHINE argument: preset:NAME or a .json file. Throws UsageError for an
-/// argument of another form or an unknown preset, and error 0 for a file that can't be read.
+/// Makes the machine of a MACHINE argument: preset:NAME, a .json or a .kds file. Throws UsageError
+/// for an argument of another form or an unknown preset, and what the readers of files throw.
 Machine LoadMachine(const std::string& argument);
 
 }  // namespace kandrel_post

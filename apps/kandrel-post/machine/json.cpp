@@ -22,6 +22,7 @@
 
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/machine/values.h"
+#include "kandrel-post/out/axis_words.h"
 
 namespace kandrel_post {
 
@@ -195,26 +196,18 @@ void ReadUnits(ObjectReader& reader, MachineValues& values) {
   }
 }
 
-// Names stand before numbers in NC text: letters only, and none that the text itself uses.
 std::vector<std::wstring> ReadNames(ObjectReader& reader, int axes) {
-  constexpr const wchar_t* kDefaults[] = {L"X", L"Y", L"Z", L"A", L"B", L"C"};
-  const json* const found = reader.Find("names");
-  if (found == nullptr) return {kDefaults, kDefaults + axes};
-  if (!found->is_array() || found->size() != static_cast<std::size_t>(axes))
-    reader.Expected("names", fmt::format("{} axis names", axes));
   std::vector<std::wstring> names;
+  const json* const found = reader.Find("names");
+  if (found == nullptr) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(axes); ++i)
+      names.push_back(misc::FromUtf8(kDefaultAxisNames[i]));
+    return names;
+  }
+  if (!found->is_array()) reader.Expected("names", "an array of texts");
   for (const json& entry : *found) {
-    const std::string name = entry.is_string() ? entry.get<std::string>() : "";
-    const bool letters = std::all_of(name.begin(), name.end(), [](char c) {
-      return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-    });
-    if (name.empty() || !letters || name.size() > 16)
-      reader.Expected("names", "axis names of 1 to 16 letters");
-    if (name.size() == 1 && std::string_view("DFGMNOST").find(name[0]) != std::string_view::npos)
-      reader.Expected("names", "axis names other than the NC words D, F, G, M, N, O, S and T");
-    names.push_back(misc::FromUtf8(name));
-    if (std::find(names.begin(), names.end() - 1, names.back()) != names.end() - 1)
-      reader.Expected("names", "axis names that differ");
+    if (!entry.is_string()) reader.Expected("names", "an array of texts");
+    names.push_back(misc::FromUtf8(entry.get_ref<const std::string&>()));
   }
   return names;
 }
@@ -240,6 +233,7 @@ void ReadRotary(const Document& document, ObjectReader& reader, MachineValues& v
 
 // Whole numbers are written as such: 100000, not 1e+05 or 100000.0.
 ordered_json Number(double value) {
+  if (!std::isfinite(value)) Fail("a machine with a number that is not finite can't be JSON");
   constexpr double kExact = 9007199254740992.0;
   if (std::abs(value) <= kExact && std::trunc(value) == value && !std::signbit(value))
     return static_cast<std::uint64_t>(value);

@@ -19,7 +19,8 @@ post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& na
 /// The same from a file.
 Machine ReadMachineFile(const std::string& fileName);
 
-/// The definition in the form that ParseMachine takes, all keys present.
+/// The definition in the form that ParseMachine takes, all keys present. Fails with error 0 for a
+/// number that is infinite or not a number, for which JSON has no form.
 std::string MachineToJson(const Machine& machine);
 
 }  // namespace kandrel_post

@@ -1,6 +1,7 @@
 // A machine as this program handles it.
 #pragma once
 
+#include <kandrel/misc/basic_types_reader.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/mach_def_builder.h>
 
@@ -13,6 +14,7 @@ namespace kandrel_post {
 struct Machine {
   std::string name;  ///< of the preset, or of the file without its folder and ending
   post::zvMachDefBuilder builder;
+  std::vector<misc::zvBILostData> lostData{};  ///< what a settings file had to be changed in
 };
 
 /// 3 to 6.
@@ -21,7 +23,16 @@ int AxisCount(const Machine& machine);
 /// "metric" or "inch".
 std::string_view UnitsWord(measures::zvUnitsFactory::Units units);
 
-/// Axis names as UTF-8.
+/// Axis names as UTF-8, as they are: any texts, also more or fewer than axes.
 std::vector<std::string> AxisNames(const Machine& machine);
+
+/// A name for each axis, empty where it has none.
+std::vector<std::string> NamesByAxis(const Machine& machine);
+
+/// A name for each axis that can be shown: printable, and the default where it has none.
+std::vector<std::string> ShownAxisNames(const Machine& machine);
+
+/// What had to be changed, a sentence for each change.
+std::vector<std::string> LostDataInWords(const Machine& machine);
 
 }  // namespace kandrel_post

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "kandrel-post/host/errors.h"
+#include "kandrel-post/out/axis_words.h"
 
 namespace kandrel_post {
 
@@ -31,20 +32,20 @@ std::string Comment(std::string_view text) {
 
 }  // namespace
 
-NcWriter::NcWriter(TextSink& sink, std::string_view machineName, std::vector<std::string> axisNames,
-                   bool inch, const std::array<bool, 3>& wrapped)
-    : m_sink(sink),
-      m_axisNames(std::move(axisNames)),
-      m_decimals(inch ? 5 : 4),
-      m_wrapped(wrapped) {
-  m_axisNames.resize(std::min(m_axisNames.size(), kMostAxes));
-  std::string names;
-  for (const std::string& name : m_axisNames) names += " " + name;
-  m_sink.Put(Comment(fmt::format("MACHINE {}, AXES{}", machineName, names)));
+NcWriter::NcWriter(TextSink& sink, std::string_view machineName,
+                   const std::vector<std::string>& axisNames, bool inch,
+                   const std::array<bool, 3>& wrapped)
+    : m_sink(sink), m_decimals(inch ? 5 : 4), m_wrapped(wrapped) {
+  AxisWords words = AxisWordsOf(axisNames);
+  m_axisWords = std::move(words.words);
+  std::string axes;
+  for (const std::string& word : m_axisWords) axes += " " + word;
+  m_sink.Put(Comment(fmt::format("MACHINE {}, AXES{}", machineName, axes)));
+  for (const std::string& comment : words.comments) m_sink.Put(Comment(comment));
   BeginBlock();
   m_sink.Put(inch ? " G20\n" : " G21\n");
   BeginBlock();
-  m_sink.Put(m_axisNames.size() > 3 ? " G90 G94\n" : " G90\n");
+  m_sink.Put(m_axisWords.size() > 3 ? " G90 G94\n" : " G90\n");
 }
 
 void NcWriter::BeginBlock() {
@@ -74,7 +75,7 @@ void NcWriter::Write(const PostedRow& row) {
   const std::array<double, kMostAxes> values{p.x,           p.y,           p.z,
                                              row.angles[0], row.angles[1], row.angles[2]};
   const std::size_t axes =
-      std::min(m_axisNames.size(), static_cast<std::size_t>(3 + row.rotaryCount));
+      std::min(m_axisWords.size(), static_cast<std::size_t>(3 + row.rotaryCount));
   std::array<bool, kMostAxes> changed{};
   double turnDeg = 0;
   bool turns = false;
@@ -101,7 +102,7 @@ void NcWriter::Write(const PostedRow& row) {
   for (std::size_t i = 0; i < axes; ++i) {
     if (!changed[i]) continue;
     m_sink.Put(' ');
-    m_sink.Put(m_axisNames[i]);
+    m_sink.Put(m_axisWords[i]);
     m_sink.Put({m_axes[i].text.data(), m_axes[i].length});
   }
   if (feedMove) PutFeed(row, turns, turnDeg);

@@ -14,7 +14,7 @@
 namespace kandrel_post {
 
 /// Text for a control of the ISO 6983 kind: one block a move, absolute, linear, with G0 and G1
-/// modal and the axes by the machine's names. An axis is written when its text differs from the
+/// modal and the axes by their AxisWords. An axis is written when its text differs from the
 /// last one written; four decimals metric, five inch, degrees as lengths.
 ///
 /// Feeds: F in length per minute when it changes on a feed move. A feed move that turns a rotary
@@ -23,9 +23,9 @@ namespace kandrel_post {
 /// F, and a comment before the first of them.
 class NcWriter {
  public:
-  /// Writes the head of the text. `axisNames` are X, Y, Z and the rotary axes; six at most. The
-  /// control takes the shorter way to the angles of `wrapped` rotary axes.
-  NcWriter(TextSink& sink, std::string_view machineName, std::vector<std::string> axisNames,
+  /// Writes the head of the text. `axisNames` are any texts, for X, Y, Z and the rotary
+  /// axes; six at most. The control takes the shorter way to the angles of `wrapped` rotary axes.
+  NcWriter(TextSink& sink, std::string_view machineName, const std::vector<std::string>& axisNames,
            bool inch, const std::array<bool, 3>& wrapped = {});
 
   /// Fails with error 0 for a position or an angle that is infinite or not a number.
@@ -57,7 +57,7 @@ class NcWriter {
   void BeginBlock();
 
   TextSink& m_sink;
-  std::vector<std::string> m_axisNames;
+  std::vector<std::string> m_axisWords;
   int m_decimals;
   std::array<bool, 3> m_wrapped;
   std::uint64_t m_number = kFirstNumber;

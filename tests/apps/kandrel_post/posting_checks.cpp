@@ -4,6 +4,8 @@
 #include <kandrel-post/commands/command_line.h>
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/samples/samples.h>
+#include <kandrel/misc/text.h>
+#include <kandrel/persistence/settings_file.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/four_axis_scenes.h>
 
@@ -11,6 +13,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
+#include <iterator>
+#include <sstream>
 
 namespace tests {
 
@@ -179,6 +183,22 @@ Outcome RunPost(const std::string& machine, const std::filesystem::path& file,
   run.summary = testing::internal::GetCapturedStdout();
   run.failure = testing::internal::GetCapturedStderr();
   return run;
+}
+
+Outcome RunLine(const std::string& line) {
+  std::istringstream given(line);
+  const std::vector<std::string> words(std::istream_iterator<std::string>(given), {});
+  std::vector<const char*> arguments;
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  const int count = static_cast<int>(words.size());
+  const int exitCode = kandrel_post::RunCommandLine(count, arguments.data());
+  return {exitCode, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+
+void WriteSettingsFile(const std::string& fileName, const post::zvMachDefBuilder& builder) {
+  const zvKDSOutput output(misc::FromUtf8(fileName), builder);
 }
 
 kandrel_post::MachineValues PresetValues(std::string_view name) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <kandrel-post/machine/values.h>
+#include <kandrel/post/model/mach_def_builder.h>
 #include <tests/support/laws.h>
 
 #include <filesystem>
@@ -46,6 +47,11 @@ struct Outcome {
 
 Outcome RunPost(const std::string& machine, const std::filesystem::path& file,
                 const std::string& folder, const std::vector<const char*>& more = {});
+
+/// Runs a command line, cut at its blanks.
+Outcome RunLine(const std::string& line);
+
+void WriteSettingsFile(const std::string& fileName, const post::zvMachDefBuilder& builder);
 
 kandrel_post::MachineValues PresetValues(std::string_view name);
 

@@ -1,13 +1,11 @@
 // Toolpaths posted through the command line's own entry: each preset with each real file of its
 // class and each sample. What is written is checked against the machine as rigid bodies; what the
 // machine can't do is refused.
-#include <kandrel-post/commands/command_line.h>
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/samples/samples.h>
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <tuple>
 
 #include "posting_checks.h"
@@ -18,6 +16,7 @@ namespace fs = std::filesystem;
 using tests::Line;
 using tests::Lines;
 using tests::Outcome;
+using tests::RunLine;
 using tests::RunPost;
 using tests::SampleFile;
 using tests::Told;
@@ -68,6 +67,21 @@ class Posting : public testing::TestWithParam<PresetAndPath> {
     return true;
   }
 
+  // What was posted last, with these options at its end, on the machine of a settings file.
+  void ExpectSameOnSettingsFile(const fs::path& file, const Options& options) const {
+    const auto written = [&] {
+      return tests::FileText(m_scratch.Path("out/posted.csv")) +
+             tests::FileText(m_scratch.Path("out/posted.nc"));
+    };
+    const std::string& preset = std::get<0>(GetParam());
+    const std::string machine = m_scratch.Path(preset + ".kds");
+    const std::string given = written();
+    tests::WriteSettingsFile(machine, kandrel_post::MakePreset(preset).builder);
+    const Outcome run = tests::RunPost(machine, file, m_scratch.Path("out"), options);
+    EXPECT_EQ(run.exitCode, 0) << run.failure;
+    EXPECT_EQ(written(), given);
+  }
+
   // Posts the file and checks all that is written.
   void ExpectGood(const fs::path& file, Options options) const {
     const bool small = !options.empty() && std::string(options.back()) == "--small";
@@ -114,6 +128,7 @@ TEST_P(Posting, StandsWhereItSaysOrIsRefused) {
     const std::string nc = tests::FileText(m_scratch.Path("out/posted.nc"));
     ExpectGood(file, {"--small"});
     EXPECT_EQ(tests::FileText(m_scratch.Path("out/posted.nc")), nc);
+    ExpectSameOnSettingsFile(file, {"--small", "--origin", "-12.5,20,-35", "--tool-length", "-80"});
   } else if (m_values.axes == 3) {
     // Of another way to post: the source's places are found among those put between.
     ExpectGood(file, {"--set", "interpolateByDistance=true", "--small"});
@@ -121,19 +136,6 @@ TEST_P(Posting, StandsWhereItSaysOrIsRefused) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Posting, testing::ValuesIn(AllPaths()), NameOf);
-
-// Runs a command line, cut at its blanks.
-Outcome RunLine(const std::string& line) {
-  std::istringstream given(line);
-  const std::vector<std::string> words(std::istream_iterator<std::string>(given), {});
-  std::vector<const char*> arguments;
-  for (const std::string& word : words) arguments.push_back(word.c_str());
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  const int count = static_cast<int>(words.size());
-  const int exitCode = kandrel_post::RunCommandLine(count, arguments.data());
-  return {exitCode, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
-}
 
 void Replace(std::string& text, std::string_view word, const std::string& by) {
   for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += by.size())
@@ -143,9 +145,11 @@ void Replace(std::string& text, std::string_view word, const std::string& by) {
 TEST(CommandLine, EndsWithItsExitCodeAndOneLineAndLeavesNoFolder) {
   const tests::ScratchFolder scratch;
   const std::string out = scratch.Path("out");
+  fs::create_directory(scratch.Path("FILE_folder.kds"));
+  fs::create_symlink("/dev/zero", scratch.Path("FILE_zero.kds"));
   for (const auto& c : tests::Cases("commands.txt")) {
     SCOPED_TRACE(c.at(4));
-    for (const char* name : {"FILE.cl", "FILE.json"})
+    for (const char* name : {"FILE.cl", "FILE.json", "FILE.kds"})
       std::ofstream(scratch.Path(name), std::ios::binary) << c.at(3);
     std::string line = "kandrel-post " + c.at(4);
     Replace(line, "POST", "post -t FILE.cl -o OUT");

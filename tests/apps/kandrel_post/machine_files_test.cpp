@@ -1,0 +1,136 @@
+// Machines as files of both forms, through the command line: what they show, and the names of axes.
+#include <kandrel-post/machine/json.h>
+#include <kandrel-post/machine/presets.h>
+#include <tests/support/bytes.h>
+
+#include <algorithm>
+#include <initializer_list>
+#include <limits>
+#include <regex>
+
+#include "posting_checks.h"
+
+namespace {
+
+using tests::Outcome;
+using tests::RunLine;
+
+std::string Shown(const std::string& machine, const std::string& option = "") {
+  const Outcome run = RunLine("kandrel-post machine show " + machine + " " + option);
+  EXPECT_EQ(run.exitCode, 0) << run.failure;
+  return run.summary;
+}
+
+// What `pattern` finds all over the text, by its first group.
+std::string AllOf(const std::string& text, const std::string& pattern, const std::string& between) {
+  const std::regex regex(pattern);
+  std::string found;
+  for (std::sregex_iterator it(text.begin(), text.end(), regex), end; it != end; ++it)
+    found += (found.empty() ? "" : between) + it->str(1);
+  return found;
+}
+
+TEST(SettingsFiles, ShowTheMachineThatWasWritten) {
+  const tests::ScratchFolder scratch;
+  for (const kandrel_post::Preset& preset : kandrel_post::Presets()) {
+    const std::string file = scratch.Path(preset.name + ".kds");
+    tests::WriteSettingsFile(file, kandrel_post::MakePreset(preset.name).builder);
+    EXPECT_EQ(Shown(file, "--json"), Shown("preset:" + preset.name, "--json"));
+    EXPECT_EQ(Shown(file), Shown("preset:" + preset.name));
+  }
+}
+
+// Any names do: in words and JSON on the way there and back, and in NC text, in both forms.
+TEST(AxisNames, StandWhereTheyCanAndElseTheirDefaults) {
+  const tests::ScratchFolder scratch;
+  const std::string json = scratch.Path("m.json"), kds = scratch.Path("m.kds");
+  const std::string out = scratch.Path("out");
+  std::ofstream(scratch.Path("m.cl")) << "RAPID\nGOTO/1,2,3\nFINI\n";
+  for (const auto& c : tests::Cases("axis_names.txt")) {
+    SCOPED_TRACE(c.at(0) + c.at(1));
+    const auto axes = static_cast<std::size_t>(std::stoi(c[0]));
+    const std::string rotary = axes < 6 ? "" : R"(, "rotary": [{}, {}, {"direction": [1, 0, 0]}])";
+    std::ofstream(json) << R"({"axes": )" << c[0] << R"(, "names": )" << c[1] << rotary << "}";
+    const auto builder = kandrel_post::ReadMachineFile(json).builder;
+    tests::WriteSettingsFile(kds, builder);
+    const std::string shown = Shown(json, "--json");
+    EXPECT_NE(shown.find("\"names\": " + c[1] + ",\n"), std::string::npos) << shown;
+    if (axes == 6 || builder.GetAxisNames().size() <= axes) {
+      EXPECT_EQ(Shown(kds, "--json"), shown);
+    }
+    std::ofstream(json) << shown;
+    EXPECT_EQ(Shown(json, "--json"), shown);
+    EXPECT_EQ(AllOf(Shown(json), "\n  (.*): (?:linear|rotary),", "|"), c.at(2));
+    std::string written;
+    for (const std::string& machine : {json, kds}) {
+      const Outcome run = tests::RunPost(machine, scratch.Path("m.cl"), out);
+      ASSERT_EQ(run.exitCode, 0) << run.failure;
+      EXPECT_EQ(AllOf(run.summary, "\n  (\\S+) +[-0-9.]+ +[-0-9.]+ +\\S+ +[0-9.e+]+(?=\n)", "|"),
+                c[2]);
+      const std::string nc = tests::FileText(out + "/posted.nc");
+      EXPECT_TRUE(written.empty() || nc == written) << nc << written;
+      written = nc;
+    }
+    const std::string one =
+        "\\(AXIS ([1-6]) HAS NO NAME THAT CAN STAND HERE. ITS WORD IS [XYZABC]\\)\n";
+    const std::string all =
+        "\\(NOT ALL NAMES OF AXES CAN STAND HERE. ([Aa])LL AXES HAVE THEIR DEFAULT LETTERS\\)\n";
+    const std::string said =
+        AllOf(written, one, "") + (AllOf(written, all, "") == "A" ? "all" : "");
+    EXPECT_EQ(said, c.at(3)) << written;
+    EXPECT_TRUE(written.starts_with("(MACHINE m, AXES " + c.at(4) + ")\n")) << written;
+    const std::string block = written.substr(written.find("N20 G0"));
+    EXPECT_EQ(AllOf(block.substr(0, block.find('\n')), " ([A-Za-z]+)-?[0-9]+[.]", " "), c[4]);
+    // Comments and four blocks are all.
+    const auto comments = static_cast<std::ptrdiff_t>(said == "all" ? 1 : said.size());
+    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 1 + comments + 4);
+  }
+}
+
+// Settings files of five axes as they were written long ago.
+std::string OldSettings(std::initializer_list<double> directions, double minAngle) {
+  tests::Bytes bytes;
+  bytes.Raw("KDS ").Int({108}).Hex("01 00").Int({1, 3}).Double({0, 0, 1}).Double(directions);
+  bytes.Double({0, 0, 0, 0, 0, 0, minAngle, -120, 100000, 120});
+  return bytes.Double({-500, -500, -500, 500, 500, 500}).Int({0});
+}
+
+TEST(SettingsFiles, SayWhatHadToBeChanged) {
+  const tests::ScratchFolder scratch;
+  const std::string file = scratch.Path("old.kds"), path = scratch.Path("m.cl");
+  std::ofstream(path) << "RAPID\nGOTO/1,2,3\nFINI\n";
+  const auto expect = [&](const std::string& bytes, const std::string& rotary,
+                          const std::string& change) {
+    std::ofstream(file, std::ios::binary) << bytes;
+    const std::string words = Shown(file);
+    EXPECT_EQ(AllOf(words, "  [AB]: rotary, about (.*), pivot", " "), rotary);
+    EXPECT_EQ(AllOf(words, "\n  changed on reading: (.*)", "|"), change);
+    EXPECT_EQ(Shown(file, "--json").find("spindle:"), std::string::npos);
+    const Outcome run = tests::RunPost(file, path, scratch.Path("out"));
+    EXPECT_EQ(AllOf(run.summary, "\nnote            in the machine, (.*)", "|"), change);
+  };
+  expect(OldSettings({0, 0, 1, 1, 0, 0}, -90), "(0, 0, 1) (1, 0, 0)", "");
+  expect(OldSettings({1, 0, 0, 0, 0, 1}, -90), "(0, 0, 1) (1, 0, 0)",
+         "the directions of the rotary axes have changed places: the second was parallel to the "
+         "spindle");
+  expect(OldSettings({0, 0, 1, 0, 0, -1}, -90), "(0, 0, 1) (1, 0, 0)",
+         "the direction of the second rotary axis was replaced by one at right angles: both were "
+         "parallel to the spindle");
+}
+
+TEST(SettingsFiles, AreNoJsonWhereANumberIsNotFinite) {
+  const tests::ScratchFolder scratch;
+  const std::string file = scratch.Path("old.kds");
+  for (const double number :
+       {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+        std::numeric_limits<double>::quiet_NaN()}) {
+    std::ofstream(file, std::ios::binary) << OldSettings({0, 0, 1, 1, 0, 0}, number);
+    EXPECT_NE(Shown(file), "");
+    const Outcome run = RunLine("kandrel-post machine show --json " + file);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.failure, "error 0: a machine with a number that is not finite can't be JSON\n");
+    EXPECT_EQ(run.summary, "");
+  }
+}
+
+}  // namespace
