@@ -6,12 +6,13 @@
 #include <kandrel/post/geometry/solution_choice.h>
 #include <kandrel/post/model/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
+#include <tests/support/number_cases.h>
+#include <tests/support/numbers.h>
 #include <tests/support/throws_id.h>
 #include <tests/support/toolpath_builders.h>
 
-#include <array>
 #include <cmath>
-#include <limits>
+#include <vector>
 
 namespace {
 
@@ -24,14 +25,13 @@ using post::zvRotarySolution;
 using post::zvRotarySolutions;
 using tests::Distance;
 using tests::FiveAxisScene;
+using tests::kInfinity;
 using tests::Point;
 using tests::Seeded;
 using tests::ThrowsId;
 using tests::ToPoint;
 using tests::ToVector;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kPi = 3.14159265358979323846;
 
 Point InPlaneXZ(double deg) {
@@ -182,7 +182,7 @@ TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
   const auto solve = [&](const Point& p, const Point& t) { SolveMove(scene.Solver(), p, t); };
   for (const double size : {1e-200, 1e200}) EXPECT_NO_THROW(solve({}, {size, 0, size}));
   EXPECT_TRUE(IsNull([&] { solve({}, {0, -0.0, 0}); }));
-  for (const double bad : {kNaN, kInfinity, -kInfinity})
+  for (const double bad : {tests::kNaN, kInfinity, -kInfinity})
     for (double Point::*axis : {&Point::x, &Point::y, &Point::z})
       for (const bool isTip : {false, true}) {
         Point p{1, 2, 3}, t{0, 0.6, 0.8};
@@ -384,115 +384,45 @@ TEST(FiveAxisPoleLimits, SaySoWhereABisectionEndsNowhere) {
   EXPECT_EQ(s.first.position, (Point{-1e9, 0, 0}));
 }
 
-zvRotarySolutions Pair(double a1, double a2, double b1, double b2, const Point& p = {},
-                       const Point& q = {}) {
-  return {{a1, a2, p}, {b1, b2, q}, 0};
-}
-
-constexpr Point kFar{1000, 0, 0};
-constexpr Point kLow{0, -200, 0};
+using Numbers = std::vector<double>;
 
 // The machine of the tables: angles within -90..90 and 0..100, slides within 100.
-FiveAxisScene LimitedScene(int limitsCheck, bool byRule, bool mirrorFlag) {
+FiveAxisScene LimitedScene(const Numbers& numbers) {
   FiveAxisScene scene;
   scene.machine.firstRange = {-90, 90};
   scene.machine.secondRange = {0, 100};
   scene.machine.low = {-100, -100, -100};
   scene.machine.high = {100, 100, 100};
-  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(limitsCheck));
-  scene.par.SetFirstMoveByRule(byRule);
-  scene.par.SetFirstMoveMirror(mirrorFlag);
+  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(numbers[0]));
+  scene.par.SetFirstMoveByRule(numbers[1] == 1);
+  scene.par.SetFirstMoveMirror(numbers[2] == 1);
   return scene;
+}
+zvRotarySolutions Both(const Numbers& a, const Numbers& b) {
+  return {{a[0], a[1], {a[2], a[3], a[4]}}, {b[0], b[1], {b[2], b[3], b[4]}}, 0};
 }
 
 TEST(FiveAxisChoice, TakesForTheNextMoveWhatKeepsLimitsAndThenTheNearest) {
-  const struct {
-    int limitsCheck;
-    zvRotarySolutions s;
-    bool byRule, mirrorFlag, expected;
-  } cases[] = {
-      // No limits: the one that doesn't hold the largest travel.
-      {0, Pair(10, 0, 5, 0), true, false, true},
-      {0, Pair(5, 0, 10, 0), true, false, false},
-      {0, Pair(10, 90, 89, 0), true, false, true},
-      {0, Pair(170, 0, -175, 0), true, false, false},
-      {0, Pair(190, 0, -165, 0), true, false, true},  // 170 against 165 on the circle
-      {0, Pair(10, 0, -10, 0), true, false, false},   // a tie
-      {0, Pair(5, 0, 10, 0), false, true, true},
-      {0, Pair(200, 0, 5, 0, kFar), false, false, false},
-      // Linear limits alone, also against the flag.
-      {1, Pair(0, 0, 50, 0, kFar), true, false, true},
-      {1, Pair(50, 0, 0, 0, {}, kFar), true, false, false},
-      {1, Pair(50, 0, 0, 0, kFar, kFar), true, false, true},
-      {1, Pair(0, 0, 50, 0, kFar), false, false, true},
-      {1, Pair(0, 0, 50, 0, {100 + 5e-13, 0, 0}), true, false, false},
-      {1, Pair(0, 0, 50, 0, {100 + 5e-12, 0, 0}), true, false, true},
-      {1, Pair(170, 0, 175, 0), true, false, false},  // angles don't count
-      // Rotary ranges alone, on the circle and with the slack of limitTolerance.
-      {2, Pair(-100, 50, 80, 50), true, false, true},
-      {2, Pair(350, 50, 100, 50), true, false, false},
-      {2, Pair(90.00005, 50, 200, 50), true, false, false},
-      {2, Pair(90.0002, 50, 60, 50), true, false, true},
-      {2, Pair(0, 0, 80, 50, kFar), true, false, false},  // positions don't count
-      // Both, and so by an unknown value.
-      {3, Pair(0, 0, 80, 50, kFar), true, false, true},
-      {3, Pair(-100, 50, 80, 50, {}, kFar), true, false, true},
-      {3, Pair(0, 0, 80, -50, kFar), true, false, false},
-      {4, Pair(0, 0, 80, 50, kFar), true, false, true},
-      {4, Pair(-100, 50, 80, 50), true, false, true},
-  };
-  for (const auto& c : cases) {
-    const FiveAxisScene scene = LimitedScene(c.limitsCheck, c.byRule, c.mirrorFlag);
-    EXPECT_EQ(post::TakesMirrorNext(0, 0, c.s, scene.par, scene.machine.MachDef()), c.expected)
-        << "case " << &c - cases;
+  for (const auto& c : tests::NumberCases("geometry/data/choice_next.txt")) {
+    const FiveAxisScene scene = LimitedScene(c[0]);
+    const zvRotarySolutions both = Both(c[1], c[2]);
+    EXPECT_EQ(post::TakesMirrorNext(0, 0, both, scene.par, scene.machine.MachDef()), c[3][0] == 1)
+        << c.line;
   }
 }
 
 TEST(FiveAxisChoice, TakesForTheFirstMoveWhatKeepsLimitsAndThenTheRule) {
-  const post::zvLimitType none;
-  const post::zvLimitType xMax{post::zvLimitType::kX, post::zvLimitType::kMaximum};
-  const post::zvLimitType yMin{post::zvLimitType::kY, post::zvLimitType::kMinimum};
-  const struct {
-    int limitsCheck;
-    zvRotarySolutions s;
-    int rule, index;
-    double preferred;
-    bool byRule, mirrorFlag, expected;
-    post::zvLimitType excess;
-  } cases[] = {
-      {0, Pair(0, 0, 50, 0), 0, 0, 0, true, true, false, none},
-      {0, Pair(0, 0, 50, 0), 0, 1, 0, true, false, true, none},
-      {0, Pair(0, 0, 50, 0), 0, -3, 0, true, false, true, none},
-      {0, Pair(0, 0, 50, 0), 1, 1, 40, true, false, true, none},
-      {0, Pair(0, 0, 50, 0), 1, 1, 20, true, false, false, none},
-      {0, Pair(0, 0, 50, 0), 1, 1, 25, true, false, false, none},  // a tie
-      {0, Pair(10, 0, -20, 0), 1, 0, 345, true, false, true, none},
-      {0, Pair(0, 30, 50, -30), 2, 0, -1, true, false, true, none},
-      {0, Pair(0, 30, 50, -30), 2, 0, 1, true, false, false, none},
-      {0, Pair(0, 30, 50, -30), 7, 1, -1, true, false, false, none},
-      {0, Pair(0, 0, 50, 0), 0, 1, 0, false, false, false, none},
-      {0, Pair(0, 0, 50, 0), 0, 0, 0, false, true, true, none},
-      {1, Pair(0, 0, 50, 0, kFar), 0, 0, 0, true, false, true, none},
-      {1, Pair(0, 0, 50, 0, {}, kFar), 0, 1, 0, true, false, false, none},
-      // Both out: the record of the last linear test.
-      {1, Pair(0, 0, 50, 0, kFar, kLow), 0, 0, 0, true, false, false, yMin},
-      {1, Pair(0, 0, 50, 0, kLow, kFar), 0, 1, 0, true, false, true, xMax},
-      // A pure rotary excess sets none, and the rule decides.
-      {2, Pair(-100, 0, 100, 0), 0, 1, 0, true, false, true, none},
-      {3, Pair(-100, 0, 100, 0, kFar, kLow), 0, 1, 0, true, false, true, none},
-      {3, Pair(-100, 0, 80, 50, {}, kLow), 0, 0, 0, true, false, false, yMin},
-      {3, Pair(80, 50, 100, 0, kFar, {}), 0, 0, 0, true, false, false, xMax},
-      {3, Pair(80, 50, 60, 50, kFar, {}), 0, 0, 0, true, false, true, none},
-      {4, Pair(80, 50, 100, 0), 0, 1, 0, true, false, false, none},
-  };
-  for (const auto& c : cases) {
-    FiveAxisScene scene = LimitedScene(c.limitsCheck, c.byRule, c.mirrorFlag);
-    scene.par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(c.rule));
-    scene.par.SetFirstMoveSolutionIndex(static_cast<zvKDRParam::SolutionIndex>(c.index));
-    scene.par.SetFirstMovePreferredAngle(c.preferred);
-    const auto choice = post::ChooseFirst(c.s, scene.par, scene.machine.MachDef());
-    EXPECT_EQ(choice.isMirror, c.expected) << "case " << &c - cases;
-    EXPECT_EQ(choice.excess, c.excess) << "case " << &c - cases;
+  for (const auto& c : tests::NumberCases("geometry/data/choice_first.txt")) {
+    FiveAxisScene scene = LimitedScene(c[0]);
+    scene.par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(c[0][3]));
+    scene.par.SetFirstMoveSolutionIndex(static_cast<zvKDRParam::SolutionIndex>(c[0][4]));
+    scene.par.SetFirstMovePreferredAngle(c[0][5]);
+    const auto choice = post::ChooseFirst(Both(c[1], c[2]), scene.par, scene.machine.MachDef());
+    EXPECT_EQ(choice.isMirror, c[3][0] == 1) << c.line;
+    EXPECT_EQ(choice.excess.IsNone(), c[4].empty()) << c.line;
+    if (c[4].empty()) continue;
+    EXPECT_EQ(choice.excess.limitAxis, c[4][0]) << c.line;
+    EXPECT_EQ(choice.excess.limitSide, c[4][1]) << c.line;
   }
 }
 
