@@ -137,12 +137,10 @@ TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
 template <class Move>
 class Jumps : public testing::Test {
  protected:
-  template <class Retract>
-  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump, const Retract& retract) {
+  template <class Retract = Move (*)(const Move&)>
+  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump,
+                           const Retract& retract = Retracted) {
     return post::HandleLargeAngleJumps(moves.list, 180, maxJump, retract);
-  }
-  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump) {
-    return Run(moves, maxJump, Retracted);
   }
   static Move Retracted(const Move& move) { return tests::TableMachine<Move>().Retract(move); }
 };

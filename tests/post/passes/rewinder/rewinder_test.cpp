@@ -77,11 +77,6 @@ class Rewinding : public testing::Test {
 using Classes = testing::Types<zvPosted4axMove, zvPosted5axMove>;
 TYPED_TEST_SUITE(Rewinding, Classes);
 
-template <class List>
-auto FirstLift(List& list) {
-  return std::find_if(list.begin(), list.end(), [](const auto& move) { return move.IsRapid(); });
-}
-
 // The runs of the file were found alike by a rewinding in its plain form, with restarts and double
 // loops, and those that have a name were worked out by hand.
 TYPED_TEST(Rewinding, KnownRuns) {
@@ -206,7 +201,8 @@ TEST(RewindingAtALeap, KeepsTheToolOrSwingsInTheAir) {
                                                leaping);
       EXPECT_EQ(rewinder.Run(), 1u);
       for (const double deg : moves.Angles()) EXPECT_LE(std::fabs(deg), 362 + 1e-9);
-      const auto lift = FirstLift(moves.list);
+      const auto lift = std::find_if(moves.list.begin(), moves.list.end(),
+                                     [](const Move& move) { return move.IsRapid(); });
       ASSERT_TRUE(lift != moves.list.end());
       const Move& last = *std::prev(lift);
       if (tilt > 0.01) {
