@@ -38,12 +38,8 @@ PathBuilder Turns(double from, double to, double step) {
   return Through(angles);
 }
 
-template <class Value>
-Change Set(void (zvKDRParam::*set)(Value), std::type_identity_t<Value> value) {
-  return [=](FiveAxisScene& s) { (s.par.*set)(value); };
-}
-template <class Value>
-Change Set(void (zvKDRParam::*set)(Value) noexcept, std::type_identity_t<Value> value) {
+template <class Setter, class Value>
+Change Set(Setter set, Value value) {
   return [=](FiveAxisScene& s) { (s.par.*set)(value); };
 }
 Change Wraps(zv5axControlDef::angleLimit first, zv5axControlDef::angleLimit second) {
@@ -173,10 +169,8 @@ TEST(FiveAxisCreator, ANewMachineReachesWhatMendsAListButNotSolutions) {
 // The first solution stands at (-80, 30), its mirror at (100, -30).
 TEST(FiveAxisCreator, SingleMovesWithinLimits) {
   using Limit = zv5axControlDef::angleLimit;
-  using Range = std::pair<double, double>;
   using Angles = std::optional<Range>;
   constexpr Range kFree{-1000, 1000}, kWhole{0, 360}, kHalf{-180, 180};
-  constexpr auto kNothing = zvKDRParam::checkNothing;
   constexpr auto kLinear = zvKDRParam::checkLinearAxes;
   constexpr auto kRotary = zvKDRParam::checkRotaryAxes;
   constexpr auto kAll = zvKDRParam::checkAllAxes;
@@ -190,11 +184,11 @@ TEST(FiveAxisCreator, SingleMovesWithinLimits) {
     Angles solution, mirror;
     std::uint32_t id = 0;
   } cases[] = {
-      {"no check", kNothing, {0, 1}, {0, 1}, kNone, kNone, -500, {{-80, 30}}, {{100, -30}}},
-      {"wrapped", kNothing, kFree, kFree, k360, kNone, 500, {{280, 30}}, {{100, -30}}},
+      {"no check", {}, {0, 1}, {0, 1}, kNone, kNone, -500, {{-80, 30}}, {{100, -30}}},
+      {"wrapped", {}, kFree, kFree, k360, kNone, 500, {{280, 30}}, {{100, -30}}},
       // The second axis is wrapped by the first one's limit.
-      {"both wrapped", kNothing, kFree, kFree, k360, k180, 500, {{280, 30}}, {{100, 330}}},
-      {"second by no limit", kNothing, kFree, kFree, kNone, k360, 500, {{-80, 30}}, {{100, -30}}},
+      {"both wrapped", {}, kFree, kFree, k360, k180, 500, {{280, 30}}, {{100, 330}}},
+      {"second by no limit", {}, kFree, kFree, kNone, k360, 500, {{-80, 30}}, {{100, -30}}},
       {"into the range", kRotary, kWhole, kHalf, kNone, kNone, -500, {{280, 30}}, {{100, -30}}},
       {"into the second range", kRotary, kFree, {0, 360}, kNone, kNone, 500, {{-80, 30}}, {{100, 330}}},
       {"only the first bound is mended", kRotary, {200, 560}, {0, 360}, kNone, kNone, 500, {{280, 30}}, {}},

@@ -119,7 +119,6 @@ TEST(FiveAxisStanding, RotaryLimitsAreCheckedOnceAndNotAtZero) {
       {30, 29.4, 0.57, zvKDRParam::checkAllAxes, 5019},
       {30, 29.4, 0.7, zvKDRParam::checkAllAxes, 0},
       {30, 29.4, 0.57, zvKDRParam::checkLinearAxes, 0},
-      {30, 29.4, 0.57, zvKDRParam::checkNothing, 0},
       {0, -10, 0.57, zvKDRParam::checkAllAxes, 0},
       {0.005, -10, 0.57, zvKDRParam::checkAllAxes, 0},
       {0.6, -10, 0.57, zvKDRParam::checkAllAxes, 5019},

@@ -147,6 +147,7 @@ TEST(PostingFacade, TheAlignmentStaysForSingleMovesButForNoOtherPosting) {
       {PathBuilder().Contour({Move3({}, 1, 0, {0, 0, -1})}), 2189}};
   for (const auto& [path, id] : others) {
     EXPECT_EQ(IdOf([&] { facade.Post(path); }), id);
+    EXPECT_EQ(posted.GetCount(), id == 0 ? path.Path().GetMoveCount() : 0);
     EXPECT_FALSE(posted.HasAlignMatrix());
     EXPECT_EQ(facade.GetAlignMatrix(), matrix);
     for (auto it = posted.Begin(); it != posted.End(); ++it)
