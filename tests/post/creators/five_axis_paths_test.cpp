@@ -40,9 +40,6 @@ struct Way {
 Way PostWay(const Angles& angles, double radius = 100, double apart = 3) {
   FiveAxisScene scene;
   const Source source = AlongY(scene, angles, radius, apart);
-  // A rule without a distance is none: it must not hide that angles got no smaller.
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(kNaN);
   const Rules rules = Rules::Of(scene);
   Way way{Post(scene, source).lines};
   for (std::size_t k = 1; k < way.lines.size(); ++k) {
@@ -135,6 +132,18 @@ TEST(FiveAxisPaths, KeepsToThePathBesideAndOutOfPoles) {
     EXPECT_LT(way.offPole, 6);
   }
   EXPECT_GT(checked, 850);
+}
+
+// A distance rule without a distance is no rule: it must not hide that the angles got no smaller.
+TEST(FiveAxisPaths, ADistanceRuleWithoutADistanceChangesNothing) {
+  FiveAxisScene scene;
+  const Source source = AlongY(scene, {{0, 5}, {95, 5}}, 200, 5);
+  const Lines plain = Post(scene, source).lines;
+  scene.par.SetInterpolateByDistance(true);
+  for (const double distance : {0.0, -1.0, kNaN}) {
+    scene.par.SetInterpolationDistance(distance);
+    EXPECT_TRUE(Post(scene, source).lines == plain) << distance;
+  }
 }
 
 // An orientation needs no unit length, not even one whose square can be formed.
