@@ -12,10 +12,8 @@ using cadcam::zvToolPath;
 using tests::Shown;
 
 std::string Written(const zvToolPath& toolPath) {
-  const tests::ScratchFolder folder;
-  return tests::Written(folder.Path("cl"), [&](kandrel_post::TextSink& sink) {
-    kandrel_post::WriteCl(sink, toolPath, "test");
-  });
+  return tests::Written(
+      [&](kandrel_post::TextSink& sink) { kandrel_post::WriteCl(sink, toolPath, "test"); });
 }
 
 TEST(ClWriter, WritesTextThatReadsBackToTheSameTree) {
