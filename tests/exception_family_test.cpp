@@ -1,6 +1,5 @@
 // Holds all exception classes of the library to what their family promises, and each table of texts
 // to the letters that it had.
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
 #include <kandrel/cadcam/tool_approximation_exception.h>
@@ -12,13 +11,9 @@
 #include <kandrel/misc/text.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/post_exception.h>
+#include <tests/support/testing.h>
 
 #include <climits>
-#include <cstdint>
-#include <numeric>
-#include <string>
-#include <typeinfo>
-#include <vector>
 
 namespace {
 

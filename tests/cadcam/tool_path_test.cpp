@@ -1,18 +1,9 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/misc_exception.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <iterator>
-#include <list>
-#include <numeric>
-#include <type_traits>
-#include <utility>
-#include <vector>
 
 namespace cadcam {
 namespace {

@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
-
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <limits>
+#include <tests/support/testing.h>
 
 namespace misc {
 namespace {

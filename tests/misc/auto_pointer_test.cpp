@@ -1,12 +1,10 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/exception.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
-#include <array>
 #include <map>
-#include <memory>
 #include <stdexcept>
 
 namespace misc {

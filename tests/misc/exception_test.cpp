@@ -1,10 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/final.h>
 #include <kandrel/misc/math_exception.h>
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/range_exception.h>
-
-#include <type_traits>
+#include <tests/support/testing.h>
 
 namespace misc {
 namespace {

@@ -1,10 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/message_resource.h>
 #include <kandrel/misc/misc_exception.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <vector>
 
 namespace misc {
 namespace {

@@ -1,13 +1,7 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/trigonometry.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
-
-#include <algorithm>
-#include <array>
-#include <bit>
-#include <cmath>
-#include <cstdint>
+#include <tests/support/testing.h>
 
 namespace {
 

@@ -4,9 +4,8 @@
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <tests/support/laws.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <type_traits>
 
 namespace tests {
 

@@ -4,9 +4,8 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <tests/support/numbers.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <vector>
 
 namespace tests {
 

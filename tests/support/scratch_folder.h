@@ -2,13 +2,11 @@
 #pragma once
 
 #include <kandrel/misc/text.h>
+#include <tests/support/testing.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <string>
-#include <string_view>
 
 namespace tests {
 

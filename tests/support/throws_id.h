@@ -1,14 +1,10 @@
 // Checks that a statement fails with a certain exception class, id and text.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <kandrel/misc/exception.h>
+#include <tests/support/testing.h>
 
-#include <cstdint>
 #include <exception>
-#include <functional>
-#include <string>
-#include <typeinfo>
 
 namespace tests {
 

@@ -3,9 +3,7 @@
 
 #include <kandrel/cadcam/tool_path.h>
 #include <tests/support/points.h>
-
-#include <cstdint>
-#include <vector>
+#include <tests/support/testing.h>
 
 namespace tests {
 

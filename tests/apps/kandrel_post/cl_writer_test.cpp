@@ -2,8 +2,6 @@
 #include <kandrel-post/samples/samples.h>
 #include <kandrel/cadcam/cnc_move.h>
 
-#include <limits>
-
 #include "support.h"
 
 namespace {

@@ -7,12 +7,7 @@
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/four_axis_scenes.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdlib>
-#include <functional>
-#include <iterator>
-#include <sstream>
 
 namespace tests {
 

@@ -7,9 +7,6 @@
 #include <tests/support/laws.h>
 
 #include <filesystem>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "support.h"
 

@@ -4,10 +4,6 @@
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/samples/samples.h>
 
-#include <algorithm>
-#include <cmath>
-#include <tuple>
-
 #include "posting_checks.h"
 
 namespace {

@@ -3,17 +3,13 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 #include <kandrel-post/cl/reader.h>
 #include <kandrel-post/out/text_sink.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/testing.h>
 
-#include <algorithm>
 #include <cstring>
 #include <regex>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace tests {
 

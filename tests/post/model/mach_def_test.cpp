@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
 #include <tests/post/model/mach_def_samples.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <cmath>
-#include <string>
-#include <utility>
 
 namespace post {
 namespace {

@@ -1,19 +1,12 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/model/mirror_angle.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_move.h>
 #include <tests/post/model/fields.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
 #include <map>
-#include <memory>
 #include <thread>
-#include <type_traits>
-#include <utility>
-#include <vector>
 
 namespace post {
 namespace {
