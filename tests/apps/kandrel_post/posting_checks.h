@@ -7,9 +7,6 @@
 #include <tests/support/laws.h>
 
 #include <filesystem>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "support.h"
 
@@ -44,8 +41,8 @@ struct Outcome {
   std::string failure;
 };
 
-Outcome RunPost(const std::string& machine, const std::filesystem::path& file,
-                const std::string& folder, const std::vector<const char*>& more = {});
+/// Runs a command line, cut at its blanks, with `last` as one word at its end unless it is empty.
+Outcome RunLine(const std::string& line, const std::string& last = "");
 
 kandrel_post::MachineValues PresetValues(std::string_view name);
 
@@ -55,6 +52,6 @@ std::string ExpectedFailure(const kandrel_post::MachineValues& values,
                             const std::filesystem::path& file);
 
 /// A sample as a file in the folder.
-std::filesystem::path SampleFile(const ScratchFolder& folder, std::string_view name);
+std::string SampleFile(const ScratchFolder& folder, std::string_view name);
 
 }  // namespace tests
