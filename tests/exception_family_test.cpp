@@ -1,6 +1,5 @@
 // Holds all exception classes of the library to what their family promises, and each table of texts
 // to the letters that it had.
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
 #include <kandrel/cadcam/tool_approximation_exception.h>
@@ -12,13 +11,9 @@
 #include <kandrel/misc/text.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/post_exception.h>
+#include <tests/support/testing.h>
 
 #include <climits>
-#include <cstdint>
-#include <numeric>
-#include <string>
-#include <typeinfo>
-#include <vector>
 
 namespace {
 
@@ -74,7 +69,8 @@ void ExpectTextsOf(Make make, const std::vector<Argument>& arguments, std::uint6
   EXPECT_EQ(texts.Value(), digest) << std::hex << ": 0x" << texts.Value();
 }
 
-// A digest names no letter: who changes a text on purpose takes the new digest from the failure.
+// The texts are the interface, misspellings included. A digest names no letter: who changes a text
+// on purpose takes the new digest from the failure.
 TEST(ExceptionFamily, EveryClassHasItsTexts) {
   ExpectTexts<misc::zvmiscException>(37, 0xEB697674A07194F8);
   ExpectTexts<mathdef::zvMathDefException>(9, 0x7D057AD79517AA55);
@@ -97,29 +93,6 @@ TEST(ExceptionFamily, EveryClassHasItsTexts) {
   ExpectTextsOf([](std::uint32_t reason) { return zvMachineSimulatorException(reason, L"A"); },
                 reasons, 0x6379DA53FA5C8964);
 }
-
-// The texts are the interface, misspellings included; these stand for all.
-// clang-format off
-TEST(ExceptionFamily, TextsAreKeptAsTheyWereWritten) {
-  const std::pair<misc::zvException, std::wstring> cases[] = {
-      {misc::zvmiscException(2578), L"String too big. It can not be storred."},
-      {mathdef::zvMathDefException(7051), L"Different dimmensions of input data in Approx"},
-      {mathdef::zvMathDefException(0), L"Unknown exception."},
-      {misc::zvMathException(L"why", 7), L"Determinant is zero, cannot find matrix inverse: why"},
-      {kintree::zvMachineSimulatorException(5, L"A"), L"An object with this identifier already exists (A)"},
-      {cadcam::zvcadcamException(2147), L"Outside diameter must be > 0 "},
-      {cadcam::zvcadcamException(2196), L"Convertor unable to identify an appropiate specific tool."},
-      {cadcam::zvSTLParserException(3507), L"Found word 'end' but not detected any of \n keywords' : 'end solid', 'end loop' ,'end facet' "},
-      {cadcam::zvSTLParserException(3500), L"Unknown error."},
-      {post::zvPostException(2503), L"Use of a member function of an abstract class."},
-      {zvKandrelException(2503), L"Use of a member function of an abstract class"},
-      {post::zvPostException(5013), L"The posted tool path exceeds one of the limits (The first rotary axis exceeds the limit (The minimum limit is reached))."},
-      {post::zvPostException(5022), L"HeapCompact function failed while trying to allcoate memory for a vector."},
-      {post::zvPostException(5023), L"Rewindind algorithm is not possible for 3 axis machine."},
-  };
-  for (const auto& [e, text] : cases) EXPECT_EQ(e.GetMessage(), text);
-}
-// clang-format on
 
 // Thrown through its base, `e` arrives as its own class, whole; so does a clone.
 template <class E>

@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/cnc_move.h>
 #include <tests/support/numbers.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <cmath>
-#include <cstdint>
-#include <memory>
-#include <type_traits>
 
 namespace cadcam {
 namespace {

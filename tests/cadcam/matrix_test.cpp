@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/matrix.h>
 #include <kandrel/misc/math_exception.h>
 #include <tests/support/points.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <array>
-#include <cmath>
 
 namespace cadcam {
 namespace {

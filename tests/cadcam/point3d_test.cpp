@@ -1,11 +1,9 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/point3d.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <cmath>
 
 namespace cadcam {
 namespace {

@@ -1,16 +1,11 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/exception.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
-#include <array>
-#include <functional>
 #include <map>
-#include <memory>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 namespace misc {
 namespace {
@@ -93,10 +88,6 @@ TEST(AutoPointer, TheObjectDiesOnceWithItsLastReference) {
   EXPECT_EQ(constant.UseCount(), 2u);
 }
 
-struct Link {
-  zvAutoPointer<Link> next;
-};
-
 TEST(AutoPointer, SwallowsWhatADestructorThrows) {
   struct Thrower {
     ~Thrower() noexcept(false) { throw std::runtime_error("destructor"); }
@@ -109,6 +100,9 @@ TEST(AutoPointer, SwallowsWhatADestructorThrows) {
 }
 
 TEST(AutoPointer, AssignsFromInsideTheObjectThatItReleases) {
+  struct Link {
+    zvAutoPointer<Link> next;
+  };
   auto head = MakeAutoPointer<Link>();
   head->next = MakeAutoPointer<Link>();
   Link* second = head->next.Get();
@@ -133,54 +127,11 @@ TEST(AutoPointer, AReleasedObjectOutlivesEveryReference) {
   EXPECT_EQ(owner->value, 3);
 }
 
-// Blocks made on one thread and freed on others, more than a thread keeps in stock, while the
-// threads that made them have ended.
-TEST(AutoPointer, OutlivesTheThreadThatMadeIt) {
-  using Pointers = std::vector<zvAutoPointer<int>>;
-  std::array<Pointers, 4> made;
-  const auto inThreads = [&](void (*work)(Pointers&)) {
-    std::vector<std::thread> threads;
-    for (Pointers& mine : made) threads.emplace_back(work, std::ref(mine));
-    for (std::thread& thread : threads) thread.join();
-  };
-  inThreads([](Pointers& mine) {
-    for (int i = 0; i < 20000; ++i) mine.push_back(MakeAutoPointer<int>(i));
-  });
-  inThreads([](Pointers& mine) {
-    const Pointers copies = mine;
-    for (int i = 0; i < 20000; ++i)
-      ASSERT_TRUE(*copies[static_cast<std::size_t>(i)] == i &&
-                  copies[static_cast<std::size_t>(i)].UseCount() == 2);
-    mine.erase(mine.begin(), mine.begin() + 15000);
-  });
-  for (const Pointers& mine : made) {
-    ASSERT_EQ(mine.size(), 5000u);
-    for (int i = 0; i < 5000; ++i) {
-      const auto& pointer = mine[static_cast<std::size_t>(i)];
-      ASSERT_TRUE(*pointer == 15000 + i && pointer.UseCount() == 1);
-    }
-  }
-}
+// Released after main, when the thread's stock of blocks is gone.
+const zvAutoPointer<int> s_releasedAfterMain = MakeAutoPointer<int>(4);
 
-// Made and released while the thread's stock of blocks is gone: after main, and late in a thread.
-zvAutoPointer<int> s_releasedAfterMain = MakeAutoPointer<int>(4);
-
-struct UsesPointersWhenItEnds {
-  ~UsesPointersWhenItEnds() {
-    const auto late = MakeAutoPointer<int>(9);
-    if (*late != 9 || *pointer != 1) std::abort();
-    pointer = nullptr;
-  }
-  zvAutoPointer<int> pointer;
-};
-
-TEST(AutoPointer, WorksWhileAThreadEnds) {
+TEST(AutoPointer, OutlivesMain) {
   EXPECT_EQ(*s_releasedAfterMain, 4);
-  std::thread([] {
-    // Constructed before the thread's stock, so destroyed after it.
-    thread_local UsesPointersWhenItEnds uses;
-    uses.pointer = MakeAutoPointer<int>(1);
-  }).join();
 }
 
 }  // namespace

@@ -205,12 +205,12 @@ TEST(CompressedStreams, OpeningFailsInWords) {
     return ThrowsId<zvException>([&] { zvCompressedOutputFileStream stream(path, true); }, 0, text);
   };
   EXPECT_TRUE(readFails(missing, failed));
-  EXPECT_TRUE(readFails(folder.WidePath(), failed));
+  EXPECT_TRUE(readFails(folder.WidePath(""), failed));
   EXPECT_TRUE(readFails(L"/dev/zero", failed));
   EXPECT_TRUE(readFails(longName, failed + remark));
   EXPECT_TRUE(readFails({static_cast<wchar_t>(0xDC00)}, failed));
   EXPECT_TRUE(writeFails(missing, failed + L"\n" + missing + L" doesn't exist"));
-  EXPECT_TRUE(writeFails(folder.WidePath(), failed));
+  EXPECT_TRUE(writeFails(folder.WidePath(""), failed));
   EXPECT_TRUE(writeFails(longName, failed + remark));
   EXPECT_TRUE(writeFails(deep, failed + remark + L"\n" + deep + L" doesn't exist"));
   const auto method = static_cast<zvCompressedOutputFileStream::Method>(3);

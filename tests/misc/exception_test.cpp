@@ -1,20 +1,11 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/final.h>
 #include <kandrel/misc/math_exception.h>
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/range_exception.h>
-
-#include <type_traits>
+#include <tests/support/testing.h>
 
 namespace misc {
 namespace {
-
-TEST(Exception, ItsMessageReadsInUtf8AndMayBeTheCallers) {
-  EXPECT_STREQ(zvException(3, L"\u00e4 \u20ac").what(), "\xC3\xA4 \xE2\x82\xAC");
-  const zvmiscException own(3600, L"No. 4");
-  EXPECT_EQ(own.GetMessage(), L"No. 4");
-  EXPECT_EQ(own.GetId(), 3600u);
-}
 
 void Expect(const zvException& e, const wchar_t* text) {
   EXPECT_EQ(e.GetMessage(), text);

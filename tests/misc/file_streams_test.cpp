@@ -83,7 +83,7 @@ TEST(FileStreams, OpeningFailsInWords) {
            (!alsoOutput || ThrowsId<zvException>([&] { zvOFStream(path, kOut); }, 0, text));
   };
   EXPECT_TRUE(fails(missing, failed + missing + L" doesn't exist", true));
-  EXPECT_TRUE(fails(folder.WidePath(), failed + folder.WidePath(), true));
+  EXPECT_TRUE(fails(folder.WidePath(""), failed + folder.WidePath(""), true));
   EXPECT_TRUE(fails(L"/dev/zero", failed + L"/dev/zero", false));
   EXPECT_TRUE(fails(longName, failed + longName + kTooLong, true));
   const std::wstring deep = missing + std::wstring(130, L'/') + L"x" + std::wstring(130, L'/');
@@ -96,7 +96,7 @@ TEST(FileStreams, OpeningFailsInWords) {
 
 TEST(FileStreams, ALongPathThatCanBeOpenedIs) {
   const tests::ScratchFolder folder;
-  std::wstring path = folder.WidePath();
+  std::wstring path = folder.WidePath("");
   while (path.size() < 400) path += L"/.";
   zvOFStream(path + L"/x", kOut) << L"a";
   EXPECT_EQ(tests::FileText(folder.Path("x")), "a");

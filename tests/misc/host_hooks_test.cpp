@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/host_hooks.h>
+#include <tests/support/testing.h>
 
 namespace misc {
 namespace {

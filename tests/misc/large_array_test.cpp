@@ -1,9 +1,7 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/large_array.h>
+#include <tests/support/testing.h>
 
-#include <cstdint>
 #include <stdexcept>
-#include <utility>
 
 namespace misc {
 namespace {

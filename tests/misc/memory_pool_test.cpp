@@ -1,16 +1,13 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/memory_pool.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/platform.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
-#include <algorithm>
-#include <array>
 #include <cstring>
 #include <fstream>
 #include <thread>
-#include <vector>
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer's, null without one
 extern "C" int __attribute__((weak)) __asan_address_is_poisoned(const volatile void* address);

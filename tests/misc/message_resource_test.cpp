@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/message_resource.h>
 #include <kandrel/misc/misc_exception.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
 
 namespace misc {
 namespace {
@@ -44,29 +39,22 @@ TEST(MessageResource, FindsBySectionAndIdOrByIdWhatIsLoaded) {
   }
 }
 
-// A file with the given bytes, gone at the end.
-struct File {
-  explicit File(const std::string& bytes)
-      : path(std::filesystem::temp_directory_path() /
-             ("kandrel_messages_" + std::to_string(getpid()))) {
-    std::ofstream(path, std::ios::binary) << bytes;
-  }
-  ~File() { std::filesystem::remove(path); }
-  std::filesystem::path path;
-};
-
 TEST(MessageResource, ReadsATextFile) {
-  const File file(
-      "\xEF\xBB\xBF# comment\r\n1 = none\r\n\r\n[ Axes ]\r\n"
-      "10 = \xC3\xA4 = b\\nnext \\\\n \r\n[Tools]\n10=t");
+  const tests::ScratchFolder folder;
+  const std::string file = folder.Path("messages");
+  tests::WriteFile(file,
+                   "\xEF\xBB\xBF# comment\r\n1 = none\r\n\r\n[ Axes ]\r\n"
+                   "10 = \xC3\xA4 = b\\nnext \\\\n \r\n[Tools]\n10=t");
   zvResourceDll resource;
-  resource.Load(file.path);
+  resource.Load(std::filesystem::path(file));
   EXPECT_EQ(resource.GetMessage(L"", 1), L"none");
   EXPECT_EQ(resource.GetMessage(L"Axes", 10), L"\u00e4 = b\nnext \\n");
   EXPECT_EQ(resource.GetMessage(L"Tools", 10), L"t");
 }
 
 TEST(MessageResource, WhatIsNoTableIsRefusedAndLeavesTheOldOne) {
+  const tests::ScratchFolder folder;
+  const std::string file = folder.Path("messages");
   zvResourceDll resource;
   const auto refuses = [&](const auto& source, std::uint32_t id) {
     return Fails([&] { resource.Load(source); }, id);
@@ -77,9 +65,12 @@ TEST(MessageResource, WhatIsNoTableIsRefusedAndLeavesTheOldOne) {
   using Entries = std::vector<zvResourceEntry>;
   EXPECT_TRUE(refuses(Entries{{L"A", 1, L"one"}, {L"A", 1, L"again"}}, 3606));
   EXPECT_TRUE(refuses(Entries{{L"A", 2, L""}}, 3606));
-  for (const char* bytes : {"[Axes\n", "text\n", "x = 1\n", "-1 = a\n", "4294967296 = a\n", "1 =\n",
-                            "1 = a\n1 = b\n", "1 = a\\\n", "1 = a\\t\n", " = a\n", "1 2 = a", "["})
-    EXPECT_TRUE(refuses(File(bytes).path, 3606)) << bytes;
+  for (const char* bytes :
+       {"[Axes\n", "text\n", "x = 1\n", "-1 = a\n", "4294967296 = a\n", "1 =\n", "1 = a\n1 = b\n",
+        "1 = a\\\n", "1 = a\\t\n", " = a\n", "1 2 = a", "["}) {
+    tests::WriteFile(file, bytes);
+    EXPECT_TRUE(refuses(std::filesystem::path(file), 3606)) << bytes;
+  }
   for (const char* path : {"/nowhere/at/all", "/tmp", "/dev/zero"})
     EXPECT_TRUE(refuses(path, 3601)) << path;
   EXPECT_EQ(resource.GetMessage(11), L"axis eleven");

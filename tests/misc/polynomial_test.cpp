@@ -1,10 +1,9 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/polynomial.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
 #include <span>
-#include <vector>
 
 namespace mathdef {
 namespace {

@@ -1,16 +1,11 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/private_heap.h>
 #include <kandrel/misc/small_array.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <cstring>
-#include <numeric>
-#include <optional>
 #include <thread>
-#include <vector>
 
 namespace misc {
 namespace {

@@ -1,11 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/text.h>
 #include <tests/support/numbers.h>
+#include <tests/support/testing.h>
 
-#include <bit>
 #include <clocale>
-#include <cmath>
-#include <cstdint>
 #include <random>
 
 namespace misc {

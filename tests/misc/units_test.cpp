@@ -1,11 +1,7 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/measurable.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <cmath>
-#include <functional>
-#include <utility>
 
 namespace measures {
 namespace {

@@ -628,6 +628,30 @@ TEST(PostTypes, PostedToolpathsWithoutAClassOfTheirOwn) {
   toolpath.PushBack(misc::MakeAutoPointer<post::zvPostedMove>(true));
   EXPECT_TRUE(
       ThrowsId<misc::zvException>([&] { Written(toolpath); }, 2183, L"Abstract function called"));
+  // The first move's class stands for all.
+  toolpath.Clear();
+  toolpath.PushBack(misc::MakeAutoPointer<post::zvPosted3axMove>(true));
+  toolpath.PushBack(misc::MakeAutoPointer<post::zvPosted4axMove>(true));
+  EXPECT_EQ(classOf(toolpath), Bytes().Int({0}).Get());
+}
+
+TEST(PostTypes, VisitorsReadAndWriteTheClassThatTheyVisit) {
+  tests::MemoryOutput out;
+  zvBOPostTypes writer(out);
+  post::zvPostedVisitorBinOutput output(writer);
+  const post::zvPosted4axMove move({1, 2, 3}, {4, 5, 6}, {0, 0, 1}, 7, 8, true,
+                                   post::zvPostedMove::link3);
+  move.AcceptVisitor(output);
+  EXPECT_EQ(out.GetBytes(), Written(move));
+  MemoryInput in(out.GetBytes());
+  zvBIPostTypes reader(in, kNow, false, nullptr, true, false);
+  post::zvPostedTP::MovePointer read;
+  post::zvPostedVisitorBinInput input(reader, read);
+  post::zvPosted4axMove(false).AcceptVisitor(input);
+  EXPECT_TRUE(*read == move);
+  const post::zvPostedMove none(true);
+  EXPECT_TRUE(ThrowsId<zvPostException>([&] { none.AcceptVisitor(input); }, 2503));
+  EXPECT_TRUE(ThrowsId<misc::zvException>([&] { none.AcceptVisitor(output); }, 2183));
 }
 
 // A small 6-axis move is written without its type; what its reader makes of that.

@@ -1,16 +1,12 @@
 // A plain machine of each class and what it can follow, for what creators of all classes keep.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
+#include <tests/support/testing.h>
 #include <tests/support/toolpath_builders.h>
-
-#include <cmath>
-#include <type_traits>
-#include <utility>
 
 namespace tests {
 

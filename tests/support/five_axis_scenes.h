@@ -5,12 +5,7 @@
 #include <kandrel/post/geometry/five_axis_solver.h>
 #include <kandrel/post/model/mach_def.h>
 #include <tests/support/scenes.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <utility>
-#include <vector>
+#include <tests/support/testing.h>
 
 namespace tests {
 

@@ -4,9 +4,7 @@
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/geometry/four_axis_move_maker.h>
 #include <tests/support/scenes.h>
-
-#include <array>
-#include <cmath>
+#include <tests/support/testing.h>
 
 namespace tests {
 

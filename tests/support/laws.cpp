@@ -1,8 +1,5 @@
-#include <gtest/gtest.h>
 #include <tests/support/laws.h>
-
-#include <algorithm>
-#include <cmath>
+#include <tests/support/testing.h>
 
 namespace tests {
 

@@ -4,9 +4,7 @@
 
 #include <tests/support/scenes.h>
 #include <tests/support/source_path.h>
-
-#include <cstdint>
-#include <vector>
+#include <tests/support/testing.h>
 
 namespace tests {
 

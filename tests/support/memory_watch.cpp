@@ -32,31 +32,19 @@ bool IsRefused() {
   return isRefused;
 }
 
-void* Counted(std::size_t size) {
+}  // namespace
+
+// Those of arrays call these.
+void* operator new(std::size_t size) {
   g_count.fetch_add(1, std::memory_order_relaxed);
   if (!IsRefused())
     if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
   throw std::bad_alloc();
 }
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return Counted(size);
-}
-void* operator new[](std::size_t size) {
-  return Counted(size);
-}
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
 void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
   std::free(memory);
 }
 

@@ -3,9 +3,7 @@
 #pragma once
 
 #include <tests/support/points.h>
-
-#include <limits>
-#include <vector>
+#include <tests/support/testing.h>
 
 namespace tests {
 

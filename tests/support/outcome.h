@@ -1,13 +1,11 @@
 // Postings and what they end in, as plain values.
 #pragma once
 
-#include <kandrel/misc/exception.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <tests/support/laws.h>
-
-#include <cstdint>
-#include <type_traits>
+#include <tests/support/testing.h>
+#include <tests/support/throws_id.h>
 
 namespace tests {
 
@@ -43,9 +41,6 @@ Lines LinesOf(const List& list) {
   return lines;
 }
 
-/// Stands for "Accessing NULL pointer", whose own id is 0.
-inline constexpr std::uint32_t kNullPointer = 1;
-
 /// What a posting ends in.
 struct Outcome {
   std::uint32_t id = 0;  ///< of its error; 0 for none
@@ -56,12 +51,7 @@ struct Outcome {
 
 template <class Creator>
 Outcome PostBy(Creator& creator, const cadcam::zvToolPath& path, bool small = false) {
-  Outcome outcome;
-  try {
-    creator.Post(path, small);
-  } catch (const misc::zvException& e) {
-    outcome.id = e.GetId() != 0 ? static_cast<std::uint32_t>(e.GetId()) : kNullPointer;
-  }
+  Outcome outcome{IdOf([&] { creator.Post(path, small); })};
   if (creator.GetPostedList()) outcome.lines = LinesOf(*creator.GetPostedList());
   if constexpr (requires { creator.GetCounts(); }) outcome.counts = creator.GetCounts();
   outcome.index = creator.GetPar().GetFirstMoveSolutionIndex();

@@ -2,28 +2,12 @@
 #pragma once
 
 #include <kandrel/cadcam/tool_path.h>
-#include <kandrel/misc/exception.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <tests/support/numbers.h>
-
-#include <cstdint>
-#include <vector>
+#include <tests/support/testing.h>
+#include <tests/support/throws_id.h>
 
 namespace tests {
-
-/// In the place of the id of "Accessing NULL pointer", which has none.
-inline constexpr std::uint32_t kNullPointer = 1;
-
-/// The id of what `action` throws, 0 for nothing.
-template <class Action>
-std::uint32_t IdOf(Action&& action) {
-  try {
-    action();
-  } catch (const misc::zvException& e) {
-    return e.GetId() == 0 ? kNullPointer : e.GetId();
-  }
-  return 0;
-}
 
 /// How a posting ended, and the list that it has left.
 template <class Move>

@@ -7,10 +7,7 @@
 #include <tests/support/points.h>
 #include <tests/support/rigid_body_model.h>
 #include <tests/support/seeded.h>
-
-#include <array>
-#include <cmath>
-#include <utility>
+#include <tests/support/testing.h>
 
 namespace tests {
 

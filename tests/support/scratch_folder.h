@@ -1,23 +1,21 @@
-// A folder for the files of a test, and whole files as text.
+// Files that a test writes and reads, in a folder of its own.
 #pragma once
 
 #include <kandrel/misc/text.h>
+#include <tests/support/testing.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <string>
-#include <string_view>
 
 namespace tests {
 
-/// A folder of the running test, removed with the object.
+/// An empty folder of the running test, removed with the object.
 class ScratchFolder {
  public:
   ScratchFolder()
       : m_path(std::filesystem::temp_directory_path() /
-               ("kandrel_tests-" + std::to_string(::getpid()))) {
+               ("kandrel_tests-" + std::to_string(::getpid()) + "-" + std::to_string(s_count++))) {
     std::filesystem::remove_all(m_path);
     std::filesystem::create_directories(m_path);
   }
@@ -25,18 +23,18 @@ class ScratchFolder {
   ScratchFolder& operator=(const ScratchFolder&) = delete;
   ~ScratchFolder() { std::filesystem::remove_all(m_path); }
 
-  std::string Path(std::string_view name = {}) const { return (m_path / name).string(); }
-  std::wstring WidePath(std::string_view name = {}) const { return misc::FromUtf8(Path(name)); }
+  std::string Path(std::string_view name) const { return (m_path / name).string(); }
+  std::wstring WidePath(std::string_view name) const { return misc::FromUtf8(Path(name)); }
 
  private:
+  static inline int s_count = 0;
+
   std::filesystem::path m_path;
 };
 
 inline std::string FileText(const std::string& fileName) {
   std::ifstream file(fileName, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 inline void WriteFile(const std::string& fileName, std::string_view bytes) {

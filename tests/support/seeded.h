@@ -2,13 +2,10 @@
 // failure repeats.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/point3d.h>
+#include <tests/support/testing.h>
 
-#include <cmath>
-#include <cstdint>
 #include <random>
-#include <string>
 
 namespace tests {
 

@@ -1,9 +1,8 @@
 // Toolpaths as plain data: one entry a move, sections where the link changes.
 #pragma once
 
+#include <tests/support/testing.h>
 #include <tests/support/toolpath_builders.h>
-
-#include <vector>
 
 namespace tests {
 

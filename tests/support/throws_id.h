@@ -1,37 +1,50 @@
 // Checks that a statement fails with a certain exception class, id and text.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <kandrel/misc/exception.h>
+#include <tests/support/testing.h>
 
-#include <cstdint>
 #include <exception>
-#include <string>
-#include <typeinfo>
 
 namespace tests {
 
-// Out of line, since every statement that is checked has a ThrowsId of its own.
-namespace throws_id {
-testing::AssertionResult IsThat(const misc::zvException& thrown, const std::type_info& type,
-                                std::uint32_t id, const std::wstring& text);
-testing::AssertionResult IsAnother(const std::exception& thrown);
-testing::AssertionResult IsNothing();
-}  // namespace throws_id
+/// In the place of the id of "Accessing NULL pointer", which has none.
+inline constexpr std::uint32_t kNullPointer = 1;
+
+/// The id of what `action` throws, 0 for nothing.
+template <class Action>
+std::uint32_t IdOf(Action&& action) {
+  try {
+    action();
+  } catch (const misc::zvException& e) {
+    return e.GetId() == 0 ? kNullPointer : e.GetId();
+  }
+  return 0;
+}
+
+// Of no class of action or exception, since every statement that is checked has classes of its own.
+inline testing::AssertionResult ThrowsId(const std::type_info& type,
+                                         const std::function<void()>& action, std::uint32_t id,
+                                         const std::wstring& text) {
+  try {
+    action();
+  } catch (const misc::zvException& e) {
+    if (typeid(e) == type && e.GetId() == id && (text.empty() || e.GetMessage() == text))
+      return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "thrown is " << typeid(e).name() << ' ' << e.GetId() << ": " << e.what();
+  } catch (const std::exception& e) {
+    return testing::AssertionFailure() << "thrown is " << typeid(e).name() << ": " << e.what();
+  }
+  return testing::AssertionFailure() << "nothing thrown";
+}
 
 /// `action` throws exactly class `E` with this id, and with this text unless it is left out: the
 /// texts that belong to ids are checked where the tables of the class are.
 template <class E, class Action>
 testing::AssertionResult ThrowsId(Action&& action, std::uint32_t id,
                                   const std::wstring& text = {}) {
-  try {
-    action();
-  } catch (const E& e) {
-    return throws_id::IsThat(e, typeid(E), id, text);
-  } catch (const std::exception& e) {
-    return throws_id::IsAnother(e);
-  }
-  return throws_id::IsNothing();
+  return ThrowsId(typeid(E), std::ref(action), id, text);
 }
 
 /// `action` meets a null pointer.

@@ -2,8 +2,6 @@
 #include <kandrel-post/samples/samples.h>
 #include <kandrel/cadcam/cnc_move.h>
 
-#include <limits>
-
 #include "support.h"
 
 namespace {
@@ -12,10 +10,8 @@ using cadcam::zvToolPath;
 using tests::Shown;
 
 std::string Written(const zvToolPath& toolPath) {
-  const tests::ScratchFolder folder;
-  return tests::Written(folder.Path("cl"), [&](kandrel_post::TextSink& sink) {
-    kandrel_post::WriteCl(sink, toolPath, "test");
-  });
+  return tests::Written(
+      [&](kandrel_post::TextSink& sink) { kandrel_post::WriteCl(sink, toolPath, "test"); });
 }
 
 TEST(ClWriter, WritesTextThatReadsBackToTheSameTree) {

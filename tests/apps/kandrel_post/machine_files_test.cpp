@@ -16,7 +16,7 @@ using tests::Outcome;
 using tests::RunLine;
 
 std::string Shown(const std::string& machine, const std::string& option = "") {
-  const Outcome run = RunLine("kandrel-post machine show " + machine + " " + option);
+  const Outcome run = RunLine("machine show " + machine + " " + option);
   EXPECT_EQ(run.exitCode, 0) << run.failure;
   return run.summary;
 }
@@ -63,7 +63,8 @@ TEST(AxisNames, StandWhereTheyCanAndElseTheirDefaults) {
     EXPECT_EQ(AllOf(Shown(json), "\n  (.*): (?:linear|rotary),", "|"), c.at(2));
     std::string written;
     for (const std::string& machine : {json, kds}) {
-      const Outcome run = tests::RunPost(machine, scratch.Path("m.cl"), out);
+      const Outcome run =
+          RunLine("post -m " + machine + " -t " + scratch.Path("m.cl") + " -o " + out);
       ASSERT_EQ(run.exitCode, 0) << run.failure;
       EXPECT_EQ(AllOf(run.summary, "\n  (\\S+) +[-0-9.]+ +[-0-9.]+ +\\S+ +[0-9.e+]+(?=\n)", "|"),
                 c[2]);
@@ -106,7 +107,7 @@ TEST(SettingsFiles, SayWhatHadToBeChanged) {
     EXPECT_EQ(AllOf(words, "  [AB]: rotary, about (.*), pivot", " "), rotary);
     EXPECT_EQ(AllOf(words, "\n  changed on reading: (.*)", "|"), change);
     EXPECT_EQ(Shown(file, "--json").find("spindle:"), std::string::npos);
-    const Outcome run = tests::RunPost(file, path, scratch.Path("out"));
+    const Outcome run = RunLine("post -m " + file + " -t " + path + " -o " + scratch.Path("out"));
     EXPECT_EQ(AllOf(run.summary, "\nnote            in the machine, (.*)", "|"), change);
   };
   expect(OldSettings({0, 0, 1, 1, 0, 0}, -90), "(0, 0, 1) (1, 0, 0)", "");
@@ -126,7 +127,7 @@ TEST(SettingsFiles, AreNoJsonWhereANumberIsNotFinite) {
         std::numeric_limits<double>::quiet_NaN()}) {
     std::ofstream(file, std::ios::binary) << OldSettings({0, 0, 1, 1, 0, 0}, number);
     EXPECT_NE(Shown(file), "");
-    const Outcome run = RunLine("kandrel-post machine show --json " + file);
+    const Outcome run = RunLine("machine show --json " + file);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.failure, "error 0: a machine with a number that is not finite can't be JSON\n");
     EXPECT_EQ(run.summary, "");

@@ -9,12 +9,7 @@
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/four_axis_scenes.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdlib>
-#include <functional>
-#include <iterator>
-#include <sstream>
 
 namespace tests {
 
@@ -114,17 +109,19 @@ void ExpectTruth(const Lines& posted, const Source& source,
 
 void ExpectNcRules(const std::string& text, std::size_t moves) {
   std::istringstream lines(text);
-  std::string line;
   std::size_t blocks = 0;
   bool inverse = false, feedMotion = false, feedKnown = false;
-  for (int number = 5; std::getline(lines, line);) {
+  for (std::string line; std::getline(lines, line);) {
     if (line.starts_with('(')) continue;
     std::istringstream words(line);
     std::string word;
     words >> word;
-    ASSERT_EQ(word, std::string("N").append(std::to_string(number += 5)));
+    ASSERT_EQ(word, fmt::format("N{}", 10 + 5 * blocks++));
     bool turns = false, feed = false, moved = false;
     while (words >> word) {
+      char* end = nullptr;
+      const double value = std::strtod(word.c_str() + 1, &end);
+      ASSERT_TRUE(*end == 0 && std::isfinite(value)) << line;
       if (word == "G93" || word == "G94") {
         inverse = word == "G93";
         feedKnown = false;
@@ -132,19 +129,13 @@ void ExpectNcRules(const std::string& text, std::size_t moves) {
         feedMotion = word == "G1";
       } else if (word[0] == 'F') {
         feed = feedKnown = true;
-        char* end = nullptr;
-        const double value = std::strtod(word.c_str() + 1, &end);
-        ASSERT_TRUE(*end == 0 && value > 0 && std::isfinite(value)) << line;
+        ASSERT_GT(value, 0) << line;
       } else if (word[0] != 'G' && word[0] != 'M') {
-        char* end = nullptr;
-        const double value = std::strtod(word.c_str() + 1, &end);
-        ASSERT_TRUE(std::isfinite(value) && *end == 0) << line;
         ASSERT_FALSE(value == 0 && std::signbit(value)) << line;
         moved = true;
         turns = turns || word[0] == 'A' || word[0] == 'B' || word[0] == 'C';
       }
     }
-    ++blocks;
     if (!feedMotion || !moved) continue;
     ASSERT_EQ(turns, inverse) << line;
     ASSERT_TRUE(inverse ? feed : feedKnown) << line;
@@ -170,29 +161,15 @@ void ExpectSummary(const std::string& summary, const Lines& posted, std::size_t 
   EXPECT_EQ(Told(summary, "rapid"), count(&Line::rapid));
 }
 
-Outcome RunPost(const std::string& machine, const std::filesystem::path& file,
-                const std::string& folder, const std::vector<const char*>& more) {
-  const std::string fileName = file.string();
-  std::vector<const char*> arguments{"kandrel-post", "post",           "-m", machine.c_str(),
-                                     "-t",           fileName.c_str(), "-o", folder.c_str()};
-  arguments.insert(arguments.end(), more.begin(), more.end());
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  Outcome run;
-  run.exitCode = kandrel_post::RunCommandLine(static_cast<int>(arguments.size()), arguments.data());
-  run.summary = testing::internal::GetCapturedStdout();
-  run.failure = testing::internal::GetCapturedStderr();
-  return run;
-}
-
-Outcome RunLine(const std::string& line) {
+Outcome RunLine(const std::string& line, const std::string& last) {
   std::istringstream given(line);
-  const std::vector<std::string> words(std::istream_iterator<std::string>(given), {});
-  std::vector<const char*> arguments;
+  std::vector<std::string> words(std::istream_iterator<std::string>(given), {});
+  if (!last.empty()) words.push_back(last);
+  std::vector<const char*> arguments{"kandrel-post"};
   for (const std::string& word : words) arguments.push_back(word.c_str());
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
-  const int count = static_cast<int>(words.size());
+  const int count = static_cast<int>(arguments.size());
   const int exitCode = kandrel_post::RunCommandLine(count, arguments.data());
   return {exitCode, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
@@ -230,11 +207,11 @@ std::string ExpectedFailure(const kandrel_post::MachineValues& values,
   return "";
 }
 
-std::filesystem::path SampleFile(const ScratchFolder& folder, std::string_view name) {
+std::string SampleFile(const ScratchFolder& folder, std::string_view name) {
   const std::string fileName = folder.Path("sample.cl");
-  Written(fileName, [&](kandrel_post::TextSink& sink) {
-    kandrel_post::WriteCl(sink, kandrel_post::FindSample(name).make(), name);
-  });
+  WriteFile(fileName, Written([&](kandrel_post::TextSink& sink) {
+              kandrel_post::WriteCl(sink, kandrel_post::FindSample(name).make(), name);
+            }));
   return fileName;
 }
 

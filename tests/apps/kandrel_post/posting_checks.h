@@ -8,9 +8,6 @@
 #include <tests/support/laws.h>
 
 #include <filesystem>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "support.h"
 
@@ -45,11 +42,10 @@ struct Outcome {
   std::string failure;
 };
 
-Outcome RunPost(const std::string& machine, const std::filesystem::path& file,
-                const std::string& folder, const std::vector<const char*>& more = {});
+/// Runs a command line, cut at its blanks, with `last` as one word at its end unless it is empty.
+Outcome RunLine(const std::string& line, const std::string& last = "");
 
 /// Runs a command line, cut at its blanks.
-Outcome RunLine(const std::string& line);
 
 void WriteSettingsFile(const std::string& fileName, const post::zvMachDefBuilder& builder);
 
@@ -61,6 +57,6 @@ std::string ExpectedFailure(const kandrel_post::MachineValues& values,
                             const std::filesystem::path& file);
 
 /// A sample as a file in the folder.
-std::filesystem::path SampleFile(const ScratchFolder& folder, std::string_view name);
+std::string SampleFile(const ScratchFolder& folder, std::string_view name);
 
 }  // namespace tests

@@ -3,9 +3,7 @@
 #include <kandrel-post/out/rotary_motion.h>
 #include <kandrel/post/model/mach_def_utils.h>
 
-#include <cmath>
 #include <numbers>
-#include <vector>
 
 #include "support.h"
 

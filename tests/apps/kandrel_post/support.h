@@ -3,20 +3,13 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 #include <kandrel-post/cl/reader.h>
 #include <kandrel-post/out/text_sink.h>
-#include <unistd.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/testing.h>
 
-#include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <regex>
-#include <sstream>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace tests {
 
@@ -80,35 +73,11 @@ std::string FailureText(Action&& action) {
   return "";
 }
 
-/// A folder of the running test, removed with the object.
-class ScratchFolder {
- public:
-  ScratchFolder()
-      : m_path(std::filesystem::temp_directory_path() /
-               ("kandrel_post_tests-" + std::to_string(::getpid()))) {
-    std::filesystem::remove_all(m_path);
-    std::filesystem::create_directories(m_path);
-  }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  ~ScratchFolder() { std::filesystem::remove_all(m_path); }
-
-  std::string Path(std::string_view name) const { return (m_path / name).string(); }
-
- private:
-  std::filesystem::path m_path;
-};
-
-inline std::string FileText(const std::string& fileName) {
-  std::ifstream file(fileName, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-/// What `write` writes into a sink that ends in the file.
+/// What `write` writes into a sink that ends in a file.
 template <class Write>
-std::string Written(const std::string& fileName, Write&& write) {
+std::string Written(Write&& write) {
+  const ScratchFolder folder;
+  const std::string fileName = folder.Path("out");
   const int descriptor = ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
   kandrel_post::TextSink sink(descriptor, fileName);
   write(sink);

@@ -9,13 +9,8 @@ namespace {
 using kandrel_post::RowOf;
 using post::zvPosted3axMove;
 using post::zvPosted5axMove;
+using tests::Written;
 using Point = post::zvPostedMove::Point;
-
-template <class Write>
-std::string Written(Write&& write) {
-  const tests::ScratchFolder folder;
-  return tests::Written(folder.Path("out"), write);
-}
 
 TEST(CsvWriter, WritesEveryColumnAndLeavesWhatAMoveLacksEmpty) {
   const std::string text = Written([](kandrel_post::TextSink& sink) {

@@ -7,25 +7,21 @@
 
 #include <functional>
 
+namespace tests {
+
 namespace {
 
 using post::zvKDRParam;
 using post::zvPostedMove;
-using tests::IdOf;
-using tests::kInfinity;
-using tests::kNaN;
-using tests::Move5;
-using tests::PathBuilder;
-using tests::Point;
 
 constexpr auto kUnknownCheck = static_cast<zvKDRParam::LimitsCheck>(7);
 
 template <class C>
-struct EachCreator : testing::Test, tests::Workshop<C> {
-  PathBuilder path = tests::Workshop<C>::Path(3, 2);
-  cadcam::zvToolPath inchPath = PathBuilder(tests::kInch).Contour({Move5({}, {0, 0, 1})}).Path();
+struct EachCreator : testing::Test, Workshop<C> {
+  PathBuilder path = Workshop<C>::Path(3, 2);
+  cadcam::zvToolPath inchPath = PathBuilder(kInch).Contour({Move5({}, {0, 0, 1})}).Path();
 };
-TYPED_TEST_SUITE(EachCreator, tests::EveryCreator);
+TYPED_TEST_SUITE(EachCreator, EveryCreator);
 
 TYPED_TEST(EachCreator, SharesItsListUntilItDiesOrStartsAnother) {
   const auto two = TestFixture::Path(2, 2);
@@ -57,7 +53,7 @@ TYPED_TEST(EachCreator, SharesItsListUntilItDiesOrStartsAnother) {
     creator.SetPostedList(nullptr);
     EXPECT_TRUE(creator.GetPostedList()->IsEmpty());
     third = creator.Post(this->path, false);
-    EXPECT_EQ(tests::Post(copy, this->path), tests::Post(creator, this->path));
+    EXPECT_EQ(Post(copy, this->path), Post(creator, this->path));
     third = creator.GetPostedList();
     EXPECT_EQ(IdOf([&] { creator.Post(this->inchPath, true); }), 5033u);
     EXPECT_EQ(third->GetCount(), 3u);
@@ -76,14 +72,14 @@ TYPED_TEST(EachCreator, ChecksNothingWithoutAFirstPassAndTheSetUpWithoutMoves) {
   this->par.SetLimitsCheck(kUnknownCheck);
   this->origin.x = kNaN;
   TypeParam creator = this->Creator();
-  cadcam::zvToolPath none(tests::kInch);
+  cadcam::zvToolPath none(kInch);
   EXPECT_TRUE(creator.Post(none, false)->IsEmpty());
   none.push_back(misc::MakeAutoPointer<cadcam::zvTPPass>());
   none.push_back(this->path.Path().front());
   EXPECT_TRUE(creator.Post(none, false)->IsEmpty()) << "an empty first pass hides a full second";
 
   const PathBuilder slice = PathBuilder().Contour({});
-  EXPECT_EQ(PostAnew(*this, PathBuilder(tests::kInch).Contour({})).id, 5033u);
+  EXPECT_EQ(PostAnew(*this, PathBuilder(kInch).Contour({})).id, 5033u);
   EXPECT_EQ(PostAnew(*this, slice).id, 5039u);
   this->origin.x = 0;
   EXPECT_EQ(PostAnew(*this, slice).id, 5046u);
@@ -94,7 +90,7 @@ TYPED_TEST(EachCreator, ChecksNothingWithoutAFirstPassAndTheSetUpWithoutMoves) {
 }
 
 TYPED_TEST(EachCreator, TellsTheFirstFaultOfTheOrderAndLeavesWhatWasPosted) {
-  using Shop = tests::Workshop<TypeParam>;
+  using Shop = Workshop<TypeParam>;
   const auto good = Move5({}, Shop::Tool(10));
   const auto turned = Move5({1, 0, 0}, Shop::Tool(11));
   const auto zero = Move5({}, {});
@@ -112,10 +108,10 @@ TYPED_TEST(EachCreator, TellsTheFirstFaultOfTheOrderAndLeavesWhatWasPosted) {
     std::function<void(Shop&)> change = {};
   } cases[] = {
       {"none", {good, turned}, 0, 2},
-      {"units", {nullptr}, 5032, 0, [](Shop& s) { s.machDef.SetUnits(tests::kInch); }},
+      {"units", {nullptr}, 5032, 0, [](Shop& s) { s.machDef.SetUnits(kInch); }},
       {"set-up", {nullptr}, 5039, 0, [](Shop& s) { s.toolLength = kNaN; }},
-      {"null", {good, nullptr}, tests::kNullPointer, 0},
-      {"null that is read ahead of its turn", ahead, tests::kNullPointer, 0},
+      {"null", {good, nullptr}, kNullPointer, 0},
+      {"null that is read ahead of its turn", ahead, kNullPointer, 0},
       {"no number wherever it stands", {good, zero, noNumber}, 5039, 0},
       {"no number behind a plain move", {good, plain, noNumber}, 5039, 0},
       {"plain move", {good, turned, plain}, 2503, 2},
@@ -133,12 +129,13 @@ TYPED_TEST(EachCreator, TellsTheFirstFaultOfTheOrderAndLeavesWhatWasPosted) {
     EXPECT_EQ(outcome.lines.size(), c.id != 0 && Shop::kAxes == 6 ? 0 : c.left) << c.name;
   }
   EXPECT_EQ(PostAnew(*this, this->inchPath).id, 5033u);
-  EXPECT_EQ(PostAnew(*this, PathBuilder().Contour({good}).Link(6, {turned})).id, 2637u);
+  EXPECT_EQ(PostAnew(*this, PathBuilder().Contour({good, zero}).Link(6, {turned})).id, 2637u);
+  EXPECT_EQ(PostAnew(*this, PathBuilder().Contour({noNumber}).Link(6, {turned})).id, 5039u);
 }
 
 // Whatever the parameters and limits are, a posting ends: with a list, or with an error.
 TYPED_TEST(EachCreator, EndsOnAbsurdParametersAndLimits) {
-  using Shop = tests::Workshop<TypeParam>;
+  using Shop = Workshop<TypeParam>;
   // clang-format off
   const std::function<void(Shop&, double)> fields[] = {
       [](Shop& s, double odd) { s.par.SetMaxAngleStep(odd); },
@@ -195,7 +192,7 @@ TYPED_TEST(EachCreator, MarksSingleMovesAndRefusesWhatAPathRefuses) {
   }
   const bool isTurned = TestFixture::kAxes != 3;
   const std::pair<cadcam::zvMovePointer, std::uint32_t> refused[] = {
-      {nullptr, tests::kNullPointer},
+      {nullptr, kNullPointer},
       {Move5({0, kNaN, 0}, {0, 0, 1}), 5039},
       {Move5({}, {0, kInfinity, 1}), 5039},
       {Move5({}, {}), isTurned ? 2189 : 0},  // of three axes orientations are not looked at
@@ -222,33 +219,33 @@ TYPED_TEST(EachCreator, CopiesMachineAndParametersAndRefersToTheRest) {
     return TypeParam(definition, this->control, this->par, this->origin, this->toolLength);
   };
   TypeParam byPointer = make(this->machDef.Clone());
-  const auto expected = tests::Post(creator, this->path);
-  EXPECT_EQ(tests::Post(byPointer, this->path), expected);
-  this->machDef.SetUnits(tests::kInch);
+  const auto expected = Post(creator, this->path);
+  EXPECT_EQ(Post(byPointer, this->path), expected);
+  this->machDef.SetUnits(kInch);
   this->machDef.SetSpindleDirection({0, 0, 2});
   this->par.SetLimitsCheck(kUnknownCheck);
-  EXPECT_EQ(tests::Post(creator, this->path), expected);
+  EXPECT_EQ(Post(creator, this->path), expected);
 
   creator.SetMachDef(this->machDef);
   byPointer.SetMachDef(this->machDef.Clone());
   EXPECT_EQ(this->machDef.GetSpindleDirection(), Point(0, 0, 2)) << "the caller's object stays";
   auto bad = this->machDef;
   bad.SetSpindleDirection({});
-  bad.SetUnits(tests::kMetric);
+  bad.SetUnits(kMetric);
   const Pointer other =
       TestFixture::kAxes == 3 ? post::zv4axMachDef().Clone() : post::zv3axMachDef().Clone();
   for (TypeParam* one : {&creator, &byPointer}) {
     EXPECT_EQ(IdOf([&] { one->SetMachDef(bad); }), 2189u);
     EXPECT_EQ(IdOf([&] { one->SetMachDef(other); }), 5043u);
-    EXPECT_EQ(IdOf([&] { one->SetMachDef(Pointer()); }), tests::kNullPointer);
+    EXPECT_EQ(IdOf([&] { one->SetMachDef(Pointer()); }), kNullPointer);
     EXPECT_EQ(one->GetMachDef().GetSpindleDirection(), Point(0, 0, 1));
-    EXPECT_EQ(tests::Post(*one, this->path).id, 5032u) << "as the one before the refused";
-    one->GetMachDefPtr()->SetUnits(tests::kMetric);
-    EXPECT_EQ(one->GetMachDefPtr()->GetUnits(), tests::kInch) << "a copy is given";
+    EXPECT_EQ(Post(*one, this->path).id, 5032u) << "as the one before the refused";
+    one->GetMachDefPtr()->SetUnits(kMetric);
+    EXPECT_EQ(one->GetMachDefPtr()->GetUnits(), kInch) << "a copy is given";
   }
   EXPECT_EQ(IdOf([&] { make(bad.Clone()); }), 2189u);
   EXPECT_EQ(IdOf([&] { make(other); }), 5043u);
-  EXPECT_EQ(IdOf([&] { make(nullptr); }), tests::kNullPointer);
+  EXPECT_EQ(IdOf([&] { make(nullptr); }), kNullPointer);
 }
 
 template <class C>
@@ -268,7 +265,7 @@ TYPED_TEST(AligningCreator, KeepsAnAlignmentUntilAnotherReplacesIt) {
   const auto matrix = creator.GetAlignMatrix();
   ASSERT_TRUE(matrix);
   // What fits is turned by the old matrix, and so no longer fits.
-  EXPECT_EQ(tests::Post(creator, this->path).id, kIs3 ? 5029u : 5030u);
+  EXPECT_EQ(Post(creator, this->path).id, kIs3 ? 5029u : 5030u);
   EXPECT_EQ(creator.GetAlignMatrix(), matrix);
   const auto single = creator.PostMove(Move5({1, 2, 3}, {1, 0, 0}), zvPostedMove::noLink);
   EXPECT_LT((single.GetPartPosition() - *matrix * Point(1, 2, 3)).Length(), 1e-12);
@@ -278,25 +275,20 @@ TYPED_TEST(AligningCreator, KeepsAnAlignmentUntilAnotherReplacesIt) {
   EXPECT_NE(copy.GetAlignMatrix(), matrix);
   EXPECT_EQ(*copy.GetAlignMatrix(), *matrix);
   creator.SetAlignMatrix(nullptr);
-  EXPECT_EQ(tests::Post(creator, this->path).id, 0u);
+  EXPECT_EQ(Post(creator, this->path).id, 0u);
 }
 
 // A temporary bound to a reference would be gone at the first use.
 template <class T, class MachDef, class Control, class Par, class Origin>
-constexpr bool kTakes = std::is_constructible_v<T, const MachDef&, Control, Par, Origin, double>;
-template <class T, class MachDef>
-constexpr bool kRefuses = [] {
-  using Control = post::zv5axControlDef;
-  return kTakes<T, MachDef, const Control&, const zvKDRParam&, const Point&> &&
-         kTakes<T, MachDef, Control&, zvKDRParam&, Point&> &&
-         !kTakes<T, MachDef, const Control&, zvKDRParam, const Point&> &&
-         !kTakes<T, MachDef, Control, const zvKDRParam&, const Point&> &&
-         !kTakes<T, MachDef, const Control&, const zvKDRParam&, Point> &&
-         !kTakes<T, MachDef, const Control&, const zvKDRParam&, const Point>;
-}();
+constexpr bool kTakes = std::is_constructible_v<T, MachDef, Control, Par, Origin, double>;
+template <class T, class M, class C = post::zv5axControlDef, class P = zvKDRParam>
+constexpr bool kRefuses =
+    kTakes<T, M, const C&, const P&, const Point&>&& kTakes<T, M, C&, P&, Point&> &&
+    !kTakes<T, M, const C&, P, const Point&> && !kTakes<T, M, C, const P&, const Point&> &&
+    !kTakes<T, M, const C&, const P&, Point> && !kTakes<T, M, const C&, const P&, const Point>;
 template <class T, class MachDef>
 constexpr bool kRefusesTemporaries =
-    kRefuses<T, MachDef>&& kRefuses<T, misc::zvAutoPointer<post::zvMachDef>>;
+    kRefuses<T, const MachDef&>&& kRefuses<T, misc::zvAutoPointer<post::zvMachDef>>;
 static_assert(kRefusesTemporaries<zvPosted3axTPCreator, post::zv3axMachDef>);
 static_assert(kRefusesTemporaries<zvPosted4axTPCreator, post::zv4axMachDef>);
 static_assert(kRefusesTemporaries<zvPosted5axTPCreator, post::zv5axMachDef>);
@@ -314,3 +306,5 @@ static_assert(
     !std::is_constructible_v<post::zvPosted3axMoveMaker, const post::zv3axMachDef&, Point, double>);
 
 }  // namespace
+
+}  // namespace tests

@@ -1,14 +1,11 @@
 // How rotary limits are kept: by shifts, rewindings and further attempts. What is posted is judged
 // by the rigid bodies, with the axes moving evenly from line to line.
 #include <gtest/gtest.h>
-#include <kandrel/post/model/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/laws.h>
 #include <tests/support/outcome.h>
 
-#include <algorithm>
 #include <cmath>
-#include <functional>
 #include <utility>
 
 namespace tests {
@@ -125,32 +122,16 @@ TEST(FiveAxisLimits, ALimitOnARapidStepIsReachedRapidly) {
   }
 }
 
-// Through the pole the first axis leaps half a turn and never stands near its limit.
-TEST(FiveAxisLimits, ARewindingInALeapStandsAtThePole) {
-  std::uint32_t rewindings = 0;
-  for (int i = 1; i <= 60; ++i) {
-    SCOPED_TRACE(i);
-    // The mirror solution is no way through.
-    FiveAxisScene scene = Trunnion({-55, 685}, {-5, 110});
-    scene.par.SetMaxAngleStep(0);
-    scene.par.SetMaxAngleJump(400);
-    Along along{scene, 0, {10, 0, 0}};
-    for (const double deg : {-640, -480, -320, -160, 0, 180}) along.Add(685 - 0.07 * i + deg, 30);
-    const Outcome outcome = Post(scene, along.path);
-    rewindings += outcome.counts.rewindings;
-    ExpectKept(scene, along.path, outcome, {0.03, 1e-6, false});
-  }
-  EXPECT_GT(rewindings, 50u);  // rounding may leap the other way
-}
-
+// Angles as near to 0 as some limits are to a turn are solved as 0.
+//
 // The tool comes up to the pole, where the path turns by some degrees, and goes down again; the
 // axis meets its limit before, on and behind the pole.
 TEST(FiveAxisLimits, ARewindingOnAPoleKeepsTheTool) {
   std::uint32_t rewindings = 0;
-  for (const double limit : {270.0, 300.0, 359.0, 359.9, 359.9999, 360.0, 360.0001})
+  for (const double limit : {270.0, 300.0, 359.9, 359.9993, 359.9999, 360.0, 360.0001, 360.0005})
     for (const double sense : {1.0, -1.0})
       for (const int handling : {0, 1, 2, 3})
-        for (const double turned : {500.0, 520.0, 540.0, 590.0, 610.0, 690.0}) {
+        for (const double turned : {500.0, 540.0, 590.0, 610.0, 690.0, 800.0}) {
           SCOPED_TRACE(testing::Message()
                        << limit << ' ' << sense << ' ' << handling << ' ' << turned);
           FiveAxisScene scene = Trunnion({-limit, limit}, kUnlimited);
@@ -168,22 +149,6 @@ TEST(FiveAxisLimits, ARewindingOnAPoleKeepsTheTool) {
           if (HasFatalFailure()) return;
         }
   EXPECT_GT(rewindings, 200u);
-}
-
-// Angles this near to 0 are solved as 0.
-TEST(FiveAxisLimits, ALimitInTheSnapOfTheArcCosineIsReached) {
-  for (const double beside : {-7e-4, -1e-4, 1e-4, 5e-4})
-    for (const double turns : {1.0, 2.0})
-      for (const double to : {1801.3, -1801.3}) {
-        SCOPED_TRACE(testing::Message() << beside << ' ' << turns << ' ' << to);
-        const double limit = 360 * turns + beside;
-        const FiveAxisScene scene = Trunnion({-limit, limit}, kUnlimited);
-        Along along{scene, 0.5};
-        for (int i = 0; i <= 720; ++i) along.Add(i * to / 720, 30);
-        const Outcome outcome = Post(scene, along.path);
-        EXPECT_GT(outcome.counts.rewindings, 0u);
-        ExpectKept(scene, along.path, outcome, {0.03, 1e-6, false});
-      }
 }
 
 // A path that winds down below its range while the second axis falls: the second's values hide the
@@ -240,9 +205,6 @@ TEST(FiveAxisLimits, AFirstMoveOnThePoleIsJudgedByTheAngleThatItGets) {
   // Turned by a quarter the part lies along X.
   EXPECT_EQ(idOf(90), 0u);
   EXPECT_EQ(idOf(0), 5011u);
-  zvPosted5axTPCreator creator = scene.Creator();
-  EXPECT_NO_THROW(creator.SelectPostedMoveFirstTime(
-      creator.PostMove2(Move5({0, 100, 50}, {0, 0, 1}), post::zvPostedMove::noLink)));
 }
 
 // The keeper of poles within limits looks round the circle from 60 degrees before an angle: at the
@@ -263,54 +225,6 @@ TEST(FiveAxisLimits, OnAPoleTheAngleIsLookedForNearTheOneBefore) {
   for (const Line& line : outcome.lines)
     if (!line.inserted) found.push_back(line.degs[0]);
   EXPECT_EQ(found, (std::vector<double>{240, 200, 200}));
-}
-
-// What the control writes may be out of a range that the angle itself keeps, and the reverse.
-TEST(FiveAxisLimits, AnglesFitAsTheyAreOrAsTheyAreWritten) {
-  constexpr auto kNone = zv5axControlDef::angleLimitNone;
-  constexpr auto k360 = zv5axControlDef::angleLimit360;
-  constexpr auto k180 = zv5axControlDef::angleLimit180;
-  constexpr Range kTurn{-360, 360}, kTilt{-120, 120};
-  const struct {
-    const char* name;
-    std::pair<double, double> degs;
-    Range first, second;
-    zv5axControlDef::angleLimit firstLimit, secondLimit;
-    std::pair<double, double> written;
-    std::uint32_t id;
-  } cases[] = {
-      {"first", {-100, 20}, {0, 360}, kTilt, k180, kNone, {-100, 20}, 0},
-      {"second", {10, -30}, kTurn, kTilt, k360, k360, {10, 330}, 0},
-      {"as written", {-100, 20}, {255, 265}, kTilt, k360, kNone, {260, 20}, 0},
-      {"neither", {-100, 20}, {-60, 60}, {10, 120}, k360, kNone, {}, 5018},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    FiveAxisScene scene = Trunnion(c.first, c.second);
-    scene.par.SetFirstMoveRule(zvKDRParam::bySecondAxis);
-    scene.par.SetFirstMovePreferredAngle(c.degs.second);
-    scene.control.SetFirstAxisLimit(c.firstLimit);
-    scene.control.SetSecondAxisLimit(c.secondLimit);
-    const auto isWritten = [&](const Line& line) {
-      return std::hypot(line.degs[0] - c.written.first, line.degs[1] - c.written.second) < 1e-9;
-    };
-    const Point tool = scene.Tool(c.degs.first, c.degs.second);
-    const Outcome path = Post(scene, Source{{{0, 0, 0}, tool}, {{9, 0, 0}, tool}});
-    EXPECT_EQ(path.id, c.id);
-    EXPECT_EQ(!path.lines.empty() && isWritten(path.lines.back()), c.id == 0);
-    // Of a single move it is one of the two that are offered, with the block of the first of a
-    // path.
-    std::uint32_t id = 0;
-    try {
-      const auto [one, other] =
-          scene.Creator().PostMoveWithinMachLimits(Move5({}, tool), post::zvPostedMove::noLink);
-      EXPECT_TRUE((one && isWritten(LineOf(*one))) || (other && isWritten(LineOf(*other))));
-      for (const auto& move : {one, other}) EXPECT_TRUE(!move || move->GetSourceIndex() == 0);
-    } catch (const post::zvPostException& e) {
-      id = e.GetId();
-    }
-    EXPECT_EQ(id, c.id);
-  }
 }
 
 // A step to the other side is too large to cut; a turn each way is too small for three. Near the
@@ -343,11 +257,6 @@ TEST(FiveAxisLimits, RetractionsToLimitsStartWithinThem) {
         EXPECT_EQ(outcome.counts.rewindings > 0, rewinds);
         const std::uint32_t lifts = outcome.counts.rewindings + 2 * outcome.counts.largeJumps;
         EXPECT_EQ(outcome.counts.shortLifts, toLimits && ceiling < 100 ? lifts : 0);
-        const auto lift =
-            std::find_if(outcome.lines.begin(), outcome.lines.end(), std::mem_fn(&Line::rapid));
-        ASSERT_TRUE(lift != outcome.lines.end() && lift != outcome.lines.begin());
-        // The table tilts the part, so that the tool lifts along the machine's z.
-        EXPECT_NEAR(lift->machine.z, toLimits ? ceiling : std::prev(lift)->machine.z + 100, 1e-9);
       }
 }
 
@@ -355,9 +264,6 @@ TEST(FiveAxisLimits, RetractionsToLimitsStartWithinThem) {
 // only the other solution has: a turn of 81 degrees, which would be cut at feed and take the tool
 // 11 degrees off its way.
 TEST(FiveAxisLimits, AChangeOfSolutionIsMadeInTheAir) {
-  const auto isRapid = [](const Lines& lines) {
-    return std::any_of(lines.begin(), lines.end(), std::mem_fn(&Line::rapid));
-  };
   FiveAxisScene scene = Trunnion({-360, 360}, {-110, 20});
   scene.machine.second = {0, 1, 1};
   scene.machine.secondPivot = {0, 0, 5};
@@ -370,7 +276,7 @@ TEST(FiveAxisLimits, AChangeOfSolutionIsMadeInTheAir) {
   EXPECT_LT(Turn(cut.lines[1], cut.lines[2]), 120);
   ExpectKept(scene, path, cut, {6, 0.1});
   scene.par.SetMaxAngleJump(180);  // switches such repairs off
-  EXPECT_FALSE(isRapid(Post(scene, path).lines));
+  EXPECT_EQ(Post(scene, path).counts.largeJumps, 0u);
 
   // Out of a wide pole the free axis turns at once, and the tool by the pole's tolerance.
   FiveAxisScene pole = Trunnion({-360, 360}, {-110, 20});
@@ -383,7 +289,7 @@ TEST(FiveAxisLimits, AChangeOfSolutionIsMadeInTheAir) {
   along.Add(60, -5);
   const Outcome left = Post(pole, along.path);
   EXPECT_EQ(left.id, 0u);
-  EXPECT_FALSE(isRapid(left.lines));
+  EXPECT_EQ(left.counts.largeJumps, 0u);
 }
 
 // Each step is a jump, lifted to the linear limits; where the head's first axis comes to its end in

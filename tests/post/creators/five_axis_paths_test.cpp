@@ -1,14 +1,13 @@
 // The ways that 5-axis paths are followed: beside, out of and through poles, from solution to
 // solution.
 #include <gtest/gtest.h>
-#include <kandrel/post/model/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/laws.h>
+#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -76,8 +75,6 @@ TEST(FiveAxisPaths, FollowsThePathToTheOtherSolutionAndBesideAndOutOfAPole) {
       {{{0, 10}, {100, 10}}, 50, 0, 0.016, 47},
       {{{0, 30}, {130, 30}}, 50, 0, 0.025, 53},
       {{{10, 15}, {0, 0}, {90, 30}}, 100, 3, 0.1, 0},
-      {{{-60, 8}, {0, 0}, {50, 25}}, 100, 3, 0.1, 0},
-      {{{0, 2}, {-30, -6}}, 100, 3, 0.1, 0},
       {{{0, 5.855}, {51.281, -0.207}}, 100, 3, 0.1, 0},
       {{{-38.525, -10.6222}, {12.253, 0.3515}}, 100, 3, 0.1, 0},
       {{{30, 6}, {0, 0}, {30.5, -9}, {0, 0}, {100, 12}}, 100, 3, 0.1, 0},
@@ -93,21 +90,6 @@ TEST(FiveAxisPaths, FollowsThePathToTheOtherSolutionAndBesideAndOutOfAPole) {
     EXPECT_NEAR(way.lines.front().degs[0], 0, 1e-9);
     EXPECT_NEAR(way.lines.back().degs[0], c.angles.back().first, 1e-9);
     EXPECT_NEAR(way.lines.back().degs[1], c.angles.back().second, 1e-9);
-  }
-}
-
-// Where nothing but the free axis needs a subdivision the step stays whole, and blending spreads
-// the turn over it, whatever the rounding of the first move's angle.
-TEST(FiveAxisPaths, SpreadsATurnOffAPoleWhereTheTiltIsSmall) {
-  Seeded random;
-  for (int i = 0; i < 200; ++i) {
-    SCOPED_TRACE(i);
-    const double first = random.Real(-170, 170);
-    const double turn = random.Real(10, 80) * (random.Chance(0.5) ? 1 : -1);
-    const Way way = PostWay({{first, 2}, {0, 0}, {first + turn, random.Real(1, 2.9)}});
-    EXPECT_LT(way.error, 0.1);
-    for (std::size_t k = 1; k + 1 < way.lines.size(); ++k)
-      ASSERT_NEAR(way.lines[k].degs[1], 0, 1e-12) << k;
   }
 }
 
@@ -157,9 +139,8 @@ TEST(FiveAxisPaths, ADistanceRuleWithoutADistanceChangesNothing) {
   FiveAxisScene scene;
   const Source source = AlongY(scene, {{0, 5}, {95, 5}}, 200, 5);
   const Lines plain = Post(scene, source).lines;
-  EXPECT_GT(plain.size(), 40u);
   scene.par.SetInterpolateByDistance(true);
-  for (const double distance : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
+  for (const double distance : {0.0, -1.0, kNaN}) {
     scene.par.SetInterpolationDistance(distance);
     EXPECT_TRUE(Post(scene, source).lines == plain) << distance;
   }
@@ -195,36 +176,32 @@ TEST(FiveAxisPaths, OppositeOrientationsAreAJumpAndNotABlend) {
 TEST(FiveAxisPaths, TheSolverOffersWhatAPostingDoes) {
   Seeded random;
   int mirrors = 0, compared = 0;
+  FiveAxisScene scene;
+  scene.machine.secondPivot = {3, 5, -50};
+  scene.par.SetMaxAngleStep(5);
+  scene.par.SetMaxAngleJump(1000);
+  auto creator = scene.Creator();
+  const post::zv5axMoveSolver solver = scene.Solver();
   for (int run = 0; run < 200; ++run) {
     SCOPED_TRACE(run);
-    FiveAxisScene scene = RandomScene(random);
-    scene.par.SetMaxAngleStep(5);
-    scene.par.SetMaxAngleJump(1000);
     const Source source{{random.Vector(10), random.UnitVector()},
                         {random.Vector(10), random.UnitVector()}};
-    auto creator = scene.Creator();
-    const post::zv5axMoveSolver solver = scene.Solver();
-    std::vector<post::zvPosted5axMove> moves;
-    try {
-      const auto solve = [&](const SourceMove& move) {
-        return solver.Solve(Move5(move.tip, move.orientation), post::zvPostedMove::noLink, 0, false,
-                            misc::kNoValue, true, 0);
-      };
-      moves.push_back(creator.SelectPostedMoveFirstTime(solve(source[0])));
-      const auto pair = solve(source[1]);
-      const auto next = solver.SelectNextSolution(moves[0], pair);
-      mirrors += !(next == post::FirstSolutionMove(pair));
-      const auto between = solver.InterpolateMoves(moves[0], next, true, false, 0, misc::kNoValue);
-      if (between) moves.insert(moves.end(), between->begin(), between->end());
-      moves.push_back(solver.SelectNextSolution(moves.back(), pair));
-      const auto halfway = solver.InterpolateMoves(moves[0], next, true, true, 0, misc::kNoValue);
-      ASSERT_TRUE(halfway.has_value() && halfway->size() == 1u);
-      EXPECT_LT(Distance(halfway->front().GetPartPosition(), 0.5 * (source[0].tip + source[1].tip)),
-                1e-9);
-      EXPECT_FALSE(solver.InterpolateMoves(moves[0], next, true, true, 4, 1e308).has_value());
-    } catch (const post::zvPostException&) {
-      continue;
-    }
+    const auto solve = [&](const SourceMove& move) {
+      return solver.Solve(Move5(move.tip, move.orientation), post::zvPostedMove::noLink, 0, false,
+                          misc::kNoValue, true, 0);
+    };
+    std::vector moves{creator.SelectPostedMoveFirstTime(solve(source[0]))};
+    const auto pair = solve(source[1]);
+    const auto next = solver.SelectNextSolution(moves[0], pair);
+    mirrors += !(next == post::FirstSolutionMove(pair));
+    const auto between = solver.InterpolateMoves(moves[0], next, true, false, 0, misc::kNoValue);
+    if (between) moves.insert(moves.end(), between->begin(), between->end());
+    moves.push_back(solver.SelectNextSolution(moves.back(), pair));
+    const auto halfway = solver.InterpolateMoves(moves[0], next, true, true, 0, misc::kNoValue);
+    ASSERT_TRUE(halfway.has_value() && halfway->size() == 1u);
+    EXPECT_LT(Distance(halfway->front().GetPartPosition(), 0.5 * (source[0].tip + source[1].tip)),
+              1e-9);
+    EXPECT_FALSE(solver.InterpolateMoves(moves[0], next, true, true, 4, 1e308).has_value());
     const Lines lines = PostBy(creator, Build(source), true).lines;
     // A last step that is chosen again may get more.
     if (lines.size() != moves.size()) continue;

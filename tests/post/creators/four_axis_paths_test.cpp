@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/laws.h>
+#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 namespace tests {
 
@@ -119,17 +119,16 @@ TEST(FourAxisPaths, AreBlendedAsTheyStandAfterAChangeOfTheMachine) {
 
 // Nor may a move that can't be posted hide beside one that can.
 TEST(FourAxisPaths, AreRefusedWhereverTheFaultStands) {
-  const double noNumber = std::nan(""), infinite = std::numeric_limits<double>::infinity();
   const struct {
     std::uint32_t id;
     Point tip, orientation;
   } faults[] = {{5030, {}, {0.6, 0, 0.8}},
                 {5030, {}, {1.1e-6, 0, 1}},
                 {2189, {}, {0, 0, 0}},
-                {5039, {0, noNumber, 0}, {0, 0, 1}},
-                {5039, {infinite, 0, 0}, {0, 1, 1}},
-                {5039, {}, {0, noNumber, 1}},
-                {5039, {}, {0, infinite, 0}}};
+                {5039, {0, kNaN, 0}, {0, 0, 1}},
+                {5039, {kInfinity, 0, 0}, {0, 1, 1}},
+                {5039, {}, {0, kNaN, 1}},
+                {5039, {}, {0, kInfinity, 0}}};
   for (const bool onTable : {true, false})
     for (std::size_t place = 0; place < 70; ++place)
       for (const auto& fault : faults) {

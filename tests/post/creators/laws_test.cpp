@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string>
 #include <utility>
 
 namespace tests {
@@ -166,13 +165,7 @@ class Laws : public testing::Test {
   }
 };
 
-struct MachineNames {
-  template <class>
-  static std::string GetName(int index) {
-    return std::to_string(index + 3) + "axes";
-  }
-};
-TYPED_TEST_SUITE(Laws, Machines, MachineNames);
+TYPED_TEST_SUITE(Laws, Machines);
 
 TYPED_TEST(Laws, HoldForEveryLine) {
   constexpr int kRotary = TypeParam::kRotary;
@@ -287,6 +280,35 @@ TEST_F(FiveAxisLaws, MachinesOfTheSameDirectionsTakeTheSameAngles) {
                        ASSERT_EQ(same[k].degs, outcome.lines[k].degs) << k;
                    }
                  });
+}
+
+// The posted part position is in the aligned frame, which is turned and not moved.
+TEST(AlignmentLaws, TipAndToolOfAlignedThreeAxisPathsStandOnTheModel) {
+  Seeded random;
+  for (int i = 0; i < 300; ++i) {
+    SCOPED_TRACE(i);
+    ThreeAxisScene scene = RandomThreeAxisScene(random);
+    scene.par.SetAlignToolpath(true);
+    scene.par.SetInterpolateByDistance(random.Chance(0.3));
+    scene.par.SetInterpolationDistance(20);
+    const Point tool = random.UnitVector();
+    Source source;
+    for (int k = 0; k < 20; ++k) source.push_back({random.Vector(200), tool});
+    zvPosted3axTPCreator creator = scene.Creator();
+    const PathBuilder path = Build(source);
+    const Lines lines = PostBy(creator, path).lines;
+    ASSERT_TRUE(creator.IsAlignMatrixValide());
+    ExpectPoses(Rules::Of(scene), lines);
+    std::size_t next = 0;
+    for (const Line& line : lines) {
+      if (line.inserted) continue;
+      const Point& tip = source[next++].tip;
+      ASSERT_LT(Distance(*creator.GetAlignMatrix() * tip, line.part), 1e-12);
+      ASSERT_NEAR(line.part.Length(), tip.Length(), 1e-10);
+    }
+    ASSERT_EQ(next, source.size());
+    ASSERT_EQ((*path.Path().begin())->GetOrientation(), tool) << "the toolpath itself is changed";
+  }
 }
 
 // The way of a toolpath of one orientation ends where the general way does.

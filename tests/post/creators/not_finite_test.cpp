@@ -4,19 +4,15 @@
 
 #include <functional>
 
+namespace tests {
+
 namespace {
 
 using post::zvKDRParam;
-using tests::IdOf;
-using tests::kInfinity;
-using tests::kNaN;
-using tests::Move5;
-using tests::PathBuilder;
-using tests::Point;
 
 // All that a case may spoil.
 template <class C>
-struct Spoilt : tests::Workshop<C> {
+struct Spoilt : Workshop<C> {
   double feed = 1000, lastX = 10, length = 1;                    // of the orientations
   double turn = 0;                                               // by which the orientation jumps
   misc::zvAutoPointer<post::zvTransformation3d> transformation;  // 3 axes
@@ -41,7 +37,7 @@ struct Spoilt : tests::Workshop<C> {
 
 template <class C>
 struct NotFinite : testing::Test {};
-TYPED_TEST_SUITE(NotFinite, tests::EveryCreator);
+TYPED_TEST_SUITE(NotFinite, EveryCreator);
 
 TYPED_TEST(NotFinite, IsRefusedWhereItWouldBePostedAndOnlyThere) {
   using S = Spoilt<TypeParam>;
@@ -147,3 +143,5 @@ TYPED_TEST(NotFinite, IsRefusedWhereItWouldBePostedAndOnlyThere) {
 }
 
 }  // namespace
+
+}  // namespace tests

@@ -9,7 +9,6 @@
 #include <tests/support/throws_id.h>
 
 #include <chrono>
-#include <cmath>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -18,14 +17,13 @@
 #include <thread>
 #include <vector>
 
-namespace {
+namespace tests {
 
-using tests::MemoryFailure;
-using tests::Point;
+namespace {
 
 // Where the machine stands for the move's tip and angles: a solved move stands there.
 template <class C, class Move>
-Point Solved(const tests::Workshop<C>& shop, const Move& move) {
+Point Solved(const Workshop<C>& shop, const Move& move) {
   const Point& tip = move.GetPartPosition();
   if constexpr (shop.kAxes == 3)
     return post::zvPosted3axMoveMaker(shop.machDef, shop.origin, 100).MachinePosition(tip);
@@ -33,7 +31,7 @@ Point Solved(const tests::Workshop<C>& shop, const Move& move) {
     return post::zv4axKinematics(shop.machDef, shop.origin, 100)
         .MachinePosition(tip, post::zvTurn::OfDegrees(move.GetRotaryAngle()));
   else
-    return post::zv5axKinematics(tests::PlainMachine<zvPosted5axTPCreator>(), shop.origin, 100)
+    return post::zv5axKinematics(PlainMachine<zvPosted5axTPCreator>(), shop.origin, 100)
         .MachinePosition(tip, move.GetAngle(0), move.GetAngle(1));
 }
 
@@ -66,16 +64,15 @@ void FailEverywhere(const std::function<void()>& attempt, const std::function<vo
 }
 
 template <class C>
-struct OutOfMemory : testing::Test, tests::Workshop<C> {
+struct OutOfMemory : testing::Test, Workshop<C> {
   OutOfMemory() {
     this->origin = {10, 20, 30};
     this->toolLength = 100;
     this->par.SetLimitsCheck(post::zvKDRParam::checkAllAxes);
   }
   void ExpectSolvedMovesOrNone(double stepDeg, bool keepsSolved);
-  std::size_t PeakOfPosting(double lastX);
 };
-TYPED_TEST_SUITE(OutOfMemory, tests::EveryCreator);
+TYPED_TEST_SUITE(OutOfMemory, EveryCreator);
 
 // More than an arena holds.
 template <class C>
@@ -105,11 +102,11 @@ void OutOfMemory<C>::ExpectSolvedMovesOrNone(double stepDeg, bool keepsSolved) {
   };
   attempt();  // what stays for all postings is there from now on
   creator.reset();
-  const std::size_t mapped = tests::MappedBytes();
+  const std::size_t mapped = MappedBytes();
   FailEverywhere(attempt, look);
   EXPECT_EQ(isPartlyFilled, keepsSolved);
   creator.reset();
-  EXPECT_LE(tests::MappedBytes(), mapped + 0x100000) << "pages are lost";
+  EXPECT_LE(MappedBytes(), mapped + 0x100000) << "pages are lost";
 }
 
 TYPED_TEST(OutOfMemory, APostingLeavesSolvedMovesOrNone) {
@@ -120,24 +117,22 @@ TYPED_TEST(OutOfMemory, APostingLeavesSolvedMovesOrNone) {
 }
 
 // What fails for another reason is looked at once more; that must not need what may be short.
-template <class C>
-std::size_t OutOfMemory<C>::PeakOfPosting(double lastX) {
-  constexpr int kMoves = 100000;
-  C creator = this->Creator();
-  const auto path = this->Path(kMoves, 1.7, lastX);
-  const std::size_t before = tests::MappedBytes();
-  const std::uint64_t calls = tests::AllocationCount();
-  tests::ResetPeak();
-  EXPECT_EQ(tests::IdOf([&] { creator.Post(path, true); }), std::isfinite(lastX) ? 0u : 5039u);
-  EXPECT_LT(tests::AllocationCount() - calls, kMoves / 10u);
-  return tests::PeakMappedBytes() - before;
-}
-
 TYPED_TEST(OutOfMemory, AFailureNeedsNoMoreThanASuccess) {
-  EXPECT_LE(this->PeakOfPosting(tests::kNaN), this->PeakOfPosting(0) + 0x100000);
+  constexpr int kMoves = 100000;
+  const auto peakOf = [&](double lastX, std::uint32_t id) {
+    TypeParam creator = this->Creator();
+    const auto path = this->Path(kMoves, 1.7, lastX);
+    const std::size_t before = MappedBytes();
+    const std::uint64_t calls = AllocationCount();
+    ResetPeak();
+    EXPECT_EQ(IdOf([&] { creator.Post(path, true); }), id);
+    EXPECT_LT(AllocationCount() - calls, kMoves / 10u);
+    return PeakMappedBytes() - before;
+  };
+  EXPECT_LE(peakOf(kNaN, 5039), peakOf(0, 0) + 0x100000);
 }
 
-using Shop = tests::Workshop<zvPosted5axTPCreator>;
+using Shop = Workshop<zvPosted5axTPCreator>;
 
 TEST(OutOfMemoryOf, TheFacadeHasAWholeResultOrNone) {
   const Shop shop;
@@ -151,13 +146,13 @@ TEST(OutOfMemoryOf, TheFacadeHasAWholeResultOrNone) {
 }
 
 TEST(OutOfMemoryOf, AToolpathIsBuiltOrNotAndScaledWhole) {
-  std::optional<tests::PathBuilder> path;
+  std::optional<PathBuilder> path;
   FailEverywhere([&] { path.emplace(Shop::Path(5, 1.7)); }, [](bool) {});
   cadcam::zvToolPath built = *path;
   const Point last = (*--built.end())->GetPosition();
   {
     const MemoryFailure failure(0, true);
-    built.SetUnits(tests::kInch);
+    built.SetUnits(kInch);
     EXPECT_FALSE(failure.HasStruck()) << "needs none";
   }
   EXPECT_EQ((*--built.end())->GetPosition(), last * 0.03937007874015748);
@@ -190,9 +185,9 @@ struct PoolOfChain : testing::Test {
 TEST_F(PoolOfChain, LosesNoMoreThanThePagesThatAreRefused) {
   int releases = 0;
   {
-    const tests::ReleaseHook refuseTheFirst([&] { return releases++ != 0; });
-    EXPECT_TRUE(tests::ThrowsId<misc::zvException>([&] { pool->FreeChain(nodes[0], nodes.size()); },
-                                                   0, L"Failed to free memory"));
+    const ReleaseHook refuseTheFirst([&] { return releases++ != 0; });
+    EXPECT_TRUE(ThrowsId<misc::zvException>([&] { pool->FreeChain(nodes[0], nodes.size()); }, 0,
+                                            L"Failed to free memory"));
   }
   EXPECT_GT(releases, 3);
   EXPECT_EQ(pool->GetArenaCount(), 1u);
@@ -217,7 +212,7 @@ TEST_F(PoolOfChain, LetsOtherThreadsAppendWhileItDies) {
     }
   });
   {
-    const tests::ReleaseHook hook([&] {
+    const ReleaseHook hook([&] {
       std::unique_lock lock(mutex);
       if (asked == 3) return true;
       const int turn = ++asked;
@@ -233,3 +228,5 @@ TEST_F(PoolOfChain, LetsOtherThreadsAppendWhileItDies) {
 }
 
 }  // namespace
+
+}  // namespace tests

@@ -2,24 +2,17 @@
 #include <tests/support/posting.h>
 #include <tests/support/six_axis_scenes.h>
 
+namespace tests {
+
 namespace {
 
 using post::zv6axMachDef;
-using post::zvKDRParam;
 using post::zvPosted6axMove;
 using post::zvPostedMove;
-using tests::IdOf;
-using tests::Move5;
-using tests::PathBuilder;
-using tests::Point;
-using tests::Seeded;
-using tests::SixAxisScene;
-using tests::ToPoint;
-using tests::ToVector;
 
 // The 5-axis creator of the same machine, whose directions come to it as unit vectors.
 zvPosted5axTPCreator FiveAxisTwin(const SixAxisScene& scene) {
-  tests::FiveAxisSetup machine = scene.machine;
+  FiveAxisSetup machine = scene.machine;
   for (Point* p : {&machine.spindle, &machine.first, &machine.second}) *p = p->Normalized();
   return {machine.MachDef(), scene.control, scene.par, scene.origin, scene.toolLength};
 }
@@ -43,7 +36,7 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
   } kSides[] = {{0, 0, 1}, {1, 1, 3}, {1, 0, 2}, {1, 2, 2}, {1, -1, 2},
                 {0, 1, 2}, {2, 2, 2}, {2, 0, 2}, {0, 7, 2}, {-1, -1, 2}};
   Seeded random;
-  int refused = 0;
+  int refused = 0, turned = 0;
   std::uint32_t rewindings = 0;
   for (int i = 0; i < 400; ++i) {
     SixAxisScene scene = RandomSixAxisScene(random);
@@ -59,6 +52,7 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     scene.control.SetSecondAxisLimit(scene.control.GetFirstAxisLimit());
     const double reach = random.Real(185, 300);
     scene.machine.firstRange = {-reach, reach};
+    if (random.Chance(0.3)) scene.machine.secondRange = {-90, 90};
     zv6axMachDef machDef = scene.MachDef();
     machDef.SetFirstOnWorkpiece(sides.first);
     machDef.SetSecondOnWorkpiece(sides.second);
@@ -71,6 +65,10 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     const auto outcome = Post(six, Build(source), small);
     SCOPED_TRACE(testing::Message() << i << ' ' << sides.first << ' ' << sides.second);
     ASSERT_EQ(outcome.id, expected.id);
+    // The first solution that a failing attempt turns round is that posting's own.
+    const auto index = scene.par.GetFirstMoveSolutionIndex();
+    ASSERT_EQ(six.GetPar().GetFirstMoveSolutionIndex(), index);
+    turned += five.GetPar().GetFirstMoveSolutionIndex() != index;
     refused += expected.id != 0;
     if (expected.id == 0) {
       ASSERT_EQ(outcome.lines.size(), expected.lines.size());
@@ -89,15 +87,6 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     ExpectWidened(lines.second, solutions.second, scene.thirdAngle);
     ExpectWidened(alone, solutions.first, scene.thirdAngle);
     ASSERT_EQ(angles, five.PostMove2(move, {}).second);
-    for (const zvPosted6axMove& line : {lines.first, lines.second}) {
-      const Point& slides = line.GetMachinePosition();
-      const auto pose = scene.SixAxisModel().At(ToVector(slides), line.GetAngle(0),
-                                                line.GetAngle(1), line.GetAngle(2));
-      const double size =
-          scene.Size() + scene.thirdPivot.Length() + source[0].tip.Length() + slides.Length();
-      ASSERT_LE((ToPoint(pose.tip) - source[0].tip).Length(), 1e-9 * size);
-      ASSERT_LE((ToPoint(pose.axis) - source[0].orientation.Normalized()).Length(), 2e-4);
-    }
     const std::uint32_t id = IdOf([&] { five.PostMoveWithinMachLimits(move, {}); });
     ASSERT_EQ(IdOf([&] { six.PostMoveWithinMachLimits(move, {}); }), id);
     if (id == 0) {
@@ -112,17 +101,13 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
   }
   EXPECT_GT(rewindings, 10u);
   EXPECT_LT(refused, 200);
-}
-
-SixAxisScene TrunnionScene() {
-  SixAxisScene scene;
-  scene.thirdAngle = 30;
-  return scene;
+  EXPECT_GT(turned, 10);
 }
 
 // Postings read the creator's own parameters and machine; the solver those of the constructor.
 TEST(SixAxisCreator, ReadsParametersAndMachinesWhereItShould) {
-  SixAxisScene scene = TrunnionScene();
+  SixAxisScene scene;
+  scene.thirdAngle = 30;
   scene.machine.secondRange = {-10, 10};
   zvPosted6axTPCreator creator = scene.SixAxisCreator();
   const auto nearPole = Move5({10, 20, 30}, {0, 0.05, 1});
@@ -153,24 +138,6 @@ TEST(SixAxisCreator, ReadsParametersAndMachinesWhereItShould) {
   EXPECT_NE(post().front().GetMachinePosition(), before.front().GetMachinePosition());
 }
 
-// The first solution that a failing rewinding turns round is that run's own.
-TEST(SixAxisCreator, OnePostingDoesNotInfluenceTheNext) {
-  SixAxisScene scene = TrunnionScene();
-  scene.machine.firstRange = {0, 180};
-  scene.machine.secondRange = {1, 100};
-  scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
-  PathBuilder::Moves screw;
-  for (int i = 0; i < 100; ++i)
-    screw.push_back(Move5({0, 0, 0.1 * i}, ToPoint(scene.Model().At({}, 5.0 * i, 30).axis)));
-  const auto path = PathBuilder().Contour(screw);
-  zvPosted5axTPCreator five = scene.Creator();
-  EXPECT_EQ(Post(five, path).id, 5018u);
-  ASSERT_EQ(five.GetPar().GetFirstMoveSolutionIndex(), zvKDRParam::mirrorSolution);
-  zvPosted6axTPCreator six = scene.SixAxisCreator();
-  EXPECT_EQ(Post(six, path).id, 5018u);
-  EXPECT_EQ(six.GetPar().GetFirstMoveSolutionIndex(), zvKDRParam::firstSolution);
-}
-
 TEST(SixAxisCreator, RefusesMachinesThatCannotBePostedFor) {
   const SixAxisScene scene;
   const auto idOf = [&scene](const zv6axMachDef& machDef) {
@@ -184,9 +151,6 @@ TEST(SixAxisCreator, RefusesMachinesThatCannotBePostedFor) {
   equal.SetFirstRotationDirection({0, 3, 0});
   equal.SetSecondRotationDirection({0, 5, 0});
   EXPECT_EQ(idOf(equal), 5002u);
-  zv6axMachDef noNumber = scene.MachDef();
-  noNumber.SetFirstRotationPivot({0, tests::kNaN, 0});
-  EXPECT_EQ(idOf(noNumber), 5039u);
   EXPECT_EQ(idOf(zv6axMachDef()), 2189u) << "a default definition has no third direction";
   auto creator = scene.SixAxisCreator();
   creator.SetMachDef(parallel);
@@ -194,3 +158,5 @@ TEST(SixAxisCreator, RefusesMachinesThatCannotBePostedFor) {
 }
 
 }  // namespace
+
+}  // namespace tests

@@ -6,12 +6,14 @@
 #include <kandrel/post/geometry/solution_choice.h>
 #include <kandrel/post/model/post_exception.h>
 #include <tests/support/five_axis_scenes.h>
+#include <tests/support/laws.h>
+#include <tests/support/number_cases.h>
+#include <tests/support/numbers.h>
 #include <tests/support/throws_id.h>
 #include <tests/support/toolpath_builders.h>
 
-#include <array>
 #include <cmath>
-#include <limits>
+#include <vector>
 
 namespace {
 
@@ -24,23 +26,17 @@ using post::zvRotarySolution;
 using post::zvRotarySolutions;
 using tests::Distance;
 using tests::FiveAxisScene;
+using tests::kInfinity;
 using tests::Point;
 using tests::Seeded;
 using tests::ThrowsId;
 using tests::ToPoint;
 using tests::ToVector;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kPi = 3.14159265358979323846;
 
 Point InPlaneXZ(double deg) {
   return {std::sin(deg * kPi / 180), 0, std::cos(deg * kPi / 180)};
-}
-
-template <class Action>
-testing::AssertionResult IsNull(Action&& action) {
-  return ThrowsId<cadcam::zvcadcamException>(action, 2189);
 }
 
 post::zvSolutionPair SolveMove(const zv5axMoveSolver& solver, const Point& p_part,
@@ -53,11 +49,6 @@ zvRotarySolutions SolveAngles(const FiveAxisScene& scene, const Point& p_part,
                               const Point& orientation, double lastFirstAngle = 0) {
   const zv5axMoveSolver solver = scene.Solver();
   return solver.SolveAngles(p_part, orientation, solver.MakePoleCone(), lastFirstAngle);
-}
-
-double DegreesBetween(const Point& a, const Point& b) {
-  return std::acos(std::clamp(tests::rigid::Cosine(ToVector(a), ToVector(b)), -1.0, 1.0)) * 180 /
-         kPi;
 }
 
 // Tip and tool of both solutions stand where the machine as rigid bodies has them.
@@ -81,14 +72,14 @@ TEST(FiveAxisSolver, PutsTipAndToolOnTheRigidModelInBothSolutions) {
     // second: what an orientation needs to be reached.
     double least = 180, most = 0;
     for (int k = 0; k < 720; ++k) {
-      const double deg = DegreesBetween(scene.Tool(0, 0.5 * k), scene.machine.first);
+      const double deg = tests::DegBetween(scene.Tool(0, 0.5 * k), scene.machine.first);
       least = std::min(least, deg);
       most = std::max(most, deg);
     }
     for (int k = 0; k < 10; ++k) {
       const Point p_part = random.Vector(400);
       const Point orientation = random.UnitVector() * random.Real(0.5, 3);
-      const double deg = DegreesBetween(orientation, scene.machine.first);
+      const double deg = tests::DegBetween(orientation, scene.machine.first);
       const double slack = 0.3;  // as coarse as the reach is known
       zvRotarySolutions solutions;
       try {
@@ -181,15 +172,14 @@ TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
   FiveAxisScene scene;
   const auto solve = [&](const Point& p, const Point& t) { SolveMove(scene.Solver(), p, t); };
   for (const double size : {1e-200, 1e200}) EXPECT_NO_THROW(solve({}, {size, 0, size}));
-  EXPECT_TRUE(IsNull([&] { solve({}, {0, -0.0, 0}); }));
-  for (const double bad : {kNaN, kInfinity, -kInfinity})
-    for (double Point::*axis : {&Point::x, &Point::y, &Point::z})
-      for (const bool isTip : {false, true}) {
-        Point p{1, 2, 3}, t{0, 0.6, 0.8};
-        Point& changed = isTip ? p : t;
-        changed.*axis = bad;
-        EXPECT_TRUE(ThrowsId<zvPostException>([&] { solve(p, t); }, 5039));
-      }
+  EXPECT_TRUE(ThrowsId<cadcam::zvcadcamException>([&] { solve({}, {0, -0.0, 0}); }, 2189));
+  for (const double bad : {tests::kNaN, kInfinity, -kInfinity})
+    for (double Point::*axis : {&Point::x, &Point::y, &Point::z}) {
+      Point p{1, 2, 3}, t{0, 0.6, 0.8};
+      p.*axis = t.*axis = bad;
+      EXPECT_TRUE(ThrowsId<zvPostException>([&] { solve({1, 2, 3}, t); }, 5039));
+      EXPECT_TRUE(ThrowsId<zvPostException>([&] { solve(p, {0, 0.6, 0.8}); }, 5039));
+    }
   // Rotary axes that are parallel or nearly so: the definition refuses equal directions only. Of
   // the second pair rounding leaves a vector product of 1e-16. The last is skew enough.
   const std::pair<Point, Point> axes[] = {{{1, 0, 0}, {-1, 0, 0}},
@@ -205,23 +195,19 @@ TEST(FiveAxisSolver, RefusesWhatIsNoDirection) {
       EXPECT_NO_THROW(solve({}, {1, 0, 0}));
     else
       for (const Point& t : {Point{1, 0, 0}, Point{0, 0, 1}, Point{0.6, 0, 0.8}})
-        EXPECT_TRUE(IsNull([&] { solve({}, t); }));
+        EXPECT_TRUE(ThrowsId<cadcam::zvcadcamException>([&] { solve({}, t); }, 2189));
   }
 }
 
-TEST(FiveAxisSolver, CarriesTheMoveIntoBothSolutions) {
+TEST(FiveAxisSolver, CarriesTheWholeMove) {
   const FiveAxisScene scene;
-  const zv5axMoveSolver solver = scene.Solver();
   const auto move = tests::Move5({1, 2, 3}, {0, 0.6, 0.8}, 500, true);
-  const auto [first, mirror] = solver.Solve(move, zvPostedMove::link3, 42, true, 1e308, false, 0);
-  const auto small = solver.Solve(move, zvPostedMove::link3, 42, true, 1e308, true, 0);
-  EXPECT_TRUE(small.first.HasNoExtended());
-  zvPosted5axMove expected(small.first.GetMachinePosition(), {1, 2, 3}, {0, 0.6, 0.8},
-                           small.first.GetAngle(0), small.first.GetAngle(1), 0, 500, true,
-                           zvPostedMove::link3, {2, 4, 6}, {0, 1, 0}, 7, true, 42, true);
-  EXPECT_EQ(first, expected);
-  EXPECT_EQ(small.second, mirror);
-  EXPECT_NE(first.GetAngle(1), mirror.secondAngle);
+  const zvPosted5axMove solved =
+      scene.Solver().Solve(move, zvPostedMove::link3, 42, true, 1e308, false, 0).first;
+  const zvPosted5axMove expected(solved.GetMachinePosition(), {1, 2, 3}, {0, 0.6, 0.8},
+                                 solved.GetAngle(0), solved.GetAngle(1), 0, 500, true,
+                                 zvPostedMove::link3, {2, 4, 6}, {0, 1, 0}, 7, true, 42, true);
+  EXPECT_EQ(solved, expected);
 }
 
 TEST(FiveAxisSolver, FixesAnUndeterminedAngleOnTheTip) {
@@ -344,23 +330,18 @@ TEST(FiveAxisPoleLimits, FindAnAngleInsideWhereThereIsOne) {
 }
 
 TEST(FiveAxisPoleLimits, CountOnlyWhereTheFirstAxisCanCarryThePole) {
-  const struct {
-    std::int32_t kind;
-    double firstZ;
-    bool isActive;
-  } cases[] = {{0, 1, false}, {1, 1, false}, {2, 1, true}, {3, -1, true}};
-  for (const auto& c : cases)
+  for (const std::int32_t kind : {0, 1, 2, 3})
     for (const auto handling : {zvKDRParam::keepWithinLimits, zvKDRParam::spreadOnCubic}) {
       FiveAxisScene scene;
       scene.par.SetPoleHandling(handling);
-      scene.machine.kind = c.kind;
-      scene.machine.first = {0, 0, c.firstZ};
+      scene.machine.kind = kind;
+      scene.machine.first = {0, 0, kind == 3 ? -1.0 : 1.0};
       scene.machine.low = {-50, -150, -150};
       scene.machine.high = {50, 150, 150};
       // Off in X by a part point that a turn can bring in.
       EXPECT_EQ(SolveAngles(scene, {100, 0, 0}, {0, 0, 1}).poleStatus,
-                c.isActive && handling == zvKDRParam::keepWithinLimits ? 0u : 1u)
-          << c.kind;
+                kind >= 2 && handling == zvKDRParam::keepWithinLimits ? 0u : 1u)
+          << kind;
     }
 }
 
@@ -374,7 +355,6 @@ TEST(FiveAxisPoleLimits, SaySoWhereABisectionEndsNowhere) {
   scene.machine.axes = {Point{-1, 0, 0}, Point{0, -1, 0}, Point{0, 0, 1}};
   scene.machine.low = {0.1, -1e10, -1e10};
   scene.machine.high = {0.2, 1e10, 1e10};
-  g_debugLine.clear();
   const auto before =
       misc::SetDebugLineHook([](std::wstring_view line) noexcept { g_debugLine = line; });
   const zvRotarySolutions s = SolveAngles(scene, {1e9, 0, 0}, {0, 0, 1});
@@ -384,115 +364,45 @@ TEST(FiveAxisPoleLimits, SaySoWhereABisectionEndsNowhere) {
   EXPECT_EQ(s.first.position, (Point{-1e9, 0, 0}));
 }
 
-zvRotarySolutions Pair(double a1, double a2, double b1, double b2, const Point& p = {},
-                       const Point& q = {}) {
-  return {{a1, a2, p}, {b1, b2, q}, 0};
-}
-
-constexpr Point kFar{1000, 0, 0};
-constexpr Point kLow{0, -200, 0};
+using Numbers = std::vector<double>;
 
 // The machine of the tables: angles within -90..90 and 0..100, slides within 100.
-FiveAxisScene LimitedScene(int limitsCheck, bool byRule, bool mirrorFlag) {
+FiveAxisScene LimitedScene(const Numbers& numbers) {
   FiveAxisScene scene;
   scene.machine.firstRange = {-90, 90};
   scene.machine.secondRange = {0, 100};
   scene.machine.low = {-100, -100, -100};
   scene.machine.high = {100, 100, 100};
-  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(limitsCheck));
-  scene.par.SetFirstMoveByRule(byRule);
-  scene.par.SetFirstMoveMirror(mirrorFlag);
+  scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(numbers[0]));
+  scene.par.SetFirstMoveByRule(numbers[1] == 1);
+  scene.par.SetFirstMoveMirror(numbers[2] == 1);
   return scene;
+}
+zvRotarySolutions Both(const Numbers& a, const Numbers& b) {
+  return {{a[0], a[1], {a[2], a[3], a[4]}}, {b[0], b[1], {b[2], b[3], b[4]}}, 0};
 }
 
 TEST(FiveAxisChoice, TakesForTheNextMoveWhatKeepsLimitsAndThenTheNearest) {
-  const struct {
-    int limitsCheck;
-    zvRotarySolutions s;
-    bool byRule, mirrorFlag, expected;
-  } cases[] = {
-      // No limits: the one that doesn't hold the largest travel.
-      {0, Pair(10, 0, 5, 0), true, false, true},
-      {0, Pair(5, 0, 10, 0), true, false, false},
-      {0, Pair(10, 90, 89, 0), true, false, true},
-      {0, Pair(170, 0, -175, 0), true, false, false},
-      {0, Pair(190, 0, -165, 0), true, false, true},  // 170 against 165 on the circle
-      {0, Pair(10, 0, -10, 0), true, false, false},   // a tie
-      {0, Pair(5, 0, 10, 0), false, true, true},
-      {0, Pair(200, 0, 5, 0, kFar), false, false, false},
-      // Linear limits alone, also against the flag.
-      {1, Pair(0, 0, 50, 0, kFar), true, false, true},
-      {1, Pair(50, 0, 0, 0, {}, kFar), true, false, false},
-      {1, Pair(50, 0, 0, 0, kFar, kFar), true, false, true},
-      {1, Pair(0, 0, 50, 0, kFar), false, false, true},
-      {1, Pair(0, 0, 50, 0, {100 + 5e-13, 0, 0}), true, false, false},
-      {1, Pair(0, 0, 50, 0, {100 + 5e-12, 0, 0}), true, false, true},
-      {1, Pair(170, 0, 175, 0), true, false, false},  // angles don't count
-      // Rotary ranges alone, on the circle and with the slack of limitTolerance.
-      {2, Pair(-100, 50, 80, 50), true, false, true},
-      {2, Pair(350, 50, 100, 50), true, false, false},
-      {2, Pair(90.00005, 50, 200, 50), true, false, false},
-      {2, Pair(90.0002, 50, 60, 50), true, false, true},
-      {2, Pair(0, 0, 80, 50, kFar), true, false, false},  // positions don't count
-      // Both, and so by an unknown value.
-      {3, Pair(0, 0, 80, 50, kFar), true, false, true},
-      {3, Pair(-100, 50, 80, 50, {}, kFar), true, false, true},
-      {3, Pair(0, 0, 80, -50, kFar), true, false, false},
-      {4, Pair(0, 0, 80, 50, kFar), true, false, true},
-      {4, Pair(-100, 50, 80, 50), true, false, true},
-  };
-  for (const auto& c : cases) {
-    const FiveAxisScene scene = LimitedScene(c.limitsCheck, c.byRule, c.mirrorFlag);
-    EXPECT_EQ(post::TakesMirrorNext(0, 0, c.s, scene.par, scene.machine.MachDef()), c.expected)
-        << "case " << &c - cases;
+  for (const auto& c : tests::NumberCases("geometry/data/choice_next.txt")) {
+    const FiveAxisScene scene = LimitedScene(c[0]);
+    const zvRotarySolutions both = Both(c[1], c[2]);
+    EXPECT_EQ(post::TakesMirrorNext(0, 0, both, scene.par, scene.machine.MachDef()), c[3][0] == 1)
+        << c.line;
   }
 }
 
 TEST(FiveAxisChoice, TakesForTheFirstMoveWhatKeepsLimitsAndThenTheRule) {
-  const post::zvLimitType none;
-  const post::zvLimitType xMax{post::zvLimitType::kX, post::zvLimitType::kMaximum};
-  const post::zvLimitType yMin{post::zvLimitType::kY, post::zvLimitType::kMinimum};
-  const struct {
-    int limitsCheck;
-    zvRotarySolutions s;
-    int rule, index;
-    double preferred;
-    bool byRule, mirrorFlag, expected;
-    post::zvLimitType excess;
-  } cases[] = {
-      {0, Pair(0, 0, 50, 0), 0, 0, 0, true, true, false, none},
-      {0, Pair(0, 0, 50, 0), 0, 1, 0, true, false, true, none},
-      {0, Pair(0, 0, 50, 0), 0, -3, 0, true, false, true, none},
-      {0, Pair(0, 0, 50, 0), 1, 1, 40, true, false, true, none},
-      {0, Pair(0, 0, 50, 0), 1, 1, 20, true, false, false, none},
-      {0, Pair(0, 0, 50, 0), 1, 1, 25, true, false, false, none},  // a tie
-      {0, Pair(10, 0, -20, 0), 1, 0, 345, true, false, true, none},
-      {0, Pair(0, 30, 50, -30), 2, 0, -1, true, false, true, none},
-      {0, Pair(0, 30, 50, -30), 2, 0, 1, true, false, false, none},
-      {0, Pair(0, 30, 50, -30), 7, 1, -1, true, false, false, none},
-      {0, Pair(0, 0, 50, 0), 0, 1, 0, false, false, false, none},
-      {0, Pair(0, 0, 50, 0), 0, 0, 0, false, true, true, none},
-      {1, Pair(0, 0, 50, 0, kFar), 0, 0, 0, true, false, true, none},
-      {1, Pair(0, 0, 50, 0, {}, kFar), 0, 1, 0, true, false, false, none},
-      // Both out: the record of the last linear test.
-      {1, Pair(0, 0, 50, 0, kFar, kLow), 0, 0, 0, true, false, false, yMin},
-      {1, Pair(0, 0, 50, 0, kLow, kFar), 0, 1, 0, true, false, true, xMax},
-      // A pure rotary excess sets none, and the rule decides.
-      {2, Pair(-100, 0, 100, 0), 0, 1, 0, true, false, true, none},
-      {3, Pair(-100, 0, 100, 0, kFar, kLow), 0, 1, 0, true, false, true, none},
-      {3, Pair(-100, 0, 80, 50, {}, kLow), 0, 0, 0, true, false, false, yMin},
-      {3, Pair(80, 50, 100, 0, kFar, {}), 0, 0, 0, true, false, false, xMax},
-      {3, Pair(80, 50, 60, 50, kFar, {}), 0, 0, 0, true, false, true, none},
-      {4, Pair(80, 50, 100, 0), 0, 1, 0, true, false, false, none},
-  };
-  for (const auto& c : cases) {
-    FiveAxisScene scene = LimitedScene(c.limitsCheck, c.byRule, c.mirrorFlag);
-    scene.par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(c.rule));
-    scene.par.SetFirstMoveSolutionIndex(static_cast<zvKDRParam::SolutionIndex>(c.index));
-    scene.par.SetFirstMovePreferredAngle(c.preferred);
-    const auto choice = post::ChooseFirst(c.s, scene.par, scene.machine.MachDef());
-    EXPECT_EQ(choice.isMirror, c.expected) << "case " << &c - cases;
-    EXPECT_EQ(choice.excess, c.excess) << "case " << &c - cases;
+  for (const auto& c : tests::NumberCases("geometry/data/choice_first.txt")) {
+    FiveAxisScene scene = LimitedScene(c[0]);
+    scene.par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(c[0][3]));
+    scene.par.SetFirstMoveSolutionIndex(static_cast<zvKDRParam::SolutionIndex>(c[0][4]));
+    scene.par.SetFirstMovePreferredAngle(c[0][5]);
+    const auto choice = post::ChooseFirst(Both(c[1], c[2]), scene.par, scene.machine.MachDef());
+    EXPECT_EQ(choice.isMirror, c[3][0] == 1) << c.line;
+    EXPECT_EQ(choice.excess.IsNone(), c[4].empty()) << c.line;
+    if (c[4].empty()) continue;
+    EXPECT_EQ(choice.excess.limitAxis, c[4][0]) << c.line;
+    EXPECT_EQ(choice.excess.limitSide, c[4][1]) << c.line;
   }
 }
 

@@ -1,12 +1,8 @@
 // What a class holds as one table, a row a field: how it is read and set, and what it is at first.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <tests/support/numbers.h>
-
-#include <functional>
-#include <type_traits>
-#include <vector>
+#include <tests/support/testing.h>
 
 namespace tests {
 

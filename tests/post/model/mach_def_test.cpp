@@ -1,37 +1,11 @@
-#include <gtest/gtest.h>
-#include <kandrel/cadcam/cadcam_exception.h>
-#include <kandrel/misc/math_exception.h>
-#include <kandrel/post/model/post_exception.h>
 #include <tests/post/model/mach_def_samples.h>
-
-#include <cmath>
-#include <limits>
-#include <string>
-#include <utility>
+#include <tests/support/testing.h>
+#include <tests/support/throws_id.h>
 
 namespace post {
 namespace {
 
 using namespace tests;
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-// The id that `action` fails with, 0 where it passes; the class must be the one that has the id.
-template <class Action>
-std::uint32_t IdOf(Action action) {
-  try {
-    action();
-  } catch (const misc::zvException& e) {
-    const std::uint32_t id = e.GetId();
-    const std::type_info& type = id == 2141   ? typeid(measures::zvmeasuresException)
-                                 : id == 2189 ? typeid(cadcam::zvcadcamException)
-                                 : id == 7108 ? typeid(misc::zvMathException)
-                                              : typeid(zvPostException);
-    return typeid(e) == type ? id : 0xFFFFFFFF;
-  }
-  return 0;
-}
 
 template <class M>
 class MachDefClasses : public testing::Test {};
@@ -112,7 +86,7 @@ TYPED_TEST(MachDefClasses, NormalizeTouchesDirectionsAndRefusesWhatHasNone) {
     for (double& number : value) number /= length;
     EXPECT_EQ(field.get(normalized), value);
     if (value.size() == 1) continue;
-    for (const Numbers& odd : {Numbers{0, 0, 0}, {0, kNan, 0}, {kInfinity, 0, 0}}) {
+    for (const Numbers& odd : {Numbers{0, 0, 0}, {0, kNaN, 0}, {kInfinity, 0, 0}}) {
       TypeParam machDef = source;
       field.set(machDef, odd);
       const std::uint32_t ofZero = isDirection ? 2189 : 0;
@@ -120,7 +94,7 @@ TYPED_TEST(MachDefClasses, NormalizeTouchesDirectionsAndRefusesWhatHasNone) {
       EXPECT_EQ(IdOf([&] { machDef.Normalize(); }), odd[0] == 0 && odd[1] == 0 ? ofZero : ofOthers);
     }
   }
-  TypeParam notANumber = Make<TypeParam>({.x = {kNan, 0, 0}});
+  TypeParam notANumber = Make<TypeParam>({.x = {kNaN, 0, 0}});
   EXPECT_FALSE(notANumber.IsIdentityTransform());
   EXPECT_EQ(IdOf([&] { notANumber.Normalize(); }), 5039u);
   TypeParam tiny = source;

@@ -1,11 +1,9 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/model/mach_def_builder.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 #include <tests/post/model/mach_def_samples.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <utility>
 
 namespace post {
 namespace {

@@ -1,16 +1,12 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/model/mirror_angle.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_move.h>
 #include <tests/post/model/fields.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <type_traits>
-#include <utility>
-#include <vector>
+#include <map>
+#include <thread>
 
 namespace post {
 namespace {
@@ -25,9 +21,6 @@ static_assert(sizeof(zvPosted5axMove) == 136);
 static_assert(sizeof(zvPosted6axMove) == 144);
 static_assert(sizeof(zvExtendedPostedMove) == 64);
 #endif
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // How a field counts when moves are compared: number by number within the tolerance, exactly, or
 // as a vector whose length of difference is within the tolerance.
@@ -160,7 +153,7 @@ TYPED_TEST(PostedMoveClasses, EachFieldAloneMakesUnequalOutsideTheTolerance) {
     EXPECT_TRUE(isEqualWith(value));
     EXPECT_FALSE(isEqualWith(Numbers(value.size(), field.isFlag ? 1 - value[0] : 1)));
     for (std::size_t i = 0; field.role != kExactly && i < value.size(); ++i)
-      for (const double v : {1e-12, -1e-12, beyond, -beyond, 1.0, kNan, kInfinity}) {
+      for (const double v : {1e-12, -1e-12, beyond, -beyond, 1.0, kNaN, kInfinity}) {
         Numbers n = value;
         n[i] = v;
         EXPECT_EQ(isEqualWith(n), std::fabs(v) <= 1e-12) << testing::PrintToString(n);
@@ -198,9 +191,47 @@ TYPED_TEST(PostedMoveClasses, TheFieldsOfABlockNeedOne) {
   EXPECT_TRUE(move.HasExtendedData());
 }
 
+// By their own id: two owners of one block would overwrite each other's numbers.
+using Blocks = std::map<int, std::unique_ptr<zvExtendedPostedMove>>;
+
+void Append(Blocks& blocks, int from, int count) {
+  for (int i = from; i < from + count; ++i)
+    blocks[i] = std::make_unique<zvExtendedPostedMove>(
+        Point(i, i, i), Point(), static_cast<std::uint32_t>(i), true, -i, false);
+}
+
+// Dies after its thread's stock of blocks, because it is made before it.
+struct LateOwner {
+  Blocks blocks;
+  ~LateOwner() {
+    Append(blocks, 300, 10);
+    blocks.clear();
+  }
+};
+
+TEST(ExtendedPostedMove, BlocksMayDieOnOtherThreadsAndAfterTheirOwn) {
+  // More than a thread keeps in stock, so that blocks go to the common pool and come back.
+  constexpr int kMany = 20000;
+  Blocks blocks;
+  for (int round = 0; round < 4; ++round) {
+    std::thread([&] {
+      thread_local LateOwner owner;
+      Append(owner.blocks, 0, 300);
+      // Deletes half of what threads that are gone have made, and adds its own.
+      std::erase_if(blocks, [](const auto& block) { return block.first % 2 == 0; });
+      Append(blocks, round * kMany, kMany);
+    }).join();
+    for (const auto& [id, block] : blocks) {
+      ASSERT_EQ(block->GetExtendedPoint(), Point(id, id, id));
+      ASSERT_EQ(block->GetSourceIndex(), -id);
+      ASSERT_EQ(reinterpret_cast<std::uintptr_t>(block.get()) % alignof(zvExtendedPostedMove), 0u);
+    }
+  }
+}
+
 TEST(ExtendedPostedMove, WithoutDataOnlyOriginCounts) {
   const zvExtendedPostedMove plain({1, 2, 3}, {4, 5, 6}, 7, false, 8, false);
-  EXPECT_TRUE(plain == zvExtendedPostedMove({0, 0, 0}, {0, kNan, 0}, 0, false, 8, false));
+  EXPECT_TRUE(plain == zvExtendedPostedMove({0, 0, 0}, {0, kNaN, 0}, 0, false, 8, false));
   EXPECT_FALSE(plain == zvExtendedPostedMove({1, 2, 3}, {4, 5, 6}, 7, false, 9, false));
   EXPECT_FALSE(plain == zvExtendedPostedMove({1, 2, 3}, {4, 5, 6}, 7, false, 8, true));
   EXPECT_FALSE(plain == zvExtendedPostedMove({1, 2, 3}, {4, 5, 6}, 7, true, 8, false));
@@ -250,7 +281,7 @@ TYPED_TEST(RotaryMoves, AngleDistanceIsTheLargestCircularOne) {
       const double largest = another == axis ? distance : std::max(distance, 15.0);
       EXPECT_DOUBLE_EQ(a.AngleDistance(b), largest) << from << " to " << to;
     }
-    for (const double bad : {kNan, kInfinity, -kInfinity}) {
+    for (const double bad : {kNaN, kInfinity, -kInfinity}) {
       table[axis].set(b, {bad});
       EXPECT_TRUE(std::isnan(a.AngleDistance(b)) && std::isnan(b.AngleDistance(a))) << axis;
     }

@@ -1,12 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posted_visitor.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <algorithm>
-#include <limits>
-#include <vector>
 
 namespace post {
 namespace {

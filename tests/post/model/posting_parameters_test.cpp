@@ -3,9 +3,8 @@
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <tests/post/model/fields.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <cmath>
 
 namespace post {
 namespace {

@@ -6,9 +6,9 @@
 #include <kandrel/post/passes/step_counts.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/five_axis_scenes.h>
+#include <tests/support/number_cases.h>
 #include <tests/support/throws_id.h>
 
-#include <limits>
 #include <vector>
 
 namespace {
@@ -20,46 +20,24 @@ using Move = post::zvPosted5axMove;
 using Moves = std::vector<Move>;
 
 constexpr std::int16_t kAxes[] = {0, 1};
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 TEST(StepCounts, Tables) {
-  constexpr std::uint32_t kRefused = 9999;
-  const struct {
-    double step, size;
-    std::uint32_t byAngle, byDistance;
-  } cases[] = {
-      {3, 9, 3, 4},
-      {3, 3, 0, 0},
-      {3, 3 + 0.5e-12, 0, 2},
-      {3, 3 + 2e-12, 1, 2},
-      {3, 8.9, 2, 3},
-      {0.4, 1, 2, 3},
-      {0, 9, 0, 0},
-      {-3, 9, 0, 0},
-      {kNaN, 9, 0, 0},
-      {3, kNaN, 0, 0},
-      {kInf, 9, 0, 0},
-      {1, 2147483645, 2147483645, 2147483646},
-      {1e-300, 9, kRefused, kRefused},
-      {3, kInf, kRefused, kRefused},
-      {1, 2147483647, kRefused, kRefused},
-  };
   zvKDRParam par(measures::zvUnitsFactory::metric);
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.size << " by " << c.step);
-    par.SetMaxAngleStep(c.step);
-    par.SetInterpolationDistance(c.step);
+  for (const auto& c : tests::NumberCases("passes/data/step_counts.txt")) {
+    SCOPED_TRACE(c.line);
+    const double size = c[0][1];
+    par.SetMaxAngleStep(c[0][0]);
+    par.SetInterpolationDistance(c[0][0]);
     par.SetInterpolateByDistance(true);
-    const auto byAngle = [&] { return post::StepsByAngle(par, c.size); };
-    const auto byDistance = [&] { return post::StepsByDistance(par, c.size); };
-    if (c.byAngle == kRefused) {
+    const auto byAngle = [&] { return post::StepsByAngle(par, size); };
+    const auto byDistance = [&] { return post::StepsByDistance(par, size); };
+    if (c[1].empty()) {
       EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(byAngle, 5039));
       EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(byDistance, 5039));
       continue;
     }
-    EXPECT_EQ(byAngle(), c.byAngle);
-    EXPECT_EQ(byDistance(), c.byDistance);
+    EXPECT_EQ(byAngle(), c[1][0]);
+    EXPECT_EQ(byDistance(), c[1][1]);
     par.SetInterpolateByDistance(false);
     EXPECT_EQ(byDistance(), 0u);
   }
@@ -179,35 +157,21 @@ class Interpolation : public testing::Test {
 
 TEST_F(Interpolation, DividesEvenlyByAngleOrDistance) {
   m_scene.par.SetInterpolationDistance(0.4);
-  const struct {
-    Move from, to;
-    bool byDistance, rapidMoves;
-    std::size_t count;
-  } cases[] = {
-      {At({0, 0, 0}, 0, 30), At({4, 0, 0}, 9, 30), false, false, 3},
-      {At({0, 0, 0}, 10, 30), At({4, 0, 0}, 10, 39), false, false, 3},
-      {At({0, 0, 0}, 10, 30), At({4, 0, 0}, 10, 33), false, false, 0},
-      {At({0, 0, 0}, 178, 30), At({4, 0, 0}, -178, 30), false, false, 1},
-      {At({0, 0, 0}, 10, 30), At({1, 0, 0}, 10, 30), true, false, 3},
-      {At({0, 0, 0}, 10, 30), At({0.4, 0, 0}, 10, 30), true, false, 0},
-      // A rapid end: nothing unless asked for, and then by distance alone.
-      {At({0, 0, 0}, 0, 30), Rapid(At({1, 0, 0}, 9, 30)), true, false, 0},
-      {At({0, 0, 0}, 0, 30), Rapid(At({1, 0, 0}, 9, 30)), false, true, 0},
-      {At({0, 0, 0}, 0, 30), Rapid(At({1, 0, 0}, 9, 30)), true, true, 3},
-      {Rapid(At({0, 0, 0}, 0, 30)), At({4, 0, 0}, 9, 30), false, false, 3},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    m_scene.par.SetInterpolateByDistance(c.byDistance);
-    m_scene.par.SetInterpolateRapidMoves(c.rapidMoves);
-    const Moves moves = Between(c.from, c.to);
+  for (const auto& c : tests::NumberCases("passes/data/even_division.txt")) {
+    SCOPED_TRACE(c.line);
+    m_scene.par.SetInterpolateByDistance(c[0][0] == 1);
+    m_scene.par.SetInterpolateRapidMoves(c[0][1] == 1);
+    const Move from = Rapid(At({}, c[1][1], c[1][2]), c[1][0] == 1);
+    const Move to = Rapid(At({c[2][1], 0, 0}, c[2][2], c[2][3]), c[2][0] == 1);
+    const double count = c[3][0];
+    const Moves moves = Between(from, to);
     EXPECT_FALSE(m_isLastLeft);
-    ASSERT_EQ(moves.size(), c.count);
+    ASSERT_EQ(moves.size(), count);
     for (std::size_t k = 0; k < moves.size(); ++k) {
-      const double t = static_cast<double>(k + 1) / static_cast<double>(c.count + 1);
-      const Point p = (1 - t) * c.from.GetPartPosition() + t * c.to.GetPartPosition();
+      const double t = static_cast<double>(k + 1) / (count + 1);
+      const Point p = (1 - t) * from.GetPartPosition() + t * to.GetPartPosition();
       EXPECT_LT(Distance(moves[k].GetPartPosition(), p), 1e-12);
-      EXPECT_NEAR(Turn(c.from, moves[k]), t * Turn(c.from, c.to), 0.1);
+      EXPECT_NEAR(Turn(from, moves[k]), t * Turn(from, to), 0.1);
     }
   }
 }

@@ -23,23 +23,21 @@ struct TableKinematics {
     return {q.x, q.y * std::cos(b) - q.z * std::sin(b), q.y * std::sin(b) + q.z * std::cos(b)};
   }
   static Point TurnBack(const Point& p, double first, double second) {
-    const Point q = Turn(p, 0, -second);
-    return Turn(q, -first, 0);
+    return Turn(Turn(p, 0, -second), -first, 0);
   }
-  static double Second(const Move& move) {
+  static double Deg(const Move& move, int axis) {
     using Traits = post::zvMoveTraits<Move>;
-    return Traits::kAxes == 2 ? Traits::Angle(move, 1) : 0.0;
+    return axis < Traits::kAxes ? Traits::Angle(move, axis) : 0;
   }
-  static double First(const Move& move) { return post::zvMoveTraits<Move>::Angle(move, 0); }
 
   Point MachinePosition(const Move& move) const {
-    return Turn(move.GetPartPosition(), First(move), Second(move));
+    return Turn(move.GetPartPosition(), Deg(move, 0), Deg(move, 1));
   }
   Point PartPosition(const Move& move) const {
-    return TurnBack(move.GetMachinePosition(), First(move), Second(move));
+    return TurnBack(move.GetMachinePosition(), Deg(move, 0), Deg(move, 1));
   }
   Point Orientation(const Move& move) const {
-    return TurnBack({0, 0, 1}, First(move), Second(move));
+    return TurnBack({0, 0, 1}, Deg(move, 0), Deg(move, 1));
   }
 };
 
@@ -77,10 +75,9 @@ Move TableMove(const Point& p_part, std::initializer_list<double> degs,
                post::zvPostedMove::Types type = post::zvPostedMove::noLink) {
   Move move(true);
   int axis = 0;
-  for (const double deg : degs) {
-    if (axis < post::zvMoveTraits<Move>::kAxes) post::zvMoveTraits<Move>::SetAngle(move, axis, deg);
-    ++axis;
-  }
+  for (const double deg : degs)
+    if (axis < post::zvMoveTraits<Move>::kAxes)
+      post::zvMoveTraits<Move>::SetAngle(move, axis++, deg);
   const TableKinematics<Move> kinematics;
   move.SetPartPosition(p_part);
   move.SetMachinePosition(kinematics.MachinePosition(move));

@@ -2,6 +2,7 @@
 #include <kandrel/post/passes/pole_blending.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/five_axis_scenes.h>
+#include <tests/support/number_cases.h>
 
 #include <array>
 #include <vector>
@@ -18,6 +19,13 @@ using Moves = std::vector<Move>;
 struct Line {
   double x, first, second;
 };
+
+std::vector<Line> LinesOf(const std::vector<double>& numbers) {
+  std::vector<Line> lines;
+  for (std::size_t i = 0; i < numbers.size(); i += 3)
+    lines.push_back({numbers[i], numbers[i + 1], numbers[i + 2]});
+  return lines;
+}
 
 // The first angle of the move at this place of the path.
 double FirstAngleAt(const Moves& moves, double x) {
@@ -68,32 +76,10 @@ class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
 };
 
 TEST_F(Blending, LinearSpreadsTheJumpOverTheLength) {
-  const struct {
-    std::vector<Line> given, blended;
-  } cases[] = {
-      // Spacing 60 / 3: a new move at 20 and at 40, each with the angle of its segment's end.
-      {{{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}},
-       {{0, 10, 5}, {10, 22, 0}, {20, 46, 0}, {30, 46, 0}, {40, 70, 0}, {50, 70, 5}}},
-      {{{0, 70, 5}, {10, 70, 0}, {30, 70, 0}, {50, 10, -5}},
-       {{0, 70, 5}, {10, 58, 0}, {20, 34, 0}, {30, 34, 0}, {40, 10, 0}, {50, 10, -5}}},
-      // Two in one segment; segments of no length are passed over.
-      {{{0, 10, 5}, {0, 10, 0}, {45, 10, 0}, {45, 10, 0}, {50, 70, 5}},
-       {{0, 10, 5}, {0, 10, 0}, {20, 64, 0}, {40, 64, 0}, {45, 64, 0}, {45, 64, 0}, {50, 70, 5}}},
-      // Shorter than the spacing.
-      {{{0, 10, 5}, {1, 10, 0}, {3, 10, 0}, {4, 70, 5}},
-       {{0, 10, 5}, {1, 25, 0}, {3, 55, 0}, {4, 70, 5}}},
-      // All within one step of the first: turned, but nothing comes between.
-      {{{0, 10, 5}, {25, 10, 0}, {50, 13, 5}}, {{0, 10, 5}, {25, 11.5, 0}, {50, 13, 5}}},
-      // 350 to 10 is no short way here: angles are those of solutions, in [-180, 180].
-      {{{0, -20, 5}, {5, -20, 0}, {10, 20, 5}}, {{0, -20, 5}, {5, 0, 0}, {10, 20, 5}}},
-      // The end of one run begins the next.
-      {{{0, 10, 5}, {2, 10, 0}, {4, 30, 5}, {6, 30, 0}, {6.5, 30, 0}, {8, 70, 5}},
-       {{0, 10, 5}, {2, 20, 0}, {4, 30, 5}, {6, 50, 0}, {6.5, 55, 0}, {8, 70, 5}}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    ExpectLines(Blended(Build(c.given)), c.blended);
-    EXPECT_EQ(m_count, &c == &cases[6] ? 2u : 1u);
+  for (const auto& c : tests::NumberCases("passes/data/linear_blending.txt")) {
+    SCOPED_TRACE(c.line);
+    ExpectLines(Blended(Build(LinesOf(c[0]))), LinesOf(c[1]));
+    EXPECT_EQ(m_count, c[0].size() == 18 ? 2u : 1u);
   }
 }
 
@@ -144,27 +130,12 @@ TEST_F(Blending, CubicTakesTheSlopesOfItsNeighbours) {
   }
 }
 
-// Whatever the length of a run and the slopes beside it, its steps keep to the largest: long flat
-// runs, curves that are nearly a parabola with the vertex of their slope far away or steepest at an
-// end, and neighbours that turn at once.
 TEST_F(Blending, CubicKeepsTheStepWhateverItsShape) {
   m_scene.par.SetPoleHandling(zvKDRParam::spreadOnCubic);
-  const struct {
-    std::vector<Line> given;
-    std::size_t inserted;
-  } cases[] = {
-      {{{0, 20, 5}, {125, 20, 0}, {250, 31, 5}}, 5},
-      {{{0, 20, 5}, {129, 20, 0}, {258, 31, 5}}, 5},
-      {{{0, 20, 5}, {500, 20, 0}, {1000, 110, 5}}, 45},
-      {{{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 + 1e-3, 5}}, 26},
-      {{{-5, 90, 5}, {0, 50, 5}, {5, 50, 0}, {10, 20, 5}, {15, 30 - 1e-3, 5}}, 26},
-      {{{-1e-3, 0, 5}, {0, 90, 5}, {5, 90, 0}, {10, 30, 5}, {10.001, -60, 5}}, 60},
-      {{{-1e-17, 0, 5}, {0, 90, 5}, {5, 90, 0}, {10, 30, 5}, {10 + 1e-14, 31, 5}}, 60},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    const Moves moves = Blended(Build(c.given));
-    EXPECT_EQ(moves.size(), c.given.size() + c.inserted);
+  for (const auto& c : tests::NumberCases("passes/data/cubic_steps.txt")) {
+    SCOPED_TRACE(c.line);
+    const Moves moves = Blended(Build(LinesOf(c[1])));
+    EXPECT_EQ(moves.size(), c[1].size() / 3 + static_cast<std::size_t>(c[0][0]));
     for (std::size_t k = 1; k < moves.size(); ++k)
       if (moves[k].GetAngle(1) == 0 || moves[k - 1].GetAngle(1) == 0) {
         EXPECT_LE(moves[k].AngleDistance(moves[k - 1]), 5 + 1e-9) << k;
@@ -175,18 +146,11 @@ TEST_F(Blending, CubicKeepsTheStepWhateverItsShape) {
 // Angles that a range from 0 up has wrapped: 20 degrees over the pole, unless there is no room. As
 // solved they run to 180 on both sides: over that seam lies the short way, whatever the range.
 TEST_F(Blending, TakesTheShortWayWhereTheRangeHasRoom) {
-  const struct {
-    post::zvRotaryRange range;
-    double from, to, atQuarter;
-  } cases[] = {{{0, 1e5}, 350, 10, 355},           {{0, 380}, 350, 10, 355},
-               {{0, 379}, 350, 10, 265},           {{0, 360}, 350, 10, 265},
-               {{-180, 180}, 170, -170, 175},      {{-180, 180}, -170, 170, -175},
-               {{-180, 180}, 100, -100, 100 + 40}, {{-180, 180}, 80, -80, 40}};
-  for (const auto& c : cases) {
-    m_ranges[0] = c.range;
-    const Moves moves =
-        Blended(Build({{0, c.from, 5}, {5, c.from, 0}, {10, c.from, 0}, {20, c.to, 5}}));
-    EXPECT_NEAR(FirstAngleAt(moves, 5), c.atQuarter, 1e-9) << c.range.max << ' ' << c.from;
+  for (const auto& c : tests::NumberCases("passes/data/short_ways.txt")) {
+    m_ranges[0] = {c[0][0], c[0][1]};
+    const double from = c[0][2], to = c[0][3];
+    const Moves moves = Blended(Build({{0, from, 5}, {5, from, 0}, {10, from, 0}, {20, to, 5}}));
+    EXPECT_NEAR(FirstAngleAt(moves, 5), c[0][4], 1e-9) << c.line;
   }
 }
 
@@ -249,35 +213,13 @@ TEST_F(Blending, MovesTakeTheFormOfTheirNeighbours) {
 }
 
 TEST_P(Blending, LeavesAloneWhatIsNoPoleOrNeedsNothing) {
-  const std::vector<Line> passage{{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}};
-  const std::vector<Line> single{{0, 10, 5}, {10, 10, 0}, {50, 70, 5}};
-  const struct {
-    const char* what;
-    std::vector<Line> given;
-    double step = 3;
-    double jump = 1000;
-    bool isBlended = false;
-  } cases[] = {
-      {"a first axis that happens to stand at 0",
-       {{0, 5, 10}, {10, 0, 20}, {20, 0, 35}, {30, 0, 20}, {40, 5, 30}}},
-      {"at the start", {{0, 10, 0}, {10, 10, 0}, {50, 70, 5}}},
-      {"at the end", {{0, 10, 5}, {10, 10, 0}, {30, 70, 0}}},
-      {"no length", {{9, 10, 5}, {9, 10, 0}, {9, 10, 0}, {9, 70, 5}}},
-      {"no move on the pole", {{0, 10, 5}, {10, 70, -5}}},
-      {"less than a step", passage, 61},
-      {"no step", passage, 0},
-      {"more than a jump", single, 3, 59},
-      {"just a jump", single, 3, 60, true},
-      {"more than a jump over several", passage, 3, 59, true},
-      {"nothing", {}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    m_scene.par.SetPoleHandling(GetParam());
-    m_scene.par.SetMaxAngleStep(c.step);
-    m_scene.par.SetMaxAngleJump(c.jump);
-    const Moves given = Build(c.given);
-    const bool isBlended = c.isBlended && GetParam() >= zvKDRParam::spreadEvenly;
+  m_scene.par.SetPoleHandling(GetParam());
+  for (const auto& c : tests::NumberCases("passes/data/no_blending.txt")) {
+    SCOPED_TRACE(c.line);
+    m_scene.par.SetMaxAngleStep(c[0][0]);
+    m_scene.par.SetMaxAngleJump(c[0][1]);
+    const Moves given = Build(LinesOf(c[1]));
+    const bool isBlended = c[0][2] == 1 && GetParam() >= zvKDRParam::spreadEvenly;
     EXPECT_EQ(Blended(given) != given, isBlended);
     EXPECT_EQ(m_count, isBlended ? 1u : 0u);
   }

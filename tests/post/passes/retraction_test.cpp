@@ -3,10 +3,10 @@
 #include <kandrel/post/passes/angle_jumps.h>
 #include <kandrel/post/passes/retraction.h>
 #include <tests/post/passes/pass_machine.h>
+#include <tests/support/number_cases.h>
+#include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
-
-#include <limits>
 
 namespace {
 
@@ -18,8 +18,8 @@ using post::zvRecompute;
 using tests::Point;
 using tests::ThrowsId;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using tests::kInfinity;
+using tests::kNaN;
 
 zv5axMachDef Machine(int kind, double limit) {
   zv5axMachDef machDef;
@@ -115,47 +115,32 @@ TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
 
 // An infinite limit is none: the axes that have one decide, and where none has, nothing does.
 TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
-  const struct {
-    Point high, orientation;
-    Point lifted;  // zero where it is refused
-  } cases[] = {
-      {{kInfinity, kInfinity, 100}, {0, 0, 1}, {1, 2, 100}},
-      {{kInfinity, 50, kInfinity}, {0, 0.6, 0.8}, {1, 50, 67}},
-      {{kInfinity, kInfinity, kInfinity}, {0, 0.6, 0.8}, {}},
-      {{50, 50, kInfinity}, {0, 0, 1}, {}},
-      {{100, 100, 1e307}, {0, 0, 1}, {1, 2, 1e307}},
-      // Of any length that is one.
-      {{100, 50, 100}, {0, 0.6e-13, 0.8e-13}, {1, 50, 67}},
-      {{100, 50, 100}, {0, 3e-300, 4e-300}, {1, 50, 67}},
-      {{100, 50, 100}, {0, 3e200, 4e200}, {1, 50, 67}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
+  for (const auto& c : tests::NumberCases("passes/data/lifts.txt")) {
+    SCOPED_TRACE(c.line);
     zv5axMachDef machDef = Machine(2, 100);
-    machDef.SetMaxLimits(c.high);
+    machDef.SetMaxLimits({c[0][0], c[0][1], c[0][2]});
     zvPosted5axMove move(true);
     move.SetPartPosition({1, 2, 3});
     move.SetMachinePosition({1, 2, 3});
-    move.SetOrientation(c.orientation);
-    if (c.lifted == Point()) {
+    move.SetOrientation({c[1][0], c[1][1], c[1][2]});
+    if (c[2].empty()) {
       EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move); }, 5039));
       continue;
     }
     const zvPosted5axMove lifted = Lift(machDef, move);
-    EXPECT_LT((lifted.GetMachinePosition() - c.lifted).Length(), 1e-11 * c.lifted.Length());
-    EXPECT_EQ(lifted.GetOrientation(), c.orientation);
+    const Point top{c[2][0], c[2][1], c[2][2]};
+    EXPECT_LT((lifted.GetMachinePosition() - top).Length(), 1e-11 * top.Length());
+    EXPECT_EQ(lifted.GetOrientation(), move.GetOrientation());
   }
 }
 
 template <class Move>
 class Jumps : public testing::Test {
  protected:
-  template <class Retract>
-  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump, const Retract& retract) {
+  template <class Retract = Move (*)(const Move&)>
+  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump,
+                           const Retract& retract = Retracted) {
     return post::HandleLargeAngleJumps(moves.list, 180, maxJump, retract);
-  }
-  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump) {
-    return Run(moves, maxJump, Retracted);
   }
   static Move Retracted(const Move& move) { return tests::TableMachine<Move>().Retract(move); }
 };
@@ -163,25 +148,20 @@ using Classes = testing::Types<post::zvPosted4axMove, zvPosted5axMove>;
 TYPED_TEST_SUITE(Jumps, Classes);
 
 TYPED_TEST(Jumps, AreLiftedAwayFromPartAtBothAngles) {
-  const struct {
-    double to, maxJump;
-    bool rapid;
-    std::uint32_t jumps;
-  } cases[] = {{120, 120, false, 0}, {120.001, 120, false, 1},   {130, 120, true, 0},
-               {360, 120, false, 0}, {720 - 130, 120, false, 1}, {10, 0, false, 1},
-               {0, 0, false, 0},     {0, -1, false, 1},          {90, kNaN, false, 0}};
-  for (const auto& c : cases) {
+  for (const auto& c : tests::NumberCases("passes/data/jumps.txt")) {
+    SCOPED_TRACE(c.line);
+    const double to = c[0][0], jumps = c[0][3];
     tests::PassList<TypeParam> moves;
     moves.list.PushBack(tests::TableMove<TypeParam>({10, 0, 0}, {0, 0}));
-    TypeParam& last = moves.list.PushBack(tests::TableMove<TypeParam>({20, 0, 0}, {c.to, 0}));
-    last.SetRapid(c.rapid);
-    EXPECT_EQ(this->Run(moves, c.maxJump), c.jumps) << c.to;
-    ASSERT_EQ(moves.list.GetCount(), 2 + 2 * c.jumps) << c.to;
-    if (c.jumps == 0) continue;
+    TypeParam& last = moves.list.PushBack(tests::TableMove<TypeParam>({20, 0, 0}, {to, 0}));
+    last.SetRapid(c[0][2] == 1);
+    EXPECT_EQ(this->Run(moves, c[0][1]), jumps);
+    ASSERT_EQ(moves.list.GetCount(), 2 + 2 * jumps);
+    if (jumps == 0) continue;
     auto lift = std::next(moves.list.begin());
     EXPECT_EQ(lift->GetPartPosition(), Point(10, 0, 100));
     EXPECT_EQ(std::next(lift)->GetPartPosition(), Point(20, 0, 100));
-    EXPECT_EQ(moves.Angles(), (std::vector<double>{0, 0, c.to, c.to}));
+    EXPECT_EQ(moves.Angles(), (std::vector<double>{0, 0, to, to}));
     EXPECT_TRUE(lift->IsRapid() && std::next(lift)->IsRapid());
   }
 }

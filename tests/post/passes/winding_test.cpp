@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 #include <kandrel/post/passes/winding.h>
 #include <tests/post/passes/pass_machine.h>
-#include <tests/support/plain_passes.h>
+#include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
-
-#include <limits>
 
 namespace {
 
@@ -30,9 +28,8 @@ class Winding : public testing::Test {
 using Classes = testing::Types<zvPosted4axMove, zvPosted5axMove>;
 TYPED_TEST_SUITE(Winding, Classes);
 
-TYPED_TEST(Winding, IsTheDoubleLoop) {
-  std::vector<std::vector<double>> runs{
-      {}, {725}, {0, 180, 0, -180, 0}, {170, -170, -150}, {0, 540.0}, {0, 700}};
+// Whole turns are added, and no step is more than half a turn.
+TYPED_TEST(Winding, IsTheNearestOfEach) {
   tests::Seeded random;
   for (int run = 0; run < 2000; ++run) {
     std::vector<double> degs;
@@ -40,26 +37,26 @@ TYPED_TEST(Winding, IsTheDoubleLoop) {
     for (int i = random.Integer(0, 60); i > 0; --i)
       degs.push_back(random.Chance(0.3) ? 90.0 * random.Integer(-20, 20)
                                         : random.Real(-size, size));
-    runs.push_back(degs);
-  }
-  for (const std::vector<double>& degs : runs) {
-    std::vector<double> plain = degs;
-    tests::plain::Wind(plain);
     const int axis = random.Integer(0, post::zvMoveTraits<TypeParam>::kAxes - 1);
-    const std::vector<double> tuned = this->Wound(degs, axis);
-    ASSERT_EQ(tuned.size(), plain.size());
-    for (std::size_t i = 0; i < plain.size(); ++i) ASSERT_NEAR(tuned[i], plain[i], 1e-8);
-    ASSERT_EQ(this->Wound(tuned, axis), tuned) << "what is wound stays";
+    const std::vector<double> wound = this->Wound(degs, axis);
+    ASSERT_EQ(wound.size(), degs.size());
+    for (std::size_t i = 0; i < degs.size(); ++i) {
+      ASSERT_NEAR(std::remainder(wound[i] - degs[i], 360), 0, 1e-8);
+      ASSERT_LE(std::fabs(wound[i] - wound[i == 0 ? 0 : i - 1]), 180 + 1e-8);
+    }
+    ASSERT_EQ(this->Wound(wound, axis), wound) << "what is wound stays";
   }
-  EXPECT_EQ(this->Wound({170, -170, -150}), (std::vector<double>{170, 190, 210}));
+  // Half a turn stays; one that turns are taken from ends on the other side.
+  using Degs = std::vector<double>;
+  EXPECT_EQ(this->Wound({725, 905, 725, 545, 725}), (Degs{725, 905, 725, 545, 725}));
+  EXPECT_EQ(this->Wound({0, 540, 0, -900}), (Degs{0, -180, 0, 180}));
+  EXPECT_EQ(this->Wound({170, -170, -150}), (Degs{170, 190, 210}));
 }
 
 TYPED_TEST(Winding, AbsurdAnglesAreRefusedAndNotANumberPasses) {
-  const double inf = std::numeric_limits<double>::infinity();
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  for (const double deg : {inf, -inf, 1e300, -1e13})
+  for (const double deg : {tests::kInfinity, -tests::kInfinity, 1e300, -1e13})
     EXPECT_TRUE(tests::ThrowsId<post::zvPostException>([&] { this->Wound({0, deg, 5}); }, 5039));
-  const std::vector<double> wound = this->Wound({170, -170, nan, 5});
+  const std::vector<double> wound = this->Wound({170, -170, tests::kNaN, 5});
   EXPECT_EQ(wound[1], 190);
   EXPECT_TRUE(std::isnan(wound[2]));
   EXPECT_EQ(wound[3], 365);
