@@ -144,6 +144,9 @@ TEST(CommandLine, EndsWithItsExitCodeAndOneLineAndLeavesNoFolder) {
   fs::create_symlink("/dev/zero", scratch.Path("FILE_zero.kds"));
   for (const auto& c : tests::Cases("commands.txt")) {
     SCOPED_TRACE(c.at(4));
+    for (const char* name : {"FILE.cl", "FILE.json", "FILE.kds"})
+      tests::WriteFile(scratch.Path(name), c.at(3));
+    std::string line = c.at(4);
     Replace(line, "POST", "post -t FILE.cl -o OUT");
     Replace(line, "FILE", scratch.Path("FILE"));
     Replace(line, "OUT", out);
