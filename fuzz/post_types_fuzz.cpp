@@ -1,5 +1,5 @@
-// zvBIPostTypes on any bytes: one byte selects the record, one the version, one the flags; the rest
-// is the record.
+// zvBIPostTypes on any bytes: one byte selects the record, one the version, one the flags and the
+// kind of stream; the rest is the record.
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/persistence/post_types_reader.h>
@@ -79,9 +79,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr std::size_t kHead = 3;
   if (size < kHead) return 0;
   try {
-    tests::MemoryInput in(data + kHead, size - kHead);
+    tests::MemoryInput plain(data + kHead, size - kHead);
+    tests::WindowedMemoryInput windowed(data + kHead, size - kHead);
+    misc::zvBinInputStream* in = &plain;
+    if ((data[2] & 8) != 0) in = &windowed;
     std::vector<misc::zvBILostData> lostData;
-    post::zvBIPostTypes reader(in, data[1], (data[2] & 1) != 0, &lostData, (data[2] & 2) != 0,
+    post::zvBIPostTypes reader(*in, data[1], (data[2] & 1) != 0, &lostData, (data[2] & 2) != 0,
                                (data[2] & 4) != 0);
     ReadRecord(reader, data[0]);
   } catch (const misc::zvException&) {

@@ -33,6 +33,21 @@ class MemoryInput final : public misc::zvBinInputStream {
   std::size_t m_left;
 };
 
+/// The same, with its bytes as a window.
+class WindowedMemoryInput final : public misc::zvWindowedInput {
+ public:
+  WindowedMemoryInput(const std::uint8_t* data, std::size_t size) {
+    GetWindow() = {data, data + size};
+  }
+
+  void Read(void* buffer, misc::zvStreamSize& size) override {
+    misc::zvByteWindow& window = GetWindow();
+    size = std::min<misc::zvStreamSize>(size, static_cast<std::size_t>(window.end - window.next));
+    if (size > 0) std::memcpy(buffer, window.next, size);
+    window.next += size;
+  }
+};
+
 /// Keeps what it is given.
 class MemoryOutput final : public misc::zvBinOutputStream {
  public:
