@@ -1,4 +1,5 @@
-// zvKDSInput on any bytes. What it accepts, written and read again, is written as the same bytes.
+// zvKDSInput on any bytes. What it accepts, written and read again, is written as the same bytes,
+// unless it had to be changed again: a spindle shorter than 1e-12 counts as parallel to all.
 #include <kandrel/misc/exception.h>
 #include <kandrel/persistence/settings_file.h>
 #include <tests/support/memory_streams.h>
@@ -24,7 +25,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const zvKDSInput input(in);
     const std::string written = Written(input.GetMachDefBld());
     tests::MemoryInput again(written);
-    if (Written(zvKDSInput(again).GetMachDefBld()) != written) std::abort();
+    const zvKDSInput second(again);
+    if (second.GetLostData().empty() && Written(second.GetMachDefBld()) != written) std::abort();
   } catch (const misc::zvException&) {
     // Refused, which is what most inputs are for.
   }
