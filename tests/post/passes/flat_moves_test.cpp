@@ -1,12 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/flat_moves.h>
 #include <tests/support/throws_id.h>
 #include <tests/support/toolpath_builders.h>
-
-#include <cmath>
-#include <iterator>
 
 namespace post {
 namespace {
@@ -66,13 +62,10 @@ TEST(FlatMoves, UnknownTypesAreRefused) {
 }
 
 TEST(FlatMoves, ANullOrAnInfiniteMoveIsRefused) {
+  const auto flat = [](const cadcam::zvMovePointer& move) { Flat(PathBuilder().Contour({move})); };
   for (const double bad : {std::nan(""), -HUGE_VAL})
-    EXPECT_TRUE(ThrowsId<zvPostException>(
-        [&] {
-          Flat(PathBuilder().Contour({Move3({0, bad, 0})}));
-        },
-        5039));
-  EXPECT_TRUE(tests::ThrowsNull([&] { Flat(PathBuilder().Contour({nullptr})); }));
+    EXPECT_TRUE(ThrowsId<zvPostException>([&] { flat(Move3({0, bad, 0})); }, 5039));
+  EXPECT_TRUE(tests::ThrowsNull([&] { flat(nullptr); }));
 }
 
 }  // namespace
