@@ -46,7 +46,7 @@ TEST(FlatMoves, TheTypeOfAMoveIsThatOfItsSection) {
 }
 
 // A link of unknown type has none; a section of another class cuts, but has none to be asked.
-TEST(FlatMoves, UnknownTypesAreRefused) {
+TEST(FlatMoves, UnknownTypesAndMovesThatAreNoneAreRefused) {
   for (const std::uint32_t type : {6u, 4000000000u}) {
     const PathBuilder path = PathBuilder().Link(type, {Move3({})});
     EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { PostedMoveTypeAt(path.Path().begin()); }, 2637));
@@ -59,9 +59,7 @@ TEST(FlatMoves, UnknownTypesAreRefused) {
   path.front()->front()->push_back(other);
   EXPECT_EQ(Flat(path)[0].second, zvPostedMove::noLink);
   EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { PostedMoveTypeAt(path.begin()); }, 2639));
-}
-
-TEST(FlatMoves, ANullOrAnInfiniteMoveIsRefused) {
+  // Nor is a null or an infinite move taken.
   const auto flat = [](const cadcam::zvMovePointer& move) { Flat(PathBuilder().Contour({move})); };
   for (const double bad : {std::nan(""), -HUGE_VAL})
     EXPECT_TRUE(ThrowsId<zvPostException>([&] { flat(Move3({0, bad, 0})); }, 5039));

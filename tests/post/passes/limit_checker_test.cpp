@@ -37,10 +37,7 @@ TEST(LimitChecker, RotaryLimitsHaveTheSlackAndAreNotCircular) {
     EXPECT_EQ(tests::Flat(limit.limitAxis, limit.limitSide),
               c[1].empty() ? tests::Flat(none.limitAxis, none.limitSide) : c[1]);
   }
-}
-
-TEST(LimitChecker, TheFirstMoveOutDecides) {
-  const zv5axMachDef machDef = Machine(-10, 10, -20, 20);
+  // The first move out decides.
   tests::PassList<zvPosted5axMove> moves;
   Fill(moves, {0, 0, 99}, {0, -99, 0});
   const zvListLimits<zvPosted5axMove> checker(moves.list, machDef, 0);

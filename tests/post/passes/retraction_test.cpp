@@ -86,7 +86,7 @@ TEST(Retraction, LiftsAlongTheOrientationAsGiven) {
         ThrowsId<zvPostException>([&] { RetractAlongTool(kinematics, move, distance); }, 5039));
 }
 
-TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
+TEST(Retraction, ToLimitsGoesByTheLimitsThereAreAndRefusesTheRest) {
   const zv5axMachDef machDef = Machine(2, 100);
   zvPosted5axMove move(true);
   move.SetMachinePosition({0, 0, 100.1});
@@ -100,23 +100,20 @@ TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
   move.SetOrientation({});
   EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move, kPart); }, 5039));
   EXPECT_EQ(Lift(machDef, move, kPart, true).GetPartPosition(), Point(1, 2, 100));
-}
-
-// An infinite limit is none: the axes that have one decide, and where none has, nothing does.
-TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
+  // An infinite limit is none: the axes that have one decide, and where none has, nothing does.
   for (const auto& c : tests::NumberCases("passes/data/lifts.txt")) {
     SCOPED_TRACE(c.line);
-    zv5axMachDef machDef = Machine(2, 100);
-    machDef.SetMaxLimits({c[0][0], c[0][1], c[0][2]});
-    zvPosted5axMove move(true);
+    zv5axMachDef limited = Machine(2, 100);
+    limited.SetMaxLimits({c[0][0], c[0][1], c[0][2]});
+    move = zvPosted5axMove(true);
     move.SetPartPosition({1, 2, 3});
     move.SetMachinePosition({1, 2, 3});
     move.SetOrientation({c[1][0], c[1][1], c[1][2]});
     if (c[2].empty()) {
-      EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move); }, 5039));
+      EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(limited, move); }, 5039));
       continue;
     }
-    const zvPosted5axMove lifted = Lift(machDef, move);
+    const zvPosted5axMove lifted = Lift(limited, move);
     const Point top{c[2][0], c[2][1], c[2][2]};
     EXPECT_LT((lifted.GetMachinePosition() - top).Length(), 1e-11 * top.Length());
     EXPECT_EQ(lifted.GetOrientation(), move.GetOrientation());
