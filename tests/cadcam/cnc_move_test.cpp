@@ -1,5 +1,6 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/cnc_move.h>
+#include <tests/support/number_cases.h>
 #include <tests/support/numbers.h>
 #include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
@@ -102,12 +103,9 @@ TEST(CncMove, OnlyTheExtendedPointSetsTheMarkAndScalesWithIt) {
 
 template <class Move>
 void CheckBlends() {
-  // Weight and rapid of both moves, whose feeds are 100 and 900, then feed and rapid between them.
-  const double cases[][6] = {
-      {0.25, 0, 0.75, 0, 700, 0}, {0.25, 1, 0.75, 1, 700, 1}, {0.25, 0, 0.75, 1, 100, 0},
-      {0.25, 1, 0.75, 0, 900, 0}, {1, 0, 0, 1, 100, 0},       {1, 1, 0, 0, 900, 0},
-      {0, 0, 1, 1, 100, 0},       {2, 0, 3, 0, 2900, 0},      {-1, 0, 2, 0, 1700, 0}};
-  for (const auto& [w1, rapid1, w2, rapid2, feed, rapid] : cases) {
+  for (const tests::NumberCase& c : tests::NumberCases("../cadcam/data/blends.txt")) {
+    const double w1 = c[0].at(0), rapid1 = c[0].at(1), w2 = c[1].at(0), rapid2 = c[1].at(1);
+    const double feed = c[2].at(0), rapid = c[2].at(1);
     const Move m1 = Make<Move>(kP1, {0, 0, 2}, 100, rapid1 == 1, 1, 8);
     const Move m2 = Make<Move>(kP2, {0, 4, 0}, 900, rapid2 == 1, 2, -4);
     const Move blend = Interpolate(w1, m1, w2, m2);
@@ -116,7 +114,7 @@ void CheckBlends() {
     const Point& o = blend.GetOrientation();
     EXPECT_NEAR((o - Point(0, y / length, z / length)).Length(), 0, 1e-15);
     EXPECT_EQ(Fields(blend), tests::Flat(w1 * kP1 + w2 * kP2, o, feed, rapid, 2, w1 * 8 + w2 * -4))
-        << w1 << ' ' << rapid1 << ' ' << w2 << ' ' << rapid2;
+        << c.line;
   }
   const auto blend = [](double w1, const Point& o1, double w2, const Point& o2) {
     return Interpolate(w1, Make<Move>(kP1, o1, 0, false, 0, 0), w2,
@@ -142,25 +140,16 @@ TEST(CncMoveBlending, FollowsTheRulesAndFailsOnlyOnAnExactlyNullOrientation) {
 }
 
 TEST(CncMoveBlending, TheExtendedBlockNeedsBothMoves) {
-  // Weights, marks, ids and z of the vectors; points are (2, 4, 6) and (10, 20, 30).
-  const struct {
-    double w1, w2;
-    bool has1, has2;
-    std::uint32_t id2;
-    double z2;
-    Numbers block;
-  } cases[] = {{0.5, 0.5, true, false, 7, -8, {0, 0, 0, 0, 0, 1, 0, 0}},
-               {0.5, 0.5, false, true, 7, -8, {0, 0, 0, 0, 0, 1, 0, 0}},
-               {0.5, 0.5, false, false, 7, -8, {0, 0, 0, 0, 0, 1, 0, 0}},
-               // Point and vector are sums; the vector is not normalised, and may well be null.
-               {0.5, 0.25, true, true, 7, 8, {3.5, 7, 10.5, 0, 0, 6, 7, 1}},
-               {0.5, 0.5, true, true, 8, -8, {6, 12, 18, 0, 0, 0, 0, 1}},
-               {1, 0, true, true, 8, -8, {2, 4, 6, 0, 0, 8, 0, 1}}};
-  for (const auto& c : cases)
-    EXPECT_EQ(
-        Block(Interpolate(c.w1, zv5axMove(kP1, kZ, {2, 4, 6}, {0, 0, 8}, 7, c.has1, 0, false), c.w2,
-                          zv5axMove(kP1, kZ, {10, 20, 30}, {0, 0, c.z2}, c.id2, c.has2, 0, false))),
-        c.block);
+  for (const tests::NumberCase& c : tests::NumberCases("../cadcam/data/block_blends.txt")) {
+    const auto move = [&](std::size_t i, const Point& point) {
+      const Numbers& n = c[i];
+      return zv5axMove(kP1, kZ, point, {0, 0, n.at(3)}, static_cast<std::uint32_t>(n.at(2)),
+                       n.at(1) == 1, 0, false);
+    };
+    const auto blend =
+        Interpolate(c[0].at(0), move(0, {2, 4, 6}), c[1].at(0), move(1, {10, 20, 30}));
+    EXPECT_EQ(Block(blend), c[2]) << c.line;
+  }
 }
 
 }  // namespace

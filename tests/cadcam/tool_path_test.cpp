@@ -362,16 +362,15 @@ TEST(SectionVisitors, TellLinksFromContours) {
   const zvTPContour contour;
   const zvTPLink five(5), large(4000000000u);
   const auto check = [&](auto& visitor) {
-    const auto expect = [&](bool isLink, std::uint32_t type, const zvTPSection* next = nullptr) {
-      EXPECT_EQ(visitor.IsLink(), isLink);
-      EXPECT_EQ(visitor.GetLinkType(), type);
-      if (next != nullptr) next->AcceptVisitor(visitor);
-    };
-    expect(true, 0, &contour);
-    expect(false, 0, &five);
-    expect(true, 5, &contour);
-    expect(false, 5, &large);
-    expect(true, 4000000000u);
+    using Seen = std::pair<bool, std::uint32_t>;
+    std::vector<Seen> seen{{visitor.IsLink(), visitor.GetLinkType()}};
+    for (const zvTPSection* section :
+         std::initializer_list<const zvTPSection*>{&contour, &five, &contour, &large}) {
+      section->AcceptVisitor(visitor);
+      seen.emplace_back(visitor.IsLink(), visitor.GetLinkType());
+    }
+    EXPECT_EQ(seen, (std::vector<Seen>{
+                        {true, 0}, {false, 0}, {true, 5}, {false, 5}, {true, 4000000000u}}));
   };
   zvToolPath::zvSectionInfoGetter info;
   check(info);

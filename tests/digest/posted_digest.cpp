@@ -13,13 +13,11 @@
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <kandrel/post/geometry/four_axis_kinematics.h>
 
-#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
-#include <type_traits>
 
 namespace {
 
@@ -36,11 +34,9 @@ class Digest {
       m_hash = (m_hash ^ (word >> (8 * byte) & 0xff)) * 1099511628211u;
   }
   void Add(double number) { Add(std::bit_cast<std::uint64_t>(number)); }
-  void Add(const Point& p) {
-    Add(p.x);
-    Add(p.y);
-    Add(p.z);
-  }
+  void Add(const Point& p) { Add(p.x, p.y, p.z); }
+  template <class... More>
+  requires(sizeof...(More) > 1) void Add(const More&... all) { (Add(all), ...); }
   unsigned long long Get() const { return m_hash; }
 
  private:
@@ -57,12 +53,9 @@ class Random {
     return low + static_cast<int>(Next() % static_cast<std::uint64_t>(high - low + 1));
   }
   bool Chance(double probability) { return Real(0, 1) < probability; }
-  // One after the other: the order in which arguments are worked out is the compiler's.
+  // Braces work their numbers out one after the other, with every compiler.
   Point Vector(double size) {
-    const double x = Real(-size, size);
-    const double y = Real(-size, size);
-    const double z = Real(-size, size);
-    return {x, y, z};
+    return Point{Real(-size, size), Real(-size, size), Real(-size, size)};
   }
   Point Direction() {
     for (;;) {
@@ -168,8 +161,11 @@ cadcam::zvToolPath FreePath(Random& random) {
 
 class Postings {
  public:
-  template <class Creator>
-  void Add(Creator creator, const cadcam::zvToolPath& path, bool smallMoves) {
+  template <class Creator, class MachDef>
+  void Add(Random& random, const Setting& s, const MachDef& machDef,
+           const cadcam::zvToolPath& path) {
+    const bool smallMoves = random.Chance(0.5);
+    Creator creator(machDef, s.control, s.par, s.origin, s.toolLength);
     try {
       for (const auto& move : *creator.Post(path, smallMoves)) Add(move);
     } catch (const misc::zvException& e) {
@@ -188,22 +184,17 @@ class Postings {
   template <class Move>
   void Add(const Move& move) {
     ++m_lines;
-    m_digest.Add(move.GetMachinePosition());
-    m_digest.Add(move.GetPartPosition());
-    m_digest.Add(move.GetOrientation());
-    m_digest.Add(move.GetFeed());
-    m_digest.Add(move.GetMoveTime());
-    m_digest.Add(static_cast<std::uint64_t>(move.GetType()) * 2 + (move.IsRapid() ? 1 : 0));
-    if (!move.HasNoExtended()) {
-      m_digest.Add(move.GetExtendedPoint());
-      m_digest.Add(move.GetExtendedVector());
-      m_digest.Add(static_cast<std::uint64_t>(move.GetSourceIndex()) * 2 +
-                   (move.IsInserted() ? 1 : 0));
-    }
-    if constexpr (std::is_same_v<Move, post::zvPosted4axMove>) m_digest.Add(move.GetRotaryAngle());
-    if constexpr (std::is_same_v<Move, post::zvPosted5axMove> ||
-                  std::is_same_v<Move, post::zvPosted6axMove>)
-      for (std::int16_t axis = 0; axis < 3; ++axis) m_digest.Add(move.GetAngle(axis));
+    const auto flagged = [](auto number, bool flag) {
+      return static_cast<std::uint64_t>(number) * 2 + (flag ? 1 : 0);
+    };
+    m_digest.Add(move.GetMachinePosition(), move.GetPartPosition(), move.GetOrientation(),
+                 move.GetFeed(), move.GetMoveTime(), flagged(move.GetType(), move.IsRapid()));
+    if (!move.HasNoExtended())
+      m_digest.Add(move.GetExtendedPoint(), move.GetExtendedVector(),
+                   flagged(move.GetSourceIndex(), move.IsInserted()));
+    if constexpr (requires { move.GetRotaryAngle(); }) m_digest.Add(move.GetRotaryAngle());
+    if constexpr (requires { move.GetAngle(0); })
+      m_digest.Add(move.GetAngle(0), move.GetAngle(1), move.GetAngle(2));
   }
 
   Digest m_digest;
@@ -212,51 +203,41 @@ class Postings {
   int m_lines = 0;
 };
 
-constexpr std::array<Point, 3> kSlides{Point{1, 0, 0}, Point{0, 1, 0}, Point{0, 0, 1}};
+constexpr Point kX{1, 0, 0}, kY{0, 1, 0}, kZ{0, 0, 1};
 
 void PostThreeAxes(Random& random, Postings& postings) {
-  const Setting setting(random);
-  const Point spindle = random.Chance(0.5) ? Point{0, 0, 1} : random.Direction();
-  const post::zv3axMachDef machDef(kMetric, spindle, setting.low, setting.high, kSlides[0],
-                                   kSlides[1], kSlides[2]);
-  const bool isAligned = setting.par.GetAlignToolpath();
-  const Point along = isAligned ? random.Direction() : spindle;
-  const cadcam::zvToolPath path = MakePath(random, 30, [&](int) { return along; });
-  postings.Add(zvPosted3axTPCreator(machDef, setting.control, setting.par, setting.origin,
-                                    setting.toolLength),
-               path, random.Chance(0.5));
+  const Setting s(random);
+  const Point spindle = random.Chance(0.5) ? kZ : random.Direction();
+  const post::zv3axMachDef machDef(kMetric, spindle, s.low, s.high, kX, kY, kZ);
+  const Point along = s.par.GetAlignToolpath() ? random.Direction() : spindle;
+  postings.Add<zvPosted3axTPCreator>(random, s, machDef,
+                                     MakePath(random, 30, [&](int) { return along; }));
 }
 
 void PostFourAxes(Random& random, Postings& postings) {
-  const Setting setting(random);
-  const Point spindle{0, 0, 1};
-  const Point axis = random.Chance(0.3) ? Point{1, 0, 0} : Tilted(random.Real(30, 150), 20);
+  const Setting s(random);
+  const Point axis = random.Chance(0.3) ? kX : Tilted(random.Real(30, 150), 20);
   const int onWorkpiece = random.Integer(0, 1);
   const Point pivot = random.Vector(100);
-  post::zv4axMachDef machDef(onWorkpiece, kMetric, spindle, axis, pivot, -setting.range,
-                             setting.range, setting.low, setting.high, kSlides[0], kSlides[1],
-                             kSlides[2]);
+  post::zv4axMachDef machDef(onWorkpiece, kMetric, kZ, axis, pivot, -s.range, s.range, s.low,
+                             s.high, kX, kY, kZ);
   machDef.Normalize();
-  const post::zv4axKinematics kinematics(machDef, setting.origin, setting.toolLength);
+  const post::zv4axKinematics kinematics(machDef, s.origin, s.toolLength);
   const double from = random.Chance(0.3) ? 0 : random.Real(-180, 180);
   const double step = random.Real(0.3, 60);
   const bool leaps = random.Chance(0.3);
   const cadcam::zvToolPath path = MakePath(random, 40, [&](int i) {
     return kinematics.Orientation(leaps ? random.Real(-180, 180) : from + step * i);
   });
-  postings.Add(zvPosted4axTPCreator(machDef, setting.control, setting.par, setting.origin,
-                                    setting.toolLength),
-               path, random.Chance(0.5));
+  postings.Add<zvPosted4axTPCreator>(random, s, machDef, path);
 }
 
 // The rotary axes of a trunnion, of a nutating table or head, of any machine.
 struct TwoAxes {
-  Point first{0, 0, 1};
-  Point second{1, 0, 0};
-
+  Point first = kZ, second = kX;
   explicit TwoAxes(Random& random) {
     const int sort = random.Integer(0, 3);
-    if (sort == 1) second = {0, 1, 0};
+    if (sort == 1) second = kY;
     if (sort == 2) second = Point{0, 1, 1}.Normalized();
     if (sort == 3) {
       first = (first + random.Vector(0.01)).Normalized();
@@ -266,39 +247,31 @@ struct TwoAxes {
 };
 
 void PostFiveAxes(Random& random, Postings& postings) {
-  const Setting setting(random);
+  const Setting s(random);
   const TwoAxes axes(random);
   const int kind = random.Integer(0, 3);
   const Point firstPivot = random.Vector(100);
   const Point secondPivot = random.Vector(100);
-  const post::zv5axMachDef machDef(kind, kMetric, {0, 0, 1}, axes.first, axes.second, firstPivot,
-                                   secondPivot, -setting.range, -setting.range, setting.range,
-                                   setting.range, setting.low, setting.high, kSlides[0], kSlides[1],
-                                   kSlides[2]);
-  const cadcam::zvToolPath path = FreePath(random);
-  postings.Add(zvPosted5axTPCreator(machDef, setting.control, setting.par, setting.origin,
-                                    setting.toolLength),
-               path, random.Chance(0.5));
+  const post::zv5axMachDef machDef(kind, kMetric, kZ, axes.first, axes.second, firstPivot,
+                                   secondPivot, -s.range, -s.range, s.range, s.range, s.low, s.high,
+                                   kX, kY, kZ);
+  postings.Add<zvPosted5axTPCreator>(random, s, machDef, FreePath(random));
 }
 
 void PostSixAxes(Random& random, Postings& postings) {
-  const Setting setting(random);
+  const Setting s(random);
   const TwoAxes axes(random);
   const Point third = random.Direction();
   const Point firstPivot = random.Vector(100);
   const Point secondPivot = random.Vector(100);
   const Point thirdPivot = random.Vector(100);
   const double thirdAngle = random.Real(-400, 400);
-  post::zv6axMachDef machDef(0, kMetric, {0, 0, 1}, axes.first, axes.second, third, firstPivot,
-                             secondPivot, thirdPivot, -setting.range, -setting.range, setting.range,
-                             setting.range, thirdAngle, setting.low, setting.high, kSlides[0],
-                             kSlides[1], kSlides[2]);
+  post::zv6axMachDef machDef(0, kMetric, kZ, axes.first, axes.second, third, firstPivot,
+                             secondPivot, thirdPivot, -s.range, -s.range, s.range, s.range,
+                             thirdAngle, s.low, s.high, kX, kY, kZ);
   machDef.SetFirstOnWorkpiece(random.Integer(0, 1));
   machDef.SetSecondOnWorkpiece(random.Integer(0, 1));
-  const cadcam::zvToolPath path = FreePath(random);
-  postings.Add(zvPosted6axTPCreator(machDef, setting.control, setting.par, setting.origin,
-                                    setting.toolLength),
-               path, random.Chance(0.5));
+  postings.Add<zvPosted6axTPCreator>(random, s, machDef, FreePath(random));
 }
 
 void PrintSystem() {

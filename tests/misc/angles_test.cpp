@@ -1,5 +1,6 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
+#include <tests/support/number_cases.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
 #include <tests/support/testing.h>
@@ -74,27 +75,14 @@ TEST(Angles, ArcCosineSnapsNearItsEndsAndIsPlainBetween) {
 }
 
 TEST(Angles, WrapIntoRangeTurnsIntoTheRangeWhereOneTurnDoes) {
-  // -10 fits 0 to 349 by no turn.
-  const double cases[][4] = {{0, 10, 20, 0},       {0, 350, 370, 360},     {-10, 0, 350, 350},
-                             {-10, 0, 349, -10},   {350, -10, 180, -10},   {350, -5, 180, 350},
-                             {730, -180, 180, 10}, {-730, -180, 180, -10}, {-730, 0, 360, 350},
-                             {400, 300, 500, 400}, {50, 300, 500, 410},    {-360, -10, 10, 0}};
-  for (const auto& [deg, low, high, expected] : cases)
-    EXPECT_EQ(WrapIntoRange(deg, low, high), expected) << deg << " in " << low << ".." << high;
+  for (const tests::NumberCase& c : tests::NumberCases("../misc/data/wraps.txt"))
+    EXPECT_EQ(WrapIntoRange(c[0].at(0), c[0].at(1), c[0].at(2)), c[1].at(0)) << c.line;
 }
 
 TEST(Angles, InCircularRangeLooksRoundTheCircle) {
-  // Low, high, the angle, the tolerance, and 1 where it is in.
-  const double cases[][5] = {
-      {350, 10, 0, 0, 1},     {10, 350, 0, 0, 0},   {0, 360, 123, 0.5, 1},
-      {350, 10, 180, 0, 0},   {-90, 90, 270, 0, 1}, {-90, 90, -450, 0, 1},
-      {-90, 90, 91, 0, 0},    {-90, 90, 91, 1, 1},  {-90, 90, 269, 0.5, 0},
-      {-90, 90, 269, 1, 1},   {10, 20, 741, 0, 0},  {10, 20, 735, 0, 1},
-      {5, 5, 200, 0, 1},      {-1e5, 1e5, 7, 0, 1}, {0, 359.5, 359.8, 0.5, 1},
-      {0, 359, 359.8, 0.5, 0}};
-  for (const auto& [low, high, deg, tolerance, expected] : cases)
-    EXPECT_EQ(InCircularRange(low, high, deg, tolerance), expected == 1)
-        << deg << " in " << low << ".." << high << " with " << tolerance;
+  for (const tests::NumberCase& c : tests::NumberCases("../misc/data/circular_ranges.txt"))
+    EXPECT_EQ(InCircularRange(c[0].at(0), c[0].at(1), c[0].at(2), c[0].at(3)), c[1].at(0) == 1)
+        << c.line;
 }
 
 }  // namespace

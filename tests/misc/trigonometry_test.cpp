@@ -1,4 +1,5 @@
 #include <kandrel/misc/trigonometry.h>
+#include <tests/support/number_cases.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
 #include <tests/support/testing.h>
@@ -85,13 +86,8 @@ TEST(Trigonometry, IsExactWhereTheResultIsANumber) {
   EXPECT_EQ(ArcCosine(1), 0);
   EXPECT_EQ(ArcCosine(-1), misc::kPi);
   EXPECT_EQ(ArcCosine(0), misc::kPi / 2);
-  const struct {
-    double y, x;
-    int eighths;
-  } corners[] = {{0, 5, 0},   {2, 2, 1},   {3, 0, 2},    {7, -7, 3},     {0, -1, 4},
-                 {-2, 2, -1}, {-3, 0, -2}, {-7, -7, -3}, {-0.0, -1, -4}, {0, 0, 0}};
-  for (const auto& [y, x, eighths] : corners)
-    EXPECT_EQ(ArcTangent(y, x), eighths * misc::kPi / 4) << y << ' ' << x;
+  for (const tests::NumberCase& c : tests::NumberCases("../misc/data/corners.txt"))
+    EXPECT_EQ(ArcTangent(c[0].at(0), c[0].at(1)), c[1].at(0) * misc::kPi / 4) << c.line;
 }
 
 TEST(Trigonometry, GivesNaNForWhatHasNoValue) {

@@ -98,9 +98,7 @@ void ExpectSource(const Source& source, const Lines& lines) {
     if (line.isSmall && next < source.size() && line.part != source[next].tip) continue;
     ASSERT_LT(next, source.size());
     const SourceMove& move = source[next];
-    if (!line.isSmall) {
-      ASSERT_EQ(line.source, static_cast<int>(next));
-    }
+    ASSERT_TRUE(line.isSmall || line.source == static_cast<int>(next)) << line.source;
     ASSERT_EQ(line.part, move.tip) << next;
     ++next;
     if (move.feed < 0) continue;
@@ -118,10 +116,11 @@ void ExpectSource(const Source& source, const Lines& lines) {
 void ExpectWithinRanges(const Rules& rules, const Lines& lines) {
   const double slack = rules.par.GetLimitTolerance() * 1.01;
   for (const Line& line : lines)
-    for (std::size_t i = 0; i < rules.ranges.size(); ++i) {
-      ASSERT_GE(line.degs[i], rules.ranges[i].first - slack) << i;
-      ASSERT_LE(line.degs[i], rules.ranges[i].second + slack) << i;
-    }
+    for (std::size_t i = 0; i < rules.ranges.size(); ++i)
+      ASSERT_EQ(
+          std::clamp(line.degs[i], rules.ranges[i].first - slack, rules.ranges[i].second + slack),
+          line.degs[i])
+          << i;
 }
 
 void ExpectMotion(const Rules& rules, const Lines& lines) {
@@ -130,9 +129,8 @@ void ExpectMotion(const Rules& rules, const Lines& lines) {
   const zvKDRParam::LimitsCheck check = rules.par.GetLimitsCheck();
   const bool checksRotary = check >= zvKDRParam::checkRotaryAxes;
   const std::size_t rotary = rules.ranges.size();
-  bool isWrapped = false;
-  for (std::size_t i = 0; i < rotary; ++i)
-    isWrapped = isWrapped || wraps[i] != zv5axControlDef::angleLimitNone;
+  const bool isWrapped = std::any_of(
+      wraps, wraps + rotary, [](auto wrap) { return wrap != zv5axControlDef::angleLimitNone; });
   for (std::size_t k = 1; k < lines.size(); ++k) {
     const Line &a = lines[k - 1], &b = lines[k];
     const double way = Distance(a.part, b.part);
@@ -150,11 +148,8 @@ void ExpectMotion(const Rules& rules, const Lines& lines) {
   for (const Line& line : lines) {
     for (std::size_t i = 0; i < rotary; ++i) {
       const double deg = line.degs[i];
-      if (wraps[i] == zv5axControlDef::angleLimit360) {
-        ASSERT_TRUE(0 <= deg && deg < 360) << deg;
-      } else if (wraps[i] == zv5axControlDef::angleLimit180) {
-        ASSERT_TRUE(-180 < deg && deg <= 180) << deg;
-      }
+      ASSERT_TRUE(wraps[i] != zv5axControlDef::angleLimit360 || (0 <= deg && deg < 360)) << deg;
+      ASSERT_TRUE(wraps[i] != zv5axControlDef::angleLimit180 || (-180 < deg && deg <= 180)) << deg;
     }
     // Of all axes, rewinding comes after the linear check.
     if (check != zvKDRParam::checkLinearAxes && (rotary != 0 || check != zvKDRParam::checkAllAxes))
@@ -178,9 +173,8 @@ void ExpectSmallSteps(const Rules& rules, const Lines& lines, Steps& steps) {
     if (b.rapid || lines[end].rapid) continue;
     ++steps.all;
     const double turn = Turn(a, b), way = Distance(a.part, b.part);
-    if (par.GetInterpolateByDistance() && !(a.inserted && a.rapid) && rotary < 2) {
-      ASSERT_LE(way, par.GetInterpolationDistance() + 1e-9) << k;
-    }
+    const bool isByDistance = par.GetInterpolateByDistance() && !(a.inserted && a.rapid);
+    ASSERT_TRUE(!isByDistance || rotary == 2 || way <= par.GetInterpolationDistance() + 1e-9) << k;
     if (turn > step + 1e-9) {
       ++steps.large;
       // A large jump is repaired off the part; its lines are all inserted but the last.

@@ -5,24 +5,13 @@
 #include <tests/support/memory_watch.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <limits>
 #include <new>
-#include <utility>
+
+using namespace tests::watch;
 
 namespace {
-
-constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
-
-std::atomic<std::uint64_t> g_count{0};
-std::atomic<std::int64_t> g_left{kNever};  // requests that are still served
-std::atomic<bool> g_lasts{false};
-std::atomic<bool> g_hasStruck{false};
-std::atomic<std::size_t> g_mapped{0};
-std::atomic<std::size_t> g_peak{0};
-std::function<bool()>* g_releaseHook = nullptr;
 
 bool IsRefused() {
   if (g_left.load(std::memory_order_relaxed) == kNever) return false;
@@ -84,45 +73,3 @@ extern "C" {
 }
 
 }  // extern "C"
-
-namespace tests {
-
-std::uint64_t AllocationCount() {
-  return g_count.load(std::memory_order_relaxed);
-}
-
-std::size_t MappedBytes() {
-  return g_mapped;
-}
-
-std::size_t PeakMappedBytes() {
-  return g_peak;
-}
-
-void ResetPeak() {
-  g_peak = g_mapped.load();
-}
-
-MemoryFailure::MemoryFailure(std::uint64_t requests, bool lasts) {
-  g_hasStruck = false;
-  g_lasts = lasts;
-  g_left = static_cast<std::int64_t>(requests);
-}
-
-MemoryFailure::~MemoryFailure() {
-  g_left = kNever;
-}
-
-bool MemoryFailure::HasStruck() const {
-  return g_hasStruck;
-}
-
-ReleaseHook::ReleaseHook(std::function<bool()> hook) {
-  g_releaseHook = new std::function<bool()>(std::move(hook));
-}
-
-ReleaseHook::~ReleaseHook() {
-  delete std::exchange(g_releaseHook, nullptr);
-}
-
-}  // namespace tests

@@ -1,42 +1,72 @@
 // Counts and refuses memory in a test program that links memory_watch.cpp.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
+#include <utility>
 
 namespace tests {
 
+/// What memory_watch.cpp counts and asks.
+namespace watch {
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+inline std::atomic<std::uint64_t> g_count{0};
+inline std::atomic<std::int64_t> g_left{kNever};  // requests that are still served
+inline std::atomic<bool> g_lasts{false}, g_hasStruck{false};
+inline std::atomic<std::size_t> g_mapped{0}, g_peak{0};
+inline std::function<bool()>* g_releaseHook = nullptr;
+}  // namespace watch
+
 /// Calls of operator new since the program started, on all threads.
-std::uint64_t AllocationCount();
+inline std::uint64_t AllocationCount() {
+  return watch::g_count.load(std::memory_order_relaxed);
+}
 
 /// Bytes of pages that the library has of the system now, and the most it had since ResetPeak.
-std::size_t MappedBytes();
-std::size_t PeakMappedBytes();
-void ResetPeak();
+inline std::size_t MappedBytes() {
+  return watch::g_mapped;
+}
+inline std::size_t PeakMappedBytes() {
+  return watch::g_peak;
+}
+inline void ResetPeak() {
+  watch::g_peak = watch::g_mapped.load();
+}
 
 /// While it lives, requests for memory fail: operator new, pages of the system, and the system's
 /// room for something to do at a thread's end. One at a time.
 class MemoryFailure {
  public:
   /// The request after `requests` others fails, and with `lasts` all that follow.
-  MemoryFailure(std::uint64_t requests, bool lasts);
+  MemoryFailure(std::uint64_t requests, bool lasts) {
+    watch::g_hasStruck = false;
+    watch::g_lasts = lasts;
+    watch::g_left = static_cast<std::int64_t>(requests);
+  }
   MemoryFailure(const MemoryFailure&) = delete;
   MemoryFailure& operator=(const MemoryFailure&) = delete;
-  ~MemoryFailure();
+  ~MemoryFailure() { watch::g_left = watch::kNever; }
 
   /// A request has failed.
-  bool HasStruck() const;
+  bool HasStruck() const { return watch::g_hasStruck; }
 };
 
 /// While it lives, `hook` is asked whenever the library gives pages back; the system takes them
 /// where it returns true.
 class ReleaseHook {
  public:
-  explicit ReleaseHook(std::function<bool()> hook);
+  explicit ReleaseHook(std::function<bool()> hook) : m_hook(std::move(hook)) {
+    watch::g_releaseHook = &m_hook;
+  }
   ReleaseHook(const ReleaseHook&) = delete;
   ReleaseHook& operator=(const ReleaseHook&) = delete;
-  ~ReleaseHook();
+  ~ReleaseHook() { watch::g_releaseHook = nullptr; }
+
+ private:
+  std::function<bool()> m_hook;
 };
 
 }  // namespace tests

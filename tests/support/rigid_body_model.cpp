@@ -8,31 +8,15 @@ Vector Add(const Vector& a, const Vector& b) {
   return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
 }
 
-Vector Subtract(const Vector& a, const Vector& b) {
-  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
-
 Vector Times(const Vector& a, double f) {
   return {a[0] * f, a[1] * f, a[2] * f};
 }
 
-double Norm(const Vector& a) {
-  return std::hypot(a[0], a[1], a[2]);
-}
+namespace {
 
 Vector Unit(const Vector& a) {
-  return Times(a, 1 / Norm(a));
+  return Times(a, 1 / std::hypot(a[0], a[1], a[2]));
 }
-
-double Distance(const Vector& a, const Vector& b) {
-  return Norm(Subtract(a, b));
-}
-
-double Cosine(const Vector& a, const Vector& b) {
-  return (a[0] * b[0] + a[1] * b[1] + a[2] * b[2]) / (Norm(a) * Norm(b));
-}
-
-namespace {
 
 Motion Ride(const std::vector<Machine::RotaryAxis>& axes, const std::vector<double>& degs) {
   Motion motion;
@@ -50,7 +34,7 @@ Pose Machine::At(const Vector& slides, const std::vector<double>& degs) const {
   const Motion back = Ride(tables, degs).Inverse();
   const Vector up = Unit(spindle);
   const Vector tip = Add(nose, tool.Point(Times(up, slidesTellTip ? 0 : -toolLength)));
-  return {Subtract(back.Point(tip), partOrigin), back.Direction(tool.Direction(up))};
+  return {Add(back.Point(tip), Times(partOrigin, -1)), back.Direction(tool.Direction(up))};
 }
 
 Quaternion Quaternion::OfTurn(const Vector& direction, double deg) {
@@ -67,7 +51,7 @@ Quaternion operator*(const Quaternion& a, const Quaternion& b) {
 
 Motion Joint::At(double deg) const {
   const Quaternion turn = Quaternion::OfTurn(direction, deg);
-  return {turn, Subtract(pivot, turn.Turn(pivot))};
+  return {turn, Add(pivot, turn.Turn(Times(pivot, -1)))};
 }
 
 }  // namespace tests::rigid

@@ -13,19 +13,13 @@ namespace tests::rigid {
 using Vector = std::array<double, 3>;
 
 Vector Add(const Vector& a, const Vector& b);
-Vector Subtract(const Vector& a, const Vector& b);
 Vector Times(const Vector& a, double f);
-double Norm(const Vector& a);
-Vector Unit(const Vector& a);
-double Distance(const Vector& a, const Vector& b);
 
 /// What a pose is: where the tool tip stands and where the tool points, from the tip up.
 struct Pose {
   Vector tip;
   Vector axis;
 };
-
-double Cosine(const Vector& a, const Vector& b);
 
 /// A unit quaternion: w + (x, y, z).
 struct Quaternion {
@@ -91,6 +85,5 @@ struct Machine {
   requires(std::is_arithmetic_v<Degrees>&&...) Pose At(const Vector& slides, Degrees... degs)
   const { return At(slides, std::vector<double>{static_cast<double>(degs)...}); }
 };
-using LinearMachine = Machine;
 
 }  // namespace tests::rigid

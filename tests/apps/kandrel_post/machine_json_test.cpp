@@ -20,14 +20,8 @@ kandrel_post::MachineValues Values(std::string_view text) {
   return ValuesOf(*ParseMachine(text, "m.json").GetMachDef());
 }
 
-constexpr const char* kFiveAxes = R"({"axes": 5, "units": "inch", "names": ["X","Y","Z","C","A"],
- "spindle": [0,0.5,1], "minLimits": [-500,-400.25,-300], "maxLimits": [500,400,1e-7],
- "xAxis": [0,1,0], "yAxis": [-1,0,0], "zAxis": [0,0,1], "fiveAxisKind": 3,
- "rotary": [{"direction": [0,0,1], "pivot": [1,2,3], "min": -100000, "max": 1e5},
-            {"direction": [1,0,0], "pivot": [0,0,-50], "min": -120, "max": 30.1}]})";
-
 TEST(MachineJson, ReadsEveryKeyAndTakesDefaultsForOthers) {
-  const auto builder = ParseMachine(kFiveAxes, "m.json");
+  const auto builder = ParseMachine(tests::Cases("machine_good.txt").at(0).at(0), "m.json");
   const std::vector<std::wstring> names{L"X", L"Y", L"Z", L"C", L"A"};
   EXPECT_EQ(builder.GetAxisNames(), names);
   const auto flat = [](const auto& v) {
@@ -57,16 +51,8 @@ TEST(MachineJson, PrintsAFormThatReadsBackForEveryClass) {
     EXPECT_EQ(machines.back().name, preset.name);
     EXPECT_FALSE(preset.description.empty()) << preset.name;
   }
-  for (const char* text :
-       {R"({"axes": 3, "minLimits": [-0.1, -1e300, -9007199254740993]})",
-        R"({"axes": 4, "rotaryOnWorkpiece": -7, "names": ["X","Y","Z","B"],
-            "rotary": [{"direction": [0,1,0], "min": -720.5, "max": 720}]})",
-        kFiveAxes,
-        R"({"axes": 6, "fiveAxisKind": 1, "thirdAngle": 45.5, "firstOnWorkpiece": 1,
-            "secondOnWorkpiece": 0, "thirdOnWorkpiece": 0,
-            "rotary": [{"direction": [0,0,1]}, {"direction": [1,0,0]},
-                       {"direction": [0,1,0], "pivot": [0,0,9]}]})"})
-    machines.push_back({"given", ParseMachine(text, "m.json")});
+  for (const auto& c : tests::Cases("machine_good.txt"))
+    machines.push_back({"given", ParseMachine(c.at(0), "m.json")});
   for (const Machine& machine : machines) {
     const std::string json = MachineToJson(machine);
     const Machine again{machine.name, ParseMachine(json, "again")};

@@ -44,15 +44,11 @@ Source SourceMoves(const std::filesystem::path& fileName) {
 Lines PostedLines(const std::string& fileName) {
   std::ifstream file(fileName);
   Lines lines;
-  std::vector<std::string> columns;
   std::string line;
   std::getline(file, line);
   while (std::getline(file, line)) {
-    columns.clear();
-    for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
-      end = line.find(',', at);
-      columns.push_back(line.substr(at, end - at));
-    }
+    std::vector<std::string> columns(1);
+    for (const char c : line) c == ',' ? columns.push_back("") : columns.back().push_back(c);
     EXPECT_EQ(columns.size(), 20u) << line;
     if (columns.size() != 20) break;
     const auto number = [&](std::size_t i) { return std::strtod(columns[i].c_str(), nullptr); };

@@ -16,24 +16,15 @@ using tests::RunLine;
 using tests::SampleFile;
 using tests::Told;
 
-constexpr const char* kFiles[] = {
-    "mill3_bottle_opener.cl",   "mill3_coremill.cl", "mill3_gca_inch.cl",
-    "mill3_plane1.cl",          "mill3_plane2.cl",   "mill3_simple_block.cl",
-    "engrave3_tball_pocket.cl", "am4_ring.cl",       "wrap4_jsdc.cl",
-    "am5_freeform.cl",          "am5_topopt.cl",     "bench5_fan.cl",
-    "bench5_flank.cl",          "deburr5_puzzle.cl", "mill5_axiscross.cl"};
-
 using PresetAndPath = std::tuple<std::string, std::string>;
 
-// Each preset with each sample, and with the files for its number of axes, as their names say:
-// mill3_... for three.
+// Each preset with each sample, and with the files for its number of axes.
 std::vector<PresetAndPath> AllPaths() {
   std::vector<PresetAndPath> pairs;
   for (const kandrel_post::Preset& preset : kandrel_post::Presets()) {
     const int axes = AxisCount(kandrel_post::MakePreset(preset.name));
-    for (const std::string file : kFiles)
-      if (file[file.find('_') - 1] - '0' == std::min(axes, 5))
-        pairs.emplace_back(preset.name, file);
+    for (const auto& file : tests::Cases("files.txt"))
+      if (std::stoi(file.at(0)) == std::min(axes, 5)) pairs.emplace_back(preset.name, file.at(1));
     for (const kandrel_post::Sample& sample : kandrel_post::Samples())
       pairs.emplace_back(preset.name, sample.name);
   }

@@ -2,6 +2,7 @@
 #include <kandrel-post/machine/json.h>
 #include <kandrel-post/out/rotary_motion.h>
 #include <kandrel/post/model/mach_def_utils.h>
+#include <tests/support/number_cases.h>
 
 #include <numbers>
 
@@ -30,54 +31,37 @@ post::zvPosted5axMove MoveAt(const Point& machine, double firstDeg, bool rapid =
 TEST(RotaryMotion, MeasuresHowFarTheTipLeavesItsLine) {
   const double c = 100 * std::cos(30 * kRadians), s = 100 * std::sin(30 * kRadians);
   const double expected = 100 * (1 - std::cos(15 * kRadians));
-  post::zv5axControlDef wrapped;
+  post::zv5axControlDef unwrapped, wrapped, secondWrapped;
   wrapped.SetFirstAxisLimit(post::zv5axControlDef::angleLimit360);
-  post::zv5axControlDef secondWrapped;
   secondWrapped.SetSecondAxisLimit(post::zv5axControlDef::angleLimit180);
   EXPECT_EQ(kandrel_post::WrappedAxes(secondWrapped), (std::array{false, true, false}));
   const Point origin;
-  const struct {
-    post::zv5axControlDef control;
-    double from, to;
-    bool rapid;
-    double expected;
-  } cases[] = {
-      {{}, 0, 30, false, expected},        {{}, 0, 30, true, 0},
-      {{}, 360, 390, false, expected},     {wrapped, 0, 30, false, expected},
-      {wrapped, 360, 30, false, expected},
-  };
-  for (const auto& k : cases) {
-    kandrel_post::RotaryMotion motion(Trunnion(), k.control, origin, 0, 0.01);
-    for (const auto& move :
-         {MoveAt({100, 0, 0}, k.from), MoveAt({c, s, 0}, k.to, k.rapid), MoveAt({c, s, 0}, k.to)})
+  for (const tests::NumberCase& k : tests::NumberCases("../apps/kandrel_post/data/sags.txt")) {
+    const bool isRapid = k[0].at(3) == 1, sags = k[1].at(0) == 1;
+    kandrel_post::RotaryMotion motion(Trunnion(), k[0].at(0) == 1 ? wrapped : unwrapped, origin, 0,
+                                      0.01);
+    for (const auto& move : {MoveAt({100, 0, 0}, k[0].at(1)),
+                             MoveAt({c, s, 0}, k[0].at(2), isRapid), MoveAt({c, s, 0}, k[0].at(2))})
       motion.Add(kandrel_post::RowOf(move));
-    EXPECT_NEAR(motion.GetLargest(), k.expected, 1e-6);
-    EXPECT_EQ(motion.GetIndex(), k.expected == 0 ? 0u : 1u);
+    EXPECT_NEAR(motion.GetLargest(), sags ? expected : 0, 1e-6) << k.line;
+    EXPECT_EQ(motion.GetIndex(), sags ? 1u : 0u);
   }
 }
 
 // Enters and leaves a pole: through a line on it, between two lines, and not where the tool lifts.
 TEST(RotaryMotion, CountsPolesThatFeedMovesCross) {
-  const struct {
-    std::vector<double> tilts;  // of each line, in degrees
-    std::size_t rapidAt;
-    std::uint64_t poles;
-  } cases[] = {
-      {{-1, 0, 1}, 9, 1}, {{-1, 0, 0, 1}, 9, 1}, {{-1, 1}, 9, 1},   {{1, 0, 1}, 9, 1},
-      {{0, 1}, 9, 0},     {{-1, 0}, 9, 0},       {{2, 1}, 9, 0},    {{-1, 0, 1}, 1, 0},
-      {{-1, 0, 1}, 2, 0}, {{-1, 1}, 1, 0},       {{0, 0, 0}, 9, 0}, {{-1, 1, -1, 0, -1}, 9, 3},
-  };
   const Point origin;
-  for (const auto& k : cases) {
+  for (const tests::NumberCase& k : tests::NumberCases("../apps/kandrel_post/data/poles.txt")) {
+    const std::vector<double>& tilts = k[0];
     kandrel_post::RotaryMotion motion(Trunnion(), {}, origin, 0, 0.01);
-    for (std::size_t i = 0; i < k.tilts.size(); ++i) {
-      const double tilt = k.tilts[i] * kRadians;
+    for (std::size_t i = 0; i < tilts.size(); ++i) {
+      const double tilt = tilts[i] * kRadians;
       const post::zvPosted5axMove move({}, {}, {0, -2 * std::sin(tilt), 2 * std::cos(tilt)}, 0,
-                                       k.tilts[i], 0, 100, i == k.rapidAt,
+                                       tilts[i], 0, 100, static_cast<double>(i) == k[1].at(0),
                                        post::zvPostedMove::noLink);
       motion.Add(kandrel_post::RowOf(move));
     }
-    EXPECT_EQ(motion.GetPolesCrossed(), k.poles) << (&k - cases);
+    EXPECT_EQ(motion.GetPolesCrossed(), k[2].at(0)) << k.line;
   }
 }
 

@@ -5,8 +5,6 @@
 #include <tests/support/every_creator.h>
 #include <tests/support/posting.h>
 
-#include <functional>
-
 namespace tests {
 
 namespace {

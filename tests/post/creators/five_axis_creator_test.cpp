@@ -1,10 +1,8 @@
 // What a 5-axis creator keeps, copies and refers to between postings, and its single moves.
-#include <gtest/gtest.h>
+#include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/posting.h>
 #include <tests/support/toolpath_builders.h>
-
-#include <functional>
 
 namespace tests {
 
@@ -169,67 +167,33 @@ TEST(FiveAxisCreator, ANewMachineReachesWhatMendsAListButNotSolutions) {
 // The first solution stands at (-80, 30), its mirror at (100, -30).
 TEST(FiveAxisCreator, SingleMovesWithinLimits) {
   using Limit = zv5axControlDef::angleLimit;
-  using Angles = std::optional<Range>;
-  constexpr Range kFree{-1000, 1000}, kWhole{0, 360}, kHalf{-180, 180};
-  constexpr auto kLinear = zvKDRParam::checkLinearAxes;
-  constexpr auto kRotary = zvKDRParam::checkRotaryAxes;
-  constexpr auto kAll = zvKDRParam::checkAllAxes;
-  // clang-format off
-  const struct {
-    const char* name;
-    zvKDRParam::LimitsCheck check;
-    Range first, second;
-    Limit wrap, secondWrap;
-    double highZ;
-    Angles solution, mirror;
-    std::uint32_t id = 0;
-  } cases[] = {
-      {"no check", {}, {0, 1}, {0, 1}, kNone, kNone, -500, {{-80, 30}}, {{100, -30}}},
-      {"wrapped", {}, kFree, kFree, k360, kNone, 500, {{280, 30}}, {{100, -30}}},
-      // The second axis is wrapped by the first one's limit.
-      {"both wrapped", {}, kFree, kFree, k360, k180, 500, {{280, 30}}, {{100, 330}}},
-      {"second by no limit", {}, kFree, kFree, kNone, k360, 500, {{-80, 30}}, {{100, -30}}},
-      {"into the range", kRotary, kWhole, kHalf, kNone, kNone, -500, {{280, 30}}, {{100, -30}}},
-      {"into the second range", kRotary, kFree, {0, 360}, kNone, kNone, 500, {{-80, 30}}, {{100, 330}}},
-      {"only the first bound is mended", kRotary, {200, 560}, {0, 360}, kNone, kNone, 500, {{280, 30}}, {}},
-      {"slack of the pole's tolerance", kRotary, kFree, {-29.991, 29.991}, kNone, kNone, 500, {{-80, 30}}, {{100, -30}}},
-      {"first alone", kRotary, kFree, {0, 40}, kNone, kNone, 500, {{-80, 30}}, {}},
-      {"mirror alone", kRotary, kFree, {-40, 0}, kNone, kNone, 500, {}, {{100, -30}}},
-      // An angle that the control writes otherwise may fit in either form.
-      {"fits unwrapped", kRotary, {0, 360}, kFree, k180, kNone, 500, {{-80, 30}}, {{100, -30}}},
-      {"fits wrapped", kAll, {200, 560}, {0, 360}, k360, k360, 500, {{280, 30}}, {{100, 330}}},
-      {"limit of the mirror", kRotary, {-80.5, -79.5}, {-40, 20}, kNone, kNone, 500, {}, {}, 5018},
-      {"linear", kLinear, kFree, kFree, kNone, kNone, -500, {}, {}, 5017},
-      {"linear before rotary", kAll, {0, 1}, {0, 1}, kNone, kNone, -500, {}, {}, 5017},
-  };
-  // clang-format on
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& c : NumberCases("creators/data/five_axis_single_moves.txt")) {
+    SCOPED_TRACE(c.line);
     FiveAxisScene scene;
-    scene.machine.firstRange = c.first;
-    scene.machine.secondRange = c.second;
-    scene.machine.high.z = c.highZ;
-    scene.par.SetLimitsCheck(c.check);
-    Wraps(c.wrap, c.secondWrap)(scene);
+    scene.machine.firstRange = {c[1][0], c[1][1]};
+    scene.machine.secondRange = {c[1][2], c[1][3]};
+    scene.machine.high.z = c[3][0];
+    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(c[0][0]));
+    Wraps(static_cast<Limit>(c[2][0]), static_cast<Limit>(c[2][1]))(scene);
     const auto creator = scene.Creator();
     const auto move = Move5({1, 2, 3}, scene.Tool(-80, 30));
-    const auto expect = [](const misc::zvAutoPointer<zvPosted5axMove>& line, const Angles& angles) {
-      ASSERT_EQ(line.IsNull(), !angles);
-      if (!line) return;
-      EXPECT_NEAR(line->GetAngle(0), angles->first, 1e-9);
-      EXPECT_NEAR(line->GetAngle(1), angles->second, 1e-9);
+    const auto expect = [](const misc::zvAutoPointer<zvPosted5axMove>& line,
+                           const std::vector<double>& angles) {
+      ASSERT_EQ(line.IsNull(), angles.empty());
+      for (std::size_t i = 0; i < angles.size(); ++i)
+        EXPECT_NEAR(line->GetAngle(static_cast<std::int16_t>(i)), angles[i], 1e-9);
     };
     EXPECT_EQ(IdOf([&] {
                 const auto [line, mirror] = creator.PostMoveWithinMachLimits(move, {});
-                expect(line, c.solution);
-                expect(mirror, c.mirror);
+                expect(line, c[4]);
+                expect(mirror, c[5]);
               }),
-              c.id);
+              c[6][0]);
     // With the axes standing the path of one orientation fits by the same two forms.
-    if (c.check >= kRotary && c.highZ > 0) {
+    if (c[0][0] >= 2 && c[3][0] > 0) {
       scene.par.SetFirstMoveRule(zvKDRParam::bySecondAxis);
-      scene.par.SetFirstMovePreferredAngle(c.solution ? 30 : -30);
-      EXPECT_EQ(PostAnew(scene, PathBuilder().Contour({move, move})).id, c.id);
+      scene.par.SetFirstMovePreferredAngle(c[4].empty() ? -30 : 30);
+      EXPECT_EQ(PostAnew(scene, PathBuilder().Contour({move, move})).id, c[6][0]);
     }
   }
 }

@@ -1,11 +1,8 @@
 // What a 5-axis posting refuses, by which of several faults, and what it leaves in its list.
-#include <gtest/gtest.h>
+#include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
-
-#include <cmath>
-#include <utility>
 
 namespace tests {
 
@@ -22,48 +19,26 @@ FiveAxisScene NutatingHead() {
 
 TEST(FiveAxisFailures, TheFirstFaultInOrderIsReported) {
   enum Fault { kNone, kNoOrientation, kOutOfReach, kOutOfLimits };
-  const struct {
-    const char* name;
-    Fault fault, other;
-    int at, otherAt;
-    int limitsCheck;
-    std::uint32_t id;
-    std::size_t left;
-  } cases[] = {
-      {"none", kNone, kNone, 0, 0, 1, 0, 5},
-      {"no orientation first", kNoOrientation, kOutOfReach, 2, 3, 1, 2189, 2},
-      {"reach first", kOutOfReach, kNoOrientation, 2, 3, 1, 5000, 2},
-      {"reach at the first move", kOutOfReach, kOutOfLimits, 0, 1, 1, 5000, 0},
-      {"limits last", kOutOfLimits, kOutOfReach, 1, 4, 1, 5000, 4},
-      {"limits at the first move", kOutOfLimits, kOutOfReach, 0, 4, 1, 5015, 0},
-      {"limits", kOutOfLimits, kNone, 1, 0, 1, 5015, 5},
-      {"limits of all axes", kOutOfLimits, kNone, 1, 0, 3, 5015, 5},
-      {"linear limits aren't asked for", kOutOfLimits, kNone, 1, 0, 2, 0, 5},
-      {"nor here", kOutOfLimits, kNone, 0, 0, 0, 0, 5},
-      {"reach before an odd check", kOutOfReach, kNone, 4, 0, 7, 5000, 4},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, fault, at, other, otherAt, check, id, left] :
+       Rows<7>("first_faults.txt")) {
+    SCOPED_TRACE(name);
     FiveAxisScene scene = NutatingHead();
     scene.machine.high.x = 1000;
-    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(c.limitsCheck));
+    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(check));
     PathBuilder::Moves moves;
     for (int i = 0; i < 5; ++i) {
       Point tip{10.0 * i, 0, 0};
       Point orientation = scene.Tool(10, 20 + 0.5 * i);
-      for (const auto& [fault, at] : {std::pair{c.fault, c.at}, {c.other, c.otherAt}}) {
-        if (at != i) continue;
-        if (fault == kNoOrientation) orientation = {};
-        if (fault == kOutOfReach) orientation = {0.6, 0, -0.8};
-        if (fault == kOutOfLimits) tip.x = 2000;
-      }
+      const auto sort = static_cast<Fault>(at == i ? fault : otherAt == i ? other : 0);
+      if (sort == kNoOrientation) orientation = {};
+      if (sort == kOutOfReach) orientation = {0.6, 0, -0.8};
+      if (sort == kOutOfLimits) tip.x = 2000;
       moves.push_back(Move5(tip, orientation));
     }
     const Outcome outcome = Post(scene, PathBuilder().Contour(moves));
-    EXPECT_EQ(outcome.id, c.id);
-    ASSERT_EQ(outcome.lines.size(), c.left);
-    for (std::size_t i = 0; i < c.left; ++i)
-      EXPECT_EQ(outcome.lines[i].source, static_cast<int>(i));
+    EXPECT_EQ(outcome.id, id);
+    ASSERT_EQ(outcome.lines.size(), left);
+    for (int i = 0; i < left; ++i) EXPECT_EQ(outcome.lines[static_cast<std::size_t>(i)].source, i);
   }
 }
 
@@ -83,33 +58,17 @@ TEST(FiveAxisFailures, AFailureBetweenTwoMovesLeavesNothingBehindTheFirst) {
 
 // Two turns up by steps that need no interpolation.
 TEST(FiveAxisFailures, RangesThatAreNoneEndInTheirLimit) {
-  const struct {
-    double min, max;
-    std::uint32_t id, rewindings;
-  } cases[] = {
-      {-360, 360, 0, 1},
-      {-kInfinity, kInfinity, 0, 0},
-      {-kInfinity, 360, 5018, 0},
-      {0, kInfinity, 0, 0},
-      {10, kInfinity, 0, 0},  // shifted by a turn
-      {kNaN, 360, 5013, 0},
-      {-360, kNaN, 5018, 0},
-      {360, -360, 5013, 1},  // rewound, which can't help
-      {100, -100, 5018, 0},  // the mirror solution's list, which starts at 180
-      {kInfinity, -kInfinity, 5013, 0},
-      {0, 359, 5018, 0},
-  };
-  for (const auto& c : cases)
+  for (const auto& [name, min, max, id, rewindings] : Rows<4>("odd_ranges.txt"))
     for (const auto check : {zvKDRParam::checkRotaryAxes, zvKDRParam::checkAllAxes}) {
-      SCOPED_TRACE(testing::Message() << c.min << ' ' << c.max);
+      SCOPED_TRACE(name);
       FiveAxisScene scene;
-      scene.machine.firstRange = {c.min, c.max};
+      scene.machine.firstRange = {min, max};
       scene.par.SetLimitsCheck(check);
       Source source;
       for (int i = 0; i <= 360; ++i) source.push_back({{10, 0, 0}, scene.Tool(2.5 * i, 30)});
       const Outcome outcome = Post(scene, source);
-      EXPECT_EQ(outcome.id, c.id);
-      EXPECT_EQ(outcome.counts.rewindings, c.rewindings);
+      EXPECT_EQ(outcome.id, id);
+      EXPECT_EQ(outcome.counts.rewindings, rewindings);
     }
 }
 

@@ -1,12 +1,8 @@
 // How rotary limits are kept: by shifts, rewindings and further attempts. What is posted is judged
 // by the rigid bodies, with the axes moving evenly from line to line.
-#include <gtest/gtest.h>
+#include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/laws.h>
 #include <tests/support/outcome.h>
-
-#include <cmath>
-#include <utility>
 
 namespace tests {
 
@@ -154,39 +150,27 @@ TEST(FiveAxisLimits, ARewindingOnAPoleKeepsTheTool) {
 // A path that winds down below its range while the second axis falls: the second's values hide the
 // under-run of the first. And a second axis that stands at its limit, by rounding beyond it.
 TEST(FiveAxisLimits, TheLastAttemptMeasuresEachAxisForItself) {
-  const struct {
-    const char* name;
-    double first, firstEnd, second, secondEnd, minSecond;
-    bool isRounded;
-    zvKDRParam::LimitsCheck check;
-    bool isPosted, isRewound;
-  } cases[] = {
-      {"rises", 0, -470, -30, -25, -120, false, zvKDRParam::checkRotaryAxes, true, false},
-      {"falls", 0, -470, -25, -30, -120, false, zvKDRParam::checkRotaryAxes, true, false},
-      {"falls, all axes", 0, -470, -25, -30, -120, false, zvKDRParam::checkAllAxes, true, false},
-      {"tilt at limit", 0, 900, -45, -45, -45, true, zvKDRParam::checkRotaryAxes, true, true},
-      {"tilt beyond", 0, 900, -45.01, -45.01, -45, true, zvKDRParam::checkRotaryAxes, false, false},
-  };
-  for (const auto& c : cases)
+  for (const auto& [name, first, firstEnd, second, secondEnd, minSecond, isRounded, check, isPosted,
+                    isRewound] : Rows<9>("last_attempts.txt"))
     for (const auto index : {zvKDRParam::firstSolution, zvKDRParam::mirrorSolution}) {
-      SCOPED_TRACE(c.name);
-      FiveAxisScene scene = Trunnion({-360, 360}, {c.minSecond, 20});
-      scene.par.SetLimitsCheck(c.check);
+      SCOPED_TRACE(name);
+      FiveAxisScene scene = Trunnion({-360, 360}, {minSecond, 20});
+      scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(check));
       scene.par.SetFirstMoveSolutionIndex(index);
       Along along{scene, 0.1, {50, 0, 0}};
       for (double t = 0; t <= 1; t += 1.0 / 256)
-        along.Add(c.first + t * (c.firstEnd - c.first), c.second + t * (c.secondEnd - c.second));
-      if (c.isRounded)
+        along.Add(first + t * (firstEnd - first), second + t * (secondEnd - second));
+      if (isRounded != 0)
         for (SourceMove& move : along.path) move.orientation = Rounded(move.orientation);
       const Outcome outcome = Post(scene, along.path);
       // What succeeds from the posting's own first solution leaves the index as it was.
-      EXPECT_EQ(outcome.index == index, c.isPosted);
-      if (!c.isPosted) {
+      EXPECT_EQ(outcome.index == index, isPosted != 0);
+      if (isPosted == 0) {
         // That of the second attempt's list, which stays.
         EXPECT_EQ(outcome.id, outcome.lines.front().degs[1] < 0 ? 5014u : 5019u);
         continue;
       }
-      EXPECT_EQ(outcome.counts.rewindings > 0, c.isRewound);
+      EXPECT_EQ(outcome.counts.rewindings > 0, isRewound != 0);
       ExpectKept(scene, along.path, outcome, {});
     }
 }

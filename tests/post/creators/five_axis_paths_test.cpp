@@ -1,15 +1,9 @@
 // The ways that 5-axis paths are followed: beside, out of and through poles, from solution to
 // solution.
-#include <gtest/gtest.h>
+#include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/laws.h>
 #include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
-
-#include <algorithm>
-#include <cmath>
-#include <utility>
-#include <vector>
 
 namespace tests {
 
@@ -66,30 +60,20 @@ Way PostWay(const Angles& angles, double radius = 100, double apart = 3) {
 // first subdivision can turn more than the whole, and the end can lie nearly as near on both
 // solutions.
 TEST(FiveAxisPaths, FollowsThePathToTheOtherSolutionAndBesideAndOutOfAPole) {
-  const struct {
+  for (const auto& c : NumberCases("creators/data/ways_beside_poles.txt")) {
+    SCOPED_TRACE(c.line);
     Angles angles;
-    double radius, apart, error;
-    std::size_t lines;
-  } cases[] = {
-      {{{0, 5}, {95, 5}}, 200, 0, 0.07, 47},
-      {{{0, 10}, {100, 10}}, 50, 0, 0.016, 47},
-      {{{0, 30}, {130, 30}}, 50, 0, 0.025, 53},
-      {{{10, 15}, {0, 0}, {90, 30}}, 100, 3, 0.1, 0},
-      {{{0, 5.855}, {51.281, -0.207}}, 100, 3, 0.1, 0},
-      {{{-38.525, -10.6222}, {12.253, 0.3515}}, 100, 3, 0.1, 0},
-      {{{30, 6}, {0, 0}, {30.5, -9}, {0, 0}, {100, 12}}, 100, 3, 0.1, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    const Way way = PostWay(c.angles, c.radius, c.apart);
-    EXPECT_LT(way.error, c.error);
-    EXPECT_LT(way.step, c.apart == 0 ? 3.001 : 3.5);
+    for (std::size_t i = 1; i < c.groups.size(); ++i) angles.emplace_back(c[i].at(0), c[i].at(1));
+    const double apart = c[0][1];
+    const Way way = PostWay(angles, c[0][0], apart);
+    EXPECT_LT(way.error, c[0][2]);
+    EXPECT_LT(way.step, apart == 0 ? 3.001 : 3.5);
     EXPECT_LT(way.lines.size(), 120u);
-    if (c.apart != 0) continue;
-    EXPECT_EQ(way.lines.size(), c.lines);
+    if (apart != 0) continue;
+    EXPECT_EQ(way.lines.size(), c[0][3]);
     EXPECT_NEAR(way.lines.front().degs[0], 0, 1e-9);
-    EXPECT_NEAR(way.lines.back().degs[0], c.angles.back().first, 1e-9);
-    EXPECT_NEAR(way.lines.back().degs[1], c.angles.back().second, 1e-9);
+    EXPECT_NEAR(way.lines.back().degs[0], angles.back().first, 1e-9);
+    EXPECT_NEAR(way.lines.back().degs[1], angles.back().second, 1e-9);
   }
 }
 

@@ -1,9 +1,7 @@
-#include <gtest/gtest.h>
+#include <tests/post/creators/rows.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/posting.h>
 #include <tests/support/source_path.h>
-
-#include <functional>
 
 namespace tests {
 
@@ -15,7 +13,6 @@ using post::zvPostedMove;
 constexpr auto kLinear = zvKDRParam::checkLinearAxes;
 constexpr auto kRotary = zvKDRParam::checkRotaryAxes;
 constexpr auto kAll = zvKDRParam::checkAllAxes;
-constexpr auto k360 = zv5axControlDef::angleLimit360;
 
 // Feed moves along X with the axis at these angles.
 Source AtAngles(const FourAxisScene& scene, const std::vector<double>& degs) {
@@ -32,45 +29,27 @@ Posting<zvPosted4axMove> Post(const FourAxisScene& scene, const Source& source) 
 TEST(FourAxisCreator, NearTheSpindleAnglesAreExact) {
   const FourAxisScene scene;  // a pole tolerance of 0.01 degrees
   const auto creator = scene.Creator();
-  const struct {
-    double at, deg;
-    bool isExact;
-  } cases[] = {{0.0099, 0, true},    {-0.0099, 0, true},    {0.0101, 0.0101, false},
-               {179.991, 180, true}, {-179.991, 180, true}, {-179.98, -179.98, false}};
-  for (const auto& c : cases) {
-    const auto move = Move5({1, 2, 3}, scene.DirectionAt(c.at));
-    EXPECT_NEAR(creator.PostMove(move, zvPostedMove::link2).GetRotaryAngle(), c.deg,
-                c.isExact ? 0 : 1e-9);
+  for (const auto& [name, at, deg, error] : Rows<3>("four_axis_poles.txt")) {
+    const auto move = Move5({1, 2, 3}, scene.DirectionAt(at));
+    EXPECT_NEAR(creator.PostMove(move, zvPostedMove::link2).GetRotaryAngle(), deg, error);
   }
 }
 
 TEST(FourAxisCreator, AnglesOfKnownRuns) {
-  const struct {
-    const char* name;
-    std::vector<double> source, posted;
-    std::pair<double, double> range;
-    zvKDRParam::LimitsCheck check = zvKDRParam::checkNothing;
-    zv5axControlDef::angleLimit wrap = zv5axControlDef::angleLimitNone;
-  } cases[] = {
-      {"brought into the range", {-10, -20}, {350, 340}, {0, 360}},
-      {"zero outside the range stays", {0, 15}, {0, 15}, {10, 20}},
-      // Wound, it leaves the range below; a turn up fits as a whole.
-      {"shifted by a turn", {-170, 170, 110}, {190, 170, 110}, {-200, 500}, kAll},
-      {"checks see wound angles", {-170, 170}, {190, 170}, {-200, 200}, kAll, k360},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& c : NumberCases("creators/data/known_runs.txt")) {
+    SCOPED_TRACE(c.line);
     FourAxisScene scene;
     scene.par.SetMaxAngleStep(0);
     scene.par.SetMaxAngleJump(180);
-    scene.par.SetLimitsCheck(c.check);
-    scene.machine.range = c.range;
-    scene.control.SetFirstAxisLimit(c.wrap);
-    scene.control.SetSecondAxisLimit(k360);  // which this machine has no axis for
-    const auto lines = Post(scene, AtAngles(scene, c.source)).lines;
-    ASSERT_EQ(lines.size(), c.posted.size());
+    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(c[3][0]));
+    scene.machine.range = {c[2][0], c[2][1]};
+    scene.control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(c[3][1]));
+    scene.control.SetSecondAxisLimit(
+        zv5axControlDef::angleLimit360);  // which this machine has no axis for
+    const auto lines = Post(scene, AtAngles(scene, c[0])).lines;
+    ASSERT_EQ(lines.size(), c[1].size());
     for (std::size_t i = 0; i < lines.size(); ++i)
-      EXPECT_NEAR(lines[i].GetRotaryAngle(), c.posted[i], 1e-9) << i;
+      EXPECT_NEAR(lines[i].GetRotaryAngle(), c[1][i], 1e-9) << i;
   }
 }
 
@@ -151,42 +130,24 @@ TEST(FourAxisCreator, TellsWhatIsWrong) {
 }
 
 TEST(FourAxisCreator, SingleMovesWithinLimits) {
-  const struct {
-    const char* name;
-    double at;
-    zvKDRParam::LimitsCheck check;
-    std::pair<double, double> range;
-    zv5axControlDef::angleLimit wrap;
-    double highX;
-    double deg;
-    std::uint32_t id;
-  } cases[] = {
-      {"no check", -30, zvKDRParam::checkNothing, {0, 20}, {}, -1, -30, 0},
-      {"linear, broken", -30, kLinear, {0, 20}, {}, -1, 0, 5015},
-      {"rotary, wrapped", -30, kRotary, {0, 360}, {}, -1, 330, 0},
-      {"rotary, broken", -30, kRotary, {0, 20}, {}, 1, 0, 5013},
-      {"slack of the pole's tolerance", 20.009, kRotary, {0, 20}, {}, 1, 20.009, 0},
-      {"linear before rotary", -30, kAll, {0, 20}, {}, -1, 0, 5015},
-      // An angle that the control writes otherwise may fit in either form.
-      {"fits unwrapped", -30, kAll, {0, 360}, zv5axControlDef::angleLimit180, 1, -30, 0},
-      {"fits wrapped", -30, kAll, {325, 335}, k360, 1, 330, 0},
-      {"fits in neither form", -30, kAll, {-20, 20}, k360, 1, 0, 5018},
-  };
-  for (const auto& c : cases) {
+  for (const auto& [name, at, check, low, high, wrap, highX, deg, id] :
+       Rows<8>("four_axis_single_moves.txt")) {
+    SCOPED_TRACE(name);
     FourAxisScene scene;
-    scene.machine.range = c.range;
-    scene.machine.high.x = c.highX;
-    scene.par.SetLimitsCheck(c.check);
-    scene.control.SetFirstAxisLimit(c.wrap);
+    scene.machine.range = {low, high};
+    scene.machine.high.x = highX;
+    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(check));
+    scene.control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(wrap));
     scene.control.SetSecondAxisLimit(zv5axControlDef::angleLimit360);
     const auto creator = scene.Creator();
-    const auto move = Move5({0, 0, 0}, scene.DirectionAt(c.at));
-    const std::uint32_t id = IdOf([&] {
-      const auto pair = creator.PostMoveWithinMachLimits(move, zvPostedMove::noLink);
-      EXPECT_NEAR(pair.first->GetRotaryAngle(), c.deg, 1e-9) << c.name;
-      EXPECT_TRUE(pair.second.IsNull()) << c.name;
-    });
-    EXPECT_EQ(id, c.id) << c.name;
+    const auto move = Move5({0, 0, 0}, scene.DirectionAt(at));
+    const auto within = [&] {
+      return creator.PostMoveWithinMachLimits(move, zvPostedMove::noLink);
+    };
+    ASSERT_EQ(IdOf(within), id);
+    if (id != 0) continue;
+    EXPECT_NEAR(within().first->GetRotaryAngle(), deg, 1e-9);
+    EXPECT_TRUE(within().second.IsNull());
   }
 }
 
@@ -225,17 +186,14 @@ TEST(FourAxisCreator, ANewMachineReachesChecksButNotSolutions) {
 // The jump at the edge of the pole's cone can't be divided away: steps far below the pole's
 // tolerance make as many lines as they ask for and no more.
 TEST(FourAxisCreator, FineStepsEndAtTheEdgeOfAPole) {
-  const struct {
-    double step, pole, to;
-  } cases[] = {{1e-4, 0.01, 1}, {3e-5, 0.01, 1}, {0.003, 1, 3}, {0.001, 1, 3}, {0.02, 10, 20}};
-  for (const auto& c : cases)
+  for (const auto& [name, step, pole, to] : Rows<3>("fine_steps.txt"))
     for (const bool byDistance : {false, true}) {
       FourAxisScene scene;
-      scene.par.SetMaxAngleStep(c.step);
-      scene.par.SetPoleAngleTolerance(c.pole);
+      scene.par.SetMaxAngleStep(step);
+      scene.par.SetPoleAngleTolerance(pole);
       scene.par.SetInterpolateByDistance(byDistance);
-      const auto lines = std::ssize(Post(scene, AtAngles(scene, {0, c.to})).lines);
-      EXPECT_LT(lines, std::lround(2.5 * c.to / c.step)) << c.step;
+      const auto lines = std::ssize(Post(scene, AtAngles(scene, {0, to})).lines);
+      EXPECT_LT(lines, std::lround(2.5 * to / step)) << step;
     }
 }
 

@@ -1,13 +1,8 @@
 // Whole 4-axis paths against their moves alone, and places where a turn hardly shows.
-#include <gtest/gtest.h>
+#include <tests/post/creators/rows.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/laws.h>
 #include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
-
-#include <array>
-#include <cmath>
-#include <cstdint>
 
 namespace tests {
 
@@ -119,27 +114,18 @@ TEST(FourAxisPaths, AreBlendedAsTheyStandAfterAChangeOfTheMachine) {
 
 // Nor may a move that can't be posted hide beside one that can.
 TEST(FourAxisPaths, AreRefusedWhereverTheFaultStands) {
-  const struct {
-    std::uint32_t id;
-    Point tip, orientation;
-  } faults[] = {{5030, {}, {0.6, 0, 0.8}},
-                {5030, {}, {1.1e-6, 0, 1}},
-                {2189, {}, {0, 0, 0}},
-                {5039, {0, kNaN, 0}, {0, 0, 1}},
-                {5039, {kInfinity, 0, 0}, {0, 1, 1}},
-                {5039, {}, {0, kNaN, 1}},
-                {5039, {}, {0, kInfinity, 0}}};
+  const auto faults = Rows<7>("four_axis_faults.txt");
   for (const bool onTable : {true, false})
     for (std::size_t place = 0; place < 70; ++place)
-      for (const auto& fault : faults) {
+      for (const auto& [name, id, x, y, z, i, j, k] : faults) {
         FourAxisScene scene;
         scene.machine.onTable = onTable;
         scene.toolLength = 50;
         Source source;
-        for (int k = 0; k < 70; ++k) source.push_back({{1.0 * k, 0, 0}, scene.Tool(20 + k)});
-        source[place] = {fault.tip, fault.orientation};
-        EXPECT_EQ(Post(scene, source, true).id, fault.id)
-            << place << (onTable ? " table" : " head");
+        for (int m = 0; m < 70; ++m) source.push_back({{1.0 * m, 0, 0}, scene.Tool(20 + m)});
+        source[place] = {{x, y, z}, {i, j, k}};
+        EXPECT_EQ(Post(scene, source, true).id, id)
+            << name << " at " << place << (onTable ? " table" : " head");
       }
 }
 

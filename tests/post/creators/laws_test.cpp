@@ -1,14 +1,8 @@
 // The law-book over random machines of every class, random paths and random parameters.
-#include <gtest/gtest.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/laws.h>
 #include <tests/support/outcome.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
-
-#include <algorithm>
-#include <cmath>
-#include <utility>
 
 namespace tests {
 

@@ -1,21 +1,16 @@
 // What is left when the system has no more memory, at each request for it that a posting makes.
-#include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/platform.h>
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
 #include <tests/support/memory_watch.h>
 #include <tests/support/posting.h>
-#include <tests/support/throws_id.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <new>
-#include <optional>
 #include <thread>
-#include <vector>
 
 namespace tests {
 

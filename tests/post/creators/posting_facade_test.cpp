@@ -3,8 +3,6 @@
 #include <tests/support/posting.h>
 #include <tests/support/seeded.h>
 
-#include <typeinfo>
-
 namespace tests {
 
 namespace {

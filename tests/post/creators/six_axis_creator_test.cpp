@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <tests/post/creators/rows.h>
 #include <tests/support/posting.h>
 #include <tests/support/six_axis_scenes.h>
 
@@ -31,17 +31,14 @@ void ExpectWidened(const zvPosted6axMove& line, const post::zvPosted5axMove& oth
 // Rewinding, poles, large jumps, wrapping and limits are those of five axes. The flags of first and
 // second axis decide about the sides; what is told of the third and the kind do not.
 TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
-  constexpr struct {
-    std::int32_t first, second, kind;
-  } kSides[] = {{0, 0, 1}, {1, 1, 3}, {1, 0, 2}, {1, 2, 2}, {1, -1, 2},
-                {0, 1, 2}, {2, 2, 2}, {2, 0, 2}, {0, 7, 2}, {-1, -1, 2}};
+  const auto sides = Rows<3>("six_axis_sides.txt");
   Seeded random;
   int refused = 0, turned = 0;
   std::uint32_t rewindings = 0;
   for (int i = 0; i < 400; ++i) {
     SixAxisScene scene = RandomSixAxisScene(random);
-    const auto& sides = kSides[i % 10];
-    scene.machine.kind = sides.kind;
+    const auto& [name, first, second, kind] = sides[static_cast<std::size_t>(i) % sides.size()];
+    scene.machine.kind = static_cast<std::int32_t>(kind);
     scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(random.Integer(0, 3)));
     scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(random.Integer(1, 3)));
     scene.par.SetMaxAngleJump(random.Real(20, 179));
@@ -54,8 +51,8 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     scene.machine.firstRange = {-reach, reach};
     if (random.Chance(0.3)) scene.machine.secondRange = {-90, 90};
     zv6axMachDef machDef = scene.MachDef();
-    machDef.SetFirstOnWorkpiece(sides.first);
-    machDef.SetSecondOnWorkpiece(sides.second);
+    machDef.SetFirstOnWorkpiece(static_cast<std::int32_t>(first));
+    machDef.SetSecondOnWorkpiece(static_cast<std::int32_t>(second));
     machDef.SetThirdOnWorkpiece(random.Integer(-1, 2));
     const auto source = RandomReachablePath(random, scene, random.Integer(2, 40));
     const bool small = random.Chance(0.3);
@@ -63,7 +60,7 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     zvPosted6axTPCreator six(machDef, scene.control, scene.par, scene.origin, scene.toolLength);
     const auto expected = Post(five, Build(source), small);
     const auto outcome = Post(six, Build(source), small);
-    SCOPED_TRACE(testing::Message() << i << ' ' << sides.first << ' ' << sides.second);
+    SCOPED_TRACE(testing::Message() << i << ' ' << name);
     ASSERT_EQ(outcome.id, expected.id);
     // The first solution that a failing attempt turns round is that posting's own.
     const auto index = scene.par.GetFirstMoveSolutionIndex();
@@ -91,10 +88,10 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     ASSERT_EQ(IdOf([&] { six.PostMoveWithinMachLimits(move, {}); }), id);
     if (id == 0) {
       const auto single = five.PostMoveWithinMachLimits(move, {});
-      const auto [first, mirror] = six.PostMoveWithinMachLimits(move, {});
-      ASSERT_EQ(first.IsNull(), single.first.IsNull());
+      const auto [line, mirror] = six.PostMoveWithinMachLimits(move, {});
+      ASSERT_EQ(line.IsNull(), single.first.IsNull());
       ASSERT_EQ(mirror.IsNull(), single.second.IsNull());
-      if (first) ExpectWidened(*first, *single.first, scene.thirdAngle);
+      if (line) ExpectWidened(*line, *single.first, scene.thirdAngle);
       if (mirror) ExpectWidened(*mirror, *single.second, scene.thirdAngle);
     }
     if (HasFatalFailure()) return;

@@ -4,7 +4,6 @@
 #include <tests/support/every_creator.h>
 #include <tests/support/posting.h>
 
-#include <functional>
 #include <future>
 #include <thread>
 

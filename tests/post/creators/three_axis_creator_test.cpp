@@ -1,3 +1,4 @@
+#include <tests/post/creators/rows.h>
 #include <tests/support/every_creator.h>
 #include <tests/support/posting.h>
 
@@ -41,35 +42,16 @@ TEST(ThreeAxisCreator, PostsMovesOfBothClassesAndTimesThatHaveAFeed) {
 }
 
 TEST(ThreeAxisCreator, TakesOnlyOrientationsAlongTheSpindle) {
-  const auto z = Move3({});
-  const auto tilted = Toward({1, 0, 0});
-  const struct {
-    const char* name;
-    PathBuilder::Moves moves;
-    bool aligns;
-    std::uint32_t id;
-  } cases[] = {
-      {"opposite", {z, Toward({0, 0, -1})}, false, 5029},
-      {"hardly off", {z, Toward({0, 1.1e-6, 1})}, false, 5029},
-      {"within the tolerance", {z, Toward({0, 0.9e-6, 1})}, false, 0},
-      {"of another length", {z, Toward({0, 0, 7})}, false, 0},
-      {"none", {z, Toward({})}, false, 2189},
-      {"before any move is posted",
-       {z, misc::MakeAutoPointer<cadcam::zvCNCMove>(), tilted},
-       false,
-       5029},
-      {"two, of which one is aligned", {z, tilted}, true, 5029},
-      // Off by more than the check allows and less than the arc cosine resolves.
-      {"too little to align", {Toward({0, 1e-5, 1})}, true, 5029},
-      {"opposite has no axis to align about", {Toward({0, 0, -1})}, true, 2189},
-      {"aligned", {tilted, tilted}, true, 0},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : NumberCases("creators/data/spindle_orientations.txt")) {
     Scene scene;
-    scene.par.SetAlignToolpath(c.aligns);
-    const auto outcome = PostAnew(scene, Contour(c.moves));
-    EXPECT_EQ(outcome.id, c.id) << c.name;
-    EXPECT_EQ(outcome.lines.size(), c.id == 0 ? c.moves.size() : 0) << c.name;
+    scene.par.SetAlignToolpath(c[0][0] != 0);
+    PathBuilder::Moves moves;
+    for (std::size_t i = 1; i < c.groups.size(); ++i)
+      moves.push_back(c[i].empty() ? misc::MakeAutoPointer<cadcam::zvCNCMove>()
+                                   : Toward({c[i].at(0), c[i].at(1), c[i].at(2)}));
+    const auto outcome = PostAnew(scene, Contour(moves));
+    EXPECT_EQ(outcome.id, c[0][1]) << c.line;
+    EXPECT_EQ(outcome.lines.size(), outcome.id == 0 ? moves.size() : 0) << c.line;
   }
   Scene noSpindle;
   noSpindle.machDef.SetSpindleDirection({});
@@ -96,51 +78,37 @@ TEST(ThreeAxisCreator, AnInterpolationThatFailsLeavesNothingOfItself) {
 }
 
 TEST(ThreeAxisCreator, ReportsTheFirstLimitBrokenByMoreThanRounding) {
-  // Limits 0 to 1 on each axis.
-  const std::pair<Point, std::uint32_t> cases[] = {{{-2e-12, 2, 2}, 5010},
-                                                   {{1 + 2e-12, -1, 0}, 5015},
-                                                   {{0, -1, 2}, 5011},
-                                                   {{0, 2, -1}, 5016},
-                                                   {{0, 0, -1}, 5012},
-                                                   {{0, 0, 2}, 5017},
-                                                   {{-0.5e-12, 1 + 0.5e-12, 1}, 0}};
-  for (const auto& [position, id] : cases)
+  for (const auto& [name, x, y, z, id] : Rows<4>("unit_cube.txt"))
     for (const int check : {0, 1, 2, 3, -3}) {
+      SCOPED_TRACE(name);
       Scene scene;
       scene.machDef.SetMinLimits({0, 0, 0});
       scene.machDef.SetMaxLimits({1, 1, 1});
       scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(check));
       const auto creator = scene.Creator();
-      const auto move = Move3(position);
+      const auto move = Move3({x, y, z});
       // A single move is checked by an unknown value, too.
-      const bool checks = check != zvKDRParam::checkNothing && check != zvKDRParam::checkRotaryAxes;
-      EXPECT_EQ(IdOf([&] { creator.PostMoveWithinMachLimits(move, zvPostedMove::noLink); }),
-                checks ? id : 0);
-      EXPECT_EQ(PostAnew(scene, Contour({Move3({}), move}), true).id, check < 0 ? 5046
-                                                                      : checks  ? id
-                                                                                : 0);
+      const double single =
+          check != zvKDRParam::checkNothing && check != zvKDRParam::checkRotaryAxes ? id : 0;
+      EXPECT_EQ(IdOf([&] { creator.PostMoveWithinMachLimits(move, {}); }), single);
+      EXPECT_EQ(PostAnew(scene, Contour({Move3({}), move}), true).id, check < 0 ? 5046 : single);
     }
 }
 
 TEST(ThreeAxisCreator, InterpolatesByDistance) {
-  const struct {
-    double distance, step;
-    std::size_t inserted;
-  } cases[] = {{1, 1, 0},  {1.0000001, 1, 2}, {2, 1, 3},     {0.5, 1, 0}, {10, 4, 3},
-               {10, 0, 0}, {10, -1, 0},       {10, kNaN, 0}, {0, 1, 0},   {10, 1e-3, 10001}};
-  for (const auto& c : cases)
+  for (const auto& [name, distance, step, inserted] : Rows<3>("distances.txt"))
     for (const bool smallMoves : {false, true}) {
       Scene scene;
       scene.par.SetInterpolateByDistance(true);
-      scene.par.SetInterpolationDistance(c.step);
+      scene.par.SetInterpolationDistance(step);
       scene.origin = {5, 0, 0};
       const auto path =
-          Contour({Move5({}, {0, 0, 1}, 100), Move5({c.distance, 0, 0}, {0, 0, 1}, 200)});
+          Contour({Move5({}, {0, 0, 1}, 100), Move5({distance, 0, 0}, {0, 0, 1}, 200)});
       const auto moves = PostAnew(scene, path, smallMoves).lines;
-      ASSERT_EQ(moves.size(), c.inserted + 2) << c.distance << ' ' << c.step;
+      ASSERT_EQ(moves.size(), inserted + 2) << name;
       for (std::size_t i = 1; i < moves.size(); ++i) {
-        const double t = static_cast<double>(i) / static_cast<double>(c.inserted + 1);
-        EXPECT_NEAR(moves[i].GetPartPosition().x, c.distance * t, 1e-9);
+        const double t = static_cast<double>(i) / (inserted + 1);
+        EXPECT_NEAR(moves[i].GetPartPosition().x, distance * t, 1e-9);
         EXPECT_EQ(moves[i].GetMachinePosition().x, moves[i].GetPartPosition().x + 5);
         EXPECT_NEAR(moves[i].GetFeed(), 100 + 100 * t, 1e-9);
         if (smallMoves) continue;

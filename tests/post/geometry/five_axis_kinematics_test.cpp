@@ -1,8 +1,6 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/geometry/five_axis_kinematics.h>
 #include <tests/support/five_axis_scenes.h>
-
-#include <cmath>
+#include <tests/support/number_cases.h>
 
 namespace {
 
@@ -11,36 +9,17 @@ using tests::FiveAxisScene;
 using tests::Point;
 using tests::ToPoint;
 
-// Positions that others published for three machines, and one with a tool.
 TEST(FiveAxisKinematics, GivesPublishedPositions) {
-  FiveAxisScene conventional, trunnion, fork, withTool;
-  conventional.machine.kind = trunnion.machine.kind = 0;
-  conventional.machine.first = {0, 0, -1};
-  conventional.machine.second = fork.machine.second = {0, -1, 0};
-  trunnion.machine.firstPivot = trunnion.machine.secondPivot = {0, 0, 150};
-  fork.machine.kind = 1;
-  fork.machine.secondPivot = {0, 0, 250};
-  withTool.origin = {0, 0, 70};
-  withTool.toolLength = 150;
-  // clang-format off
-  const struct {
-    const FiveAxisScene& scene;
-    Point p_part;
-    double first, second;
-    Point p_mach;
-    double slack;
-  } cases[] = {
-      {conventional, {1, 0, 2}, 90, 90, {-2, -1, 0}, 1e-14},
-      {trunnion, {50, 0, 0}, 90, 90, {0, 150, 200}, 1e-12},
-      {trunnion, {50, 25, -10}, 30, 45, {30.80127, 146.124065, 69.849895}, 1e-6},
-      {fork, {100, 50, 25}, 40, 30, {4.24444461, -30.348451211, -8.493649054}, 1e-8},
-      {withTool, {113.5608, 7.7353, -2.2093}, -9.7431, 39.3491, {113.2319, -51.948, 195.0711}, 2e-4},
-  };
-  // clang-format on
-  for (const auto& c : cases)
-    EXPECT_LE(Distance(c.scene.Kinematics().MachinePosition(c.p_part, c.first, c.second), c.p_mach),
-              c.slack)
-        << c.p_part.x << ' ' << c.first << ' ' << c.second;
+  for (const auto& c : tests::NumberCases("geometry/data/published_positions.txt")) {
+    const auto point = [&](std::size_t i) { return Point{c[i].at(0), c[i].at(1), c[i].at(2)}; };
+    FiveAxisScene scene;
+    auto& m = scene.machine;
+    m.kind = static_cast<std::int32_t>(c[0][0]);
+    std::tie(m.first, m.second, m.firstPivot, m.secondPivot, scene.origin, scene.toolLength) =
+        std::tuple(point(1), point(2), point(3), point(4), point(5), c[6][0]);
+    const Point p_mach = scene.Kinematics().MachinePosition(point(7), c[8][0], c[8][1]);
+    EXPECT_LE(Distance(p_mach, point(9)), c[10][0]) << c.line;
+  }
 }
 
 TEST(FiveAxisKinematics, PutsTheTipAndTheToolWhereRigidBodiesDo) {

@@ -1,4 +1,5 @@
 #include <tests/post/model/mach_def_samples.h>
+#include <tests/support/number_cases.h>
 #include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
@@ -103,54 +104,20 @@ TYPED_TEST(MachDefClasses, NormalizeTouchesDirectionsAndRefusesWhatHasNone) {
   EXPECT_EQ(tiny.GetSpindleDirection(), Point(0, 0, 1));
 }
 
-// The checks in the order in which they are made: each row also breaks what is checked later, so
-// that a check made too late shows under another id.
-struct CheckCase {
-  const char* name;
-  std::string classes;  // by their numbers of axes
-  std::uint32_t id;     // 0: accepted
-  Frame frame;
-  Rotary rotary;
-};
-
-// Without a direction, and with a kind above 3.
-const Rotary kAllWrong{.kind = 4, .first = {0, 0, 0}, .second = {0, 0, 0}, .third = {0, 0, 0}};
-const Frame kAlongZ{.spindle = {0, 0, 5}};
-const Point kZero;
-
-// clang-format off
-const CheckCase kChecks[] = {
-    {"units 0", "3456", 2141, {.units = static_cast<Units>(0), .spindle = kZero, .z = kZero}, kAllWrong},
-    {"units 3", "3456", 2141, {.units = static_cast<Units>(3), .spindle = kZero, .z = kZero}, kAllWrong},
-    {"zero spindle", "3456", 5024, {.spindle = kZero, .z = kZero}, kAllWrong},
-    {"minus zero spindle", "3456", 5024, {.spindle = {-0.0, 0, -0.0}}, kAllWrong},
-    {"flat axes", "3456", 7108, {.z = kZero}, kAllWrong},
-    {"parallel axes", "3456", 7108, {.x = {0, 1, 0}, .y = {0, 2, 0}}, kAllWrong},
-    {"tiny", "3456", 0, {.spindle = {0, 5e-324, 0}, .x = {1e-100, 0, 0}, .y = {0, 1e-100, 0}, .z = {0, 0, 1e-100}}, {}},
-    {"zero direction", "4", 5025, {}, kAllWrong},
-    {"parallel to the spindle", "4", 0, {}, {.kind = 4, .first = {0, 3, 4}}},
-    {"first zero", "56", 5026, kAlongZ, kAllWrong},
-    {"second zero", "56", 5027, kAlongZ, {.kind = 4, .first = {0, 0, 5}, .second = kZero, .third = kZero}},
-    {"third zero", "6", 5028, kAlongZ, {.kind = 4, .first = {0, 0, 5}, .second = {0, 0, 5}, .third = kZero}},
-    {"equal", "56", 5002, kAlongZ, {.kind = 4, .first = {0, 0, 5}, .second = {0, 0, 5}}},
-    {"parallel to the spindle, not equal", "5", 5045, kAlongZ, {.kind = 4, .first = {0, 0, 1}, .second = {0, 0, 2}}},
-    {"opposite to the spindle", "5", 5045, kAlongZ, {.second = {0, 0, -2}}},
-    {"second along the spindle", "6", 0, kAlongZ, {.second = {0, 0, 5}}},
-    {"first along the spindle", "56", 0, kAlongZ, {.first = {0, 0, 1}, .second = {0, 1, 0}}},
-    {"parallel pair", "56", 0, kAlongZ, {.first = {0, 1, 0}, .second = {0, 2, 0}}},
-    {"opposite pair", "56", 0, kAlongZ, {.first = {0, 1, 0}, .second = {0, -1, 0}}},
-    {"kind 4", "56", 5031, kAlongZ, {.kind = 4, .second = {0, 1, 0}}},
-    {"kind -2^31", "56", 0, kAlongZ, {.kind = -2147483647 - 1, .second = {0, 1, 0}}},
-    // Exactly 1 is meant: this pair is parallel too, but rounding makes the product less.
-    {"(1, 1, 1) twice", "5", 0, {.spindle = {1, 1, 1}}, {.second = {1, 1, 1}}},
-};
-// clang-format on
-
+// By their numbers of axes, the id or 0, the frame's parts and the rotary's; what is empty is as in
+// the samples.
 TYPED_TEST(MachDefClasses, ChecksComeInTheirOrder) {
-  for (const CheckCase& c : kChecks) {
-    if (c.classes.find(std::to_string(3 + TypeParam().GetNumbersOfAxes())) == std::string::npos)
-      continue;
-    EXPECT_EQ(IdOf([&] { Make<TypeParam>(c.frame, c.rotary); }), c.id) << c.name;
+  for (const NumberCase& c : NumberCases("model/data/checks.txt")) {
+    if (std::ranges::count(c[0], 3 + TypeParam().GetNumbersOfAxes()) == 0) continue;
+    Frame frame;
+    Rotary rotary;
+    if (!c[2].empty()) frame.units = static_cast<Units>(c[2][0]);
+    if (!c[7].empty()) rotary.kind = static_cast<std::int32_t>(c[7][0]);
+    Point* const points[] = {&frame.spindle, &frame.x,      &frame.y,       &frame.z,
+                             nullptr,        &rotary.first, &rotary.second, &rotary.third};
+    for (std::size_t i = 3; i < c.groups.size(); ++i)
+      if (i != 7 && !c[i].empty()) *points[i - 3] = {c[i].at(0), c[i].at(1), c[i].at(2)};
+    EXPECT_EQ(IdOf([&] { Make<TypeParam>(frame, rotary); }), c[1].at(0)) << c.line;
   }
 }
 
@@ -173,19 +140,11 @@ TEST(MachDef, AxisDirectionsAreColumnsAndTheInverseUndoesThem) {
 }
 
 TEST(MachDef, IdentityBandIsInclusive) {
-  const double beyond = std::nextafter(1e-5, 1.0);
-  const std::pair<std::array<Point, 3>, bool> cases[] = {
-      {{{{1, 1e-5, -1e-5}, {1e-5, 1, 1e-5}, {-1e-5, -1e-5, 1}}}, true},
-      {{{{1, beyond, 0}, {0, 1, 0}, {0, 0, 1}}}, false},
-      {{{{1, 0, 0}, {0, 1, 0}, {-beyond, 0, 1}}}, false},
-      {{{{1, 0, 0}, {0, 1, -beyond}, {0, 0, 1}}}, false},
-      {{{{1.000009, 0, 0}, {0, 0.999991, 0}, {0, 0, 1}}}, true},
-      {{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1.000011}}}, false},
-      {{{{-1, 0, 0}, {0, 1, 0}, {0, 0, 1}}}, false}};
   zv3axMachDef machDef;
-  for (const auto& [axes, isIdentity] : cases) {
-    machDef.SetAxisDirections(axes[0], axes[1], axes[2]);
-    EXPECT_EQ(machDef.IsIdentityTransform(), isIdentity) << testing::PrintToString(axes[0]);
+  for (const NumberCase& c : NumberCases("model/data/identity_band.txt")) {
+    const auto axis = [&](std::size_t i) { return Point(c[i].at(0), c[i].at(1), c[i].at(2)); };
+    machDef.SetAxisDirections(axis(1), axis(2), axis(3));
+    EXPECT_EQ(machDef.IsIdentityTransform(), c[0].at(0) == 1) << c.line;
   }
 }
 

@@ -1,6 +1,7 @@
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posted_visitor.h>
+#include <tests/support/number_cases.h>
 #include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
@@ -41,38 +42,25 @@ TEST(PostedToolpath, SharesItsMovesAndClearsThemAlone) {
   EXPECT_EQ(path.GetAlignMatrix(), matrix);
 }
 
-// clang-format off
 TEST(PostedToolpath, ExtentsFoldPositionsAndAngles) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  // The extents of machine positions; those of part positions are 10 more on the linear axes.
-  const struct {
-    const char* name;
-    std::vector<MovePointer> moves;
-    Extent min, max;
-  } cases[] = {
-      {"nothing", {}, {}, {}},
-      {"3 axes", {Three(5), Three(-2), Three(7)}, {-2, -1, 0}, {7, 8, 9}},
-      {"4 axes", {Four(5, -370), Four(6, 20)}, {5, 6, 7, -370}, {6, 7, 8, 20}},
-      {"5 axes", {Five(5, 1, -2, 0u), Five(4, 700, -4, 0u), Five(6, -5, 0, 0u)}, {4, 5, 6, -5, -4}, {6, 7, 8, 700, 0}},
-      {"6 axes add nothing", {Six(-9, 1, 2, 3, 0u), Three(5), Six(99, 1, 2, 3, 0u)}, {5, 6, 7}, {5, 6, 7}},
-      // The first move decides the size.
-      {"more axes later", {Three(5), Five(4, 1, 2, 0u), Four(6, 3)}, {4, 5, 6}, {6, 7, 8}},
-      {"fewer later", {Five(5, 1, 2, 0u), Three(4), Four(6, -3)}, {4, 5, 6, -3, 2}, {6, 7, 8, 1, 2}},
-      {"a later NaN", {Three(1), Three(nan), Three(0)}, {0, 1, 2}, {1, 2, 3}},
+  const auto move = [](const Extent& n) {  // the place and the angles
+    return n.size() == 1   ? Three(n[0])
+           : n.size() == 2 ? Four(n[0], n[1])
+           : n.size() == 3 ? Five(n[0], n[1], n[2], 0u)
+                           : Six(n[0], n[1], n[2], n.at(3), 0u);
   };
-  // clang-format on
   const auto onPart = [](Extent extent) {
     for (std::size_t i = 0; i < std::min<std::size_t>(3, extent.size()); ++i) extent[i] += 10;
     return extent;
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const tests::NumberCase& c : tests::NumberCases("model/data/extents.txt")) {
+    SCOPED_TRACE(c.line);
     zvPostedTP path;
-    for (const MovePointer& move : c.moves) path.PushBack(move);
-    EXPECT_EQ(path.GetMachMin(), c.min);
-    EXPECT_EQ(path.GetMachMax(), c.max);
-    EXPECT_EQ(path.GetPartMin(), onPart(c.min));
-    EXPECT_EQ(path.GetPartMax(), onPart(c.max));
+    for (std::size_t i = 2; i < c.groups.size(); ++i) path.PushBack(move(c[i]));
+    EXPECT_EQ(path.GetMachMin(), c[0]);
+    EXPECT_EQ(path.GetMachMax(), c[1]);
+    EXPECT_EQ(path.GetPartMin(), onPart(c[0]));
+    EXPECT_EQ(path.GetPartMax(), onPart(c[1]));
   }
 }
 

@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/alignment.h>
-#include <tests/support/seeded.h>
+#include <tests/support/scenes.h>
 #include <tests/support/throws_id.h>
 #include <tests/support/toolpath_builders.h>
-
-#include <cmath>
 
 namespace post {
 namespace {
@@ -17,13 +14,9 @@ using tests::Seeded;
 
 const Point kX{1, 0, 0}, kY{0, 1, 0}, kZ{0, 0, 1};
 
-template <class Action>
-testing::AssertionResult FailsForNull(Action&& action) {
-  return tests::ThrowsId<cadcam::zvcadcamException>(action, 2189);
-}
-template <class Action>
-testing::AssertionResult Fails(Action&& action, std::uint32_t id) {
-  return tests::ThrowsId<zvPostException>(action, id);
+testing::AssertionResult Fails(const std::function<void()>& action, std::uint32_t id = 2189) {
+  return id == 2189 ? tests::ThrowsId<cadcam::zvcadcamException>(action, id)
+                    : tests::ThrowsId<zvPostException>(action, id);
 }
 
 PathBuilder PathOf(const std::vector<Point>& orientations) {
@@ -32,13 +25,10 @@ PathBuilder PathOf(const std::vector<Point>& orientations) {
   return PathBuilder().Contour(moves);
 }
 
-// The point at `deg` on the cone that `s` sweeps around the unit vector `a`, by components along
-// and across the axis.
+// The point at `deg` on the cone that `s` sweeps around the unit vector `a`.
 Point OnCone(const Point& s, const Point& a, double deg) {
-  const double rad = deg * std::acos(-1.0) / 180;
-  const Point along = a * Dot(s, a);
-  const Point across = s - along;
-  return along + across * std::cos(rad) + Cross(a, across) * std::sin(rad);
+  return tests::ToPoint(
+      tests::rigid::Quaternion::OfTurn(tests::ToVector(a), deg).Turn(tests::ToVector(s)));
 }
 
 // Its spindle points along Z.
@@ -63,7 +53,7 @@ TEST(RotationBetween, TurnsTheSecondDirectionIntoTheFirst) {
     ASSERT_NEAR(Determinant(r), 1, 1e-13);
   }
   for (const Point& parallel : {kZ, -kZ})
-    EXPECT_TRUE(FailsForNull([&] { RotationBetween(kZ, parallel); }));
+    EXPECT_TRUE(Fails([&] { RotationBetween(kZ, parallel); }));
 }
 
 TEST(FindToolPathAxis, SaysWhenThereIsNone) {
@@ -81,37 +71,29 @@ TEST(FindToolPathAxis, SaysWhenThereIsNone) {
   }
   // A repeated orientation says nothing, the search goes on past it.
   EXPECT_TRUE(FindToolPathAxis(PathOf({kZ, kX, kX, -kX, -kX, kY})).found);
-  const auto finding = [](const std::vector<Point>& orientations) {
-    return [=] { FindToolPathAxis(PathOf(orientations)); };
-  };
   // Nothing but repetitions, in a plane with the first: no axis can be found.
-  EXPECT_TRUE(FailsForNull(finding({kZ, kX, kX, -kX})));
-  EXPECT_TRUE(FailsForNull(finding({kZ, Point(), kX})));
-  EXPECT_TRUE(Fails(finding({kZ, {NAN, 0, 0}, kX}), 5039));
+  EXPECT_TRUE(Fails([] { FindToolPathAxis(PathOf({kZ, kX, kX, -kX})); }));
+  EXPECT_TRUE(Fails([] { FindToolPathAxis(PathOf({kZ, Point(), kX})); }));
+  EXPECT_TRUE(Fails([] { FindToolPathAxis(PathOf({kZ, {NAN, 0, 0}, kX})); }, 5039));
 }
 
 TEST(AlignToSpindle, TurnsTheFirstOrientationIntoTheSpindleUnlessItFits) {
   const zv3axMachDef machDef;
-  const struct {
-    std::vector<Point> orientations;
-    bool isAligned;
-  } cases[] = {{{}, false},
-               {{{0, 0.9e-12, 1}}, false},
-               {{{0, 1.1e-12, 1}}, true},
-               {{{0, 0, 5}, {1, 0, 0}}, false},  // only the first move counts
-               {{{0, 2, 0}, {1, 0, 0}}, true}};
-  for (const auto& c : cases)
-    EXPECT_EQ(static_cast<bool>(AlignToSpindle(PathOf(c.orientations), machDef)), c.isAligned);
+  // Only the first move counts.
+  const std::vector<Point> fitting[] = {{}, {{0, 0.9e-12, 1}}, {{0, 0, 5}, {1, 0, 0}}};
+  for (const auto& path : fitting) EXPECT_FALSE(AlignToSpindle(PathOf(path), machDef));
+  const std::vector<Point> turned[] = {{{0, 1.1e-12, 1}}, {{0, 2, 0}, {1, 0, 0}}};
+  for (const auto& path : turned) EXPECT_TRUE(AlignToSpindle(PathOf(path), machDef));
   // Between 1e-12 and the arc cosine's snap the matrix is set, and turns nothing.
   EXPECT_EQ(*AlignToSpindle(PathOf({{0, 1e-5, 1}}), machDef),
             (cadcam::zvMatrix<double, 4, 4>::Identity()));
   EXPECT_LT((*AlignToSpindle(PathOf({{0, 2, 0}}), machDef) * kY - kZ).Length(), 1e-15);
-  EXPECT_TRUE(FailsForNull([&] { AlignToSpindle(PathOf({-kZ}), machDef); }));
+  EXPECT_TRUE(Fails([&] { AlignToSpindle(PathOf({-kZ}), machDef); }));
   EXPECT_TRUE(Fails([&] { AlignToSpindle(PathOf({{0, 0, HUGE_VAL}}), machDef); }, 5039));
 }
 
 // A path that turns about the machine's axis, in a plane or on a cone.
-TEST(RotaryAxis, FittingPathsAreLeftAloneEvenWithTheNoiseOfFineSteps) {
+TEST(RotaryAxis, FittingPathsAreLeftAloneDespiteNoiseAndOthersTurned) {
   Seeded random;
   int fitting = 0;
   for (int i = 0; i < 2000; ++i) {
@@ -134,16 +116,20 @@ TEST(RotaryAxis, FittingPathsAreLeftAloneEvenWithTheNoiseOfFineSteps) {
     ASSERT_TRUE(!matrix || *matrix == (cadcam::zvMatrix<double, 4, 4>::Identity()));
   }
   EXPECT_GT(fitting, 900);
+  // The matrix turns the machine's axis onto the path's, the reverse of the spindle's case.
+  const Point x = Point(1, 1, 0).Normalized();
+  const auto path = PathOf({kZ, OnCone(kZ, x, 10), OnCone(kZ, x, 20)});
+  const auto matrix = AlignToRotaryAxis(path, Machine(kX));
+  ASSERT_TRUE(matrix);
+  EXPECT_LT((*matrix * kX - FindToolPathAxis(path).axis).Length(), 1e-12);
 }
 
 TEST(RotaryAxis, APathWithoutAnAxisFitsWhereItsAngleToTheAxisIsTheSpindles) {
   const Point slanting{1, 0, 1};
-  const struct {
-    Point rotation, orientation;
-    bool fits;
-  } cases[] = {{kX, kY, true},        {kX, {1, 1, 0}, false},  {slanting, kX, true},
-               {slanting, kZ, true},  {slanting, -kX, false},  {slanting, kY, false},
-               {-slanting, kX, true}, {-slanting, -kX, false}, {slanting, slanting, false}};
+  const std::tuple<Point, Point, bool> cases[] = {
+      {kX, kY, true},        {kX, {1, 1, 0}, false},  {slanting, kX, true},
+      {slanting, kZ, true},  {slanting, -kX, false},  {slanting, kY, false},
+      {-slanting, kX, true}, {-slanting, -kX, false}, {slanting, slanting, false}};
   for (const auto& [rotation, orientation, fits] : cases)
     EXPECT_EQ(FitsRotaryAxis(PathOf({orientation, orientation, orientation}), Machine(rotation)),
               fits);
@@ -152,15 +138,6 @@ TEST(RotaryAxis, APathWithoutAnAxisFitsWhereItsAngleToTheAxisIsTheSpindles) {
   EXPECT_TRUE(FitsRotaryAxis(path, Machine(kY)));
   EXPECT_FALSE(AlignToRotaryAxis(path, Machine(kY)));
   EXPECT_TRUE(Fails([&] { AlignToRotaryAxis(path, Machine({0, 1, 1})); }, 5044));
-}
-
-// The reverse of the spindle's case, as its header says.
-TEST(RotaryAxis, TheMatrixTurnsTheMachinesAxisOntoThePaths) {
-  const Point x = Point(1, 1, 0).Normalized();
-  const auto path = PathOf({kZ, OnCone(kZ, x, 10), OnCone(kZ, x, 20)});
-  const auto matrix = AlignToRotaryAxis(path, Machine(kX));
-  ASSERT_TRUE(matrix);
-  EXPECT_LT((*matrix * kX - FindToolPathAxis(path).axis).Length(), 1e-12);
 }
 
 }  // namespace

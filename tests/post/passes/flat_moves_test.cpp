@@ -1,12 +1,8 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/flat_moves.h>
 #include <tests/support/throws_id.h>
 #include <tests/support/toolpath_builders.h>
-
-#include <cmath>
-#include <iterator>
 
 namespace post {
 namespace {
@@ -50,7 +46,7 @@ TEST(FlatMoves, TheTypeOfAMoveIsThatOfItsSection) {
 }
 
 // A link of unknown type has none; a section of another class cuts, but has none to be asked.
-TEST(FlatMoves, UnknownTypesAreRefused) {
+TEST(FlatMoves, UnknownTypesAndMovesThatAreNoneAreRefused) {
   for (const std::uint32_t type : {6u, 4000000000u}) {
     const PathBuilder path = PathBuilder().Link(type, {Move3({})});
     EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { PostedMoveTypeAt(path.Path().begin()); }, 2637));
@@ -63,16 +59,11 @@ TEST(FlatMoves, UnknownTypesAreRefused) {
   path.front()->front()->push_back(other);
   EXPECT_EQ(Flat(path)[0].second, zvPostedMove::noLink);
   EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { PostedMoveTypeAt(path.begin()); }, 2639));
-}
-
-TEST(FlatMoves, ANullOrAnInfiniteMoveIsRefused) {
+  // Nor is a null or an infinite move taken.
+  const auto flat = [](const cadcam::zvMovePointer& move) { Flat(PathBuilder().Contour({move})); };
   for (const double bad : {std::nan(""), -HUGE_VAL})
-    EXPECT_TRUE(ThrowsId<zvPostException>(
-        [&] {
-          Flat(PathBuilder().Contour({Move3({0, bad, 0})}));
-        },
-        5039));
-  EXPECT_TRUE(tests::ThrowsNull([&] { Flat(PathBuilder().Contour({nullptr})); }));
+    EXPECT_TRUE(ThrowsId<zvPostException>([&] { flat(Move3({0, bad, 0})); }, 5039));
+  EXPECT_TRUE(tests::ThrowsNull([&] { flat(nullptr); }));
 }
 
 }  // namespace

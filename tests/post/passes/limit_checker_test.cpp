@@ -1,23 +1,11 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/passes/control_limits.h>
 #include <kandrel/post/passes/limit_checker.h>
 #include <tests/post/passes/pass_machine.h>
-#include <tests/support/number_cases.h>
-#include <tests/support/numbers.h>
 
+namespace post {
 namespace {
 
-using post::zv4axMachDef;
-using post::zv5axControlDef;
-using post::zv5axMachDef;
-using post::zvLimitType;
-using post::zvListLimits;
-using post::zvPosted4axMove;
-using post::zvPosted5axMove;
 using Degs = std::vector<double>;
-
-using tests::kInfinity;
-using tests::kNaN;
 
 zv5axMachDef Machine(double min1, double max1, double min2 = -100000, double max2 = 100000) {
   zv5axMachDef machDef;
@@ -30,10 +18,9 @@ zv5axMachDef Machine(double min1, double max1, double min2 = -100000, double max
 
 void Fill(tests::PassList<zvPosted5axMove>& moves, const Degs& first, const Degs& second = {}) {
   for (std::size_t i = 0; i < first.size(); ++i) {
-    zvPosted5axMove move(true);
+    zvPosted5axMove& move = moves.list.PushBack(zvPosted5axMove(true));
     move.SetAngle(first[i], 0);
     move.SetAngle(i < second.size() ? second[i] : 0, 1);
-    moves.list.PushBack(std::move(move));
   }
 }
 
@@ -47,13 +34,10 @@ TEST(LimitChecker, RotaryLimitsHaveTheSlackAndAreNotCircular) {
     const zvListLimits<zvPosted5axMove> limits(moves.list, machDef, 0.000101);
     EXPECT_EQ(limits.RotaryExceeded(limit), !c[1].empty());
     const zvLimitType none;
-    EXPECT_EQ(limit.limitAxis, c[1].empty() ? none.limitAxis : c[1][0]);
-    EXPECT_EQ(limit.limitSide, c[1].empty() ? none.limitSide : c[1][1]);
+    EXPECT_EQ(tests::Flat(limit.limitAxis, limit.limitSide),
+              c[1].empty() ? tests::Flat(none.limitAxis, none.limitSide) : c[1]);
   }
-}
-
-TEST(LimitChecker, TheFirstMoveOutDecides) {
-  const zv5axMachDef machDef = Machine(-10, 10, -20, 20);
+  // The first move out decides.
   tests::PassList<zvPosted5axMove> moves;
   Fill(moves, {0, 0, 99}, {0, -99, 0});
   const zvListLimits<zvPosted5axMove> checker(moves.list, machDef, 0);
@@ -65,7 +49,7 @@ TEST(LimitChecker, TheFirstMoveOutDecides) {
     EXPECT_TRUE(checker.LinearExceeded(limit));
     return limit;
   };
-  EXPECT_EQ(linear({0, 0, kNaN}), (zvLimitType{zvLimitType::kZ, zvLimitType::kMinimum}));
+  EXPECT_EQ(linear({0, 0, tests::kNaN}), (zvLimitType{zvLimitType::kZ, zvLimitType::kMinimum}));
   EXPECT_EQ(linear({100001, -100001, 0}), (zvLimitType{zvLimitType::kX, zvLimitType::kMaximum}));
 }
 
@@ -76,7 +60,7 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
     tests::PassList<zvPosted5axMove> moves;
     Fill(moves, c[1], c[2]);
     zvListLimits<zvPosted5axMove> checker(moves.list, machDef, 1e-4);
-    const auto bounds = c[0][4] == 0 ? post::zvLowerBounds::kShared : post::zvLowerBounds::kOwn;
+    const auto bounds = c[0][4] == 0 ? zvLowerBounds::kShared : zvLowerBounds::kOwn;
     EXPECT_EQ(checker.TryShiftAll(bounds), c[0][5] == 1);
     EXPECT_EQ(moves.Angles(0), c[3]);
     EXPECT_EQ(moves.Angles(1), c[4]);
@@ -84,13 +68,13 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
 }
 
 TEST(LimitChecker, ServesOneAxis) {
+  using Move = zvPosted4axMove;
   zv4axMachDef machDef;
   machDef.SetMinAngle(0);
   machDef.SetMaxAngle(180);
-  tests::PassList<zvPosted4axMove> moves(
-      std::vector{tests::TableMove<zvPosted4axMove>({}, {-300}),
-                  tests::TableMove<zvPosted4axMove>({}, {-310})});
-  zvListLimits<zvPosted4axMove> checker(moves.list, machDef, 1e-4);
+  tests::PassList<Move> moves(
+      std::vector{tests::TableMove<Move>({}, {-300}), tests::TableMove<Move>({}, {-310})});
+  zvListLimits<Move> checker(moves.list, machDef, 1e-4);
   zvLimitType limit;
   EXPECT_TRUE(checker.RotaryExceeded(limit));
   EXPECT_EQ(limit.limitAxis, 3);
@@ -108,16 +92,17 @@ TEST(ControlLimits, WrapEachAxisByItsOwn) {
     Fill(moves, {-90, 720, -1e-17}, {-90, 500, 180});
     control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(c[0][0]));
     control.SetSecondAxisLimit(static_cast<zv5axControlDef::angleLimit>(c[0][1]));
-    post::ApplyControlLimitations(moves.list, control);
+    ApplyControlLimitations(moves.list, control);
     EXPECT_EQ(moves.Angles(0), c[1]);
     EXPECT_EQ(moves.Angles(1), c[2]);
   }
   // Nothing loops on what is no angle.
   control.SetFirstAxisLimit(zv5axControlDef::angleLimit180);
   tests::PassList<zvPosted5axMove> absurd;
-  Fill(absurd, {1e300, kInfinity});
-  post::ApplyControlLimitations(absurd.list, control);
+  Fill(absurd, {1e300, tests::kInfinity});
+  ApplyControlLimitations(absurd.list, control);
   EXPECT_LE(std::fabs(absurd.Angles(0)[0]), 180);
 }
 
 }  // namespace
+}  // namespace post

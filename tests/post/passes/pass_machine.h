@@ -3,59 +3,46 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/post/geometry/turn.h>
 #include <kandrel/post/model/move_traits.h>
-#include <tests/support/points.h>
-
-#include <cmath>
-#include <initializer_list>
-#include <optional>
-#include <vector>
+#include <tests/support/number_cases.h>
+#include <tests/support/numbers.h>
+#include <tests/support/seeded.h>
+#include <tests/support/throws_id.h>
 
 namespace tests {
 
 template <class Move>
-struct TableKinematics {
-  static Point Turn(const Point& p, double first, double second) {
-    const double a = first * 0.017453292519943295;
-    const double b = second * 0.017453292519943295;
-    const Point q{p.x * std::cos(a) - p.y * std::sin(a), p.x * std::sin(a) + p.y * std::cos(a),
-                  p.z};
-    return {q.x, q.y * std::cos(b) - q.z * std::sin(b), q.y * std::sin(b) + q.z * std::cos(b)};
-  }
-  static Point TurnBack(const Point& p, double first, double second) {
-    return Turn(Turn(p, 0, -second), -first, 0);
-  }
-  static double Deg(const Move& move, int axis) {
-    using Traits = post::zvMoveTraits<Move>;
-    return axis < Traits::kAxes ? Traits::Angle(move, axis) : 0;
-  }
-
-  Point MachinePosition(const Move& move) const {
-    return Turn(move.GetPartPosition(), Deg(move, 0), Deg(move, 1));
-  }
-  Point PartPosition(const Move& move) const {
-    return TurnBack(move.GetMachinePosition(), Deg(move, 0), Deg(move, 1));
-  }
-  Point Orientation(const Move& move) const {
-    return TurnBack({0, 0, 1}, Deg(move, 0), Deg(move, 1));
-  }
-};
-
-template <class Move>
 struct TableMachine {
-  TableKinematics<Move> kinematics;
+  using Traits = post::zvMoveTraits<Move>;
+
   bool solves = true;  // midpoints come as a solver gives them, without whole turns
 
-  const TableKinematics<Move>& Kinematics() const { return kinematics; }
+  static Point Turn(const Point& p, double first, double second) {
+    const auto a = post::zvTurn::OfDegrees(first), b = post::zvTurn::OfDegrees(second);
+    return post::Rotate(post::Rotate(p, {0, 0, 1}, {}, a), {1, 0, 0}, {}, b);
+  }
+  static Point TurnBack(const Point& p, const Move& move) {
+    return Turn(Turn(p, 0, -Deg(move, 1)), -Deg(move, 0), 0);
+  }
+  static double Deg(const Move& move, int axis) {
+    return axis < Traits::kAxes ? Traits::Angle(move, axis) : 0;
+  }
+  const TableMachine& Kinematics() const { return *this; }
+  static Point MachinePosition(const Move& move) {
+    return Turn(move.GetPartPosition(), Deg(move, 0), Deg(move, 1));
+  }
+  static Point PartPosition(const Move& move) { return TurnBack(move.GetMachinePosition(), move); }
+  static Point Orientation(const Move& move) { return TurnBack({0, 0, 1}, move); }
+
   Move Retract(const Move& move) const {
     Move lifted = move;
     lifted.SetPartPosition(move.GetPartPosition() + 100.0 * move.GetOrientation());
-    lifted.SetMachinePosition(kinematics.MachinePosition(lifted));
+    lifted.SetMachinePosition(MachinePosition(lifted));
     lifted.SetRapid(true);
     return lifted;
   }
   std::optional<Move> Midpoint(const Move& a, const Move& b, double) const {
-    using Traits = post::zvMoveTraits<Move>;
     Move middle = a;
     middle.SetPartPosition(0.5 * (a.GetPartPosition() + b.GetPartPosition()));
     for (int axis = 0; axis < Traits::kAxes; ++axis) {
@@ -63,8 +50,8 @@ struct TableMachine {
       const double deg = from + std::remainder(Traits::Angle(b, axis) - from, 360.0) / 2;
       Traits::SetAngle(middle, axis, solves ? std::remainder(deg, 360.0) : deg);
     }
-    middle.SetMachinePosition(kinematics.MachinePosition(middle));
-    middle.SetOrientation(kinematics.Orientation(middle));
+    middle.SetMachinePosition(MachinePosition(middle));
+    middle.SetOrientation(Orientation(middle));
     return middle;
   }
 };
@@ -78,10 +65,9 @@ Move TableMove(const Point& p_part, std::initializer_list<double> degs,
   for (const double deg : degs)
     if (axis < post::zvMoveTraits<Move>::kAxes)
       post::zvMoveTraits<Move>::SetAngle(move, axis++, deg);
-  const TableKinematics<Move> kinematics;
   move.SetPartPosition(p_part);
-  move.SetMachinePosition(kinematics.MachinePosition(move));
-  move.SetOrientation(kinematics.Orientation(move));
+  move.SetMachinePosition(TableMachine<Move>::MachinePosition(move));
+  move.SetOrientation(TableMachine<Move>::Orientation(move));
   move.SetType(type);
   return move;
 }

@@ -1,18 +1,13 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/passes/pole_blending.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/number_cases.h>
 
-#include <array>
-#include <vector>
-
+namespace post {
 namespace {
 
-using post::zvKDRParam;
 using tests::Distance;
 using tests::Point;
-using Move = post::zvPosted5axMove;
+using Move = zvPosted5axMove;
 using Moves = std::vector<Move>;
 
 // A place on the X axis, and the first and second angle.
@@ -36,8 +31,7 @@ double FirstAngleAt(const Moves& moves, double x) {
 }
 
 // The tables of pass_machine.h: the second axis stands at 0 on the pole of the first.
-class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
- protected:
+struct Blending : testing::TestWithParam<zvKDRParam::PoleHandling> {
   Blending() {
     m_scene.par.SetPoleHandling(zvKDRParam::spreadEvenly);
     m_scene.par.SetMaxAngleJump(1000);
@@ -51,12 +45,12 @@ class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
   }
   Moves Blended(const Moves& given) {
     tests::PassList<Move> moves(given);
-    m_count = post::BlendPoles(moves.list, m_scene.par, m_ranges, m_scene.Solver());
+    m_count = BlendPoles(moves.list, m_scene.par, m_ranges, m_scene.Solver());
     return {moves.list.begin(), moves.list.end()};
   }
   static void ExpectLines(const Moves& moves, const std::vector<Line>& lines) {
     ASSERT_EQ(moves.size(), lines.size());
-    const tests::TableKinematics<Move> kinematics;
+    const tests::TableMachine<Move> kinematics;
     for (std::size_t i = 0; i < lines.size(); ++i) {
       SCOPED_TRACE(i);
       EXPECT_NEAR(moves[i].GetAngle(0), lines[i].first, 1e-9);
@@ -71,7 +65,7 @@ class Blending : public testing::TestWithParam<zvKDRParam::PoleHandling> {
   static double Smooth(double jump, double u) { return jump * (3 * u * u - 2 * u * u * u); }
 
   tests::FiveAxisScene m_scene;
-  std::array<post::zvRotaryRange, 2> m_ranges{{{-1e5, 1e5}, {-1e5, 1e5}}};
+  std::array<zvRotaryRange, 2> m_ranges{{{-1e5, 1e5}, {-1e5, 1e5}}};
   std::uint32_t m_count = 0;
 };
 
@@ -152,10 +146,8 @@ TEST_F(Blending, TakesTheShortWayWhereTheRangeHasRoom) {
     const Moves moves = Blended(Build({{0, from, 5}, {5, from, 0}, {10, from, 0}, {20, to, 5}}));
     EXPECT_NEAR(FirstAngleAt(moves, 5), c[0][4], 1e-9) << c.line;
   }
-}
-
-// The first axis stands at 0 by chance, and the true pole lies inside the stretch.
-TEST_F(Blending, AStretchOfTheFirstAxisIsNoPole) {
+  // The first axis stands at 0 by chance, and the true pole lies inside the stretch.
+  m_ranges[0] = {-1e5, 1e5};
   const Moves moves =
       Blended(Build({{0, 10, 5}, {5, 0, 5}, {10, 0, 0}, {20, 0, 0}, {30, 70, 5}, {35, 80, 5}}));
   EXPECT_EQ(m_count, 1u);
@@ -166,47 +158,38 @@ TEST_F(Blending, MovesTakeTheFormOfTheirNeighbours) {
   Moves given = Build({{0, 10, 5}, {10, 10, 0}, {30, 10, 0}, {50, 70, 5}});
   given[1].SetFeed(100);
   given[2].SetFeed(300);
-  given[2].SetType(post::zvPostedMove::link4);
+  given[2].SetType(zvPostedMove::link4);
   given[3].SetRapid(true);
   given[3].SetFeed(9000);
   const Moves small = Blended(given);
   ASSERT_EQ(small.size(), 6u);
-  for (std::size_t i = 0; i < given.size(); ++i) {
-    const auto place = static_cast<double>(i);
-    given[i].SetExtended(true);
-    given[i].SetSourceIndex(static_cast<int>(i) + 40);
-    given[i].SetExtendedPoint({place, 2, 3});
-    given[i].SetExtendedVector({0, place, 0});
-    given[i].SetExtendedId(7);
-    given[i].SetHasExtendedData(i != 3);
+  for (int i = 0; i < 4; ++i) {
+    Move& m = given[static_cast<std::size_t>(i)];
+    m = Move(m.GetMachinePosition(), m.GetPartPosition(), m.GetOrientation(), m.GetAngle(0),
+             m.GetAngle(1), 0, m.GetFeed(), m.IsRapid(), m.GetType(), {1.0 * i, 2, 3},
+             {0, 1.0 * i, 0}, 7, i != 3, i + 40, false);
   }
   const Moves extended = Blended(given);
   ASSERT_EQ(extended.size(), 6u);
   EXPECT_FALSE(extended[1].IsInserted());
-  const struct {
-    std::size_t index;
-    double feed;  // of the one that isn't rapid
-    int type, sourceIndex;
-    bool hasData;
-    Point point, vector;
-    std::uint32_t id;
-  } cases[] = {{2, 200, post::zvPostedMove::link4, 42, true, {1.5, 2, 3}, {0, 1.5, 0}, 7},
-               {4, 300, post::zvPostedMove::noLink, 43, false, {}, {0, 0, 1}, 0}};
-  for (const auto& c : cases) {
-    EXPECT_TRUE(small[c.index].HasNoExtended());
-    for (const Move& move : {small[c.index], extended[c.index]}) {
-      EXPECT_EQ(move.GetFeed(), c.feed);
-      EXPECT_EQ(move.GetType(), c.type);
-      EXPECT_FALSE(move.IsRapid());
-      EXPECT_EQ(move.GetPoleStatus(), 0u);
-    }
-    const Move& move = extended[c.index];
-    EXPECT_EQ(move.GetSourceIndex(), c.sourceIndex);
+  // The feed is that of the one that isn't rapid; type, index, data and id follow.
+  using Case = std::tuple<std::size_t, tests::Numbers, Point, Point>;
+  using Types = zvPostedMove;
+  for (const auto& [index, form, point, vector] :
+       {Case{2, {200, Types::link4, 42, 1, 7}, {1.5, 2, 3}, {0, 1.5, 0}},
+        {4, {300, Types::noLink, 43, 0, 0}, {}, {0, 0, 1}}}) {
+    EXPECT_TRUE(small[index].HasNoExtended());
+    const Move& move = extended[index];
+    EXPECT_EQ(tests::Flat(move.GetFeed(), move.GetType(), move.GetSourceIndex(),
+                          move.HasExtendedData(), move.GetExtendedId()),
+              form);
+    EXPECT_EQ(tests::Flat(small[index].GetFeed(), small[index].GetType()),
+              tests::Numbers(form.begin(), form.begin() + 2));
+    for (const Move& any : {small[index], move})
+      EXPECT_TRUE(!any.IsRapid() && any.GetPoleStatus() == 0);
     EXPECT_TRUE(move.IsInserted());
-    EXPECT_EQ(move.HasExtendedData(), c.hasData);
-    EXPECT_LT(Distance(move.GetExtendedPoint(), c.point), 1e-12);
-    EXPECT_LT(Distance(move.GetExtendedVector(), c.vector), 1e-12);
-    EXPECT_EQ(move.GetExtendedId(), c.id);
+    EXPECT_LT(Distance(move.GetExtendedPoint(), point), 1e-12);
+    EXPECT_LT(Distance(move.GetExtendedVector(), vector), 1e-12);
   }
   given[2].SetExtendedId(8);
   EXPECT_EQ(Blended(given)[2].GetExtendedId(), 0u);
@@ -230,3 +213,4 @@ INSTANTIATE_TEST_SUITE_P(Ways, Blending,
                                          zvKDRParam::spreadEvenly, zvKDRParam::spreadOnCubic));
 
 }  // namespace
+}  // namespace post

@@ -1,25 +1,14 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/geometry/five_axis_kinematics.h>
 #include <kandrel/post/passes/angle_jumps.h>
 #include <kandrel/post/passes/retraction.h>
 #include <tests/post/passes/pass_machine.h>
-#include <tests/support/number_cases.h>
-#include <tests/support/numbers.h>
-#include <tests/support/seeded.h>
-#include <tests/support/throws_id.h>
 
+namespace post {
 namespace {
 
-using post::zv5axKinematics;
-using post::zv5axMachDef;
-using post::zvPosted5axMove;
-using post::zvPostException;
-using post::zvRecompute;
+using tests::kInfinity;
 using tests::Point;
 using tests::ThrowsId;
-
-using tests::kInfinity;
-using tests::kNaN;
 
 zv5axMachDef Machine(int kind, double limit) {
   zv5axMachDef machDef;
@@ -32,8 +21,8 @@ zv5axMachDef Machine(int kind, double limit) {
 zvPosted5axMove Lift(const zv5axMachDef& machDef, const zvPosted5axMove& move,
                      zvRecompute recompute = zvRecompute::kNothing, bool useAngles = false) {
   const Point origin;
-  return post::RetractToMachineLimits(zv5axKinematics(machDef, origin, 0), machDef, move, useAngles,
-                                      recompute);
+  return RetractToMachineLimits(zv5axKinematics(machDef, origin, 0), machDef, move, useAngles,
+                                recompute);
 }
 
 // Lifts end on a limit, never below where they start, and rounding never makes them fail. An axis
@@ -60,10 +49,10 @@ TEST(Retraction, ToLimitsEndsOnALimitAndNeverPlunges) {
         move.SetPartPosition(kinematics.PartPosition(move));
       }
       const Point& from = move.GetMachinePosition();
-      if (!post::LinearOut(from, machDef).IsNone()) continue;
+      if (!LinearOut(from, machDef).IsNone()) continue;
       zvPosted5axMove lifted(true);
-      ASSERT_NO_THROW(lifted = post::RetractToMachineLimits(kinematics, machDef, move, false,
-                                                            zvRecompute::kNothing));
+      ASSERT_NO_THROW(
+          lifted = RetractToMachineLimits(kinematics, machDef, move, false, zvRecompute::kNothing));
       const Point& m = lifted.GetMachinePosition();
       EXPECT_NEAR(std::max({std::fabs(m.x), std::fabs(m.y), std::fabs(m.z)}), limit, 1e-12);
       const Point rise = lifted.GetPartPosition() - move.GetPartPosition();
@@ -83,21 +72,21 @@ TEST(Retraction, ToLimitsEndsOnALimitAndNeverPlunges) {
 TEST(Retraction, LiftsAlongTheOrientationAsGiven) {
   const Point origin;
   const zv5axKinematics kinematics(Machine(2, 1000), origin, 0);
-  zvPosted5axMove move({}, {1, 2, 3}, {0, 0, 2}, 0, 0, 1, 300, false, post::zvPostedMove::link3,
+  zvPosted5axMove move({}, {1, 2, 3}, {0, 0, 2}, 0, 0, 1, 300, false, zvPostedMove::link3,
                        {4, 5, 6}, {0, 1, 0}, 9, true, 17, false);
   zvPosted5axMove expected = move;
   expected.SetPartPosition({1, 2, 103});
   expected.SetMachinePosition({1, 2, 103});
   expected.SetRapid(true);
   expected.SetInserted(true);
-  EXPECT_EQ(post::RetractAlongTool(kinematics, move, 50.0), expected);
-  EXPECT_NO_THROW(post::RetractAlongTool(kinematics, move, 1e307));
-  for (const double distance : {kInfinity, -kInfinity, kNaN})
-    EXPECT_TRUE(ThrowsId<zvPostException>(
-        [&] { post::RetractAlongTool(kinematics, move, distance); }, 5039));
+  EXPECT_EQ(RetractAlongTool(kinematics, move, 50.0), expected);
+  EXPECT_NO_THROW(RetractAlongTool(kinematics, move, 1e307));
+  for (const double distance : {kInfinity, -kInfinity, tests::kNaN})
+    EXPECT_TRUE(
+        ThrowsId<zvPostException>([&] { RetractAlongTool(kinematics, move, distance); }, 5039));
 }
 
-TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
+TEST(Retraction, ToLimitsGoesByTheLimitsThereAreAndRefusesTheRest) {
   const zv5axMachDef machDef = Machine(2, 100);
   zvPosted5axMove move(true);
   move.SetMachinePosition({0, 0, 100.1});
@@ -111,23 +100,20 @@ TEST(Retraction, ToLimitsRefusesWhatItCantLift) {
   move.SetOrientation({});
   EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move, kPart); }, 5039));
   EXPECT_EQ(Lift(machDef, move, kPart, true).GetPartPosition(), Point(1, 2, 100));
-}
-
-// An infinite limit is none: the axes that have one decide, and where none has, nothing does.
-TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
+  // An infinite limit is none: the axes that have one decide, and where none has, nothing does.
   for (const auto& c : tests::NumberCases("passes/data/lifts.txt")) {
     SCOPED_TRACE(c.line);
-    zv5axMachDef machDef = Machine(2, 100);
-    machDef.SetMaxLimits({c[0][0], c[0][1], c[0][2]});
-    zvPosted5axMove move(true);
+    zv5axMachDef limited = Machine(2, 100);
+    limited.SetMaxLimits({c[0][0], c[0][1], c[0][2]});
+    move = zvPosted5axMove(true);
     move.SetPartPosition({1, 2, 3});
     move.SetMachinePosition({1, 2, 3});
     move.SetOrientation({c[1][0], c[1][1], c[1][2]});
     if (c[2].empty()) {
-      EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(machDef, move); }, 5039));
+      EXPECT_TRUE(ThrowsId<zvPostException>([&] { Lift(limited, move); }, 5039));
       continue;
     }
-    const zvPosted5axMove lifted = Lift(machDef, move);
+    const zvPosted5axMove lifted = Lift(limited, move);
     const Point top{c[2][0], c[2][1], c[2][2]};
     EXPECT_LT((lifted.GetMachinePosition() - top).Length(), 1e-11 * top.Length());
     EXPECT_EQ(lifted.GetOrientation(), move.GetOrientation());
@@ -135,16 +121,15 @@ TEST(Retraction, ToLimitsGoesByTheLimitsThereAre) {
 }
 
 template <class Move>
-class Jumps : public testing::Test {
- protected:
-  template <class Retract = Move (*)(const Move&)>
-  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump,
-                           const Retract& retract = Retracted) {
-    return post::HandleLargeAngleJumps(moves.list, 180, maxJump, retract);
+struct Jumps : testing::Test {
+  static std::uint32_t Run(tests::PassList<Move>& moves, double maxJump, int failsAt = 0) {
+    return HandleLargeAngleJumps(moves.list, 180, maxJump, [&](const Move& move) {
+      if (--failsAt == 0) throw zvPostException(zvPostException::kOutOfLimits);
+      return tests::TableMachine<Move>().Retract(move);
+    });
   }
-  static Move Retracted(const Move& move) { return tests::TableMachine<Move>().Retract(move); }
 };
-using Classes = testing::Types<post::zvPosted4axMove, zvPosted5axMove>;
+using Classes = testing::Types<zvPosted4axMove, zvPosted5axMove>;
 TYPED_TEST_SUITE(Jumps, Classes);
 
 TYPED_TEST(Jumps, AreLiftedAwayFromPartAtBothAngles) {
@@ -173,13 +158,9 @@ TYPED_TEST(Jumps, ThatFailKeepWhatWasPutInBefore) {
   tests::PassList<TypeParam> other(moves.list);
   EXPECT_EQ(this->Run(other, 120), 2u);
   EXPECT_EQ(other.Angles(), (std::vector<double>{0, 0, 150, 150, 150, 0, 0}));
-  int calls = 0;
-  const auto failing = [&](const TypeParam& move) {
-    if (++calls > 3) throw zvPostException(zvPostException::kOutOfLimits);
-    return this->Retracted(move);
-  };
-  EXPECT_THROW(this->Run(moves, 120, failing), zvPostException);
+  EXPECT_THROW(this->Run(moves, 120, 4), zvPostException);
   EXPECT_EQ(moves.list.GetCount(), 5u);
 }
 
 }  // namespace
+}  // namespace post

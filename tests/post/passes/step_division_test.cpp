@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/passes/step_division.h>
 #include <tests/post/passes/pass_machine.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/number_cases.h>
-
-#include <vector>
 
 namespace {
 
@@ -28,8 +24,7 @@ TEST(StepDivision, DividesFeedStepsAboveTheStepAndUpToTheJump) {
                   kinematics.OrientationFromAngles(a, b), a, b, 0, 100.0 * index, rapid,
                   post::zvPostedMove::link1, {1.0 * index, 0, 0}, {0, 1, 0}, 7, true, index, false);
     };
-    const Point from{100, 0, 0};
-    const Point to{100, 20, 0};
+    const Point from{100, 0, 0}, to{100, 20, 0};
     tests::PassList<Move> moves(std::vector{make(from, 700, 20, isFromRapid, 1),
                                             make(to, 700 + first, 20 + second, isToRapid, 2)});
     const double turn = std::max(std::fabs(first), std::fabs(second));

@@ -1,35 +1,24 @@
-#include <gtest/gtest.h>
 #include <kandrel/post/passes/winding.h>
 #include <tests/post/passes/pass_machine.h>
-#include <tests/support/numbers.h>
-#include <tests/support/seeded.h>
-#include <tests/support/throws_id.h>
 
 namespace {
 
-using post::zvPosted4axMove;
-using post::zvPosted5axMove;
-
 template <class Move>
-class Winding : public testing::Test {
- protected:
+struct Winding : testing::Test {
   static std::vector<double> Wound(const std::vector<double>& degs, int axis = 0) {
     tests::PassList<Move> moves;
-    for (const double deg : degs) {
-      Move move(true);
-      post::zvMoveTraits<Move>::SetAngle(move, axis, deg);
-      moves.list.PushBack(std::move(move));
-    }
+    for (const double deg : degs)
+      post::zvMoveTraits<Move>::SetAngle(moves.list.PushBack(Move(true)), axis, deg);
     post::CalcWindedAngles(moves.list);
     return moves.Angles(axis);
   }
 };
 
-using Classes = testing::Types<zvPosted4axMove, zvPosted5axMove>;
+using Classes = testing::Types<post::zvPosted4axMove, post::zvPosted5axMove>;
 TYPED_TEST_SUITE(Winding, Classes);
 
 // Whole turns are added, and no step is more than half a turn.
-TYPED_TEST(Winding, IsTheNearestOfEach) {
+TYPED_TEST(Winding, IsTheNearestOfEachAndRefusesAbsurdAngles) {
   tests::Seeded random;
   for (int run = 0; run < 2000; ++run) {
     std::vector<double> degs;
@@ -51,12 +40,10 @@ TYPED_TEST(Winding, IsTheNearestOfEach) {
   EXPECT_EQ(this->Wound({725, 905, 725, 545, 725}), (Degs{725, 905, 725, 545, 725}));
   EXPECT_EQ(this->Wound({0, 540, 0, -900}), (Degs{0, -180, 0, 180}));
   EXPECT_EQ(this->Wound({170, -170, -150}), (Degs{170, 190, 210}));
-}
-
-TYPED_TEST(Winding, AbsurdAnglesAreRefusedAndNotANumberPasses) {
+  // Absurd angles are refused, and what is no number passes.
   for (const double deg : {tests::kInfinity, -tests::kInfinity, 1e300, -1e13})
     EXPECT_TRUE(tests::ThrowsId<post::zvPostException>([&] { this->Wound({0, deg, 5}); }, 5039));
-  const std::vector<double> wound = this->Wound({170, -170, tests::kNaN, 5});
+  const Degs wound = this->Wound({170, -170, tests::kNaN, 5});
   EXPECT_EQ(wound[1], 190);
   EXPECT_TRUE(std::isnan(wound[2]));
   EXPECT_EQ(wound[3], 365);
