@@ -101,7 +101,8 @@ TEST_P(MemoryPoolCases, NodesAreAlignedDistinctAndReusable) {
   w.pool.Clear();
   EXPECT_EQ(w.pool.GetArenaCount(), 0u);
   EXPECT_NE(w.pool.Alloc(size), nullptr);
-  EXPECT_TRUE(Fails([&] { w.pool.Alloc(size + 1); }, L"Allocation request size too big"));
+  EXPECT_TRUE(
+      Fails([&, size = size] { w.pool.Alloc(size + 1); }, L"Allocation request size too big"));
 }
 
 // Node sizes that divide the arena and that don't, small and larger than a slab allows for.

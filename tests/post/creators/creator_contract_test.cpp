@@ -197,8 +197,8 @@ TYPED_TEST(EachCreator, MarksSingleMovesAndRefusesWhatAPathRefuses) {
       {misc::MakeAutoPointer<cadcam::zvCNCMove>(), 2503}};
   const auto type = zvPostedMove::noLink;
   for (const auto& [bad, id] : refused) {
-    EXPECT_EQ(IdOf([&] { creator.PostMove(bad, type); }), id);
-    EXPECT_EQ(IdOf([&] { creator.PostMoveWithinMachLimits(bad, type); }), id);
+    EXPECT_EQ(IdOf([&, &move = bad] { creator.PostMove(move, type); }), id);
+    EXPECT_EQ(IdOf([&, &move = bad] { creator.PostMoveWithinMachLimits(move, type); }), id);
   }
   this->par.SetLimitsCheck(kUnknownCheck);
   const TypeParam unknown = this->Creator();

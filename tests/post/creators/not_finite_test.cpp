@@ -22,7 +22,7 @@ struct Spoilt : Workshop<C> {
   // The ids of a posting, and of its last move on its own.
   std::pair<std::uint32_t, std::uint32_t> Ids() const {
     C creator = this->Creator();
-    if constexpr (this->kAxes == 3) creator.SetTransfor3d(transformation);
+    if constexpr (Workshop<C>::kAxes == 3) creator.SetTransfor3d(transformation);
     creator.SetAlignMatrix(matrix);
     const auto path = PathBuilder().Contour({Move5({}, this->Tool(0) * length, feed), Last()});
     const std::uint32_t single = IdOf([&] { creator.PostMove(Last(), {}); });

@@ -20,9 +20,9 @@ namespace {
 template <class C, class Move>
 Point Solved(const Workshop<C>& shop, const Move& move) {
   const Point& tip = move.GetPartPosition();
-  if constexpr (shop.kAxes == 3)
+  if constexpr (Workshop<C>::kAxes == 3)
     return post::zvPosted3axMoveMaker(shop.machDef, shop.origin, 100).MachinePosition(tip);
-  else if constexpr (shop.kAxes == 4)
+  else if constexpr (Workshop<C>::kAxes == 4)
     return post::zv4axKinematics(shop.machDef, shop.origin, 100)
         .MachinePosition(tip, post::zvTurn::OfDegrees(move.GetRotaryAngle()));
   else

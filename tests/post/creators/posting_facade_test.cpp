@@ -144,7 +144,7 @@ TEST(PostingFacade, TheAlignmentStaysForSingleMovesButForNoOtherPosting) {
       {PathBuilder().Contour({Move3(kTip)}), 0},
       {PathBuilder().Contour({Move3({}, 1, 0, {0, 0, -1})}), 2189}};
   for (const auto& [path, id] : others) {
-    EXPECT_EQ(IdOf([&] { facade.Post(path); }), id);
+    EXPECT_EQ(IdOf([&, &other = path] { facade.Post(other); }), id);
     EXPECT_EQ(posted.GetCount(), id == 0 ? path.Path().GetMoveCount() : 0);
     EXPECT_FALSE(posted.HasAlignMatrix());
     EXPECT_EQ(facade.GetAlignMatrix(), matrix);
@@ -182,7 +182,7 @@ TEST(PostingFacade, DispatchComesFirstAndTheClassIsCheckedLast) {
     shop.machDef.SetNumbersOfAxes(static_cast<zvMachDef::NumbersOfAxes>(axes));
     const bool isKnown = axes >= 0 && axes <= 3;
     const std::uint32_t id = isKnown ? 5043 : 5031;
-    EXPECT_EQ(IdOf([&] { facade.Post(path); }), id);
+    EXPECT_EQ(IdOf([&, &other = path] { facade.Post(other); }), id);
     EXPECT_EQ(facade.GetPostedTP().GetCount(), 0u) << "a failed posting leaves no result";
     EXPECT_EQ(IdOf([&] { facade.PostMove(move, {}); }), id);
     EXPECT_EQ(IdOf([&] { facade.PostMoveWithinMachLimits(move, {}); }), id);

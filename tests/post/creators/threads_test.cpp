@@ -105,7 +105,7 @@ TYPED_TEST(Threads, PostSingleMovesWithOneCreator) {
   const auto digest = [&] {
     Digest all;
     for (const cadcam::zvMovePointer& move : shop.path.Path()) {
-      if constexpr (shop.kAxes > 4)
+      if constexpr (tests::Workshop<TypeParam>::kAxes > 4)
         Add(all, creator.PostMove2(move, type).first);
       else
         Add(all, creator.PostMove(move, type));
