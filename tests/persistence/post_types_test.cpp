@@ -218,8 +218,8 @@ TEST(PostTypes, ParametersAndControlsThatCantBeMeantAreRefused) {
   EXPECT_EQ(Written(control), Bytes().Int({1, 2}).Get());
   EXPECT_EQ(readControl(1, 2, 49), (Numbers{0, 0}));
   for (const auto& limits : {std::pair(3, 0), std::pair(0, 3), std::pair(-1, 0)})
-    EXPECT_TRUE(ThrowsId<zvcadcamException>(
-        [&] { readControl(limits.first, limits.second, kNow); }, 2708));
+    EXPECT_TRUE(
+        ThrowsId<zvcadcamException>([&] { readControl(limits.first, limits.second, kNow); }, 2708));
 }
 
 TEST(PostTypes, VersionsOutOfRangeAreRefused) {
