@@ -1,5 +1,5 @@
-// zvBIPostTypes on any bytes: one byte selects the record, one the version, one the flags (1 compact,
-// 2 wide strings, 4 64-bit sizes, 8 a stream with a window); the rest is the record.
+// zvBIPostTypes on any bytes: one byte selects the record, one the version, one the flags (1
+// compact, 2 wide strings, 4 64-bit sizes, 8 a stream with a window); the rest is the record.
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/persistence/post_types_reader.h>

@@ -1,16 +1,10 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/basic_types_reader.h>
 #include <kandrel/misc/basic_types_writer.h>
 #include <kandrel/misc/misc_exception.h>
 #include <tests/support/bytes.h>
 #include <tests/support/memory_streams.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <string>
-#include <vector>
 
 using misc::zvBIBasicTypes;
 using misc::zvBOBasicTypes;

@@ -1,5 +1,4 @@
 #include <bzlib.h>
-#include <gtest/gtest.h>
 #include <kandrel/misc/basic_types_reader.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/misc_exception.h>
@@ -8,14 +7,9 @@
 #include <tests/support/bytes.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 #include <zlib.h>
-
-#include <algorithm>
-#include <optional>
-#include <string>
-#include <tuple>
-#include <vector>
 
 using misc::zvException;
 using pack::zvCompressedInputFileStream;

@@ -1,13 +1,9 @@
-#include <gtest/gtest.h>
 #include <kandrel/misc/file_streams.h>
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/std_streams.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <clocale>
-#include <sstream>
-#include <string>
 
 using misc::zvException;
 using misc::zvIFStream;

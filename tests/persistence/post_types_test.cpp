@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/persistence/post_types_reader.h>
@@ -9,11 +8,8 @@
 #include <tests/support/memory_streams.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <limits>
-#include <string>
-#include <vector>
 
 using cadcam::zvcadcamException;
 using misc::zvmiscException;

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/persistence/settings_file.h>
@@ -7,10 +6,8 @@
 #include <tests/support/bytes.h>
 #include <tests/support/memory_streams.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
-
-#include <string>
-#include <vector>
 
 using misc::zvmiscException;
 using post::zvMachDefBuilder;
