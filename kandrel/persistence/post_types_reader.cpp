@@ -77,7 +77,7 @@ template <class Enumeration>
 void zvBIPostTypes::ReadEnum8(Enumeration& value) {
   signed char byte = 0;
   m_basic.ReadChar(byte);
-  value = static_cast<Enumeration>(byte);
+  value = static_cast<Enumeration>(byte);  // with its sign: NOLINT(bugprone-signed-char-misuse)
 }
 
 void zvBIPostTypes::ReadUnits(Units& value) {

@@ -67,8 +67,11 @@ class zvRewindTurn {
     const double sense = shift > 0 ? 1 : -1;
     if (step > 0) RequireCount(whole / step);
     m_list.Insert(rest, lift);
-    for (double turned = 0; sense * turned < whole; turned += sense * step)
+    double turned = 0;
+    while (sense * turned < whole) {
       m_list.Insert(rest, turned != 0 ? turnedTo(lift, liftDeg + turned) : lift);
+      turned += sense * step;
+    }
     m_list.Insert(rest, turnedTo(lift, liftDeg + shift));
 
     Move drop = *before;
