@@ -70,10 +70,6 @@ void PutMove(Writer& out, const Move& move) {
 
 }  // namespace
 
-void zvBOPostTypes::WriteVector(const Point& value) {
-  Put(m_basic, value);
-}
-
 void zvBOPostTypes::Write(const zv5axControlDef& control) {
   const Gathering gathering(m_basic);
   m_basic.WriteInt(control.GetFirstAxisLimit());
@@ -113,15 +109,15 @@ void zvBOPostTypes::Write(const zvMachDef& machDef) {
   m_basic.WriteInt(machDef.GetNumbersOfAxes());
   switch (machDef.GetNumbersOfAxes()) {
     case zvMachDef::threeAxes: {
-      WriteVector(zvMachDefUtils::As3ax(machDef).GetSpindleDirection());
+      Put(m_basic, zvMachDefUtils::As3ax(machDef).GetSpindleDirection());
       break;
     }
     case zvMachDef::fourAxes: {
       const zv4axMachDef& m = zvMachDefUtils::As4ax(machDef);
       m_basic.WriteInt(m.GetRotaryOnWorkpiece());
-      WriteVector(m.GetSpindleDirection());
-      WriteVector(m.GetRotationDirection());
-      WriteVector(m.GetRotationPivot());
+      Put(m_basic, m.GetSpindleDirection());
+      Put(m_basic, m.GetRotationDirection());
+      Put(m_basic, m.GetRotationPivot());
       m_basic.WriteDouble(m.GetMinAngle());
       m_basic.WriteDouble(m.GetMaxAngle());
       break;
@@ -129,11 +125,11 @@ void zvBOPostTypes::Write(const zvMachDef& machDef) {
     case zvMachDef::fiveAxes: {
       const zv5axMachDef& m = zvMachDefUtils::As5ax(machDef);
       m_basic.WriteInt(m.GetFiveAxisKind());
-      WriteVector(m.GetSpindleDirection());
-      WriteVector(m.GetFirstRotationDirection());
-      WriteVector(m.GetSecondRotationDirection());
-      WriteVector(m.GetFirstRotationPivot());
-      WriteVector(m.GetSecondRotationPivot());
+      Put(m_basic, m.GetSpindleDirection());
+      Put(m_basic, m.GetFirstRotationDirection());
+      Put(m_basic, m.GetSecondRotationDirection());
+      Put(m_basic, m.GetFirstRotationPivot());
+      Put(m_basic, m.GetSecondRotationPivot());
       m_basic.WriteDouble(m.GetMinFirstAngle());
       m_basic.WriteDouble(m.GetMinSecondAngle());
       m_basic.WriteDouble(m.GetMaxFirstAngle());
@@ -143,13 +139,13 @@ void zvBOPostTypes::Write(const zvMachDef& machDef) {
     case zvMachDef::sixAxes: {
       const zv6axMachDef& m = zvMachDefUtils::As6ax(machDef);
       m_basic.WriteInt(m.GetFiveAxisKind());
-      WriteVector(m.GetSpindleDirection());
-      WriteVector(m.GetFirstRotationDirection());
-      WriteVector(m.GetSecondRotationDirection());
-      WriteVector(m.GetThirdRotationDirection());
-      WriteVector(m.GetFirstRotationPivot());
-      WriteVector(m.GetSecondRotationPivot());
-      WriteVector(m.GetThirdRotationPivot());
+      Put(m_basic, m.GetSpindleDirection());
+      Put(m_basic, m.GetFirstRotationDirection());
+      Put(m_basic, m.GetSecondRotationDirection());
+      Put(m_basic, m.GetThirdRotationDirection());
+      Put(m_basic, m.GetFirstRotationPivot());
+      Put(m_basic, m.GetSecondRotationPivot());
+      Put(m_basic, m.GetThirdRotationPivot());
       m_basic.WriteDouble(m.GetMinFirstAngle());
       m_basic.WriteDouble(m.GetMinSecondAngle());
       m_basic.WriteDouble(m.GetMaxFirstAngle());
@@ -163,11 +159,11 @@ void zvBOPostTypes::Write(const zvMachDef& machDef) {
     default:
       throw zvPostException(zvPostException::kUnknownMachine);
   }
-  WriteVector(machDef.GetMinLimits());
-  WriteVector(machDef.GetMaxLimits());
-  WriteVector(machDef.GetXAxisDirection());
-  WriteVector(machDef.GetYAxisDirection());
-  WriteVector(machDef.GetZAxisDirection());
+  Put(m_basic, machDef.GetMinLimits());
+  Put(m_basic, machDef.GetMaxLimits());
+  Put(m_basic, machDef.GetXAxisDirection());
+  Put(m_basic, machDef.GetYAxisDirection());
+  Put(m_basic, machDef.GetZAxisDirection());
 }
 
 void zvBOPostTypes::Write(const zvMachDefBuilder& builder) {

@@ -55,7 +55,6 @@ class KANDREL_API zvBOPostTypes {
   void Write(const zvPostedTP& toolpath);
 
  private:
-  void WriteVector(const Point& value);
   template <class Move>
   void WriteMove(const Move& move);
   template <class Move>
