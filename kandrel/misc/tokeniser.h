@@ -36,6 +36,9 @@ class zvTokeniser {
     return true;
   }
 
+  /// What stands behind the token given last.
+  View GetRest() const noexcept { return m_rest; }
+
  private:
   View Take(std::size_t length) {
     const View taken = m_rest.substr(0, length);

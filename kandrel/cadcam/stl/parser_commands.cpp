@@ -32,13 +32,34 @@ std::size_t CountTokens(std::string_view line) {
   return count;
 }
 
-// Three numbers behind so many words and nothing behind them.
+void SkipBlanks(std::string_view& text) {
+  while (text.starts_with(' ')) text.remove_prefix(1);
+}
+
+// Three numbers with blanks around them and nothing else. What looks otherwise may be three tokens
+// all the same, with quotes or a plus in them.
+template <class T>
+bool ReadPlainPoint(std::string_view text, zvTPoint3d<T>& point) {
+  for (T* value : {&point.x, &point.y, &point.z}) {
+    SkipBlanks(text);
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), *value);
+    if (result.ec != std::errc()) return false;
+    text.remove_prefix(static_cast<std::size_t>(result.ptr - text.data()));
+    if (!text.empty() && text.front() != ' ') return false;
+  }
+  SkipBlanks(text);
+  return text.empty();
+}
+
+// Three numbers behind so many words and nothing behind them. They are tried in place first: nearly
+// all lines are plain, and to look for the ends of tokens takes as long as to read numbers.
 template <class T>
 bool ReadPoint(std::string_view line, std::size_t words, zvTPoint3d<T>& point) {
   auto tokens = TokensOf(line);
   std::string_view token;
   while (words-- > 0)
     if (!tokens.Next(token)) return false;
+  if (ReadPlainPoint(tokens.GetRest(), point)) return true;
   for (T* value : {&point.x, &point.y, &point.z})
     if (!tokens.Next(token) || !ReadSTLNumber(token, *value)) return false;
   return !tokens.Next(token);

@@ -1,6 +1,6 @@
 #include <kandrel/cadcam/stl/parser_stl.h>
 
-#include <algorithm>
+#include <cstddef>
 
 namespace cadcam {
 
@@ -65,9 +65,11 @@ void zvParserSTL<T>::OnLine() {
   if (line.ends_with('\r')) line.remove_suffix(1);
   if (line.empty() || line.front() == '(') return;
   for (const char blank : {' ', '\t', ' '})  // the last for what the tabs stood in front of
-    line.remove_prefix(std::min(line.find_first_not_of(blank), line.size()));
+    while (line.starts_with(blank)) line.remove_prefix(1);
   if (line.empty()) return;
-  const std::string_view word = line.substr(0, line.find(' '));
+  std::size_t length = 1;
+  while (length < line.size() && line[length] != ' ') ++length;
+  const std::string_view word = line.substr(0, length);
   if (Entry* const entry = Find(word))
     entry->second->Execute(line, this->m_number);
   else

@@ -9,8 +9,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -24,6 +26,8 @@ using misc::zvStreamSize;
 constexpr std::size_t kHeader = 80;
 constexpr std::size_t kTriangle = 50;
 constexpr std::size_t kBlock = 1310;  // triangles that are read at a time: just below 64 KiB
+
+constexpr float kLargestFloat = std::numeric_limits<float>::max();
 
 using Start = std::array<char, 2 * kHeader>;
 
@@ -64,9 +68,9 @@ template <class T>
 void AddTriangle(const char* record, zvTMesh<T>& mesh) {
   std::array<float, 12> n;
   std::memcpy(n.data(), record, sizeof n);
-  float sum = 0;
-  for (std::size_t i = 3; i < n.size(); ++i) sum += n[i] * 0;
-  if (sum != 0 || sum != sum) throw zvSTLParserException(zvSTLParserException::kWrongTriangle);
+  bool areFinite = true;
+  for (std::size_t i = 3; i < n.size(); ++i) areFinite &= std::abs(n[i]) <= kLargestFloat;
+  if (!areFinite) throw zvSTLParserException(zvSTLParserException::kWrongTriangle);
   const std::array<zvTPoint3d<T>, 3> corners = {zvTPoint3d<T>(n[3], n[4], n[5]),
                                                 zvTPoint3d<T>(n[6], n[7], n[8]),
                                                 zvTPoint3d<T>(n[9], n[10], n[11])};
