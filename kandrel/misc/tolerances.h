@@ -87,6 +87,10 @@ inline constexpr double kPoleOfHalvingSquared = 1e-16;
 /// as a double, so that a count that doesn't fit is refused before it becomes an integer.
 inline constexpr double kLargestCount = 2147483646;
 
+/// Most chords that the curves of one contour are replaced by: 2^20, enough for a circle of 1 m to
+/// a hundred-thousandth of a micrometre.
+inline constexpr double kMostChords = 1048576;
+
 /// Whole turns above this, degrees, are no shift of an angle: up to it adding them keeps 1e-9
 /// degrees.
 inline constexpr double kLargestShift = 1e7;

@@ -6,7 +6,6 @@
 #include <kandrel/cadcam/curves/point2d.h>
 #include <kandrel/misc/export.h>
 
-#include <cstddef>
 #include <optional>
 #include <utility>
 #include <variant>
@@ -36,6 +35,8 @@ class KANDREL_API zv2dArc {
   T GetRadius() const noexcept { return m_radius; }
   T GetStartAngle() const noexcept { return m_startAngle; }
   T GetSweepAngle() const noexcept { return m_sweepAngle; }
+  /// Start plus sweep, from -360 to 720.
+  T GetEndAngle() const noexcept { return m_startAngle + m_sweepAngle; }
 
   /// The point at an angle; exactly on the axes through the centre at whole quarter turns.
   zv2dPoint<T> PointAt(T angle) const;
@@ -134,13 +135,17 @@ KANDREL_API zv2dContour<T> Scaled(const zv2dContour<T>& contour, T factor);
 template <class T>
 KANDREL_API zv2dContour<T> LinesThrough(const std::vector<zv2dPoint<T>>& points);
 
-/// Splits a contour at a height: what comes before it first crosses the height upwards, and what
-/// comes after. Lines are cut by proportion, arcs by angle, parabolas by their parameter, all
-/// exact; both parts have the cut as their end. An element wholly at or below the height, to 1e-12,
-/// belongs to the first part; without a crossing the second is empty. Contours in the contour are
-/// dissolved.
+/// Splits a contour at the place from which it first runs above a height: what comes before, and
+/// from there on all the rest. Lines are cut by proportion and arcs by angle, all exact; both parts
+/// have the cut as their end. An element nowhere above the height by more than 1e-12 isn't cut;
+/// without a part above, the second is empty. Parabolas and ellipses have no parts of their own
+/// class: one that reaches above goes whole into the second. Contours in the contour are dissolved.
 template <class T>
 KANDREL_API std::pair<zv2dContour<T>, zv2dContour<T>> SplitAtHeight(const zv2dContour<T>& contour,
                                                                     T height);
+/// The same with x in the place of y.
+template <class T>
+KANDREL_API std::pair<zv2dContour<T>, zv2dContour<T>> SplitAtRadius(const zv2dContour<T>& contour,
+                                                                    T radius);
 
 }  // namespace geoDef
