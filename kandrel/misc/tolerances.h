@@ -99,6 +99,10 @@ inline constexpr double kMostChords = 1048576;
 /// degrees.
 inline constexpr double kLargestShift = 1e7;
 
+/// How far a value may lie off a step of a stepped axis, in the axis's unit: limits and steps come
+/// as text, and a million steps add up its rounding.
+inline constexpr double kValueStep = 1e-5;
+
 /// Slack in the checks of a tool's lengths, in its units: far above the rounding of numbers that
 /// come as text of nine decimals, and nothing that could be ground.
 inline constexpr double kToolParameterEqual = 1e-6;
