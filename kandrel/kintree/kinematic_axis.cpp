@@ -2,6 +2,7 @@
 #include <kandrel/kintree/kinematic_visitor.h>
 #include <kandrel/kintree/kintree_exception.h>
 #include <kandrel/misc/range_exception.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 
 #include <cmath>
@@ -40,6 +41,9 @@ void mkdAxis::CheckFinite(const Vector& v) const {
 mkdAxis::Vector mkdAxis::UnitVector(const Vector& direction) const {
   CheckFinite(direction);
   const float squared = direction.SquaredLength();
+  // Another division would only stir the last digits, and a file that is read and written would
+  // never come to rest.
+  if (std::fabs(squared - 1) <= misc::kUnitSquaredFloat) return direction;
   // The square of a very long or a very short direction has no place among the floats.
   if (!(squared >= std::numeric_limits<float>::min() && std::isfinite(squared))) {
     const auto unit =

@@ -38,7 +38,8 @@ class KANDREL_API mkdAxis : public mkdCoordinateTransform {
   using Vector = cadcam::zvTPoint3d<float>;
   using Validator = zvValue::Validator;
 
-  /// Both setters bring the direction to length 1, in single precision. They throw
+  /// Both setters bring the direction to length 1, in single precision; one that has it but for
+  /// rounding stays, so that a file that is read and written keeps its numbers. They throw
   /// zvcadcamException 2189 "Can't normalize null vector." where all components are exactly 0, and
   /// zvMachineSimulatorException kInvalidAxis where one is not finite. The local matrix takes a new
   /// initial direction with the next SetValue or SetWorldTransform.

@@ -15,6 +15,10 @@ constexpr std::uint8_t kTransformTags[] = {1};
 // each level would take its share of the stack.
 class mkdKinematicObject::Motion {
  public:
+  explicit Motion(const mkdKinematicObject& first) {
+    if (first.m_links.trees.size() > 1) m_moved.insert(&first);
+  }
+
   void Add(const mkdKinematicObject& parent, const mkdMatrix& world) {
     for (const mkdKinematicTreeInterface* tree : parent.m_links.trees) {
       const mkdKinematicNode* node = tree->FindNode(parent);
@@ -71,7 +75,7 @@ void mkdKinematicObject::TakeWorldTransform(const mkdMatrix& world) {
 void mkdKinematicObject::MoveChildren(const mkdMatrix& world) {
   if (m_links.motion != nullptr) return m_links.motion->Add(*this, world);
   if (m_links.trees.empty()) return;
-  Motion motion;
+  Motion motion(*this);
   motion.Add(*this, world);
   motion.Run();
 }

@@ -108,6 +108,10 @@ inline constexpr std::size_t kMostCorners = 8192;
 /// degrees.
 inline constexpr double kLargestShift = 1e7;
 
+/// How far the square of a direction in single precision may lie off 1 and count as brought to
+/// length 1 already: doing so leaves up to 4 units in the last place.
+inline constexpr float kUnitSquaredFloat = 5e-7f;
+
 /// How far a value may lie off a step of a stepped axis, in the axis's unit: limits and steps come
 /// as text, and a million steps add up its rounding.
 inline constexpr double kValueStep = 1e-5;
