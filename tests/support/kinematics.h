@@ -7,11 +7,9 @@
 #include <tests/support/points.h>
 #include <tests/support/rigid_body_model.h>
 #include <tests/support/testing.h>
+#include <tests/support/toolpath_builders.h>
 
 namespace tests {
-
-inline constexpr auto kMetric = measures::zvUnitsFactory::metric;
-inline constexpr auto kInch = measures::zvUnitsFactory::inch;
 
 using kintree::mkdMatrix;
 using FloatVector = kintree::mkdAxis::Vector;
@@ -54,6 +52,21 @@ inline Point Apply(const mkdMatrix& matrix, const Point& p, double w = 1) {
   for (std::size_t i = 0; i < 4; ++i)
     for (std::size_t j = 0; j < 4; ++j) m(i, j) = double{matrix(i, j)} * (j == 3 ? w : 1);
   return m * p;
+}
+
+/// Where the tool of a machine stands as seen from its workpiece.
+struct ToolPlace {
+  Point tip;
+  Point axis;
+};
+inline ToolPlace PlaceOf(const kintree::mkdKinematicObject& tool,
+                         const kintree::mkdKinematicObject& workpiece) {
+  cadcam::zvMatrix<double, 4, 4> part;
+  for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t j = 0; j < 4; ++j) part(i, j) = workpiece.GetWorldTransform()(i, j);
+  const auto toPart = cadcam::Inverse(part);
+  const Point tip = toPart * Apply(tool.GetWorldTransform(), {});
+  return {tip, toPart * Apply(tool.GetWorldTransform(), {0, 0, 1}) - tip};
 }
 
 }  // namespace tests
