@@ -21,6 +21,7 @@ class KANDREL_API zvmiscException : public zvExceptionOf<zvmiscException> {
     kEndOfOutput = 2149,
     kSizeBeyond32Bits = 2157,
     kStringTooBig = 2578,
+    kNoNumber = 2579,
     kNoMessage = 3600,
     kNoResource = 3601,
     kInvalidEntry = 3606,
