@@ -1,6 +1,8 @@
 // Tolerances and constants of the kernel: each has a name, a value, what it guards and why.
 #pragma once
 
+#include <cstddef>
+
 namespace misc {
 
 /// General equality of the kernel, in whatever unit the values have: far above rounding at the size
@@ -91,9 +93,32 @@ inline constexpr double kPoleOfHalvingSquared = 1e-16;
 /// as a double, so that a count that doesn't fit is refused before it becomes an integer.
 inline constexpr double kLargestCount = 2147483646;
 
+/// Most chords that the curves of one contour are replaced by: 2^20, enough for a circle of 1 m to
+/// a hundred-thousandth of a micrometre.
+inline constexpr double kMostChords = 1048576;
+
+/// Most triangles of a mesh that is made to a tolerance, 2^24: below 1 GB of memory, and far beyond
+/// what can be seen or milled.
+inline constexpr double kMostTriangles = 16777216;
+
+/// Most corners of an outline that is triangulated, as this takes time by their square.
+inline constexpr std::size_t kMostCorners = 8192;
+
 /// Whole turns above this, degrees, are no shift of an angle: up to it adding them keeps 1e-9
 /// degrees.
 inline constexpr double kLargestShift = 1e7;
+
+/// How far a value may lie off a step of a stepped axis, in the axis's unit: limits and steps come
+/// as text, and a million steps add up its rounding.
+inline constexpr double kValueStep = 1e-5;
+
+/// Slack in the checks of a tool's lengths, in its units: far above the rounding of numbers that
+/// come as text of nine decimals, and nothing that could be ground.
+inline constexpr double kToolParameterEqual = 1e-6;
+
+/// Points of a tool's profile whose coordinates differ by less have the same one: 1e-6 as a 32-bit
+/// float.
+inline constexpr double kProfileStep = 9.999999974752427e-7;
 
 /// The circle: half of it in radians, what converts an angle, and a whole turn in degrees.
 inline constexpr double kPi = 3.14159265358979323846;

@@ -1,0 +1,61 @@
+// mkdHeldTool: the tool in a machine's spindle.
+#pragma once
+
+#include <kandrel/cadcam/tools/tool.h>
+#include <kandrel/kintree/geometry.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+namespace kintree {
+
+/// How one of a tool's parts looks.
+struct zvToolPartAppearance {
+  zvAppearance current;            ///< what a viewer shows
+  zvAppearance defaultAppearance;  ///< what it goes back to, and files hold
+  bool isDefaultTaken = false;     ///< the file named no colour for the part
+  bool isVisible = true;
+};
+
+/// A tool with its tip in the origin of the object's frame and its axis along z. The tool is
+/// shared, also by copies; it changes its units with the object, and so does the tolerance.
+class KANDREL_API mkdHeldTool : public mkdDynamicGeometry {
+ public:
+  enum Part : std::size_t { cutting, nonCutting, arbor, holder };
+  static constexpr std::size_t kParts = 4;
+
+  using Tool = misc::zvAutoPointer<cadcam::zvTool>;
+  using Appearances = std::array<zvToolPartAppearance, kParts>;
+
+  /// Makes the mesh of the tool's cutting part, to `tolerance` in the object's units; a tool in
+  /// other units is converted to them. Throws "Accessing NULL pointer" without a tool, and what
+  /// making the mesh throws.
+  mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appearances appearances, Units units);
+
+  const Tool& GetTool() const noexcept { return m_tool; }
+  double GetTolerance() const noexcept { return m_tolerance; }
+
+  /// The four parts in the order of Part.
+  const Appearances& GetPartAppearances() const noexcept { return m_appearances; }
+  const zvToolPartAppearance& GetPartAppearance(Part part) const { return m_appearances.at(part); }
+  void SetPartAppearance(Part part, zvToolPartAppearance appearance) {
+    m_appearances.at(part) = std::move(appearance);
+  }
+
+  void AcceptVisitor(mkdKOConstVisitor& visitor) const override;
+  void AcceptVisitor(mkdKOVisitor& visitor) override;
+
+ protected:
+  void Scale(Units newUnits, double factor) override;
+  void SetUnitsOfParts(Units units, bool keepNumbers) override;
+
+ private:
+  Tool m_tool;
+  double m_tolerance;
+  Appearances m_appearances;
+};
+
+}  // namespace kintree

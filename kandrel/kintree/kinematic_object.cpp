@@ -1,0 +1,116 @@
+#include <kandrel/kintree/kinematic_object.h>
+#include <kandrel/kintree/kinematic_visitor.h>
+
+#include <unordered_set>
+
+namespace kintree {
+
+namespace {
+
+constexpr std::uint8_t kTransformTags[] = {1};
+
+}  // namespace
+
+// Carries matrices down the trees: what has children below it waits here for its turn. Without it
+// each level would take its share of the stack.
+class mkdKinematicObject::Motion {
+ public:
+  void Add(const mkdKinematicObject& parent, const mkdMatrix& world) {
+    for (const mkdKinematicTreeInterface* tree : parent.m_links.trees) {
+      const mkdKinematicNode* node = tree->FindNode(parent);
+      if (node != nullptr && !node->GetChildren().empty()) m_waiting.emplace_back(node, world);
+    }
+  }
+
+  void Run() {
+    while (!m_waiting.empty()) {
+      const auto [node, world] = m_waiting.back();
+      m_waiting.pop_back();
+      for (const mkdKinematicNode& child : node->GetChildren()) {
+        mkdKinematicObject& object = *child.GetValue();
+        // Copies of a machine share their objects: each is moved once, by the tree reached first.
+        if (object.m_links.trees.size() > 1 && !m_moved.insert(&object).second) continue;
+        Move(object, world);
+      }
+    }
+  }
+
+ private:
+  void Move(mkdKinematicObject& object, const mkdMatrix& world) {
+    struct Joined {
+      Joined(Links& objectsLinks, Motion* motion)
+          : links(objectsLinks), old(std::exchange(objectsLinks.motion, motion)) {}
+      Joined(const Joined&) = delete;
+      Joined& operator=(const Joined&) = delete;
+      ~Joined() { links.motion = old; }
+
+      Links& links;
+      Motion* old;
+    };
+    const Joined joined(object.m_links, this);
+    object.SetWorldTransform(world);
+  }
+
+  std::vector<std::pair<const mkdKinematicNode*, mkdMatrix>> m_waiting;
+  std::unordered_set<const mkdKinematicObject*> m_moved;
+};
+
+mkdKinematicObject::mkdKinematicObject(std::wstring name, std::span<const std::uint8_t> kindTags,
+                                       Units units)
+    : zvMeasurable(units), m_name(std::move(name)), m_kindTags(kindTags) {}
+
+mkdKinematicObject::~mkdKinematicObject() = default;
+
+void mkdKinematicObject::Scale(Units, double) {}
+
+void mkdKinematicObject::TakeWorldTransform(const mkdMatrix& world) {
+  if (m_links.observer != nullptr) m_links.observer->OnWorldTransform(*this, world);
+  m_world = world;
+}
+
+void mkdKinematicObject::MoveChildren(const mkdMatrix& world) {
+  if (m_links.motion != nullptr) return m_links.motion->Add(*this, world);
+  if (m_links.trees.empty()) return;
+  Motion motion;
+  motion.Add(*this, world);
+  motion.Run();
+}
+
+void mkdKinematicObject::SetWorldTransform(const mkdMatrix& world) {
+  TakeWorldTransform(world);
+  MoveChildren(m_world);
+}
+
+void mkdKinematicObject::AcceptVisitor(mkdKOConstVisitor& visitor) const {
+  visitor.Visit(*this);
+}
+void mkdKinematicObject::AcceptVisitor(mkdKOVisitor& visitor) {
+  visitor.Visit(*this);
+}
+
+mkdCoordinateTransform::mkdCoordinateTransform(std::wstring name, Units units)
+    : mkdCoordinateTransform(std::move(name), kTransformTags, units) {}
+
+mkdCoordinateTransform::mkdCoordinateTransform(std::wstring name,
+                                               std::span<const std::uint8_t> kindTags, Units units)
+    : mkdKinematicObject(std::move(name), kindTags, units) {}
+
+void mkdCoordinateTransform::SetLocalMatrix(const mkdMatrix& local) {
+  m_local = local;
+  m_composite = GetWorldTransform() * m_local;
+}
+
+void mkdCoordinateTransform::SetWorldTransform(const mkdMatrix& world) {
+  TakeWorldTransform(world);
+  m_composite = GetWorldTransform() * m_local;
+  MoveChildren(m_composite);
+}
+
+void mkdCoordinateTransform::AcceptVisitor(mkdKOConstVisitor& visitor) const {
+  visitor.Visit(*this);
+}
+void mkdCoordinateTransform::AcceptVisitor(mkdKOVisitor& visitor) {
+  visitor.Visit(*this);
+}
+
+}  // namespace kintree

@@ -1,0 +1,130 @@
+// mkdKinematicObject: what stands in the kinematic tree of a machine; mkdCoordinateTransform.
+#pragma once
+
+#include <kandrel/cadcam/matrix.h>
+#include <kandrel/kintree/kinematic_tree_interface.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/measurable.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kintree {
+
+class mkdKOConstVisitor;
+class mkdKOVisitor;
+class mkdKinematicTree;
+
+/// A homogeneous transformation of a tree, from an object's own frame into the one it stands in.
+using mkdMatrix = cadcam::zvMatrix<float, 4, 4>;
+
+/// Watches one object. Not owned: it outlives the object or is taken off it.
+class KANDREL_API mkdKinematicObjectObserver {
+ public:
+  virtual ~mkdKinematicObjectObserver() = default;
+  /// Called before the object takes a new world matrix, and before anything else happens to it.
+  virtual void OnWorldTransform(const mkdKinematicObject& object, const mkdMatrix& world) = 0;
+};
+
+/// An object of a machine: a transform, an axis or geometry. Its name identifies it in the machine
+/// and doesn't change. Lengths are in its units, in its parent's frame; matrices are single
+/// precision and turn that frame into the world's.
+///
+/// 1. Its class is found out by visitors.
+/// 2. Moving an object moves all that is below it, in every tree that it stands in, parents before
+///    children and without recursion.
+/// 3. A copy stands in no tree and has no observer.
+class KANDREL_API mkdKinematicObject : public measures::zvMeasurable {
+ public:
+  using Units = measures::zvUnitsFactory::Units;
+
+  ~mkdKinematicObject() override;
+
+  const std::wstring& GetName() const noexcept { return m_name; }
+
+  /// Small numbers that say what kinds of object this counts as: 1 transform or toolpath, 2
+  /// polygonal geometry, 3 translation axis, 4 rotary axis.
+  std::span<const std::uint8_t> GetKindTags() const noexcept { return m_kindTags; }
+
+  /// The identity until it is set.
+  const mkdMatrix& GetWorldTransform() const noexcept { return m_world; }
+  /// Places the object, and all that is below it. Nothing does so unasked: a tree that has just
+  /// been built has not been moved. An exception of an object below (mkdAxis) passes, and leaves
+  /// those moved that came before it. Linear in what is below.
+  virtual void SetWorldTransform(const mkdMatrix& world);
+
+  /// Call the visitor's slot of the object's own class; those of this class call its last slot.
+  virtual void AcceptVisitor(mkdKOConstVisitor& visitor) const;
+  virtual void AcceptVisitor(mkdKOVisitor& visitor);
+
+  /// Null for none.
+  void SetObserver(mkdKinematicObjectObserver* observer) noexcept { m_links.observer = observer; }
+  mkdKinematicObjectObserver* GetObserver() const noexcept { return m_links.observer; }
+
+ protected:
+  /// The tags live as long as the program. Throws zvmeasuresException 2141 for units other than
+  /// metric and inch.
+  mkdKinematicObject(std::wstring name, std::span<const std::uint8_t> kindTags, Units units);
+  mkdKinematicObject(const mkdKinematicObject&) = default;
+  mkdKinematicObject& operator=(const mkdKinematicObject&) = default;
+
+  /// A plain object has no lengths that change with the units. That counts for the translation of a
+  /// transform too: a machine file is read after its units are known.
+  void Scale(Units newUnits, double factor) override;
+
+  /// Tells the observer and takes the matrix.
+  void TakeWorldTransform(const mkdMatrix& world);
+  /// Gives the objects below this one `world` as their world matrix, and so on down the trees. A
+  /// call from within such a motion is put in its queue.
+  void MoveChildren(const mkdMatrix& world);
+
+ private:
+  friend class mkdKinematicTree;
+  class Motion;
+
+  // Whoever knows this object, as against its copies.
+  struct Links {
+    Links() = default;
+    Links(const Links&) noexcept {}
+    Links& operator=(const Links&) noexcept { return *this; }
+
+    std::vector<const mkdKinematicTreeInterface*> trees;
+    mkdKinematicObjectObserver* observer = nullptr;
+    Motion* motion = nullptr;  // while this object is being moved by the one above it
+  };
+
+  std::wstring m_name;
+  std::span<const std::uint8_t> m_kindTags;
+  mkdMatrix m_world = mkdMatrix::Identity();
+  Links m_links;
+};
+
+/// Puts a fixed transformation between what is above and what is below it.
+class KANDREL_API mkdCoordinateTransform : public mkdKinematicObject {
+ public:
+  /// With the identity as local matrix. Throws as mkdKinematicObject.
+  mkdCoordinateTransform(std::wstring name, Units units);
+
+  /// From the frame below to the frame above. Any matrix is taken. What is below moves only with
+  /// the next SetWorldTransform.
+  void SetLocalMatrix(const mkdMatrix& local);
+  const mkdMatrix& GetLocalMatrix() const noexcept { return m_local; }
+  /// World times local: the world matrix of what is below.
+  const mkdMatrix& GetCompositeMatrix() const noexcept { return m_composite; }
+
+  void SetWorldTransform(const mkdMatrix& world) override;
+  void AcceptVisitor(mkdKOConstVisitor& visitor) const override;
+  void AcceptVisitor(mkdKOVisitor& visitor) override;
+
+ protected:
+  mkdCoordinateTransform(std::wstring name, std::span<const std::uint8_t> kindTags, Units units);
+
+ private:
+  mkdMatrix m_local = mkdMatrix::Identity();
+  mkdMatrix m_composite = mkdMatrix::Identity();
+};
+
+}  // namespace kintree
