@@ -1,10 +1,21 @@
-#include <kandrel/kintree/detail/held_tool_mesh.h>
+#include <kandrel/cadcam/tools/tool_mesh.h>
 #include <kandrel/kintree/held_tool.h>
 #include <kandrel/kintree/kinematic_visitor.h>
 
 #include <utility>
 
 namespace kintree {
+
+namespace {
+
+mkdPolygonalGeometry::Mesh CuttingMesh(const cadcam::zvTool& tool, double tolerance) {
+  cadcam::zvToolMeshCreator<float> creator(
+      {.tolerance = tolerance, .parts = 1u << cadcam::cuttingPart});
+  tool.AcceptVisitor(creator);
+  return misc::MakeAutoPointer<cadcam::zvTMesh<float>>(creator.GetMesh(cadcam::cuttingPart));
+}
+
+}  // namespace
 
 mkdHeldTool::mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appearances appearances,
                          Units units)
@@ -13,7 +24,7 @@ mkdHeldTool::mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appeara
       m_tolerance(tolerance),
       m_appearances(std::move(appearances)) {
   m_tool->SetUnits(units);
-  ReplaceMesh(detail::HeldToolMesh(*m_tool, m_tolerance));
+  ReplaceMesh(CuttingMesh(*m_tool, m_tolerance));
 }
 
 void mkdHeldTool::Scale(Units newUnits, double factor) {

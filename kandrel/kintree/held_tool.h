@@ -32,7 +32,7 @@ class KANDREL_API mkdHeldTool : public mkdDynamicGeometry {
 
   /// Makes the mesh of the tool's cutting part, to `tolerance` in the object's units; a tool in
   /// other units is converted to them. Throws "Accessing NULL pointer" without a tool, and what
-  /// making the mesh throws.
+  /// cadcam::zvToolMeshCreator throws of it.
   mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appearances appearances, Units units);
 
   const Tool& GetTool() const noexcept { return m_tool; }

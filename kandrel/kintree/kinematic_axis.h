@@ -38,8 +38,8 @@ class KANDREL_API mkdAxis : public mkdCoordinateTransform {
   using Vector = cadcam::zvTPoint3d<float>;
   using Validator = zvValue::Validator;
 
-  /// Both setters bring the direction to length 1, in single precision. They throw zvcadcamException
-  /// 2189 "Can't normalize null vector." where all components are exactly 0, and
+  /// Both setters bring the direction to length 1, in single precision. They throw
+  /// zvcadcamException 2189 "Can't normalize null vector." where all components are exactly 0, and
   /// zvMachineSimulatorException kInvalidAxis where one is not finite. The local matrix takes a new
   /// initial direction with the next SetValue or SetWorldTransform.
   void SetInitialDirection(const Vector& direction);

@@ -65,8 +65,8 @@ class zvTreeIterator {
   bool operator==(const zvTreeIterator& other) const noexcept { return m_node == other.m_node; }
 
   zvTreeIterator& operator++() noexcept {
-    m_node = m_node->GetChildren().empty() ? zvTree<T>::Behind(m_node)
-                                           : &m_node->GetChildren().front();
+    m_node =
+        m_node->GetChildren().empty() ? zvTree<T>::Behind(m_node) : &m_node->GetChildren().front();
     return *this;
   }
   zvTreeIterator operator++(int) noexcept {

@@ -1,0 +1,51 @@
+#include <kandrel/kintree/geometry.h>
+#include <kandrel/kintree/held_tool.h>
+#include <kandrel/kintree/kinematic_axis.h>
+#include <kandrel/kintree/kintree_exception.h>
+#include <kandrel/kintree/object_map.h>
+
+namespace kintree {
+
+void zvObjMapFiller::Enter(const mkdKinematicNode& node) {
+  m_node = &node;
+  const mkdKinematicObject& object = *node.GetValue();
+  object.AcceptVisitor(*this);
+}
+
+void zvObjMapFiller::Take(const mkdKinematicObject& object) {
+  if (m_node == nullptr || m_node->GetValue().Get() != &object) return;
+  m_map->try_emplace(object.GetName(), zvObjectEntry{m_node->GetValue(), m_node});
+}
+
+void zvObjMapFiller::Visit(const mkdInitialStock& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdStockGeometry& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdWorkPiece& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdTranslationalAxis& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdRotationalAxis& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdCoordinateTransform& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdHeldTool& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdToolpathGeometry& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdPolygonalGeometry& object) {
+  Take(object);
+}
+void zvObjMapFiller::Visit(const mkdKinematicObject&) {
+  throw exceptions::zvKintreeException(0, L"Cannot visit abstract class");
+}
+
+}  // namespace kintree
