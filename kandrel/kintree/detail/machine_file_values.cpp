@@ -52,6 +52,13 @@ template KANDREL_API double NumberOf(std::string_view);
 template KANDREL_API std::vector<float> NumbersOf(std::string_view);
 template KANDREL_API std::vector<double> NumbersOf(std::string_view);
 
+std::size_t CountTokens(std::string_view list) {
+  std::size_t count = 0;
+  auto tokens = TokeniserOf(list);
+  for (std::string_view token; tokens.Next(token);) ++count;
+  return count;
+}
+
 std::vector<std::string> TokensOf(std::string_view list) {
   return misc::Tokens(list, ',', '"');
 }
@@ -71,11 +78,18 @@ std::wstring FolderOf(const std::wstring& path) {
 
 std::wstring PathOf(const std::wstring& folder, std::string_view name) {
   if (name.empty()) return {};
+  const bool hasSlash = folder.empty() || folder.back() == L'/';
+  const std::wstring start = hasSlash ? folder : folder + L'/';
+  const bool isPlain = name.find_first_of("/\\") == std::string_view::npos && name.front() != '.';
+  if (isPlain) return start + misc::FromUtf8(name);
   std::string slashed(name);
   std::replace(slashed.begin(), slashed.end(), '\\', '/');
-  std::string start;
-  static_cast<void>(misc::ToPathBytes(folder, start));  // a folder that FolderOf gave
-  return misc::FromUtf8((fs::path(start) / slashed).lexically_normal().string());
+  const fs::path path = fs::path(slashed).lexically_normal();
+  if (path.is_absolute()) return misc::FromUtf8(path.string());
+  const std::wstring whole = start + misc::FromUtf8(path.string());
+  // The folder itself is only taken apart where the name leads out of it.
+  if (*path.begin() != "..") return whole;
+  return misc::FromUtf8(fs::path(misc::ToUtf8(whole)).lexically_normal().string());
 }
 
 std::wstring NamePart(const std::wstring& path) {

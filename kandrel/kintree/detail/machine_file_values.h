@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/export.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,8 +19,10 @@ KANDREL_API T NumberOf(std::string_view value);
 template <class T>
 KANDREL_API std::vector<T> NumbersOf(std::string_view list);
 
-/// The tokens of a list: comma and double quotes, see misc::zvTokeniser.
+/// The tokens of a list, commas and double quotes as misc::zvTokeniser takes them, and how many
+/// there are.
 KANDREL_API std::vector<std::string> TokensOf(std::string_view list);
+KANDREL_API std::size_t CountTokens(std::string_view list);
 
 /// A number as it is written, with eight decimals. Throws zvmiscException 2579 for one that is not
 /// finite: what would be written could not be read.

@@ -215,14 +215,34 @@ std::string_view XmlElement::Get(const char* attribute) const noexcept {
   return value != nullptr ? std::string_view(value) : std::string_view();
 }
 
+void XmlElement::Get(std::span<const char* const> names,
+                     std::span<std::string_view> values) const noexcept {
+  std::fill(values.begin(), values.end(), std::string_view());
+  std::size_t next = 0;
+  for (const auto* a = m_element->FirstAttribute(); a != nullptr; a = a->Next()) {
+    const std::string_view name = a->Name();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      const std::size_t at = next + i < names.size() ? next + i : next + i - names.size();
+      if (name != names[at]) continue;
+      values[at] = a->Value();
+      next = at + 1;
+      break;
+    }
+  }
+}
+
 XmlElement XmlElement::Add(const char* tag) const {
   if (DepthOf(m_element) >= kDeepestElement)
     throw misc::zvException(0, L"A machine file can't hold objects so deep below each other");
   return XmlElement(m_element->InsertNewChildElement(tag));
 }
 
+void XmlElement::Set(const char* attribute, const char* value) const {
+  m_element->SetAttribute(attribute, value);
+}
+
 void XmlElement::Set(const char* attribute, const std::string& value) const {
-  m_element->SetAttribute(attribute, value.c_str());
+  Set(attribute, value.c_str());
 }
 
 void XmlElement::Set(const char* attribute, const std::wstring& value) const {

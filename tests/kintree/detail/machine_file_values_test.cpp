@@ -55,6 +55,7 @@ TEST(MachineFileValues, ListsAreSplitAtCommasOutsideQuotes) {
   EXPECT_TRUE(NumbersOf<float>("").empty());
   EXPECT_TRUE(IsNoNumber([] { NumbersOf<double>("1, ,2"); }));
   EXPECT_EQ(TokensOf("a, b,\"c,d\",,\"\""), (std::vector<std::string>{"a", " b", "c,d"}));
+  EXPECT_EQ(CountTokens("a, b,\"c,d\",,\"\""), 3u);
 }
 
 TEST(MachineFileValues, NamesCountFromTheFolderOfTheFile) {
@@ -67,6 +68,8 @@ TEST(MachineFileValues, NamesCountFromTheFolderOfTheFile) {
       {"C:\\parts\\x.stl", L"/m/C:/parts/x.stl", L"x.stl"},
       {"\xC5\x82.stl", L"/m/\u0142.stl", L"\u0142.stl"},
       {"..", L"/", L""},
+      {".", L"/m/.", L""},
+      {".hidden", L"/m/.hidden", L".hidden"},
       {"parts/", L"/m/parts/", L""},
       {"", L"", L""},
   };
@@ -74,6 +77,8 @@ TEST(MachineFileValues, NamesCountFromTheFolderOfTheFile) {
     EXPECT_EQ(PathOf(L"/m", name), path) << name;
     EXPECT_EQ(NamePart(PathOf(L"/m", name)), part) << name;
   }
+  EXPECT_EQ(PathOf(L"/", "a.stl"), L"/a.stl");
+  EXPECT_EQ(PathOf(L"/a/../m", "b/../c.stl"), L"/a/../m/c.stl");  // "a" may be a link
   EXPECT_EQ(NamePart(L".."), L"");
   EXPECT_EQ(NamePart(L"alone"), L"alone");
   EXPECT_EQ(FolderOf(L"/m/machine.xml"), L"/m");

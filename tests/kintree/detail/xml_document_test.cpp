@@ -131,7 +131,7 @@ TEST(XmlDocument, WhatIsWrittenIsReadAgain) {
   root.Set("id", id);
   root.Set("id", std::wstring(L"once"));
   root.Set("second", id);
-  root.Add("a").Add("b").Set("n", std::string("1,2"));
+  root.Add("a").Add("b").Set("n", "1,2");
   root.Add("c");
   const std::string bytes = document.GetBytes();
   EXPECT_EQ(bytes,
