@@ -27,7 +27,7 @@ class KANDREL_API zvKintreeMachDefObserver {
 
 /// Objects that are checked against those of another group.
 struct zvCollisionGroup {
-  enum Kind { isStatic, isDynamic };
+  enum Kind : int { isStatic, isDynamic };
 
   Kind kind = isStatic;
   std::vector<std::wstring> names{};  ///< of objects of the machine

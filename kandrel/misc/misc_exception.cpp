@@ -15,7 +15,7 @@ constexpr zvMessageRow kRows[] = {
     {2576, L"Conversion from value to string failed."},
     {2577, L"Conversion to ascii failed."},
     {zvmiscException::kStringTooBig, L"String too big. It can not be storred."},
-    {2579, L"Conversion from string to value failed."},
+    {zvmiscException::kNoNumber, L"Conversion from string to value failed."},
     {zvmiscException::kNoMessage, L"The requested message doesn't exist!"},
     {zvmiscException::kNoResource, L"The requested resource file couldn't be loaded!"},
     {3602, L"Failed to unload the resource file!"},

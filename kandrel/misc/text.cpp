@@ -1,8 +1,11 @@
 #include <kandrel/misc/text.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <system_error>
 
 namespace misc {
@@ -75,6 +78,31 @@ constexpr wchar_t kAnsi[] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2
                              0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
                              0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
+// Of a number outside the range of its type: whether it is too small rather than too large, by the
+// place of its first digit in front of or behind the point.
+bool IsTooSmall(std::string_view text) {
+  const std::size_t mark = text.find_first_of("eE");
+  const std::string_view digits = text.substr(0, mark);
+  const auto first = static_cast<std::ptrdiff_t>(digits.find_first_of("123456789"));
+  const auto point = static_cast<std::ptrdiff_t>(std::min(digits.find('.'), digits.size()));
+  const std::ptrdiff_t place = point > first ? point - first : point - first + 1;
+  if (mark == std::string_view::npos) return place <= 0;
+  const bool isNegative = text[mark + 1] == '-';
+  const std::size_t start = mark + (isNegative || text[mark + 1] == '+' ? 2 : 1);
+  std::int64_t exponent = 0;
+  const auto read = std::from_chars(text.data() + start, text.data() + text.size(), exponent);
+  if (read.ec != std::errc()) return isNegative;
+  return isNegative ? place <= exponent : place + exponent <= 0;
+}
+
+// The next eight bytes, when none of them has its highest bit set, are ASCII.
+bool StartsWithEightAscii(std::string_view text) {
+  std::uint64_t bytes = 0;
+  if (text.size() < sizeof bytes) return false;
+  std::memcpy(&bytes, text.data(), sizeof bytes);
+  return (bytes & 0x8080808080808080u) == 0;
+}
+
 }  // namespace
 
 std::string ToUtf8(std::wstring_view text) {
@@ -93,6 +121,15 @@ std::wstring FromUtf8(std::string_view text) {
     text.remove_prefix(decoded.length != 0 ? decoded.length : 1);
   }
   return out;
+}
+
+bool IsUtf8(std::string_view text) noexcept {
+  while (!text.empty()) {
+    const std::size_t length = StartsWithEightAscii(text) ? 8 : DecodeUtf8(text).length;
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
 }
 
 std::vector<std::uint16_t> ToUtf16(std::wstring_view text) {
@@ -145,6 +182,32 @@ std::string ToText(double value) {
 bool FromText(std::string_view text, double& value) {
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
   return result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+template <class T>
+std::size_t ScanNumber(std::string_view text, T& value) noexcept {
+  // from_chars takes a minus and no plus.
+  const bool hasPlus = !text.empty() && text.front() == '+';
+  if (hasPlus) text.remove_prefix(1);
+  if (hasPlus && !text.empty() && text.front() == '-') return 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (result.ec == std::errc::invalid_argument) return 0;
+  const auto length = static_cast<std::size_t>(result.ptr - text.data());
+  if (result.ec == std::errc::result_out_of_range) {
+    value = IsTooSmall(text.substr(0, length)) ? T{0} : std::numeric_limits<T>::infinity();
+    if (text.front() == '-') value = -value;
+  }
+  return length + (hasPlus ? 1 : 0);
+}
+
+template KANDREL_API std::size_t ScanNumber(std::string_view, float&) noexcept;
+template KANDREL_API std::size_t ScanNumber(std::string_view, double&) noexcept;
+
+std::string ToFixedText(double value, int decimals) {
+  char buffer[352];  // a sign, 309 digits, a point and the decimals
+  const auto result =
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
+  return std::string(buffer, result.ptr);
 }
 
 }  // namespace misc

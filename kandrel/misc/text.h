@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/export.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -15,6 +16,9 @@ KANDREL_API std::string ToUtf8(std::wstring_view text);
 
 /// UTF-8 as wide text. Each byte that is no part of a valid sequence becomes U+FFFD.
 KANDREL_API std::wstring FromUtf8(std::string_view text);
+
+/// True for text that is valid UTF-8 from end to end.
+KANDREL_API bool IsUtf8(std::string_view text) noexcept;
 
 /// Wide text in 16-bit units: a character above U+FFFF gives a surrogate pair, half a pair stays as
 /// it is, and what is no character becomes U+FFFD.
@@ -37,5 +41,15 @@ KANDREL_API std::string ToText(double value);
 
 /// Reads all of `text` as a finite or non-finite double; false when anything else stands in it.
 KANDREL_API bool FromText(std::string_view text, double& value);
+
+/// Reads the number that `text` begins with: a sign or none, digits with or without a point and an
+/// exponent, or "nan" and "inf". Returns how many characters that takes; 0, and `value` stays,
+/// where there is none. What is too large for a T is infinite, what is too small is 0. T is float
+/// or double; a float is rounded once.
+template <class T>
+KANDREL_API std::size_t ScanNumber(std::string_view text, T& value) noexcept;
+
+/// The text of a finite number with that many decimals, at most 16, rounded to the nearest.
+KANDREL_API std::string ToFixedText(double value, int decimals);
 
 }  // namespace misc

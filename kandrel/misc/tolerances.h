@@ -116,6 +116,10 @@ inline constexpr float kUnitSquaredFloat = 5e-7f;
 /// as text, and a million steps add up its rounding.
 inline constexpr double kValueStep = 1e-5;
 
+/// How far the products of a matrix's rows may lie off those of a rotation: machine files have few
+/// digits.
+inline constexpr double kRotationMatrix = 1e-5;
+
 /// Slack in the checks of a tool's lengths, in its units: far above the rounding of numbers that
 /// come as text of nine decimals, and nothing that could be ground.
 inline constexpr double kToolParameterEqual = 1e-6;

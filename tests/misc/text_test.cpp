@@ -72,5 +72,80 @@ TEST(Text, TheLocaleChangesNothing) {
   std::setlocale(LC_ALL, before.c_str());
 }
 
+struct ScanCase {
+  const char* text;
+  std::size_t length;
+  double asDouble;
+  double asFloat;
+};
+
+TEST(Text, ANumberIsScannedAsFarAsItGoes) {
+  const double huge = tests::kInfinity;
+  const ScanCase cases[] = {
+      {"0.0.75294119", 3, 0, 0},
+      {"1e", 1, 1, 1},
+      {"1e+", 1, 1, 1},
+      {"1e5abc", 3, 1e5, 1e5},
+      {"+5", 2, 5, 5},
+      {"-.5 ", 3, -0.5, -0.5},
+      {"5.", 2, 5, 5},
+      {"1,5", 1, 1, 1},
+      {"0x10", 1, 0, 0},
+      {"0.1", 3, 0.1, 0.1f},
+      // Between two floats, and rounded to a double exactly onto the middle.
+      {"1.00000005960464477540", 22, 1.0000000596046448, 1 + 0x1p-23},
+      {"1e39", 4, 1e39, huge},
+      {"-1e999", 6, -huge, -huge},
+      {"1e-46", 5, 1e-46, 0},
+      {"1e99999999999999999999", 22, huge, huge},
+      {"0.001e-99999999999999999999", 27, 0, 0},
+      {"nan", 3, tests::kNaN, tests::kNaN},
+      {"-inf", 4, -huge, -huge},
+      {"", 0, 7, 7},
+      {"abc", 0, 7, 7},
+      {" 5", 0, 7, 7},
+      {"--5", 0, 7, 7},
+      {"+-5", 0, 7, 7},
+      {"-", 0, 7, 7},
+      {"+", 0, 7, 7},
+      {"e5", 0, 7, 7},
+  };
+  for (const ScanCase& c : cases) {
+    double d = 7;
+    float f = 7;
+    EXPECT_EQ(ScanNumber(c.text, d), c.length) << c.text;
+    EXPECT_EQ(ScanNumber(c.text, f), c.length) << c.text;
+    EXPECT_TRUE(d == c.asDouble || (std::isnan(d) && std::isnan(c.asDouble))) << c.text << ' ' << d;
+    EXPECT_TRUE(f == c.asFloat || (std::isnan(f) && std::isnan(c.asFloat))) << c.text << ' ' << f;
+  }
+}
+
+TEST(Text, DecimalsAreFixed) {
+  const std::pair<double, std::string> cases[] = {{0, "0.00000000"},
+                                                  {-0.0, "-0.00000000"},
+                                                  {1e-9, "0.00000000"},
+                                                  {static_cast<double>(0.1f), "0.10000000"},
+                                                  {-360.125, "-360.12500000"},
+                                                  {0.000000016, "0.00000002"},
+                                                  {1e22, "10000000000000000000000.00000000"}};
+  for (const auto& [value, text] : cases) EXPECT_EQ(ToFixedText(value, 8), text);
+  EXPECT_EQ(ToFixedText(1.4f, 1), "1.4");
+  EXPECT_EQ(ToFixedText(-std::numeric_limits<double>::max(), 16).size(), 327u);
+}
+
+TEST(Text, Utf8IsValidOrNot) {
+  const std::pair<std::string_view, bool> cases[] = {
+      {"", true},
+      {"plain text of more than eight", true},
+      {"1234567\xC3\xA9", true},
+      {"12345678\xE2\x82\xAC\xF0\x9F\x98\x80", true},
+      {"12345678\xE9", false},
+      {"1234567\xC3", false},
+      {"\xC0\x80", false},
+      {"\xED\xA0\x80", false},
+  };
+  for (const auto& [text, isValid] : cases) EXPECT_EQ(IsUtf8(text), isValid) << text;
+}
+
 }  // namespace
 }  // namespace misc

@@ -1,13 +1,11 @@
 #include <kandrel/cadcam/stl/parser_commands.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
+#include <kandrel/misc/text.h>
 #include <kandrel/misc/tokeniser.h>
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
-#include <cstdint>
-#include <limits>
 #include <string>
 #include <system_error>
 
@@ -98,23 +96,6 @@ std::string TrimmedCapitals(std::string_view word) {
   return capitals;
 }
 
-// Of a number outside the range of its type: whether it is too small rather than too large, by the
-// place of its first digit in front of or behind the point.
-bool IsTooSmall(std::string_view text) {
-  const std::size_t mark = text.find_first_of("eE");
-  const std::string_view digits = text.substr(0, mark);
-  const auto first = static_cast<std::ptrdiff_t>(digits.find_first_of("123456789"));
-  const auto point = static_cast<std::ptrdiff_t>(std::min(digits.find('.'), digits.size()));
-  const std::ptrdiff_t place = point > first ? point - first : point - first + 1;
-  if (mark == std::string_view::npos) return place <= 0;
-  const bool isNegative = text[mark + 1] == '-';
-  const std::size_t start = mark + (isNegative || text[mark + 1] == '+' ? 2 : 1);
-  std::int64_t exponent = 0;
-  const auto read = std::from_chars(text.data() + start, text.data() + text.size(), exponent);
-  if (read.ec != std::errc()) return isNegative;
-  return isNegative ? place <= exponent : place + exponent <= 0;
-}
-
 }  // namespace
 
 template <class T>
@@ -176,13 +157,9 @@ void zvParserCmdEndBlock<T>::Execute(std::string_view line, int number) {
 
 template <class T>
 bool ReadSTLNumber(std::string_view text, T& value) noexcept {
-  if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
-  const char* const end = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), end, value);
-  if (result.ptr != end || result.ec == std::errc::invalid_argument) return false;
-  if (result.ec == std::errc()) return true;
-  value = IsTooSmall(text) ? T{0} : std::numeric_limits<T>::infinity();
-  if (text.front() == '-') value = -value;
+  T number{};
+  if (text.empty() || misc::ScanNumber(text, number) != text.size()) return false;
+  value = number;
   return true;
 }
 

@@ -1,0 +1,49 @@
+// A locale in which numbers have a decimal comma, for all that asks a locale.
+#pragma once
+
+#include <stdlib.h>
+#include <tests/support/scratch_folder.h>
+
+#include <clocale>
+#include <cstdio>
+#include <locale>
+#include <stdexcept>
+#include <string>
+
+namespace tests {
+
+/// Made by localedef in a folder of its own, set for C and C++ as long as the object lives.
+class CommaLocale {
+ public:
+  CommaLocale() {
+    const std::string command =
+        "localedef -i de_DE -f UTF-8 " + m_folder.Path("de_DE.UTF-8") + " >/dev/null 2>&1";
+    if (std::system(command.c_str()) != 0) return;
+    ::setenv("LOCPATH", m_folder.Path("").c_str(), 1);
+    if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) return;
+    try {
+      std::locale::global(std::locale("de_DE.UTF-8"));
+    } catch (const std::runtime_error&) {
+      return;
+    }
+    char text[8] = {};
+    std::snprintf(text, sizeof text, "%.1f", 0.5);
+    m_isSet = std::string(text) == "0,5";
+  }
+  CommaLocale(const CommaLocale&) = delete;
+  CommaLocale& operator=(const CommaLocale&) = delete;
+  ~CommaLocale() {
+    std::locale::global(std::locale::classic());
+    std::setlocale(LC_ALL, "C");
+    ::unsetenv("LOCPATH");
+  }
+
+  /// False where localedef or what it works from is missing.
+  bool IsSet() const noexcept { return m_isSet; }
+
+ private:
+  ScratchFolder m_folder;
+  bool m_isSet = false;
+};
+
+}  // namespace tests
