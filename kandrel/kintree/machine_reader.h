@@ -1,0 +1,39 @@
+// zvMachDefReader: the posting machine of a machine description file and its settings file.
+#pragma once
+
+#include <kandrel/misc/export.h>
+#include <kandrel/post/model/mach_def_builder.h>
+
+#include <string>
+#include <vector>
+
+/// Reads what posting needs of a machine description file, with the settings file beside it: the
+/// file of the same name that ends in "kds". Where that is there, its kind says what it is for: 0,
+/// nothing; 1, its axis names and spindle direction replace those of the machine file; any other,
+/// its machine stands by itself and the machine file is not opened.
+class KANDREL_API zvMachDefReader {
+ public:
+  /// Reads nothing yet. The path is taken in UTF-8, whatever the locale.
+  explicit zvMachDefReader(const std::wstring& xmlPath) : m_path(xmlPath) {}
+
+  /// Reads everything anew. The builder's kind is 0, 1, or as the settings file has it.
+  ///
+  /// Throws zvKandrelException 5300 "Wrong xml file passed to function zvMachDefReader::Read()."
+  /// for a path that doesn't end in one of the letters x, m and l: all such letters at its end are
+  /// what "kds" replaces, deliberately and whatever they spell. Throws what zvKDSInput and
+  /// zvXMLInputSurround throw.
+  post::zvMachDefBuilder Read();
+
+  /// Of the last Read. Whether the settings file asks for it, or the machine file is above version
+  /// 1.3.
+  bool ActivateSpindleRotation() const noexcept { return m_activateSpindleRotation; }
+  /// See zvXMLInputSurround; empty where the machine file wasn't opened.
+  const std::vector<std::wstring>& GetRotAxisFound() const noexcept { return m_rotAxisFound; }
+  const std::vector<std::wstring>& GetTranAxisFound() const noexcept { return m_tranAxisFound; }
+
+ private:
+  std::wstring m_path;
+  std::vector<std::wstring> m_rotAxisFound;
+  std::vector<std::wstring> m_tranAxisFound;
+  bool m_activateSpindleRotation = false;
+};
