@@ -10,6 +10,10 @@ inline constexpr double kEqual = 1e-12;
 /// Stands for "no value" in tolerances and distances.
 inline constexpr double kNoValue = 1e308;
 
+/// Minimum of the box around no points at all, and with a minus its maximum: any coordinate of a
+/// machine lies between, also as a 32-bit float.
+inline constexpr double kEmptyBox = 3e38;
+
 /// Largest difference per element for an axis system to count as the identity.
 inline constexpr double kAxisIdentity = 1e-5;
 
@@ -82,6 +86,10 @@ inline constexpr double kPoleOfHalvingSquared = 1e-16;
 /// Most moves, parts of a step or whole turns that are counted at once: 2^31 - 2. Formed and tested
 /// as a double, so that a count that doesn't fit is refused before it becomes an integer.
 inline constexpr double kLargestCount = 2147483646;
+
+/// Most chords that the curves of one contour are replaced by: 2^20, enough for a circle of 1 m to
+/// a hundred-thousandth of a micrometre.
+inline constexpr double kMostChords = 1048576;
 
 /// Whole turns above this, degrees, are no shift of an angle: up to it adding them keeps 1e-9
 /// degrees.
