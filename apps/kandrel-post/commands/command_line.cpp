@@ -94,6 +94,29 @@ void AddMachine(CLI::App& app) {
   show.callback([machine, json] { ShowMachine(*machine, *json); });
 }
 
+void AddLog(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("log", "Logs of postings (run.kdr)");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post log replay out/run.kdr");
+  auto file = std::make_shared<std::string>();
+  const auto add = [&](const char* name, const char* what, void (*run)(const std::string&)) {
+    CLI::App& sub = *command.add_subcommand(name, what);
+    sub.footer(fmt::format("Example: kandrel-post log {} out/run.kdr", name));
+    sub.add_option("RUN.kdr", *file, "a log")->required();
+    sub.callback([file, run] { run(*file); });
+  };
+  CLI::App& show = *command.add_subcommand("show", "Show what a log or one of its siblings holds");
+  show.footer("Example: kandrel-post log show out/run.kdr --json");
+  auto json = std::make_shared<bool>(false);
+  show.add_option("RUN.kdr", *file, "a log, or a file KDRM, KDRC, KDRP, KDRT, KDRW or KDRA")
+      ->required();
+  show.add_flag("--json", *json, "as JSON");
+  show.callback([file, json] { ShowLog(*file, *json); });
+  add("csv", "Write the posted moves to standard output", &PrintLogCsv);
+  add("cl", "Write the toolpath to standard output as CL text", &PrintLogCl);
+  add("replay", "Post the toolpath again and compare with the stored moves", &ReplayLog);
+}
+
 int Run(int argc, const char* const* argv) {
   CLI::App app("Posts toolpaths for CNC machines: a small host of the Kandrel library",
                "kandrel-post");
@@ -103,6 +126,7 @@ int Run(int argc, const char* const* argv) {
   AddSample(app);
   AddPost(app);
   AddMachine(app);
+  AddLog(app);
   try {
     app.parse(argc, argv);
     return kDone;

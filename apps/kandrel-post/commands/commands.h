@@ -23,13 +23,22 @@ struct PostOptions {
   std::uint32_t rapidLinkType = 5;
 };
 
-/// Posts a toolpath, writes posted.csv and posted.nc into the folder and prints the summary.
+/// Posts a toolpath, writes posted.csv, posted.nc and run.kdr into the folder and prints the
+/// summary.
 void RunPost(const PostOptions& options);
 
 /// Prints the names of the samples, each with what it is.
 void ListSamples();
 /// Prints a sample as CL text.
 void PrintSample(const std::string& name);
+
+/// Prints what a log, or one of its siblings, holds, in words or as JSON.
+void ShowLog(const std::string& fileName, bool json);
+/// Print the posted moves of a log as comma-separated values, and its toolpath as CL text.
+void PrintLogCsv(const std::string& fileName);
+void PrintLogCl(const std::string& fileName);
+/// Posts the toolpath of a log again; fails with error 0 unless all lines are the stored ones.
+void ReplayLog(const std::string& fileName);
 
 /// Prints the names of the built-in machines, each with what it is.
 void ListPresets();
