@@ -95,6 +95,14 @@ inline constexpr double kMostChords = 1048576;
 /// degrees.
 inline constexpr double kLargestShift = 1e7;
 
+/// Slack in the checks of a tool's lengths, in its units: far above the rounding of numbers that
+/// come as text of nine decimals, and nothing that could be ground.
+inline constexpr double kToolParameterEqual = 1e-6;
+
+/// Points of a tool's profile whose coordinates differ by less have the same one: 1e-6 as a 32-bit
+/// float.
+inline constexpr double kProfileStep = 9.999999974752427e-7;
+
 /// The circle: half of it in radians, what converts an angle, and a whole turn in degrees.
 inline constexpr double kPi = 3.14159265358979323846;
 inline constexpr double kDegreesPerRadian = 57.29577951308232;
