@@ -53,8 +53,8 @@ class KANDREL_API zvBICadcamTypes {
   void ReadTool(misc::zvAutoPointer<zvTool>& tool, const std::optional<Units>& units);
 
  protected:
-  /// Stream and `lostData` are the caller's and outlive the reader; nothing is noted at present, and
-  /// `lostData` may be null. Throws zvcadcamException 2027 for a version outside 3 to 226.
+  /// Stream and `lostData` are the caller's and outlive the reader; nothing is noted at present,
+  /// and `lostData` may be null. Throws zvcadcamException 2027 for a version outside 3 to 226.
   zvBICadcamTypes(misc::zvBinInputStream& stream, std::uint32_t version, bool compact,
                   std::vector<misc::zvBILostData>* lostData, bool wideStrings, bool sizes64);
 

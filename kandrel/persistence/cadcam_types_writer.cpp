@@ -39,7 +39,8 @@ void zvBOCadcamTypes::zvBinMove::Visit(const zv5axMove& move) {
 }
 
 void zvBOCadcamTypes::zvBinMove::Visit(const zv3axMove& move) {
-  m_basic.WriteRecord(kLargestMove, [&](auto& out) { PutCommonFields(out, persistence::k3axMoveTag, move); });
+  m_basic.WriteRecord(kLargestMove,
+                      [&](auto& out) { PutCommonFields(out, persistence::k3axMoveTag, move); });
 }
 
 void zvBOCadcamTypes::zvBinMove::Visit(const zvCNCMove& /*move*/) {

@@ -23,8 +23,8 @@ constexpr std::uint32_t kKnowsSources = 184;
 
 // Creators of 3 and 4 axes store their alignment matrix, the others have none.
 template <class Creator>
-constexpr bool kHasMatrix = std::is_same_v<Creator, zvPosted3axTPCreator> ||
-                            std::is_same_v<Creator, zvPosted4axTPCreator>;
+constexpr bool kHasMatrix =
+    std::is_same_v<Creator, zvPosted3axTPCreator> || std::is_same_v<Creator, zvPosted4axTPCreator>;
 
 // Calls `take` with the creator as its own class; false for a type that is none.
 template <class Take>

@@ -19,15 +19,15 @@
 /// written until then.
 ///
 /// All throw what the writers of the records do: zvBOKDRParams, cadcam::zvBOCadcamTypes,
-/// post::zvBOPostTypes. The path forms write a file anew, from its first byte: one that was there is
-/// gone, also when this fails in the middle.
+/// post::zvBOPostTypes. The path forms write a file anew, from its first byte: one that was there
+/// is gone, also when this fails in the middle.
 class KANDREL_API zvKDROutput {
  public:
   using CreatorPointer = misc::zvAutoPointer<zvPostedTPCreator>;
 
   /// The posted moves are those of the creator's list, with its alignment matrix for 3 and 4 axes.
-  /// Throw also "Accessing NULL pointer" for a null creator and, when the toolpath has gone out, for
-  /// one that has not posted; zvPostException 2503 for a creator of instance type 0. The second
+  /// Throw also "Accessing NULL pointer" for a null creator and, when the toolpath has gone out,
+  /// for one that has not posted; zvPostException 2503 for a creator of instance type 0. The second
   /// writes a zlib container, and throws as pack::zvCompressedOutputFileStream.
   zvKDROutput(misc::zvBinOutputStream& stream, const CreatorPointer& creator,
               const cadcam::zvToolPath& toolpath, const cadcam::zvTool& tool);
@@ -61,13 +61,13 @@ class KANDREL_API zvKDRInput {
   using CreatorPointer = misc::zvAutoPointer<zvPostedTPCreator>;
 
   /// Throws zvKandrelException 2019 for another tag and 2027 for another version, and what the
-  /// readers of the records do: zvBIKDRParams, cadcam::zvBICadcamTypes2, post::zvBIPostTypes, and of
-  /// the tool, whose own checks run, its class. A list of another class than the machine's is
+  /// readers of the records do: zvBIKDRParams, cadcam::zvBICadcamTypes2, post::zvBIPostTypes, and
+  /// of the tool, whose own checks run, its class. A list of another class than the machine's is
   /// zvcadcamException 2027.
   explicit zvKDRInput(misc::zvBinInputStream& stream);
-  /// Reads a file, plain or in either container. Throws also as IsFileCompress, misc::zvIFStream and
-  /// pack::zvCompressedInputFileStream do, and zvmiscException 2148 for a plain file that ends too
-  /// early.
+  /// Reads a file, plain or in either container. Throws also as IsFileCompress, misc::zvIFStream
+  /// and pack::zvCompressedInputFileStream do, and zvmiscException 2148 for a plain file that ends
+  /// too early.
   explicit zvKDRInput(const std::wstring& path);
 
   /// Whether a file is one of the two containers: false where opening it as one and reading four
@@ -94,8 +94,9 @@ class KANDREL_API zvKDRInput {
   /// The creator of the machine's class, with the posted list and, of 3 and 4 axes, the alignment
   /// matrix. A log without posted moves leaves it without a list.
   CreatorPointer GetPostedTPCreator() const { return m_creator; }
-  /// Appends a copy of each move of the creator's list to a posted toolpath and returns it, whatever
-  /// the class of the moves. A second call appends them once more: deliberate, as is the name.
+  /// Appends a copy of each move of the creator's list to a posted toolpath and returns it,
+  /// whatever the class of the moves. A second call appends them once more: deliberate, as is the
+  /// name.
   const post::zvPostedTP& GetPosted5axTP();
   /// A façade for the set-up of the log.
   zvKDR5AxBase refKDR5AxBase() { return m_params->MakeBase(); }

@@ -24,8 +24,8 @@ class KANDREL_API zvKDRBinaryIOManager {
  public:
   using LostData = std::vector<misc::zvBILostData>;
 
-  /// Tag "KDRM". The loader takes any file of that tag, also one of the two below, in which it finds
-  /// nonsense as a rule and fails.
+  /// Tag "KDRM". The loader takes any file of that tag, also one of the two below, in which it
+  /// finds nonsense as a rule and fails.
   static void SaveMachineDefinition(misc::zvBinOutputStream& stream,
                                     const post::zvMachDef& machDef);
   static LostData LoadMachineDefinition(misc::zvBinInputStream& stream,

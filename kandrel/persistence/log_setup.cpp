@@ -78,9 +78,8 @@ namespace {
 
 template <class Creator, class Setup>
 misc::zvAutoPointer<zvPostedTPCreator> MakeCreatorOf(const Setup& setup) {
-  auto creator =
-      misc::MakeAutoPointer<Creator>(setup->machDef, setup->control, *setup->par,
-                                     setup->partOrigin, setup->toolLengthCompensation);
+  auto creator = misc::MakeAutoPointer<Creator>(setup->machDef, setup->control, *setup->par,
+                                                setup->partOrigin, setup->toolLengthCompensation);
   creator->KeepAlive(setup);
   return creator;
 }

@@ -100,19 +100,23 @@ TEST(ToolpathRecords, ThatCantBeMeantAreRefused) {
   for (const int version : {31, kNow}) {
     const std::string bytes = Tree(version);
     for (std::size_t size = 0; size < bytes.size(); ++size)
-      EXPECT_TRUE(ThrowsId<misc::zvmiscException>([&] { Read(bytes.substr(0, size), version); },
-                                                  2018))
+      EXPECT_TRUE(
+          ThrowsId<misc::zvmiscException>([&] { Read(bytes.substr(0, size), version); }, 2018))
           << size;
   }
-  const std::tuple<Bytes, std::uint32_t> cases[] = {
-      {Bytes().Int({1, 1, 1, 1, 2}), 2639},   {Bytes().Int({1, 1, 1, 1, -1}), 2639},
-      {Bytes().Int({1, 1, 1, 1, 0, 1, 0}), 2637}, {Bytes().Int({1, 1, 1, 1, 1, 1, 3}), 2637}};
+  const std::tuple<Bytes, std::uint32_t> cases[] = {{Bytes().Int({1, 1, 1, 1, 2}), 2639},
+                                                    {Bytes().Int({1, 1, 1, 1, -1}), 2639},
+                                                    {Bytes().Int({1, 1, 1, 1, 0, 1, 0}), 2637},
+                                                    {Bytes().Int({1, 1, 1, 1, 1, 1, 3}), 2637}};
   for (const auto& [bytes, id] : cases) {
     const std::string stored = bytes;
     EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { Read(stored, kNow); }, id));
   }
-  EXPECT_TRUE(ThrowsId<measures::zvmeasuresException>([&] { Read(Bytes().Int({3, 0}), kNow); },
-                                                      2141));
+  EXPECT_TRUE(ThrowsId<measures::zvmeasuresException>(
+      [&] {
+        Read(Bytes().Int({3, 0}), kNow);
+      },
+      2141));
   // Counts that nothing stands behind cost nothing.
   for (const std::int64_t count : {0x7FFFFFFFll, 0xFFFFFFFFll})
     for (const auto& bytes : {Bytes().Int({1, count}), Bytes().Int({1, 1, 1, 1, 0, count})})

@@ -114,8 +114,8 @@ class LogPage {
              : limit == post::zv5axControlDef::angleLimit180 ? "180"
                                                              : "none";
     };
-    Add("control",
-        ordered_json::array({word(control.GetFirstAxisLimit()), word(control.GetSecondAxisLimit())}));
+    Add("control", ordered_json::array(
+                       {word(control.GetFirstAxisLimit()), word(control.GetSecondAxisLimit())}));
   }
   void Add(std::string_view key, const cadcam::zvTPoint3d<double>& point) {
     Add(key, ordered_json::array({Number(point.x), Number(point.y), Number(point.z)}));
@@ -313,17 +313,17 @@ void RequireEqual(const List& stored, const List& again) {
 
 void ShowLog(const std::string& fileName, bool json) {
   LogPage page(fileName, json);
-  ReadTagged(fileName, [&](const std::string& tag, std::uint32_t version,
-                           misc::zvBinInputStream& stream) {
-    const Form* form = &kForms[0];  // which says that other tags are none
-    for (const Form& known : kForms)
-      if (known.tag == tag) form = &known;
-    LogPage read(fileName, json);
-    if (!json) read.Add("file", std::string(form->words));
-    read.Add("version", ordered_json(version));
-    form->add(read, stream);
-    page = read;
-  });
+  ReadTagged(fileName,
+             [&](const std::string& tag, std::uint32_t version, misc::zvBinInputStream& stream) {
+               const Form* form = &kForms[0];  // which says that other tags are none
+               for (const Form& known : kForms)
+                 if (known.tag == tag) form = &known;
+               LogPage read(fileName, json);
+               if (!json) read.Add("file", std::string(form->words));
+               read.Add("version", ordered_json(version));
+               form->add(read, stream);
+               page = read;
+             });
   Print(page.Text());
 }
 

@@ -124,11 +124,11 @@ PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progres
   zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
                       job.options.toolLength);
   const post::zvPostedTP& posted = kernel.Post(job.toolPath);
-  PostOutcome outcome{
-      kernel.GetCounts(), posted.HasAlignMatrix(),
-      WriteFiles(job, folder, progress, posted.GetCount(), [&](const auto& write) {
-        for (auto move = posted.Begin(); move != posted.End(); ++move) write(**move);
-      })};
+  PostOutcome outcome{kernel.GetCounts(), posted.HasAlignMatrix(),
+                      WriteFiles(job, folder, progress, posted.GetCount(), [&](const auto& write) {
+                        for (auto move = posted.Begin(); move != posted.End(); ++move)
+                          write(**move);
+                      })};
   // A log without a line says five axes, whatever the machine has, and could not be read.
   outcome.hasLog = posted.GetCount() != 0 || AxisCount(job.machine) == 5;
   if (outcome.hasLog)
@@ -141,17 +141,16 @@ PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progres
 // Moves without extended blocks, which the creator of the machine's class makes.
 template <class Creator>
 PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) {
-  const auto creator = misc::MakeAutoPointer<Creator>(job.machine.builder.GetMachDef(),
-                                                      job.options.control, job.par,
-                                                      job.options.origin, job.options.toolLength);
+  const auto creator =
+      misc::MakeAutoPointer<Creator>(job.machine.builder.GetMachDef(), job.options.control, job.par,
+                                     job.options.origin, job.options.toolLength);
   const auto posted = creator->Post(job.toolPath, true);
   post::zvPostingCounts counts;
   if constexpr (requires { creator->GetCounts(); }) counts = creator->GetCounts();
-  PostOutcome outcome{
-      counts, !creator->GetAlignMatrix().IsNull(),
-      WriteFiles(job, folder, progress, posted->GetCount(), [&](const auto& write) {
-        for (const auto& move : *posted) write(move);
-      })};
+  PostOutcome outcome{counts, !creator->GetAlignMatrix().IsNull(),
+                      WriteFiles(job, folder, progress, posted->GetCount(), [&](const auto& write) {
+                        for (const auto& move : *posted) write(move);
+                      })};
   // Small moves of six axes are stored so that no reader of the same version takes them.
   outcome.hasLog = !std::is_same_v<Creator, zvPosted6axTPCreator>;
   if (outcome.hasLog)

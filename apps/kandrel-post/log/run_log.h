@@ -16,8 +16,8 @@ class TextSink;
 /// Reads a log. Throws those of zvKDRInput as a FailureInFile.
 zvKDRInput ReadLog(const std::string& fileName);
 
-/// Opens a log or one of its siblings, plain or compressed, and hands its tag, version and stream to
-/// `read`; the stream stands at the file's start. What is thrown becomes a FailureInFile.
+/// Opens a log or one of its siblings, plain or compressed, and hands its tag, version and stream
+/// to `read`; the stream stands at the file's start. What is thrown becomes a FailureInFile.
 void ReadTagged(const std::string& fileName,
                 const std::function<void(const std::string& tag, std::uint32_t version,
                                          misc::zvBinInputStream& stream)>& read);
