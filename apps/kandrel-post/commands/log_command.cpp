@@ -19,12 +19,12 @@
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/commands/report.h"
-#include "kandrel-post/commands/tool_words.h"
+#include "kandrel-post/commands/tool_text.h"
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/log/run_log.h"
 #include "kandrel-post/machine/json.h"
 #include "kandrel-post/out/csv_writer.h"
-#include "kandrel-post/out/json_number.h"
+#include "kandrel-post/out/json_text.h"
 #include "kandrel-post/out/posted_row.h"
 #include "kandrel-post/out/text_sink.h"
 
@@ -165,11 +165,7 @@ class LogPage {
   // The fields of JSON stand in one line each.
   std::string Text() const {
     if (!m_json) return m_words;
-    std::string text;
-    for (const auto& item : m_object.items())
-      text +=
-          fmt::format("{} \"{}\": {}", text.empty() ? "{" : ",\n", item.key(), item.value().dump());
-    return text + "}\n";
+    return JsonText(m_object);
   }
 
  private:

@@ -6,6 +6,7 @@
 #include <kandrel/post/model/posting_parameters.h>
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -26,6 +27,9 @@ std::vector<std::pair<std::string_view, SettingValue>> SettingsOf(const post::zv
 
 /// "x,y,z". Throws UsageError unless it is three finite numbers.
 cadcam::zvTPoint3d<double> ParsePoint(std::string_view text);
+
+/// Nothing unless all of `text` is a finite number.
+std::optional<double> FiniteNumber(std::string_view text);
 
 /// Throws UsageError unless `text` is a finite number.
 double ParseLength(std::string_view text);

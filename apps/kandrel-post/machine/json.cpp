@@ -23,7 +23,7 @@
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/machine/values.h"
 #include "kandrel-post/out/axis_words.h"
-#include "kandrel-post/out/json_number.h"
+#include "kandrel-post/out/json_text.h"
 
 namespace kandrel_post {
 
@@ -316,12 +316,7 @@ std::string MachineToJson(const Machine& machine) {
     for (std::size_t i = 0; i < 3; ++i) object[kOnWorkpieceKeys[i]] = values.onWorkpiece[i];
   }
 
-  // One key a line, its value on one line: a screen holds it.
-  std::string text;
-  for (const auto& item : object.items())
-    text +=
-        fmt::format("{} \"{}\": {}", text.empty() ? "{" : ",\n", item.key(), item.value().dump());
-  return text + "}\n";
+  return JsonText(object);
 }
 
 }  // namespace kandrel_post

@@ -1,20 +1,15 @@
-// Numbers of JSON text.
-#pragma once
+#include "kandrel-post/out/json_text.h"
 
 #include <fmt/format.h>
 
 #include <cmath>
 #include <cstdint>
-#include <nlohmann/json.hpp>
-#include <string_view>
 
 #include "kandrel-post/host/errors.h"
 
 namespace kandrel_post {
 
-/// A number; whole ones are written as such: 100000, not 1e+05 or 100000.0. Fails with error 0 for
-/// one that is not finite, of which `what` is said.
-inline nlohmann::ordered_json JsonNumber(double value, std::string_view what) {
+nlohmann::ordered_json JsonNumber(double value, std::string_view what) {
   if (!std::isfinite(value))
     Fail(fmt::format("{} with a number that is not finite can't be JSON", what));
   constexpr double kExact = 9007199254740992.0;
@@ -23,6 +18,14 @@ inline nlohmann::ordered_json JsonNumber(double value, std::string_view what) {
   if (std::abs(value) <= kExact && std::trunc(value) == value && value != 0)
     return static_cast<std::int64_t>(value);
   return value;
+}
+
+std::string JsonText(const nlohmann::ordered_json& object) {
+  std::string text;
+  for (const auto& item : object.items())
+    text +=
+        fmt::format("{} \"{}\": {}", text.empty() ? "{" : ",\n", item.key(), item.value().dump());
+  return text + "}\n";
 }
 
 }  // namespace kandrel_post
