@@ -11,6 +11,7 @@
 #include <kandrel/post/creators/creator_caster.h>
 #include <kandrel/post/model/post_exception.h>
 
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -63,6 +64,19 @@ void WriteRun(misc::zvBinOutputStream& stream, const Source& source,
   out.WriteToolPath(toolpath);
 }
 
+// Opens a file as a container and reads four bytes of it; false for a plain file.
+bool Probe(const std::wstring& path, std::optional<pack::zvCompressedInputFileStream>& stream) {
+  try {
+    stream.emplace(path);
+    std::uint32_t tag = 0;
+    misc::zvBIBasicTypes(*stream, false, false, false).ReadUnsigned(tag);
+    return true;
+  } catch (const misc::zvException& e) {
+    if (e.GetMessage() != L"Magic error!") throw;
+    return false;
+  }
+}
+
 }  // namespace
 
 void zvKDROutput::Write(misc::zvBinOutputStream& stream, const CreatorPointer& creator,
@@ -111,15 +125,8 @@ zvKDROutput::zvKDROutput(const std::wstring& path, const zvKDR5AxBase& base,
 }
 
 bool zvKDRInput::IsFileCompress(const std::wstring& path) {
-  try {
-    pack::zvCompressedInputFileStream stream(path);
-    std::uint32_t tag = 0;
-    misc::zvBIBasicTypes(stream, false, false, false).ReadUnsigned(tag);
-    return true;
-  } catch (const misc::zvException& e) {
-    if (e.GetMessage() != L"Magic error!") throw;
-    return false;
-  }
+  std::optional<pack::zvCompressedInputFileStream> stream;
+  return Probe(path, stream);
 }
 
 zvKDRInput::zvKDRInput(misc::zvBinInputStream& stream) {
@@ -127,9 +134,15 @@ zvKDRInput::zvKDRInput(misc::zvBinInputStream& stream) {
 }
 
 zvKDRInput::zvKDRInput(const std::wstring& path) {
-  if (IsFileCompress(path)) {
-    pack::zvCompressedInputFileStream stream(path);
-    Read(stream);
+  std::optional<pack::zvCompressedInputFileStream> compressed;
+  if (Probe(path, compressed)) {
+    // What was decompressed for the probe is not decompressed once more.
+    misc::zvByteWindow& window = compressed->GetWindow();
+    if (window.next != nullptr)
+      window.next -= sizeof(std::uint32_t);
+    else
+      compressed.emplace(path);
+    Read(*compressed);
   } else {
     misc::zvIFStream file(path, std::ios::in | std::ios::binary);
     misc::zvStdInputStream stream(&file);
