@@ -1,7 +1,7 @@
 // Stores a posting as a log, reads the log back, posts its toolpath again and compares.
 //
 //   store_and_replay FILE.kdr
-#include <kandrel/cadcam/tools/end_mill.h>
+#include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/post/creators/posting_facade.h>

@@ -70,14 +70,11 @@ void zvBICadcamTypes::ReadCommonFields(zvCNCMove& move) {
   move.SetStamp(number);
 }
 
-void zvBICadcamTypes::ReadMove(zv3axMove& move) {
-  zv3axMove read;
+void zvBICadcamTypes::ReadFields(zv3axMove& read) {
   ReadCommonFields(read);
-  move = read;
 }
 
-void zvBICadcamTypes::ReadMove(zv5axMove& move) {
-  zv5axMove read;
+void zvBICadcamTypes::ReadFields(zv5axMove& read) {
   ReadCommonFields(read);
   bool hasExtendedData = false;
   m_basic.ReadBool(hasExtendedData);
@@ -89,6 +86,17 @@ void zvBICadcamTypes::ReadMove(zv5axMove& move) {
     read.SetExtendedVector(point);
     if (Since(91)) read.SetExtendedId(m_basic.ReadSizeValue());
   }
+}
+
+void zvBICadcamTypes::ReadMove(zv3axMove& move) {
+  zv3axMove read;
+  ReadFields(read);
+  move = read;
+}
+
+void zvBICadcamTypes::ReadMove(zv5axMove& move) {
+  zv5axMove read;
+  ReadFields(read);
   move = read;
 }
 
@@ -96,13 +104,13 @@ void zvBICadcamTypes::ReadMove(zvMovePointer& move) {
   switch (ReadTag()) {
     case persistence::k5axMoveTag: {
       auto read = misc::MakeAutoPointer<zv5axMove>();
-      ReadMove(*read);
+      ReadFields(*read);
       move = std::move(read);
       return;
     }
     case persistence::k3axMoveTag: {
       auto read = misc::MakeAutoPointer<zv3axMove>();
-      ReadMove(*read);
+      ReadFields(*read);
       move = std::move(read);
       return;
     }

@@ -67,6 +67,8 @@ class KANDREL_API zvBICadcamTypes {
 
  private:
   void ReadCommonFields(zvCNCMove& move);
+  void ReadFields(zv5axMove& read);
+  void ReadFields(zv3axMove& read);
 
   misc::zvBinInputStream& m_stream;
   misc::zvBIBasicTypes m_basic;
