@@ -24,6 +24,7 @@ using cadcam::zvcadcamException;
 using misc::zvmiscException;
 using post::zvPosted5axMove;
 using tests::Bytes;
+using tests::FileText;
 using tests::kMetric;
 using tests::MemoryInput;
 using tests::Point;
@@ -91,11 +92,6 @@ std::string Log(const Source&... source) {
   tests::MemoryOutput out;
   zvKDROutput(out, source...);
   return out.GetBytes();
-}
-
-std::string FileText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // A log outlived by what was in it.

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "tests/apps/kandrel_post/posting_checks.h"
+#include "posting_checks.h"
 
 namespace {
 
@@ -60,14 +60,16 @@ TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
   const std::string cl = scratch.Path("part.cl"), empty = scratch.Path("empty.cl");
   std::ofstream(cl) << "GOTO/0,0,20\nFINI\n";
   std::ofstream(empty) << "FINI\n";
-  const std::tuple<const char*, std::string, bool> cases[] = {
-      {"mill6_cb_w --small", cl, false}, {"mill6_cb_w", cl, true}, {"mill3_metric", empty, false},
-      {"mill3_metric --small", empty, true}, {"trunnion_ca", empty, true}};
+  const std::tuple<const char*, std::string, bool> cases[] = {{"mill6_cb_w --small", cl, false},
+                                                              {"mill6_cb_w", cl, true},
+                                                              {"mill3_metric", empty, false},
+                                                              {"mill3_metric --small", empty, true},
+                                                              {"trunnion_ca", empty, true}};
   for (const auto& [options, path, hasLog] : cases) {
     SCOPED_TRACE(options + path);
     const tests::ScratchFolder out;
-    const auto run = RunLine(std::string("post -t ") + path + " -o " + out.Path("o") +
-                             " -m preset:" + options);
+    const auto run =
+        RunLine(std::string("post -t ") + path + " -o " + out.Path("o") + " -m preset:" + options);
     ASSERT_EQ(run.exitCode, 0) << run.failure;
     EXPECT_EQ(run.summary.find("no run.kdr") == std::string::npos, hasLog) << run.summary;
     const auto replay = RunLine("log replay " + out.Path("o/run.kdr"));
@@ -96,9 +98,9 @@ TEST(Logs, SiblingsAreShownByTheirTags) {
                 .at("machine")
                 .at("axes"),
             5);
-  EXPECT_EQ(show("KDRC", [&](auto& out) { Manager::SaveControlDefinition(out, control); })
-                .at("control"),
-            json({"none", "none"}));
+  EXPECT_EQ(
+      show("KDRC", [&](auto& out) { Manager::SaveControlDefinition(out, control); }).at("control"),
+      json({"none", "none"}));
   EXPECT_EQ(show("KDRP", [&](auto& out) { Manager::SaveKandrelParams(out, par); })
                 .at("parameters")
                 .at("poleHandling"),
@@ -109,7 +111,8 @@ TEST(Logs, SiblingsAreShownByTheirTags) {
                 .at("writer")
                 .at("toolComment"),
             "SAMPLE TOOL");
-  const json all = show("KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); });
+  const json all =
+      show("KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); });
   EXPECT_EQ(all.at("toolLength"), 9);
   EXPECT_EQ(all.at("writer").at("units"), "inch");
   // The other commands take logs alone, and a tag of none is refused by all.
