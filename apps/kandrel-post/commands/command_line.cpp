@@ -8,6 +8,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/parameters.h"
@@ -94,6 +95,29 @@ void AddMachine(CLI::App& app) {
   show.callback([machine, json] { ShowMachine(*machine, *json); });
 }
 
+void AddTool(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("tool", "Cutting tools and their parameters");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post tool show zvBullMill --set cornerRadius=1.5 --json");
+  CLI::App& list = *command.add_subcommand("list", "List the types of tools");
+  list.footer("Example: kandrel-post tool list");
+  list.callback([] { ListTools(); });
+  CLI::App& show = *command.add_subcommand("show", "Show a tool in words or as JSON");
+  show.footer("Example: kandrel-post tool show zvDrill --set diameter=6 --set tipAngle=140");
+  struct Options {
+    std::string type;
+    std::vector<std::string> settings;
+    bool json = false;
+  };
+  auto options = std::make_shared<Options>();
+  show.add_option("TYPE", options->type, "type of the tool, as tool list names it")->required();
+  show.add_option("--set", options->settings,
+                  "NAME=VALUE, a parameter of the tool by its field name; repeatable")
+      ->allow_extra_args(false);
+  show.add_flag("--json", options->json, "as JSON");
+  show.callback([options] { ShowTool(options->type, options->settings, options->json); });
+}
+
 int Run(int argc, const char* const* argv) {
   CLI::App app("Posts toolpaths for CNC machines: a small host of the Kandrel library",
                "kandrel-post");
@@ -103,6 +127,7 @@ int Run(int argc, const char* const* argv) {
   AddSample(app);
   AddPost(app);
   AddMachine(app);
+  AddTool(app);
   try {
     app.parse(argc, argv);
     return kDone;

@@ -36,4 +36,9 @@ void ListPresets();
 /// Prints a machine in words or as JSON.
 void ShowMachine(const std::string& machine, bool json);
 
+/// Prints the types of tools, each with the parameters of its own.
+void ListTools();
+/// Prints a tool in words or as JSON; `settings` are NAME=VALUE.
+void ShowTool(const std::string& type, const std::vector<std::string>& settings, bool json);
+
 }  // namespace kandrel_post

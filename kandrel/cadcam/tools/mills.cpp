@@ -247,6 +247,7 @@ constinit const zvToolType zvChamferMill::kType =
 
 constinit const zvToolType zvSlotMill::kType =
     TypeOf<zvSlotMill>({.name = "zvSlotMill",
+                        .hasOneLength = true,
                         .failure = 2124,
                         .defaults = {.diameter = 50, .fluteLength = 4, .shoulderLength = 4},
                         .holder = detail::kHolder,
