@@ -126,7 +126,7 @@ const TextCase kTextCases[] = {
     {"endloop", "end endloop", 3507, 7},
     {"endloop", "endloop\nendloop", 3510, 8},
     {"endloop", "", 3501, 9},
-    {"endloop\n  endfacet\n", kFacet, 3510, 7},
+    {"endloop\n  endfacet\n", kFacet + "\n", 3510, 7},
     {"endloop\n", kFacet + "\n", 3510, 7},
     {"endloop\n  endfacet\n", "endfacet\n" + kFacet + "\nouter loop\n", 3510, 9},
     {"endfacet", "endfacet x", 3506, 8},
