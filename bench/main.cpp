@@ -132,6 +132,7 @@ int main(int argc, char** argv) {
   bench::AddFourAxisCreator(suite);
   bench::AddFiveAxisCreator(suite);
   bench::AddFacade(suite);
+  bench::AddMesh(suite);
   bench::AddPersistence(suite);
 
   const std::string_view command = argc > 1 ? argv[1] : "";

@@ -47,6 +47,7 @@ void AddThreeAxisCreator(Suite& suite);
 void AddFourAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
+void AddMesh(Suite& suite);
 void AddPersistence(Suite& suite);
 
 }  // namespace bench

@@ -16,6 +16,10 @@ inline constexpr double kNoValue = 1e308;
 /// machine lies between, also as a 32-bit float.
 inline constexpr double kEmptyBox = 3e38;
 
+/// Length below which the normal of a triangle in a file says nothing: writers without one put 0,
+/// or leave noise there.
+inline constexpr double kNoNormal = 1e-6;
+
 /// Largest difference per element for an axis system to count as the identity.
 inline constexpr double kAxisIdentity = 1e-5;
 

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -95,6 +96,33 @@ void AddMachine(CLI::App& app) {
   show.callback([machine, json] { ShowMachine(*machine, *json); });
 }
 
+void AddSTL(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("stl", "STL files, as text and binary");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post stl show part.stl");
+  CLI::App& show = *command.add_subcommand("show", "Show form, triangles and extents");
+  show.footer("Example: kandrel-post stl show part.stl --json");
+  auto file = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  show.add_option("FILE", *file, "an STL file of either form")->required();
+  show.add_flag("--json", *json, "as JSON");
+  show.callback([file, json] { ShowSTL(*file, *json); });
+  CLI::App& convert = *command.add_subcommand("convert", "Write an STL file in the form of IN");
+  convert.footer("Example: kandrel-post stl convert part.stl part.txt.stl --text");
+  auto in = std::make_shared<std::string>();
+  auto out = std::make_shared<std::string>();
+  convert.add_option("IN", *in, "an STL file of either form")->required();
+  convert.add_option("OUT", *out, "the file to write; an older one stays unless all goes well")
+      ->required();
+  auto text = std::make_shared<bool>(false);
+  auto binary = std::make_shared<bool>(false);
+  CLI::Option* const asText = convert.add_flag("--text", *text, "write a text");
+  convert.add_flag("--binary", *binary, "write a binary file")->excludes(asText);
+  convert.callback([in, out, text, binary] {
+    ConvertSTL(*in, *out, *text || *binary ? std::optional(*text) : std::nullopt);
+  });
+}
+
 void AddTool(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("tool", "Cutting tools and their parameters");
   command.require_subcommand(1);
@@ -127,6 +155,7 @@ int Run(int argc, const char* const* argv) {
   AddSample(app);
   AddPost(app);
   AddMachine(app);
+  AddSTL(app);
   AddTool(app);
   try {
     app.parse(argc, argv);

@@ -71,6 +71,38 @@ grep -q '^error 0: standard output: ' stderr || complain "full: $(cat stderr)"
 "$app" --help >/dev/full 2>stderr
 [ $? -eq 1 ] || complain "help that nobody gets is no failure"
 
+# STL files. Two triangles, since a binary file of one is too short to be known as one.
+facet='facet normal 0 0 1\nouter loop\nvertex 0 -0 0\nvertex 0.1 0 0\nvertex 0 2.00000000001 0'
+printf "solid a\n$facet\nendloop\nendfacet\n$facet\nendloop\nendfacet\nendsolid" >text.stl
+json='"triangles": 2, "min": [0, 0, 0], "max": [0.1, 2, 0]}'
+expect 0 "" stl show text.stl --json
+[ "$(cat stdout)" = "{\"form\": \"text\", $json" ] || complain "stl show --json: $(cat stdout)"
+expect 0 "" stl show text.stl
+grep -q '^X  *0 to 0.1$' stdout || complain "stl show: $(cat stdout)"
+expect 0 "" stl convert text.stl binary.stl --binary
+[ "$(stat -c %s binary.stl)" -eq 184 ] || complain "size of a binary STL file"
+expect 0 "" stl show binary.stl --json
+[ "$(cat stdout)" = "{\"form\": \"binary\", $json" ] || complain "binary STL: $(cat stdout)"
+expect 0 "" stl convert binary.stl again.stl
+cmp -s binary.stl again.stl || complain "stl convert takes another form than that of its file"
+expect 0 "" stl convert text.stl text.stl
+grep -q '^      vertex 0 2.00000000001 0$' text.stl || complain "digits lost: $(cat text.stl)"
+printf 'solid\nendsolid' >none.stl
+expect 0 "" stl show none.stl --json
+[ "$(cat stdout)" = '{"form": "text", "triangles": 0, "min": null, "max": null}' ] ||
+  complain "stl show of no triangle: $(cat stdout)"
+printf 'solid\nvertex 1 2' >bad.stl
+expect 1 $'error 3504: [^\n]*\n  caused by 0: bad.stl:2' stl show bad.stl
+expect 1 $'error 3500: [^\n]*\n  caused by 0: nothing.stl' stl convert nothing.stl binary.stl
+expect 1 $'error 3508: [^\n]*\n  caused by 0: [.]' stl show .
+expect 1 $'error 2149: [^\n]*\n  caused by 0: /dev/full' stl convert text.stl /dev/full
+(ulimit -f 0 && exec "$app" stl convert again.stl binary.stl) 2>/dev/null
+[ $? -eq 1 ] || complain "a file size limit is no failure"
+cmp -s binary.stl again.stl || complain "a conversion that fails spoils the older file"
+! ls -A | grep -q 'tmp[0-9]' || complain "a conversion that fails leaves $(ls -A)"
+"$app" stl convert text.stl out.stl --text --binary 2>/dev/null
+[ $? -eq 2 ] || complain "both forms at once"
+
 # Streams that come closed: the files opened next must not take their place.
 "$app" post -m preset:mill3_metric -t square.cl -o closed >&- 2>stderr
 [ $? -eq 1 ] || complain "a closed standard output is no failure"
