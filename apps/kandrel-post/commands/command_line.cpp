@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -123,6 +124,35 @@ void AddSTL(CLI::App& app) {
   });
 }
 
+void AddToolMesh(CLI::App& tool) {
+  CLI::App& mesh = *tool.add_subcommand("mesh", "Write a tool as triangles, to an STL file");
+  mesh.footer("Example: kandrel-post tool mesh zvEndMill mill.stl --set diameter=6 --part cutting");
+  auto options = std::make_shared<ToolMeshOptions>();
+  auto tolerance = std::make_shared<std::string>("0.1");
+  auto part = std::make_shared<std::string>();
+  // By the numbers of cadcam::zvToolMeshPart.
+  const std::vector<std::string> parts = {"cutting", "noncutting", "arbor", "holder"};
+  mesh.add_option("TYPE", options->type, "type of the tool, as tool list names it")->required();
+  mesh.add_option("OUT", options->file,
+                  "the file to write; an older one stays unless all goes well")
+      ->required();
+  mesh.add_option("--tolerance", *tolerance,
+                  "how far the mesh may lie from the tool, in the tool's units (0.1)")
+      ->check(Check(&ParseLength));
+  mesh.add_option("--part", *part, "cutting, noncutting, arbor or holder (all of them)")
+      ->check(CLI::IsMember(parts));
+  mesh.add_option("--set", options->settings,
+                  "NAME=VALUE, a parameter of the tool by its field name; repeatable")
+      ->allow_extra_args(false);
+  mesh.callback([options, tolerance, part, parts] {
+    options->tolerance = ParseLength(*tolerance);
+    if (!part->empty())
+      options->part =
+          static_cast<int>(std::find(parts.begin(), parts.end(), *part) - parts.begin());
+    MeshTool(*options);
+  });
+}
+
 void AddTool(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("tool", "Cutting tools and their parameters");
   command.require_subcommand(1);
@@ -144,6 +174,7 @@ void AddTool(CLI::App& app) {
       ->allow_extra_args(false);
   show.add_flag("--json", options->json, "as JSON");
   show.callback([options] { ShowTool(options->type, options->settings, options->json); });
+  AddToolMesh(command);
 }
 
 int Run(int argc, const char* const* argv) {

@@ -46,4 +46,16 @@ void ListTools();
 /// Prints a tool in words or as JSON; `settings` are NAME=VALUE.
 void ShowTool(const std::string& type, const std::vector<std::string>& settings, bool json);
 
+struct ToolMeshOptions {
+  std::string type;
+  std::string file;
+  std::vector<std::string> settings;  ///< NAME=VALUE
+  double tolerance = 0.1;
+  std::optional<int> part;  ///< by the number of cadcam::zvToolMeshPart; none for all of them
+};
+
+/// Writes the mesh of a tool as a binary STL file; one without a triangle as a text, as nothing
+/// tells an empty binary file from other ones.
+void MeshTool(const ToolMeshOptions& options);
+
 }  // namespace kandrel_post

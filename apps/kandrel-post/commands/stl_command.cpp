@@ -1,9 +1,6 @@
 #include <fmt/format.h>
 #include <kandrel/cadcam/stl/stl_reader.h>
-#include <kandrel/cadcam/stl/stl_writer.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
-#include <kandrel/misc/byte_files.h>
-#include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/text.h>
 #include <unistd.h>
 
@@ -11,7 +8,7 @@
 #include <string>
 
 #include "kandrel-post/commands/commands.h"
-#include "kandrel-post/host/signals.h"
+#include "kandrel-post/out/stl_output.h"
 #include "kandrel-post/out/text_sink.h"
 
 namespace kandrel_post {
@@ -36,24 +33,6 @@ zvSTLForm Load(const std::string& file, zvTMesh<T>& mesh) {
   } catch (const cadcam::zvParserException& e) {
     const misc::zvException cause = place(e.GetDetail());
     throw cadcam::zvParserException(e.GetId(), &cause, e.GetDetail());
-  }
-}
-
-template <class T>
-void Write(const std::string& file, const zvTMesh<T>& mesh, zvSTLForm form) {
-  std::optional<misc::zvBinOutputFile> out;
-  std::optional<RemovedBySignal> removed;
-  {
-    const SignalsHeld held;  // no file without what removes it
-    out.emplace(misc::FromUtf8(file));
-    removed.emplace(out->GetTemporary());
-  }
-  try {
-    form == zvSTLForm::text ? WriteText(*out, mesh) : WriteBinary(*out, mesh);
-    out->Commit();
-  } catch (const misc::zvmiscException& e) {
-    const misc::zvException cause(0, misc::FromUtf8(file));
-    throw misc::zvmiscException(e.GetId(), &cause);
   }
 }
 
@@ -91,11 +70,11 @@ void ConvertSTL(const std::string& in, const std::string& out, std::optional<boo
   zvTMesh<float> mesh;
   const zvSTLForm from = Load(in, mesh);
   const zvSTLForm to = !toText ? from : *toText ? zvSTLForm::text : zvSTLForm::binary;
-  if (from == zvSTLForm::binary || to == zvSTLForm::binary) return Write(out, mesh, to);
+  if (from == zvSTLForm::binary || to == zvSTLForm::binary) return WriteMesh(out, mesh, to);
   // A text may have more digits than a float keeps.
   zvTMesh<double> fine;
   Load(in, fine);
-  Write(out, fine, to);
+  WriteMesh(out, fine, to);
 }
 
 }  // namespace kandrel_post
