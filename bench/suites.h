@@ -49,5 +49,6 @@ void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
 void AddMesh(Suite& suite);
 void AddPersistence(Suite& suite);
+void AddToolMesh(Suite& suite);
 
 }  // namespace bench
