@@ -34,7 +34,7 @@ TEST(ToolChecks, EachStopsJustBeyondItsToleranceWithItsIdAndCauses) {
       if (std::isinf(expected))
         EXPECT_EQ(found, expected) << name;
       else
-        EXPECT_NEAR(found, expected, 1e-13 * std::max(1.0, expected)) << name;
+        EXPECT_NEAR(found, expected, 1e-14 * std::max(1.0, expected)) << name;
     }
     // What has passed passes again, and means the same.
     tool->Validate();

@@ -382,10 +382,14 @@ TEST(LatheTool, HoldsAnySolid) {
   tool.SetUnits(kInch);
   EXPECT_NEAR(tool.GetTotalLength() * 25.4, 6, 1e-13);
   EXPECT_NEAR(tool.Clone()->GetHolder().GetHeight() * 25.4, 3, 1e-13);
-  const auto failure = tests::FailureOf([&] {
-    zvLatheTool(tests::PartOf<Holder>("0,0;0,5"), tests::PartOf<Arbor>("0,0;0,5"), solid, kMetric);
-  });
-  EXPECT_EQ(failure, "2175 2134: Invalid radius in holder profile");
+  const auto failure = [&](const char* holder, const char* arbor) {
+    return tests::FailureOf([&] {
+      zvLatheTool(tests::PartOf<Holder>(holder), tests::PartOf<Arbor>(arbor), solid, kMetric);
+    });
+  };
+  EXPECT_EQ(failure("0,0;0,5", "0,0;0,5"), "2175 2134: Invalid radius in holder profile");
+  EXPECT_EQ(failure("mesh", "0,0;0,5"), "2175 2136: Invalid radius in arbor profile");
+  EXPECT_EQ(failure("none", "none"), "nothing");
 }
 
 }  // namespace
