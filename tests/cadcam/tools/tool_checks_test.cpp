@@ -1,6 +1,7 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tools/profile_validation.h>
 #include <tests/support/numbers.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include "tool_cases.h"
@@ -9,6 +10,7 @@ namespace cadcam {
 namespace {
 
 using tests::Apply;
+using tests::kMetric;
 using tests::NumberOf;
 using tests::ThrowsId;
 
@@ -118,6 +120,64 @@ TEST(ToolChecks, WhatIsNoNumberNeverPasses) {
       expectRefused([&](auto& v) { Apply(v, {{"holder", profile}}); });
       expectRefused([&](auto& v) { Apply(v, {{"arbor", profile}}); });
     }
+  }
+}
+
+// Whatever the numbers are, a tool is refused in the documented way, or stays what it is when it is
+// made again of its own values.
+TEST(ToolChecks, WhatPassesOncePassesAgainForAnyNumbers) {
+  tests::Seeded random;
+  const double odd[] = {0,
+                        1e-6,
+                        -1e-6,
+                        9e-7,
+                        1e-12,
+                        1,
+                        5,
+                        20,
+                        90,
+                        180,
+                        1e300,
+                        1e-300,
+                        tests::kInfinity,
+                        -tests::kInfinity,
+                        tests::kNaN};
+  for (const zvToolType* type : ToolTypes()) {
+    SCOPED_TRACE(type->name);
+    int made = 0;
+    for (int i = 0; i < 3000; ++i) {
+      zvToolValues values = tests::GoodValues(*type);
+      const auto stir = [&](double number) {
+        if (random.Chance(0.6)) return number;
+        if (random.Chance(0.6)) return number * random.Real(0, 3);
+        return odd[random.Integer(0, static_cast<int>(std::size(odd)) - 1)];
+      };
+      zvToolNumbers& n = values.numbers;
+      n.diameter = stir(n.diameter);
+      n.fluteLength = stir(n.fluteLength);
+      n.shoulderLength = random.Chance(0.2) ? n.fluteLength : stir(n.shoulderLength);
+      for (const zvToolParameter parameter : type->parameters)
+        SetParameter(n, parameter, stir(GetParameter(n, parameter)));
+      n.cornerRadiusType = cornerRadiusType(random.Integer(0, 3));
+      if (random.Chance(0.3)) n.cornerRadius = n.diameter / 2;
+      zvToolType::ToolPointer tool;
+      try {
+        if (random.Chance(0.2)) values.shoulder.emplace(stir(3), stir(n.fluteLength), kMetric);
+        tool = type->make(values);
+      } catch (const misc::zvException& e) {
+        EXPECT_GT(e.GetId(), 2100u);
+        EXPECT_LT(e.GetId(), 2423u);
+        continue;
+      }
+      ++made;
+      const auto again = type->make(tool->GetValues());
+      EXPECT_EQ(again->GetNumbers(), tool->GetNumbers());
+      EXPECT_EQ(again->HasShoulderDefinition(), tool->HasShoulderDefinition());
+      EXPECT_EQ(NumberOf(*again, "shoulderDiameter"), NumberOf(*tool, "shoulderDiameter"));
+      EXPECT_EQ(NumberOf(*again, "shoulderBaseLength"), NumberOf(*tool, "shoulderBaseLength"));
+    }
+    EXPECT_GT(made, 100);
+    EXPECT_LT(made, 2900);
   }
 }
 
