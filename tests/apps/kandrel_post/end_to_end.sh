@@ -32,6 +32,18 @@ any=$'[^\n]*'
 expect 0 "" machine presets
 awk '{print $1}' stdout | LC_ALL=C sort -c || complain "presets out of order: $(cat stdout)"
 
+# Tools: every type that is listed can be shown, also as JSON.
+expect 0 "" tool list
+[ "$(wc -l <stdout)" -eq 23 ] || complain "types of tools: $(cat stdout)"
+for type in $(awk '{print $1}' stdout); do
+  expect 0 "" tool show "$type"
+  expect 0 "" tool show "$type" --json
+  grep -q "^{ \"type\": \"$type\",$" stdout || complain "JSON of $type: $(cat stdout)"
+done
+expect 1 "error 2116: $any"$'\n'"  caused by 2117: $any" tool show zvBullMill --set cornerRadius=6
+expect 2 "zvMill: $any" tool show zvMill
+expect 2 "tipAngle=9: $any" tool show zvEndMill --set tipAngle=9
+
 # A posting, and one with every option.
 "$app" sample square >square.cl
 expect 0 "" post -m preset:mill3_metric -t square.cl -o out/of/here/
