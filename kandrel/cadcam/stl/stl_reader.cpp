@@ -1,4 +1,4 @@
-#include <kandrel/cadcam/stl/line_reader.h>
+#include <kandrel/cadcam/stl/detail/line_reader.h>
 #include <kandrel/cadcam/stl/parser_stl.h>
 #include <kandrel/cadcam/stl/stl_file.h>
 #include <kandrel/cadcam/stl/stl_reader.h>

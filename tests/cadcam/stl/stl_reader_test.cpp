@@ -279,8 +279,8 @@ TEST(STLReader, PathsFailByTheirKind) {
       {L"/dev/zero", 3508},
   };
   Mesh mesh;
-  for (const auto& [path, id] : cases)
-    EXPECT_TRUE(tests::ThrowsId<zvSTLParserException>([&] { LoadSTL(path, mesh); }, id));
+  for (const auto& c : cases)
+    EXPECT_TRUE(tests::ThrowsId<zvSTLParserException>([&] { LoadSTL(c.first, mesh); }, c.second));
   tests::WriteFile(folder.Path("\u00E9.stl"), kText);
   EXPECT_EQ(LoadSTL(folder.WidePath("\u00E9.stl"), mesh), zvSTLForm::text);
   EXPECT_EQ(mesh.GetTriangles().size(), 1u);
