@@ -228,6 +228,18 @@ TEST(STLReader, AWordBehindTheHeaderMakesAText) {
     }
 }
 
+TEST(STLReader, LongLinesAreATextWhereTheSizeFitsNoBinaryFile) {
+  std::string text = kText;
+  text.replace(text.find(" 0 0 1"), 6, std::string(150, ' ') + "0 0 1");
+  EXPECT_EQ(Load(text).form, zvSTLForm::text);
+  EXPECT_EQ(Load(text).mesh.GetTriangles().size(), 1u);
+  text[100] = '\a';
+  EXPECT_EQ(Load(text).id, 3511u);
+  text = kText;
+  text.insert(text.find("facet"), std::string(150, ' '));
+  EXPECT_EQ(Load(text).id, 3511u);
+}
+
 TEST(STLReader, CoordinatesAreFiniteAndNormalsUnitVectors) {
   for (std::size_t place = 3; place < 12; ++place)
     for (const double bad : {tests::kNaN, tests::kInfinity, -tests::kInfinity}) {
@@ -267,8 +279,8 @@ TEST(STLReader, PathsFailByTheirKind) {
       {L"/dev/zero", 3508},
   };
   Mesh mesh;
-  for (const auto& [path, id] : cases)
-    EXPECT_TRUE(tests::ThrowsId<zvSTLParserException>([&] { LoadSTL(path, mesh); }, id));
+  for (const auto& c : cases)
+    EXPECT_TRUE(tests::ThrowsId<zvSTLParserException>([&] { LoadSTL(c.first, mesh); }, c.second));
   tests::WriteFile(folder.Path("\u00E9.stl"), kText);
   EXPECT_EQ(LoadSTL(folder.WidePath("\u00E9.stl"), mesh), zvSTLForm::text);
   EXPECT_EQ(mesh.GetTriangles().size(), 1u);
