@@ -44,6 +44,31 @@ expect 1 "error 2116: $any"$'\n'"  caused by 2117: $any" tool show zvBullMill --
 expect 2 "zvMill: $any" tool show zvMill
 expect 2 "tipAngle=9: $any" tool show zvEndMill --set tipAngle=9
 
+# Their meshes. Where admesh is at hand, it finds nothing to mend.
+expect 0 "" tool mesh zvEndMill mill.stl --part cutting
+expect 0 "" stl show mill.stl --json
+[ "$(cat stdout)" = '{"form": "binary", "triangles": 64, "min": [-5, -5, 0], "max": [5, 5, 20]}' ] ||
+  complain "tool mesh: $(cat stdout)"
+expect 0 "" tool mesh zvDrill mill.stl --set units=inch --set tipAngle=90 --tolerance 0.0005
+if command -v admesh >/dev/null; then
+  for type in zvBarrelMill zvBullMill zvChamferMill zvConvexTipMill zvDoveMill zvDrill zvGenericRevolvedTool \
+    zvLolMill zvSlotMill zvSpherMill zvTaperMill; do
+    expect 0 "" tool mesh $type mesh.stl --tolerance 0.02
+    admesh mesh.stl | awk -F: '/^Number of facets/ { facets = $2 + 0 }
+        /^(Total disc|Degen|Edges f|Facets (rem|add|rev)|Backw|Normals f)/ { ++lines; bad += $2 }
+        END { exit !(facets > 100 && lines == 8 && bad == 0) }' || complain "admesh mends $type"
+  done
+fi
+expect 0 "" tool mesh zvSlotMill mesh.stl --part noncutting
+[ "$(cat mesh.stl)" = $'solid ascii\nendsolid' ] || complain "no triangle: $(cat mesh.stl)"
+cp mill.stl old.stl
+expect 1 "error 2133: $any"$'\n'"  caused by 2123: $any" tool mesh zvFaceMill mill.stl
+expect 1 "error 0: profile tolerance larger than toolRadius" tool mesh zvEndMill mill.stl --tolerance 5
+expect 1 "error 0: Polygonization tolerance is invalid." tool mesh zvDrill mill.stl --tolerance -1
+expect 2 "--part: $any"$'\n'"$any" tool mesh zvEndMill mill.stl --part 2
+expect 2 "--tolerance: $any"$'\n'"$any" tool mesh zvEndMill mill.stl --tolerance nan
+cmp -s mill.stl old.stl || complain "a mesh that fails touches the older file"
+
 # A posting, and one with every option.
 "$app" sample square >square.cl
 expect 0 "" post -m preset:mill3_metric -t square.cl -o out/of/here/
