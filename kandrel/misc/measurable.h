@@ -27,6 +27,9 @@ class KANDREL_API zvMeasurable {
 
   /// Multiplies all lengths of the object by `factor`; GetUnits still gives the old system.
   virtual void Scale(zvUnitsFactory::Units newUnits, double factor) = 0;
+  /// Hands SetUnits on to whatever the object holds that is measurable itself; called by it after
+  /// Scale.
+  virtual void SetUnitsOfParts(zvUnitsFactory::Units units, bool keepNumbers);
 
  private:
   zvUnitsFactory::Units m_units;

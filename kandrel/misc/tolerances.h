@@ -1,6 +1,8 @@
 // Tolerances and constants of the kernel: each has a name, a value, what it guards and why.
 #pragma once
 
+#include <cstddef>
+
 namespace misc {
 
 /// General equality of the kernel, in whatever unit the values have: far above rounding at the size
@@ -9,6 +11,14 @@ inline constexpr double kEqual = 1e-12;
 
 /// Stands for "no value" in tolerances and distances.
 inline constexpr double kNoValue = 1e308;
+
+/// Minimum of the box around no points at all, and with a minus its maximum: any coordinate of a
+/// machine lies between, also as a 32-bit float.
+inline constexpr double kEmptyBox = 3e38;
+
+/// Length below which the normal of a triangle in a file says nothing: writers without one put 0,
+/// or leave noise there.
+inline constexpr double kNoNormal = 1e-6;
 
 /// Largest difference per element for an axis system to count as the identity.
 inline constexpr double kAxisIdentity = 1e-5;
@@ -83,9 +93,28 @@ inline constexpr double kPoleOfHalvingSquared = 1e-16;
 /// as a double, so that a count that doesn't fit is refused before it becomes an integer.
 inline constexpr double kLargestCount = 2147483646;
 
+/// Most chords that the curves of one contour are replaced by: 2^20, enough for a circle of 1 m to
+/// a hundred-thousandth of a micrometre.
+inline constexpr double kMostChords = 1048576;
+
+/// Most triangles of a mesh that is made to a tolerance, 2^24: below 1 GB of memory, and far beyond
+/// what can be seen or milled.
+inline constexpr double kMostTriangles = 16777216;
+
+/// Most corners of an outline that is triangulated, as this takes time by their square.
+inline constexpr std::size_t kMostCorners = 8192;
+
 /// Whole turns above this, degrees, are no shift of an angle: up to it adding them keeps 1e-9
 /// degrees.
 inline constexpr double kLargestShift = 1e7;
+
+/// Slack in the checks of a tool's lengths, in its units: far above the rounding of numbers that
+/// come as text of nine decimals, and nothing that could be ground.
+inline constexpr double kToolParameterEqual = 1e-6;
+
+/// Points of a tool's profile whose coordinates differ by less have the same one: 1e-6 as a 32-bit
+/// float.
+inline constexpr double kProfileStep = 9.999999974752427e-7;
 
 /// The circle: half of it in radians, what converts an angle, and a whole turn in degrees.
 inline constexpr double kPi = 3.14159265358979323846;

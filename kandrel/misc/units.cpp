@@ -38,11 +38,14 @@ zvMeasurable::zvMeasurable(zvUnitsFactory::Units units) : m_units(units) {
 
 zvMeasurable::~zvMeasurable() = default;
 
+void zvMeasurable::SetUnitsOfParts(zvUnitsFactory::Units, bool) {}
+
 void zvMeasurable::SetUnits(zvUnitsFactory::Units units, bool keepNumbers) {
   if (!zvUnitsFactory::IsKnown(units))
     throw zvmeasuresException(zvmeasuresException::kUnknownUnits);
   if (!keepNumbers && units != m_units)
     Scale(units, zvUnitsFactory::GetScaleFactor(m_units, units));
+  SetUnitsOfParts(units, keepNumbers);
   m_units = units;
 }
 

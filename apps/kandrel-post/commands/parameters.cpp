@@ -17,15 +17,15 @@
 
 namespace kandrel_post {
 
-namespace {
-
-using post::zvKDRParam;
-
 std::optional<double> FiniteNumber(std::string_view text) {
   double value = 0;
   if (!misc::FromText(text, value) || !std::isfinite(value)) return std::nullopt;
   return value;
 }
+
+namespace {
+
+using post::zvKDRParam;
 
 std::optional<bool> Boolean(std::string_view text) {
   if (text == "true") return true;

@@ -5,6 +5,7 @@
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/posting_parameters.h>
 
+#include <optional>
 #include <string_view>
 
 namespace kandrel_post {
@@ -18,6 +19,9 @@ void ApplySetting(post::zvKDRParam& par, std::string_view setting);
 
 /// "x,y,z". Throws UsageError unless it is three finite numbers.
 cadcam::zvTPoint3d<double> ParsePoint(std::string_view text);
+
+/// Nothing unless all of `text` is a finite number.
+std::optional<double> FiniteNumber(std::string_view text);
 
 /// Throws UsageError unless `text` is a finite number.
 double ParseLength(std::string_view text);

@@ -3,6 +3,7 @@
 // machine can't do is refused.
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/samples/samples.h>
+#include <tests/support/data_folder.h>
 
 #include "posting_checks.h"
 
@@ -103,8 +104,9 @@ class Posting : public testing::TestWithParam<PresetAndPath> {
 TEST_P(Posting, StandsWhereItSaysOrIsRefused) {
   const std::string path = std::get<1>(GetParam());
   const bool isFile = path.ends_with(".cl");
-  if (isFile && tests::DataFolder().empty()) GTEST_SKIP() << "no sample data here";
-  const fs::path file = isFile ? tests::DataFolder() / path : fs::path(SampleFile(m_scratch, path));
+  const fs::path data = tests::DataFolder("toolpaths");
+  if (isFile && data.empty()) GTEST_SKIP() << "no sample data here";
+  const fs::path file = isFile ? data / path : fs::path(SampleFile(m_scratch, path));
   ASSERT_TRUE(fs::exists(file));
   if (IsRefused(file)) return;
   if (!isFile && m_values.axes > 3) ExpectGood(file, "--control 360,180");

@@ -1,0 +1,99 @@
+// zvTool and zvRevolvedTool: what all cutting tools have.
+#pragma once
+
+#include <kandrel/cadcam/tools/solid_users.h>
+#include <kandrel/cadcam/tools/tool_part.h>
+#include <kandrel/cadcam/tools/tool_visitor.h>
+#include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/measurable.h>
+
+namespace cadcam {
+
+/// A cutting tool, from its tip upwards: what cuts, up to the flute length; the rest of its own
+/// body, up to the shoulder length; then the arbor; and the holder from the arbor's end. Lengths,
+/// also those of its parts, are in the tool's units; angles in degrees.
+///
+/// 1. A tool that can't be is refused by its constructor, with a coded message. Default
+///    constructors check nothing: some defaults would be refused. A copy is made without a check.
+/// 2. Tools don't change, but for their units. Parts that come in other units than the tool are
+///    converted to the tool's.
+/// 3. Where a check compares, a number that is none fails it. Infinite numbers pass what they
+///    satisfy.
+class KANDREL_API zvTool : public measures::zvMeasurable {
+ public:
+  using Units = measures::zvUnitsFactory::Units;
+  using Holder = zvHolderDefinition<double>;
+  using Arbor = zvArborDefinition<double>;
+
+  virtual const Holder& GetHolder() const = 0;
+  virtual const Arbor& GetArbor() const = 0;
+  virtual double GetShoulderLength() const = 0;
+  /// The arbor's height plus the shoulder length.
+  virtual double GetTotalLength() const;
+  virtual double GetFluteLength() const = 0;
+  /// Both call the visitor's slot of the tool's own class or branch.
+  virtual void AcceptVisitor(zvToolBranchVisitor& visitor) const = 0;
+  virtual void AcceptVisitor(zvToolVisitor& visitor) const = 0;
+  virtual double GetDiameter() const = 0;
+
+  /// Throw what zvHolderValidation and zvArborValidation report of a revolved solid; other solids,
+  /// and a part that isn't defined, pass.
+  virtual void ValidateHolder(const Holder& holder) const;
+  virtual void ValidateArbor(const Arbor& arbor) const;
+
+  /// True when the tool has a shoulder other than that which follows from its class.
+  virtual bool HasShoulderDefinition() const { return false; }
+
+  /// Check a length against the tool's others. They throw zvcadcamException 2105 "Invalid tool
+  /// diameter" unless it is above 0; 2103 "Invalid flute length" unless it is above 0 and at most
+  /// the shoulder length, and 2107 "Invalid shoulder length" unless it is at least the flute
+  /// length, both to 1e-6.
+  virtual void ValidateDiameter(double diameter) const;
+  virtual void ValidateFluteLength(double fluteLength) const;
+  virtual void ValidateShoulderLength(double shoulderLength) const;
+
+  /// A new copy, as its own class.
+  virtual misc::zvAutoPointer<zvTool> Clone() const = 0;
+  /// Throws what the constructor that takes all values throws for those of this tool, which may
+  /// come from a default constructor.
+  virtual void Validate() const = 0;
+
+ protected:
+  using zvMeasurable::zvMeasurable;
+};
+
+/// A tool that turns about its axis.
+class KANDREL_API zvRevolvedTool : public zvTool {
+ public:
+  /// Check the profile of a revolved solid, by zvHolderValidation and zvArborValidation.
+  class KANDREL_API HolderValidator : public zvRevolvedSolidVisitor<double> {
+   public:
+    using zvRevolvedSolidVisitor::Visit;
+    void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
+  };
+  class KANDREL_API ArborValidator : public zvRevolvedSolidVisitor<double> {
+   public:
+    using zvRevolvedSolidVisitor::Visit;
+    void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
+  };
+
+  const Holder& GetHolder() const override { return m_holder; }
+  const Arbor& GetArbor() const override { return m_arbor; }
+
+ protected:
+  enum class Checks { none, all };
+
+  /// With checks: throws zvcadcamException 2106 "Couldn't construct a zvRevolvedTool object",
+  /// caused by what ValidateHolder and ValidateArbor throw.
+  zvRevolvedTool(Holder holder, Arbor arbor, Units units, Checks checks);
+
+  void Scale(Units, double) override {}
+  void SetUnitsOfParts(Units units, bool keepNumbers) override;
+
+ private:
+  Holder m_holder;
+  Arbor m_arbor;
+};
+
+}  // namespace cadcam
