@@ -133,7 +133,9 @@ int main(int argc, char** argv) {
   bench::AddFiveAxisCreator(suite);
   bench::AddFacade(suite);
   bench::AddLogs(suite);
+  bench::AddMesh(suite);
   bench::AddPersistence(suite);
+  bench::AddToolMesh(suite);
 
   const std::string_view command = argc > 1 ? argv[1] : "";
   if (command == "--list-cases") {

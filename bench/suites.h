@@ -48,6 +48,8 @@ void AddFourAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
 void AddLogs(Suite& suite);
+void AddMesh(Suite& suite);
 void AddPersistence(Suite& suite);
+void AddToolMesh(Suite& suite);
 
 }  // namespace bench

@@ -12,7 +12,7 @@ namespace kandrel_post {
 /// told; null is one that isn't defined. Fails with error 0 for a number that is not finite.
 std::string ToolToJson(const cadcam::zvTool& tool);
 
-/// The same for a reader.
+/// The same for a reader, whatever the numbers are.
 std::string DescribeTool(const cadcam::zvTool& tool);
 
 }  // namespace kandrel_post
