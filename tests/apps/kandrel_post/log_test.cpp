@@ -120,7 +120,7 @@ TEST(Logs, SiblingsAreShownByTheirTags) {
     EXPECT_TRUE(RunLine(line + scratch.Path("f.kdr")).failure.starts_with("error 2019: ")) << line;
   std::ofstream(scratch.Path("odd.kdr")) << "KDS and more";
   EXPECT_EQ(RunLine("log show " + scratch.Path("odd.kdr")).failure,
-            "error 2019: ZVGL binary marker not found. Cannot process this file\n  in " +
+            "error 2019: ZVGL binary marker not found. Cannot process this file\n  caused by 0: " +
                 scratch.Path("odd.kdr") + "\n");
 }
 

@@ -1,4 +1,4 @@
-#include "kandrel-post/log/run_log.h"
+#include "kandrel-post/machine/run_log.h"
 
 #include <kandrel/misc/file_streams.h>
 #include <kandrel/misc/pack/compressed_streams.h>
