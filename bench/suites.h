@@ -47,8 +47,10 @@ void AddThreeAxisCreator(Suite& suite);
 void AddFourAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
+void AddLogs(Suite& suite);
 void AddMesh(Suite& suite);
 void AddMachineFiles(Suite& suite);
 void AddPersistence(Suite& suite);
+void AddToolMesh(Suite& suite);
 
 }  // namespace bench

@@ -83,6 +83,7 @@ class KANDREL_API zvTPLink : public zvTPSection {
 
   /// The type as it was given.
   std::uint32_t GetLinkType() const noexcept { return m_linkType; }
+  void SetLinkType(std::uint32_t linkType) noexcept { m_linkType = linkType; }
 
  private:
   std::uint32_t m_linkType;

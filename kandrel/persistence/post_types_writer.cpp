@@ -1,4 +1,5 @@
 #include <kandrel/misc/exception.h>
+#include <kandrel/persistence/helper_writer.h>
 #include <kandrel/persistence/post_types_writer.h>
 #include <kandrel/persistence/versions.h>
 #include <kandrel/post/model/mach_def_utils.h>
@@ -13,13 +14,7 @@ using Gathering = misc::zvBOBasicTypes::Gathering;
 
 namespace {
 
-// Into a writer of any kind.
-template <class Writer>
-void Put(Writer& out, const cadcam::zvTPoint3d<double>& value) {
-  out.WriteDouble(value.x);
-  out.WriteDouble(value.y);
-  out.WriteDouble(value.z);
-}
+using persistence::Put;
 
 // What the classes add: their angles and the pole status.
 template <class Writer>

@@ -13,6 +13,8 @@ namespace persistence {
 inline constexpr std::uint32_t kCurrentVersion = 226;
 /// The lowest that the readers of records know.
 inline constexpr std::uint32_t kLowestRecordVersion = 3;
+/// The lowest that the readers of logs know.
+inline constexpr std::uint32_t kLowestLogVersion = 11;
 
 /// What stands before a posted toolpath's alignment matrix, and in its place where it has none.
 inline constexpr const wchar_t* kHasMatrix = L"VALIDE";

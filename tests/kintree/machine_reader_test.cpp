@@ -26,7 +26,8 @@ using Names = std::vector<std::wstring>;
 // axes apart.
 std::string Elements(const std::string& text) {
   const std::string geometry = R"(<geometry name="$&" clrr="1" clrg="1" clrb="1"/>)";
-  std::string xml = std::regex_replace(text, std::regex("[a-zT]\\w{3,}"), geometry);
+  std::string xml = std::regex_replace(text, std::regex("[a-z]{4,}"), geometry);
+  xml = std::regex_replace(xml, std::regex("\"fixture\""), "$& objtype=\"geometry\"");
   const auto axis = [&](const char* letters, const std::string& attributes) {
     xml = std::regex_replace(xml, std::regex("\\b([" + std::string(letters) + "])\\("),
                              "<axis id=\"$1\" " + attributes + ">");

@@ -4,10 +4,13 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/parameters.h"
@@ -52,7 +55,7 @@ void AddPost(CLI::App& app) {
   auto origin = std::make_shared<std::string>("0,0,0");
   auto toolLength = std::make_shared<std::string>("0");
   auto control = std::make_shared<std::string>("none,none");
-  command.add_option("-m,--machine", options->machine, "preset:NAME, a .json or a .kds file")
+  command.add_option("-m,--machine", options->machine, "preset:NAME, a .json, .kds or .xml file")
       ->required();
   command.add_option("-t,--toolpath", options->toolPathFile, "file with CL text")->required();
   command.add_option("-o,--output", options->folder, "folder for the results, made if missing")
@@ -89,9 +92,121 @@ void AddMachine(CLI::App& app) {
   show.footer("Example: kandrel-post machine show preset:mill3_metric --json > mill.json");
   auto machine = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  show.add_option("MACHINE", *machine, "preset:NAME, a .json or a .kds file")->required();
+  show.add_option("MACHINE", *machine, "preset:NAME, a .json, .kds or .xml file")->required();
   show.add_flag("--json", *json, "as JSON, which can be given back as MACHINE");
   show.callback([machine, json] { ShowMachine(*machine, *json); });
+  CLI::App& overwrite = *command.add_subcommand(
+      "overwrite", "Write limits and rotary geometry back into a machine description file");
+  overwrite.footer("Example: kandrel-post machine overwrite mill.xml --from mill.json");
+  auto file = std::make_shared<std::string>();
+  auto from = std::make_shared<std::string>();
+  overwrite.add_option("FILE.xml", *file, "the machine description file")->required();
+  overwrite.add_option("--from", *from, "a machine as JSON, with the names of the file's axes")
+      ->required();
+  overwrite.callback([file, from] { OverwriteMachine(*file, *from); });
+}
+
+void AddLog(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("log", "Logs of postings (run.kdr)");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post log replay out/run.kdr");
+  auto file = std::make_shared<std::string>();
+  const auto add = [&](const char* name, const char* what, void (*run)(const std::string&)) {
+    CLI::App& sub = *command.add_subcommand(name, what);
+    sub.footer(fmt::format("Example: kandrel-post log {} out/run.kdr", name));
+    sub.add_option("RUN.kdr", *file, "a log")->required();
+    sub.callback([file, run] { run(*file); });
+  };
+  CLI::App& show = *command.add_subcommand("show", "Show what a log or one of its siblings holds");
+  show.footer("Example: kandrel-post log show out/run.kdr --json");
+  auto json = std::make_shared<bool>(false);
+  show.add_option("RUN.kdr", *file, "a log, or a file KDRM, KDRC, KDRP, KDRT, KDRW or KDRA")
+      ->required();
+  show.add_flag("--json", *json, "as JSON");
+  show.callback([file, json] { ShowLog(*file, *json); });
+  add("csv", "Write the posted moves to standard output", &PrintLogCsv);
+  add("cl", "Write the toolpath to standard output as CL text", &PrintLogCl);
+  add("replay", "Post the toolpath again and compare with the stored moves", &ReplayLog);
+}
+
+void AddSTL(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("stl", "STL files, as text and binary");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post stl show part.stl");
+  CLI::App& show = *command.add_subcommand("show", "Show form, triangles and extents");
+  show.footer("Example: kandrel-post stl show part.stl --json");
+  auto file = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  show.add_option("FILE", *file, "an STL file of either form")->required();
+  show.add_flag("--json", *json, "as JSON");
+  show.callback([file, json] { ShowSTL(*file, *json); });
+  CLI::App& convert = *command.add_subcommand("convert", "Write an STL file in the form of IN");
+  convert.footer("Example: kandrel-post stl convert part.stl part.txt.stl --text");
+  auto in = std::make_shared<std::string>();
+  auto out = std::make_shared<std::string>();
+  convert.add_option("IN", *in, "an STL file of either form")->required();
+  convert.add_option("OUT", *out, "the file to write; an older one stays unless all goes well")
+      ->required();
+  auto text = std::make_shared<bool>(false);
+  auto binary = std::make_shared<bool>(false);
+  CLI::Option* const asText = convert.add_flag("--text", *text, "write a text");
+  convert.add_flag("--binary", *binary, "write a binary file")->excludes(asText);
+  convert.callback([in, out, text, binary] {
+    ConvertSTL(*in, *out, *text || *binary ? std::optional(*text) : std::nullopt);
+  });
+}
+
+void AddToolMesh(CLI::App& tool) {
+  CLI::App& mesh = *tool.add_subcommand("mesh", "Write a tool as triangles, to an STL file");
+  mesh.footer("Example: kandrel-post tool mesh zvEndMill mill.stl --set diameter=6 --part cutting");
+  auto options = std::make_shared<ToolMeshOptions>();
+  auto tolerance = std::make_shared<std::string>("0.1");
+  auto part = std::make_shared<std::string>();
+  // By the numbers of cadcam::zvToolMeshPart.
+  const std::vector<std::string> parts = {"cutting", "noncutting", "arbor", "holder"};
+  mesh.add_option("TYPE", options->type, "type of the tool, as tool list names it")->required();
+  mesh.add_option("OUT", options->file,
+                  "the file to write; an older one stays unless all goes well")
+      ->required();
+  mesh.add_option("--tolerance", *tolerance,
+                  "how far the mesh may lie from the tool, in the tool's units (0.1)")
+      ->check(Check(&ParseLength));
+  mesh.add_option("--part", *part, "cutting, noncutting, arbor or holder (all of them)")
+      ->check(CLI::IsMember(parts));
+  mesh.add_option("--set", options->settings,
+                  "NAME=VALUE, a parameter of the tool by its field name; repeatable")
+      ->allow_extra_args(false);
+  mesh.callback([options, tolerance, part, parts] {
+    options->tolerance = ParseLength(*tolerance);
+    if (!part->empty())
+      options->part =
+          static_cast<int>(std::find(parts.begin(), parts.end(), *part) - parts.begin());
+    MeshTool(*options);
+  });
+}
+
+void AddTool(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("tool", "Cutting tools and their parameters");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post tool show zvBullMill --set cornerRadius=1.5 --json");
+  CLI::App& list = *command.add_subcommand("list", "List the types of tools");
+  list.footer("Example: kandrel-post tool list");
+  list.callback([] { ListTools(); });
+  CLI::App& show = *command.add_subcommand("show", "Show a tool in words or as JSON");
+  show.footer("Example: kandrel-post tool show zvDrill --set diameter=6 --set tipAngle=140");
+  struct Options {
+    std::string type;
+    std::vector<std::string> settings;
+    bool json = false;
+  };
+  auto options = std::make_shared<Options>();
+  show.add_option("TYPE", options->type, "type of the tool, as tool list names it")->required();
+  show.add_option("--set", options->settings,
+                  "NAME=VALUE, a parameter of the tool by its field name; repeatable")
+      ->allow_extra_args(false);
+  show.add_flag("--json", options->json, "as JSON");
+  show.callback([options] { ShowTool(options->type, options->settings, options->json); });
+  AddToolMesh(command);
 }
 
 int Run(int argc, const char* const* argv) {
@@ -103,6 +218,9 @@ int Run(int argc, const char* const* argv) {
   AddSample(app);
   AddPost(app);
   AddMachine(app);
+  AddLog(app);
+  AddSTL(app);
+  AddTool(app);
   try {
     app.parse(argc, argv);
     return kDone;

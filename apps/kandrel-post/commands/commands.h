@@ -6,6 +6,7 @@
 #include <kandrel/post/model/control_def.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,8 @@ struct PostOptions {
   std::uint32_t rapidLinkType = 5;
 };
 
-/// Posts a toolpath, writes posted.csv and posted.nc into the folder and prints the summary.
+/// Posts a toolpath, writes posted.csv, posted.nc and run.kdr into the folder and prints the
+/// summary.
 void RunPost(const PostOptions& options);
 
 /// Prints the names of the samples, each with what it is.
@@ -31,9 +33,40 @@ void ListSamples();
 /// Prints a sample as CL text.
 void PrintSample(const std::string& name);
 
+/// Prints what a log, or one of its siblings, holds, in words or as JSON.
+void ShowLog(const std::string& fileName, bool json);
+/// Print the posted moves of a log as comma-separated values, and its toolpath as CL text.
+void PrintLogCsv(const std::string& fileName);
+void PrintLogCl(const std::string& fileName);
+/// Posts the toolpath of a log again; fails with error 0 unless all lines are the stored ones.
+void ReplayLog(const std::string& fileName);
+
 /// Prints the names of the built-in machines, each with what it is.
 void ListPresets();
 /// Prints a machine in words or as JSON.
 void ShowMachine(const std::string& machine, bool json);
+/// Writes limits and rotary geometry of a machine in JSON into a machine description file.
+void OverwriteMachine(const std::string& fileName, const std::string& from);
+
+/// Prints the form, the number of triangles and the extents of an STL file, in words or as JSON.
+void ShowSTL(const std::string& file, bool json);
+/// Writes an STL file as a text or as a binary file; without `toText` in the form that it has.
+void ConvertSTL(const std::string& in, const std::string& out, std::optional<bool> toText);
+/// Prints the types of tools, each with the parameters of its own.
+void ListTools();
+/// Prints a tool in words or as JSON; `settings` are NAME=VALUE.
+void ShowTool(const std::string& type, const std::vector<std::string>& settings, bool json);
+
+struct ToolMeshOptions {
+  std::string type;
+  std::string file;
+  std::vector<std::string> settings;  ///< NAME=VALUE
+  double tolerance = 0.1;
+  std::optional<int> part;  ///< by the number of cadcam::zvToolMeshPart; none for all of them
+};
+
+/// Writes the mesh of a tool as a binary STL file; one without a triangle as a text, as nothing
+/// tells an empty binary file from other ones.
+void MeshTool(const ToolMeshOptions& options);
 
 }  // namespace kandrel_post

@@ -6,6 +6,7 @@
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/report.h"
 #include "kandrel-post/machine/argument.h"
+#include "kandrel-post/machine/description.h"
 #include "kandrel-post/machine/json.h"
 #include "kandrel-post/machine/presets.h"
 #include "kandrel-post/out/text_sink.h"
@@ -24,6 +25,10 @@ void ShowMachine(const std::string& machine, bool json) {
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(json ? MachineToJson(loaded) : DescribeMachine(loaded));
   out.Flush();
+}
+
+void OverwriteMachine(const std::string& fileName, const std::string& from) {
+  OverwriteMachineDescription(fileName, ReadMachineFile(from));
 }
 
 }  // namespace kandrel_post

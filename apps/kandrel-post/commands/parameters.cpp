@@ -12,20 +12,21 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <type_traits>
 
 #include "kandrel-post/host/errors.h"
 
 namespace kandrel_post {
-
-namespace {
-
-using post::zvKDRParam;
 
 std::optional<double> FiniteNumber(std::string_view text) {
   double value = 0;
   if (!misc::FromText(text, value) || !std::isfinite(value)) return std::nullopt;
   return value;
 }
+
+namespace {
+
+using post::zvKDRParam;
 
 std::optional<bool> Boolean(std::string_view text) {
   if (text == "true") return true;
@@ -45,7 +46,18 @@ struct Field {
   std::string_view kind;
   // False when the text is no value of the field's kind; sets nothing when `par` is null.
   bool (*set)(std::string_view text, zvKDRParam* par);
+  SettingValue (*get)(const zvKDRParam& par);
 };
+
+template <auto Getter>
+SettingValue Get(const zvKDRParam& par) {
+  const auto value = (par.*Getter)();
+  using Value = std::remove_const_t<decltype(value)>;
+  if constexpr (std::is_same_v<Value, bool> || std::is_same_v<Value, double>)
+    return value;
+  else
+    return static_cast<std::int32_t>(value);
+}
 
 template <auto Setter>
 bool SetBoolean(std::string_view text, zvKDRParam* par) {
@@ -73,27 +85,46 @@ constexpr std::string_view kNumber = "a number";
 constexpr std::string_view kInteger = "an integer";
 
 constexpr auto kFields = std::to_array<Field>({
-    {"firstMoveByRule", kBoolean, &SetBoolean<&zvKDRParam::SetFirstMoveByRule>},
-    {"firstMoveMirror", kBoolean, &SetBoolean<&zvKDRParam::SetFirstMoveMirror>},
-    {"paramUnits", kInteger, &SetInteger<zvKDRParam::Units, &zvKDRParam::SetParamUnits>},
-    {"maxAngleJump", kNumber, &SetDouble<&zvKDRParam::SetMaxAngleJump>},
-    {"maxAngleStep", kNumber, &SetDouble<&zvKDRParam::SetMaxAngleStep>},
-    {"retractDistance", kNumber, &SetDouble<&zvKDRParam::SetRetractDistance>},
-    {"interpolationDistance", kNumber, &SetDouble<&zvKDRParam::SetInterpolationDistance>},
-    {"poleAngleTolerance", kNumber, &SetDouble<&zvKDRParam::SetPoleAngleTolerance>},
-    {"interpolateByDistance", kBoolean, &SetBoolean<&zvKDRParam::SetInterpolateByDistance>},
-    {"limitsCheck", kInteger, &SetInteger<zvKDRParam::LimitsCheck, &zvKDRParam::SetLimitsCheck>},
-    {"limitTolerance", kNumber, &SetDouble<&zvKDRParam::SetLimitTolerance>},
+    {"firstMoveByRule", kBoolean, &SetBoolean<&zvKDRParam::SetFirstMoveByRule>,
+     &Get<&zvKDRParam::GetFirstMoveByRule>},
+    {"firstMoveMirror", kBoolean, &SetBoolean<&zvKDRParam::SetFirstMoveMirror>,
+     &Get<&zvKDRParam::GetFirstMoveMirror>},
+    {"paramUnits", kInteger, &SetInteger<zvKDRParam::Units, &zvKDRParam::SetParamUnits>,
+     &Get<&zvKDRParam::GetParamUnits>},
+    {"maxAngleJump", kNumber, &SetDouble<&zvKDRParam::SetMaxAngleJump>,
+     &Get<&zvKDRParam::GetMaxAngleJump>},
+    {"maxAngleStep", kNumber, &SetDouble<&zvKDRParam::SetMaxAngleStep>,
+     &Get<&zvKDRParam::GetMaxAngleStep>},
+    {"retractDistance", kNumber, &SetDouble<&zvKDRParam::SetRetractDistance>,
+     &Get<&zvKDRParam::GetRetractDistance>},
+    {"interpolationDistance", kNumber, &SetDouble<&zvKDRParam::SetInterpolationDistance>,
+     &Get<&zvKDRParam::GetInterpolationDistance>},
+    {"poleAngleTolerance", kNumber, &SetDouble<&zvKDRParam::SetPoleAngleTolerance>,
+     &Get<&zvKDRParam::GetPoleAngleTolerance>},
+    {"interpolateByDistance", kBoolean, &SetBoolean<&zvKDRParam::SetInterpolateByDistance>,
+     &Get<&zvKDRParam::GetInterpolateByDistance>},
+    {"limitsCheck", kInteger, &SetInteger<zvKDRParam::LimitsCheck, &zvKDRParam::SetLimitsCheck>,
+     &Get<&zvKDRParam::GetLimitsCheck>},
+    {"limitTolerance", kNumber, &SetDouble<&zvKDRParam::SetLimitTolerance>,
+     &Get<&zvKDRParam::GetLimitTolerance>},
     {"firstMoveRule", kInteger,
-     &SetInteger<zvKDRParam::FirstMoveRule, &zvKDRParam::SetFirstMoveRule>},
+     &SetInteger<zvKDRParam::FirstMoveRule, &zvKDRParam::SetFirstMoveRule>,
+     &Get<&zvKDRParam::GetFirstMoveRule>},
     {"firstMoveSolutionIndex", kInteger,
-     &SetInteger<zvKDRParam::SolutionIndex, &zvKDRParam::SetFirstMoveSolutionIndex>},
-    {"firstMovePreferredAngle", kNumber, &SetDouble<&zvKDRParam::SetFirstMovePreferredAngle>},
-    {"interpolateRapidMoves", kBoolean, &SetBoolean<&zvKDRParam::SetInterpolateRapidMoves>},
-    {"poleHandling", kInteger, &SetInteger<zvKDRParam::PoleHandling, &zvKDRParam::SetPoleHandling>},
-    {"alignToolpath", kBoolean, &SetBoolean<&zvKDRParam::SetAlignToolpath>},
-    {"interpolationMode", kInteger, &SetInteger<std::int32_t, &zvKDRParam::SetInterpolationMode>},
-    {"retractToLimits", kBoolean, &SetBoolean<&zvKDRParam::SetRetractToLimits>},
+     &SetInteger<zvKDRParam::SolutionIndex, &zvKDRParam::SetFirstMoveSolutionIndex>,
+     &Get<&zvKDRParam::GetFirstMoveSolutionIndex>},
+    {"firstMovePreferredAngle", kNumber, &SetDouble<&zvKDRParam::SetFirstMovePreferredAngle>,
+     &Get<&zvKDRParam::GetFirstMovePreferredAngle>},
+    {"interpolateRapidMoves", kBoolean, &SetBoolean<&zvKDRParam::SetInterpolateRapidMoves>,
+     &Get<&zvKDRParam::GetInterpolateRapidMoves>},
+    {"poleHandling", kInteger, &SetInteger<zvKDRParam::PoleHandling, &zvKDRParam::SetPoleHandling>,
+     &Get<&zvKDRParam::GetPoleHandling>},
+    {"alignToolpath", kBoolean, &SetBoolean<&zvKDRParam::SetAlignToolpath>,
+     &Get<&zvKDRParam::GetAlignToolpath>},
+    {"interpolationMode", kInteger, &SetInteger<std::int32_t, &zvKDRParam::SetInterpolationMode>,
+     &Get<&zvKDRParam::GetInterpolationMode>},
+    {"retractToLimits", kBoolean, &SetBoolean<&zvKDRParam::SetRetractToLimits>,
+     &Get<&zvKDRParam::GetRetractToLimits>},
 });
 
 void Set(std::string_view setting, zvKDRParam* par) {
@@ -119,6 +150,12 @@ void CheckSetting(std::string_view setting) {
 
 void ApplySetting(zvKDRParam& par, std::string_view setting) {
   Set(setting, &par);
+}
+
+std::vector<std::pair<std::string_view, SettingValue>> SettingsOf(const zvKDRParam& par) {
+  std::vector<std::pair<std::string_view, SettingValue>> settings;
+  for (const Field& field : kFields) settings.emplace_back(field.name, field.get(par));
+  return settings;
 }
 
 cadcam::zvTPoint3d<double> ParsePoint(std::string_view text) {

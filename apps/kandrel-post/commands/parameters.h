@@ -5,7 +5,12 @@
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/posting_parameters.h>
 
+#include <cstdint>
+#include <optional>
 #include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace kandrel_post {
 
@@ -16,8 +21,15 @@ void CheckSetting(std::string_view setting);
 /// Applies NAME=VALUE; also throws what the field's setter throws.
 void ApplySetting(post::zvKDRParam& par, std::string_view setting);
 
+/// All fields with their values; enumerations are numbers.
+using SettingValue = std::variant<bool, std::int32_t, double>;
+std::vector<std::pair<std::string_view, SettingValue>> SettingsOf(const post::zvKDRParam& par);
+
 /// "x,y,z". Throws UsageError unless it is three finite numbers.
 cadcam::zvTPoint3d<double> ParsePoint(std::string_view text);
+
+/// Nothing unless all of `text` is a finite number.
+std::optional<double> FiniteNumber(std::string_view text);
 
 /// Throws UsageError unless `text` is a finite number.
 double ParseLength(std::string_view text);

@@ -1,6 +1,8 @@
 #include <kandrel/cadcam/tool_path.h>
+#include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/units_factory.h>
+#include <kandrel/persistence/log_file.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/creators/posting_facade.h>
@@ -19,6 +21,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
@@ -28,6 +31,7 @@
 #include "kandrel-post/host/progress.h"
 #include "kandrel-post/machine/argument.h"
 #include "kandrel-post/machine/machine.h"
+#include "kandrel-post/machine/run_log.h"
 #include "kandrel-post/out/csv_writer.h"
 #include "kandrel-post/out/nc_writer.h"
 #include "kandrel-post/out/output_folder.h"
@@ -59,7 +63,18 @@ struct PostOutcome {
   post::zvPostingCounts counts;
   bool aligned = false;
   Walked walked;
+  bool hasLog = true;
 };
+
+// Writes run.kdr, as `write(stream, tool)` does. The command line has no tool: the log gets the
+// default end mill, in the machine's units.
+template <class WriteLog>
+void WriteRun(const Job& job, OutputFolder& folder, const WriteLog& write) {
+  cadcam::zvEndMill tool;
+  tool.SetUnits(job.machine.builder.GetMachDef()->GetUnits());
+  ByteSink stream(folder.Create("run.kdr"));
+  write(stream, tool);
+}
 
 // From five axes on.
 std::optional<RotaryMotion> MakeRotaryMotion(const Job& job) {
@@ -109,24 +124,40 @@ PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progres
   zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
                       job.options.toolLength);
   const post::zvPostedTP& posted = kernel.Post(job.toolPath);
-  return {kernel.GetCounts(), posted.HasAlignMatrix(),
-          WriteFiles(job, folder, progress, posted.GetCount(), [&](const auto& write) {
-            for (auto move = posted.Begin(); move != posted.End(); ++move) write(**move);
-          })};
+  PostOutcome outcome{kernel.GetCounts(), posted.HasAlignMatrix(),
+                      WriteFiles(job, folder, progress, posted.GetCount(), [&](const auto& write) {
+                        for (auto move = posted.Begin(); move != posted.End(); ++move)
+                          write(**move);
+                      })};
+  // A log without a line says five axes, whatever the machine has, and could not be read.
+  outcome.hasLog = posted.GetCount() != 0 || AxisCount(job.machine) == 5;
+  if (outcome.hasLog)
+    WriteRun(job, folder, [&](misc::zvBinOutputStream& stream, const cadcam::zvTool& tool) {
+      zvKDROutput(stream, kernel, job.toolPath, posted, tool);
+    });
+  return outcome;
 }
 
 // Moves without extended blocks, which the creator of the machine's class makes.
 template <class Creator>
 PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) {
-  Creator creator(job.machine.builder.GetMachDef(), job.options.control, job.par,
-                  job.options.origin, job.options.toolLength);
-  const auto posted = creator.Post(job.toolPath, true);
+  const auto creator =
+      misc::MakeAutoPointer<Creator>(job.machine.builder.GetMachDef(), job.options.control, job.par,
+                                     job.options.origin, job.options.toolLength);
+  const auto posted = creator->Post(job.toolPath, true);
   post::zvPostingCounts counts;
-  if constexpr (requires { creator.GetCounts(); }) counts = creator.GetCounts();
-  return {counts, !creator.GetAlignMatrix().IsNull(),
-          WriteFiles(job, folder, progress, posted->GetCount(), [&](const auto& write) {
-            for (const auto& move : *posted) write(move);
-          })};
+  if constexpr (requires { creator->GetCounts(); }) counts = creator->GetCounts();
+  PostOutcome outcome{counts, !creator->GetAlignMatrix().IsNull(),
+                      WriteFiles(job, folder, progress, posted->GetCount(), [&](const auto& write) {
+                        for (const auto& move : *posted) write(move);
+                      })};
+  // Small moves of six axes are stored so that no reader of the same version takes them.
+  outcome.hasLog = !std::is_same_v<Creator, zvPosted6axTPCreator>;
+  if (outcome.hasLog)
+    WriteRun(job, folder, [&](misc::zvBinOutputStream& stream, const cadcam::zvTool& tool) {
+      zvKDROutput(stream, creator, job.toolPath, tool);
+    });
+  return outcome;
 }
 
 PostOutcome Post(const Job& job, OutputFolder& folder, Progress& progress) {
@@ -149,6 +180,8 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   Report report;
   report.toolPathFile = options.toolPathFile;
   report.outputFiles = {prefix + "posted.csv", prefix + "posted.nc"};
+  if (outcome.hasLog) report.outputFiles.push_back(prefix + "run.kdr");
+  report.hasLog = outcome.hasLog;
   report.aligned = outcome.aligned;
   report.small = options.small;
   report.counts = outcome.counts;

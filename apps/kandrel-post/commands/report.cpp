@@ -184,6 +184,9 @@ std::string Notes(const Report& report, const Machine& machine, const ClProgram&
     fmt::format_to(out,
                    "note            feed moves without a feed: {}; their time is 0, and no F\n",
                    program.feedlessCount);
+  if (!report.hasLog)
+    fmt::format_to(out, "note            no run.kdr: {} can't be read back\n",
+                   posted.GetCount() == 0 ? "a log of no lines" : "small moves of six axes");
   return text;
 }
 

@@ -56,6 +56,7 @@ struct Report {
   std::vector<std::string> outputFiles;
   bool aligned = false;          ///< the toolpath was turned onto the machine
   bool small = false;            ///< posted moves don't say whether they are inserted
+  bool hasLog = true;            ///< otherwise none can be read again
   post::zvPostingCounts counts;  ///< of rotary axes; a machine without any has none
   std::uint64_t polesCrossed = 0;
   double rotarySlackDeg = 0;      ///< by which angles may pass their limits

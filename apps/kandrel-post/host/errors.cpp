@@ -42,7 +42,7 @@ std::string DescribeCurrentFailure() {
     try {
       e.Rethrow();
     } catch (...) {
-      return fmt::format("{}  in {}\n", DescribeCurrentFailure(), file);
+      return fmt::format("{}  caused by 0: {}\n", DescribeCurrentFailure(), file);
     }
   } catch (const misc::zvException& e) {
     std::string text = fmt::format("error {}: {}\n", e.GetId(), OneLine(e.what()));

@@ -32,7 +32,7 @@ class UsageError : public std::runtime_error {
 [[noreturn]] void FailAtLine(std::string_view file, unsigned long long line,
                              std::string_view expected);
 
-/// A failure in reading a file, which is reported as it is with a line "  in <file>" behind it.
+/// A failure in reading a file, which is reported as it is, with the file as its last cause.
 class FailureInFile : public std::runtime_error {
  public:
   FailureInFile(std::exception_ptr failure, const std::string& file)

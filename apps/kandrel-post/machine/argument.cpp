@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "kandrel-post/host/errors.h"
+#include "kandrel-post/machine/description.h"
 #include "kandrel-post/machine/json.h"
 #include "kandrel-post/machine/presets.h"
 #include "kandrel-post/machine/settings_file.h"
@@ -20,10 +21,9 @@ Machine LoadMachine(const std::string& argument) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   if (ending == ".json") return ReadMachineFile(argument);
   if (ending == ".kds") return ReadSettingsFile(argument);
-  if (ending == ".xml")
-    Fail(fmt::format("{}: machine descriptions in this form are not read yet", argument));
-  throw UsageError(fmt::format("{}: preset:NAME, a .json or a .kds file expected as the machine",
-                               Printable(argument)));
+  if (ending == ".xml") return ReadMachineDescription(argument);
+  throw UsageError(fmt::format(
+      "{}: preset:NAME, a .json, .kds or .xml file expected as the machine", Printable(argument)));
 }
 
 }  // namespace kandrel_post

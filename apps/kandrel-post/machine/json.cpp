@@ -23,6 +23,7 @@
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/machine/values.h"
 #include "kandrel-post/out/axis_words.h"
+#include "kandrel-post/out/json_text.h"
 
 namespace kandrel_post {
 
@@ -231,15 +232,8 @@ void ReadRotary(const Document& document, ObjectReader& reader, MachineValues& v
   }
 }
 
-// Whole numbers are written as such: 100000, not 1e+05 or 100000.0.
 ordered_json Number(double value) {
-  if (!std::isfinite(value)) Fail("a machine with a number that is not finite can't be JSON");
-  constexpr double kExact = 9007199254740992.0;
-  if (std::abs(value) <= kExact && std::trunc(value) == value && !std::signbit(value))
-    return static_cast<std::uint64_t>(value);
-  if (std::abs(value) <= kExact && std::trunc(value) == value && value != 0)
-    return static_cast<std::int64_t>(value);
-  return value;
+  return JsonNumber(value, "a machine");
 }
 
 ordered_json Vector(const Point& p) {
@@ -260,7 +254,7 @@ std::string ReadSmallFile(const std::string& fileName) {
 
 }  // namespace
 
-post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& name) {
+Machine ParseMachine(std::string_view text, const std::string& name) {
   const Document document(text, name);
   ObjectReader reader(document, document.Root(), "");
   MachineValues values = DefaultValues(ReadAxes(reader));
@@ -281,15 +275,17 @@ post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& na
   }
   reader.RefuseOtherKeys();
 
-  post::zvMachDefBuilder builder;
-  builder.SetMachDef(MakeMachDef(values));
-  builder.SetAxisNames(names);
-  return builder;
+  Machine machine;
+  machine.builder.SetMachDef(MakeMachDef(values));
+  machine.builder.SetAxisNames(names);
+  machine.hasNames = document.Root().contains("names");
+  return machine;
 }
 
 Machine ReadMachineFile(const std::string& fileName) {
-  return {std::filesystem::path(fileName).stem().string(),
-          ParseMachine(ReadSmallFile(fileName), fileName)};
+  Machine machine = ParseMachine(ReadSmallFile(fileName), fileName);
+  machine.name = std::filesystem::path(fileName).stem().string();
+  return machine;
 }
 
 std::string MachineToJson(const Machine& machine) {
@@ -322,12 +318,7 @@ std::string MachineToJson(const Machine& machine) {
     for (std::size_t i = 0; i < 3; ++i) object[kOnWorkpieceKeys[i]] = values.onWorkpiece[i];
   }
 
-  // One key a line, its value on one line: a screen holds it.
-  std::string text;
-  for (const auto& item : object.items())
-    text +=
-        fmt::format("{} \"{}\": {}", text.empty() ? "{" : ",\n", item.key(), item.value().dump());
-  return text + "}\n";
+  return JsonText(object);
 }
 
 }  // namespace kandrel_post

@@ -15,6 +15,7 @@ struct Machine {
   std::string name;  ///< of the preset, or of the file without its folder and ending
   post::zvMachDefBuilder builder;
   std::vector<misc::zvBILostData> lostData{};  ///< what a settings file had to be changed in
+  bool hasNames = true;  ///< otherwise the builder's are the default ones: the JSON has none
 };
 
 /// 3 to 6.

@@ -1,7 +1,7 @@
 // zvParserSTL: reads STL texts.
 #pragma once
 
-#include <kandrel/cadcam/stl/line_reader.h>
+#include <kandrel/cadcam/stl/detail/line_reader.h>
 #include <kandrel/cadcam/stl/parser.h>
 #include <kandrel/cadcam/stl/parser_commands.h>
 #include <kandrel/cadcam/stl/stl_file.h>

@@ -1,4 +1,4 @@
-#include <kandrel/cadcam/stl/line_reader.h>
+#include <kandrel/cadcam/stl/detail/line_reader.h>
 #include <kandrel/cadcam/stl/parser_stl.h>
 #include <kandrel/cadcam/stl/stl_file.h>
 #include <kandrel/cadcam/stl/stl_reader.h>
@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -49,13 +50,30 @@ class Replayed final : public misc::zvBinInputStream {
   misc::zvBinInputStream& m_stream;
 };
 
-bool IsText(std::string_view start) {
+// The size that a binary file of so many triangles has.
+zvStreamSize BinarySize(std::uint32_t count) {
+  return kHeader + sizeof count + zvStreamSize{kTriangle} * count;
+}
+
+// A text whose lines are so long that no keyword stands where it is looked for, as doubles can make
+// them. Nothing else is told by this: a count of triangles has bytes that no text has.
+bool HasLongLines(std::string_view start) {
+  return start.substr(0, kHeader).find("facet") != std::string_view::npos &&
+         std::all_of(start.begin(), start.end(), [](char c) {
+           return static_cast<unsigned char>(c) >= ' ' || c == '\t' || c == '\n' || c == '\r';
+         });
+}
+
+bool IsText(std::string_view start, zvStreamSize size) {
   if (start.size() < 2 * kHeader) return true;
   constexpr const char* kWords[] = {"solid",  "facet",   "normal",   "outer",   "loop",
                                     "vertex", "endloop", "endfacet", "endsolid"};
-  return std::any_of(std::begin(kWords), std::end(kWords), [&](const char* word) {
+  const bool hasWord = std::any_of(std::begin(kWords), std::end(kWords), [&](const char* word) {
     return start.substr(kHeader).find(word) != std::string_view::npos;
   });
+  std::uint32_t count = 0;
+  std::memcpy(&count, start.data() + kHeader, sizeof count);
+  return hasWord || (size != BinarySize(count) && HasLongLines(start));
 }
 
 void ReadOrThrow(misc::zvBinInputStream& stream, void* buffer, std::size_t size) {
@@ -83,8 +101,7 @@ void ReadBinary(misc::zvBinInputStream& stream, zvStreamSize size, zvTMesh<T>& m
   ReadOrThrow(stream, header.data(), header.size());
   std::uint32_t count = 0;
   ReadOrThrow(stream, &count, sizeof count);
-  if (size != kHeader + sizeof count + zvStreamSize{kTriangle} * count)
-    throw zvSTLParserException(zvSTLParserException::kWrongCount);
+  if (size != BinarySize(count)) throw zvSTLParserException(zvSTLParserException::kWrongCount);
   mesh.Reserve(3 * std::size_t{count}, count);
   std::vector<char> block(kBlock * kTriangle);
   for (std::size_t left = count; left > 0;) {
@@ -110,14 +127,13 @@ zvSTLForm LoadSTL(const std::wstring& path, zvTMesh<T>& mesh) {
   if (!misc::ToPathBytes(path, bytes) ||
       misc::platform::KindOfFile(bytes.c_str()) == misc::platform::FileKind::kMissing)
     throw zvSTLParserException(zvSTLParserException::kMissingFile);
+  std::optional<misc::zvBinInputFile> file;
   try {
-    misc::zvBinInputFile file(path);
-    return LoadSTL(file, file.GetSize(), mesh);
-  } catch (const zvParserException&) {
-    throw;
+    file.emplace(path);
   } catch (const misc::zvException& e) {
     throw zvSTLParserException(zvSTLParserException::kNotOpened, &e);
   }
+  return LoadSTL(*file, file->GetSize(), mesh);
 }
 
 template <class T>
@@ -126,7 +142,7 @@ zvSTLForm LoadSTL(misc::zvBinInputStream& stream, zvStreamSize size, zvTMesh<T>&
   const std::size_t wanted = static_cast<std::size_t>(std::min<zvStreamSize>(size, start.size()));
   const std::string_view seen(start.data(), detail::ReadAll(stream, start.data(), wanted));
   Replayed replayed(seen, stream);
-  const zvSTLForm form = IsText(seen) ? zvSTLForm::text : zvSTLForm::binary;
+  const zvSTLForm form = IsText(seen, size) ? zvSTLForm::text : zvSTLForm::binary;
   zvTMesh<T> read(mesh.GetUnits());
   if (form == zvSTLForm::text)
     ReadText(replayed, read);

@@ -106,7 +106,7 @@ void CheckTaperMill(Numbers& n, const Arbor&) {
 
 Shoulder TaperShoulder(const Numbers& n) {
   const auto a = SineAndCosineOfDegrees(n.taperAngle);
-  const double tan = a.sine / a.cosine;
+  const double tan = TanDeg(n.taperAngle);
   const double r = n.cornerRadius;
   const bool hasCorner = std::fabs(r) > kEqual;
   const double x = hasCorner ? a.cosine * r + n.diameter / 2 - r : n.diameter / 2 - r;
@@ -121,7 +121,7 @@ double DoveUpperDiameter(const Numbers& n) {
   const double r = n.cornerRadius;
   const double x = n.diameter / 2 + (a.cosine - 1) * r;
   const double z = n.fluteLength - (a.sine + 1) * r;
-  return 2 * (x - a.sine / a.cosine * z);
+  return 2 * (x - TanDeg(n.taperAngle) * z);
 }
 
 void CheckDoveMill(Numbers& n, const Arbor&) {
@@ -131,8 +131,8 @@ void CheckDoveMill(Numbers& n, const Arbor&) {
   Require(r >= -kEqual, Error::kCornerRadius);
   const double x = a.cosine * r + n.diameter / 2 - r;
   const double z = a.sine * r + r;
-  Require(a.sine / a.cosine * (n.fluteLength - z) - kEqual <= x && r <= n.diameter / 2 + kEqual &&
-              z <= n.fluteLength + kEqual,
+  Require(TanDeg(n.taperAngle) * (n.fluteLength - z) - kEqual <= x &&
+              r <= n.diameter / 2 + kEqual && z <= n.fluteLength + kEqual,
           Error::kCornerRadiusBeyond);
   RequireRange(n, zvToolParameter::taperAngle);
   Require(DoveUpperDiameter(n) > kEqual, Error::kUpperDiameter);
@@ -247,6 +247,7 @@ constinit const zvToolType zvChamferMill::kType =
 
 constinit const zvToolType zvSlotMill::kType =
     TypeOf<zvSlotMill>({.name = "zvSlotMill",
+                        .hasOneLength = true,
                         .failure = 2124,
                         .defaults = {.diameter = 50, .fluteLength = 4, .shoulderLength = 4},
                         .holder = detail::kHolder,

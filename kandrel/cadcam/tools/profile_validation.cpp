@@ -41,8 +41,8 @@ zvNonCuttingPartValidation::zvNonCuttingPartValidation()
 zvToolPartProfileValidation::zvToolPartProfileValidation()
     : zvProfileValidation({2145, 2146, 2160, 2161, 2162}) {}
 
-zvProfileValidation::Points zvProfileValidation::PointsOf(const Profile& profile) {
-  Points points;
+std::vector<Point> ProfilePoints(const geoDef::zv2dContour<double>& profile) {
+  std::vector<Point> points;
   for (const auto& element : Walk(profile)) {
     if (const auto* line = std::get_if<geoDef::zv2dPolyLine<double>>(&element)) {
       const bool isFirst = points.empty();
@@ -62,7 +62,7 @@ bool zvProfileValidation::HasSeveralElements(const Profile& profile) {
 }
 
 void zvProfileValidation::ValidateSegments(const Profile& profile) const {
-  ValidateSegmentsOf(PointsOf(profile));
+  ValidateSegmentsOf(ProfilePoints(profile));
 }
 
 void zvProfileValidation::ValidateSegmentsOf(const Points& points) const {
@@ -90,7 +90,7 @@ void zvProfileValidation::ValidateConeSegment(double firstRadius, double secondR
 }
 
 void zvProfileValidation::Validate(const Profile& profile) const {
-  ValidatePoints(PointsOf(profile), HasSeveralElements(profile));
+  ValidatePoints(ProfilePoints(profile), HasSeveralElements(profile));
 }
 
 void zvProfileValidation::ValidatePoints(const Points& points, bool hasSeveralElements) const {
@@ -106,7 +106,7 @@ void zvProfileValidation::ValidatePoints(const Points& points, bool hasSeveralEl
 }
 
 void zvCuttingPartValidation::Validate(const Profile& profile) const {
-  Points points = PointsOf(profile);
+  Points points = ProfilePoints(profile);
   const bool hasSeveralElements = HasSeveralElements(profile);
   if (hasSeveralElements && points.size() > 1 && std::fabs(points[0].x) <= misc::kEqual)
     points[0].x = points[1].x;

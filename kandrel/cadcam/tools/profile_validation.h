@@ -9,12 +9,16 @@
 
 namespace cadcam {
 
+/// The corners of a profile: the start of its first element and the end of each, and all points of
+/// polylines. What lies inside a curve, and gaps between elements, don't show.
+KANDREL_API std::vector<geoDef::zv2dPoint<double>> ProfilePoints(
+    const geoDef::zv2dContour<double>& profile);
+
 /// Checks the profile of a revolved solid: x is the radius, y the height from the start of the
 /// part, both in the profile's units. The classes differ in the zvcadcamException that their
 /// reports throw; the ids stand in the source.
 ///
-/// 1. What is looked at are points: the start of the first element and the end of each, and all
-///    points of polylines. What lies inside a curve, and gaps between elements, are not seen.
+/// 1. What is looked at are ProfilePoints.
 /// 2. Segments: those that rise by less than 1e-6 up or down are passed over. One of constant x, to
 ///    1e-6, is a cylinder, whose radius must be above 1e-6; any other a cone, whose radii must be
 ///    at least 1e-6. Both must rise. A radius is reported before a height.
@@ -59,7 +63,6 @@ class KANDREL_API zvProfileValidation {
 
   /// Validate, of the points of property 1.
   void ValidatePoints(const Points& points, bool hasSeveralElements) const;
-  static Points PointsOf(const Profile& profile);
   static bool HasSeveralElements(const Profile& profile);
 
  private:

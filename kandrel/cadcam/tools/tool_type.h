@@ -28,6 +28,8 @@ struct zvToolType {
 
   /// Of the class, "zvEndMill".
   std::string_view name{};
+  /// One length serves as flute length and shoulder length; where two are given, it is the first.
+  bool hasOneLength = false;
   /// What the class's checks are wrapped in; 0 where they come unwrapped.
   std::uint32_t failure = 0;
   /// Of the default tool, which is metric: numbers, and the profiles of holder and arbor.

@@ -20,7 +20,7 @@ constexpr auto kMetric = measures::zvUnitsFactory::metric;
 zvToolNumbers NumbersOf(const zvToolType& type, const zvToolNumbers& all) {
   zvToolNumbers numbers{.diameter = all.diameter,
                         .fluteLength = all.fluteLength,
-                        .shoulderLength = all.shoulderLength};
+                        .shoulderLength = type.hasOneLength ? all.fluteLength : all.shoulderLength};
   for (const zvToolParameter parameter : type.parameters)
     SetParameter(numbers, parameter, GetParameter(all, parameter));
   return numbers;

@@ -10,6 +10,7 @@
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/model/setup_owner.h>
 #include <kandrel/post/passes/flat_moves.h>
 
 #include <cstdint>
@@ -66,6 +67,9 @@ class KANDREL_API zvPostedTPCreator {
   void SetAlignMatrix(const post::zvAlignMatrix& matrix) { m_alignMatrix = matrix; }
   /// The spelling is part of the interface.
   bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
+
+  /// Lets the owner of what this creator refers to live as long as the creator and its copies.
+  void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
 
   /// The posted move type of the section in which the iterator stands. Throws zvcadcamException
   /// 2639 for a section that is neither link nor contour, zvKandrelException 2637 for a link type
@@ -124,4 +128,5 @@ class KANDREL_API zvPostedTPCreator {
   const post::zv5axControlDef& m_controlDef;
   InstanceType m_instanceType = instanceBase;
   post::zvAlignMatrix m_alignMatrix;
+  post::zvSetupOwnerPointer m_owner;
 };

@@ -11,6 +11,7 @@
 #include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/model/setup_owner.h>
 #include <kandrel/post/passes/flat_moves.h>
 
 #include <utility>
@@ -74,6 +75,9 @@ class KANDREL_API zvKDR5AxBase {
   /// The spelling is part of the interface.
   bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
 
+  /// Lets the owner of what this object refers to live as long as the object and its copies.
+  void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
+
   /// Posts a toolpath; the moves have extended blocks. The reference stays good as long as this
   /// object, its content until the next Post; moves that the caller shares live on. The result's
   /// alignment matrix is that of this posting, null without one. A toolpath without passes, or with
@@ -122,4 +126,5 @@ class KANDREL_API zvKDR5AxBase {
   post::zvPostedTP m_postedTP;
   post::zvAlignMatrix m_alignMatrix;
   post::zvPostingCounts m_counts;
+  post::zvSetupOwnerPointer m_owner;
 };

@@ -124,7 +124,7 @@ TEST(SettingsFiles, AreNamedWhereTheyCantBeRead) {
   const std::string file = scratch.Path("cut.KDS");
   std::ofstream(file, std::ios::binary) << OldSettings({0, 0, 1, 1, 0, 0}, -90).substr(0, 99);
   EXPECT_EQ(RunLine("machine show " + file).failure,
-            "error 2148: Unexpected end of input stream!\n  in " + file + "\n");
+            "error 2148: Unexpected end of input stream!\n  caused by 0: " + file + "\n");
   EXPECT_EQ(RunLine("machine show odd\xFF.kds").failure,
             "error 0: odd\uFFFD.kds: the name of a settings file is UTF-8\n");
 }

@@ -2,7 +2,7 @@
 #include <kandrel/cadcam/tool_approximation_exception.h>
 #include <kandrel/cadcam/tools/tool_approximation.h>
 #include <kandrel/cadcam/tools/tool_mesh.h>
-#include <tests/cadcam/tools/make_tool.h>
+#include <tests/cadcam/tools/tool_cases.h>
 #include <tests/support/numbers.h>
 #include <tests/support/throws_id.h>
 
@@ -14,7 +14,7 @@ using tests::kNaN;
 using tests::MakeTool;
 using tests::ThrowsId;
 using Point = geoDef::zv2dPoint<double>;
-using Points = std::vector<Point>;
+using tests::Points;
 using Profile = geoDef::zv2dPolyLine<double>;
 
 // Cutting and non-cutting profile of a tool of any type.
@@ -43,245 +43,59 @@ testing::AssertionResult Near(const Points& a, const Points& b) {
   return testing::AssertionSuccess();
 }
 
-struct Circle {
-  double x, y, radius;
-};
-
 TEST(ToolApproximation, OutlinesFollowFromTheParameters) {
-  const struct {
-    std::string type;
-    tests::NamedNumbers numbers;
-    Points cutting, nonCutting;
-    std::vector<Circle> circles{};  ///< on which all points of fine profiles are that aren't above
-  } cases[] = {
-      {"zvEndMill", {}, {{0, 0}, {5, 0}, {5, 20}}, {{5, 20}, {5, 40}}},
-      {"zvEndMill", {{"fluteLength", 40}}, {{0, 0}, {5, 0}, {5, 40}}, {}},
-      {"zvEndMill",
-       {{"shoulderDiameter", 6}, {"shoulderBaseLength", 30}},
-       {{0, 0}, {5, 0}, {5, 20}},
-       {{5, 20}, {3, 30}, {3, 40}}},
-      {"zvEndMill",
-       {{"shoulderDiameter", 6}, {"shoulderBaseLength", 20}},
-       {{0, 0}, {5, 0}, {5, 20}, {3, 20}},
-       {{3, 20}, {3, 40}}},
-      {"zvEndMill",
-       {{"shoulderDiameter", 6}, {"shoulderBaseLength", 40}},
-       {{0, 0}, {5, 0}, {5, 20}},
-       {{5, 20}, {3, 40}}},
-      {"zvReamer", {}, {{0, 0}, {0.1, 0}, {0.1, 1}}, {{0.1, 1}, {0.1, 1.6}}},
-      {"zvCntrBore", {}, {{0, 0}, {0.5, 0}, {0.5, 1}}, {{0.5, 1}, {0.5, 1.5}}},
-      {"zvSpherMill", {}, {{0, 0}, {5, 5}, {5, 25}}, {{5, 25}, {5, 40}}, {{0, 5, 5}}},
-      {"zvSpherMill",
-       {{"fluteLength", 2}},
-       {{0, 0}, {4, 2}},
-       {{4, 2}, {5, 5}, {5, 40}},
-       {{0, 5, 5}}},
-      {"zvBullMill", {}, {{0, 0}, {3, 0}, {5, 2}, {5, 25}}, {{5, 25}, {5, 40}}, {{3, 2, 2}}},
-      {"zvBullMill",
-       {{"cornerRadius", 5 + 1e-6}},
-       {{0, 0}, {5, 5}, {5, 25}},
-       {{5, 25}, {5, 40}},
-       {{0, 5, 5}}},
-      {"zvConvexTipMill",
-       {},
-       {{0, 0}, {4.444444, 1.041936}, {5, 1.93774}, {5, 20}},
-       {{5, 20}, {5, 40}},
-       {{0, 10, 10}, {4, 1.93774, 1}}},
-      {"zvConvexTipMill",
-       {{"tipRadius", 5}, {"cornerRadius", 5}},
-       {{0, 0}, {5, 5}, {5, 20}},
-       {{5, 20}, {5, 40}},
-       {{0, 5, 5}}},
-      {"zvConvexTipMill",
-       {{"tipRadius", 5 - 1e-6}, {"cornerRadius", 1}},
-       {{0, 0}, {5, 5}, {5, 20}},
-       {{5, 20}, {5, 40}},
-       {{0, 5, 5}}},
-      // The corner is beyond the axis, which it crosses.
-      {"zvConvexTipMill",
-       {{"tipRadius", 10}, {"cornerRadius", 7}},
-       {{0, 1.05573}, {5, 7.76393}, {5, 20}},
-       {{5, 20}, {5, 40}},
-       {{-2, 7.763932, 7}}},
-      {"zvSlotMill", {}, {{0, 0}, {25, 0}, {25, 4}}, {}},
-      {"zvSlotMill",
-       {{"cornerRadius", 1}, {"cornerRadiusType", 1}},
-       {{0, 0}, {24, 0}, {25, 1}, {25, 3}, {24, 4}},
-       {},
-       {{24, 1, 1}, {24, 3, 1}}},
-      {"zvSlotMill",
-       {{"cornerRadiusType", 2}},
-       {{0, 0}, {23, 0}, {25, 2}, {23, 4}},
-       {},
-       {{23, 2, 2}}},
-      {"zvSlotMill",
-       {{"diameter", 20},
-        {"fluteLength", 40},
-        {"shoulderLength", 40},
-        {"cornerRadius", 18},
-        {"cornerRadiusType", 1}},
-       {{0, 1.875485}, {10, 18}, {10, 22}, {0, 38.124515}},
-       {},
-       {{-8, 18, 18}, {-8, 22, 18}}},
-      {"zvChamferMill", {}, {{0, 0}, {1, 0}, {10, 9}, {10, 20}}, {{10, 20}, {10, 25}}},
-      {"zvChamferMill",
-       {{"diameter", 4}, {"fluteLength", 5}, {"cornerRadius", 1}, {"cornerRadiusType", 1}},
-       {{0, 0}, {1.585786, 0}, {2.292893, 0.292893}, {7, 5}},
-       {{7, 5}, {10, 8}, {10, 25}},
-       {{1.585786, 1, 1}}},
-      {"zvFaceMill",
-       {{"diameter", 10},
-        {"outsideDiameter", 20},
-        {"fluteLength", 8},
-        {"shoulderLength", 12},
-        {"taperAngle", 45},
-        {"cornerRadius", 2},
-        {"cornerRadiusType", 1}},
-       {{0, 0}, {5, 0}, {6.414214, 0.585786}, {10, 4.171573}, {10, 8}},
-       {{10, 8}, {10, 12}},
-       {{5, 2, 2}}},
-      {"zvFaceMill",
-       {{"diameter", 10},
-        {"outsideDiameter", 20},
-        {"fluteLength", 8},
-        {"shoulderLength", 12},
-        {"taperAngle", 90}},
-       {{0, 0}, {5, 0}, {10, 0}, {10, 8}},
-       {{10, 8}, {10, 12}}},
-      {"zvFaceMill",
-       {{"diameter", 10},
-        {"outsideDiameter", 20},
-        {"fluteLength", 8},
-        {"shoulderLength", 12},
-        {"taperAngle", 10}},
-       {{0, 0}, {5, 0}, {6.410616, 8}},
-       {{6.410616, 8}, {7.115924, 12}}},
-      {"zvTaperMill", {}, {{0, 0}, {3, 0}, {6.935143, 28}}, {{6.935143, 28}, {7.216225, 30}}},
-      {"zvTaperMill",
-       {{"taperAngle", 30}, {"cornerRadiusType", 2}},
-       {{0, 0}, {2.598076, 1.5}, {17.897858, 28}},
-       {{17.897858, 28}, {19.052559, 30}},
-       {{0, 3, 3}}},
-      {"zvBoreBar",
-       {{"diameter", 10},
-        {"fluteLength", 8},
-        {"shoulderLength", 12},
-        {"taperAngle", 30},
-        {"cornerRadius", 1},
-        {"cornerRadiusType", 1}},
-       {{0, 0}, {4, 0}, {4.866025, 0.5}, {9.196152, 8}},
-       {{9.196152, 8}, {11.505553, 12}},
-       {{4, 1, 1}}},
-      {"zvDoveMill", {}, {{0, 0}, {10, 0}, {4, 6}}, {{4, 6}, {4, 40}}},
-      {"zvDoveMill",
-       {{"cornerRadius", 1}, {"cornerRadiusType", 1}},
-       {{0, 0}, {9, 0}, {9.707107, 1.707107}, {5.414214, 6}},
-       {{5.414214, 6}, {5.414214, 40}},
-       {{9, 1, 1}}},
-      {"zvLolMill", {}, {{0, 0}, {4.898979, 6}, {3, 6}}, {{3, 6}, {3, 40}}, {{0, 5, 5}}},
-      {"zvLolMill",
-       {{"fluteLength", 15}},
-       {{0, 0}, {3, 9}, {3, 15}},
-       {{3, 15}, {3, 40}},
-       {{0, 5, 5}}},
-      {"zvBarrelMill",
-       {},
-       {{0, 0}, {6.668058, 0}, {6.740899, 0.031487}, {5, 18}},
-       {{5, 18}, {5, 30}},
-       {{6.668058, 0.1, 0.1}, {-2, 8.253206, 12}}},
-      {"zvRadMill",
-       {{"diameter", 10}, {"radius", 3}, {"fluteLength", 8}, {"shoulderLength", 12}},
-       {{0, 0}, {5, 0}, {8, 3}, {8, 8}},
-       {{8, 8}, {8, 12}},
-       {{8, 0, 3}}},
-      {"zvDrill", {}, {{0, 0}, {4, 2.403442}, {4, 50}}, {{4, 50}, {4, 80}}},
-      {"zvDrill", {{"tipAngle", 180}}, {{0, 0}, {4, 0}, {4, 50}}, {{4, 50}, {4, 80}}},
-      {"zvSpotDrill", {{"tipAngle", 90}}, {{0, 0}, {0.5, 0.5}, {0.5, 1}}, {{0.5, 1}, {0.5, 1.5}}},
-      {"zvCSink",
-       {{"diameter", 10},
-        {"fluteLength", 8},
-        {"shoulderLength", 12},
-        {"tipAngle", 90},
-        {"cornerRadius", 2},
-        {"cornerRadiusType", 1}},
-       {{0, 0}, {4.414214, 4.414214}, {5, 5.828427}, {5, 8}},
-       {{5, 8}, {5, 12}},
-       {{3, 5.828427, 2}}},
-      {"zvTapRH",
-       {{"diameter", 10},
-        {"fluteLength", 8},
-        {"shoulderLength", 12},
-        {"tipAngle", 120},
-        {"cornerRadius", 0}},
-       {{0, 0}, {5, 2.886751}, {5, 8}},
-       {{5, 8}, {5, 12}}},
-      // The corner is higher than the tool.
-      {"zvTapLH",
-       {{"diameter", 10},
-        {"fluteLength", 5},
-        {"shoulderLength", 5},
-        {"tipAngle", 90},
-        {"cornerRadius", 4},
-        {"cornerRadiusType", 1}},
-       {{0, 0}, {3.828427, 3.828427}, {4.640719, 5}},
-       {},
-       {{1, 6.656854, 4}}},
-      {"zvCtrDrill",
-       {{"diameter", 4},
-        {"fluteLength", 6},
-        {"shoulderLength", 20},
-        {"tipAngle", 90},
-        {"shoulderAngle", 90}},
-       {{0, 0}, {2, 2}, {2, 6}},
-       {{2, 6}, {2, 20}}},
-      {"zvCtrDrill",
-       {{"diameter", 4},
-        {"fluteLength", 6},
-        {"shoulderLength", 20},
-        {"tipAngle", 90},
-        {"shoulderAngle", 90},
-        {"shoulderDiameter", 10},
-        {"shoulderBaseLength", 12}},
-       {{0, 0}, {2, 2}, {2, 6}},
-       {{2, 6}, {5, 9}, {5, 20}}},
-      {"zvCtrDrill",
-       {{"diameter", 4},
-        {"fluteLength", 6},
-        {"shoulderLength", 20},
-        {"tipAngle", 90},
-        {"shoulderAngle", 180},
-        {"shoulderDiameter", 10},
-        {"shoulderBaseLength", 12}},
-       {{0, 0}, {2, 2}, {2, 6}, {5, 6}},
-       {{5, 6}, {5, 20}}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.type);
-    const auto tool = MakeTool(c.type, c.numbers);
+  std::ifstream file(KANDREL_SOURCE_DIR "/tests/cadcam/data/tool_outlines.txt");
+  int cases = 0;
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    SCOPED_TRACE(line);
+    ++cases;
+    const auto columns = tests::SplitAt(line + ' ', '|');
+    ASSERT_EQ(columns.size(), 4u);
+    const auto numbers = [&](std::size_t column, std::size_t each) {
+      std::vector<std::vector<double>> rows;
+      for (const std::string& row : tests::SplitAt(columns[column], ';')) {
+        if (row.find(',') == std::string::npos) continue;  // nothing but a blank
+        rows.emplace_back();
+        for (const std::string& n : tests::SplitAt(row, ',')) rows.back().push_back(std::stod(n));
+        EXPECT_EQ(rows.back().size(), each);
+      }
+      return rows;
+    };
+    const auto points = [&](std::size_t column) {
+      Points p;
+      for (const auto& row : numbers(column, 2)) p.push_back({row[0], row[1]});
+      return p;
+    };
+    const std::size_t blank = line.find(' ');
+    const auto tool = MakeTool(line.substr(0, blank), columns[0].substr(blank));
+    const Points cutting = points(1), nonCutting = points(2);
+    const auto circles = numbers(3, 3);
     // A chord for each arc shows its ends.
     const double coarse = tool->GetDiameter() / 2 - 1e-6;
     const Profiles ends(*tool, coarse);
-    EXPECT_TRUE(Near(ends.cutting, c.cutting));
-    EXPECT_TRUE(Near(ends.nonCutting, c.nonCutting));
+    EXPECT_TRUE(Near(ends.cutting, cutting));
+    EXPECT_TRUE(Near(ends.nonCutting, nonCutting));
+
+    const auto isOnCircle = [&](const Point& p) {
+      return std::any_of(circles.begin(), circles.end(), [&](const auto& c) {
+        return std::fabs(std::hypot(p.x - c[0], p.y - c[1]) - c[2]) < 1e-5;
+      });
+    };
     const Profiles fine(*tool, 1e-3 * coarse);
-    Points points = fine.cutting;
-    points.insert(points.end(), fine.nonCutting.begin(), fine.nonCutting.end());
     std::size_t onCircles = 0;
-    for (const Point& p : points) {
-      const auto isAt = [&](const Point& q) { return std::hypot(p.x - q.x, p.y - q.y) < 1e-5; };
-      if (std::any_of(c.cutting.begin(), c.cutting.end(), isAt) ||
-          std::any_of(c.nonCutting.begin(), c.nonCutting.end(), isAt))
-        continue;
-      ++onCircles;
-      EXPECT_TRUE(std::any_of(c.circles.begin(), c.circles.end(),
-                              [&](const Circle& circle) {
-                                return std::fabs(std::hypot(p.x - circle.x, p.y - circle.y) -
-                                                 circle.radius) < 1e-5;
-                              }))
-          << p.x << ' ' << p.y;
-    }
-    EXPECT_EQ(onCircles > 0, !c.circles.empty());
+    for (const Points* profile : {&fine.cutting, &fine.nonCutting})
+      for (const Point& p : *profile) {
+        const auto isAt = [&](const Point& q) { return std::hypot(p.x - q.x, p.y - q.y) < 1e-5; };
+        if (std::any_of(cutting.begin(), cutting.end(), isAt) ||
+            std::any_of(nonCutting.begin(), nonCutting.end(), isAt))
+          continue;
+        ++onCircles;
+        EXPECT_TRUE(isOnCircle(p)) << p.x << ' ' << p.y;
+      }
+    EXPECT_EQ(onCircles > 0, !circles.empty());
   }
+  EXPECT_EQ(cases, 42);
 }
 
 TEST(ToolApproximation, RefusesToolsThatTheirOwnChecksRefuse) {
@@ -307,8 +121,8 @@ TEST(ToolApproximation, RefusesTolerancesThatAreNotBelowTheRadius) {
   const std::wstring text = L"profile tolerance larger than toolRadius";
   for (const zvToolType* type : ToolTypes()) {
     const std::string name(type->name);
-    const auto tool = name == "zvFaceMill"           ? MakeTool(name, {{"outsideDiameter", 2}})
-                      : type->defaults.tipAngle == 1 ? MakeTool(name, {{"tipAngle", 90}})
+    const auto tool = name == "zvFaceMill"           ? MakeTool(name, "outsideDiameter=2")
+                      : type->defaults.tipAngle == 1 ? MakeTool(name, "tipAngle=90")
                                                      : type->makeDefault();
     const bool namesCorner = name == "zvSpherMill" || name == "zvCntrBore";
     const double radius = tool->GetDiameter() / 2;
@@ -321,18 +135,17 @@ TEST(ToolApproximation, RefusesTolerancesThatAreNotBelowTheRadius) {
 }
 
 TEST(ToolApproximation, RefusesParametersThatLeaveNoRealOutline) {
-  const struct {
-    const char* type;
-    tests::NamedNumbers numbers;
-  } cases[] = {
-      {"zvConvexTipMill", {{"cornerRadius", 11}}}, {"zvConvexTipMill", {{"cornerRadius", 8}}},
-      {"zvRadMill", {{"radius", -0.1}}},           {"zvRadMill", {{"radius", kInfinity}}},
-      {"zvEndMill", {{"diameter", kInfinity}}},    {"zvEndMill", {{"shoulderLength", kInfinity}}},
-  };
-  for (const auto& c : cases)
-    EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-        [&] { Profiles(*MakeTool(c.type, c.numbers), 0.1); }, 0, L"Unknown error."))
-        << c.type << ' ' << c.numbers[0].second;
+  for (const auto& [type, numbers] : {std::pair("zvConvexTipMill", "cornerRadius=11"),
+                                      {"zvConvexTipMill", "cornerRadius=8"},
+                                      {"zvRadMill", "radius=-0.1"},
+                                      {"zvRadMill", "radius=inf"},
+                                      {"zvEndMill", "diameter=inf"},
+                                      {"zvEndMill", "shoulderLength=inf"}}) {
+    const auto tool = MakeTool(type, numbers);
+    EXPECT_TRUE(
+        ThrowsId<zvtoolapproximationException>([&] { Profiles(*tool, 0.1); }, 0, L"Unknown error."))
+        << type << ' ' << numbers;
+  }
 }
 
 TEST(ToolApproximation, HoldsItsToolAndGivesTheShankInItsOwnCoordinates) {

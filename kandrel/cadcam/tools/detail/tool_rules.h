@@ -10,7 +10,9 @@
 
 namespace cadcam::detail {
 
+/// Of 45 degrees, which most chamfers have, exactly 1: sine and cosine are rounded apart.
 inline double TanDeg(double deg) {
+  if (deg == 45) return 1;
   const misc::zvSineAndCosine turn = misc::SineAndCosineOfDegrees(deg);
   return turn.sine / turn.cosine;
 }

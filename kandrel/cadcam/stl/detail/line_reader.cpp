@@ -1,4 +1,4 @@
-#include <kandrel/cadcam/stl/line_reader.h>
+#include <kandrel/cadcam/stl/detail/line_reader.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
 
 #include <algorithm>

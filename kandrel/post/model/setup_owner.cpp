@@ -1,0 +1,7 @@
+#include <kandrel/post/model/setup_owner.h>
+
+namespace post {
+
+zvSetupOwner::~zvSetupOwner() = default;
+
+}  // namespace post

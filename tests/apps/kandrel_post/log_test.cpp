@@ -1,0 +1,127 @@
+#include <kandrel/persistence/log_parts.h>
+#include <tests/support/memory_streams.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/testing.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "posting_checks.h"
+
+namespace {
+
+using nlohmann::json;
+using tests::RunLine;
+
+TEST(Logs, OfPostingsAreShownAndReplayed) {
+  const tests::ScratchFolder scratch;
+  const std::string cl = scratch.Path("part.cl"), out = scratch.Path("out"), log = out + "/run.kdr";
+  std::ofstream(cl) << "PARTNO/run\nUNITS/MM\nMULTAX/ON\n$$ PASS\n$$ SLICE\n$$ LINK 3\nFEDRAT/600\n"
+                       "RAPID\nGOTO/0,0,20\n$$ CONTOUR\nGOTO/0,0,0\nGOTO/10,5,0,0,0.6,0.8\n"
+                       "GOTO/20,5,0\nFINI\n";
+  ASSERT_EQ(RunLine("post -m preset:trunnion_ca -t " + cl + " -o " + out +
+                    " --origin 1,2,3 --tool-length 4 --set maxAngleStep=1.5 --control 180,360")
+                .exitCode,
+            0);
+  EXPECT_EQ(RunLine("log cl " + log).summary, tests::FileText(cl));
+  EXPECT_EQ(RunLine("log csv " + log).summary, tests::FileText(out + "/posted.csv"));
+  EXPECT_EQ(RunLine("log replay " + log).exitCode, 0);
+  const json shown = json::parse(RunLine("log show --json " + log).summary);
+  EXPECT_EQ(shown.at("version"), 226);
+  EXPECT_EQ(shown.at("control"), json({"180", "360"}));
+  EXPECT_EQ(shown.at("origin"), json({1, 2, 3}));
+  EXPECT_EQ(shown.at("toolLength"), 4);
+  EXPECT_EQ(shown.at("parameters").at("maxAngleStep"), 1.5);
+  EXPECT_EQ(shown.at("tool").at("type"), "zvEndMill");
+  const json counts = {{"passes", 1}, {"slices", 1}, {"sections", 2}, {"moves", 4}};
+  for (const auto& count : counts.items())
+    EXPECT_EQ(shown.at("counts").at(count.key()), count.value());
+  EXPECT_EQ(shown.at("lostData"), json::array());
+  std::ofstream(scratch.Path("m.json")) << shown.at("machine").dump();
+  EXPECT_EQ(RunLine("machine show " + scratch.Path("m.json")).exitCode, 0);
+  EXPECT_NE(RunLine("log show " + log).summary.find("\n  maxAngleStep             1.5\n"),
+            std::string::npos);
+
+  // A line that was changed: the time of the last one, which ends 8 bytes before "NULL".
+  std::string bytes = tests::FileText(log);
+  const double time = 77;
+  const std::size_t end = bytes.size() - 12 - 6;  // matrix; mark of contact data, source, inserted
+  std::memcpy(bytes.data() + end - sizeof time, &time, sizeof time);
+  std::ofstream(log, std::ios::binary) << bytes;
+  const auto run = RunLine("log replay " + log);
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_NE(run.failure.find("differs: time is stored as 77, posted again it is "),
+            std::string::npos)
+      << run.failure;
+}
+
+TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
+  const tests::ScratchFolder scratch;
+  const std::string cl = scratch.Path("part.cl"), empty = scratch.Path("empty.cl");
+  std::ofstream(cl) << "GOTO/0,0,20\nFINI\n";
+  std::ofstream(empty) << "FINI\n";
+  const std::tuple<const char*, std::string, bool> cases[] = {{"mill6_cb_w --small", cl, false},
+                                                              {"mill6_cb_w", cl, true},
+                                                              {"mill3_metric", empty, false},
+                                                              {"mill3_metric --small", empty, true},
+                                                              {"trunnion_ca", empty, true}};
+  for (const auto& [options, path, hasLog] : cases) {
+    SCOPED_TRACE(options + path);
+    const tests::ScratchFolder out;
+    const auto run =
+        RunLine(std::string("post -t ") + path + " -o " + out.Path("o") + " -m preset:" + options);
+    ASSERT_EQ(run.exitCode, 0) << run.failure;
+    EXPECT_EQ(run.summary.find("no run.kdr") == std::string::npos, hasLog) << run.summary;
+    const auto replay = RunLine("log replay " + out.Path("o/run.kdr"));
+    EXPECT_EQ(replay.exitCode, hasLog ? 0 : 1) << replay.failure;
+  }
+}
+
+TEST(Logs, SiblingsAreShownByTheirTags) {
+  using Manager = zvKDRBinaryIOManager;
+  const tests::ScratchFolder scratch;
+  const auto show = [&](const char* tag, const auto& save) {
+    tests::MemoryOutput bytes;
+    save(bytes);
+    std::string text = bytes.GetBytes();
+    text.replace(0, 4, tag);
+    std::ofstream(scratch.Path("f.kdr"), std::ios::binary) << text;
+    return json::parse(RunLine("log show --json " + scratch.Path("f.kdr")).summary);
+  };
+  const post::zv5axMachDef machDef;
+  const post::zv5axControlDef control;
+  const post::zvKDRParam par(measures::zvUnitsFactory::metric);
+  const cadcam::zvTPoint3d<double> origin;
+  const zvKDR5AxBase base(machDef, control, par, origin, 9);
+  const zvKDRWriterParam writer(measures::zvUnitsFactory::inch);
+  EXPECT_EQ(show("KDRM", [&](auto& out) { Manager::SaveMachineDefinition(out, machDef); })
+                .at("machine")
+                .at("axes"),
+            5);
+  EXPECT_EQ(
+      show("KDRC", [&](auto& out) { Manager::SaveControlDefinition(out, control); }).at("control"),
+      json({"none", "none"}));
+  EXPECT_EQ(show("KDRP", [&](auto& out) { Manager::SaveKandrelParams(out, par); })
+                .at("parameters")
+                .at("poleHandling"),
+            3);
+  EXPECT_EQ(show("KDRT", [&](auto& out) { Manager::SaveToolParams(out, 12.5); }).at("toolLength"),
+            12.5);
+  EXPECT_EQ(show("KDRW", [&](auto& out) { Manager::SaveWriterParams(out, writer); })
+                .at("writer")
+                .at("toolComment"),
+            "SAMPLE TOOL");
+  const json all =
+      show("KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); });
+  EXPECT_EQ(all.at("toolLength"), 9);
+  EXPECT_EQ(all.at("writer").at("units"), "inch");
+  // The other commands take logs alone, and a tag of none is refused by all.
+  for (const char* const line : {"log csv ", "log cl ", "log replay "})
+    EXPECT_TRUE(RunLine(line + scratch.Path("f.kdr")).failure.starts_with("error 2019: ")) << line;
+  std::ofstream(scratch.Path("odd.kdr")) << "KDS and more";
+  EXPECT_EQ(RunLine("log show " + scratch.Path("odd.kdr")).failure,
+            "error 2019: ZVGL binary marker not found. Cannot process this file\n  caused by 0: " +
+                scratch.Path("odd.kdr") + "\n");
+}
+
+}  // namespace

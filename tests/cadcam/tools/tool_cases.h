@@ -1,0 +1,159 @@
+// Tools as text: cases of the files in tests/cadcam/data.
+#pragma once
+
+#include <kandrel/cadcam/tools/tool_types.h>
+#include <kandrel/cadcam/tools/typed_revolved_tool.h>
+#include <tests/support/testing.h>
+
+#include <fstream>
+
+namespace tests {
+
+using Points = std::vector<geoDef::zv2dPoint<double>>;
+using Settings = std::vector<std::pair<std::string, std::string>>;
+
+inline constexpr auto kMetric = measures::zvUnitsFactory::metric;
+inline constexpr auto kInch = measures::zvUnitsFactory::inch;
+
+inline std::vector<std::string> SplitAt(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::istringstream in(text);
+  for (std::string part; std::getline(in, part, separator);)
+    if (!part.empty()) parts.push_back(part);
+  return parts;
+}
+
+/// "radius,height;radius,height"
+inline Points PointsOf(const std::string& text) {
+  Points points;
+  for (const std::string& pair : SplitAt(text, ';')) {
+    const auto xy = SplitAt(pair, ',');
+    points.push_back({std::stod(xy.at(0)), std::stod(xy.at(1))});
+  }
+  return points;
+}
+
+template <class Part>
+Part PartOf(const std::string& text) {
+  if (text == "none") return Part();
+  if (text == "mesh") return Part(cadcam::zvMeshSolidDefinition<double>(cadcam::zvTMesh<double>()));
+  if (text == "extruded")
+    return Part(cadcam::zvExtrudedSolidDefinition<double>({}, 1, {}, kMetric));
+  return Part(PointsOf(text), kMetric);
+}
+
+inline double& NumberOf(cadcam::zvToolNumbers& n, const std::string& name) {
+  if (name == "diameter") return n.diameter;
+  if (name == "fluteLength") return n.fluteLength;
+  EXPECT_EQ(name, "shoulderLength");
+  return n.shoulderLength;
+}
+
+inline void Apply(cadcam::zvToolValues& values, const Settings& settings) {
+  for (const auto& [name, text] : settings) {
+    if (name == "holder") {
+      values.holder = PartOf<cadcam::zvTool::Holder>(text);
+    } else if (name == "arbor") {
+      values.arbor = PartOf<cadcam::zvTool::Arbor>(text);
+    } else if (name == "shoulder") {
+      const auto numbers = SplitAt(text, ',');
+      values.shoulder.emplace(std::stod(numbers.at(0)), std::stod(numbers.at(1)), kMetric);
+    } else if (const auto parameter = cadcam::FindToolParameter(name)) {
+      EXPECT_TRUE(SetParameter(values.numbers, *parameter, std::stod(text))) << name;
+    } else {
+      NumberOf(values.numbers, name) = std::stod(text);
+    }
+  }
+}
+
+/// A number of a tool under its name.
+inline double NumberOf(const cadcam::zvTypedRevolvedTool& tool, const std::string& name) {
+  if (name == "shoulderDiameter") return tool.GetShoulderDefinition().GetShoulderDiameter();
+  if (name == "shoulderBaseLength") return tool.GetShoulderDefinition().GetShoulderBaseLength();
+  if (name == "hasShoulder") return tool.HasShoulderDefinition() ? 1 : 0;
+  cadcam::zvToolNumbers numbers = tool.GetNumbers();
+  const auto parameter = cadcam::FindToolParameter(name);
+  return parameter ? GetParameter(numbers, *parameter) : NumberOf(numbers, name);
+}
+
+struct ToolCase {
+  std::string line;  ///< with its type
+  const cadcam::zvToolType* type;
+  Settings group;
+  Settings given;
+  bool isGood;
+  Settings expected;      ///< of a good one
+  std::string failure{};  ///< "ID ID: text" of others
+};
+
+inline Settings SettingsOf(const std::string& text) {
+  Settings settings;
+  for (const std::string& word : SplitAt(text, ' ')) {
+    const std::size_t equals = word.find('=');
+    settings.emplace_back(word.substr(0, equals), word.substr(equals + 1));
+  }
+  return settings;
+}
+
+inline std::vector<ToolCase> ToolCases(const std::string& fileName) {
+  std::ifstream file(KANDREL_SOURCE_DIR "/tests/cadcam/data/" + fileName);
+  std::vector<ToolCase> cases;
+  ToolCase group{};
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    if (line[0] == '[') {
+      const std::size_t end = line.find(']');
+      group.type = cadcam::FindToolType(line.substr(1, end - 1));
+      EXPECT_NE(group.type, nullptr) << line;
+      group.group = SettingsOf(line.substr(end + 1));
+      continue;
+    }
+    ToolCase c = group;
+    c.line = std::string(group.type->name) + " " + line;
+    const std::size_t arrow = line.find("=> ");
+    c.given = SettingsOf(line.substr(0, arrow));
+    c.failure = line.substr(arrow + 3);
+    c.isGood = c.failure.starts_with("ok");
+    if (c.isGood) c.expected = SettingsOf(std::exchange(c.failure, "").substr(2));
+    cases.push_back(c);
+  }
+  EXPECT_FALSE(cases.empty()) << fileName;
+  return cases;
+}
+
+/// The default of a type with some values replaced, as in a case, and all checks.
+inline cadcam::zvToolType::ToolPointer MakeTool(const std::string& type,
+                                                const std::string& settings = {}) {
+  cadcam::zvToolValues values = cadcam::FindToolType(type)->makeDefault()->GetValues();
+  Apply(values, SettingsOf(settings));
+  return cadcam::FindToolType(type)->make(values);
+}
+
+/// Values of a type that pass its checks.
+inline cadcam::zvToolValues GoodValues(const cadcam::zvToolType& type) {
+  static const std::vector<ToolCase> cases = ToolCases("tool_checks.txt");
+  cadcam::zvToolValues values = type.makeDefault()->GetValues();
+  for (const ToolCase& c : cases)
+    if (c.type == &type) {
+      Apply(values, c.group);
+      return values;
+    }
+  ADD_FAILURE() << "no case of " << type.name;
+  return values;
+}
+
+/// Ids of what `action` throws and of its causes, and the innermost text after a colon.
+template <class Action>
+std::string FailureOf(Action&& action) {
+  try {
+    action();
+  } catch (const misc::zvException& e) {
+    std::string ids = std::to_string(e.GetId());
+    for (const auto& cause : e.GetCauses()) ids += " " + std::to_string(cause.first);
+    const std::wstring& text = e.GetCauses().empty() ? e.GetMessage() : e.GetCauses().back().second;
+    return ids + ": " + std::string(text.begin(), text.end());
+  }
+  return "nothing";
+}
+
+}  // namespace tests

@@ -1,0 +1,412 @@
+// What all classes of tools do: constructors, getters, copies, visitors, units.
+#include <kandrel/cadcam/tools/generic_revolved_tool.h>
+#include <kandrel/cadcam/tools/hole_tools.h>
+#include <kandrel/cadcam/tools/lathe_tool.h>
+#include <kandrel/cadcam/tools/mills.h>
+#include <kandrel/cadcam/tools/profile_validation.h>
+#include <kandrel/cadcam/tools/tool_caster.h>
+#include <tests/support/numbers.h>
+#include <tests/support/seeded.h>
+#include <tests/support/throws_id.h>
+
+#include "tool_cases.h"
+
+namespace cadcam {
+namespace {
+
+using tests::kInch;
+using tests::kMetric;
+using tests::ThrowsId;
+using Extender = zvTypedRevolvedTool::zvShoulderDefinitionExtender;
+using Arbor = zvTool::Arbor;
+using Holder = zvTool::Holder;
+using Part = zvToolPartDefinition<double>;
+using Type = cornerRadiusType;
+
+const Holder kHolder(7, 6, kInch);
+const Arbor kArbor(5, 4, kInch);
+const Extender kShoulder(3, 45, kInch);
+
+template <class Tool>
+std::string Name() {
+  return std::string(Tool::kType.name);
+}
+
+// Both constructors of `Tool` put each argument where `numbers` has it.
+template <class Tool, class... Own>
+void ExpectTool(const zvToolNumbers& numbers, Own... own) {
+  SCOPED_TRACE(Name<Tool>());
+  const Tool plain(20, kHolder, 50, 40, kArbor, own..., kInch);
+  const Tool withShoulder(20, kHolder, 50, 40, kArbor, own..., kShoulder, kInch);
+  for (const Tool* tool : {&plain, &withShoulder}) {
+    EXPECT_EQ(tool->GetNumbers(), numbers);
+    EXPECT_EQ(tool->GetUnits(), kInch);
+    EXPECT_EQ(tool->GetHolder().GetHeight(), 7);
+    EXPECT_EQ(tool->GetArbor().GetHeight(), 5);
+    EXPECT_EQ(tool->GetTotalLength(), 5 + tool->GetShoulderLength());
+  }
+  EXPECT_FALSE(plain.HasShoulderDefinition());
+  EXPECT_TRUE(withShoulder.HasShoulderDefinition());
+  EXPECT_EQ(withShoulder.GetShoulderDefinition().GetShoulderDiameter(), 3);
+  EXPECT_EQ(withShoulder.GetShoulderDefinition().GetShoulderBaseLength(), 45);
+}
+
+constexpr zvToolNumbers kCommon{.diameter = 20, .fluteLength = 40, .shoulderLength = 50};
+zvToolNumbers With(double zvToolNumbers::*field, double value, zvToolNumbers numbers = kCommon) {
+  numbers.*field = value;
+  return numbers;
+}
+zvToolNumbers With(Type type, zvToolNumbers numbers = kCommon) {
+  numbers.cornerRadiusType = type;
+  return numbers;
+}
+
+TEST(Tools, ConstructorsTakeTheirValuesInOrder) {
+  using N = zvToolNumbers;
+  const N corner = With(&N::cornerRadius, 1.5, With(Type::given));
+  const N tap = With(&N::tipAngle, 70, corner);
+  N thread = tap;
+  thread.threadParameter = 9;
+  ExpectTool<zvEndMill>(kCommon);
+  ExpectTool<zvSpherMill>(kCommon);
+  ExpectTool<zvReamer>(kCommon);
+  ExpectTool<zvCntrBore>(kCommon);
+  ExpectTool<zvBullMill>(With(&N::cornerRadius, 1.5), 1.5);
+  ExpectTool<zvRadMill>(With(&N::radius, 1.5), 1.5);
+  ExpectTool<zvLolMill>(With(&N::neckDiameter, 15), 15);
+  ExpectTool<zvDrill>(With(&N::tipAngle, 70), 70);
+  ExpectTool<zvSpotDrill>(With(&N::tipAngle, 70), 70);
+  ExpectTool<zvCtrDrill>(With(&N::tipAngle, 70, With(&N::shoulderAngle, 60)), 70, 60);
+  ExpectTool<zvConvexTipMill>(With(&N::cornerRadius, 1.5, With(&N::tipRadius, 12)), 1.5, 12);
+  ExpectTool<zvFaceMill>(With(&N::outsideDiameter, 33, With(&N::taperAngle, 30, corner)), 1.5, 33,
+                         30, Type::given);
+  ExpectTool<zvChamferMill>(With(&N::outsideDiameter, 33, With(&N::taperAngle, 30, corner)), 1.5,
+                            30, 33, Type::given);
+  ExpectTool<zvTaperMill>(With(&N::taperAngle, 30, corner), 1.5, 30, Type::given);
+  ExpectTool<zvBoreBar>(With(&N::taperAngle, 30, corner), 1.5, 30, Type::given);
+  ExpectTool<zvDoveMill>(With(&N::taperAngle, 8, corner), 1.5, Type::given, 8);
+  ExpectTool<zvCSink>(tap, 1.5, Type::given, 70);
+  ExpectTool<zvTapRH>(thread, 1.5, Type::given, 70, 9u);
+  ExpectTool<zvTapLH>(thread, 1.5, Type::given, 70, 9u);
+
+  // The two that differ in what comes before.
+  const zvSlotMill slot(20, kHolder, 10, kArbor, 1.5, Type::given, kInch);
+  const zvSlotMill stepped(20, kHolder, 45, kArbor, 1.5, Type::given, kShoulder, kInch);
+  N length = corner;
+  length.fluteLength = length.shoulderLength = 10;
+  EXPECT_EQ(slot.GetNumbers(), length);
+  EXPECT_TRUE(stepped.HasShoulderDefinition());
+  const zvBarrelMill barrel(11, 20, kHolder, 30, 18, kArbor, 0.2, 12, kInch);
+  const zvBarrelMill barrelStepped(11, 20, kHolder, 50, 18, kArbor, 0.2, 12, kShoulder, kInch);
+  EXPECT_EQ(barrel.GetNumbers(), (N{.diameter = 20,
+                                    .fluteLength = 18,
+                                    .shoulderLength = 30,
+                                    .cornerRadius = 0.2,
+                                    .profileRadius = 12,
+                                    .upperDiameter = 11}));
+  EXPECT_TRUE(barrelStepped.HasShoulderDefinition());
+  // The neck of a lollipop mill is the arbor's beginning where none is given.
+  const zvLolMill lol(20, kHolder, 50, 40, kArbor, kInch);
+  EXPECT_EQ(lol.GetNeckDiameter(), 8);
+  EXPECT_EQ(lol.GetShoulderDefinition().GetShoulderDiameter(), 8);
+  for (const char* none : {"none", "", "mesh", "extruded"})
+    EXPECT_EQ(
+        tests::IdOf([&] { zvLolMill(20, kHolder, 50, 40, tests::PartOf<Arbor>(none), kInch); }),
+        2138u)
+        << none;
+}
+
+// A tool's own getters name what GetNumbers has.
+TEST(Tools, GettersBearTheNamesOfTheirNumbers) {
+  const zvFaceMill face(20, kHolder, 50, 40, kArbor, 1, 33, 30, Type::given, kInch);
+  EXPECT_EQ(tests::Flat(face.GetDiameter(), face.GetFluteLength(), face.GetShoulderLength(),
+                        face.GetCornerRadius(), face.GetOutsideDiameter(), face.GetTaperAngle(),
+                        face.GetCornerRadiusType()),
+            (tests::Numbers{20, 40, 50, 1, 33, 30, 1}));
+  EXPECT_EQ(zvRadMill(20, kHolder, 50, 40, kArbor, 3, kInch).GetRadius(), 3);
+  const zvBarrelMill barrel;
+  EXPECT_EQ(tests::Flat(barrel.GetUpperDiameter(), barrel.GetProfileRadius()),
+            (tests::Numbers{10, 12}));
+  EXPECT_EQ(zvConvexTipMill().GetTipRadius(), 10);
+  EXPECT_EQ(zvLolMill().GetNeckDiameter(), 6);
+  const zvCtrDrill drill(20, kHolder, 50, 40, kArbor, 70, 60, kInch);
+  EXPECT_EQ(tests::Flat(drill.GetTipAngle(), drill.GetShoulderAngle()), (tests::Numbers{70, 60}));
+  EXPECT_EQ(zvTapLH(20, kHolder, 50, 40, kArbor, 0, Type::none, 70, 5u, kInch).GetThreadParameter(),
+            5u);
+  EXPECT_NEAR(zvDoveMill().GetUpperDiameter(), 8, 1e-13);
+}
+
+// No number stands in for an enumeration, nor a shoulder for the units.
+template <class Tool, class... A>
+constexpr bool kTakes =
+    std::is_constructible_v<Tool, double, const Holder&, double, double, const Arbor&, A...>;
+using Units = measures::zvUnitsFactory::Units;
+static_assert(kTakes<zvTaperMill, double, double, Type, Units>);
+static_assert(!kTakes<zvTaperMill, double, double, int, Units>);
+static_assert(!kTakes<zvTaperMill, double, double, Type, int>);
+static_assert(!kTakes<zvTaperMill, double, double, Units, Type>);
+static_assert(!kTakes<zvTaperMill, double, double, Type>);
+static_assert(!kTakes<zvEndMill, Units, Units>);
+
+// Tells the slot that was called by the class of its argument.
+class SlotNamer : public zvToolVisitor {
+ public:
+  std::string name;
+
+ private:
+  template <class Tool>
+  void Keep(const Tool&) {
+    if constexpr (requires { Tool::kType; })
+      name = Name<Tool>();
+    else
+      name = typeid(Tool).name();
+  }
+  void Visit(const zvLatheTool& t) override { Keep(t); }
+  void Visit(const zvGenericRevolvedTool& t) override { Keep(t); }
+  void Visit(const zvConvexTipMill& t) override { Keep(t); }
+  void Visit(const zvBarrelMill& t) override { Keep(t); }
+  void Visit(const zvTapRH& t) override { Keep(t); }
+  void Visit(const zvTapLH& t) override { Keep(t); }
+  void Visit(const zvTaperMill& t) override { Keep(t); }
+  void Visit(const zvSpotDrill& t) override { Keep(t); }
+  void Visit(const zvSpherMill& t) override { Keep(t); }
+  void Visit(const zvSlotMill& t) override { Keep(t); }
+  void Visit(const zvReamer& t) override { Keep(t); }
+  void Visit(const zvRadMill& t) override { Keep(t); }
+  void Visit(const zvLolMill& t) override { Keep(t); }
+  void Visit(const zvFaceMill& t) override { Keep(t); }
+  void Visit(const zvEndMill& t) override { Keep(t); }
+  void Visit(const zvDrill& t) override { Keep(t); }
+  void Visit(const zvDoveMill& t) override { Keep(t); }
+  void Visit(const zvCtrDrill& t) override { Keep(t); }
+  void Visit(const zvCSink& t) override { Keep(t); }
+  void Visit(const zvCntrBore& t) override { Keep(t); }
+  void Visit(const zvChamferMill& t) override { Keep(t); }
+  void Visit(const zvBullMill& t) override { Keep(t); }
+  void Visit(const zvBoreBar& t) override { Keep(t); }
+  void Visit(const zvTool& t) override { Keep(t); }
+};
+class BranchNamer : public zvToolBranchVisitor {
+ public:
+  std::string name;
+
+ private:
+  void Visit(const zvLatheTool&) override { name = "lathe"; }
+  void Visit(const zvGenericRevolvedTool&) override { name = "generic"; }
+  void Visit(const zvTypedRevolvedTool& tool) override { name = tool.GetType().name; }
+};
+
+template <class Visitor>
+std::string Visited(const zvTool& tool) {
+  Visitor visitor;
+  tool.AcceptVisitor(visitor);
+  return visitor.name;
+}
+
+TEST(Tools, AreToldApartByVisitors) {
+  std::string last;
+  for (const zvToolType* type : ToolTypes()) {
+    const auto tool = type->makeDefault();
+    const auto clone = tool->Clone();
+    EXPECT_LT(last, type->name);
+    EXPECT_EQ(Visited<SlotNamer>(*tool), type->name);
+    EXPECT_EQ(Visited<SlotNamer>(*clone), type->name);
+    EXPECT_EQ(Visited<BranchNamer>(*tool), type->name);
+    EXPECT_EQ(FindToolType(type->name), type);
+    const zvTool& constant = *clone;
+    EXPECT_EQ(&zvToolCaster::Cast(constant), clone.Get());
+    EXPECT_EQ(&zvToolCaster::Cast(*clone), clone.Get());
+    const auto cast = zvToolCaster::Cast(clone);
+    EXPECT_EQ(cast, clone);
+    EXPECT_EQ(cast.UseCount(), 2u);
+    EXPECT_EQ(cast->GetNumbers(), tool->GetNumbers());
+    last = type->name;
+  }
+  EXPECT_EQ(ToolTypes().size(), 21u);
+  EXPECT_EQ(FindToolType("EndMill"), nullptr);
+  EXPECT_EQ(Visited<SlotNamer>(zvLatheTool()), typeid(zvLatheTool).name());
+  EXPECT_EQ(Visited<BranchNamer>(zvLatheTool()), "lathe");
+  EXPECT_EQ(Visited<SlotNamer>(zvGenericRevolvedTool()), typeid(zvGenericRevolvedTool).name());
+  EXPECT_EQ(Visited<BranchNamer>(zvGenericRevolvedTool()), "generic");
+}
+
+// A tool of no class that the visitors know.
+class OtherTool : public zvTool {
+ public:
+  OtherTool() : zvTool(kMetric) {}
+  const Holder& GetHolder() const override { return kHolder; }
+  const Arbor& GetArbor() const override { return kArbor; }
+  double GetShoulderLength() const override { return 1; }
+  double GetFluteLength() const override { return 1; }
+  double GetDiameter() const override { return 1; }
+  void AcceptVisitor(zvToolBranchVisitor&) const override {}
+  void AcceptVisitor(zvToolVisitor& visitor) const override { visitor.Visit(*this); }
+  misc::zvAutoPointer<zvTool> Clone() const override { return nullptr; }
+  void Validate() const override {}
+
+ private:
+  void Scale(Units, double) override {}
+};
+
+TEST(ToolCaster, RefusesWhatIsNoTypedTool) {
+  const auto text = [](const std::wstring& name) {
+    return L"Illegal casting of " + name + L"& to zvTypedRevolvedTool& type object";
+  };
+  const auto expect = [&](const zvTool& tool, const std::wstring& name) {
+    EXPECT_TRUE(ThrowsId<misc::zvException>([&] { zvToolCaster::Cast(tool); }, 0, text(name)));
+  };
+  expect(zvLatheTool(), L"zvLatheTool");
+  expect(zvGenericRevolvedTool(), L"zvGenericRevolvedTool");
+  expect(OtherTool(), L"zvTool");
+  EXPECT_TRUE(tests::ThrowsNull([] { zvToolCaster::Cast(misc::zvAutoPointer<zvTool>()); }));
+}
+
+double FirstX(const Part& part) {
+  return zvRevolvedSolidExtractor<double>::Extract(*part.GetSolidDefinition()).GetFirstPoint()->x;
+}
+
+// Lengths follow the units, angles and the rest stay; there is one law for all types.
+TEST(Tools, ScaleTheirLengthsAndTheirParts) {
+  for (const zvToolType* type : ToolTypes())
+    for (const bool hasShoulder : {false, true}) {
+      SCOPED_TRACE(type->name);
+      zvToolValues values = tests::GoodValues(*type);
+      if (hasShoulder) values.shoulder.emplace(1.25, values.numbers.fluteLength, kMetric);
+      const auto tool = type->make(values);
+      const auto scaled = type->make(values);
+      const zvToolNumbers before = scaled->GetNumbers();
+      const bool had = scaled->HasShoulderDefinition();
+      const double diameter = scaled->GetShoulderDefinition().GetShoulderDiameter();
+      const double base = scaled->GetShoulderDefinition().GetShoulderBaseLength();
+      scaled->SetUnits(kInch);
+      const auto expectLength = [](double inInch, double inMetric) {
+        EXPECT_NEAR(inInch * 25.4, inMetric, 1e-13 * std::abs(inMetric));
+      };
+      const zvToolNumbers& after = scaled->GetNumbers();
+      expectLength(after.diameter, before.diameter);
+      expectLength(after.fluteLength, before.fluteLength);
+      expectLength(after.shoulderLength, before.shoulderLength);
+      for (const zvToolParameter parameter : type->parameters) {
+        const double was = GetParameter(before, parameter), is = GetParameter(after, parameter);
+        if (RowOf(parameter).kind == zvToolParameterRow::Kind::length)
+          expectLength(is, was);
+        else
+          EXPECT_EQ(is, was);
+      }
+      EXPECT_EQ(scaled->HasShoulderDefinition(), had);
+      expectLength(scaled->GetShoulderDefinition().GetShoulderDiameter(), diameter);
+      expectLength(scaled->GetShoulderDefinition().GetShoulderBaseLength(), base);
+      EXPECT_EQ(scaled->GetShoulderDefinition().GetUnits(), kInch);
+      expectLength(FirstX(scaled->GetArbor()), FirstX(tool->GetArbor()));
+      expectLength(scaled->GetHolder().GetHeight(), tool->GetHolder().GetHeight());
+      EXPECT_EQ(scaled->GetArbor().GetUnits(), kInch);
+      EXPECT_EQ(scaled->GetArbor().GetSolidDefinition()->GetUnits(), kInch);
+      // With another label alone, the parts too keep their numbers.
+      const double x = FirstX(scaled->GetArbor());
+      scaled->SetUnits(kMetric, true);
+      EXPECT_EQ(FirstX(scaled->GetArbor()), x);
+      EXPECT_EQ(scaled->GetArbor().GetSolidDefinition()->GetUnits(), kMetric);
+      EXPECT_EQ(scaled->GetNumbers(), after);
+    }
+}
+
+// Of a tool so large that rounding is beyond what tells a shoulder of its own from that of its
+// type.
+TEST(Tools, KeepTheShoulderOfTheirTypeWhenTheyScale) {
+  tests::Seeded random;
+  for (int i = 0; i < 50; ++i) {
+    const double fluteLength = random.Real(1000, 20000);
+    zvTaperMill tool(random.Real(1, 9000), kHolder, fluteLength + random.Real(0, 9000), fluteLength,
+                     kArbor, 0, 8.1, Type::none, kInch);
+    EXPECT_FALSE(tool.HasShoulderDefinition());
+    tool.SetUnits(kMetric);
+    EXPECT_FALSE(tool.HasShoulderDefinition()) << i;
+    tool.Validate();
+  }
+}
+
+TEST(Tools, ConvertPartsThatComeInOtherUnits) {
+  const zvEndMill tool(1, Holder(25.4, 50.8, kMetric), 3, 2, Arbor(1, 2, kInch),
+                       Extender(25.4, 63.5, kMetric), kInch);
+  EXPECT_NEAR(FirstX(tool.GetHolder()), 2, 1e-15);
+  EXPECT_EQ(FirstX(tool.GetArbor()), 2);
+  EXPECT_NEAR(tool.GetShoulderDefinition().GetShoulderBaseLength(), 2.5, 1e-15);
+  tool.Validate();
+}
+
+// A copy doesn't share its solids, and is not checked.
+TEST(Tools, CopiesStandAlone) {
+  const zvDrill drill;
+  zvDrill copy(drill);
+  EXPECT_NE(copy.GetHolder().GetSolidDefinition().Get(),
+            drill.GetHolder().GetSolidDefinition().Get());
+  copy.SetUnits(kInch);
+  EXPECT_EQ(drill.GetUnits(), kMetric);
+  EXPECT_EQ(FirstX(drill.GetArbor()), 4);
+  EXPECT_EQ(drill.GetDiameter(), 8);
+  copy = drill;
+  EXPECT_EQ(copy.GetDiameter(), 8);
+  const zvCSink refused;
+  const zvCSink same(refused);
+  EXPECT_EQ(same.GetNumbers(), refused.GetNumbers());
+  EXPECT_EQ(tests::IdOf([&] { same.Validate(); }), 2132u);
+}
+
+TEST(GenericTool, IsToldByItsParts) {
+  const Part cutting(tests::PointsOf("0,0;3,1;7,2;6,9"), kMetric);
+  const Part other(4, 2, kMetric);
+  zvGenericRevolvedTool tool(cutting, other, Arbor(5, 1, kMetric), Holder(2, 3, kMetric), kMetric);
+  EXPECT_EQ(tests::Flat(tool.GetDiameter(), tool.GetFluteLength(), tool.GetShoulderLength(),
+                        tool.GetTotalLength(), tool.HasShoulderDefinition()),
+            (tests::Numbers{14, 9, 13, 18, 0}));
+  const auto clone = tool.Clone();
+  tool.SetUnits(kInch);
+  EXPECT_NEAR(tool.GetShoulderLength() * 25.4, 13, 1e-12);
+  EXPECT_NEAR(tool.GetTotalLength() * 25.4, 18, 1e-12);
+  EXPECT_EQ(clone->GetTotalLength(), 18);
+  tool.Validate();
+  zvGenericRevolvedTool().Validate();
+
+  const auto failure = [&](const char* first, const char* second, const char* arbor = "1,0;1,5") {
+    return tests::FailureOf([&] {
+      zvGenericRevolvedTool(tests::PartOf<Part>(first), tests::PartOf<Part>(second),
+                            tests::PartOf<Arbor>(arbor), Holder(2, 3, kMetric), kMetric);
+    });
+  };
+  const auto starts = [](const std::string& text, const char* with) {
+    return text.starts_with(with);
+  };
+  EXPECT_EQ(failure("0,0;5,1;5,9", ""), "nothing");
+  EXPECT_PRED2(starts, failure("0,0;0,5", "5,0;5,1", "0,0;0,5"), "2106 2136");
+  EXPECT_PRED2(starts, failure("0,0;0,5", "0,0;0,5"), "2159 2198");
+  EXPECT_PRED2(starts, failure("5,0;5,5", "0,0;5,5;5,9"), "2159 2199");
+  EXPECT_PRED2(starts, failure("5,0;6,0", ""), "2159 2165");
+  EXPECT_PRED2(starts, failure("", ""), "2159 2165");
+  EXPECT_PRED2(starts, failure("5,0;5,5", "none"), "2159 0: Accessing NULL pointer");
+  EXPECT_PRED2(starts, failure("mesh", "5,0;5,5"), "2159 2172");
+  EXPECT_PRED2(starts, failure("5,0;5,5", "extruded"), "2159 2171");
+}
+
+TEST(LatheTool, HoldsAnySolid) {
+  const zvLatheTool none;
+  EXPECT_EQ(tests::Flat(none.GetDiameter(), none.GetTotalLength(), none.GetFluteLength()),
+            (tests::Numbers{0, 0, 0}));
+  none.Validate();
+  const Part solid = tests::PartOf<Part>("extruded");
+  zvLatheTool tool(Holder(3, 4, kMetric), Arbor(5, 6, kMetric), solid, kMetric);
+  EXPECT_EQ(tests::Flat(tool.GetShoulderLength(), tool.GetTotalLength()), (tests::Numbers{1, 6}));
+  tool.SetUnits(kInch);
+  EXPECT_NEAR(tool.GetTotalLength() * 25.4, 6, 1e-13);
+  EXPECT_NEAR(tool.Clone()->GetHolder().GetHeight() * 25.4, 3, 1e-13);
+  const auto failure = [&](const char* holder, const char* arbor) {
+    return tests::FailureOf([&] {
+      zvLatheTool(tests::PartOf<Holder>(holder), tests::PartOf<Arbor>(arbor), solid, kMetric);
+    });
+  };
+  EXPECT_EQ(failure("0,0;0,5", "0,0;0,5"), "2175 2134: Invalid radius in holder profile");
+  EXPECT_EQ(failure("mesh", "0,0;0,5"), "2175 2136: Invalid radius in arbor profile");
+  EXPECT_EQ(failure("none", "none"), "nothing");
+}
+
+}  // namespace
+}  // namespace cadcam
