@@ -254,7 +254,7 @@ std::string ReadSmallFile(const std::string& fileName) {
 
 }  // namespace
 
-Machine ParseMachine(std::string_view text, const std::string& name) {
+post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& name) {
   const Document document(text, name);
   ObjectReader reader(document, document.Root(), "");
   MachineValues values = DefaultValues(ReadAxes(reader));
@@ -275,16 +275,16 @@ Machine ParseMachine(std::string_view text, const std::string& name) {
   }
   reader.RefuseOtherKeys();
 
-  Machine machine;
-  machine.builder.SetMachDef(MakeMachDef(values));
-  machine.builder.SetAxisNames(names);
-  machine.hasNames = document.Root().contains("names");
-  return machine;
+  post::zvMachDefBuilder builder;
+  builder.SetMachDef(MakeMachDef(values));
+  builder.SetAxisNames(names);
+  return builder;
 }
 
 Machine ReadMachineFile(const std::string& fileName) {
-  Machine machine = ParseMachine(ReadSmallFile(fileName), fileName);
-  machine.name = std::filesystem::path(fileName).stem().string();
+  const std::string text = ReadSmallFile(fileName);
+  Machine machine{std::filesystem::path(fileName).stem().string(), ParseMachine(text, fileName)};
+  machine.hasNames = json::parse(text).contains("names");
   return machine;
 }
 

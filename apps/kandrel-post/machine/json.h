@@ -14,7 +14,7 @@ namespace kandrel_post {
 /// "axes" 3. Whatever is malformed, unknown, doubled or of the wrong type fails with error 0 and
 /// `<name>:<line>: <what was expected>`; a definition that makes no machine fails with the error of
 /// the definition's class.
-Machine ParseMachine(std::string_view text, const std::string& name);
+post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& name);
 
 /// The same from a file.
 Machine ReadMachineFile(const std::string& fileName);
