@@ -133,6 +133,7 @@ int main(int argc, char** argv) {
   bench::AddFiveAxisCreator(suite);
   bench::AddFacade(suite);
   bench::AddMesh(suite);
+  bench::AddMachineFiles(suite);
   bench::AddPersistence(suite);
 
   const std::string_view command = argc > 1 ? argv[1] : "";

@@ -48,6 +48,7 @@ void AddFourAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
 void AddMesh(Suite& suite);
+void AddMachineFiles(Suite& suite);
 void AddPersistence(Suite& suite);
 
 }  // namespace bench

@@ -10,12 +10,36 @@
 #include <stdexcept>
 #include <string>
 
+// Null unless a leak sanitizer's run-time library is in the program.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" void __attribute__((weak)) __lsan_disable();
+extern "C" void __attribute__((weak)) __lsan_enable();
+// NOLINTEND(bugprone-reserved-identifier)
+
 namespace tests {
 
 /// Made by localedef in a folder of its own, set for C and C++ as long as the object lives.
 class CommaLocale {
  public:
   CommaLocale() {
+    // The C library never frees what it makes of LOCPATH.
+    if (__lsan_disable != nullptr) __lsan_disable();
+    Set();
+    if (__lsan_enable != nullptr) __lsan_enable();
+  }
+  CommaLocale(const CommaLocale&) = delete;
+  CommaLocale& operator=(const CommaLocale&) = delete;
+  ~CommaLocale() {
+    std::locale::global(std::locale::classic());
+    std::setlocale(LC_ALL, "C");
+    ::unsetenv("LOCPATH");
+  }
+
+  /// False where localedef or what it works from is missing.
+  bool IsSet() const noexcept { return m_isSet; }
+
+ private:
+  void Set() {
     const std::string command =
         "localedef -i de_DE -f UTF-8 " + m_folder.Path("de_DE.UTF-8") + " >/dev/null 2>&1";
     if (std::system(command.c_str()) != 0) return;
@@ -30,18 +54,7 @@ class CommaLocale {
     std::snprintf(text, sizeof text, "%.1f", 0.5);
     m_isSet = std::string(text) == "0,5";
   }
-  CommaLocale(const CommaLocale&) = delete;
-  CommaLocale& operator=(const CommaLocale&) = delete;
-  ~CommaLocale() {
-    std::locale::global(std::locale::classic());
-    std::setlocale(LC_ALL, "C");
-    ::unsetenv("LOCPATH");
-  }
 
-  /// False where localedef or what it works from is missing.
-  bool IsSet() const noexcept { return m_isSet; }
-
- private:
   ScratchFolder m_folder;
   bool m_isSet = false;
 };
