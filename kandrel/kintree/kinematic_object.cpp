@@ -63,6 +63,20 @@ mkdKinematicObject::mkdKinematicObject(std::wstring name, std::span<const std::u
                                        Units units)
     : zvMeasurable(units), m_name(std::move(name)), m_kindTags(kindTags) {}
 
+mkdKinematicObject::mkdKinematicObject(const mkdKinematicObject& other)
+    : zvMeasurable(other),
+      m_name(other.m_name),
+      m_kindTags(other.m_kindTags),
+      m_world(other.m_world) {}
+
+mkdKinematicObject& mkdKinematicObject::operator=(const mkdKinematicObject& other) {
+  zvMeasurable::operator=(other);
+  m_name = other.m_name;
+  m_kindTags = other.m_kindTags;
+  m_world = other.m_world;
+  return *this;
+}
+
 mkdKinematicObject::~mkdKinematicObject() = default;
 
 void mkdKinematicObject::Scale(Units, double) {}

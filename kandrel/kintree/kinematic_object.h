@@ -68,8 +68,8 @@ class KANDREL_API mkdKinematicObject : public measures::zvMeasurable {
   /// The tags live as long as the program. Throws zvmeasuresException 2141 for units other than
   /// metric and inch.
   mkdKinematicObject(std::wstring name, std::span<const std::uint8_t> kindTags, Units units);
-  mkdKinematicObject(const mkdKinematicObject&) = default;
-  mkdKinematicObject& operator=(const mkdKinematicObject&) = default;
+  mkdKinematicObject(const mkdKinematicObject& other);
+  mkdKinematicObject& operator=(const mkdKinematicObject& other);
 
   /// A plain object has no lengths that change with the units. That counts for the translation of a
   /// transform too: a machine file is read after its units are known.
@@ -85,12 +85,8 @@ class KANDREL_API mkdKinematicObject : public measures::zvMeasurable {
   friend class mkdKinematicTree;
   class Motion;
 
-  // Whoever knows this object, as against its copies.
+  // Whoever knows this object: that stays with it when it is copied or assigned to.
   struct Links {
-    Links() = default;
-    Links(const Links&) noexcept {}
-    Links& operator=(const Links&) noexcept { return *this; }
-
     std::vector<const mkdKinematicTreeInterface*> trees;
     mkdKinematicObjectObserver* observer = nullptr;
     Motion* motion = nullptr;  // while this object is being moved by the one above it

@@ -57,19 +57,21 @@ const mkdKinematicTree::Node* mkdKinematicTree::FindNode(const mkdKinematicObjec
 const mkdKinematicTree::Node& mkdKinematicTree::Add(const mkdKinematicObjectPointer& object,
                                                     const mkdKinematicObject* parent) {
   using Failure = zvMachineSimulatorException;
-  if (FindNode(*object) != nullptr) throw Failure(Failure::kInvalidObject, object->GetName());
-  const Node* above = parent != nullptr ? FindNode(*parent) : &GetRoot();
-  if (above == nullptr) throw Failure(Failure::kInvalidParent, parent->GetName());
-  object->m_links.trees.push_back(this);
+  const auto [place, isNew] = m_nodes.try_emplace(&*object, nullptr);
+  if (!isNew) throw Failure(Failure::kInvalidObject, object->GetName());
+  auto& trees = object->m_links.trees;
   try {
-    const auto place = m_nodes.emplace(object.Get(), nullptr).first;
+    const Node* above = parent != nullptr ? FindNode(*parent) : &GetRoot();
+    // An object below itself has a place, but no node yet.
+    if (above == nullptr) throw Failure(Failure::kInvalidParent, parent->GetName());
+    trees.push_back(this);
     place->second = &m_tree.Add(object, iterator(above));
-    return *place->second;
   } catch (...) {
-    object->m_links.trees.pop_back();
-    m_nodes.erase(object.Get());
+    std::erase(trees, this);
+    m_nodes.erase(place);
     throw;
   }
+  return *place->second;
 }
 
 void mkdKinematicTree::Remove(const mkdKinematicObject& object) {

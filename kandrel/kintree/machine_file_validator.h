@@ -19,7 +19,6 @@ class KANDREL_API zvXMLVersionValidator {
   /// The machine outlives the object.
   zvXMLVersionValidator(zvKintreeMachDef& machine, std::wstring machineFileName);
   zvXMLVersionValidator(const zvXMLVersionValidator&) = default;
-  zvXMLVersionValidator& operator=(const zvXMLVersionValidator&) = delete;
 
   zvKintreeMachDef& GetMachine() const noexcept { return m_machine; }
   const std::wstring& GetMachineFileName() const noexcept { return m_machineFileName; }

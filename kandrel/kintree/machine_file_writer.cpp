@@ -59,8 +59,10 @@ void Copy(const std::wstring& from, const std::wstring& to) {
 void BringFiles(const zvKintreeMachDef& machine, const std::wstring& folder) {
   for (const std::wstring& file : machine.GetFiles()) {
     const std::wstring name = NamePart(file);
-    if (name.empty() || IsThere(folder + L'/' + name) || !IsFile(file)) continue;
-    Copy(file, folder + L'/' + name);
+    if (name.empty() || !IsFile(file)) continue;
+    std::wstring target = folder;
+    (target += L'/') += name;
+    if (!IsThere(target)) Copy(file, target);
   }
 }
 

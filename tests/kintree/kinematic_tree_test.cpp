@@ -83,6 +83,7 @@ TEST(KinematicTree, ObjectsStandInATreeOnceAndBelowOneOfIt) {
   const auto other = Slide(L"other");
   EXPECT_TRUE(
       ThrowsId<Failure>([&] { tree.Add(y, other.Get()); }, 1, L"Invalid parent object (other)"));
+  EXPECT_TRUE(ThrowsId<Failure>([&] { tree.Add(y, y.Get()); }, 1, L"Invalid parent object (Y)"));
   EXPECT_TRUE(tests::ThrowsNull([&] { tree.Add(nullptr, nullptr); }));
   EXPECT_EQ(tree.GetSize(), 1u);
   EXPECT_EQ(tree.FindNode(*y), nullptr);

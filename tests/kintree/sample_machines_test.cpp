@@ -188,9 +188,9 @@ class SampleMachine {
 
  private:
   static constexpr const wchar_t* kSlides[] = {L"X", L"Y", L"Z"};
-  // Single precision at up to a metre; the largest seen are 2e-4 and 3e-7.
-  static constexpr double kPlace = 1e-3;
-  static constexpr double kDirection = 1e-6;
+  // Single precision at a few hundred millimetres; the largest seen are 2.9e-5 and 5.7e-8.
+  static constexpr double kPlace = 1e-4;
+  static constexpr double kDirection = 3e-7;
 
   const Sample& m_sample;
 };

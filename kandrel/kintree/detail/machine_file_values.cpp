@@ -86,7 +86,7 @@ std::wstring PathOf(const std::wstring& folder, std::string_view name) {
   std::replace(slashed.begin(), slashed.end(), '\\', '/');
   const fs::path path = fs::path(slashed).lexically_normal();
   if (path.is_absolute()) return misc::FromUtf8(path.string());
-  const std::wstring whole = start + misc::FromUtf8(path.string());
+  std::wstring whole = start + misc::FromUtf8(path.string());
   // The folder itself is only taken apart where the name leads out of it.
   if (*path.begin() != "..") return whole;
   return misc::FromUtf8(fs::path(misc::ToUtf8(whole)).lexically_normal().string());

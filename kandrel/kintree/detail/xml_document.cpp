@@ -162,7 +162,7 @@ int DepthOf(const tinyxml2::XMLNode* node) {
 // number, since a reader may take a blank for it.
 void AppendValue(std::string& out, std::string_view utf8) {
   for (const wchar_t character : misc::FromUtf8(utf8)) {
-    const auto c = static_cast<std::uint32_t>(character);
+    const auto c = static_cast<char32_t>(character);
     switch (character) {
       case L'"':
         out += "&quot;";
@@ -180,7 +180,7 @@ void AppendValue(std::string& out, std::string_view utf8) {
         if (c >= 0x20 && c <= 0xFF)
           out += static_cast<char>(c);
         else
-          ((out += "&#") += std::to_string(c)) += ';';
+          ((out += "&#") += std::to_string(std::uint32_t{c})) += ';';
     }
   }
 }
