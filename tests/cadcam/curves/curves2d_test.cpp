@@ -157,6 +157,25 @@ TEST(Curves2d, SplittingCutsLinesAndArcsExactly) {
   }
 }
 
+// A level that differs from an arc's start by no more than rounding leaves nothing before it.
+TEST(Curves2d, AnArcThatStartsAtTheLevelButForRoundingIsAbove) {
+  tests::Seeded random;
+  for (int i = 0; i < 3000; ++i) {
+    const double risen = random.Integer(0, 1) * 300 + random.Real(0, 60);
+    const bool isBack = random.Chance(0.5);
+    const double start = isBack ? std::fmod(540 - risen, 360) : risen;
+    const double sweep = random.Real(20, 300) * (isBack ? -1 : 1);
+    const Arc arc(RandomPoint(random, 10), random.Real(1e5, 1e6), start, sweep);
+    double height = arc.PointAt(start).y;
+    const double towards = random.Chance(0.5) ? tests::kInfinity : -tests::kInfinity;
+    for (int ulps = random.Integer(0, 2); ulps > 0; --ulps)
+      height = std::nextafter(height, towards);
+    const auto [before, after] = SplitAtHeight(Contour({arc}), height);
+    EXPECT_LT(LengthOf(before), 1e-8) << i;
+    EXPECT_NEAR(LengthOf(after), LengthOf(Contour({arc})), 1e-7) << i;
+  }
+}
+
 TEST(Curves2d, SplitPartsRejoinToTheWhole) {
   tests::Seeded random;
   int cuts = 0;
