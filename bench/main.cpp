@@ -132,7 +132,9 @@ int main(int argc, char** argv) {
   bench::AddFourAxisCreator(suite);
   bench::AddFiveAxisCreator(suite);
   bench::AddFacade(suite);
+  bench::AddMesh(suite);
   bench::AddPersistence(suite);
+  bench::AddToolMesh(suite);
 
   const std::string_view command = argc > 1 ? argv[1] : "";
   if (command == "--list-cases") {

@@ -47,6 +47,8 @@ void AddThreeAxisCreator(Suite& suite);
 void AddFourAxisCreator(Suite& suite);
 void AddFiveAxisCreator(Suite& suite);
 void AddFacade(Suite& suite);
+void AddMesh(Suite& suite);
 void AddPersistence(Suite& suite);
+void AddToolMesh(Suite& suite);
 
 }  // namespace bench

@@ -12,12 +12,6 @@ namespace {
 
 constexpr std::size_t kLongestPath = 260;
 
-[[noreturn]] void ThrowOpenFailed(const std::wstring& path, bool isMissing) {
-  std::wstring text = L"File open failed.\n" + path;
-  if (isMissing) text += L" doesn't exist";
-  throw zvException(0, text + PathLengthRemark(path));
-}
-
 // The conversion goes in before the file is opened: later it would only serve what comes after.
 void Imbue(std::wios& stream, std::unique_ptr<zvCodecvt> conversion) {
   stream.imbue(std::locale(std::locale::classic(), conversion.release()));
@@ -30,14 +24,39 @@ std::wstring PathLengthRemark(const std::wstring& path) {
   return L"\nFile path exceeds the maximum path length allowed by OS";
 }
 
+void ThrowOpenFailed(const std::wstring& path, bool isMissing) {
+  std::wstring text = L"File open failed.\n" + path;
+  if (isMissing) text += L" doesn't exist";
+  throw zvException(0, text + PathLengthRemark(path));
+}
+
+basic_ifstream_ex::~basic_ifstream_ex() = default;
+
+void basic_ifstream_ex::Open(const std::wstring& path, openmode mode) {
+  std::string bytes;
+  if (ToPathBytes(path, bytes) &&
+      platform::KindOfFile(bytes.c_str()) == platform::FileKind::kRegular)
+    open(bytes, mode);
+  else
+    setstate(failbit);
+}
+
+basic_ofstream_ex::~basic_ofstream_ex() = default;
+
+void basic_ofstream_ex::Open(const std::wstring& path, openmode mode) {
+  std::string bytes;
+  if (ToPathBytes(path, bytes))
+    open(bytes, mode);
+  else
+    setstate(failbit);
+}
+
 zvIFStream::zvIFStream(const std::wstring& path, openmode mode,
                        std::unique_ptr<zvCodecvt> conversion) {
   Imbue(*this, std::move(conversion));
-  std::string bytes;
-  if (!ToPathBytes(path, bytes)) ThrowOpenFailed(path, false);
-  const platform::FileKind kind = platform::KindOfFile(bytes.c_str());
-  if (kind == platform::FileKind::kRegular) open(bytes, mode);
-  if (!is_open()) ThrowOpenFailed(path, kind == platform::FileKind::kMissing);
+  errno = 0;
+  Open(path, mode);
+  if (!is_open()) ThrowOpenFailed(path, errno == ENOENT);
 }
 
 zvIFStream::~zvIFStream() = default;
@@ -45,10 +64,8 @@ zvIFStream::~zvIFStream() = default;
 zvOFStream::zvOFStream(const std::wstring& path, openmode mode,
                        std::unique_ptr<zvCodecvt> conversion) {
   Imbue(*this, std::move(conversion));
-  std::string bytes;
-  if (!ToPathBytes(path, bytes)) ThrowOpenFailed(path, false);
   errno = 0;
-  open(bytes, mode);
+  Open(path, mode);
   if (!is_open()) ThrowOpenFailed(path, errno == ENOENT);
 }
 

@@ -91,6 +91,15 @@ FileKind KindOfFile(std::FILE* file) noexcept {
   return KindOf(fstat(fileno(file), &found), found);
 }
 
+std::uint64_t SizeOfFile(std::FILE* file) noexcept {
+  struct stat found = {};
+  return fstat(fileno(file), &found) == 0 ? static_cast<std::uint64_t>(found.st_size) : 0;
+}
+
+std::uint64_t ProcessNumber() noexcept {
+  return static_cast<std::uint64_t>(getpid());
+}
+
 bool AtThreadEnd(ThreadEnd& end) noexcept {
   if (!s_hasThreadEnds) return false;
   ThreadEnd* former =

@@ -5,6 +5,7 @@
 #include <kandrel/misc/export.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 namespace misc::platform {
@@ -34,6 +35,12 @@ enum class FileKind {
 KANDREL_API FileKind KindOfFile(const char* path) noexcept;
 /// The same of an open file.
 KANDREL_API FileKind KindOfFile(std::FILE* file) noexcept;
+
+/// How many bytes an open file has; 0 where that can't be told.
+KANDREL_API std::uint64_t SizeOfFile(std::FILE* file) noexcept;
+
+/// The number of this process, which no other running one has.
+KANDREL_API std::uint64_t ProcessNumber() noexcept;
 
 /// Something to do when the thread ends, a member of whatever lives as long as the thread.
 struct ThreadEnd {

@@ -1,6 +1,8 @@
 // Tolerances and constants of the kernel: each has a name, a value, what it guards and why.
 #pragma once
 
+#include <cstddef>
+
 namespace misc {
 
 /// General equality of the kernel, in whatever unit the values have: far above rounding at the size
@@ -13,6 +15,10 @@ inline constexpr double kNoValue = 1e308;
 /// Minimum of the box around no points at all, and with a minus its maximum: any coordinate of a
 /// machine lies between, also as a 32-bit float.
 inline constexpr double kEmptyBox = 3e38;
+
+/// Length below which the normal of a triangle in a file says nothing: writers without one put 0,
+/// or leave noise there.
+inline constexpr double kNoNormal = 1e-6;
 
 /// Largest difference per element for an axis system to count as the identity.
 inline constexpr double kAxisIdentity = 1e-5;
@@ -90,6 +96,13 @@ inline constexpr double kLargestCount = 2147483646;
 /// Most chords that the curves of one contour are replaced by: 2^20, enough for a circle of 1 m to
 /// a hundred-thousandth of a micrometre.
 inline constexpr double kMostChords = 1048576;
+
+/// Most triangles of a mesh that is made to a tolerance, 2^24: below 1 GB of memory, and far beyond
+/// what can be seen or milled.
+inline constexpr double kMostTriangles = 16777216;
+
+/// Most corners of an outline that is triangulated, as this takes time by their square.
+inline constexpr std::size_t kMostCorners = 8192;
 
 /// Whole turns above this, degrees, are no shift of an angle: up to it adding them keeps 1e-9
 /// degrees.

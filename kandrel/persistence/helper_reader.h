@@ -17,7 +17,9 @@ class KANDREL_API zvBIHelper {
 
   /// Three doubles.
   void ReadVector(Point& value) {
-    m_basic.ReadDouble(value.x).ReadDouble(value.y).ReadDouble(value.z);
+    Point read;
+    m_basic.ReadDouble(read.x).ReadDouble(read.y).ReadDouble(read.z);
+    value = read;
   }
   /// An int. Throws zvmeasuresException 2141 for other units than metric and inch.
   void ReadUnits(Units& value);

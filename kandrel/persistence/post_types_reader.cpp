@@ -432,14 +432,14 @@ void zvBIPostTypes::ReadMove(zvPosted3axMove& move) {
 }
 
 void zvBIPostTypes::ReadAlignMatrix(zvAlignMatrix& matrix) {
-  matrix = zvAlignMatrix();
-  if (!Since(181)) return;
+  zvAlignMatrix read;
   std::wstring marker;
-  m_basic.ReadString(marker);
-  if (marker != persistence::kHasMatrix) return;  // any other text: there is none
-  auto read = misc::MakeAutoPointer<cadcam::zvMatrix<double, 4, 4>>();
-  for (std::size_t row = 0; row < 4; ++row)
-    for (std::size_t column = 0; column < 4; ++column) (*read)(row, column) = ReadDouble();
+  if (Since(181)) m_basic.ReadString(marker);
+  if (marker == persistence::kHasMatrix) {  // any other text: there is none
+    read = misc::MakeAutoPointer<cadcam::zvMatrix<double, 4, 4>>();
+    for (std::size_t row = 0; row < 4; ++row)
+      for (std::size_t column = 0; column < 4; ++column) (*read)(row, column) = ReadDouble();
+  }
   matrix = read;
 }
 

@@ -22,6 +22,10 @@ namespace post {
 /// Reads machines, controls, parameters, posted moves and their lists as a file of the given
 /// version stores them: a field that came with a later version is not read and takes its default.
 ///
+/// What zvBOPostTypes writes is read by (stream, persistence::kCurrentVersion, false, &notes, true,
+/// false). Records have no header: whoever keeps them longer than the program writes one in front
+/// (persistence::WriteHeader), and reads with what ReadHeader gives.
+///
 /// 1. Enumerations hold whatever the file brings, but for the ones that say so.
 /// 2. After a failure lists, posted toolpaths and builders hold what was read until then; any other
 ///    target is as it was. The stream is of no use any more.
@@ -99,7 +103,7 @@ class KANDREL_API zvBIPostTypes {
   virtual void ReadList(const ListPointer<zvPosted5axMove>& list);
   virtual void ReadList(const ListPointer<zvPosted4axMove>& list);
   virtual void ReadList(const ListPointer<zvPosted3axMove>& list);
-  /// Appends the moves and sets the alignment matrix.
+  /// Appends the moves and sets the alignment matrix, to null where the file has none.
   virtual void ReadPostedTP(zvPostedTP& toolpath);
 
   virtual ~zvBIPostTypes();

@@ -175,7 +175,7 @@ void zvBOPostTypes::Write(const zvMachDefBuilder& builder) {
 
 template <class Move>
 void zvBOPostTypes::WriteMove(const Move& move) {
-  constexpr std::size_t kLargest = 256;  // a 6-axis move with contact data takes 184
+  constexpr std::size_t kLargest = 256;  // a 6-axis move with contact data takes 180
   m_basic.WriteRecord(kLargest, [&](auto& out) { PutMove(out, move); });
 }
 

@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/basic_types_reader.h>
 #include <kandrel/misc/basic_types_writer.h>
+#include <kandrel/misc/export.h>
 
 #include <cstdint>
 
@@ -42,8 +43,8 @@ struct FileHeader {
 };
 
 /// Throws zvKandrelException 2019 unless the tag is `tag`; the version is not judged here.
-FileHeader ReadHeader(misc::zvBinInputStream& stream, std::uint32_t tag);
+KANDREL_API FileHeader ReadHeader(misc::zvBinInputStream& stream, std::uint32_t tag);
 /// The header of what is written today.
-void WriteHeader(misc::zvBOBasicTypes& writer, std::uint32_t tag);
+KANDREL_API void WriteHeader(misc::zvBOBasicTypes& writer, std::uint32_t tag);
 
 }  // namespace persistence

@@ -1,8 +1,9 @@
-// What a host needs from the installed package at the least: classes across the library's border,
-// and an exception thrown inside it and caught by its type outside.
+// What a host needs from the installed package at the least: classes and functions across the
+// library's border, and an exception thrown inside it and caught by its type outside.
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/units_factory.h>
+#include <kandrel/persistence/versions.h>
 
 #include <cstdio>
 
@@ -11,6 +12,16 @@ int main() {
   if (zvUnitsFactory::GetScaleFactor(zvUnitsFactory::inch, zvUnitsFactory::metric) != 25.4) {
     std::puts("consumer: an inch is 25.4 mm");
     return 1;
+  }
+  struct NoBytes final : misc::zvBinInputStream {
+    void Read(void* /*buffer*/, misc::zvStreamSize& size) override { size = 0; }
+  } stream;
+  try {
+    persistence::ReadHeader(stream, persistence::Tag("KDS "));
+    std::puts("consumer: a header out of nothing");
+    return 1;
+  } catch (const misc::zvException& e) {
+    if (e.GetId() != 2018) return 1;
   }
   try {
     static_cast<void>(*misc::zvAutoPointer<int>());

@@ -264,6 +264,10 @@ TEST(CompressedStreams, WhatIsClosedTakesNothing) {
           L"pack::zvCompressedOutputFileStream::Write Unknown pack method. Please revisit code."));
     }
   }
+  // The end of a stream that has lost data is no success.
+  zvCompressedOutputFileStream lossy(folder.WidePath("f"), true);
+  EXPECT_TRUE(ThrowsId<zvException>([&] { lossy.Write(nullptr, 5); }, 0, L"Parameter error!"));
+  EXPECT_TRUE(ThrowsId<zvException>([&] { lossy.Close(); }, 0, L"Unknown exception!"));
   pack::zvBzip2State state;
   char byte = 0;
   EXPECT_TRUE(ThrowsId<zvException>([&] { state.Read(&byte, 1); }, 0, L"Sequence error!"));

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -95,6 +97,62 @@ void AddMachine(CLI::App& app) {
   show.callback([machine, json] { ShowMachine(*machine, *json); });
 }
 
+void AddSTL(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand("stl", "STL files, as text and binary");
+  command.require_subcommand(1);
+  command.footer("Example: kandrel-post stl show part.stl");
+  CLI::App& show = *command.add_subcommand("show", "Show form, triangles and extents");
+  show.footer("Example: kandrel-post stl show part.stl --json");
+  auto file = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  show.add_option("FILE", *file, "an STL file of either form")->required();
+  show.add_flag("--json", *json, "as JSON");
+  show.callback([file, json] { ShowSTL(*file, *json); });
+  CLI::App& convert = *command.add_subcommand("convert", "Write an STL file in the form of IN");
+  convert.footer("Example: kandrel-post stl convert part.stl part.txt.stl --text");
+  auto in = std::make_shared<std::string>();
+  auto out = std::make_shared<std::string>();
+  convert.add_option("IN", *in, "an STL file of either form")->required();
+  convert.add_option("OUT", *out, "the file to write; an older one stays unless all goes well")
+      ->required();
+  auto text = std::make_shared<bool>(false);
+  auto binary = std::make_shared<bool>(false);
+  CLI::Option* const asText = convert.add_flag("--text", *text, "write a text");
+  convert.add_flag("--binary", *binary, "write a binary file")->excludes(asText);
+  convert.callback([in, out, text, binary] {
+    ConvertSTL(*in, *out, *text || *binary ? std::optional(*text) : std::nullopt);
+  });
+}
+
+void AddToolMesh(CLI::App& tool) {
+  CLI::App& mesh = *tool.add_subcommand("mesh", "Write a tool as triangles, to an STL file");
+  mesh.footer("Example: kandrel-post tool mesh zvEndMill mill.stl --set diameter=6 --part cutting");
+  auto options = std::make_shared<ToolMeshOptions>();
+  auto tolerance = std::make_shared<std::string>("0.1");
+  auto part = std::make_shared<std::string>();
+  // By the numbers of cadcam::zvToolMeshPart.
+  const std::vector<std::string> parts = {"cutting", "noncutting", "arbor", "holder"};
+  mesh.add_option("TYPE", options->type, "type of the tool, as tool list names it")->required();
+  mesh.add_option("OUT", options->file,
+                  "the file to write; an older one stays unless all goes well")
+      ->required();
+  mesh.add_option("--tolerance", *tolerance,
+                  "how far the mesh may lie from the tool, in the tool's units (0.1)")
+      ->check(Check(&ParseLength));
+  mesh.add_option("--part", *part, "cutting, noncutting, arbor or holder (all of them)")
+      ->check(CLI::IsMember(parts));
+  mesh.add_option("--set", options->settings,
+                  "NAME=VALUE, a parameter of the tool by its field name; repeatable")
+      ->allow_extra_args(false);
+  mesh.callback([options, tolerance, part, parts] {
+    options->tolerance = ParseLength(*tolerance);
+    if (!part->empty())
+      options->part =
+          static_cast<int>(std::find(parts.begin(), parts.end(), *part) - parts.begin());
+    MeshTool(*options);
+  });
+}
+
 void AddTool(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("tool", "Cutting tools and their parameters");
   command.require_subcommand(1);
@@ -116,6 +174,7 @@ void AddTool(CLI::App& app) {
       ->allow_extra_args(false);
   show.add_flag("--json", options->json, "as JSON");
   show.callback([options] { ShowTool(options->type, options->settings, options->json); });
+  AddToolMesh(command);
 }
 
 int Run(int argc, const char* const* argv) {
@@ -127,6 +186,7 @@ int Run(int argc, const char* const* argv) {
   AddSample(app);
   AddPost(app);
   AddMachine(app);
+  AddSTL(app);
   AddTool(app);
   try {
     app.parse(argc, argv);

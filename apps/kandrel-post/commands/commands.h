@@ -6,6 +6,7 @@
 #include <kandrel/post/model/control_def.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,9 +37,25 @@ void ListPresets();
 /// Prints a machine in words or as JSON.
 void ShowMachine(const std::string& machine, bool json);
 
+/// Prints the form, the number of triangles and the extents of an STL file, in words or as JSON.
+void ShowSTL(const std::string& file, bool json);
+/// Writes an STL file as a text or as a binary file; without `toText` in the form that it has.
+void ConvertSTL(const std::string& in, const std::string& out, std::optional<bool> toText);
 /// Prints the types of tools, each with the parameters of its own.
 void ListTools();
 /// Prints a tool in words or as JSON; `settings` are NAME=VALUE.
 void ShowTool(const std::string& type, const std::vector<std::string>& settings, bool json);
+
+struct ToolMeshOptions {
+  std::string type;
+  std::string file;
+  std::vector<std::string> settings;  ///< NAME=VALUE
+  double tolerance = 0.1;
+  std::optional<int> part;  ///< by the number of cadcam::zvToolMeshPart; none for all of them
+};
+
+/// Writes the mesh of a tool as a binary STL file; one without a triangle as a text, as nothing
+/// tells an empty binary file from other ones.
+void MeshTool(const ToolMeshOptions& options);
 
 }  // namespace kandrel_post

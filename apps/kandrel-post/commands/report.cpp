@@ -116,7 +116,7 @@ std::string AxisTable(const Report& report, const MachineValues& values,
     const bool comparable = i < 3 || !report.wrapped[i - 3];
     const double slack = i < 3 ? 0 : report.rotarySlackDeg;
     const bool outside =
-        comparable && (range.min < limits[i].min - slack || range.max > limits[i].max + slack);
+        comparable && !(range.min >= limits[i].min - slack && range.max <= limits[i].max + slack);
     fmt::format_to(out, "  {:<13} {:>14} {:>14} {:>14} {:>14}{}\n", names[i], ForPeople(range.min),
                    ForPeople(range.max), ForPeople(limits[i].min), ForPeople(limits[i].max),
                    outside       ? "  outside"

@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <kandrel/cadcam/tools/tool_mesh.h>
 #include <kandrel/cadcam/tools/tool_types.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/tool_argument.h"
 #include "kandrel-post/commands/tool_text.h"
+#include "kandrel-post/out/stl_output.h"
 #include "kandrel-post/out/text_sink.h"
 
 namespace kandrel_post {
@@ -34,6 +36,21 @@ void ShowTool(const std::string& type, const std::vector<std::string>& settings,
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(json ? ToolToJson(*tool) : DescribeTool(*tool));
   out.Flush();
+}
+
+void MeshTool(const ToolMeshOptions& options) {
+  const auto tool = MakeTool(options.type, options.settings);
+  // Floats, as the file holds them: what they can't tell apart is no triangle.
+  cadcam::zvToolMeshCreator<float> meshes({
+      .tolerance = options.tolerance,
+      .parts = options.part ? 1u << *options.part : cadcam::kAllToolMeshParts,
+  });
+  tool->AcceptVisitor(static_cast<cadcam::zvToolBranchVisitor&>(meshes));
+  cadcam::zvTMesh<float> all(tool->GetUnits());
+  for (int part = cadcam::cuttingPart; part <= cadcam::holderPart; ++part)
+    all.Merge(meshes.GetMesh(part));
+  const bool isEmpty = all.GetTriangles().empty();
+  WriteMesh(options.file, all, isEmpty ? cadcam::zvSTLForm::text : cadcam::zvSTLForm::binary);
 }
 
 }  // namespace kandrel_post

@@ -37,6 +37,13 @@ std::string OneLine(std::string text) {
 std::string DescribeCurrentFailure() {
   try {
     throw;
+  } catch (const FailureInFile& e) {
+    const std::string file = OneLine(e.what());
+    try {
+      e.Rethrow();
+    } catch (...) {
+      return fmt::format("{}  caused by 0: {}\n", DescribeCurrentFailure(), file);
+    }
   } catch (const misc::zvException& e) {
     std::string text = fmt::format("error {}: {}\n", e.GetId(), OneLine(e.what()));
     for (const misc::zvException::Cause& cause : e.GetCauses()) {

@@ -1,9 +1,11 @@
 // How a job of this program fails.
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kandrel_post {
 
@@ -30,8 +32,30 @@ class UsageError : public std::runtime_error {
 [[noreturn]] void FailAtLine(std::string_view file, unsigned long long line,
                              std::string_view expected);
 
+/// A failure in reading a file, which is reported as it is, with the file as its last cause.
+class FailureInFile : public std::runtime_error {
+ public:
+  FailureInFile(std::exception_ptr failure, const std::string& file)
+      : std::runtime_error(file), m_failure(std::move(failure)) {}
+
+  [[noreturn]] void Rethrow() const { std::rethrow_exception(m_failure); }
+
+ private:
+  std::exception_ptr m_failure;
+};
+
+/// What `read` gives; what it throws becomes a FailureInFile.
+template <class Read>
+auto NamingFile(const std::string& file, const Read& read) {
+  try {
+    return read();
+  } catch (...) {
+    throw FailureInFile(std::current_exception(), file);
+  }
+}
+
 /// The lines of standard error for the exception being handled: `error <id>: <text>` and a line for
-/// each cause. To be called in a catch clause.
+/// each cause, and for the file that is to blame. To be called in a catch clause.
 std::string DescribeCurrentFailure();
 
 /// `text` with everything replaced that a terminal could take for a command.

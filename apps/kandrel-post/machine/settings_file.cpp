@@ -5,10 +5,14 @@
 
 #include <filesystem>
 
+#include "kandrel-post/host/errors.h"
+
 namespace kandrel_post {
 
 Machine ReadSettingsFile(const std::string& fileName) {
-  const zvKDSInput input(misc::FromUtf8(fileName));
+  const std::wstring path = misc::FromUtf8(fileName);
+  if (misc::ToUtf8(path) != fileName) Fail(fileName + ": the name of a settings file is UTF-8");
+  const auto input = NamingFile(fileName, [&] { return zvKDSInput(path); });
   return {std::filesystem::path(fileName).stem().string(), input.GetMachDefBld(),
           input.GetLostData()};
 }

@@ -7,8 +7,8 @@
 
 namespace kandrel_post {
 
-/// The machine of a settings file, with what had to be changed to read it. The exceptions of
-/// zvKDSInput pass.
+/// The machine of a settings file, with what had to be changed to read it. Throws those of
+/// zvKDSInput as a FailureInFile.
 Machine ReadSettingsFile(const std::string& fileName);
 
 }  // namespace kandrel_post

@@ -47,6 +47,7 @@ void zvBzip2State::Open(std::FILE* file, Mode mode) {
   if (IsOpen()) Throw(BZ_SEQUENCE_ERROR);
   m_length = 0;
   m_isAtEnd = false;
+  m_hasFailed = false;
   m_file = file;
   int result = BZ_OK;
   if (mode == kReading) {
@@ -87,7 +88,8 @@ void zvBzip2State::Write(const void* buffer, misc::zvStreamSize size) {
     const misc::zvStreamSize count = std::min(left, kLargestCall);
     int result = BZ_OK;
     BZ2_bzWrite(&result, m_stream, in, static_cast<int>(count));
-    if (result != BZ_OK) Throw(result);
+    m_hasFailed = result != BZ_OK;
+    if (m_hasFailed) Throw(result);
     in += count;
     left -= count;
   }
@@ -96,8 +98,9 @@ void zvBzip2State::Write(const void* buffer, misc::zvStreamSize size) {
 
 void zvBzip2State::CloseWriter() {
   int result = BZ_OK;
-  BZ2_bzWriteClose(&result, m_stream, 0, nullptr, nullptr);
-  if (result != BZ_OK) {
+  // After a failed write the library would leave the stream's end out and report nothing.
+  if (!m_hasFailed) BZ2_bzWriteClose(&result, m_stream, 0, nullptr, nullptr);
+  if (m_hasFailed || result != BZ_OK) {
     Abandon();
     throw misc::zvException(0, kUnknown);
   }

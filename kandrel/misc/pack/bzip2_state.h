@@ -52,6 +52,7 @@ class KANDREL_API zvBzip2State {
   void* m_stream = nullptr;
   Mode m_mode = kClosed;
   bool m_isAtEnd = false;
+  bool m_hasFailed = false;
   misc::zvStreamSize m_length = 0;
 };
 

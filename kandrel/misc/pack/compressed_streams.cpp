@@ -2,7 +2,6 @@
 #include <kandrel/misc/file_streams.h>
 #include <kandrel/misc/pack/bzip2_state.h>
 #include <kandrel/misc/pack/compressed_streams.h>
-#include <kandrel/misc/platform.h>
 #include <kandrel/misc/text.h>
 #include <zlib.h>
 
@@ -40,17 +39,6 @@ zvFile OpenToWrite(const std::wstring& path) {
   errno = 0;
   if (!misc::ToPathBytes(path, bytes)) return nullptr;
   return zvFile(std::fopen(bytes.c_str(), "wb+"));
-}
-
-// Looks at the path first, as opening a named pipe would wait for its other end.
-zvFile OpenToRead(const std::wstring& path) {
-  using misc::platform::FileKind;
-  std::string bytes;
-  if (!misc::ToPathBytes(path, bytes)) return nullptr;
-  if (misc::platform::KindOfFile(bytes.c_str()) != FileKind::kRegular) return nullptr;
-  zvFile file(std::fopen(bytes.c_str(), "rb"));
-  if (file != nullptr && misc::platform::KindOfFile(file.get()) != FileKind::kRegular) file.reset();
-  return file;
 }
 
 // Up to `size` bytes of what is left of the file.
@@ -149,7 +137,7 @@ void zvCompressedOutputFileStream::Close() {
 }
 
 zvCompressedInputFileStream::zvCompressedInputFileStream(const std::wstring& path)
-    : m_file(OpenToRead(path)) {
+    : m_file(misc::OpenToRead(path)) {
   if (m_file == nullptr) Fail((L"File open failed.\n" + misc::PathLengthRemark(path)).c_str());
   std::array<char, 4> tag = {};
   m_isZlib = std::fread(tag.data(), sizeof tag, 1, m_file.get()) == 1 && tag == kZlibTag;

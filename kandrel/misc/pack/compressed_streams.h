@@ -1,6 +1,7 @@
 // zvCompressedInputFileStream, zvCompressedOutputFileStream: compressed files as byte streams.
 #pragma once
 
+#include <kandrel/misc/byte_files.h>
 #include <kandrel/misc/byte_streams.h>
 #include <kandrel/misc/export.h>
 
@@ -14,11 +15,7 @@ namespace pack {
 
 class zvBzip2State;
 
-/// Closes a file that nobody closed before.
-struct zvFileCloser {
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-using zvFile = std::unique_ptr<std::FILE, zvFileCloser>;
+using misc::zvFile;
 
 /// Gives back what malloc gave.
 struct zvFree {

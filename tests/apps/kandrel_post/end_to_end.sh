@@ -44,6 +44,31 @@ expect 1 "error 2116: $any"$'\n'"  caused by 2117: $any" tool show zvBullMill --
 expect 2 "zvMill: $any" tool show zvMill
 expect 2 "tipAngle=9: $any" tool show zvEndMill --set tipAngle=9
 
+# Their meshes. Where admesh is at hand, it finds nothing to mend.
+expect 0 "" tool mesh zvEndMill mill.stl --part cutting
+expect 0 "" stl show mill.stl --json
+[ "$(cat stdout)" = '{"form": "binary", "triangles": 64, "min": [-5, -5, 0], "max": [5, 5, 20]}' ] ||
+  complain "tool mesh: $(cat stdout)"
+expect 0 "" tool mesh zvDrill mill.stl --set units=inch --set tipAngle=90 --tolerance 0.0005
+if command -v admesh >/dev/null; then
+  for type in zvBarrelMill zvBullMill zvChamferMill zvConvexTipMill zvDoveMill zvDrill zvGenericRevolvedTool \
+    zvLolMill zvSlotMill zvSpherMill zvTaperMill; do
+    expect 0 "" tool mesh $type mesh.stl --tolerance 0.02
+    admesh mesh.stl | awk -F: '/^Number of facets/ { facets = $2 + 0 }
+        /^(Total disc|Degen|Edges f|Facets (rem|add|rev)|Backw|Normals f)/ { ++lines; bad += $2 }
+        END { exit !(facets > 100 && lines == 8 && bad == 0) }' || complain "admesh mends $type"
+  done
+fi
+expect 0 "" tool mesh zvSlotMill mesh.stl --part noncutting
+[ "$(cat mesh.stl)" = $'solid ascii\nendsolid' ] || complain "no triangle: $(cat mesh.stl)"
+cp mill.stl old.stl
+expect 1 "error 2133: $any"$'\n'"  caused by 2123: $any" tool mesh zvFaceMill mill.stl
+expect 1 "error 0: profile tolerance larger than toolRadius" tool mesh zvEndMill mill.stl --tolerance 5
+expect 1 "error 0: Polygonization tolerance is invalid." tool mesh zvDrill mill.stl --tolerance -1
+expect 2 "--part: $any"$'\n'"$any" tool mesh zvEndMill mill.stl --part 2
+expect 2 "--tolerance: $any"$'\n'"$any" tool mesh zvEndMill mill.stl --tolerance nan
+cmp -s mill.stl old.stl || complain "a mesh that fails touches the older file"
+
 # A posting, and one with every option.
 "$app" sample square >square.cl
 expect 0 "" post -m preset:mill3_metric -t square.cl -o out/of/here/
@@ -82,6 +107,39 @@ grep -q '^error 0: standard output: ' stderr || complain "full: $(cat stderr)"
 
 "$app" --help >/dev/full 2>stderr
 [ $? -eq 1 ] || complain "help that nobody gets is no failure"
+
+# STL files. Two triangles, since a binary file of one is too short to be known as one.
+facet='facet normal 0 0.6000000238418579 0.800000011920929\nouter loop\nvertex 0 -0 0\nvertex 0.1 0 0\nvertex 0 2.00000000001 0'
+printf "solid a\n$facet\nendloop\nendfacet\n$facet\nendloop\nendfacet\nendsolid" >text.stl
+json='"triangles": 2, "min": [0, 0, 0], "max": [0.1, 2, 0]}'
+expect 0 "" stl show text.stl --json
+[ "$(cat stdout)" = "{\"form\": \"text\", $json" ] || complain "stl show --json: $(cat stdout)"
+expect 0 "" stl show text.stl
+grep -q '^X  *0 to 0.1$' stdout || complain "stl show: $(cat stdout)"
+expect 0 "" stl convert text.stl binary.stl --binary
+[ "$(stat -c %s binary.stl)" -eq 184 ] || complain "size of a binary STL file"
+expect 0 "" stl show binary.stl --json
+[ "$(cat stdout)" = "{\"form\": \"binary\", $json" ] || complain "binary STL: $(cat stdout)"
+expect 0 "" stl convert binary.stl again.stl
+cmp -s binary.stl again.stl || complain "stl convert takes another form than that of its file"
+expect 0 "" stl convert text.stl text.stl
+kept='vertex 0 2.00000000001 0$\|normal 0 0.6000000238418579 0.800000011920929$'
+[ "$(grep -c "$kept" text.stl)" -eq 4 ] || complain "digits lost: $(cat text.stl)"
+printf 'solid\nendsolid' >none.stl
+expect 0 "" stl show none.stl --json
+[ "$(cat stdout)" = '{"form": "text", "triangles": 0, "min": null, "max": null}' ] ||
+  complain "stl show of no triangle: $(cat stdout)"
+printf 'solid\nvertex 1 2' >bad.stl
+expect 1 $'error 3504: [^\n]*\n  caused by 0: bad.stl:2' stl show bad.stl
+expect 1 $'error 3500: [^\n]*\n  caused by 0: nothing.stl' stl convert nothing.stl binary.stl
+expect 1 $'error 3508: [^\n]*\n  caused by 0: [.]' stl show .
+expect 1 $'error 2149: [^\n]*\n  caused by 0: /dev/full' stl convert text.stl /dev/full
+(ulimit -f 0 && exec "$app" stl convert again.stl binary.stl) 2>/dev/null
+[ $? -eq 1 ] || complain "a file size limit is no failure"
+cmp -s binary.stl again.stl || complain "a conversion that fails spoils the older file"
+! ls -A | grep -q 'tmp[0-9]' || complain "a conversion that fails leaves $(ls -A)"
+"$app" stl convert text.stl out.stl --text --binary 2>/dev/null
+[ $? -eq 2 ] || complain "both forms at once"
 
 # Streams that come closed: the files opened next must not take their place.
 "$app" post -m preset:mill3_metric -t square.cl -o closed >&- 2>stderr

@@ -119,6 +119,16 @@ TEST(SettingsFiles, SayWhatHadToBeChanged) {
          "parallel to the spindle");
 }
 
+TEST(SettingsFiles, AreNamedWhereTheyCantBeRead) {
+  const tests::ScratchFolder scratch;
+  const std::string file = scratch.Path("cut.KDS");
+  std::ofstream(file, std::ios::binary) << OldSettings({0, 0, 1, 1, 0, 0}, -90).substr(0, 99);
+  EXPECT_EQ(RunLine("machine show " + file).failure,
+            "error 2148: Unexpected end of input stream!\n  caused by 0: " + file + "\n");
+  EXPECT_EQ(RunLine("machine show odd\xFF.kds").failure,
+            "error 0: odd\uFFFD.kds: the name of a settings file is UTF-8\n");
+}
+
 TEST(SettingsFiles, AreNoJsonWhereANumberIsNotFinite) {
   const tests::ScratchFolder scratch;
   const std::string file = scratch.Path("old.kds");

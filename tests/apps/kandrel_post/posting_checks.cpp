@@ -13,17 +13,6 @@
 
 namespace tests {
 
-std::filesystem::path DataFolder() {
-  namespace fs = std::filesystem;
-  if (const char* const given = std::getenv("KANDREL_DATA")) return fs::path(given) / "toolpaths";
-  const fs::path source(KANDREL_SOURCE_DIR);
-  for (fs::path p = source; p != p.parent_path(); p = p.parent_path()) {
-    fs::path folder = p.parent_path() / "shared" / "data" / "toolpaths";
-    if (fs::is_directory(folder)) return folder;
-  }
-  return {};
-}
-
 Source SourceMoves(const std::filesystem::path& fileName) {
   std::ifstream file(fileName);
   Source moves;

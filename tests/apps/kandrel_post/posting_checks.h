@@ -13,10 +13,6 @@
 
 namespace tests {
 
-/// The folder of the sample data: KANDREL_DATA, or "shared/data" beside one of the folders above
-/// the sources; empty when there is none.
-std::filesystem::path DataFolder();
-
 /// The GOTOs; one without an axis has the last one. Their feeds are not read.
 Source SourceMoves(const std::filesystem::path& fileName);
 

@@ -121,6 +121,14 @@ inline std::vector<ToolCase> ToolCases(const std::string& fileName) {
   return cases;
 }
 
+/// The default of a type with some values replaced, as in a case, and all checks.
+inline cadcam::zvToolType::ToolPointer MakeTool(const std::string& type,
+                                                const std::string& settings = {}) {
+  cadcam::zvToolValues values = cadcam::FindToolType(type)->makeDefault()->GetValues();
+  Apply(values, SettingsOf(settings));
+  return cadcam::FindToolType(type)->make(values);
+}
+
 /// Values of a type that pass its checks.
 inline cadcam::zvToolValues GoodValues(const cadcam::zvToolType& type) {
   static const std::vector<ToolCase> cases = ToolCases("tool_checks.txt");

@@ -1,0 +1,61 @@
+// zvParserSTL: reads STL texts.
+#pragma once
+
+#include <kandrel/cadcam/stl/detail/line_reader.h>
+#include <kandrel/cadcam/stl/parser.h>
+#include <kandrel/cadcam/stl/parser_commands.h>
+#include <kandrel/cadcam/stl/stl_file.h>
+#include <kandrel/misc/export.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace cadcam {
+
+/// Reads the first solid of an STL text, line by line, into a zvSTLFile.
+///
+/// 1. Lines end with a line feed; a carriage return before it is dropped. A line of 4096 bytes or
+///    more is refused.
+/// 2. A line that is empty, or whose first character is "(", is skipped. Then the blanks and after
+///    them the tabs that it begins with are dropped; what has no word then is skipped too.
+/// 3. The first word, up to a blank, is a keyword in lower case, which a zvParserCommand stands
+///    for; another word is refused.
+/// 4. "endsolid" ends the reading, whatever follows it; so does the end of the text, but not within
+///    a facet or a loop.
+template <class T>
+class KANDREL_API zvParserSTL : public zvParser<zvSTLFile<T>> {
+ public:
+  explicit zvParserSTL(misc::zvAutoPointer<zvSTLFile<T>> file);
+  ~zvParserSTL() override;
+
+  void Initialise(misc::zvBinInputStream& stream) override;
+  /// Reads until the end is reached; the stream is then anywhere behind it. When this throws, the
+  /// result is as far as it came, and the exception's GetDetail is the number of the line. Throws
+  /// zvSTLParserException 3501 (line too long, end within a facet or loop), what the commands throw
+  /// and zvParserException 6251 for a word that is no keyword. The stream's exceptions pass.
+  void Parse(misc::zvBinInputStream& stream) override;
+  void BeforeParse() override;
+  void AfterParse() override;
+  void OnLine() override;
+  void AfterLine() override;
+
+ protected:
+  /// Lets `command` stand for a keyword; one that has a command already changes it.
+  void Register(std::string keyword, misc::zvAutoPointer<zvParserCommand<T>> command);
+
+ private:
+  using Entry = std::pair<std::string, misc::zvAutoPointer<zvParserCommand<T>>>;
+
+  Entry* Find(std::string_view keyword);
+
+  std::vector<Entry> m_commands;  // the most frequent first
+  std::optional<detail::LineReader> m_lines;
+};
+
+extern template class zvParserSTL<float>;
+extern template class zvParserSTL<double>;
+
+}  // namespace cadcam
