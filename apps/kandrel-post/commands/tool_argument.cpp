@@ -7,6 +7,7 @@
 #include <kandrel/cadcam/tools/typed_revolved_tool.h>
 #include <kandrel/misc/units_factory.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -28,11 +29,12 @@ struct Setting {
   std::string_view value;
 };
 
-Setting Split(std::string_view text) {
+Setting Split(const std::string& text) {
   const std::size_t equals = text.find('=');
-  if (equals == std::string_view::npos)
+  if (equals == std::string::npos)
     throw UsageError(fmt::format("{}: NAME=VALUE expected", Printable(text)));
-  return {text, text.substr(0, equals), text.substr(equals + 1)};
+  const std::string_view all = text;
+  return {all, all.substr(0, equals), all.substr(equals + 1)};
 }
 
 [[noreturn]] void FailExpected(const Setting& setting, std::string_view what) {
@@ -102,8 +104,8 @@ misc::zvAutoPointer<cadcam::zvTool> MakeTyped(const zvToolType& type,
                                               const std::vector<std::string>& texts) {
   auto tool = type.makeDefault();
   if (texts.empty()) return tool;
-  std::vector<Setting> settings;
-  for (const std::string& text : texts) settings.push_back(Split(text));
+  std::vector<Setting> settings(texts.size());
+  std::transform(texts.begin(), texts.end(), settings.begin(), &Split);
   for (const Setting& setting : settings)
     if (setting.name == "units") ApplyUnits(*tool, setting);
   Target target{type, tool->GetValues()};

@@ -6,6 +6,7 @@
 #include <kandrel/cadcam/tools/profile_validation.h>
 #include <kandrel/cadcam/tools/tool_caster.h>
 #include <tests/support/numbers.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include "tool_cases.h"
@@ -307,6 +308,21 @@ TEST(Tools, ScaleTheirLengthsAndTheirParts) {
       EXPECT_EQ(scaled->GetArbor().GetSolidDefinition()->GetUnits(), kMetric);
       EXPECT_EQ(scaled->GetNumbers(), after);
     }
+}
+
+// Of a tool so large that rounding is beyond what tells a shoulder of its own from that of its
+// type.
+TEST(Tools, KeepTheShoulderOfTheirTypeWhenTheyScale) {
+  tests::Seeded random;
+  for (int i = 0; i < 50; ++i) {
+    const double fluteLength = random.Real(1000, 20000);
+    zvTaperMill tool(random.Real(1, 9000), kHolder, fluteLength + random.Real(0, 9000), fluteLength,
+                     kArbor, 0, 8.1, Type::none, kInch);
+    EXPECT_FALSE(tool.HasShoulderDefinition());
+    tool.SetUnits(kMetric);
+    EXPECT_FALSE(tool.HasShoulderDefinition()) << i;
+    tool.Validate();
+  }
 }
 
 TEST(Tools, ConvertPartsThatComeInOtherUnits) {
