@@ -46,6 +46,7 @@ zvTMesh<T>::zvTMesh(const zvContainerMesh<T>& container) : zvTMesh(container.uni
 
 template <class T>
 void zvTMesh<T>::Reserve(std::size_t vertices, std::size_t triangles) {
+  if (vertices > kMostVertices) throw zvmiscException(zvmiscException::kSizeBeyond32Bits);
   m_vertices.reserve(vertices);
   m_triangles.reserve(triangles);
 }
@@ -133,8 +134,8 @@ void zvTMesh<T>::CheckRoomFor(std::size_t vertices) const {
 
 template <class T>
 void zvTMesh<T>::CheckCorners(const zvMeshCorners& corners) const {
-  for (const zvMeshIndex corner : corners)
-    if (corner < 0 || static_cast<std::size_t>(corner) >= m_vertices.size())
+  for (const zvMeshIndex corner : corners)  // a negative one becomes a very large one
+    if (static_cast<std::size_t>(corner) >= m_vertices.size())
       throw zvmiscException(zvmiscException::kIndexOutOfBounds);
 }
 

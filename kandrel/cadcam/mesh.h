@@ -71,7 +71,7 @@ class KANDREL_API zvTMesh : public measures::zvMeasurable {
   explicit zvTMesh(const zvContainerMesh<T>& container);
 
   /// Sets memory aside for a mesh of that many vertices and triangles in all, for makers that know
-  /// them. A number from a file is checked against the file's size first.
+  /// them. A number from a file is checked against the file's size first. Throws as AddVertex.
   void Reserve(std::size_t vertices, std::size_t triangles);
 
   /// Adds a vertex and returns its index. Throws zvmiscException 2157 beyond 2^31 - 1 vertices.

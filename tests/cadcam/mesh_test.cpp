@@ -104,6 +104,9 @@ TYPED_TEST(MeshTest, RescalesLengthsAndNothingElse) {
   EXPECT_EQ(mesh.GetTriangles()[0], copy.GetTriangles()[0]);
   TestFixture::ExpectBox(copy, {0, 0, -4}, {2, 3, 0});  // a copy is deep
   EXPECT_EQ(copy.GetUnits(), zvUnitsFactory::inch);
+  auto smaller = TestFixture::Two();
+  smaller.SetUnits(zvUnitsFactory::inch);
+  EXPECT_EQ(smaller.GetMaximum().y, static_cast<TypeParam>(3 * 0.03937007874015748));
   mesh.SetUnits(zvUnitsFactory::inch, true);
   TestFixture::ExpectBox(mesh, {0, 0, scaled(-4)}, {scaled(2), scaled(3), 0});
 }

@@ -77,6 +77,9 @@ TEST(ByteFiles, WhatCannotBeWrittenIsSaid) {
   EXPECT_EQ(full.GetTemporary(), "");
   full.Write("abc", 3);
   EXPECT_TRUE(ThrowsId<zvmiscException>([&] { full.Commit(); }, 2149));
+  zvBinOutputFile sink(L"/dev/null");
+  sink.Write("abc", 3);
+  sink.Commit();
   const std::wstring missing = folder.WidePath("no/such");
   const std::pair<std::wstring, std::wstring> cases[] = {
       {missing, missing + L" doesn't exist"},

@@ -10,7 +10,7 @@ namespace cadcam {
 template <class T>
 zvTPoint3d<T> NormalFromFile(const zvTPoint3d<T>& stored,
                              const std::array<zvTPoint3d<T>, 3>& corners) noexcept {
-  constexpr double kRounding = 8 * static_cast<double>(std::numeric_limits<T>::epsilon());
+  constexpr double kRounding = 4.0 * std::numeric_limits<float>::epsilon();  // of the square
   const zvTPoint3d<double> normal(stored.x, stored.y, stored.z);
   if (std::abs(normal.SquaredLength() - 1) <= kRounding) return stored;
   const double length = normal.Length();

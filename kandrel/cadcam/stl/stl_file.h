@@ -12,7 +12,7 @@ namespace cadcam {
 
 /// The normal that a triangle of an STL file gets: the stored one, brought to the length 1; where
 /// that is shorter than 1e-6 or not finite, the corners' own (TriangleNormal). A length that is 1
-/// but for rounding stays, so that a file that is read and written keeps its normals.
+/// but for the rounding of floats stays, so that a file that is read and written keeps its normals.
 template <class T>
 KANDREL_API zvTPoint3d<T> NormalFromFile(const zvTPoint3d<T>& stored,
                                          const std::array<zvTPoint3d<T>, 3>& corners) noexcept;

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -126,14 +127,13 @@ zvSTLForm LoadSTL(const std::wstring& path, zvTMesh<T>& mesh) {
   if (!misc::ToPathBytes(path, bytes) ||
       misc::platform::KindOfFile(bytes.c_str()) == misc::platform::FileKind::kMissing)
     throw zvSTLParserException(zvSTLParserException::kMissingFile);
+  std::optional<misc::zvBinInputFile> file;
   try {
-    misc::zvBinInputFile file(path);
-    return LoadSTL(file, file.GetSize(), mesh);
-  } catch (const zvParserException&) {
-    throw;
+    file.emplace(path);
   } catch (const misc::zvException& e) {
     throw zvSTLParserException(zvSTLParserException::kNotOpened, &e);
   }
+  return LoadSTL(*file, file->GetSize(), mesh);
 }
 
 template <class T>

@@ -32,7 +32,7 @@ enum class zvSTLForm {
 ///   them before;
 /// - 3509 for a coordinate that is not finite, and for a binary file that ends while it is read;
 /// - 3501 to 3507 and 3510 for a text, as zvParserSTL, which throws zvParserException 6251 as well;
-/// and zvmiscException 2157 for more triangles than a mesh holds.
+/// zvmiscException 2157 for more triangles than a mesh holds, 2148 where the system fails to read.
 template <class T>
 KANDREL_API zvSTLForm LoadSTL(const std::wstring& path, zvTMesh<T>& mesh);
 

@@ -1,5 +1,6 @@
 #include <kandrel/cadcam/stl/stl_reader.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
+#include <kandrel/misc/misc_exception.h>
 #include <tests/support/bytes.h>
 #include <tests/support/data_folder.h>
 #include <tests/support/memory_streams.h>
@@ -216,6 +217,17 @@ TEST(STLReader, BinaryFilesFitTheirCount) {
     EXPECT_EQ(Load(Binary("", count, {kUp, kUp})).id, 3511u) << count;
   EXPECT_EQ(Load(Binary("", 0xFFFFFFFF, {})).id, 6251u);
   EXPECT_EQ(Load(Binary("", 1, {kUp})).id, 6251u);  // 134 bytes: a text
+}
+
+// Neither reserves what isn't there: the one is told a size of 200 GB, the other 35 GB.
+TEST(STLReader, MoreTrianglesThanAMeshHoldsAreRefused) {
+  for (const std::uint32_t count : {0xFFFFFFFFu, 0x7FFFFFFFu / 3 + 1}) {
+    const std::string bytes = Binary("", count, {kUp, kUp});
+    tests::MemoryInput stream(bytes);
+    Mesh mesh;
+    EXPECT_TRUE(tests::ThrowsId<misc::zvmiscException>(
+        [&] { LoadSTL(stream, 84 + std::uint64_t{50} * count, mesh); }, 2157));
+  }
 }
 
 TEST(STLReader, AWordBehindTheHeaderMakesAText) {
