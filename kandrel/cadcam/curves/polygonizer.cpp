@@ -88,8 +88,9 @@ class Chords {
     if (!(n <= m_left)) RefuseTolerance();
     m_left -= n;
     Join(pointOf(0, n));
-    m_points.reserve(m_points.size() + static_cast<std::size_t>(n));
-    for (T i = 1; i <= n; ++i) m_points.push_back(pointOf(i, n));
+    const int count = static_cast<int>(n);
+    m_points.reserve(m_points.size() + static_cast<std::size_t>(count));
+    for (int i = 1; i <= count; ++i) m_points.push_back(pointOf(i, n));
   }
 
   const zv2dGeometryPolygonizer<T>& m_polygonizer;

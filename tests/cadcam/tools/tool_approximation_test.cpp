@@ -107,7 +107,7 @@ TEST(ToolApproximation, RefusesToolsThatTheirOwnChecksRefuse) {
   for (const auto& c : cases) {
     const auto tool = FindToolType(c.type)->makeDefault();
     try {
-      Profiles(*tool, kNaN);
+      const Profiles none(*tool, kNaN);
       ADD_FAILURE() << c.type;
     } catch (const zvcadcamException& e) {
       EXPECT_EQ(e.GetId(), c.id);
