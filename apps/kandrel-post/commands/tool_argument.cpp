@@ -55,6 +55,8 @@ struct Target {
   std::optional<double> shoulderBaseLength{};
 
   void Apply(const Setting& setting);
+  /// Where one length is both, a shoulder length may be set to the flute length alone.
+  void CheckOneLength(const std::vector<Setting>& settings) const;
 
  private:
   std::string Names() const;
@@ -73,7 +75,7 @@ void Target::Apply(const Setting& setting) {
     values.numbers.diameter = Number(setting);
   } else if (setting.name == "fluteLength") {
     values.numbers.fluteLength = Number(setting);
-  } else if (setting.name == "shoulderLength" && !type.hasOneLength) {
+  } else if (setting.name == "shoulderLength") {
     values.numbers.shoulderLength = Number(setting);
   } else if (setting.name == "shoulderDiameter") {
     shoulderDiameter = Number(setting);
@@ -89,6 +91,14 @@ void Target::Apply(const Setting& setting) {
     throw UsageError(fmt::format("{}: NAME=VALUE expected, where NAME is one of {}",
                                  Printable(setting.text), Names()));
   }
+}
+
+void Target::CheckOneLength(const std::vector<Setting>& settings) const {
+  if (!type.hasOneLength) return;
+  for (const Setting& setting : settings)
+    if (setting.name == "shoulderLength" && Number(setting) != values.numbers.fluteLength)
+      throw UsageError(fmt::format("{}: {} expected, the fluteLength: {} has one length for both",
+                                   Printable(setting.text), values.numbers.fluteLength, type.name));
 }
 
 void ApplyUnits(cadcam::zvTool& tool, const Setting& setting) {
@@ -111,6 +121,7 @@ misc::zvAutoPointer<cadcam::zvTool> MakeTyped(const zvToolType& type,
   Target target{type, tool->GetValues()};
   for (const Setting& setting : settings)
     if (setting.name != "units") target.Apply(setting);
+  target.CheckOneLength(settings);
   if (target.shoulderDiameter || target.shoulderBaseLength) {
     double diameter = target.shoulderDiameter.value_or(0);
     double baseLength = target.shoulderBaseLength.value_or(0);
