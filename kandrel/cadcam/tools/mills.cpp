@@ -333,7 +333,12 @@ void zvLolMill::ArborFirstDiameterGetter::Visit(const zvRevolvedSolidDefinition<
 
 zvLolMill::zvLolMill(double diameter, const Holder& holder, double shoulderLength,
                      double fluteLength, const Arbor& arbor, Units units)
-    : zvLolMill(diameter, holder, shoulderLength, fluteLength, arbor, NeckOf(arbor), units) {}
+    // The checks that all types share come before the arbor is looked at, whose diameter then is in
+    // the tool's units: an end mill has these checks alone.
+    : zvLolMill(
+          diameter, holder, shoulderLength, fluteLength, arbor,
+          NeckOf(zvEndMill(diameter, holder, shoulderLength, fluteLength, arbor, units).GetArbor()),
+          units) {}
 
 zvBarrelMill::zvBarrelMill(double upperDiameter, double diameter, const Holder& holder,
                            double shoulderLength, double fluteLength, const Arbor& arbor,
