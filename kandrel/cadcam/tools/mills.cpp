@@ -165,11 +165,9 @@ void CheckBarrelMill(Numbers& n, const Arbor&) {
                 L"Shoulder Length should be greater than flute length");
   RequireBarrel(n.upperDiameter - n.diameter <= kSlack,
                 L"Maximum diameter value must be maximum diameter value");
-  // The centre of the flank's arc lies at the height z, the end of the flutes h above it.
-  const double d = n.upperDiameter / 2 + bigR - n.diameter / 2;
-  const double hSquared = bigR * bigR - d * d;
-  const double z = n.fluteLength - std::sqrt(hSquared);
-  RequireBarrel(hSquared >= kSlack && z >= kSlack && bigR - z >= kSlack,
+  const detail::BarrelFlank flank = detail::BarrelFlankOf(n);
+  const double z = flank.centre.y;
+  RequireBarrel(flank.riseSquared >= kSlack && z >= kSlack && bigR - z >= kSlack,
                 L"Profile radius , maximum diameter and upper diameter values do not form a valid "
                 L"barrel mill");
   RequireBarrel(bigR >= r, L"Corner radius should be smaller than Profile Radius");
