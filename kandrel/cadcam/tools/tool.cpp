@@ -33,7 +33,7 @@ void ValidateNumbers(const zvMeshSolidDefinition<double>& solid,
 void ValidateNumbers(const zvExtrudedSolidDefinition<double>& solid,
                      const zvProfileValidation& validation) {
   for (const auto& line : solid.GetPolyLines())
-    for (const auto& p : line.points) ValidatePoint({p.x, p.y, solid.GetHeight()}, validation);
+    for (const auto& p : line.points) ValidatePoint({p.x, p.y, 0}, validation);
   validation.ValidateNumbers(0, solid.GetHeight());
   ValidatePoint(solid.GetPoint(), validation);
 }

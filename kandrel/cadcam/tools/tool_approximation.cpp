@@ -107,7 +107,7 @@ zvTypedToolApproximation<T, Tool>::zvTypedToolApproximation(const Tool& tool, T 
   auto cutting = Polygonize(parts.first, tolerance);
   auto nonCutting = Polygonize(parts.second, tolerance);
   SetHeight(cutting.points.back(), fluteLength);
-  // One point, although an arc's two parts are rounded apart where they meet.
+  // One point, however the two parts of an arc are rounded where they meet.
   if (!nonCutting.points.empty()) nonCutting.points.front() = cutting.points.back();
   this->SetProfiles(std::move(cutting), std::move(nonCutting));
 }

@@ -173,12 +173,18 @@ TEST(ToolApproximation, TakesToolsAtTheEdgeOfTheirChecksInOtherUnits) {
   }
 }
 
-// Not apart by rounding.
-TEST(ToolApproximation, CutsArcsInOnePointOfBothProfiles) {
-  for (int i = 1; i < 50; ++i) {
-    const Profiles profiles(*MakeTool("zvSpherMill", "fluteLength=" + std::to_string(0.1 * i)),
-                            0.01);
-    EXPECT_EQ(profiles.cutting.back(), profiles.nonCutting.front()) << i;
+// Where the flutes end with an arc, however its end and the line behind it are rounded.
+TEST(ToolApproximation, EndsAndBeginsBothProfilesInOnePoint) {
+  for (int angle = 1; angle < 89; ++angle) {
+    zvToolValues values = MakeTool("zvBoreBar")->GetValues();
+    values.numbers.diameter = 10;
+    values.numbers.cornerRadius = 1;
+    values.numbers.cornerRadiusType = cornerRadiusType::given;
+    values.numbers.taperAngle = angle;
+    values.numbers.fluteLength = 1 - std::sin(angle * std::acos(-1.0) / 180);
+    const Profiles profiles(*FindToolType("zvBoreBar")->make(values), 0.01);
+    EXPECT_EQ(profiles.cutting.back(), profiles.nonCutting.front()) << angle;
+    EXPECT_EQ(profiles.cutting.back().y, values.numbers.fluteLength) << angle;
   }
 }
 
