@@ -90,10 +90,11 @@ class Chords {
     if (!(n - 1 <= m_left)) RefuseTolerance();
     m_left -= n - 1;
     Join(pointOf(0, n));
+    const int count = static_cast<int>(n);
     // At least doubled, so that many elements take linear time.
-    const std::size_t size = m_points.size() + static_cast<std::size_t>(n);
+    const std::size_t size = m_points.size() + static_cast<std::size_t>(count);
     if (size > m_points.capacity()) m_points.reserve(std::max(size, 2 * m_points.capacity()));
-    for (T i = 1; i <= n; ++i) m_points.push_back(pointOf(i, n));
+    for (int i = 1; i <= count; ++i) m_points.push_back(pointOf(i, n));
   }
 
   const zv2dGeometryPolygonizer<T>& m_polygonizer;
