@@ -139,6 +139,7 @@ TEST(Curves2d, SplittingCutsLinesAndArcsExactly) {
        Contour({Arc({3, 2}, 2, 270, -120)}), Contour({Arc({3, 2}, 2, 150, -60)})},
       {"arc from its top", Contour({Arc({3, 2}, 2, 90, 360)}), 2, Contour(),
        Contour({Arc({3, 2}, 2, 90, 360)})},
+      {"arc from its bottom", Contour({corner}), 0, Contour(), Contour({corner})},
       {"arc that ends at the height", Contour({corner}), 2, Contour({corner}), Contour()},
       {"contours in it are dissolved", Contour({Contour({corner}), Line{{5, 2}, {5, 4}}}), 2,
        Contour({corner}), Contour({Line{{5, 2}, {5, 4}}})},
@@ -193,6 +194,7 @@ TEST(Curves2d, SplitPartsRejoinToTheWhole) {
     EXPECT_NEAR(start.y, height, 1e-9);
     EXPECT_NEAR(end.x, start.x, 1e-9);
     EXPECT_GT(Extents(after).maximum.y, height);
+    EXPECT_TRUE(SplitAtHeight(after, height).first.IsEmpty());
     // The rest goes on as before: the same curve, whatever its chords.
     const zv2dGeometryPolygonizer polygonizer(1e-3);
     const double area = AreaUnder(polygonizer.Polygonize(Contour({before, after})).points);

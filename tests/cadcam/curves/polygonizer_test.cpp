@@ -74,6 +74,7 @@ TEST(Polygonizer, KeepsChordsOfEveryCurveWithinTheTolerance) {
     const double error =
         ChordError(points, [&](double t) { return arc.PointAt(arc.GetStartAngle() + t * sweep); });
     arcError = std::max(arcError, error / tolerance);
+    EXPECT_EQ(points.back(), arc.PointAt(arc.GetEndAngle()));
     // One chord less would leave it.
     const auto fewer = static_cast<double>(points.size() - 2);
     const double wider = std::fabs(sweep) / 360 * std::acos(-1.0) / fewer;

@@ -95,7 +95,7 @@ TEST(ToolApproximation, OutlinesFollowFromTheParameters) {
       }
     EXPECT_EQ(onCircles > 0, !circles.empty());
   }
-  EXPECT_EQ(cases, 47);
+  EXPECT_EQ(cases, 48);
 }
 
 TEST(ToolApproximation, RefusesToolsThatTheirOwnChecksRefuse) {

@@ -198,6 +198,10 @@ TEST(ToolMesh, IsClosedForToolsOfEveryType) {
         EXPECT_EQ(mesh.GetMinimum().y, -mesh.GetMaximum().x);
         EXPECT_EQ(mesh.GetMaximum().y, mesh.GetMaximum().x);
         if (part > 1) continue;
+        // Cutting and non-cutting part meet exactly where the flutes end.
+        if (!creator.GetMesh(nonCuttingPart).IsEmpty()) {
+          EXPECT_EQ(part == 0 ? mesh.GetMaximum().z : mesh.GetMinimum().z, tool->GetFluteLength());
+        }
         const Points2d& profile = creator.profiles[part];
         for (const auto& p : profile) {
           EXPECT_GE(p.y, last - 1e-9);  // rises or is level
