@@ -3,7 +3,9 @@
 #include <kandrel/misc/tolerances.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace cadcam {
@@ -19,13 +21,36 @@ zvTPoint3d<double> InDouble(const zvTPoint3d<T>& p) {
   return {static_cast<double>(p.x), static_cast<double>(p.y), static_cast<double>(p.z)};
 }
 
+// With the largest component brought to 1 to 2 by a power of two, which rounds nothing, so that
+// products of two neither over- nor underflow.
+zvTPoint3d<double> NearOne(const zvTPoint3d<double>& edge) {
+  const double largest = std::max({std::abs(edge.x), std::abs(edge.y), std::abs(edge.z)});
+  if (!(largest > 0 && largest <= std::numeric_limits<double>::max())) return edge;
+  const int power = -std::ilogb(largest);
+  return {std::scalbn(edge.x, power), std::scalbn(edge.y, power), std::scalbn(edge.z, power)};
+}
+
+// What is beyond the type becomes infinite: to convert it is not defined.
+template <class T>
+T Narrowed(double value) {
+  constexpr double kLargest = std::numeric_limits<T>::max();
+  if (std::abs(value) > kLargest)
+    return static_cast<T>(std::copysign(std::numeric_limits<double>::infinity(), value));
+  return static_cast<T>(value);
+}
+
 }  // namespace
 
 template <class T>
 zvTPoint3d<T> TriangleNormal(const zvTPoint3d<T>& a, const zvTPoint3d<T>& b,
                              const zvTPoint3d<T>& c) noexcept {
   const zvTPoint3d<double> from = InDouble(a);
-  const zvTPoint3d<double> normal = Cross(InDouble(b) - from, InDouble(c) - from);
+  zvTPoint3d<double> first = InDouble(b) - from, second = InDouble(c) - from;
+  if constexpr (std::is_same_v<T, double>) {  // products of floats are in range
+    first = NearOne(first);
+    second = NearOne(second);
+  }
+  const zvTPoint3d<double> normal = Cross(first, second);
   const double length = normal.Length();
   if (!(length > 0 && length <= std::numeric_limits<double>::max())) return {};
   return {static_cast<T>(normal.x / length), static_cast<T>(normal.y / length),
@@ -55,7 +80,7 @@ template <class T>
 zvMeshIndex zvTMesh<T>::AddVertex(const Point& vertex) {
   CheckRoomFor(1);
   m_vertices.push_back(vertex);
-  Enclose(vertex);
+  Enclose(m_vertices.back());  // `vertex` may have been one of the mesh, and gone as it grew
   return static_cast<zvMeshIndex>(m_vertices.size() - 1);
 }
 
@@ -79,9 +104,10 @@ void zvTMesh<T>::AddTriangle(const std::array<Point, 3>& corners, const Point& n
   CheckRoomFor(corners.size());
   const std::size_t first = m_vertices.size();
   const auto index = static_cast<zvMeshIndex>(first);
+  const Triangle triangle{{index, index + 1, index + 2}, normal};
   m_vertices.insert(m_vertices.end(), corners.begin(), corners.end());
   try {
-    m_triangles.push_back({{index, index + 1, index + 2}, normal});
+    m_triangles.push_back(triangle);
   } catch (...) {
     m_vertices.resize(first);
     throw;
@@ -118,7 +144,7 @@ void zvTMesh<T>::Merge(const zvTMesh& other) {
 
 template <class T>
 void zvTMesh<T>::Scale(Units /*newUnits*/, double factor) {
-  const auto scaled = [&](T value) { return static_cast<T>(static_cast<double>(value) * factor); };
+  const auto scaled = [&](T value) { return Narrowed<T>(static_cast<double>(value) * factor); };
   EmptyBox();
   for (Point& vertex : m_vertices) {
     vertex = {scaled(vertex.x), scaled(vertex.y), scaled(vertex.z)};

@@ -31,7 +31,7 @@ struct zvTMeshTriangle {
 };
 
 /// Returns the unit normal of the triangle a, b, c by the right-hand rule, worked out in double;
-/// 0,0,0 where the corners lie on a line or are not finite.
+/// 0,0,0 where the corners lie on a line or are not finite, or further apart than a double holds.
 template <class T>
 KANDREL_API zvTPoint3d<T> TriangleNormal(const zvTPoint3d<T>& a, const zvTPoint3d<T>& b,
                                          const zvTPoint3d<T>& c) noexcept;
@@ -54,7 +54,8 @@ struct zvContainerMesh {
 /// 3. The box holds all vertices, also those of no triangle; a NaN doesn't show in it. That of a
 ///    mesh without vertices has the minimum 3e38 and the maximum -3e38 in x, y and z: ask IsEmpty
 ///    before using it.
-/// 4. Rescaling (SetUnits) multiplies vertices and box; normals stay.
+/// 4. Rescaling (SetUnits) multiplies vertices and box; normals stay. What a T doesn't hold then
+///    becomes infinite.
 ///
 /// An operation that throws leaves the mesh as it was.
 template <class T>

@@ -22,7 +22,10 @@ namespace misc::platform {
 namespace {
 
 FileKind KindOf(int failed, const struct stat& found) noexcept {
-  if (failed != 0) return errno == ENOENT ? FileKind::kMissing : FileKind::kOther;
+  if (failed != 0) {
+    const bool isMissing = errno == ENOENT || errno == ENOTDIR;  // or what should be a folder isn't
+    return isMissing ? FileKind::kMissing : FileKind::kOther;
+  }
   return S_ISREG(found.st_mode) ? FileKind::kRegular : FileKind::kOther;
 }
 

@@ -92,7 +92,7 @@ bool IsTooSmall(std::string_view text) {
   std::int64_t exponent = 0;
   const auto read = std::from_chars(text.data() + start, text.data() + text.size(), exponent);
   if (read.ec != std::errc()) return isNegative;
-  return isNegative ? place <= exponent : place + exponent <= 0;
+  return isNegative ? place <= exponent : exponent <= -place;
 }
 
 // The next eight bytes, when none of them has its highest bit set, are ASCII.

@@ -93,8 +93,8 @@ inline constexpr double kPoleOfHalvingSquared = 1e-16;
 /// as a double, so that a count that doesn't fit is refused before it becomes an integer.
 inline constexpr double kLargestCount = 2147483646;
 
-/// Most chords that the curves of one contour are replaced by: 2^20, enough for a circle of 1 m to
-/// a hundred-thousandth of a micrometre.
+/// Most chords that the curves of one contour are replaced by, beyond one for each: 2^20, enough
+/// for a circle of 1 m to a hundred-thousandth of a micrometre.
 inline constexpr double kMostChords = 1048576;
 
 /// Most triangles of a mesh that is made to a tolerance, 2^24: below 1 GB of memory, and far beyond

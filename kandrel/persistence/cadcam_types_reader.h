@@ -20,11 +20,12 @@ namespace cadcam {
 /// The three classes are a chain: each overrides what a later version laid out anew, and hands
 /// older files to the one below. zvBICadcamTypes2 is the one to construct.
 ///
-/// 1. After a failure a toolpath, pass, slice or section holds what was read until then; a move is
-///    as it was. The stream is of no use any more.
+/// 1. After a failure a toolpath, pass or slice holds what was read until then, but for the section
+///    in which it ended; a move is as it was. The stream is of no use any more.
 /// 2. Besides what each operation names, all throw zvmiscException 2018 where the stream ends too
 ///    early and 2157 for a size of 64 bits from 2^31 on, and let the stream's own exceptions pass.
-/// 3. Memory grows with what is there, never with a count that the file promises.
+/// 3. Memory grows with what is there, never with a count that the file promises: four bytes can be
+///    an empty pass, which takes some hundred.
 class KANDREL_API zvBICadcamTypes {
  public:
   using Point = zvTPoint3d<double>;

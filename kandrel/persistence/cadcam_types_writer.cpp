@@ -11,8 +11,8 @@ using Gathering = misc::zvBOBasicTypes::Gathering;
 
 namespace {
 
-// A move with extended data: tag 4, common fields 73, flag 1, data 52.
-constexpr std::size_t kLargestMove = 130;
+// A move with extended data: tag 4, common fields 69, flag 1, data 52.
+constexpr std::size_t kLargestMove = 126;
 
 template <class Writer>
 void PutCommonFields(Writer& out, std::int32_t tag, const zvCNCMove& move) {

@@ -14,7 +14,7 @@ namespace geoDef {
 /// Throws zvException, id 0: "Unknown geometric type" for a number that is none or not the one that
 /// is wanted, and for contours more than 16 deep in each other; "Please define >> operator for
 /// spline.", the same for "closed contour" and "ellipse", and "Please setup a valid Bezier object."
-/// for what can be written but not read: deliberate, no file has them. An arc out of its ranges is
+/// for kinds that are known and not read: deliberate, no file has them. An arc out of its ranges is
 /// zvRangeException. What misc::zvBIBasicTypes throws passes. Memory grows with what is there.
 template <class T>
 class KANDREL_API zvBI2dGeometry {

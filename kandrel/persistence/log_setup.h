@@ -61,7 +61,7 @@ class KANDREL_API zvBIKDRParams {
 
   /// Read a set-up and make a façade, or the creator of the machine's class, of it. What they refer
   /// to lives as long as they and their copies do, also without this reader. Throw what
-  /// post::zvBIPostTypes and the constructors throw; nothing is changed then.
+  /// post::zvBIPostTypes and the constructors throw; nothing but notes is changed then.
   virtual zvBIKDRParams& operator>>(misc::zvAutoPointer<zvKDR5AxBase>& base);
   virtual zvBIKDRParams& operator>>(misc::zvAutoPointer<zvPostedTPCreator>& creator);
 

@@ -27,6 +27,10 @@ zvBITools::zvBITools(misc::zvBinInputStream& stream, std::uint32_t version, bool
 
 zvBITools::~zvBITools() = default;
 
+std::uint32_t zvBITools::GetUpperKnownBinVersion() const noexcept {
+  return persistence::kCurrentVersion;
+}
+
 double zvBITools::ReadDouble() {
   double value = 0;
   m_basic.ReadDouble(value);
@@ -130,7 +134,7 @@ void zvBITools::ReadTyped(const persistence::zvStoredToolType& stored, Units uni
   values.arbor = ReadPart<zvTool::Arbor>(22, units);
   values.holder = ReadPart<zvTool::Holder>(23, units);
   // Whose flute and shoulder are one length.
-  if (stored.type == &zvSlotMill::kType) values.numbers.shoulderLength = values.numbers.fluteLength;
+  if (stored.type->hasOneLength) values.numbers.shoulderLength = values.numbers.fluteLength;
   if (Since(130)) {
     const Units shoulderUnits = ReadUnits();
     const double diameter = ReadDouble();
@@ -141,7 +145,8 @@ void zvBITools::ReadTyped(const persistence::zvStoredToolType& stored, Units uni
     const zvSolidDefinition<double>& solid = *values.arbor.GetSolidDefinition();
     solid.AcceptVisitor(getter);
     if (!getter.GetDiameter()) throw zvcadcamException(zvcadcamException::kNoArbor);
-    values.numbers.neckDiameter = *getter.GetDiameter();
+    values.numbers.neckDiameter = *getter.GetDiameter() * measures::zvUnitsFactory::GetScaleFactor(
+                                                              values.arbor.GetUnits(), units);
   }
   tool = stored.type->make(values);
 }

@@ -39,13 +39,19 @@ class KANDREL_API zvBITools {
             bool wideStrings, bool sizes64);
   zvBITools(const zvBITools&) = delete;
   zvBITools& operator=(const zvBITools&) = delete;
-  ~zvBITools();
+  virtual ~zvBITools();
+
+  static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
+    return persistence::kLowestRecordVersion;
+  }
+  virtual std::uint32_t GetUpperKnownBinVersion() const noexcept;
 
   /// Throws zvcadcamException 2108 for an unknown type, 2139 where no units are known, 2183 for a
   /// solid of an unknown kind, 2027 for one in a form that is too old; zvmeasuresException 2141 for
   /// unknown units; zvmiscException 2052 for a mesh with a corner that is no vertex, 2018 for an
   /// end that comes too early; and what geoDef::zvBI2dGeometry and the tool's constructor throw.
   void ReadTool(misc::zvAutoPointer<zvTool>& tool);
+  /// A mesh solid has the units of its mesh; those of the solid beside them are checked alone.
   SolidPointer ReadSolid();
 
  private:

@@ -29,7 +29,7 @@ class KANDREL_API zvKDRWriterParam {
   void SetProgNo(std::int32_t value) noexcept { m_progNo = value; }
   std::vector<std::wstring> GetAxisNames() const { return m_axisNames; }
   /// Throws zvPostException 5003 unless there are `count` names and 5004 where two are equal, upper
-  /// and lower case apart; the old names stay then.
+  /// and lower case being different; the old names stay then.
   void SetAxisNames(const std::vector<std::wstring>& names, unsigned count);
   /// The same for 3 to 6 names by the number of axes; zvPostException 5031 for a number that is
   /// none.

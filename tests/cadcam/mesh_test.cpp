@@ -58,6 +58,13 @@ TYPED_TEST(MeshTest, HoldsWhatWasAddedAndItsBox) {
   const auto nan = std::numeric_limits<TypeParam>::quiet_NaN();
   EXPECT_EQ(mesh.AddVertex({nan, 7, nan}), 7);
   TestFixture::ExpectBox(mesh, {0, 0, -4}, {6, 7, 5});
+  // Of the mesh itself, which moves them as it grows.
+  for (int i = 0; i < 100; ++i) {
+    mesh.AddVertex(mesh.GetVertices().front());
+    mesh.AddTriangle({Point(), Point(), Point()}, mesh.GetVertices()[1]);
+    ASSERT_EQ(mesh.GetTriangles().back().normal, Point(2, 0, 0));
+  }
+  TestFixture::ExpectBox(mesh, {0, 0, -4}, {6, 7, 5});
 }
 
 TYPED_TEST(MeshTest, RefusesIndicesThatAreNone) {
@@ -109,6 +116,14 @@ TYPED_TEST(MeshTest, RescalesLengthsAndNothingElse) {
   EXPECT_EQ(smaller.GetMaximum().y, static_cast<TypeParam>(3 * 0.03937007874015748));
   mesh.SetUnits(zvUnitsFactory::inch, true);
   TestFixture::ExpectBox(mesh, {0, 0, scaled(-4)}, {scaled(2), scaled(3), 0});
+  constexpr auto kLargest = std::numeric_limits<TypeParam>::max();
+  const auto infinity = std::numeric_limits<TypeParam>::infinity();
+  typename TestFixture::Mesh large(zvUnitsFactory::inch);
+  large.AddVertex({kLargest / 2, -kLargest / 25, std::numeric_limits<TypeParam>::quiet_NaN()});
+  large.SetUnits(zvUnitsFactory::metric);
+  EXPECT_EQ(large.GetVertices()[0].x, infinity);
+  EXPECT_EQ(large.GetMinimum().y, -infinity);
+  EXPECT_TRUE(std::isnan(large.GetVertices()[0].z));
 }
 
 TYPED_TEST(MeshTest, IsMadeOfPlainArrays) {
@@ -129,7 +144,8 @@ TYPED_TEST(MeshTest, IsMadeOfPlainArrays) {
 TYPED_TEST(MeshTest, NormalsNeedAnAreaButNoSize) {
   using Point = zvTPoint3d<TypeParam>;
   const auto nan = std::numeric_limits<TypeParam>::quiet_NaN();
-  for (const double size : {1e-38, 1e-20, 1.0, 1e20, 1e38}) {
+  for (const double size : {1e-310, 1e-170, 1e-38, 1e-20, 1.0, 1e20, 1e38, 1e160, 1e307}) {
+    if (std::is_same_v<TypeParam, float> && !(size > 1e-39 && size < 1e39)) continue;
     const auto s = static_cast<TypeParam>(size);
     EXPECT_EQ(TriangleNormal<TypeParam>({0, 0, 0}, {0, s, 0}, {s, 0, 0}), Point(0, 0, -1)) << s;
     EXPECT_EQ(TriangleNormal<TypeParam>({s, s, s}, {0, 0, 0}, {s, s, s}), Point()) << s;

@@ -141,7 +141,9 @@ void AddSTL(CLI::App& app) {
   show.add_flag("--json", *json, "as JSON");
   show.callback([file, json] { ShowSTL(*file, *json); });
   CLI::App& convert = *command.add_subcommand("convert", "Write an STL file in the form of IN");
-  convert.footer("Example: kandrel-post stl convert part.stl part.txt.stl --text");
+  convert.footer(
+      "A binary file of fewer than two triangles can't be read back.\n"
+      "Example: kandrel-post stl convert part.stl part.txt.stl --text");
   auto in = std::make_shared<std::string>();
   auto out = std::make_shared<std::string>();
   convert.add_option("IN", *in, "an STL file of either form")->required();

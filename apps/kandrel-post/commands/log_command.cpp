@@ -261,7 +261,8 @@ constexpr Form kForms[] = {
     {"KDRA", "set-up and writer parameters", &AddAll},
 };
 
-// What a posted move shows in the CSV form, by its columns.
+// All that a posted move holds, by the names of the columns of posted.csv. Moves with the same
+// extended block and contact data have the same columns.
 using Column = std::pair<std::string_view, double>;
 std::vector<Column> ColumnsOf(const PostedRow& row) {
   const post::zvPostedMove& m = row.move;
@@ -282,13 +283,21 @@ std::vector<Column> ColumnsOf(const PostedRow& row) {
                                  {"j", m.GetOrientation().y},
                                  {"k", m.GetOrientation().z},
                                  {"pole", row.pole.value_or(0)}};
+  columns.emplace_back("extended block", !m.HasNoExtended());
   if (m.HasNoExtended()) return columns;
   columns.emplace_back("source", m.GetSourceIndex());
   columns.emplace_back("inserted", m.IsInserted());
+  columns.emplace_back("contact data", m.HasExtendedData());
+  if (!m.HasExtendedData()) return columns;
+  for (int axis = 0; axis < 3; ++axis) {
+    columns.emplace_back("contact point", m.GetExtendedPoint()[axis]);
+    columns.emplace_back("contact vector", m.GetExtendedVector()[axis]);
+  }
+  columns.emplace_back("contact id", m.GetExtendedId());
   return columns;
 }
 
-// Fails at the first line that is not the same to the bit in all columns.
+// Fails at the first line that is not the same in all columns.
 template <class List>
 void RequireEqual(const List& stored, const List& again) {
   if (stored.GetCount() != again.GetCount())
@@ -298,6 +307,7 @@ void RequireEqual(const List& stored, const List& again) {
   for (auto a = stored.begin(), b = again.begin(); a != stored.end(); ++a, ++b, ++index) {
     const std::vector<Column> was = ColumnsOf(RowOf(*a));
     const std::vector<Column> is = ColumnsOf(RowOf(*b));
+    // Where the first ones are equal, both have the next.
     for (std::size_t i = 0; i < was.size(); ++i)
       if (was[i].second != is[i].second)
         Fail(fmt::format("line {} differs: {} is stored as {}, posted again it is {}", index,

@@ -186,7 +186,7 @@ std::string Notes(const Report& report, const Machine& machine, const ClProgram&
                    program.feedlessCount);
   if (!report.hasLog)
     fmt::format_to(out, "note            no run.kdr: {} can't be read back\n",
-                   posted.GetCount() == 0 ? "a log of no lines" : "small moves of six axes");
+                   report.small ? "small moves of six axes" : "a log of no lines");
   return text;
 }
 

@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 #include <kandrel/cadcam/stl/stl_reader.h>
-#include <kandrel/cadcam/stl_parser_exception.h>
 #include <kandrel/misc/text.h>
 #include <unistd.h>
 
@@ -8,6 +7,7 @@
 #include <string>
 
 #include "kandrel-post/commands/commands.h"
+#include "kandrel-post/host/errors.h"
 #include "kandrel-post/out/stl_output.h"
 #include "kandrel-post/out/text_sink.h"
 
@@ -18,22 +18,9 @@ namespace {
 using cadcam::zvSTLForm;
 using cadcam::zvTMesh;
 
-// The library's failures know neither the file nor, in their texts, the line.
 template <class T>
 zvSTLForm Load(const std::string& file, zvTMesh<T>& mesh) {
-  const auto place = [&](int line) {
-    const std::string text = line > 0 ? fmt::format("{}:{}", file, line) : file;
-    return misc::zvException(0, misc::FromUtf8(text));
-  };
-  try {
-    return LoadSTL(misc::FromUtf8(file), mesh);
-  } catch (const cadcam::zvSTLParserException& e) {
-    const misc::zvException cause = place(e.GetDetail());
-    throw cadcam::zvSTLParserException(e.GetId(), &cause, e.GetDetail());
-  } catch (const cadcam::zvParserException& e) {
-    const misc::zvException cause = place(e.GetDetail());
-    throw cadcam::zvParserException(e.GetId(), &cause, e.GetDetail());
-  }
+  return NamingFile(file, [&] { return LoadSTL(misc::FromUtf8(file), mesh); });
 }
 
 std::string Corner(const cadcam::zvTPoint3d<float>& p) {

@@ -7,6 +7,7 @@
 #include <kandrel/cadcam/tools/typed_revolved_tool.h>
 #include <kandrel/misc/units_factory.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -28,11 +29,12 @@ struct Setting {
   std::string_view value;
 };
 
-Setting Split(std::string_view text) {
+Setting Split(const std::string& text) {
   const std::size_t equals = text.find('=');
-  if (equals == std::string_view::npos)
+  if (equals == std::string::npos)
     throw UsageError(fmt::format("{}: NAME=VALUE expected", Printable(text)));
-  return {text, text.substr(0, equals), text.substr(equals + 1)};
+  const std::string_view all = text;
+  return {all, all.substr(0, equals), all.substr(equals + 1)};
 }
 
 [[noreturn]] void FailExpected(const Setting& setting, std::string_view what) {
@@ -53,6 +55,8 @@ struct Target {
   std::optional<double> shoulderBaseLength{};
 
   void Apply(const Setting& setting);
+  /// Where one length is both, a shoulder length may be set to the flute length alone.
+  void CheckOneLength(const std::vector<Setting>& settings) const;
 
  private:
   std::string Names() const;
@@ -71,7 +75,7 @@ void Target::Apply(const Setting& setting) {
     values.numbers.diameter = Number(setting);
   } else if (setting.name == "fluteLength") {
     values.numbers.fluteLength = Number(setting);
-  } else if (setting.name == "shoulderLength" && !type.hasOneLength) {
+  } else if (setting.name == "shoulderLength") {
     values.numbers.shoulderLength = Number(setting);
   } else if (setting.name == "shoulderDiameter") {
     shoulderDiameter = Number(setting);
@@ -89,6 +93,14 @@ void Target::Apply(const Setting& setting) {
   }
 }
 
+void Target::CheckOneLength(const std::vector<Setting>& settings) const {
+  if (!type.hasOneLength) return;
+  for (const Setting& setting : settings)
+    if (setting.name == "shoulderLength" && Number(setting) != values.numbers.fluteLength)
+      throw UsageError(fmt::format("{}: {} expected, the fluteLength: {} has one length for both",
+                                   Printable(setting.text), values.numbers.fluteLength, type.name));
+}
+
 void ApplyUnits(cadcam::zvTool& tool, const Setting& setting) {
   if (setting.value == "inch")
     tool.SetUnits(zvUnitsFactory::inch);
@@ -102,13 +114,14 @@ misc::zvAutoPointer<cadcam::zvTool> MakeTyped(const zvToolType& type,
                                               const std::vector<std::string>& texts) {
   auto tool = type.makeDefault();
   if (texts.empty()) return tool;
-  std::vector<Setting> settings;
-  for (const std::string& text : texts) settings.push_back(Split(text));
+  std::vector<Setting> settings(texts.size());
+  std::transform(texts.begin(), texts.end(), settings.begin(), &Split);
   for (const Setting& setting : settings)
     if (setting.name == "units") ApplyUnits(*tool, setting);
   Target target{type, tool->GetValues()};
   for (const Setting& setting : settings)
     if (setting.name != "units") target.Apply(setting);
+  target.CheckOneLength(settings);
   if (target.shoulderDiameter || target.shoulderBaseLength) {
     double diameter = target.shoulderDiameter.value_or(0);
     double baseLength = target.shoulderBaseLength.value_or(0);

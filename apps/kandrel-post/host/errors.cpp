@@ -1,6 +1,7 @@
 #include "kandrel-post/host/errors.h"
 
 #include <fmt/format.h>
+#include <kandrel/cadcam/stl_parser_exception.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/text.h>
 
@@ -22,6 +23,17 @@ void FailWithErrno(std::string_view file, std::string_view what, int errorNumber
 
 void FailAtLine(std::string_view file, unsigned long long line, std::string_view expected) {
   Fail(fmt::format("{}:{}: {}", file, line, expected));
+}
+
+void ThrowInFile(const std::string& file) {
+  int line = 0;
+  try {
+    throw;
+  } catch (const cadcam::zvParserException& e) {
+    line = e.GetDetail();
+  } catch (...) {
+  }
+  throw FailureInFile(std::current_exception(), line > 0 ? fmt::format("{}:{}", file, line) : file);
 }
 
 namespace {

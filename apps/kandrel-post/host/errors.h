@@ -32,11 +32,12 @@ class UsageError : public std::runtime_error {
 [[noreturn]] void FailAtLine(std::string_view file, unsigned long long line,
                              std::string_view expected);
 
-/// A failure in reading a file, which is reported as it is, with the file as its last cause.
+/// A failure in reading or writing a file, which is reported as it is, with the file, or the place
+/// in it, as its last cause.
 class FailureInFile : public std::runtime_error {
  public:
-  FailureInFile(std::exception_ptr failure, const std::string& file)
-      : std::runtime_error(file), m_failure(std::move(failure)) {}
+  FailureInFile(std::exception_ptr failure, const std::string& place)
+      : std::runtime_error(place), m_failure(std::move(failure)) {}
 
   [[noreturn]] void Rethrow() const { std::rethrow_exception(m_failure); }
 
@@ -44,13 +45,17 @@ class FailureInFile : public std::runtime_error {
   std::exception_ptr m_failure;
 };
 
-/// What `read` gives; what it throws becomes a FailureInFile.
-template <class Read>
-auto NamingFile(const std::string& file, const Read& read) {
+/// Throws the exception being handled as a FailureInFile: "<file>:<line>" where it knows the line.
+/// To be called in a catch clause.
+[[noreturn]] void ThrowInFile(const std::string& file);
+
+/// What `use` gives, which reads or writes the file; what it throws becomes a FailureInFile.
+template <class Use>
+auto NamingFile(const std::string& file, const Use& use) {
   try {
-    return read();
+    return use();
   } catch (...) {
-    throw FailureInFile(std::current_exception(), file);
+    ThrowInFile(file);
   }
 }
 

@@ -19,8 +19,8 @@ namespace kandrel_post {
 namespace {
 
 template <class Read>
-void WithStream(const std::wstring& path, const Read& read) {
-  if (zvKDRInput::IsFileCompress(path)) {
+void WithStream(const std::wstring& path, bool isCompressed, const Read& read) {
+  if (isCompressed) {
     pack::zvCompressedInputFileStream stream(path);
     read(stream);
   } else {
@@ -49,12 +49,14 @@ void ReadTagged(const std::string& fileName,
     const std::wstring path = PathOf(fileName);
     std::string tag;
     std::uint32_t version = 0;
-    WithStream(path, [&](misc::zvBinInputStream& stream) {
+    const bool isCompressed = zvKDRInput::IsFileCompress(path);
+    WithStream(path, isCompressed, [&](misc::zvBinInputStream& stream) {
       std::uint32_t number = 0;
       misc::zvBIBasicTypes(stream, false, false, false).ReadUnsigned(number).ReadUnsigned(version);
       for (; number != 0; number >>= 8) tag += static_cast<char>(number & 0xFF);
     });
-    WithStream(path, [&](misc::zvBinInputStream& stream) { read(tag, version, stream); });
+    WithStream(path, isCompressed,
+               [&](misc::zvBinInputStream& stream) { read(tag, version, stream); });
   });
 }
 

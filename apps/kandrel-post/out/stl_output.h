@@ -9,7 +9,7 @@
 namespace kandrel_post {
 
 /// Writes a mesh, of float or double, to a file, which takes its place when it is complete; a
-/// signal leaves nothing behind either. A failure of the mesh names the file.
+/// signal leaves nothing behind either. What it throws is a FailureInFile.
 template <class T>
 void WriteMesh(const std::string& file, const cadcam::zvTMesh<T>& mesh, cadcam::zvSTLForm form);
 

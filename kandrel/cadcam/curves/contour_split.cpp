@@ -2,7 +2,10 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 
+#include <algorithm>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 namespace geoDef {
 
@@ -83,7 +86,9 @@ struct Cut {
         90 - misc::kDegreesPerRadian * misc::ArcCosine(std::clamp(sine, T(-1), T(1)));
     const T way = sweep > 0 ? crossing - lead - start : start - (180 - crossing - lead);
     const T turn = way - misc::kFullTurnDeg * std::floor(way / misc::kFullTurnDeg);
-    if (turn == 0) return Whole(true, arc);
+    // A rising arc that isn't above meets the level within half a turn: one that seems to have more
+    // before it starts at the level but for rounding.
+    if (turn == 0 || (isRising && turn > misc::kFullTurnDeg / 2)) return Whole(true, arc);
     if (!(turn < std::fabs(sweep))) return Parts<T>{arc, std::nullopt};  // by rounding
     const T swept = std::copysign(turn, sweep);
     const T angle = start + swept;

@@ -64,8 +64,8 @@ struct Enclose {
     const T last = std::max(arc.GetStartAngle(), arc.GetEndAngle());
     box.Add(arc.PointAt(first));
     box.Add(arc.PointAt(last));
-    for (T angle = std::ceil(first / 90) * 90; angle < last; angle += 90)
-      box.Add(arc.PointAt(angle));
+    for (int quarter = static_cast<int>(std::ceil(first / 90)); quarter * 90 < last; ++quarter)
+      box.Add(arc.PointAt(quarter * 90));
   }
   // Rises or falls all the way from its vertex.
   void operator()(const zv2dParabola<T>& parabola) const {

@@ -1,6 +1,8 @@
 // zv2dPoint and zv2dBox: points and extents in the plane.
 #pragma once
 
+#include <kandrel/misc/tolerances.h>
+
 #include <algorithm>
 
 namespace geoDef {
@@ -30,8 +32,8 @@ struct zv2dPoint {
 template <class T>
 struct zv2dBox {
   /// An empty box has its corners the wrong way round.
-  zv2dPoint<T> minimum{T(3e38), T(3e38)};
-  zv2dPoint<T> maximum{T(-3e38), T(-3e38)};
+  zv2dPoint<T> minimum{T(misc::kEmptyBox), T(misc::kEmptyBox)};
+  zv2dPoint<T> maximum{T(-misc::kEmptyBox), T(-misc::kEmptyBox)};
 
   constexpr bool IsEmpty() const { return !(minimum.x <= maximum.x && minimum.y <= maximum.y); }
   constexpr void Add(const zv2dPoint<T>& p) {

@@ -3,7 +3,9 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace geoDef {
 
@@ -85,16 +87,19 @@ class Chords {
   template <class PointOf>
   void AddChords(T wanted, const PointOf& pointOf) {
     const T n = std::max(std::ceil(wanted), T(1));
-    if (!(n <= m_left)) RefuseTolerance();
-    m_left -= n;
+    if (!(n - 1 <= m_left)) RefuseTolerance();
+    m_left -= n - 1;
     Join(pointOf(0, n));
-    m_points.reserve(m_points.size() + static_cast<std::size_t>(n));
-    for (T i = 1; i <= n; ++i) m_points.push_back(pointOf(i, n));
+    const int count = static_cast<int>(n);
+    // At least doubled, so that many elements take linear time.
+    const std::size_t size = m_points.size() + static_cast<std::size_t>(count);
+    if (size > m_points.capacity()) m_points.reserve(std::max(size, 2 * m_points.capacity()));
+    for (int i = 1; i <= count; ++i) m_points.push_back(pointOf(i, n));
   }
 
   const zv2dGeometryPolygonizer<T>& m_polygonizer;
   T m_tolerance;
-  T m_left{misc::kMostChords};
+  T m_left{misc::kMostChords};  // beyond the one that each element has
   std::vector<zv2dPoint<T>> m_points;
 };
 

@@ -23,8 +23,8 @@ class KANDREL_API zv2dGeometryPolygonizer {
   /// and y, are there once. An arc gives ceil(sweep / LargestStep) equal chords, at least one; its
   /// points at whole quarter turns are exact. Throws as LargestStep for an arc or ellipse in it,
   /// and "Polygonization tolerance is invalid." where a parabola or the number of chords asks for
-  /// it: curves of one contour have at most misc::kMostChords, so that no tolerance, however small,
-  /// takes more than 16 MiB for them.
+  /// it: beyond one for each, the curves of a contour have at most misc::kMostChords in all, so
+  /// that no tolerance, however small, takes more than 32 MiB for them.
   zv2dPolyLine<T> Polygonize(const zv2dContour<T>& contour) const;
 
  private:

@@ -1,6 +1,7 @@
 #include <kandrel/cadcam/stl/parser_stl.h>
 
 #include <cstddef>
+#include <limits>
 
 namespace cadcam {
 
@@ -37,8 +38,12 @@ void zvParserSTL<T>::Parse(misc::zvBinInputStream& stream) {
   const zvSTLFile<T>& file = *this->GetResult();
   try {
     while (!file.IsEndReached()) {
-      ++this->m_number;
-      if (!m_lines->Next(this->m_line)) break;
+      const int last = this->m_number;
+      if (last < std::numeric_limits<int>::max()) ++this->m_number;
+      if (!m_lines->Next(this->m_line)) {
+        this->m_number = last;
+        break;
+      }
       OnLine();
       AfterLine();
     }
@@ -62,7 +67,6 @@ void zvParserSTL<T>::AfterParse() {
 template <class T>
 void zvParserSTL<T>::OnLine() {
   std::string_view line = this->m_line;
-  if (line.ends_with('\r')) line.remove_suffix(1);
   if (line.empty() || line.front() == '(') return;
   for (const char blank : {' ', '\t', ' '})  // the last for what the tabs stood in front of
     while (line.starts_with(blank)) line.remove_prefix(1);

@@ -17,8 +17,9 @@ namespace cadcam {
 
 /// Reads the first solid of an STL text, line by line, into a zvSTLFile.
 ///
-/// 1. Lines end with a line feed; a carriage return before it is dropped. A line of 4096 bytes or
-///    more is refused.
+/// 1. Lines end with a line feed; a carriage return before it, or at the end of the text, is no
+/// part
+///    of the line. A line of 4096 bytes or more is refused.
 /// 2. A line that is empty, or whose first character is "(", is skipped. Then the blanks and after
 ///    them the tabs that it begins with are dropped; what has no word then is skipped too.
 /// 3. The first word, up to a blank, is a keyword in lower case, which a zvParserCommand stands
@@ -33,9 +34,10 @@ class KANDREL_API zvParserSTL : public zvParser<zvSTLFile<T>> {
 
   void Initialise(misc::zvBinInputStream& stream) override;
   /// Reads until the end is reached; the stream is then anywhere behind it. When this throws, the
-  /// result is as far as it came, and the exception's GetDetail is the number of the line. Throws
-  /// zvSTLParserException 3501 (line too long, end within a facet or loop), what the commands throw
-  /// and zvParserException 6251 for a word that is no keyword. The stream's exceptions pass.
+  /// result is as far as it came, and the exception's GetDetail is the number of the line, that of
+  /// the last at the end of the text, at most 2^31 - 1. Throws zvSTLParserException 3501 (line too
+  /// long, end within a facet or loop), what the commands throw and zvParserException 6251 for a
+  /// word that is no keyword. The stream's exceptions pass.
   void Parse(misc::zvBinInputStream& stream) override;
   void BeforeParse() override;
   void AfterParse() override;

@@ -55,10 +55,12 @@ zvStreamSize BinarySize(std::uint32_t count) {
   return kHeader + sizeof count + zvStreamSize{kTriangle} * count;
 }
 
-// A text whose lines are so long that no keyword stands where it is looked for, as doubles can make
-// them. Nothing else is told by this: a count of triangles has bytes that no text has.
+// A text whose lines are so long that no keyword stands where it is looked for, as doubles and
+// names can make them. Nothing else is told by this: a count of triangles has bytes that no text
+// has.
 bool HasLongLines(std::string_view start) {
-  return start.substr(0, kHeader).find("facet") != std::string_view::npos &&
+  const std::string_view header = start.substr(0, kHeader);
+  return (header.starts_with("solid") || header.find("facet") != std::string_view::npos) &&
          std::all_of(start.begin(), start.end(), [](char c) {
            return static_cast<unsigned char>(c) >= ' ' || c == '\t' || c == '\n' || c == '\r';
          });

@@ -23,7 +23,8 @@ enum class zvSTLForm {
 /// binary file with no triangle, or with one, is taken for a text, and refused as one: deliberate,
 /// since its first 80 bytes are free and may say "solid". One that is not as long as a binary file
 /// with its number of triangles is a text as well where its first 160 bytes are all characters of a
-/// text, with "facet" among the first 80: lines of long numbers may stand so that no word is found.
+/// text, and begin with "solid" or have "facet" among the first 80: a long name and lines of long
+/// numbers may stand so that no word is found.
 ///
 /// Texts are read as zvParserSTL says, binary files as docs/formats/stl.md does; normals are those
 /// of NormalFromFile. Throws zvSTLParserException:

@@ -47,32 +47,31 @@ char* Put(char* out, std::string_view text) {
   return out + text.size();
 }
 
-// One that is not finite, which no reader would trust, is written as none.
-template <class T>
-zvTPoint3d<T> WrittenNormal(const zvTPoint3d<T>& n) {
-  const bool isFinite = std::isfinite(n.x) && std::isfinite(n.y) && std::isfinite(n.z);
-  return isFinite ? n : zvTPoint3d<T>();
+// `Written` is the type that numbers have in the file, here and below.
+template <class Written, class T>
+bool IsFiniteAs(const zvTPoint3d<T>& p) {
+  constexpr auto kLargest = static_cast<T>(std::numeric_limits<Written>::max());
+  return std::abs(p.x) <= kLargest && std::abs(p.y) <= kLargest && std::abs(p.z) <= kLargest;
 }
 
-// `Written` is the type that the coordinates have in the file.
 template <class Written, class T>
 void CheckMesh(const zvTMesh<T>& mesh) {
-  constexpr auto kLargest = static_cast<T>(std::numeric_limits<Written>::max());
   for (const zvTPoint3d<T>& p : mesh.GetVertices())
-    for (const T value : {p.x, p.y, p.z})
-      if (!(std::abs(value) <= kLargest))
-        throw misc::zvException(0, L"A mesh with coordinates that are not finite can't be written");
+    if (!IsFiniteAs<Written>(p))
+      throw misc::zvException(0, L"A mesh with coordinates that are not finite can't be written");
 }
 
-// Calls `write(out, normal, corners)`, which returns the end of what it wrote, for each triangle.
-template <class T, class Write>
+// Calls `write(out, normal, corners)`, which returns the end of what it wrote, for each triangle. A
+// normal that is not finite, which no reader would trust, is written as none.
+template <class Written, class T, class Write>
 void WriteTriangles(Block& block, const zvTMesh<T>& mesh, std::size_t room, const Write& write) {
   const auto vertices = mesh.GetVertices();
   for (const zvTMeshTriangle<T>& triangle : mesh.GetTriangles()) {
     std::array<zvTPoint3d<T>, 3> corners;
     for (std::size_t i = 0; i < corners.size(); ++i)
       corners[i] = vertices[static_cast<std::size_t>(triangle.corners[i])];
-    block.Take(write(block.Room(room), WrittenNormal(triangle.normal), corners));
+    const bool isFinite = IsFiniteAs<Written>(triangle.normal);
+    block.Take(write(block.Room(room), isFinite ? triangle.normal : zvTPoint3d<T>(), corners));
   }
 }
 
@@ -115,11 +114,12 @@ void WriteBinary(misc::zvBinOutputStream& stream, const zvTMesh<T>& mesh) {
   Put(header, "STL File");
   std::memcpy(header + kHeader, &count, sizeof count);
   block.Take(header + kHeader + sizeof count);
-  WriteTriangles(block, mesh, kTriangle, [](char* out, const auto& normal, const auto& corners) {
-    out = PutFloats(out, normal);
-    for (const auto& corner : corners) out = PutFloats(out, corner);
-    return Put(out, std::string_view("\0\0", 2));
-  });
+  WriteTriangles<float>(block, mesh, kTriangle,
+                        [](char* out, const auto& normal, const auto& corners) {
+                          out = PutFloats(out, normal);
+                          for (const auto& corner : corners) out = PutFloats(out, corner);
+                          return Put(out, std::string_view("\0\0", 2));
+                        });
   block.HandOn();
 }
 
@@ -128,13 +128,13 @@ void WriteText(misc::zvBinOutputStream& stream, const zvTMesh<T>& mesh) {
   CheckMesh<T>(mesh);
   Block block(stream);
   block.Take(Put(block.Room(kLongestTriangle), "solid ascii\n"));
-  WriteTriangles(block, mesh, kLongestTriangle,
-                 [](char* out, const auto& normal, const auto& corners) {
-                   out = PutLine(out, "  facet normal", normal);
-                   out = Put(out, "    outer loop\n");
-                   for (const auto& corner : corners) out = PutLine(out, "      vertex", corner);
-                   return Put(out, "    endloop\n  endfacet\n");
-                 });
+  WriteTriangles<T>(block, mesh, kLongestTriangle,
+                    [](char* out, const auto& normal, const auto& corners) {
+                      out = PutLine(out, "  facet normal", normal);
+                      out = Put(out, "    outer loop\n");
+                      for (const auto& corner : corners) out = PutLine(out, "      vertex", corner);
+                      return Put(out, "    endloop\n  endfacet\n");
+                    });
   block.Take(Put(block.Room(kLongestTriangle), "endsolid\n"));
   block.HandOn();
 }

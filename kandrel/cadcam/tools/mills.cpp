@@ -165,11 +165,9 @@ void CheckBarrelMill(Numbers& n, const Arbor&) {
                 L"Shoulder Length should be greater than flute length");
   RequireBarrel(n.upperDiameter - n.diameter <= kSlack,
                 L"Maximum diameter value must be maximum diameter value");
-  // The centre of the flank's arc lies at the height z, the end of the flutes h above it.
-  const double d = n.upperDiameter / 2 + bigR - n.diameter / 2;
-  const double hSquared = bigR * bigR - d * d;
-  const double z = n.fluteLength - std::sqrt(hSquared);
-  RequireBarrel(hSquared >= kSlack && z >= kSlack && bigR - z >= kSlack,
+  const detail::BarrelFlank flank = detail::BarrelFlankOf(n);
+  const double z = flank.centre.y;
+  RequireBarrel(flank.riseSquared >= kSlack && z >= kSlack && bigR - z >= kSlack,
                 L"Profile radius , maximum diameter and upper diameter values do not form a valid "
                 L"barrel mill");
   RequireBarrel(bigR >= r, L"Corner radius should be smaller than Profile Radius");
@@ -333,7 +331,12 @@ void zvLolMill::ArborFirstDiameterGetter::Visit(const zvRevolvedSolidDefinition<
 
 zvLolMill::zvLolMill(double diameter, const Holder& holder, double shoulderLength,
                      double fluteLength, const Arbor& arbor, Units units)
-    : zvLolMill(diameter, holder, shoulderLength, fluteLength, arbor, NeckOf(arbor), units) {}
+    // The checks that all types share come before the arbor is looked at, whose diameter then is in
+    // the tool's units: an end mill has these checks alone.
+    : zvLolMill(
+          diameter, holder, shoulderLength, fluteLength, arbor,
+          NeckOf(zvEndMill(diameter, holder, shoulderLength, fluteLength, arbor, units).GetArbor()),
+          units) {}
 
 zvBarrelMill::zvBarrelMill(double upperDiameter, double diameter, const Holder& holder,
                            double shoulderLength, double fluteLength, const Arbor& arbor,

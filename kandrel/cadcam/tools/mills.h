@@ -129,7 +129,8 @@ class KANDREL_API zvLolMill final : public zvTypedToolOf<zvLolMill, zvHasNeckDia
   };
 
   using zvTypedToolOf::zvTypedToolOf;
-  /// With the arbor's first diameter as its neck. Throws 2138 for an arbor that has none.
+  /// With the arbor's first diameter as its neck. Throws 2138 for an arbor that has none, after the
+  /// checks that all types share.
   zvLolMill(double diameter, const Holder& holder, double shoulderLength, double fluteLength,
             const Arbor& arbor, Units units);
   static const zvToolType kType;

@@ -14,7 +14,27 @@ using Point = geoDef::zv2dPoint<double>;
 using misc::kProfileStep;
 using misc::kToolParameterEqual;
 
+// The points by which an element is told. The angles and the radius of an arc are numbers: its
+// constructor sees to it.
+struct Definition {
+  using Points = std::vector<Point>;
+  Points operator()(const Point& point) const { return {point}; }
+  Points operator()(const geoDef::zv2dLine<double>& line) const { return {line.start, line.end}; }
+  Points operator()(const geoDef::zv2dArc<double>& arc) const { return {arc.GetCentre()}; }
+  Points operator()(const geoDef::zv2dContour<double>&) const { return {}; }  // not met in a walk
+  Points operator()(const geoDef::zv2dPolyLine<double>& line) const { return line.points; }
+  Points operator()(const geoDef::zv2dParabola<double>& p) const { return {p.vertex, p.end}; }
+  Points operator()(const geoDef::zv2dEllipse<double>& e) const {
+    return {e.centre, e.first, e.second};
+  }
+};
+
 }  // namespace
+
+void zvProfileValidation::ValidateNumbers(double radius, double height) const {
+  if (std::isnan(radius)) ReportInvalidRadius();
+  if (std::isnan(height)) ReportInvalidHeight();
+}
 
 void zvProfileValidation::ReportInvalidRadius() const {
   throw zvcadcamException(m_reports.radius);
@@ -90,7 +110,14 @@ void zvProfileValidation::ValidateConeSegment(double firstRadius, double secondR
 }
 
 void zvProfileValidation::Validate(const Profile& profile) const {
-  ValidatePoints(ProfilePoints(profile), HasSeveralElements(profile));
+  Validate(profile, ProfilePoints(profile));
+}
+
+void zvProfileValidation::Validate(const Profile& profile, const Points& points) const {
+  ValidatePoints(points, HasSeveralElements(profile));
+  // Some of them no corner shows: where a later element starts, and what bends a curve.
+  for (const auto& element : Walk(profile))
+    for (const Point& p : std::visit(Definition(), element)) ValidateNumbers(p.x, p.y);
 }
 
 void zvProfileValidation::ValidatePoints(const Points& points, bool hasSeveralElements) const {
@@ -107,10 +134,9 @@ void zvProfileValidation::ValidatePoints(const Points& points, bool hasSeveralEl
 
 void zvCuttingPartValidation::Validate(const Profile& profile) const {
   Points points = ProfilePoints(profile);
-  const bool hasSeveralElements = HasSeveralElements(profile);
-  if (hasSeveralElements && points.size() > 1 && std::fabs(points[0].x) <= misc::kEqual)
+  if (HasSeveralElements(profile) && points.size() > 1 && std::fabs(points[0].x) <= misc::kEqual)
     points[0].x = points[1].x;
-  ValidatePoints(points, hasSeveralElements);
+  zvProfileValidation::Validate(profile, points);
 }
 
 }  // namespace cadcam

@@ -25,7 +25,9 @@ KANDREL_API std::vector<geoDef::zv2dPoint<double>> ProfilePoints(
 /// 3. Then the first point must lie at y = 0 and no x below it, both to 1e-6; and where there is
 ///    more than one element, the last two points must have different heights. A part of one line
 ///    of no length passes: it stands for a part that isn't there.
-/// 4. A number that is none never passes. A profile without points does.
+/// 4. Last, no number that any element is made of may be none: the report for an x is that of a
+///    radius, for a y of a height. An infinite number passes what it satisfies. A profile without
+///    points passes.
 class KANDREL_API zvProfileValidation {
  public:
   using Profile = geoDef::zv2dContour<double>;
@@ -36,7 +38,9 @@ class KANDREL_API zvProfileValidation {
   virtual void ValidateSegments(const Profile& profile) const;
   virtual void ValidateCylinderSegment(double radius, double height) const;
   virtual void ValidateConeSegment(double firstRadius, double secondRadius, double height) const;
-  /// Properties 2 and 3.
+  /// Reports a radius, and then a height, that is no number.
+  void ValidateNumbers(double radius, double height) const;
+  /// Properties 2 to 4.
   virtual void Validate(const Profile& profile) const;
 
   /// Throw the class's zvcadcamException.
@@ -61,12 +65,13 @@ class KANDREL_API zvProfileValidation {
   zvProfileValidation(const zvProfileValidation&) = default;
   zvProfileValidation& operator=(const zvProfileValidation&) = default;
 
-  /// Validate, of the points of property 1.
-  void ValidatePoints(const Points& points, bool hasSeveralElements) const;
+  /// Validate, with these as the points of property 1.
+  void Validate(const Profile& profile, const Points& points) const;
   static bool HasSeveralElements(const Profile& profile);
 
  private:
   void ValidateSegmentsOf(const Points& points) const;
+  void ValidatePoints(const Points& points, bool hasSeveralElements) const;
 
   Reports m_reports;
 };

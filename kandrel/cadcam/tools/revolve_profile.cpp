@@ -46,6 +46,19 @@ double SweptVolume(const Points<T>& points) {
   return volume;
 }
 
+// Leaves out points from which the profile goes back to the point before.
+template <class T>
+Points<T> WithoutSpikes(const Points<T>& points) {
+  Points<T> kept;
+  for (const auto& p : points) {
+    if (kept.size() > 1 && kept[kept.size() - 2] == p)
+      kept.pop_back();
+    else
+      kept.push_back(p);
+  }
+  return kept;
+}
+
 }  // namespace
 
 template <class T>
@@ -62,16 +75,16 @@ double zvRevolveProfileSrv<T>::CountAround(double largestRadius) const {
 template <class T>
 zvTMesh<T> zvRevolveProfileSrv<T>::Revolve(const Profile& profile, Units units, double lift) const {
   Points<T> points = Prepare<T>(profile, lift);
-  T largest = 0;
-  for (const auto& p : points) largest = std::max(largest, p.x);
-  if (points.size() < 2 || !(largest > 0)) return zvTMesh<T>(units);
-
+  if (points.size() < 2) return zvTMesh<T>(units);
   if (points.front().x > 0) points.insert(points.begin(), {0, points.front().y});
   if (points.back().x > 0) points.push_back({0, points.back().y});
+  points = WithoutSpikes(points);
   const double volume = SweptVolume(points);
   if (volume == 0) return zvTMesh<T>(units);
   if (volume < 0) std::reverse(points.begin(), points.end());
 
+  T largest = 0;
+  for (const auto& p : points) largest = std::max(largest, p.x);
   const double count = CountAround(largest);
   if (!(2 * count * static_cast<double>(points.size()) <= misc::kMostTriangles)) RefuseTolerance();
   const auto n = static_cast<std::size_t>(count);

@@ -20,6 +20,24 @@ void ValidatePart(const zvToolPartDefinition<double>& part) {
   solid.AcceptVisitor(validator);
 }
 
+void ValidatePoint(const zvTPoint3d<double>& point, const zvProfileValidation& validation) {
+  validation.ValidateNumbers(point.x, point.z);
+  validation.ValidateNumbers(point.y, point.z);
+}
+
+void ValidateNumbers(const zvMeshSolidDefinition<double>& solid,
+                     const zvProfileValidation& validation) {
+  for (const auto& vertex : solid.GetMesh().GetVertices()) ValidatePoint(vertex, validation);
+}
+
+void ValidateNumbers(const zvExtrudedSolidDefinition<double>& solid,
+                     const zvProfileValidation& validation) {
+  for (const auto& line : solid.GetPolyLines())
+    for (const auto& p : line.points) ValidatePoint({p.x, p.y, 0}, validation);
+  validation.ValidateNumbers(0, solid.GetHeight());
+  ValidatePoint(solid.GetPoint(), validation);
+}
+
 }  // namespace
 
 double zvTool::GetTotalLength() const {
@@ -45,15 +63,27 @@ void zvTool::ValidateShoulderLength(double shoulderLength) const {
     throw zvcadcamException(zvcadcamException::kShoulderLength);
 }
 
+void zvRevolvedTool::HolderValidator::Visit(const zvMeshSolidDefinition<double>& solid) {
+  ValidateNumbers(solid, zvHolderValidation());
+}
+void zvRevolvedTool::HolderValidator::Visit(const zvExtrudedSolidDefinition<double>& solid) {
+  ValidateNumbers(solid, zvHolderValidation());
+}
 void zvRevolvedTool::HolderValidator::Visit(const zvRevolvedSolidDefinition<double>& solid) {
   zvHolderValidation().Validate(solid.GetProfile());
+}
+void zvRevolvedTool::ArborValidator::Visit(const zvMeshSolidDefinition<double>& solid) {
+  ValidateNumbers(solid, zvArborValidation());
+}
+void zvRevolvedTool::ArborValidator::Visit(const zvExtrudedSolidDefinition<double>& solid) {
+  ValidateNumbers(solid, zvArborValidation());
 }
 void zvRevolvedTool::ArborValidator::Visit(const zvRevolvedSolidDefinition<double>& solid) {
   zvArborValidation().Validate(solid.GetProfile());
 }
 
 zvRevolvedTool::zvRevolvedTool(Holder holder, Arbor arbor, Units units, Checks checks)
-    : zvTool(units), m_holder(std::move(holder)), m_arbor(std::move(arbor)) {
+    : zvTool(units), m_checks(checks), m_holder(std::move(holder)), m_arbor(std::move(arbor)) {
   m_holder.SetUnits(units);
   m_arbor.SetUnits(units);
   if (checks == Checks::none) return;

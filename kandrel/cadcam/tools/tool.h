@@ -18,7 +18,12 @@ namespace cadcam {
 ///    constructors check nothing: some defaults would be refused. A copy is made without a check.
 /// 2. Tools don't change, but for their units. Parts that come in other units than the tool are
 ///    converted to the tool's.
-/// 3. Where a check compares, a number that is none fails it. Infinite numbers pass what they
+/// 3. A number at the very edge of what a check takes may lie beyond it once the units have
+/// changed:
+///    the slack of the checks is the same in all units, and rounding moves the rest. Validate may
+///    then refuse what a constructor has taken; a revolved tool remembers that it
+///    has passed.
+/// 4. Where a check compares, a number that is none fails it. Infinite numbers pass what they
 ///    satisfy.
 class KANDREL_API zvTool : public measures::zvMeasurable {
  public:
@@ -37,8 +42,9 @@ class KANDREL_API zvTool : public measures::zvMeasurable {
   virtual void AcceptVisitor(zvToolVisitor& visitor) const = 0;
   virtual double GetDiameter() const = 0;
 
-  /// Throw what zvHolderValidation and zvArborValidation report of a revolved solid; other solids,
-  /// and a part that isn't defined, pass.
+  /// Throw what zvHolderValidation and zvArborValidation report of a revolved solid. Of an extruded
+  /// one and a mesh they throw the report of a radius for an x or y that is no number, and that of
+  /// a height for a z; a part that isn't defined passes.
   virtual void ValidateHolder(const Holder& holder) const;
   virtual void ValidateArbor(const Arbor& arbor) const;
 
@@ -66,17 +72,24 @@ class KANDREL_API zvTool : public measures::zvMeasurable {
 /// A tool that turns about its axis.
 class KANDREL_API zvRevolvedTool : public zvTool {
  public:
-  /// Check the profile of a revolved solid, by zvHolderValidation and zvArborValidation.
+  /// Check a solid as ValidateHolder and ValidateArbor say.
   class KANDREL_API HolderValidator : public zvRevolvedSolidVisitor<double> {
    public:
     using zvRevolvedSolidVisitor::Visit;
+    void Visit(const zvMeshSolidDefinition<double>& solid) override;
+    void Visit(const zvExtrudedSolidDefinition<double>& solid) override;
     void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
   };
   class KANDREL_API ArborValidator : public zvRevolvedSolidVisitor<double> {
    public:
     using zvRevolvedSolidVisitor::Visit;
+    void Visit(const zvMeshSolidDefinition<double>& solid) override;
+    void Visit(const zvExtrudedSolidDefinition<double>& solid) override;
     void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
   };
+
+  /// True for a tool that a constructor has checked, and for its copies, also in other units.
+  bool HasPassedChecks() const noexcept { return m_checks == Checks::all; }
 
   const Holder& GetHolder() const override { return m_holder; }
   const Arbor& GetArbor() const override { return m_arbor; }
@@ -92,6 +105,7 @@ class KANDREL_API zvRevolvedTool : public zvTool {
   void SetUnitsOfParts(Units units, bool keepNumbers) override;
 
  private:
+  Checks m_checks;
   Holder m_holder;
   Arbor m_arbor;
 };

@@ -1,8 +1,9 @@
 #include <kandrel/cadcam/curves/polygonizer.h>
 #include <kandrel/cadcam/tool_approximation_exception.h>
+#include <kandrel/cadcam/tools/detail/tool_outline.h>
 #include <kandrel/cadcam/tools/solid_users.h>
 #include <kandrel/cadcam/tools/tool_approximation.h>
-#include <kandrel/cadcam/tools/tool_outline.h>
+#include <kandrel/misc/exception.h>
 #include <kandrel/misc/tolerances.h>
 
 #include <algorithm>
@@ -21,6 +22,8 @@ using geoDef::zv2dPolyLine;
 
 template <class T>
 zv2dPolyLine<T> Polygonize(const zv2dContour<T>& contour, T tolerance, std::uint32_t failure = 0) {
+  // Curves would refuse it; lines alone wouldn't.
+  if (!(tolerance > 0)) throw misc::zvException(0, L"Polygonization tolerance is invalid.");
   auto profile = geoDef::zv2dGeometryPolygonizer<T>(tolerance).Polygonize(contour);
   for (const zv2dPoint<T>& p : profile.points)
     if (!std::isfinite(p.x) || !std::isfinite(p.y)) throw zvtoolapproximationException(failure);
@@ -49,9 +52,8 @@ bool HasShoulderStep(const zvTypedRevolvedTool& tool) {
          &tool.GetType() != &zvCtrDrill::kType;
 }
 
-zv2dContour<double> WithShoulder(const zv2dContour<double>& outline,
-                                 const zvTypedRevolvedTool& tool) {
-  zv2dContour<double> stepped = SplitAtHeight(outline, tool.GetFluteLength()).first;
+// The outline up to the flute length, which isn't empty, with what stands on it.
+zv2dContour<double> WithShoulder(zv2dContour<double> stepped, const zvTypedRevolvedTool& tool) {
   const auto& shoulder = tool.GetShoulderDefinition();
   const double radius = shoulder.GetShoulderDiameter() / 2, top = tool.GetShoulderLength();
   const double height =
@@ -92,17 +94,21 @@ void zvRevolvedToolApproximation<T>::SetProfiles(Profile cutting, Profile nonCut
 template <class T, class Tool>
 zvTypedToolApproximation<T, Tool>::zvTypedToolApproximation(const Tool& tool, T tolerance)
     : zvRevolvedToolApproximation<T>(tolerance), m_tool(tool) {
-  m_tool.Validate();
+  if (!m_tool.HasPassedChecks()) m_tool.Validate();
   RequireSmaller(tolerance, m_tool);
-  zv2dContour<T> outline = SplitAtRadius(OutlineOf(m_tool), T(0)).second;
+  zv2dContour<T> outline = SplitAtRadius(detail::OutlineOf(m_tool), T(0)).second;
   outline = SplitAtHeight(outline, m_tool.GetShoulderLength()).first;
-  if (HasShoulderStep(m_tool)) outline = WithShoulder(outline, m_tool);
   const T fluteLength = m_tool.GetFluteLength();
+  const zv2dContour<T> left = SplitAtHeight(outline, fluteLength).first;
+  const geoDef::zv2dBox<T> box = Extents(left);
+  if (box.IsEmpty() || !(box.maximum.x > misc::kEqual)) throw zvtoolapproximationException(0);
+  if (HasShoulderStep(m_tool)) outline = WithShoulder(left, m_tool);
   const auto parts = SplitAtHeight(outline, fluteLength);
   auto cutting = Polygonize(parts.first, tolerance);
   auto nonCutting = Polygonize(parts.second, tolerance);
-  if (!cutting.points.empty()) SetHeight(cutting.points.back(), fluteLength);
-  if (!nonCutting.points.empty()) SetHeight(nonCutting.points.front(), fluteLength);
+  SetHeight(cutting.points.back(), fluteLength);
+  // One point, however the two parts of an arc are rounded where they meet.
+  if (!nonCutting.points.empty()) nonCutting.points.front() = cutting.points.back();
   this->SetProfiles(std::move(cutting), std::move(nonCutting));
 }
 
@@ -110,7 +116,7 @@ template <class T>
 zvGenericRevolvedApproximation<T>::zvGenericRevolvedApproximation(const zvGenericRevolvedTool& tool,
                                                                   T tolerance)
     : zvRevolvedToolApproximation<T>(tolerance), m_tool(tool) {
-  m_tool.Validate();
+  if (!m_tool.HasPassedChecks()) m_tool.Validate();
   this->SetProfiles(Polygonize(RevolvedOf(m_tool.GetCuttingPart()), tolerance),
                     Polygonize(RevolvedOf(m_tool.GetNonCuttingPart()), tolerance));
 }

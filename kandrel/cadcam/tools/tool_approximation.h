@@ -52,16 +52,19 @@ class KANDREL_API zvRevolvedToolApproximation {
 /// The tool's outline follows from its parameters. What lies beyond the axis or the shoulder length
 /// is cut off. Where the tool has a shoulder of its own, or its type derives one, the outline ends
 /// at the flute length, and goes on straight to the shoulder's base, and from there up with its
-/// diameter. Last it is split at the flute length.
+/// diameter. Last it is split at the flute length, in one point of both profiles.
 template <class T, class Tool>
 class KANDREL_API zvTypedToolApproximation final : public zvRevolvedToolApproximation<T> {
  public:
-  /// Throws what the tool's checks throw, as for some defaults they do; zvException, id 0, "profile
+  /// Throws what the tool's checks throw, unless it has passed them
+  /// (zvRevolvedTool::HasPassedChecks), as for some defaults they do; zvException, id 0, "profile
   /// tolerance larger than toolRadius" (for zvSpherMill and zvCntrBore "... toolRadius or
   /// cornerRadius") unless the tolerance is smaller than half the diameter by more than 1e-12; as
-  /// the polygoniser; and zvtoolapproximationException, "Unknown error.", for parameters that pass
-  /// the checks and yet leave no real outline: a corner radius of zvConvexTipMill that is too large
-  /// for its tip's, a radius of zvRadMill below 0, an infinite number.
+  /// the polygoniser for an arc, and "Polygonization tolerance is invalid." for a tolerance of 0 or
+  /// below also without one; and zvtoolapproximationException, "Unknown error.", for parameters
+  /// that pass the checks and yet leave no real outline: a corner radius of zvConvexTipMill that is
+  /// too large for its tip's, a radius of zvRadMill below 0, an infinite number, any that leave
+  /// nothing of the outline below the flute length.
   zvTypedToolApproximation(const Tool& tool, T tolerance);
 
   const Tool& GetTool() const override { return m_tool; }
@@ -117,7 +120,7 @@ using zvBoreBarApproximation = zvTypedToolApproximation<T, zvBoreBar>;
 template <class T>
 class KANDREL_API zvGenericRevolvedApproximation final : public zvRevolvedToolApproximation<T> {
  public:
-  /// Throws what the tool's checks throw, and as the polygoniser.
+  /// Throws as zvTypedToolApproximation for the checks and the tolerance, and as the polygoniser.
   zvGenericRevolvedApproximation(const zvGenericRevolvedTool& tool, T tolerance);
 
   const zvGenericRevolvedTool& GetTool() const override { return m_tool; }

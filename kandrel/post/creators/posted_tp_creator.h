@@ -68,7 +68,8 @@ class KANDREL_API zvPostedTPCreator {
   /// The spelling is part of the interface.
   bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
 
-  /// Lets the owner of what this creator refers to live as long as the creator and its copies.
+  /// Lets the owner of what this creator refers to live as long as it and its copies. Its count is
+  /// not atomic: what one log gave, with all copies, is copied and destroyed on one thread.
   void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
 
   /// The posted move type of the section in which the iterator stands. Throws zvcadcamException

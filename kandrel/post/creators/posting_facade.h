@@ -75,7 +75,8 @@ class KANDREL_API zvKDR5AxBase {
   /// The spelling is part of the interface.
   bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
 
-  /// Lets the owner of what this object refers to live as long as the object and its copies.
+  /// Lets the owner of what this object refers to live as long as it and its copies. Its count is
+  /// not atomic: what one log gave, with all copies, is copied and destroyed on one thread.
   void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
 
   /// Posts a toolpath; the moves have extended blocks. The reference stays good as long as this

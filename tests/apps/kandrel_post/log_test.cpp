@@ -55,6 +55,32 @@ TEST(Logs, OfPostingsAreShownAndReplayed) {
       << run.failure;
 }
 
+// A log of small moves in which one isn't, or of others in which one is small.
+TEST(Logs, OfMixedMovesAreReplayed) {
+  const tests::ScratchFolder scratch;
+  const std::string cl = scratch.Path("part.cl"), log = scratch.Path("out/run.kdr");
+  std::ofstream(cl) << "GOTO/0,0,20\nGOTO/1,0,20\nGOTO/2,0,20\nFINI\n";
+  for (const bool isSmall : {false, true}) {
+    ASSERT_EQ(RunLine("post -m preset:mill3_metric -t " + cl + " -o " + scratch.Path("out") +
+                      (isSmall ? " --small" : ""))
+                  .exitCode,
+              0);
+    std::string bytes = tests::FileText(log);
+    // From the end: the matrix, "NULL", and the record of the last move with its extended block.
+    const std::size_t record = isSmall ? 94 : 100, flag = 81;
+    const std::size_t last = bytes.size() - 12 - record;
+    ASSERT_EQ(bytes[last + flag], isSmall);
+    bytes[last + flag] = static_cast<char>(!isSmall);
+    const std::string block("\0\2\0\0\0\0", 6);
+    isSmall ? bytes.insert(last + record, block) : bytes.erase(last + record - 6, 6);
+    std::ofstream(log, std::ios::binary) << bytes;
+    const auto run = RunLine("log replay " + log);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.failure.find("line 2 differs: extended block is stored as "), std::string::npos)
+        << run.failure;
+  }
+}
+
 TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
   const tests::ScratchFolder scratch;
   const std::string cl = scratch.Path("part.cl"), empty = scratch.Path("empty.cl");

@@ -74,6 +74,23 @@ TEST(ToolArgument, UnitsComeFirstWhereverTheyStand) {
   EXPECT_NEAR(MakeTool("zvGenericRevolvedTool", {"units=inch"})->GetDiameter() * 25.4, 10, 1e-13);
 }
 
+// What tool show prints of a tool can be set again.
+TEST(ToolArgument, OneLengthTakesBothNames) {
+  for (const auto& settings : std::vector<std::vector<std::string>>{
+           {"shoulderLength=4"}, {"shoulderLength=6", "fluteLength=6"}}) {
+    const auto tool = MakeTool("zvSlotMill", settings);
+    EXPECT_EQ(tool->GetShoulderLength(), settings.size() > 1 ? 6 : 4);
+  }
+  try {
+    MakeTool("zvSlotMill", {"shoulderLength=4", "fluteLength=6"});
+    ADD_FAILURE();
+  } catch (const UsageError& e) {
+    EXPECT_STREQ(
+        e.what(),
+        "shoulderLength=4: 6 expected, the fluteLength: zvSlotMill has one length for both");
+  }
+}
+
 // The default is shown although it would be refused; once anything is set, it is.
 TEST(ToolArgument, ChecksWhatIsSet) {
   EXPECT_EQ(MakeTool("zvFaceMill", {})->GetDiameter(), 1);
@@ -89,7 +106,7 @@ TEST(ToolArgument, ChecksWhatIsSet) {
                                                        {"zvEndMill", "Diameter=5"},
                                                        {"zvEndMill", "cornerRadius=1"},
                                                        {"zvEndMill", "units=mm"},
-                                                       {"zvSlotMill", "shoulderLength=4"},
+                                                       {"zvSlotMill", "shoulderLength=5"},
                                                        {"zvTapRH", "threadParameter=1.5"},
                                                        {"zvTapRH", "cornerRadiusType=-1"},
                                                        {"zvTapRH", "threadParameter=4294967296"},

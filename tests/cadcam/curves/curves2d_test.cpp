@@ -139,6 +139,7 @@ TEST(Curves2d, SplittingCutsLinesAndArcsExactly) {
        Contour({Arc({3, 2}, 2, 270, -120)}), Contour({Arc({3, 2}, 2, 150, -60)})},
       {"arc from its top", Contour({Arc({3, 2}, 2, 90, 360)}), 2, Contour(),
        Contour({Arc({3, 2}, 2, 90, 360)})},
+      {"arc from its bottom", Contour({corner}), 0, Contour(), Contour({corner})},
       {"arc that ends at the height", Contour({corner}), 2, Contour({corner}), Contour()},
       {"contours in it are dissolved", Contour({Contour({corner}), Line{{5, 2}, {5, 4}}}), 2,
        Contour({corner}), Contour({Line{{5, 2}, {5, 4}}})},
@@ -154,6 +155,25 @@ TEST(Curves2d, SplittingCutsLinesAndArcsExactly) {
     const auto [left, right] = SplitAtRadius(Swapped(c.contour), c.height);
     EXPECT_TRUE(Near(left, Swapped(c.before), 1e-13)) << c.what;
     EXPECT_TRUE(Near(right, Swapped(c.after), 1e-13)) << c.what;
+  }
+}
+
+// A level that differs from an arc's start by no more than rounding leaves nothing before it.
+TEST(Curves2d, AnArcThatStartsAtTheLevelButForRoundingIsAbove) {
+  tests::Seeded random;
+  for (int i = 0; i < 3000; ++i) {
+    const double risen = random.Integer(0, 1) * 300 + random.Real(0, 60);
+    const bool isBack = random.Chance(0.5);
+    const double start = isBack ? std::fmod(540 - risen, 360) : risen;
+    const double sweep = random.Real(20, 300) * (isBack ? -1 : 1);
+    const Arc arc(RandomPoint(random, 10), random.Real(1e5, 1e6), start, sweep);
+    double height = arc.PointAt(start).y;
+    const double towards = random.Chance(0.5) ? tests::kInfinity : -tests::kInfinity;
+    for (int ulps = random.Integer(0, 2); ulps > 0; --ulps)
+      height = std::nextafter(height, towards);
+    const auto [before, after] = SplitAtHeight(Contour({arc}), height);
+    EXPECT_LT(LengthOf(before), 1e-8) << i;
+    EXPECT_NEAR(LengthOf(after), LengthOf(Contour({arc})), 1e-7) << i;
   }
 }
 
@@ -174,6 +194,7 @@ TEST(Curves2d, SplitPartsRejoinToTheWhole) {
     EXPECT_NEAR(start.y, height, 1e-9);
     EXPECT_NEAR(end.x, start.x, 1e-9);
     EXPECT_GT(Extents(after).maximum.y, height);
+    EXPECT_TRUE(SplitAtHeight(after, height).first.IsEmpty());
     // The rest goes on as before: the same curve, whatever its chords.
     const zv2dGeometryPolygonizer polygonizer(1e-3);
     const double area = AreaUnder(polygonizer.Polygonize(Contour({before, after})).points);

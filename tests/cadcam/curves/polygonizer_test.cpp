@@ -74,6 +74,7 @@ TEST(Polygonizer, KeepsChordsOfEveryCurveWithinTheTolerance) {
     const double error =
         ChordError(points, [&](double t) { return arc.PointAt(arc.GetStartAngle() + t * sweep); });
     arcError = std::max(arcError, error / tolerance);
+    EXPECT_EQ(points.back(), arc.PointAt(arc.GetEndAngle()));
     // One chord less would leave it.
     const auto fewer = static_cast<double>(points.size() - 2);
     const double wider = std::fabs(sweep) / 360 * std::acos(-1.0) / fewer;
@@ -143,6 +144,11 @@ TEST(Polygonizer, RefusesTolerancesAndRadiiThatGiveNoStep) {
         PointsOf(Contour({circle, circle}), 1e-8);
       },
       0, kTolerance));
+  // Two short of all that there may be; each arc has a chord of its own besides.
+  Contour many({circle, Arc({}, 1000, 0, 177.36)});
+  EXPECT_EQ(PointsOf(many, 1e-8).size(), 1048573u);
+  for (int i = 0; i < 100; ++i) many.Add(Arc({}, 1000, 0, 1e-9));
+  EXPECT_EQ(PointsOf(many, 1e-8).size(), 1048573u + 200);
 
   for (const double radius : {0.0, 0.9e-12, -0.9e-12, kNaN})
     EXPECT_TRUE(

@@ -104,6 +104,8 @@ TEST(Triangulation, RefusesWhatEnclosesNothingAndWhatCrosses) {
       {"line", {{0, 0}, {1, 0}, {2, 0}}},
       {"eight", {{0, 0}, {4, 3}, {4, 0}, {0, 4}}},
       {"star drawn in one stroke", {{0, 3}, {2, -2}, {-3, 1}, {3, 1}, {-2, -2}}},
+      {"a corner beyond the other side", {{0, 0}, {4, 0}, {4, 4}, {2, -1}, {0, 4}}},
+      {"crosses, and yet has an ear at each step", {{2, 4}, {4, 2}, {1, 2}, {4, 4}, {0, 1}}},
       {"NaN", {{0, 0}, {4, bad}, {4, 4}}},
       {"infinity", {{0, 0}, {tests::kInfinity, 0}, {4, 4}}},
       {"there and back", {{0, 0}, {4, 0}, {2, 0}, {2, 4}}},

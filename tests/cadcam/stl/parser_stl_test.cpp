@@ -61,6 +61,23 @@ TEST(Parser, CommandsCanBeAddedAndChanged) {
   EXPECT_TRUE(file->IsEndReached());
 }
 
+// Stands at the last line that an int counts.
+struct LateParser : zvParserSTL<double> {
+  using zvParserSTL::zvParserSTL;
+  void BeforeParse() override { m_number = std::numeric_limits<int>::max() - 1; }
+};
+
+TEST(Parser, LinesAreCountedAsFarAsAnIntGoes) {
+  LateParser parser(misc::MakeAutoPointer<File>());
+  tests::MemoryInput stream("solid\n\n\nvertex\n", 15);
+  try {
+    parser.Parse(stream);
+    ADD_FAILURE();
+  } catch (const zvSTLParserException& e) {
+    EXPECT_EQ(e.GetDetail(), std::numeric_limits<int>::max());
+  }
+}
+
 TEST(Parser, NumbersAreReadToTheNearest) {
   const std::pair<const char*, float> cases[] = {
       {"+.5", 0.5f},
@@ -73,6 +90,10 @@ TEST(Parser, NumbersAreReadToTheNearest) {
       {"123456789012e-60", 0},
       {"0.000000000001e51", INFINITY},
       {"-1e39", -INFINITY},
+      {"1e9223372036854775807", INFINITY},
+      {"1e9223372036854775808", INFINITY},
+      {"-1e-9223372036854775807", -0.0f},
+      {"10e-9223372036854775808", 0},
       {"3.4028235e+38", 3.4028235e38f},
   };
   for (const auto& [text, expected] : cases) {

@@ -127,6 +127,9 @@ const TextCase kTextCases[] = {
     {"endloop", "end endloop", 3507, 7},
     {"endloop", "endloop\nendloop", 3510, 8},
     {"endloop", "", 3501, 9},
+    {"    endloop\n  endfacet\nendsolid part\n", "", 3501, 6},
+    {kTail, "(" + std::string(4094, 'x') + "\r", 0, 1},
+    {kTail, "(" + std::string(4095, 'x') + "\r", 3501, 9},
     {"endloop\n  endfacet\n", kFacet + "\n", 3510, 7},
     {"endloop\n", kFacet + "\n", 3510, 7},
     {"endloop\n  endfacet\n", "endfacet\n" + kFacet + "\nouter loop\n", 3510, 9},
@@ -144,7 +147,6 @@ TEST(STLReader, TextsFollowTheRules) {
       const std::size_t place = text.find(from);
       ASSERT_NE(place, std::string::npos) << from;
       text.replace(place, from.size(), to);
-      if (hasReturns && to.size() > 4000) continue;  // a line would grow by one
       for (std::size_t i = 0; hasReturns && (i = text.find('\n', i)) != std::string::npos; i += 2)
         text.insert(i, 1, '\r');
       const Result result = Load(text);
@@ -247,9 +249,22 @@ TEST(STLReader, LongLinesAreATextWhereTheSizeFitsNoBinaryFile) {
   EXPECT_EQ(Load(text).mesh.GetTriangles().size(), 1u);
   text[100] = '\a';
   EXPECT_EQ(Load(text).id, 3511u);
-  text = kText;
-  text.insert(text.find("facet"), std::string(150, ' '));
-  EXPECT_EQ(Load(text).id, 3511u);
+  // A long name, up to the longest line.
+  for (const std::size_t size : {150u, 300u, 4089u}) {
+    text = kText;
+    text.replace(text.find("part"), 4, std::string(size, 'n'));
+    EXPECT_EQ(Load(text).mesh.GetTriangles().size(), 1u) << size;
+    text[159] = '\a';
+    EXPECT_EQ(Load(text).id, 3511u) << size;
+  }
+  EXPECT_EQ(Load("(a comment" + std::string(150, ' ') + "\n" + kText).id, 3511u);
+  // One of the size that its count, which could be letters, asks for is binary.
+  text = "solid" + std::string(75, ' ') + "~~~~" + std::string(100, 'a');
+  EXPECT_EQ(Load(text).id, 0u);
+  tests::MemoryInput stream(text);
+  Mesh mesh;
+  EXPECT_TRUE(tests::ThrowsId<misc::zvmiscException>(
+      [&] { LoadSTL(stream, 84 + std::uint64_t{50} * 0x7E7E7E7E, mesh); }, 2157));
 }
 
 TEST(STLReader, CoordinatesAreFiniteAndNormalsUnitVectors) {
@@ -296,6 +311,8 @@ TEST(STLReader, PathsFailByTheirKind) {
   tests::WriteFile(folder.Path("\u00E9.stl"), kText);
   EXPECT_EQ(LoadSTL(folder.WidePath("\u00E9.stl"), mesh), zvSTLForm::text);
   EXPECT_EQ(mesh.GetTriangles().size(), 1u);
+  EXPECT_TRUE(tests::ThrowsId<zvSTLParserException>(
+      [&] { LoadSTL(folder.WidePath("\u00E9.stl/x"), mesh); }, 3500));
 }
 
 // What admesh says of a file, or nothing where it isn't there or doesn't take it.

@@ -122,6 +122,10 @@ TEST(STLWriter, RefusesWhatNoReaderTakes) {
     const auto normal = OneTriangle<double>({0, 0, 0}, {0, bad, 1});
     EXPECT_NE(Written(normal, zvSTLForm::text).find("facet normal 0 0 0\n"), std::string::npos);
   }
+  const auto steep = OneTriangle<double>({0, 1, 0}, {0, 1e300, 1});
+  EXPECT_EQ(Written(steep, zvSTLForm::binary),
+            Written(OneTriangle<double>({0, 1, 0}, {}), zvSTLForm::binary));
+  EXPECT_NE(Written(steep, zvSTLForm::text).find("normal 0 1e+300 1\n"), std::string::npos);
   const auto large = OneTriangle<double>({0, 1e39, 0}, {0, 0, 1});
   EXPECT_TRUE(
       ThrowsId<misc::zvException>([&] { WriteBinary(folder.WidePath("x.stl"), large); }, 0));

@@ -93,6 +93,27 @@ TEST(ProfileValidation, SeesTheEndsOfCurvesAndNothingWithin) {
   EXPECT_EQ(IdOf([&] { holder.Validate(nested); }), 2213u);
 }
 
+// Where no corner shows it.
+TEST(ProfileValidation, SeesEveryNumberThatIsNone) {
+  constexpr double kNone = tests::kNaN;
+  using Point = geoDef::zv2dPoint<double>;
+  const zv2dLine<double> good{{5, 0}, {5, 9}};
+  for (const Part& part : AllParts())
+    for (const bool isRadius : {true, false}) {
+      const Point bad = isRadius ? Point{kNone, 9} : Point{5, kNone};
+      const zv2dContour<double> cases[] = {
+          zv2dContour<double>({good, zv2dLine<double>{bad, {5, 12}}}),
+          zv2dContour<double>({good, zv2dPolyLine<double>{{bad, {5, 12}}}}),
+          zv2dContour<double>({good, zv2dContour<double>({zv2dPolyLine<double>{{bad, {5, 12}}}})}),
+          zv2dContour<double>({good, geoDef::zv2dParabola<double>{bad, {5, 12}}}),
+          zv2dContour<double>({geoDef::zv2dEllipse<double>{bad, {5, 0}, {4, 1}}}),
+          zv2dContour<double>({geoDef::zv2dEllipse<double>{{4, 0}, {5, 0}, bad}})};
+      for (const auto& profile : cases)
+        EXPECT_EQ(IdOf([&] { part.validation->Validate(profile); }), part.ids[isRadius ? 0 : 1])
+            << &profile - cases;
+    }
+}
+
 // The slots for segments, by themselves.
 TEST(ProfileValidation, CylindersAndConesDifferInTheirSmallestRadius) {
   const zvArborValidation arbor;

@@ -84,6 +84,8 @@ TEST(RevolveProfile, EnclosesWhatAnyProfileSweeps) {
       {"beyond the axis", {{-1, 0}, {5, 0}, {5, 4}, {-3, 4}}, 100 * pi},
       {"waist on the axis", {{5, 0}, {0, 3}, {5, 6}}, 50 * pi},
       {"level step", {{0, 0}, {5, 0}, {5, 2}, {3, 2}, {3, 5}}, 77 * pi},
+      {"disc without thickness", {{5, 0}, {5, 3}, {0, 3}, {4, 3}}, 75 * pi},
+      {"rim without thickness", {{0, 0}, {5, 0}, {5, 3}, {7, 3}, {5, 3}, {0, 3}}, 75 * pi},
       {"hollow", {{5, 0}, {5, 4}, {3, 4}, {3, 1}}, (100 - 27) * pi},
   };
   for (const auto& c : cases) {

@@ -95,7 +95,7 @@ TEST(ToolApproximation, OutlinesFollowFromTheParameters) {
       }
     EXPECT_EQ(onCircles > 0, !circles.empty());
   }
-  EXPECT_EQ(cases, 42);
+  EXPECT_EQ(cases, 48);
 }
 
 TEST(ToolApproximation, RefusesToolsThatTheirOwnChecksRefuse) {
@@ -107,7 +107,7 @@ TEST(ToolApproximation, RefusesToolsThatTheirOwnChecksRefuse) {
   for (const auto& c : cases) {
     const auto tool = FindToolType(c.type)->makeDefault();
     try {
-      Profiles(*tool, kNaN);
+      const Profiles none(*tool, kNaN);
       ADD_FAILURE() << c.type;
     } catch (const zvcadcamException& e) {
       EXPECT_EQ(e.GetId(), c.id);
@@ -134,9 +134,80 @@ TEST(ToolApproximation, RefusesTolerancesThatAreNotBelowTheRadius) {
   }
 }
 
+// Also where nothing is curved.
+TEST(ToolApproximation, RefusesTolerancesThatAreNotAboveZero) {
+  for (const char* type : {"zvEndMill", "zvDrill", "zvSpherMill"})
+    for (const double tolerance : {0.0, -0.1, -kInfinity})
+      EXPECT_TRUE(ThrowsId<misc::zvException>([&] { Profiles(*MakeTool(type), tolerance); }, 0,
+                                              L"Polygonization tolerance is invalid."))
+          << type << ' ' << tolerance;
+  for (const double tolerance : {0.0, -0.1, kNaN})
+    EXPECT_TRUE(ThrowsId<misc::zvException>([&] { Profiles(zvGenericRevolvedTool(), tolerance); },
+                                            0, L"Polygonization tolerance is invalid."))
+        << tolerance;
+}
+
+// What a constructor has taken has profiles, in whichever units, and in copies.
+TEST(ToolApproximation, TakesToolsAtTheEdgeOfTheirChecksInOtherUnits) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"zvBarrelMill", "cornerRadius=8.253205655191037"},
+      {"zvBullMill", "diameter=0.5 cornerRadius=0.2500009"}};
+  for (const auto& [type, numbers] : cases) {
+    zvToolValues values = MakeTool(type, numbers)->GetValues();
+    if (values.numbers.diameter < 1) {
+      values.holder.SetUnits(tests::kInch, true);
+      values.arbor.SetUnits(tests::kInch, true);
+      values.units = tests::kInch;
+    }
+    const auto tool = FindToolType(type)->make(values);
+    const auto clone = tool->Clone();
+    clone->SetUnits(values.units == tests::kInch ? tests::kMetric : tests::kInch);
+    EXPECT_NE(tests::FailureOf([&] { clone->Validate(); }), "nothing") << type;
+    const double factor = clone->GetDiameter() / tool->GetDiameter();
+    const Profiles before(*tool, 0.01), after(*clone, 0.01 * factor);
+    Points scaled = before.cutting;
+    for (Point& p : scaled) p = p * factor;
+    EXPECT_TRUE(Near(after.cutting, scaled)) << type;
+    EXPECT_FALSE(zvBullMill().HasPassedChecks());
+    EXPECT_TRUE(tool->HasPassedChecks());
+  }
+}
+
+// Where the flutes end with an arc, however its end and the line behind it are rounded.
+TEST(ToolApproximation, EndsAndBeginsBothProfilesInOnePoint) {
+  for (int angle = 1; angle < 89; ++angle) {
+    zvToolValues values = MakeTool("zvBoreBar")->GetValues();
+    values.numbers.diameter = 10;
+    values.numbers.cornerRadius = 1;
+    values.numbers.cornerRadiusType = cornerRadiusType::given;
+    values.numbers.taperAngle = angle;
+    values.numbers.fluteLength = 1 - std::sin(angle * std::acos(-1.0) / 180);
+    const Profiles profiles(*FindToolType("zvBoreBar")->make(values), 0.01);
+    EXPECT_EQ(profiles.cutting.back(), profiles.nonCutting.front()) << angle;
+    EXPECT_EQ(profiles.cutting.back().y, values.numbers.fluteLength) << angle;
+  }
+}
+
 TEST(ToolApproximation, RefusesParametersThatLeaveNoRealOutline) {
+  // Of which nothing is right of the axis.
+  const char* const kCutAway = "cornerRadius=100 cornerRadiusType=1 taperAngle=45";
+  const char* const kCutAwayWithShoulder =
+      "cornerRadius=100 cornerRadiusType=1 taperAngle=45 shoulder=2,1.2";
+  const char* const kTapCutAway =
+      "diameter=10 shoulderLength=40 fluteLength=20 cornerRadius=1000 cornerRadiusType=1 "
+      "tipAngle=90";
+  const char* const kTapCutAwayWithShoulder =
+      "diameter=10 shoulderLength=40 fluteLength=20 cornerRadius=1000 cornerRadiusType=1 "
+      "tipAngle=90 shoulder=8,20";
   for (const auto& [type, numbers] : {std::pair("zvConvexTipMill", "cornerRadius=11"),
                                       {"zvConvexTipMill", "cornerRadius=8"},
+                                      {"zvConvexTipMill", "cornerRadius=10"},
+                                      {"zvConvexTipMill", "cornerRadius=7.50000001"},
+                                      {"zvConvexTipMill", "cornerRadius=7 fluteLength=1"},
+                                      {"zvBoreBar", kCutAway},
+                                      {"zvBoreBar", kCutAwayWithShoulder},
+                                      {"zvTapRH", kTapCutAway},
+                                      {"zvTapRH", kTapCutAwayWithShoulder},
                                       {"zvRadMill", "radius=-0.1"},
                                       {"zvRadMill", "radius=inf"},
                                       {"zvEndMill", "diameter=inf"},

@@ -123,6 +123,41 @@ TEST(ToolChecks, WhatIsNoNumberNeverPasses) {
   }
 }
 
+// Of solids that aren't revolved nothing else is asked.
+TEST(ToolChecks, NumbersOfAnySolidAreNumbers) {
+  const auto extruded = [](double x, double y, double height, double z) {
+    return zvExtrudedSolidDefinition<double>({{{{0, 0}, {1, 0}}}, {{{x, y}}}}, height, {0, 0, z},
+                                             kMetric);
+  };
+  const auto mesh = [](double x, double y, double z) {
+    zvTMesh<double> triangles(kMetric);
+    triangles.AddVertex({x, y, z});
+    return zvMeshSolidDefinition<double>(triangles);
+  };
+  const auto failure = [](const auto& solid, bool isHolder) {
+    zvToolValues values = FindToolType("zvEndMill")->makeDefault()->GetValues();
+    if (isHolder)
+      values.holder = zvTool::Holder(solid);
+    else
+      values.arbor = zvTool::Arbor(solid);
+    return tests::FailureOf([&] { FindToolType("zvEndMill")->make(values); });
+  };
+  constexpr double kNone = tests::kNaN, kFar = tests::kInfinity;
+  for (const bool isHolder : {true, false}) {
+    const std::string radius = isHolder ? "2106 2134" : "2106 2136";
+    const std::string height = isHolder ? "2106 2135" : "2106 2137";
+    EXPECT_EQ(failure(extruded(-kFar, kFar, kFar, kFar), isHolder), "nothing");
+    EXPECT_PRED2(Begins, failure(extruded(kNone, 0, 1, 0), isHolder), radius);
+    EXPECT_PRED2(Begins, failure(extruded(0, kNone, 1, 0), isHolder), radius);
+    EXPECT_PRED2(Begins, failure(extruded(0, 0, kNone, 0), isHolder), height);
+    EXPECT_PRED2(Begins, failure(extruded(0, 0, 1, kNone), isHolder), height);
+    EXPECT_EQ(failure(mesh(kFar, 0, -kFar), isHolder), "nothing");
+    EXPECT_PRED2(Begins, failure(mesh(kNone, 0, 0), isHolder), radius);
+    EXPECT_PRED2(Begins, failure(mesh(0, kNone, 0), isHolder), radius);
+    EXPECT_PRED2(Begins, failure(mesh(0, 0, kNone), isHolder), height);
+  }
+}
+
 // Whatever the numbers are, a tool is refused in the documented way, or stays what it is when it is
 // made again of its own values.
 TEST(ToolChecks, WhatPassesOncePassesAgainForAnyNumbers) {

@@ -114,6 +114,15 @@ TEST(Tools, ConstructorsTakeTheirValuesInOrder) {
         tests::IdOf([&] { zvLolMill(20, kHolder, 50, 40, tests::PartOf<Arbor>(none), kInch); }),
         2138u)
         << none;
+  // In the tool's units; and the checks that all types share come first.
+  const zvLolMill inInch(2, kHolder, 5, 4, Arbor(25.4, 12.7, kMetric), kInch);
+  EXPECT_NEAR(inInch.GetNeckDiameter(), 1, 1e-15);
+  const auto lolOf = [](double diameter, const Arbor& arbor) {
+    return tests::IdOf([&] { zvLolMill(diameter, kHolder, 50, 40, arbor, kInch); });
+  };
+  EXPECT_EQ(lolOf(-1, Arbor()), 2158u);
+  EXPECT_EQ(lolOf(1, Arbor(-1, 1, kInch)), 2106u);
+  EXPECT_EQ(lolOf(1, Arbor(1, 1, kInch)), 2188u);
 }
 
 // A tool's own getters name what GetNumbers has.

@@ -20,20 +20,26 @@ bool LineReader::Next(std::string_view& line) {
     const char* const begin = m_block.data() + m_next;
     const std::size_t left = m_end - m_next;
     const auto* const feed =
-        static_cast<const char*>(std::memchr(begin, '\n', std::min(left, kLongestLine + 1)));
+        static_cast<const char*>(std::memchr(begin, '\n', std::min(left, kLongestLine + 2)));
     if (feed != nullptr) {
-      line = {begin, static_cast<std::size_t>(feed - begin)};
-      m_next += line.size() + 1;
+      line = Take(static_cast<std::size_t>(feed - begin), 1);
       return true;
     }
-    if (left > kLongestLine) throw zvSTLParserException(zvSTLParserException::kInvalidFormat);
-    if (m_isAtEnd) {
-      line = {begin, left};
-      m_next = m_end;
+    if (m_isAtEnd || left > kLongestLine + 1) {  // more than a line and a carriage return
+      line = Take(left, 0);
       return left != 0;
     }
     Refill();
   }
+}
+
+// The next `size` bytes as a line, which have `ending` bytes behind them.
+std::string_view LineReader::Take(std::size_t size, std::size_t ending) {
+  std::string_view line(m_block.data() + m_next, size);
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  if (line.size() > kLongestLine) throw zvSTLParserException(zvSTLParserException::kInvalidFormat);
+  m_next += size + ending;
+  return line;
 }
 
 void LineReader::Refill() {

@@ -15,11 +15,13 @@ class LineReader {
   /// The stream delivers less than it is asked for at its end, and outlives the object.
   explicit LineReader(misc::zvBinInputStream& stream);
 
-  /// Gives the next line, without the line feed that ends it, valid until the next call; false at
-  /// the end. Throws zvSTLParserException 3501 for a line of 4096 bytes or more.
+  /// Gives the next line, without the line feed that ends it and a carriage return before that, or
+  /// before the end of the stream; valid until the next call. False at the end. Throws
+  /// zvSTLParserException 3501 for a line of 4096 bytes or more.
   bool Next(std::string_view& line);
 
  private:
+  std::string_view Take(std::size_t size, std::size_t ending);
   void Refill();
 
   misc::zvBinInputStream* m_stream;

@@ -53,4 +53,10 @@ void RequireTipInShoulder(const zvToolNumbers& n) {
     throw zvcadcamException(zvcadcamException::kTipAndShoulder);
 }
 
+BarrelFlank BarrelFlankOf(const zvToolNumbers& n) {
+  const double run = n.upperDiameter / 2 + n.profileRadius - n.diameter / 2;
+  const double riseSquared = n.profileRadius * n.profileRadius - run * run;
+  return {{n.diameter / 2 - n.profileRadius, n.fluteLength - std::sqrt(riseSquared)}, riseSquared};
+}
+
 }  // namespace cadcam::detail

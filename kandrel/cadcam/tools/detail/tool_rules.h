@@ -10,6 +10,8 @@
 
 namespace cadcam::detail {
 
+using Point = geoDef::zv2dPoint<double>;
+
 /// Of 45 degrees, which most chamfers have, exactly 1: sine and cosine are rounded apart.
 inline double TanDeg(double deg) {
   if (deg == 45) return 1;
@@ -38,6 +40,14 @@ void RequireCornerInFlute(const zvToolNumbers& n);
 /// 2112: the cone of the tip ends below the shoulder length.
 void RequireTipInShoulder(const zvToolNumbers& n);
 
+/// The arc of a barrel mill's flank: its centre, whose height is that of the widest point, and the
+/// square of how far above it the flutes end; below 0 or without a number where there is no barrel.
+struct BarrelFlank {
+  Point centre;
+  double riseSquared;
+};
+BarrelFlank BarrelFlankOf(const zvToolNumbers& n);
+
 /// Completes the row of a class by what its constructors say.
 template <class Tool>
 constexpr zvToolType TypeOf(zvToolType type) {
@@ -50,7 +60,6 @@ constexpr zvToolType TypeOf(zvToolType type) {
 }
 
 /// Profiles of default holders and arbors.
-using Point = geoDef::zv2dPoint<double>;
 inline constexpr Point kHolder[] = {{8, 0}, {23, 0}, {25, 2}, {25, 30}};
 inline constexpr Point kNoHolder[] = {{0, 0}, {0, 0}};
 inline constexpr Point kArborOf10[] = {{5, 0}, {5, 35}, {8, 45}};

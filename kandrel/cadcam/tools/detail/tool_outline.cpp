@@ -1,18 +1,19 @@
 // In the formulas R is half the diameter, S the shoulder length, F the flute length and r a corner
 // radius, whose slack below 0 is cut off; angles are degrees.
 #include <kandrel/cadcam/tool_approximation_exception.h>
-#include <kandrel/cadcam/tools/tool_outline.h>
+#include <kandrel/cadcam/tools/detail/tool_outline.h>
+#include <kandrel/cadcam/tools/detail/tool_rules.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 
+#include <algorithm>
 #include <cmath>
 
-namespace cadcam {
+namespace cadcam::detail {
 
 namespace {
 
 using Contour = geoDef::zv2dContour<double>;
-using Point = geoDef::zv2dPoint<double>;
 
 [[noreturn]] void Refuse() {
   throw zvtoolapproximationException(0);
@@ -135,12 +136,13 @@ Contour OutlineOf(const zvBullMill& tool) {
   return Outline().To(R - r, 0).Turn(R - r, r, r, 270, 90).To(R, r).Up(R, tool.GetShoulderLength());
 }
 
-// The corner touches the arc of the tip from inside: their centres are T - r apart.
+// The corner touches the arc of the tip from inside: their centres are T - r apart. Where they are
+// one, the tool is a ball.
 Contour OutlineOf(const zvConvexTipMill& tool) {
   const double R = tool.GetDiameter() / 2, S = tool.GetShoulderLength(), r = CornerRadius(tool);
   const double T = std::max(tool.GetTipRadius(), R);
-  if (T == r) return Ball(R, S);
-  if (!(r < T)) Refuse();
+  if (!(r - R <= T - r + misc::kEqual)) Refuse();
+  if (T - r <= misc::kEqual) return Ball(R, S);
   const double rise = Root((T - r) * (T - r) - (R - r) * (R - r));
   const double f = ArcTangentDeg(R - r, rise);
   return Outline()
@@ -220,14 +222,17 @@ Contour OutlineOf(const zvLolMill& tool) {
 }
 
 // The corner touches the flank's arc from inside; the arc's centre is at (c, z), z being the height
-// of the widest place.
+// of the widest place. Where the upper diameter ends left of the centre, the flutes' end is level.
 Contour OutlineOf(const zvBarrelMill& tool) {
   const double F = tool.GetFluteLength(), r = CornerRadius(tool);
   const double flank = tool.GetProfileRadius(), upper = tool.GetUpperDiameter() / 2;
-  const double c = tool.GetDiameter() / 2 - flank;
-  const double h = Root(flank * flank - (upper - c) * (upper - c)), z = F - h;
+  const BarrelFlank arc = BarrelFlankOf(tool.GetNumbers());
+  const double c = arc.centre.x;
+  const double z = arc.centre.y, h = F - z;
   const double run = Root((flank - r) * (flank - r) - (z - r) * (z - r));
-  const double b = ArcTangentDeg(r - z, run), g = ArcTangentDeg(h, upper - c);
+  // No corner reaches above the widest place, but by rounding.
+  const double b = std::min(ArcTangentDeg(r - z, run), 0.0);
+  const double g = ArcTangentDeg(h, std::fabs(upper - c));
   return Outline()
       .To(c + run, 0)
       .Turn(c + run, r, r, 270, 90 + b)
@@ -276,4 +281,4 @@ Contour OutlineOf(const zvCtrDrill& tool) {
       .Up(wide, std::max(F + rise, tool.GetShoulderLength()));
 }
 
-}  // namespace cadcam
+}  // namespace cadcam::detail

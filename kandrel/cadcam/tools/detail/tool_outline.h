@@ -5,7 +5,7 @@
 #include <kandrel/cadcam/tools/hole_tools.h>
 #include <kandrel/cadcam/tools/mills.h>
 
-namespace cadcam {
+namespace cadcam::detail {
 
 /// The profile of a tool as its own parameters tell it: x is the radius, y the height above the
 /// tip. It begins on the axis and ends at the shoulder length, but for what the common steps in
@@ -37,4 +37,4 @@ geoDef::zv2dContour<double> OutlineOf(const zvTapLH& tool);
 /// With its shoulder: a cone of the shoulder angle up to the shoulder's diameter.
 geoDef::zv2dContour<double> OutlineOf(const zvCtrDrill& tool);
 
-}  // namespace cadcam
+}  // namespace cadcam::detail
