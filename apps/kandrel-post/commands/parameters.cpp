@@ -154,6 +154,7 @@ void ApplySetting(zvKDRParam& par, std::string_view setting) {
 
 std::vector<std::pair<std::string_view, SettingValue>> SettingsOf(const zvKDRParam& par) {
   std::vector<std::pair<std::string_view, SettingValue>> settings;
+  settings.reserve(kFields.size());
   for (const Field& field : kFields) settings.emplace_back(field.name, field.get(par));
   return settings;
 }

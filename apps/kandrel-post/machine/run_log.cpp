@@ -64,9 +64,8 @@ Machine MachineOfLog(const std::string& fileName,
                      const misc::zvAutoPointer<post::zvMachDef>& machDef) {
   Machine machine{std::filesystem::path(fileName).stem().string(), {}};
   machine.builder.SetMachDef(machDef);
-  std::vector<std::wstring> names;
-  for (int i = 0; i < AxisCount(machine); ++i)
-    names.push_back(misc::FromUtf8(kDefaultAxisNames[static_cast<std::size_t>(i)]));
+  std::vector<std::wstring> names(static_cast<std::size_t>(AxisCount(machine)));
+  for (std::size_t i = 0; i < names.size(); ++i) names[i] = misc::FromUtf8(kDefaultAxisNames[i]);
   machine.builder.SetAxisNames(names);
   return machine;
 }

@@ -3,6 +3,8 @@
 #include <kandrel/post/model/posted_move.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 
 namespace kandrel_post {
 
@@ -44,7 +46,11 @@ void CsvWriter::Write(const PostedRow& row) {
   PutPoint(m_sink, move.GetOrientation());
   if (row.pole) m_sink.PutInteger(*row.pole);
   m_sink.Put(',');
-  if (!move.HasNoExtended()) m_sink.PutInteger(static_cast<std::uint64_t>(move.GetSourceIndex()));
+  if (!move.HasNoExtended()) {
+    // -1 in front of the first move of the toolpath, as old logs have it.
+    if (move.GetSourceIndex() < 0) m_sink.Put('-');
+    m_sink.PutInteger(static_cast<std::uint64_t>(std::abs(std::int64_t{move.GetSourceIndex()})));
+  }
   m_sink.Put(',');
   if (!move.HasNoExtended()) m_sink.Put(move.IsInserted() ? '1' : '0');
   m_sink.Put('\n');

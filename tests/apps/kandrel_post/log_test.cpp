@@ -103,6 +103,16 @@ TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
   }
 }
 
+// Of a version in which the sources of lines are found by their places: the first has none.
+TEST(Logs, OfOldVersionsShowWhatWasInsertedInFront) {
+  const tests::ScratchFolder scratch;
+  const std::string log = scratch.Path("old.kdr");
+  std::filesystem::copy_file(std::string(KANDREL_SOURCE_DIR) + "/fuzz/corpus/log/log_v183", log);
+  const std::string csv = RunLine("log csv " + log).summary;
+  EXPECT_NE(csv.find("\n0,6,0,500,1.5,-1,0,0,0,0,,-1,0,0,0,0,1,0,-1,1\n1,"), std::string::npos)
+      << csv;
+}
+
 TEST(Logs, SiblingsAreShownByTheirTags) {
   using Manager = zvKDRBinaryIOManager;
   const tests::ScratchFolder scratch;
