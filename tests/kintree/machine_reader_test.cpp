@@ -194,7 +194,7 @@ TEST_F(MachineReader, TakesNamesAndSpindleOrAllFromTheSettings) {
     Names names;
     std::uint32_t id;
   } cases[] = {{{L"X", L"Y", L"Z"}, 0},
-               {{L"X", L"X", L"Z"}, 5037},
+               {{L"X", L"X", L"Z"}, 7108},
                {{L"X", L"Y", L"W"}, 5037},
                {{L"X", L"Y"}, 5038},
                {{L"X", L"Y", L"Z", L"U", L"C"}, 5025},

@@ -82,7 +82,8 @@ bool zvXMLInputInterpreter::CarriesAny(const mkdAxis& axis) const {
 // An axis that moves the workpiece drives the tool the opposite way.
 zvXMLInputInterpreter::Point zvXMLInputInterpreter::SignedDirection(const mkdAxis& axis) const {
   const Point direction = ToDouble(axis.GetInitialDirection());
-  return direction * (Carries(axis, kTool) ? 1.0 : -1.0);
+  if (Carries(axis, kTool)) return direction;
+  return Point() - direction;  // and no zero with a sign
 }
 
 void zvXMLInputInterpreter::TakeRotary(const mkdRotationalAxis& axis, std::size_t slot) {

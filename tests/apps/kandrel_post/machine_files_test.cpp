@@ -144,4 +144,32 @@ TEST(SettingsFiles, AreNoJsonWhereANumberIsNotFinite) {
   }
 }
 
+TEST(MachineDescriptions, AreReadAndOverwritten) {
+  const tests::ScratchFolder scratch;
+  const std::string machines = std::string(KANDREL_SOURCE_DIR) + "/machines/";
+  const std::string file = scratch.Path("t.xml"), json = scratch.Path("t.json");
+  std::filesystem::copy_file(machines + "trunnion_ca.xml", file);
+  const std::string shown = Shown(file, "--json");
+  EXPECT_EQ(shown, Shown("preset:trunnion_ca", "--json"));
+  const std::string narrow = std::regex_replace(shown, std::regex("-120"), "-119.5");
+  ASSERT_NE(narrow, shown);
+  tests::WriteFile(json, narrow);
+  ASSERT_EQ(RunLine("machine overwrite " + file + " --from " + json).exitCode, 0);
+  EXPECT_EQ(Shown(file, "--json"), narrow);
+  // Without names the axes are looked for under those that are usual: C and B.
+  const std::string before = tests::FileText(file);
+  tests::WriteFile(json, std::regex_replace(narrow, std::regex("\"names\": [^\n]*\n"), ""));
+  const Outcome run = RunLine("machine overwrite " + file + " --from " + json);
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_TRUE(run.failure.starts_with("error 5042: ")) << run.failure;
+  EXPECT_EQ(tests::FileText(file), before);
+  // A settings file of kind 2 stands for the machine file.
+  auto builder = kandrel_post::MakePreset("mill3_metric").builder;
+  builder.SetKind(2);
+  tests::WriteSettingsFile(scratch.Path("none.kds"), builder);
+  EXPECT_EQ(Shown(scratch.Path("none.xml"), "--json"), Shown("preset:mill3_metric", "--json"));
+  EXPECT_EQ(RunLine("machine show " + scratch.Path("no.xml")).failure,
+            "error 0: Xml file not found.\n  caused by 0: " + scratch.Path("no.xml") + "\n");
+}
+
 }  // namespace
