@@ -120,7 +120,8 @@ using zvBoreBarApproximation = zvTypedToolApproximation<T, zvBoreBar>;
 template <class T>
 class KANDREL_API zvGenericRevolvedApproximation final : public zvRevolvedToolApproximation<T> {
  public:
-  /// Throws as zvTypedToolApproximation for the checks and the tolerance, and as the polygoniser.
+  /// Throws as zvTypedToolApproximation for the checks, and for a tolerance that is not above 0,
+  /// but not for one above the radius; and as the polygoniser.
   zvGenericRevolvedApproximation(const zvGenericRevolvedTool& tool, T tolerance);
 
   const zvGenericRevolvedTool& GetTool() const override { return m_tool; }
