@@ -309,7 +309,7 @@ void RequireEqual(const List& stored, const List& again) {
     const std::vector<Column> is = ColumnsOf(RowOf(*b));
     // Where the first ones are equal, both have the next.
     for (std::size_t i = 0; i < was.size(); ++i)
-      if (was[i].second != is[i].second)
+      if (was[i].second != is[i].second && !(std::isnan(was[i].second) && std::isnan(is[i].second)))
         Fail(fmt::format("line {} differs: {} is stored as {}, posted again it is {}", index,
                          was[i].first, was[i].second, is[i].second));
   }

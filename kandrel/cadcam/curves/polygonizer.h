@@ -24,7 +24,7 @@ class KANDREL_API zv2dGeometryPolygonizer {
   /// points at whole quarter turns are exact. Throws as LargestStep for an arc or ellipse in it,
   /// and "Polygonization tolerance is invalid." where a parabola or the number of chords asks for
   /// it: beyond one for each, the curves of a contour have at most misc::kMostChords in all, so
-  /// that no tolerance, however small, takes more than 32 MiB for them.
+  /// that no tolerance, however small, takes more than 48 MiB for them.
   zv2dPolyLine<T> Polygonize(const zv2dContour<T>& contour) const;
 
  private:

@@ -18,8 +18,7 @@ namespace cadcam {
 /// Reads the first solid of an STL text, line by line, into a zvSTLFile.
 ///
 /// 1. Lines end with a line feed; a carriage return before it, or at the end of the text, is no
-/// part
-///    of the line. A line of 4096 bytes or more is refused.
+///    part of the line. A line of 4096 bytes or more is refused.
 /// 2. A line that is empty, or whose first character is "(", is skipped. Then the blanks and after
 ///    them the tabs that it begins with are dropped; what has no word then is skipped too.
 /// 3. The first word, up to a blank, is a keyword in lower case, which a zvParserCommand stands

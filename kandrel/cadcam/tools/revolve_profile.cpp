@@ -2,10 +2,13 @@
 #include <kandrel/cadcam/tool_approximation_exception.h>
 #include <kandrel/cadcam/tools/mesh_factory.h>
 #include <kandrel/cadcam/tools/revolve_profile.h>
+#include <kandrel/misc/exception.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace cadcam {
 
@@ -18,6 +21,16 @@ using Points = std::vector<geoDef::zv2dPoint<T>>;
   throw misc::zvException(0, L"Polygonization tolerance is invalid.");
 }
 
+// Leaves out runs along the axis at both ends.
+template <class T>
+void TrimEnds(Points<T>& points) {
+  const auto isOff = [](const geoDef::zv2dPoint<T>& p) { return p.x != 0; };
+  const auto last = std::find_if(points.rbegin(), points.rend(), isOff).base();
+  if (last != points.end()) points.erase(last + 1, points.end());
+  const auto first = std::find_if(points.begin(), points.end(), isOff);
+  if (first != points.begin()) points.erase(points.begin(), first - 1);
+}
+
 // The profile as the mesh will hold it, in numbers of T: on or right of the axis, without equal
 // points in a row and without a run along the axis at its ends.
 template <class T>
@@ -27,11 +40,9 @@ Points<T> Prepare(const geoDef::zv2dPolyLine<double>& profile, double lift) {
     const geoDef::zv2dPoint<T> point{p.x <= misc::kEqual ? T(0) : static_cast<T>(p.x),
                                      static_cast<T>(p.y + lift)};
     if (!std::isfinite(point.x) || !std::isfinite(point.y)) throw zvtoolapproximationException(0);
-    if (points.size() == 1 && points[0].x == 0 && point.x == 0) points.pop_back();
     if (points.empty() || !(points.back() == point)) points.push_back(point);
   }
-  while (points.size() > 1 && points.back().x == 0 && points[points.size() - 2].x == 0)
-    points.pop_back();
+  TrimEnds(points);
   return points;
 }
 
@@ -79,6 +90,7 @@ zvTMesh<T> zvRevolveProfileSrv<T>::Revolve(const Profile& profile, Units units, 
   if (points.front().x > 0) points.insert(points.begin(), {0, points.front().y});
   if (points.back().x > 0) points.push_back({0, points.back().y});
   points = WithoutSpikes(points);
+  TrimEnds(points);
   const double volume = SweptVolume(points);
   if (volume == 0) return zvTMesh<T>(units);
   if (volume < 0) std::reverse(points.begin(), points.end());

@@ -17,9 +17,8 @@ namespace cadcam {
 ///    for the tolerance, at least 8 and a multiple of 4: so the mesh reaches exactly that x to both
 ///    sides in x and y.
 /// 2. The mesh is closed: each side belongs to two triangles, once in each direction. An end off
-/// the
-///    axis is closed by a point on it. What runs to and fro over one line has no thickness and is
-///    left out.
+///    the axis is closed by a point on it. A point from which the profile goes straight back to the
+///    one before is left out.
 /// 3. Normals point outwards, however the profile runs.
 /// 4. Points left of the axis, or less than 1e-12 right of it, are moved onto it.
 /// 5. A profile that sweeps no volume gives an empty mesh.

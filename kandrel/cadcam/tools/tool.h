@@ -19,10 +19,9 @@ namespace cadcam {
 /// 2. Tools don't change, but for their units. Parts that come in other units than the tool are
 ///    converted to the tool's.
 /// 3. A number at the very edge of what a check takes may lie beyond it once the units have
-/// changed:
-///    the slack of the checks is the same in all units, and rounding moves the rest. Validate may
-///    then refuse what a constructor has taken; a revolved tool remembers that it
-///    has passed.
+///    changed: the slack of the checks is the same in all units, and rounding moves the rest.
+///    Validate may then refuse what a constructor has taken; a revolved tool remembers that it has
+///    passed.
 /// 4. Where a check compares, a number that is none fails it. Infinite numbers pass what they
 ///    satisfy.
 class KANDREL_API zvTool : public measures::zvMeasurable {

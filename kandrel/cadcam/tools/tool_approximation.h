@@ -56,8 +56,8 @@ class KANDREL_API zvRevolvedToolApproximation {
 template <class T, class Tool>
 class KANDREL_API zvTypedToolApproximation final : public zvRevolvedToolApproximation<T> {
  public:
-  /// Throws what the tool's checks throw, unless it has passed them
-  /// (zvRevolvedTool::HasPassedChecks), as for some defaults they do; zvException, id 0, "profile
+  /// Throws what the tool's checks throw, as for some defaults they do, unless it has passed them
+  /// (zvRevolvedTool::HasPassedChecks); zvException, id 0, "profile
   /// tolerance larger than toolRadius" (for zvSpherMill and zvCntrBore "... toolRadius or
   /// cornerRadius") unless the tolerance is smaller than half the diameter by more than 1e-12; as
   /// the polygoniser for an arc, and "Polygonization tolerance is invalid." for a tolerance of 0 or

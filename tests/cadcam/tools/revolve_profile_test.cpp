@@ -86,6 +86,8 @@ TEST(RevolveProfile, EnclosesWhatAnyProfileSweeps) {
       {"level step", {{0, 0}, {5, 0}, {5, 2}, {3, 2}, {3, 5}}, 77 * pi},
       {"disc without thickness", {{5, 0}, {5, 3}, {0, 3}, {4, 3}}, 75 * pi},
       {"rim without thickness", {{0, 0}, {5, 0}, {5, 3}, {7, 3}, {5, 3}, {0, 3}}, 75 * pi},
+      {"axis behind a spike", {{5, 0}, {5, 5}, {0, 5}, {0, 8}, {2, 8}, {0, 8}}, 125 * pi},
+      {"axis before a spike", {{5, 0}, {0, 0}, {0, 3}, {5, 3}, {5, 6}}, 75 * pi},
       {"hollow", {{5, 0}, {5, 4}, {3, 4}, {3, 1}}, (100 - 27) * pi},
   };
   for (const auto& c : cases) {
@@ -94,6 +96,8 @@ TEST(RevolveProfile, EnclosesWhatAnyProfileSweeps) {
     EXPECT_TRUE(IsClosed(Revolved<float>(c.points, 0.1, 1e4))) << c.what;
     EXPECT_NEAR(VolumeOf(Revolved<float>(c.points)), factor * c.volume, 1e-3) << c.what;
   }
+  // What stood behind the spike is gone with it.
+  EXPECT_EQ(Revolved({{5, 0}, {5, 5}, {0, 5}, {0, 8}, {2, 8}, {0, 8}}).GetMaximum().z, 5);
 }
 
 TEST(RevolveProfile, SweepsNothingWhereThereIsNoVolume) {
