@@ -84,6 +84,16 @@ void DiscardPages(void* block, std::size_t bytes) noexcept {
   madvise(block, bytes, MADV_DONTNEED);
 }
 
+void PreferHugePages(void* block, std::size_t bytes) noexcept {
+  constexpr std::uintptr_t kHugePage = std::uintptr_t{1} << 21;
+  const auto begin = reinterpret_cast<std::uintptr_t>(block);
+  const std::uintptr_t first = (begin + kHugePage - 1) / kHugePage * kHugePage;
+  const std::uintptr_t last = (begin + bytes) / kHugePage * kHugePage;
+  // As an offset of the block: the pointer stays one into it.
+  if (first < last)
+    madvise(static_cast<char*>(block) + (first - begin), last - first, MADV_HUGEPAGE);
+}
+
 FileKind KindOfFile(const char* path) noexcept {
   struct stat found = {};
   return KindOf(stat(path, &found), found);

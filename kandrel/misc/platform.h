@@ -25,6 +25,10 @@ KANDREL_API bool FreePages(void* block, std::size_t bytes) noexcept;
 /// Gives back the memory behind whole pages, which stay in use and read as zero from now on.
 KANDREL_API void DiscardPages(void* block, std::size_t bytes) noexcept;
 
+/// Asks for large pages behind a block from the general heap where it is large: what is written
+/// once from end to end then costs less to touch. Nothing else changes.
+KANDREL_API void PreferHugePages(void* block, std::size_t bytes) noexcept;
+
 enum class FileKind {
   kMissing,  ///< nothing is there
   kRegular,  ///< a file with bytes of its own

@@ -2,6 +2,7 @@
 #include <kandrel/misc/file_streams.h>
 #include <kandrel/misc/pack/bzip2_state.h>
 #include <kandrel/misc/pack/compressed_streams.h>
+#include <kandrel/misc/platform.h>
 #include <kandrel/misc/text.h>
 #include <zlib.h>
 
@@ -31,6 +32,7 @@ constexpr std::uint64_t kLargestGain = 1032;
 zvBytes Allocate(std::size_t size) {
   zvBytes bytes(static_cast<unsigned char*>(std::malloc(std::max<std::size_t>(size, 1))));
   if (bytes == nullptr) throw std::bad_alloc();
+  misc::platform::PreferHugePages(bytes.get(), size);
   return bytes;
 }
 
@@ -89,6 +91,7 @@ void zvCompressedOutputFileStream::Append(const void* buffer, misc::zvStreamSize
   if (capacity != m_capacity) {
     void* grown = std::realloc(m_buffer.get(), capacity);
     if (grown == nullptr) throw std::bad_alloc();
+    misc::platform::PreferHugePages(grown, capacity);
     static_cast<void>(m_buffer.release());
     m_buffer.reset(static_cast<unsigned char*>(grown));
     m_capacity = capacity;
