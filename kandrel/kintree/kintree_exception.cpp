@@ -57,12 +57,15 @@ namespace kintree {
 
 namespace {
 
+// Of a name as long as a file, which each element around a failure would tell again.
+constexpr std::size_t kLongestDetail = 1000;
+
 std::wstring ReasonText(std::uint32_t reason, const std::wstring& detail) {
   // The entry of each reason; 4 has none.
   constexpr std::uint32_t kEntries[] = {10, 11, 12, 13, 0, 48};
   if (reason >= std::size(kEntries) || kEntries[reason] == 0) return misc::kUnknownError;
   const std::wstring text = exceptions::Text(kEntries[reason]);
-  return detail.empty() ? text : text + L" (" + detail + L")";
+  return detail.empty() ? text : text + L" (" + detail.substr(0, kLongestDetail) + L")";
 }
 
 }  // namespace

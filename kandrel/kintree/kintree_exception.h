@@ -46,7 +46,8 @@ class KANDREL_API zvFileAccessException
 namespace kintree {
 
 /// A request that the machine can't meet. Its id is the reason; any reason without a text has
-/// "Unknown error.". A detail that isn't empty follows the text as " (detail)".
+/// "Unknown error.". A detail that isn't empty follows the text as " (detail)",
+/// of its first 1000 characters.
 class KANDREL_API zvMachineSimulatorException
     : public misc::zvExceptionOf<zvMachineSimulatorException, exceptions::zvKintreeException> {
  public:

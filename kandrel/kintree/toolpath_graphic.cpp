@@ -1,5 +1,6 @@
 #include <kandrel/cadcam/stl/parser_commands.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
+#include <kandrel/kintree/detail/machine_file_values.h>
 #include <kandrel/kintree/toolpath_graphic.h>
 #include <kandrel/misc/byte_files.h>
 #include <kandrel/misc/misc_exception.h>
@@ -145,7 +146,7 @@ void ReadToolPathGraphic(misc::zvBinInputStream& stream, zvToolPathGraphic<T>& g
 
 template <class T>
 bool LoadToolPathGraphic(const std::wstring& path, zvToolPathGraphic<T>& graphic) {
-  if (!misc::OpenToRead(path)) {
+  if (!detail::IsFile(path)) {
     graphic = zvToolPathGraphic<T>(graphic.GetUnits());
     return false;
   }

@@ -70,7 +70,7 @@ template <class T>
 KANDREL_API void ReadToolPathGraphic(misc::zvBinInputStream& stream, zvToolPathGraphic<T>& graphic);
 
 /// The same for a file. Returns false, and leaves the graphic empty, where there is no such file or
-/// no regular one.
+/// no regular one; throws as zvBinInputFile does for one that can't be opened.
 template <class T>
 KANDREL_API bool LoadToolPathGraphic(const std::wstring& path, zvToolPathGraphic<T>& graphic);
 

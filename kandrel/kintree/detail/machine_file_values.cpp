@@ -73,7 +73,8 @@ std::wstring FolderOf(const std::wstring& path) {
   if (!misc::ToPathBytes(path, bytes)) return {};
   std::error_code error;
   const fs::path absolute = fs::absolute(bytes, error);
-  return misc::FromUtf8((error ? fs::path(bytes) : absolute).parent_path().string());
+  return misc::FromUtf8(
+      (error ? fs::path(bytes) : absolute).lexically_normal().parent_path().string());
 }
 
 std::wstring PathOf(const std::wstring& folder, std::string_view name) {
@@ -93,7 +94,7 @@ std::wstring PathOf(const std::wstring& folder, std::string_view name) {
 }
 
 std::wstring NamePart(const std::wstring& path) {
-  const std::wstring name = path.substr(path.find_last_of(L'/') + 1);
+  const std::wstring name = path.substr(path.find_last_of(L"/\\") + 1);
   return name == L"." || name == L".." ? std::wstring() : name;
 }
 

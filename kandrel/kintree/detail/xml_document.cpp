@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{256} << 20;
 constexpr int kMostAttributes = 256;
+constexpr std::size_t kMostTags = std::size_t{4} << 20;
 constexpr std::size_t kNone = std::string_view::npos;
 
 [[noreturn]] void ThrowNotFound() {
@@ -129,25 +130,51 @@ const char* BehindTag(const char* from, const char* end, int& attributes) {
   }
 }
 
-// The parser compares each attribute with all that its element has: a file of a megabyte, one
-// element of nothing else, would keep it busy for minutes.
-bool HasTooManyAttributes(std::string_view text) {
+// What must be right before the parser sees a text. It compares each attribute with all that its
+// element has: a file of a megabyte, one element of nothing else, would keep it busy for minutes.
+// Its elements take some thirty times the memory of their text. Instructions it takes for
+// declarations, which it refuses inside the root: they say nothing here and are blanked.
+bool PrepareMarkup(std::string& text) {
   const char* const end = text.data() + text.size();
+  int depth = 0;
+  std::size_t tags = 0;
   for (const char* at = Find(text.data(), end, '<'); at != end; at = Find(at, end, '<')) {
-    ++at;
+    const char* const start = at++;
     const std::string_view rest(at, static_cast<std::size_t>(end - at));
-    int attributes = 0;
-    if (rest.starts_with("!--"))
+    if (rest.starts_with("!--")) {
       at = Behind(at + 3, end, "-->");
-    else if (rest.starts_with("![CDATA["))
+    } else if (rest.starts_with("![CDATA[")) {
       at = Behind(at + 8, end, "]]>");
-    else if (rest.starts_with('?'))
+    } else if (rest.starts_with('?')) {
       at = Behind(at, end, "?>");
-    else if (rest.starts_with('!'))
+      if (!std::string_view(start, static_cast<std::size_t>(at - start)).ends_with("?>"))
+        return false;
+      std::fill(text.begin() + (start - text.data()), text.begin() + (at - text.data()), ' ');
+    } else if (rest.starts_with('!')) {
       at = Find(at, end, '>');
-    else
+    } else {
+      int attributes = 0;
       at = BehindTag(at, end, attributes);
-    if (attributes > kMostAttributes) return true;
+      if (attributes > kMostAttributes || ++tags > kMostTags) return false;
+      if (rest.starts_with('/')) {
+        --depth;
+        continue;
+      }
+      if (depth >= kDeepestElement) return false;
+      if (*std::prev(at) != '/') ++depth;
+    }
+  }
+  return true;
+}
+
+// As a character or by its number: the parser would take it for the end.
+bool HoldsNul(std::string_view text) {
+  if (text.find('\0') != kNone) return true;
+  for (std::size_t at = text.find("&#"); at != kNone; at = text.find("&#", at + 1)) {
+    std::size_t digit = at + 2;
+    if (digit < text.size() && text[digit] == 'x') ++digit;
+    const std::size_t behind = text.find_first_not_of('0', digit);
+    if (behind != digit && behind != kNone && text[behind] == ';') return true;
   }
   return false;
 }
@@ -272,9 +299,8 @@ XmlDocument XmlDocument::Load(const std::wstring& path) {
 }
 
 XmlDocument XmlDocument::Parse(std::string bytes) {
-  const std::string text = ToUtf8(std::move(bytes));
-  // The parser would take a NUL for the end.
-  if (text.find('\0') != kNone || HasTooManyAttributes(text)) ThrowNotFound();
+  std::string text = ToUtf8(std::move(bytes));
+  if (HoldsNul(text) || !PrepareMarkup(text)) ThrowNotFound();
   XmlDocument document;
   if (document.m_document->Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS)
     ThrowNotFound();

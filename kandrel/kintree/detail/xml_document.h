@@ -73,8 +73,8 @@ class KANDREL_API XmlDocument {
   /// Reads a document. Its characters are those of its byte order mark, else those that its
   /// declaration names: UTF-8, which no name means too, where the bytes are that, and else a byte
   /// for each of the first 256 characters. Throws zvException, id 0, "Xml file not found." for what
-  /// is no XML, for a NUL, for elements deeper than kDeepestElement, and for more than 256
-  /// attributes of one element.
+  /// is no XML, for a NUL, for elements deeper than kDeepestElement, for more than 256 attributes
+  /// of one element and for more than 2^22 elements. Instructions, `<?...?>`, are skipped.
   static XmlDocument Parse(std::string bytes);
 
   /// The first element that stands in nothing else; its siblings follow it.
