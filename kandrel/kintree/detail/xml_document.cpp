@@ -7,8 +7,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace kintree::detail {
@@ -19,8 +22,20 @@ constexpr std::size_t kLargestFile = std::size_t{256} << 20;
 constexpr int kMostAttributes = 256;
 constexpr std::size_t kNone = std::string_view::npos;
 
-[[noreturn]] void ThrowNotFound() {
-  throw misc::zvException(0, L"Xml file not found.");
+// One text for all that can't be read; the reason is its cause.
+[[noreturn]] void ThrowNotFound(const std::wstring& why) {
+  const misc::zvException reason(0, why);
+  throw misc::zvException(0, L"Xml file not found.", &reason);
+}
+
+// In the system's words; `error` is its number, 0 where it had nothing against opening the file.
+[[noreturn]] void ThrowNotOpened(const std::wstring& path, int error) {
+  std::string bytes;
+  std::error_code ignored;
+  if (error == 0 && misc::ToPathBytes(path, bytes) && std::filesystem::is_directory(bytes, ignored))
+    error = EISDIR;
+  ThrowNotFound(error != 0 ? misc::FromUtf8(std::generic_category().message(error))
+                           : L"It is no regular file.");
 }
 
 void AppendByteAsUtf8(std::string& out, char byte) {
@@ -263,21 +278,28 @@ XmlDocument::XmlDocument(XmlDocument&&) noexcept = default;
 XmlDocument::~XmlDocument() = default;
 
 XmlDocument XmlDocument::Load(const std::wstring& path) {
+  errno = 0;
   const misc::zvFile file = misc::OpenToRead(path);
-  const std::uint64_t size = file != nullptr ? misc::platform::SizeOfFile(file.get()) : 0;
-  if (size == 0 || size > kLargestFile) ThrowNotFound();
+  if (file == nullptr) ThrowNotOpened(path, errno);
+  const std::uint64_t size = misc::platform::SizeOfFile(file.get());
+  if (size == 0) ThrowNotFound(L"The file is empty.");
+  if (size > kLargestFile) ThrowNotFound(L"The file is larger than 256 MiB.");
   std::string bytes(static_cast<std::size_t>(size), '\0');
-  if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) ThrowNotFound();
+  if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
+    ThrowNotFound(L"The file could not be read to its end.");
   return Parse(std::move(bytes));
 }
 
 XmlDocument XmlDocument::Parse(std::string bytes) {
   const std::string text = ToUtf8(std::move(bytes));
   // The parser would take a NUL for the end.
-  if (text.find('\0') != kNone || HasTooManyAttributes(text)) ThrowNotFound();
+  if (text.find('\0') != kNone) ThrowNotFound(L"There is a NUL in the file.");
+  if (HasTooManyAttributes(text)) ThrowNotFound(L"An element has more than 256 attributes.");
   XmlDocument document;
-  if (document.m_document->Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS)
-    ThrowNotFound();
+  auto& parsed = *document.m_document;
+  if (parsed.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS)
+    ThrowNotFound(misc::FromUtf8(parsed.ErrorName()) + L" in line " +
+                  std::to_wstring(parsed.ErrorLineNum()));
   return document;
 }
 

@@ -169,7 +169,8 @@ TEST(MachineDescriptions, AreReadAndOverwritten) {
   tests::WriteSettingsFile(scratch.Path("none.kds"), builder);
   EXPECT_EQ(Shown(scratch.Path("none.xml"), "--json"), Shown("preset:mill3_metric", "--json"));
   EXPECT_EQ(RunLine("machine show " + scratch.Path("no.xml")).failure,
-            "error 0: Xml file not found.\n  caused by 0: " + scratch.Path("no.xml") + "\n");
+            "error 0: Xml file not found.\n  caused by 0: No such file or directory\n  caused by 0: " +
+                scratch.Path("no.xml") + "\n");
 }
 
 }  // namespace
