@@ -95,8 +95,8 @@ bool IsMeshOfFile(const cadcam::zvTMesh<float>& mesh, const std::wstring& path) 
 }
 
 // Brings to the folder of the file what the machine is made of. Never over a file that is there: it
-// may be the source, or another of the same name. The user is told where that changes the machine,
-// once for each file that stays.
+// may be the source, or another of the same name. The user is told of each file of the machine
+// in whose place another one stays.
 class FileBringer {
  public:
   explicit FileBringer(std::wstring folder) : m_folder(std::move(folder)) {}

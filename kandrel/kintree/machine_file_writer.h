@@ -28,8 +28,9 @@ class KANDREL_API zvV2XMLWriter {
   /// triangles are written there, all under the last part of their names; one that is there already
   /// stays as it is, and a source that isn't there is left out. Where what stays is not what the
   /// machine has, be it the file of another machine or of another folder, kintree::SetMessageHook's
-  /// hook is told, once for each file; a hook that throws ends the writing in front of the machine
-  /// file, and what was brought by then stays. To know that, files and meshes are compared whole.
+  /// hook is told of each file of the machine and each mesh; a hook that throws ends the writing in
+  /// front of the machine file, and what was brought by then stays. To know that, files and meshes
+  /// are compared whole.
   ///
   /// Throws zvmiscException 2579 for a number that is not finite; zvException, id 0, "Unknown
   /// discrete value validator visited", "Undefined implementation of collision group type! ",
