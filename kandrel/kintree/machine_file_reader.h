@@ -18,11 +18,11 @@ namespace kintree {
 /// must be there. What the reader tells the user while it goes on reaches kintree::SetMessageHook.
 ///
 /// Both ways of reading throw
-/// - zvException, id 0, "Xml file not found." for what can't be read or is no XML: see
-///   docs/machine-files.md for its bounds;
+/// - zvException, id 0, "Xml file not found." for what can't be read or is no XML, with the reason
+///   as its cause: see docs/machine-files.md for its bounds;
 /// - zvKintreeMachDefSemanticException 100 "The machine has no specified units" where
-/// `machine_data`
-///   names none and there is no default, and zvException 2141 "Unknown Units" for other ones;
+///   `machine_data` names none and there is no default, and zvException 2141 "Unknown Units" for
+///   other ones;
 /// - zvKintreeMachDefSemanticException 0 for a preprocessor without instance or file name, and
 ///   zvException, id 0, "Preprocessor source code file not found";
 /// - zvmiscException 2579 for a version that is no number;

@@ -1,15 +1,20 @@
+#include <kandrel/cadcam/stl/stl_reader.h>
 #include <kandrel/cadcam/stl/stl_writer.h>
 #include <kandrel/kintree/detail/machine_file_schema.h>
 #include <kandrel/kintree/detail/machine_file_values.h>
 #include <kandrel/kintree/detail/tree_fill_visitor.h>
 #include <kandrel/kintree/kintree_exception.h>
 #include <kandrel/kintree/machine_file_writer.h>
+#include <kandrel/kintree/message_hook.h>
 #include <kandrel/misc/byte_files.h>
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/text.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <set>
+#include <utility>
 #include <vector>
 
 namespace kintree {
@@ -45,36 +50,101 @@ void Copy(const std::wstring& from, const std::wstring& to) {
   misc::zvFile source = misc::OpenToRead(from);
   if (source == nullptr) throw zvFileAccessException(from, zvFileAccessException::kOpen);
   std::vector<char> block(kCopyBlock);
+  bool isRead = true;
   Accessing(to, zvFileAccessException::kWrite, [&] {
     misc::zvBinOutputFile target(to);
     while (const std::size_t size = std::fread(block.data(), 1, block.size(), source.get()))
       target.Write(block.data(), size);
-    if (std::ferror(source.get()) != 0)
-      throw zvFileAccessException(from, zvFileAccessException::kRead);
-    target.Commit();
+    isRead = std::ferror(source.get()) == 0;
+    if (isRead) target.Commit();
   });
+  if (!isRead) throw zvFileAccessException(from, zvFileAccessException::kRead);
 }
 
-// Never over a file that is there: it may be the source, or another of the same name.
-void BringFiles(const zvKintreeMachDef& machine, const std::wstring& folder) {
-  for (const std::wstring& file : machine.GetFiles()) {
-    const std::wstring name = NamePart(file);
-    if (name.empty() || !IsFile(file)) continue;
-    std::wstring target = folder;
-    (target += L'/') += name;
-    if (!IsThere(target)) Copy(file, target);
+// False where one of them can't be read: nobody knows then that nothing is lost.
+bool HaveSameBytes(const std::wstring& first, const std::wstring& second) {
+  const misc::zvFile a = misc::OpenToRead(first), b = misc::OpenToRead(second);
+  if (a == nullptr || b == nullptr) return false;
+  std::vector<char> fromA(kCopyBlock), fromB(kCopyBlock);
+  for (;;) {
+    const std::size_t size = std::fread(fromA.data(), 1, kCopyBlock, a.get());
+    if (std::fread(fromB.data(), 1, kCopyBlock, b.get()) != size) return false;
+    if (!std::equal(fromA.begin(), fromA.begin() + static_cast<std::ptrdiff_t>(size),
+                    fromB.begin()))
+      return false;
+    if (size < kCopyBlock) return std::ferror(a.get()) == 0 && std::ferror(b.get()) == 0;
   }
 }
 
-void WriteMesh(const XML2TreeFillVisitor::WrittenMesh& written) {
-  if (IsThere(written.path)) return;
-  Accessing(written.path, zvFileAccessException::kWrite, [&] {
-    if (written.mesh->GetTriangles().size() < kFewestInBinary)
-      cadcam::WriteText(written.path, *written.mesh);
-    else
-      cadcam::WriteBinary(written.path, *written.mesh);
-  });
+// Corner by corner: a file says nothing of which vertices were one, and its normals may be rounded.
+bool IsMeshOfFile(const cadcam::zvTMesh<float>& mesh, const std::wstring& path) {
+  cadcam::zvTMesh<float> there(mesh.GetUnits());
+  try {
+    cadcam::LoadSTL(path, there);
+  } catch (const misc::zvException&) {
+    return false;
+  }
+  const auto sameTriangle = [&](const auto& a, const auto& b) {
+    for (std::size_t i = 0; i < a.corners.size(); ++i)
+      if (!(mesh.GetVertices()[static_cast<std::size_t>(a.corners[i])] ==
+            there.GetVertices()[static_cast<std::size_t>(b.corners[i])]))
+        return false;
+    return true;
+  };
+  const auto a = mesh.GetTriangles(), b = there.GetTriangles();
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameTriangle);
 }
+
+// Brings to the folder of the file what the machine is made of. Never over a file that is there: it
+// may be the source, or another of the same name. The user is told of each file of the machine
+// in whose place another one stays.
+class FileBringer {
+ public:
+  explicit FileBringer(std::wstring folder) : m_folder(std::move(folder)) {}
+
+  void Bring(const std::wstring& source) {
+    const std::wstring name = NamePart(source);
+    if (name.empty() || !m_brought.insert(source).second) return;
+    const std::wstring target = m_folder + L'/' + name;
+    if (source == target) return;
+    if (!IsThere(target)) {
+      if (!IsFile(source)) return;
+      Copy(source, target);
+      m_copies.insert(target);
+    } else if (!HaveSameBytes(source, target)) {
+      Tell(target, L"the machine is made of '" + source + L"', which is another file.");
+    }
+  }
+
+  void Write(const XML2TreeFillVisitor::WrittenMesh& written) {
+    // A copy made just now is the machine's own, and stays unless the mesh has become another since
+    // it was read: by other units, or cut.
+    const bool isCopy = m_copies.erase(written.path) != 0;
+    if (IsThere(written.path) && !(isCopy && !IsMeshOfFile(*written.mesh, written.path))) {
+      if (!isCopy && !m_kept.contains(written.path) && !IsMeshOfFile(*written.mesh, written.path))
+        Tell(written.path, L"the machine has another body of this name.");
+      return;
+    }
+    Accessing(written.path, zvFileAccessException::kWrite, [&] {
+      if (written.mesh->GetTriangles().size() < kFewestInBinary)
+        cadcam::WriteText(written.path, *written.mesh);
+      else
+        cadcam::WriteBinary(written.path, *written.mesh);
+    });
+  }
+
+ private:
+  void Tell(const std::wstring& kept, const std::wstring& what) {
+    m_kept.insert(kept);
+    TellUser(L"The file '" + kept + L"' was there and stays, and the machine file names it: " +
+             what);
+  }
+
+  std::wstring m_folder;
+  std::set<std::wstring> m_brought;
+  std::set<std::wstring> m_copies;
+  std::set<std::wstring> m_kept;
+};
 
 void AddMachineData(const zvKintreeMachDef& machine, const XmlElement& root) {
   using enum MachineDataAttribute;
@@ -96,10 +166,12 @@ void AddPreprocessors(const zvKintreeMachDef& machine, const XmlElement& root) {
   }
 }
 
-// A name with a comma would fall apart.
+// A name with a comma would fall apart, and one with a quote can't be told at all.
 std::wstring Joined(const std::vector<std::wstring>& names) {
   std::wstring list;
   for (const std::wstring& name : names) {
+    if (name.find(L'"') != std::wstring::npos)
+      throw misc::zvException(0, L"A collision check can't name an object with a quote: " + name);
     if (!list.empty()) list += L',';
     const bool isPlain = name.find(L',') == std::wstring::npos;
     list += isPlain ? name : L'"' + name + L'"';
@@ -154,8 +226,11 @@ zvV2XMLWriter::zvV2XMLWriter(const zvKintreeMachDef& machine, const std::wstring
 
 void zvV2XMLWriter::Write() const {
   const Content content = ContentOf(m_machine, m_path);
-  BringFiles(m_machine, FolderOf(m_path));
-  for (const XML2TreeFillVisitor::WrittenMesh& mesh : content.meshes) WriteMesh(mesh);
+  const std::wstring folder = FolderOf(m_path);
+  if (folder.empty()) throw zvFileAccessException(m_path, zvFileAccessException::kWrite);
+  FileBringer bringer(folder);
+  for (const std::wstring& file : m_machine.GetFiles()) bringer.Bring(file);
+  for (const XML2TreeFillVisitor::WrittenMesh& mesh : content.meshes) bringer.Write(mesh);
   WriteBytes(m_path, content.bytes);
 }
 

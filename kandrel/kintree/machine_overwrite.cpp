@@ -2,10 +2,21 @@
 #include <kandrel/kintree/machine_file_reader.h>
 #include <kandrel/kintree/machine_file_writer.h>
 #include <kandrel/kintree/machine_overwrite.h>
+#include <kandrel/kintree/message_hook.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 
 #include <utility>
+
+namespace {
+
+using measures::zvUnitsFactory;
+
+const wchar_t* InWords(zvUnitsFactory::Units units) {
+  return units == zvUnitsFactory::inch ? L"inch" : L"metric";
+}
+
+}  // namespace
 
 zvXMLOverwrite::zvXMLOverwrite(const std::wstring& xmlPath, const MachDefPointer& machDef,
                                Names axisNames)
@@ -16,15 +27,26 @@ zvXMLOverwrite::zvXMLOverwrite(const std::wstring& xmlPath, const MachDefPointer
     m_axisNames.resize(axes);
   }
   if (m_axisNames.size() != axes)
-    throw post::zvPostException(post::zvPostException::kAxisNameCount);
+    throw post::zvPostException(
+        post::zvPostException::kAxisNameCount,
+        misc::zvException(0, L"The machine has " + std::to_wstring(axes) + L" axes and " +
+                                 std::to_wstring(m_axisNames.size()) + L" names."));
 }
 
 void zvXMLOverwrite::Overwrite() {
-  const auto metric =
-      misc::MakeAutoPointer<measures::zvUnitsFactory::Units>(measures::zvUnitsFactory::metric);
+  const auto metric = misc::MakeAutoPointer<zvUnitsFactory::Units>(zvUnitsFactory::metric);
   const auto machine = kintree::zvV2XMLReader(m_path).Read(metric);
   kintree::detail::zvXMLOutputInterpreter interpreter(*m_machDef, m_axisNames);
   for (const kintree::mkdKinematicNode& node : machine->GetTree())
     node.GetValue()->AcceptVisitor(interpreter);
+  const auto units = m_machDef->GetUnits();
+  if (units != machine->GetUnits())
+    kintree::TellUser(std::wstring(L"The machine is ") + InWords(units) +
+                      L" and the machine file is " + InWords(machine->GetUnits()) +
+                      L": the machine's numbers are written as they are.");
+  const std::wstring missing = interpreter.GetMissing();
+  if (!missing.empty())
+    kintree::TellUser(L"The machine file has no axis " + missing +
+                      L": what the machine says of it is not written.");
   kintree::zvV2XMLWriter(*machine, m_path).Write();
 }

@@ -15,8 +15,8 @@
 ///
 /// The numbers are written as they are, deliberately: the first pivot of a machine with both axes
 /// in the head, which zvMachDefReader has made relative to the second, is written so, and reading
-/// and overwriting in turn moves it each time; units are not compared. The third rotary axis of six
-/// takes the limits -100000 and 100000.
+/// and overwriting in turn moves it each time; numbers in inches go as they are into a metric file,
+/// and the other way round. The third rotary axis of six takes the limits -100000 and 100000.
 class KANDREL_API zvXMLOverwrite {
  public:
   using Names = std::vector<std::wstring>;
@@ -32,8 +32,13 @@ class KANDREL_API zvXMLOverwrite {
   /// stays. Throws zvPostException 5037 for a translation axis of another name, 5038 for a fourth;
   /// 5042 for a rotary axis of another name, or one that the definition lacks (of four axes the
   /// first one counts, whatever its name; of six axes those of other names take the direction 1,0,0
-  /// and the widest limits), 5040 for a fourth; and what kintree::zvV2XMLReader and zvV2XMLWriter
-  /// throw. All axes of the file count, also those that carry nothing.
+  /// and the widest limits), 5040 for a fourth, each with the axis in its cause; and what
+  /// kintree::zvV2XMLReader and zvV2XMLWriter throw. All axes of the file count, also those that
+  /// carry nothing.
+  ///
+  /// Tells kintree::SetMessageHook's hook, before anything is written, of a definition in other
+  /// units than the file's, and of axes of the definition that the file lacks, whose numbers go
+  /// nowhere; then what zvV2XMLWriter tells. A hook that throws keeps the file as it is.
   void Overwrite();
 
  private:

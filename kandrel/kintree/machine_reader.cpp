@@ -30,15 +30,18 @@ post::zvMachDefBuilder zvMachDefReader::Read() {
   m_rotAxisFound.clear();
   m_tranAxisFound.clear();
   m_activateSpindleRotation = false;
+  m_fileAtEnd = m_path;
   post::zvMachDefBuilder builder;
   const std::wstring settingsPath = SettingsPath(m_path);
   if (IsThere(settingsPath)) {
+    m_fileAtEnd = settingsPath;
     const zvKDSInput settings(settingsPath);
     builder = settings.GetMachDefBld();
     m_activateSpindleRotation = settings.ActivateSpindleRotation();
   }
   const int kind = builder.GetKind();
   if (kind != kFromMachineFile && kind != kNamesFromSettings) return builder;
+  m_fileAtEnd = m_path;
   std::vector<std::wstring> names;
   zvXMLInputSurround::Point spindle(0, 0, 1);
   if (kind == kNamesFromSettings) {

@@ -24,6 +24,8 @@ class KANDREL_API zvMachDefReader {
   /// zvXMLInputSurround throw.
   post::zvMachDefBuilder Read();
 
+  /// Which file the last Read was at when it ended: the one to blame for what it threw.
+  const std::wstring& GetFileAtEnd() const noexcept { return m_fileAtEnd; }
   /// Of the last Read. Whether the settings file asks for it, or the machine file is above version
   /// 1.3.
   bool ActivateSpindleRotation() const noexcept { return m_activateSpindleRotation; }
@@ -33,6 +35,7 @@ class KANDREL_API zvMachDefReader {
 
  private:
   std::wstring m_path;
+  std::wstring m_fileAtEnd;
   std::vector<std::wstring> m_rotAxisFound;
   std::vector<std::wstring> m_tranAxisFound;
   bool m_activateSpindleRotation = false;

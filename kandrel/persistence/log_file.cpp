@@ -9,13 +9,10 @@
 #include <kandrel/persistence/source_references.h>
 #include <kandrel/persistence/versions.h>
 #include <kandrel/post/creators/creator_caster.h>
-#include <kandrel/post/model/post_exception.h>
 
 #include <optional>
 #include <type_traits>
 #include <utility>
-
-using post::zvPostException;
 
 namespace {
 
@@ -26,29 +23,6 @@ constexpr std::uint32_t kKnowsSources = 184;
 template <class Creator>
 constexpr bool kHasMatrix =
     std::is_same_v<Creator, zvPosted3axTPCreator> || std::is_same_v<Creator, zvPosted4axTPCreator>;
-
-// Calls `take` with the creator as its own class; false for a type that is none.
-template <class Take>
-bool WithOwnClass(misc::zvAutoPointer<zvPostedTPCreator> creator, const Take& take) {
-  using Caster = zvPostedTPCreatorCaster;
-  switch (creator->GetInstanceType()) {
-    case zvPostedTPCreator::instance3ax:
-      take(*Caster::SafeCast3ax(creator));
-      return true;
-    case zvPostedTPCreator::instance4ax:
-      take(*Caster::SafeCast4ax(creator));
-      return true;
-    case zvPostedTPCreator::instance5ax:
-      take(*Caster::SafeCast5ax(creator));
-      return true;
-    case zvPostedTPCreator::instance6ax:
-      take(*Caster::SafeCast6ax(creator));
-      return true;
-    case zvPostedTPCreator::instanceBase:
-      break;
-  }
-  return false;
-}
 
 // All but the posted moves.
 template <class Source>
@@ -83,11 +57,10 @@ void zvKDROutput::Write(misc::zvBinOutputStream& stream, const CreatorPointer& c
                         const cadcam::zvToolPath& toolpath, const cadcam::zvTool& tool) {
   WriteRun(stream, creator, toolpath, tool);
   post::zvBOPostTypes out(stream);
-  const bool isKnown = WithOwnClass(creator, [&]<class Creator>(const Creator& own) {
+  WithOwnClass(creator, [&]<class Creator>(const Creator& own) {
     out.Write(own.GetPostedList());
     if constexpr (kHasMatrix<Creator>) out.Write(own.GetAlignMatrix());
   });
-  if (!isKnown) throw zvPostException(zvPostException::kAbstractMember);
 }
 
 void zvKDROutput::Write(misc::zvBinOutputStream& stream, const zvKDR5AxBase& base,

@@ -281,6 +281,65 @@ TEST(MachineFileWriter, MeshesWithoutAFileAreWritten) {
     EXPECT_FALSE(std::filesystem::exists(folder.Path(name))) << name;
 }
 
+// What is named by a machine file and isn't the machine's own is told of, and nothing else is.
+TEST(MachineFileWriter, WhatStaysInPlaceOfTheMachinesOwnIsTold) {
+  std::string other = tests::TwoTriangles();
+  other[100] ^= 1;  // within the first corner
+  const std::string text =
+      "solid s\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\n"
+      "endloop\nendfacet\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+      "vertex 0 1 0\nendloop\nendfacet\nendsolid s\n";
+  const struct {
+    std::string geo, also;           // files of two bodies, the second with the same last part
+    std::string source, alsoSource;  // what stands in them; "" for no file
+    std::string there;               // and in b.stl beside the new machine file
+    int triangles;                   // of a mesh that takes the place of the first, -1 for none
+    bool isTold;
+  } cases[] = {
+      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", "", -1, false},
+      {"a/b.stl", "b/b.stl", tests::TwoTriangles(), tests::TwoTriangles(), "", -1, false},
+      {"a/b.stl", "b/b.stl", tests::TwoTriangles(), other, "", -1, true},
+      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", tests::TwoTriangles(), -1, false},
+      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", other, -1, true},
+      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", text, -1, true},
+      {"a/b.stl", "a/b.stl", "", "", text, -1, true},
+      {"b.stl", "b.stl", "", "", text, -1, false},
+      {"b.stl", "b.stl", "", "", other, -1, false},
+      {"b.stl", "b.stl", "", "", text, 2, true},
+      {"b.stl", "b.stl", "", "", text, 3, true},
+      {"b.stl", "b.stl", "", "", "no STL", 1, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    const tests::ScratchFolder folder;
+    const auto write = [&](const std::string& name, const std::string& bytes) {
+      std::filesystem::create_directories(std::filesystem::path(folder.Path(name)).parent_path());
+      if (!bytes.empty()) tests::WriteFile(folder.Path(name), bytes);
+    };
+    write(c.geo, c.source);
+    write(c.also, c.alsoSource);
+    if (c.there != "no STL") write("b.stl", c.there);
+    const Machine machine = tests::ReadBody(Geometry("1", "objtype='stock' geo='" + c.geo + "'") +
+                                                Geometry("2", "geo='" + c.also + "'"),
+                                            "units='metric'", folder.WidePath("m.xml"));
+    if (c.triangles >= 0) As<mkdStockGeometry>(machine, L"1").SetMesh(MeshOf(c.triangles));
+    write("b.stl", c.there);
+    {
+      const tests::Reports reports;
+      Written(*machine, folder);
+      ASSERT_EQ(reports.Get().size(), c.isTold ? 1u : 0u);
+      if (!c.isTold) continue;
+      EXPECT_NE(reports.Get()[0].find(L"'" + folder.WidePath("b.stl") + L"'"), std::wstring::npos);
+    }
+    // Whoever throws then keeps the machine file.
+    tests::WriteFile(folder.Path("out.xml"), "old");
+    SetMessageHook([](const std::wstring& told) { throw misc::zvException(7, told); });
+    EXPECT_EQ(tests::IdOf([&] { Written(*machine, folder); }), 7u);
+    SetMessageHook(nullptr);
+    EXPECT_EQ(tests::FileText(folder.Path("out.xml")), "old");
+  }
+}
+
 TEST(MachineFileWriter, AFileIsReplacedWholeAndKeepsItsPermissions) {
   const tests::ScratchFolder folder;
   tests::WriteFile(folder.Path("real.xml"), "old");

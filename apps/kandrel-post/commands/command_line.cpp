@@ -1,6 +1,8 @@
 #include "kandrel-post/commands/command_line.h"
 
 #include <fmt/format.h>
+#include <kandrel/kintree/message_hook.h>
+#include <kandrel/misc/text.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -97,7 +99,13 @@ void AddMachine(CLI::App& app) {
   show.callback([machine, json] { ShowMachine(*machine, *json); });
   CLI::App& overwrite = *command.add_subcommand(
       "overwrite", "Write limits and rotary geometry back into a machine description file");
-  overwrite.footer("Example: kandrel-post machine overwrite mill.xml --from mill.json");
+  overwrite.footer(
+      "Numbers are written as they are, also where units differ; limits and rotary geometry that\n"
+      "the JSON lacks become the defaults. Bodies keep the names of their files without the "
+      "folders,\n"
+      "and a file of that name beside FILE.xml stays, be it another machine's: a folder for each\n"
+      "machine. Notes on standard error tell of all these.\n"
+      "Example: kandrel-post machine overwrite mill.xml --from mill.json");
   auto file = std::make_shared<std::string>();
   auto from = std::make_shared<std::string>();
   overwrite.add_option("FILE.xml", *file, "the machine description file")->required();
@@ -244,6 +252,7 @@ int RunCommandLine(int argc, const char* const* argv) noexcept {
   try {
     PrepareProcess();
     LimitMemory();
+    kintree::SetMessageHook([](const std::wstring& text) { Note(misc::ToUtf8(text)); });
     return Run(argc, argv);
   } catch (const UsageError& e) {
     std::fputs(fmt::format("{}\n", e.what()).c_str(), stderr);

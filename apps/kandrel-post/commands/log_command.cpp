@@ -34,27 +34,11 @@ namespace {
 
 using nlohmann::ordered_json;
 using Manager = zvKDRBinaryIOManager;
-using Caster = zvPostedTPCreatorCaster;
 
 void Print(std::string_view text) {
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(text);
   out.Flush();
-}
-
-// Calls `take` with the creator of a log as its own class.
-template <class Take>
-auto WithOwnClass(zvKDRInput::CreatorPointer creator, const Take& take) {
-  switch (creator->GetInstanceType()) {
-    case zvPostedTPCreator::instance3ax:
-      return take(*Caster::SafeCast3ax(creator));
-    case zvPostedTPCreator::instance4ax:
-      return take(*Caster::SafeCast4ax(creator));
-    case zvPostedTPCreator::instance5ax:
-      return take(*Caster::SafeCast5ax(creator));
-    default:
-      return take(*Caster::SafeCast6ax(creator));
-  }
 }
 
 struct Counts {

@@ -28,7 +28,9 @@ void ShowMachine(const std::string& machine, bool json) {
 }
 
 void OverwriteMachine(const std::string& fileName, const std::string& from) {
-  OverwriteMachineDescription(fileName, ReadMachineFile(from));
+  const Machine machine = ReadMachineFile(from);
+  OverwriteMachineDescription(fileName, machine);
+  NoteDefaultsWritten(machine, from);
 }
 
 }  // namespace kandrel_post

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -45,6 +46,17 @@ std::string OneLine(std::string text) {
 }
 
 }  // namespace
+
+std::wstring PathOf(const std::string& fileName, std::string_view what) {
+  std::wstring path = misc::FromUtf8(fileName);
+  if (misc::ToUtf8(path) != fileName)
+    Fail(fmt::format("{}: the name of {} is UTF-8", fileName, what));
+  return path;
+}
+
+void Note(std::string_view text) {
+  std::fputs(fmt::format("note: {}\n", OneLine(std::string(text))).c_str(), stderr);
+}
 
 std::string DescribeCurrentFailure() {
   try {

@@ -59,6 +59,14 @@ auto NamingFile(const std::string& file, const Use& use) {
   }
 }
 
+/// A file name as the library takes paths. Fails with error 0 for one that is not UTF-8; `what`
+/// names the file: "a log".
+std::wstring PathOf(const std::string& fileName, std::string_view what);
+
+/// A line of standard error, "note: <text>", for what a job did though it may not be what was
+/// meant.
+void Note(std::string_view text);
+
 /// The lines of standard error for the exception being handled: `error <id>: <text>` and a line for
 /// each cause, and for the file that is to blame. To be called in a catch clause.
 std::string DescribeCurrentFailure();

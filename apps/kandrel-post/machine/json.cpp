@@ -118,14 +118,20 @@ class Document {
 // One object of a document: reads its keys and refuses those that nobody asked for.
 class ObjectReader {
  public:
-  ObjectReader(const Document& document, const json& object, std::string prefix)
-      : m_document(document), m_object(object), m_prefix(std::move(prefix)) {}
+  ObjectReader(const Document& document, const json& object, std::string prefix,
+               std::vector<std::string>& absentKeys)
+      : m_document(document),
+        m_object(object),
+        m_prefix(std::move(prefix)),
+        m_absentKeys(absentKeys) {}
 
   // The value of a key, or null when the object lacks it.
   const json* Find(const char* key) {
     m_known.emplace_back(key);
     const auto value = m_object.find(key);
-    return value != m_object.end() ? &*value : nullptr;
+    if (value != m_object.end()) return &*value;
+    m_absentKeys.push_back(m_prefix + key);
+    return nullptr;
   }
   [[noreturn]] void Expected(const char* key, std::string_view what) const {
     m_document.Expected(m_prefix + key, fmt::format("{} expected for \"{}\"", what, key));
@@ -176,6 +182,7 @@ class ObjectReader {
   const json& m_object;
   std::string m_prefix;
   std::vector<std::string> m_known;
+  std::vector<std::string>& m_absentKeys;
 };
 
 int ReadAxes(ObjectReader& reader) {
@@ -213,7 +220,8 @@ std::vector<std::wstring> ReadNames(ObjectReader& reader, int axes) {
   return names;
 }
 
-void ReadRotary(const Document& document, ObjectReader& reader, MachineValues& values) {
+void ReadRotary(const Document& document, ObjectReader& reader, MachineValues& values,
+                std::vector<std::string>& absentKeys) {
   const json* const entries = reader.Find("rotary");
   if (entries == nullptr) return;
   const std::size_t count = static_cast<std::size_t>(values.RotaryCount());
@@ -221,7 +229,7 @@ void ReadRotary(const Document& document, ObjectReader& reader, MachineValues& v
     reader.Expected("rotary", fmt::format("an array of {} rotary axes", count));
   for (std::size_t i = 0; i < count; ++i) {
     if (!(*entries)[i].is_object()) reader.Expected("rotary", "an array of objects");
-    ObjectReader entry(document, (*entries)[i], fmt::format("rotary[{}].", i));
+    ObjectReader entry(document, (*entries)[i], fmt::format("rotary[{}].", i), absentKeys);
     entry.Read("direction", values.rotary[i].direction);
     entry.Read("pivot", values.rotary[i].pivot);
     if (i < 2) {
@@ -254,9 +262,10 @@ std::string ReadSmallFile(const std::string& fileName) {
 
 }  // namespace
 
-post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& name) {
+Machine ParseMachine(std::string_view text, const std::string& name) {
+  Machine machine;
   const Document document(text, name);
-  ObjectReader reader(document, document.Root(), "");
+  ObjectReader reader(document, document.Root(), "", machine.absentKeys);
   MachineValues values = DefaultValues(ReadAxes(reader));
   ReadUnits(reader, values);
   const std::vector<std::wstring> names = ReadNames(reader, values.axes);
@@ -268,23 +277,21 @@ post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& na
   reader.Read("zAxis", values.zAxis);
   if (values.axes == 4) reader.Read("rotaryOnWorkpiece", values.rotaryOnWorkpiece);
   if (values.axes >= 5) reader.Read("fiveAxisKind", values.fiveAxisKind);
-  if (values.axes >= 4) ReadRotary(document, reader, values);
+  if (values.axes >= 4) ReadRotary(document, reader, values, machine.absentKeys);
   if (values.axes == 6) {
     reader.Read("thirdAngle", values.thirdAngle);
     for (std::size_t i = 0; i < 3; ++i) reader.Read(kOnWorkpieceKeys[i], values.onWorkpiece[i]);
   }
   reader.RefuseOtherKeys();
 
-  post::zvMachDefBuilder builder;
-  builder.SetMachDef(MakeMachDef(values));
-  builder.SetAxisNames(names);
-  return builder;
+  machine.builder.SetMachDef(MakeMachDef(values));
+  machine.builder.SetAxisNames(names);
+  return machine;
 }
 
 Machine ReadMachineFile(const std::string& fileName) {
-  const std::string text = ReadSmallFile(fileName);
-  Machine machine{std::filesystem::path(fileName).stem().string(), ParseMachine(text, fileName)};
-  machine.hasNames = json::parse(text).contains("names");
+  Machine machine = ParseMachine(ReadSmallFile(fileName), fileName);
+  machine.name = std::filesystem::path(fileName).stem().string();
   return machine;
 }
 

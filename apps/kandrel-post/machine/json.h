@@ -1,8 +1,6 @@
 // Machine definitions of all classes as JSON text.
 #pragma once
 
-#include <kandrel/post/model/mach_def_builder.h>
-
 #include <string>
 #include <string_view>
 
@@ -10,13 +8,13 @@
 
 namespace kandrel_post {
 
-/// Makes a definition and its axis names. A missing key takes the definition's default; a missing
+/// Makes a machine without a name. A missing key takes the definition's default; a missing
 /// "axes" 3. Whatever is malformed, unknown, doubled or of the wrong type fails with error 0 and
 /// `<name>:<line>: <what was expected>`; a definition that makes no machine fails with the error of
 /// the definition's class.
-post::zvMachDefBuilder ParseMachine(std::string_view text, const std::string& name);
+Machine ParseMachine(std::string_view text, const std::string& name);
 
-/// The same from a file.
+/// The same from a file, whose name the machine has.
 Machine ReadMachineFile(const std::string& fileName);
 
 /// The definition in the form that ParseMachine takes, all keys present. Fails with error 0 for a

@@ -12,10 +12,10 @@
 namespace kandrel_post {
 
 struct Machine {
-  std::string name;  ///< of the preset, or of the file without its folder and ending
-  post::zvMachDefBuilder builder;
+  std::string name{};  ///< of the preset, or of the file without its folder and ending
+  post::zvMachDefBuilder builder{};
   std::vector<misc::zvBILostData> lostData{};  ///< what a settings file had to be changed in
-  bool hasNames = true;  ///< otherwise the builder's are the default ones: the JSON has none
+  std::vector<std::string> absentKeys{};  ///< of its JSON: "names", "rotary[0].min"; defaults stand
 };
 
 /// 3 to 6.

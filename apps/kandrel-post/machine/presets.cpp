@@ -34,8 +34,11 @@ Machine MakePreset(std::string_view name) {
   const std::vector<Preset>& presets = Presets();
   const auto preset =
       std::find_if(presets.begin(), presets.end(), [&](const Preset& p) { return p.name == name; });
-  if (preset != presets.end())
-    return {preset->name, ParseMachine(preset->json, fmt::format("preset:{}", name))};
+  if (preset != presets.end()) {
+    Machine machine = ParseMachine(preset->json, fmt::format("preset:{}", name));
+    machine.name = preset->name;
+    return machine;
+  }
   std::string names;
   for (const Preset& p : presets) names += fmt::format("{}{}", names.empty() ? "" : ", ", p.name);
   throw UsageError(fmt::format("{}: no such preset; there are {}", Printable(name), names));

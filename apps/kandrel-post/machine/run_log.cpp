@@ -30,23 +30,18 @@ void WithStream(const std::wstring& path, bool isCompressed, const Read& read) {
   }
 }
 
-std::wstring PathOf(const std::string& fileName) {
-  std::wstring path = misc::FromUtf8(fileName);
-  if (misc::ToUtf8(path) != fileName) Fail("the name of a log is UTF-8");
-  return path;
-}
-
 }  // namespace
 
 zvKDRInput ReadLog(const std::string& fileName) {
-  return NamingFile(fileName, [&] { return zvKDRInput(PathOf(fileName)); });
+  const std::wstring path = PathOf(fileName, "a log");
+  return NamingFile(fileName, [&] { return zvKDRInput(path); });
 }
 
 void ReadTagged(const std::string& fileName,
                 const std::function<void(const std::string& tag, std::uint32_t version,
                                          misc::zvBinInputStream& stream)>& read) {
+  const std::wstring path = PathOf(fileName, "a log");
   NamingFile(fileName, [&] {
-    const std::wstring path = PathOf(fileName);
     std::string tag;
     std::uint32_t version = 0;
     const bool isCompressed = zvKDRInput::IsFileCompress(path);

@@ -1,6 +1,5 @@
 #include "kandrel-post/machine/settings_file.h"
 
-#include <kandrel/misc/text.h>
 #include <kandrel/persistence/settings_file.h>
 
 #include <filesystem>
@@ -10,8 +9,7 @@
 namespace kandrel_post {
 
 Machine ReadSettingsFile(const std::string& fileName) {
-  const std::wstring path = misc::FromUtf8(fileName);
-  if (misc::ToUtf8(path) != fileName) Fail(fileName + ": the name of a settings file is UTF-8");
+  const std::wstring path = PathOf(fileName, "a settings file");
   const auto input = NamingFile(fileName, [&] { return zvKDSInput(path); });
   return {std::filesystem::path(fileName).stem().string(), input.GetMachDefBld(),
           input.GetLostData()};

@@ -6,6 +6,7 @@
 #include <kandrel/post/model/mach_def.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ class zvXMLOutputInterpreter final : public mkdKOVisitor {
   /// Both outlive the interpreter. Throws zvPostException 5003 for another number of names than
   /// axes.
   zvXMLOutputInterpreter(const post::zvMachDef& machDef, const std::vector<std::wstring>& names);
+
+  /// The names that no visited axis has, between quotes; empty where there is none.
+  std::wstring GetMissing() const;
 
   void Visit(mkdTranslationalAxis& axis) override;
   void Visit(mkdRotationalAxis& axis) override;
@@ -38,10 +42,14 @@ class zvXMLOutputInterpreter final : public mkdKOVisitor {
     double maximum = 100000;
   };
 
-  Rotary RotaryOf(const std::wstring& name) const;
+  Rotary RotaryOf(const mkdAxis& axis) const;
+  /// Of a machine of five or six axes; none for another name.
+  template <class MachDef>
+  std::optional<Rotary> FirstOrSecond(const MachDef& m, const std::wstring& name) const;
 
   const post::zvMachDef& m_machDef;
   const std::vector<std::wstring>& m_names;
+  std::vector<bool> m_isMet;  ///< by name
   int m_rotaryCount = 0;
   int m_tranCount = 0;
 };

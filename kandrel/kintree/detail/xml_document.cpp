@@ -7,8 +7,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace kintree::detail {
@@ -20,8 +23,23 @@ constexpr int kMostAttributes = 256;
 constexpr std::size_t kMostTags = std::size_t{4} << 20;
 constexpr std::size_t kNone = std::string_view::npos;
 
-[[noreturn]] void ThrowNotFound() {
-  throw misc::zvException(0, L"Xml file not found.");
+// One text for all that can't be read; the reason is its cause.
+[[noreturn]] void ThrowNotFound(const std::wstring& why) {
+  const misc::zvException reason(0, why);
+  throw misc::zvException(0, L"Xml file not found.", &reason);
+}
+
+// `error` is the system's number, 0 where it had nothing against opening the file. In words of our
+// own: the system's would be in the language that a host has set.
+[[noreturn]] void ThrowNotOpened(const std::wstring& path, int error) {
+  std::string bytes;
+  std::error_code ignored;
+  const bool isPath = misc::ToPathBytes(path, bytes);
+  if (error == ENOENT || error == ENOTDIR) ThrowNotFound(L"There is no such file.");
+  if (error == EACCES) ThrowNotFound(L"The file may not be read.");
+  if (isPath && std::filesystem::is_directory(bytes, ignored)) ThrowNotFound(L"It is a folder.");
+  ThrowNotFound(error == 0 ? L"It is no regular file."
+                           : L"The system refuses it with error " + std::to_wstring(error) + L".");
 }
 
 void AppendByteAsUtf8(std::string& out, char byte) {
@@ -134,7 +152,7 @@ const char* BehindTag(const char* from, const char* end, int& attributes) {
 // element has: a file of a megabyte, one element of nothing else, would keep it busy for minutes.
 // Its elements take some thirty times the memory of their text. Instructions it takes for
 // declarations, which it refuses inside the root: they say nothing here and are blanked.
-bool PrepareMarkup(std::string& text) {
+void PrepareMarkup(std::string& text) {
   const char* const end = text.data() + text.size();
   int depth = 0;
   std::size_t tags = 0;
@@ -148,23 +166,23 @@ bool PrepareMarkup(std::string& text) {
     } else if (rest.starts_with('?')) {
       at = Behind(at, end, "?>");
       if (!std::string_view(start, static_cast<std::size_t>(at - start)).ends_with("?>"))
-        return false;
+        ThrowNotFound(L"An instruction has no end.");
       std::fill(text.begin() + (start - text.data()), text.begin() + (at - text.data()), ' ');
     } else if (rest.starts_with('!')) {
       at = Find(at, end, '>');
     } else {
       int attributes = 0;
       at = BehindTag(at, end, attributes);
-      if (attributes > kMostAttributes || ++tags > kMostTags) return false;
+      if (attributes > kMostAttributes) ThrowNotFound(L"An element has more than 256 attributes.");
+      if (++tags > kMostTags) ThrowNotFound(L"There are more than 4194304 tags.");
       if (rest.starts_with('/')) {
         --depth;
         continue;
       }
-      if (depth >= kDeepestElement) return false;
+      if (depth >= kDeepestElement) ThrowNotFound(L"Elements are nested more than 98 deep.");
       if (*std::prev(at) != '/') ++depth;
     }
   }
-  return true;
 }
 
 // As a character or by its number: the parser would take it for the end.
@@ -290,20 +308,27 @@ XmlDocument::XmlDocument(XmlDocument&&) noexcept = default;
 XmlDocument::~XmlDocument() = default;
 
 XmlDocument XmlDocument::Load(const std::wstring& path) {
+  errno = 0;
   const misc::zvFile file = misc::OpenToRead(path);
-  const std::uint64_t size = file != nullptr ? misc::platform::SizeOfFile(file.get()) : 0;
-  if (size == 0 || size > kLargestFile) ThrowNotFound();
+  if (file == nullptr) ThrowNotOpened(path, errno);
+  const std::uint64_t size = misc::platform::SizeOfFile(file.get());
+  if (size == 0) ThrowNotFound(L"The file is empty.");
+  if (size > kLargestFile) ThrowNotFound(L"The file is larger than 256 MiB.");
   std::string bytes(static_cast<std::size_t>(size), '\0');
-  if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) ThrowNotFound();
+  if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
+    ThrowNotFound(L"The file could not be read to its end.");
   return Parse(std::move(bytes));
 }
 
 XmlDocument XmlDocument::Parse(std::string bytes) {
   std::string text = ToUtf8(std::move(bytes));
-  if (HoldsNul(text) || !PrepareMarkup(text)) ThrowNotFound();
+  if (HoldsNul(text)) ThrowNotFound(L"There is a NUL in the file.");
+  PrepareMarkup(text);
   XmlDocument document;
-  if (document.m_document->Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS)
-    ThrowNotFound();
+  auto& parsed = *document.m_document;
+  if (parsed.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS)
+    ThrowNotFound(misc::FromUtf8(parsed.ErrorName()) + L" in line " +
+                  std::to_wstring(parsed.ErrorLineNum()));
   return document;
 }
 

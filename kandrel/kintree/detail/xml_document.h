@@ -67,14 +67,15 @@ class KANDREL_API XmlDocument {
   ~XmlDocument();
 
   /// Reads a file: a regular one of at most 256 MiB. Throws zvException, id 0, "Xml file not
-  /// found." for any other, and as Parse.
+  /// found." for any other, with the reason as its cause, and as Parse.
   static XmlDocument Load(const std::wstring& path);
 
   /// Reads a document. Its characters are those of its byte order mark, else those that its
   /// declaration names: UTF-8, which no name means too, where the bytes are that, and else a byte
-  /// for each of the first 256 characters. Throws zvException, id 0, "Xml file not found." for what
-  /// is no XML, for a NUL, for elements deeper than kDeepestElement, for more than 256 attributes
-  /// of one element and for more than 2^22 elements. Instructions, `<?...?>`, are skipped.
+  /// for each of the first 256 characters. Throws zvException, id 0, "Xml file not found." with
+  /// the reason as its cause, for what is no XML, for a NUL, for elements deeper than
+  /// kDeepestElement, for more than 256 attributes of one element and for more than 2^22 tags.
+  /// Instructions, `<?...?>`, are skipped.
   static XmlDocument Parse(std::string bytes);
 
   /// The first element that stands in nothing else; its siblings follow it.

@@ -1,4 +1,4 @@
-// zvPostedTPCreatorCaster: from a creator to its own class.
+// zvPostedTPCreatorCaster, WithOwnClass: from a creator to its own class.
 #pragma once
 
 #include <kandrel/misc/auto_pointer.h>
@@ -8,6 +8,7 @@
 #include <kandrel/post/creators/posted_tp_creator.h>
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
+#include <kandrel/post/model/post_exception.h>
 
 #include <cstdint>
 
@@ -58,3 +59,24 @@ class KANDREL_API zvPostedTPCreatorCaster {
   template <class Creator>
   static misc::zvAutoPointer<Creator> Cast(const Pointer& creator, VerifyInstance expected);
 };
+
+/// Calls `take` with the creator as its own class and returns what it returns. Throws
+/// zvPostException 2503 for an instance type that is none of the four classes, "Accessing NULL
+/// pointer" for a null pointer, and what `take` throws.
+template <class Take>
+auto WithOwnClass(misc::zvAutoPointer<zvPostedTPCreator> creator, const Take& take) {
+  using Caster = zvPostedTPCreatorCaster;
+  switch (creator->GetInstanceType()) {
+    case zvPostedTPCreator::instance3ax:
+      return take(*Caster::SafeCast3ax(creator));
+    case zvPostedTPCreator::instance4ax:
+      return take(*Caster::SafeCast4ax(creator));
+    case zvPostedTPCreator::instance5ax:
+      return take(*Caster::SafeCast5ax(creator));
+    case zvPostedTPCreator::instance6ax:
+      return take(*Caster::SafeCast6ax(creator));
+    case zvPostedTPCreator::instanceBase:
+      break;
+  }
+  throw post::zvPostException(post::zvPostException::kAbstractMember);
+}

@@ -169,7 +169,115 @@ TEST(MachineDescriptions, AreReadAndOverwritten) {
   tests::WriteSettingsFile(scratch.Path("none.kds"), builder);
   EXPECT_EQ(Shown(scratch.Path("none.xml"), "--json"), Shown("preset:mill3_metric", "--json"));
   EXPECT_EQ(RunLine("machine show " + scratch.Path("no.xml")).failure,
-            "error 0: Xml file not found.\n  caused by 0: " + scratch.Path("no.xml") + "\n");
+            "error 0: Xml file not found.\n  caused by 0: There is no such file.\n  caused by 0: " +
+                scratch.Path("no.xml") + "\n");
+}
+
+TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
+  const tests::ScratchFolder scratch;
+  const std::string file = scratch.Path("t.xml"), json = scratch.Path("t.json");
+  const std::string five = R"("axes": 5, "names": ["X", "Y", "Z", "C", "A"])";
+  const std::string limits =
+      R"(, "minLimits": [-1, -2, -3], "maxLimits": [1, 2, 3], "rotary": [)"
+      R"({"direction": [0, 0, -1], "pivot": [0, 0, 0], "min": -9, "max": 9}, )"
+      R"({"direction": [-1, 0, 0], "pivot": [0, 0, 0], "min": -9, "max": 9})";
+  const std::string no = "note: " + json + " has no ", taken = ": the default is written, ";
+  const std::string widest = "[100000, 100000, 100000]\n";
+  const std::string second = no + "rotary[1].direction" + taken + "[0, -1, 0]\n" + no +
+                             "rotary[1].pivot" + taken + "[0, 0, 0]\n" + no + "rotary[1].min" +
+                             taken + "-100000\n" + no + "rotary[1].max" + taken + "100000\n";
+  const std::string out =
+      "error 5042: Synchronization betweem machine definition and xml passed to "
+      "zvXMLOutputInterpreter failed!.\n";
+  const struct {
+    std::string json, told;
+  } cases[] = {
+      {five + limits + "]", ""},
+      {five + limits + R"(], "units": "inch")",
+       "note: The machine is inch and the machine file is metric: the machine's numbers are "
+       "written as they are.\n"},
+      {R"("axes": 6, "names": ["X", "Y", "Z", "C", "A", "W"])" + limits +
+           R"(, {"direction": [0, 1, 0]}])",
+       "note: The machine file has no axis 'W': what the machine says of it is not written.\n" +
+           no + "rotary[2].pivot" + taken + "[0, 0, 0]\n"},
+      {five + R"(, "minLimits": [1, 2, 3], "rotary": [{"direction": [0, 0, -1], "min": 0}, {}])",
+       no + "maxLimits" + taken + widest + no + "rotary[0].pivot" + taken + "[0, 0, 0]\n" + no +
+           "rotary[0].max" + taken + "100000\n" + second},
+      {R"("axes": 4, "names": ["X", "Y", "Z", "A"])",
+       out + "  caused by 0: The file's axis 'C' is its second rotary axis, and the machine has "
+             "one.\n"},
+      {R"("axes": 5)", out + "  caused by 0: The file's axis 'A' is none of 'C', 'B'.\n"},
+      {R"("axes": 3)",
+       out + "  caused by 0: The file's axis 'A' is a rotary axis, and the machine has none.\n"},
+      {R"("axes": 5, "names": ["U", "Y", "Z", "C", "A"])",
+       "error 5037: A translation axis missing in xml.\n"
+       "  caused by 0: The file's axis 'X' is none of 'U', 'Y', 'Z'.\n"},
+      {R"("axes": 5, "names": ["X", "Y", "Z", "C"])",
+       "error 5003: The number of axes names is invalid.\n"
+       "  caused by 0: The machine has 5 axes and 4 names.\n"},
+      {five + R"(, "minLimits": [0, 0, 0], "maxLimits": [1, 1, 1])",
+       no + "rotary[0].direction" + taken + "[0, 0, -1]\n" + no + "rotary[0].pivot" + taken +
+           "[0, 0, 0]\n" + no + "rotary[0].min" + taken + "-100000\n" + no + "rotary[0].max" +
+           taken + "100000\n" + second},
+  };
+  for (const auto& c : cases) {
+    std::filesystem::copy_file(std::string(KANDREL_SOURCE_DIR) + "/machines/trunnion_ca.xml", file,
+                               std::filesystem::copy_options::overwrite_existing);
+    tests::WriteFile(json, "{" + c.json + "}");
+    const Outcome run = RunLine("machine overwrite " + file + " --from " + json);
+    const bool isError = c.told.starts_with("error");
+    EXPECT_EQ(run.exitCode, isError ? 1 : 0);
+    EXPECT_EQ(run.failure, c.told + (isError ? "  caused by 0: " + file + "\n" : "")) << c.json;
+  }
+}
+
+// The example of the page moves the tool over the part as it is told to.
+TEST(MachineDescriptions, PostTheExampleOfTheirPage) {
+  const tests::ScratchFolder scratch;
+  const std::string page = tests::FileText(KANDREL_SOURCE_DIR "/docs/machine-files.md");
+  const std::size_t begin = page.find("<?xml");
+  tests::WriteFile(scratch.Path("mill.xml"), page.substr(begin, page.find("```", begin) - begin));
+  tests::WriteFile(scratch.Path("m.cl"), "RAPID\nGOTO/10,20,5\nFINI\n");
+  const Outcome run = RunLine("post -m " + scratch.Path("mill.xml") + " -t " +
+                              scratch.Path("m.cl") + " -o " + scratch.Path("out"));
+  ASSERT_EQ(run.exitCode, 0) << run.failure;
+  EXPECT_NE(
+      tests::FileText(scratch.Path("out/posted.nc")).find("G0 X10.0000 Y20.0000 Z5.0000 C0.0000\n"),
+      std::string::npos);
+}
+
+TEST(MachineDescriptions, NameTheFileAndTheReasonWhereTheyCantBeRead) {
+  const tests::ScratchFolder scratch;
+  const std::string good = tests::FileText(std::string(KANDREL_SOURCE_DIR) + "/machines/mill3.xml");
+  const std::string none = "error 0: Xml file not found.\n";
+  std::filesystem::create_directories(scratch.Path("folder.xml"));
+  tests::WriteSettingsFile(scratch.Path("cut.kds"),
+                           kandrel_post::MakePreset("mill3_metric").builder);
+  const struct {
+    std::string file, bytes, settings, told, blamed;
+  } cases[] = {
+      {"folder.xml", "", "", none + "  caused by 0: It is a folder.\n", "folder.xml"},
+      {"empty.xml", "", "", none + "  caused by 0: The file is empty.\n", "empty.xml"},
+      {"cut.xml", "<a>\n<b>\n</a>", "",
+       none + "  caused by 0: XML_ERROR_MISMATCHED_ELEMENT in line 2\n", "cut.xml"},
+      {"kds.xml", good, "KDS", "error 2148: Unexpected end of input stream!\n", "kds.kds"},
+      {"MILL.XML", good, "",
+       "error 5300: Wrong xml file passed to function zvMachDefReader::Read().\n"
+       "  caused by 0: The ending .xml has to be in small letters, as has .kds.\n",
+       "MILL.XML"},
+      {"Mill.Xml", good, "",
+       "error 5300: Wrong xml file passed to function zvMachDefReader::Read().\n"
+       "  caused by 0: The ending .xml has to be in small letters, as has .kds.\n",
+       "Mill.Xml"},
+  };
+  for (const auto& c : cases) {
+    const std::string file = scratch.Path(c.file);
+    if (!std::filesystem::is_directory(file)) tests::WriteFile(file, c.bytes);
+    const std::string settings = std::filesystem::path(file).replace_extension("kds").string();
+    if (!c.settings.empty()) tests::WriteFile(settings, c.settings);
+    EXPECT_EQ(RunLine("machine show " + file).failure,
+              c.told + "  caused by 0: " + scratch.Path(c.blamed) + "\n");
+  }
 }
 
 }  // namespace

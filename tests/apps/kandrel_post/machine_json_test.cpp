@@ -17,11 +17,11 @@ using tests::Flat;
 using tests::Numbers;
 
 kandrel_post::MachineValues Values(std::string_view text) {
-  return ValuesOf(*ParseMachine(text, "m.json").GetMachDef());
+  return ValuesOf(*ParseMachine(text, "m.json").builder.GetMachDef());
 }
 
 TEST(MachineJson, ReadsEveryKeyAndTakesDefaultsForOthers) {
-  const auto builder = ParseMachine(tests::Cases("machine_good.txt").at(0).at(0), "m.json");
+  const auto builder = ParseMachine(tests::Cases("machine_good.txt").at(0).at(0), "m.json").builder;
   const std::vector<std::wstring> names{L"X", L"Y", L"Z", L"C", L"A"};
   EXPECT_EQ(builder.GetAxisNames(), names);
   const auto flat = [](const auto& v) {
@@ -52,10 +52,10 @@ TEST(MachineJson, PrintsAFormThatReadsBackForEveryClass) {
     EXPECT_FALSE(preset.description.empty()) << preset.name;
   }
   for (const auto& c : tests::Cases("machine_good.txt"))
-    machines.push_back({"given", ParseMachine(c.at(0), "m.json")});
+    machines.push_back(ParseMachine(c.at(0), "m.json"));
   for (const Machine& machine : machines) {
     const std::string json = MachineToJson(machine);
-    const Machine again{machine.name, ParseMachine(json, "again")};
+    const Machine again = ParseMachine(json, "again");
     EXPECT_EQ(MachineToJson(again), json);
     const auto values = ValuesOf(*machine.builder.GetMachDef());
     EXPECT_EQ(ValuesOf(*again.builder.GetMachDef()), values) << json;

@@ -16,9 +16,11 @@ using Point = cadcam::zvTPoint3d<double>;
 
 // A trunnion whose table turns about a direction that is no unit vector.
 post::zv5axMachDef Trunnion() {
-  const auto builder = kandrel_post::ParseMachine(
-      R"({"axes": 5, "fiveAxisKind": 3, "rotary": [{"direction": [0,0,2]}, {"direction": [1,0,0]}]})",
-      "trunnion");
+  const auto builder =
+      kandrel_post::ParseMachine(
+          R"({"axes": 5, "fiveAxisKind": 3, "rotary": [{"direction": [0,0,2]}, {"direction": [1,0,0]}]})",
+          "trunnion")
+          .builder;
   return post::zvMachDefUtils::Cast5ax(*builder.GetMachDef());
 }
 
