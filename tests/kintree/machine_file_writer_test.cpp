@@ -8,9 +8,7 @@
 #include <tests/support/comma_locale.h>
 #include <tests/support/numbers.h>
 #include <tests/support/scratch_folder.h>
-#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
-#include <unistd.h>
 
 namespace kintree {
 namespace {
@@ -49,17 +47,12 @@ const std::string kRed = "clrr=\"1.00000000\" clrg=\"0.00000000\" clrb=\"0.00000
 const std::string kSurface =
     "alpha=\"0.00000000\" reflectivity=\"0.00000000\" reflectivityBitmapFileName=\"\"";
 
-struct WriteCase {
-  std::string body;
-  std::string written;
-};
-
 TEST(MachineFileWriter, EachObjectIsAnElement) {
   const std::string partColours =
       "cuttr=\"1.00000000\" cuttg=\"0.50196081\" cuttb=\"0.00000000\" noncuttr=\"0.50000000\" "
       "noncuttg=\"0.50000000\" noncuttb=\"0.50000000\" arborr=\"0.75294119\" arborg=\"0.00000000\" "
       "arborb=\"0.00000000\" holderr=\"0.00000000\" holderg=\"1.00000000\" holderb=\"1.00000000\" ";
-  const WriteCase cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {Axis("X"), "<axis id=\"X\" type=\"translation\" " + kX + kLimits + "valuetype=\"cont\"/>"},
       {"<axis id='B' type='rotation' x='0' y='3' z='4' rzx='1' rzy='2' rzz='-.5' minvalue='1e-9' "
        "maxvalue='1e9' valuetype='discrete_stepped' step='0.125' show_slider='no'/>",
@@ -95,16 +88,12 @@ TEST(MachineFileWriter, EachObjectIsAnElement) {
       {"<geometry name='tool' cuttr='0' cuttg='0' cuttb='0' holderr='1' alpha='.5'/>",
        "<geometry name=\"tool\" objtype=\"tool\" " + partColours +
            "alpha=\"0.50000000\" reflectivity=\"0.00000000\" reflectivityBitmapFileName=\"\"/>"},
-      {"<!-- gone --><other/>" + Axis("\"'&lt;&amp;&#233;&#322;"),
+      {"<!-- gone --><other/>" + Axis("&quot;&apos;&lt;&amp;&#233;&#322;", "type='Rotation'"),
        "<axis id=\"&quot;'&lt;&amp;\xE9&#322;\" type=\"translation\" " + kX + kLimits +
            "valuetype=\"cont\"/>"},
   };
-  for (WriteCase c : cases) {
-    // A single quote can't stand in the attribute's own.
-    if (const auto at = c.body.find("\"'&lt;"); at != std::string::npos)
-      c.body.replace(at, 2, "&quot;&apos;");
-    EXPECT_EQ(Rewritten(c.body), kData + "    " + c.written + "\n");
-  }
+  for (const auto& [body, written] : cases)
+    EXPECT_EQ(Rewritten(body), kData + "    " + written + "\n");
 }
 
 TEST(MachineFileWriter, ElementsStandInTheirOrderAndNested) {
@@ -152,56 +141,6 @@ TEST(MachineFileWriter, VersionsRiseToTheNewest) {
         Rewritten("", std::string("name='m' units='metric' version='") + version + "'");
     EXPECT_EQ(text, "    <machine_data name=\"m\" version=\"" + std::string(written) +
                         "\" units=\"metric\"/>\n");
-  }
-}
-
-// Toolpaths of old files among them, which have no file.
-TEST(MachineFileWriter, WhatWasWrittenOnceIsWrittenAgainByteByByte) {
-  const tests::ScratchFolder folder;
-  const tests::Reports reports;
-  std::string body =
-      "<transform id='workpiece_transform'/><base name='base' geo='b.stl' clrr='.1' "
-      "clrg='.2' clrb='.3'><transform id='t' initialvalue='0,0,1,1.1,0,1,0,-2.2,-1,"
-      "0,0,3.3,0,0,0,1'><geometry name='tool'/></transform></base>" +
-      Geometry("workpiece", "") + Geometry("i", "objtype='initialstock'");
-  for (const char* id : {"A", "B"})
-    body += std::string("<axis id='") + id +
-            "' type='rotation' x='0' y='-3' z='4' rzx='0.1' rzy='123456.7' rzz='-1e-7' "
-            "minvalue='-0.1' maxvalue='359.999999999' valuetype='discrete_list' values='0,0.1'/>";
-  body += "<collcheck id='c' group1='base,tool' group2='A'/>";
-  for (const char* version : {"1.3", "1.4"}) {
-    const Machine machine = tests::ReadBody(
-        body, "name='\xC5\x82' units='inch' version='" + std::string(version) + "'");
-    const std::string first = Written(*machine, folder);
-    const std::string second =
-        Written(*zvV2XMLReader(folder.WidePath("out.xml")).Read(nullptr), folder);
-    EXPECT_EQ(second, first);
-    EXPECT_EQ(Written(*zvV2XMLReader(folder.WidePath("out.xml")).Read(nullptr), folder), first);
-  }
-}
-
-// Each reading brings them to length 1 in single precision, which may turn the last bit to and fro.
-TEST(MachineFileWriter, SkewDirectionsStayWhereTheyAre) {
-  tests::Seeded random;
-  for (int i = 0; i < 300; ++i) {
-    const auto d = random.UnitVector();
-    zvKintreeMachDef machine(zvUnitsFactory::metric);
-    machine.AddObject(misc::MakeAutoPointer<mkdTranslationalAxis>(
-                          L"X",
-                          mkdAxis::Vector{static_cast<float>(d.x), static_cast<float>(d.y),
-                                          static_cast<float>(d.z)},
-                          zvUnitsFactory::metric),
-                      nullptr);
-    std::string text = zvV2XMLWriter(machine, L"m.xml").GetBytes();
-    Machine again;
-    for (int cycle = 0; cycle < 10; ++cycle) {
-      again = zvV2XMLReader(L"m.xml").ReadBytes(text, nullptr);
-      text = zvV2XMLWriter(*again, L"m.xml").GetBytes();
-    }
-    const auto& read = As<mkdAxis>(again, L"X").GetInitialDirection();
-    EXPECT_NEAR(read.x, d.x, 2e-7);
-    EXPECT_NEAR(read.y, d.y, 2e-7);
-    EXPECT_NEAR(read.z, d.z, 2e-7);
   }
 }
 
@@ -287,6 +226,7 @@ TEST(MachineFileWriter, AFileIsReplacedWholeAndKeepsItsPermissions) {
   std::filesystem::permissions(folder.Path("real.xml"), std::filesystem::perms(0640));
   std::filesystem::create_symlink("real.xml", folder.Path("out.xml"));
   const std::string text = Written(*tests::ReadBody(Axis("X")), folder);
+  EXPECT_NE(text, "old");
   EXPECT_EQ(tests::FileText(folder.Path("real.xml")), text);
   EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("out.xml")));
   EXPECT_EQ(std::filesystem::status(folder.Path("real.xml")).permissions(),
@@ -343,10 +283,6 @@ TEST(MachineFileWriter, WhatTheSystemRefusesIsToldByTheFile) {
        {folder.WidePath(""), folder.WidePath("no/out.xml"), std::wstring(L"/dev/full")})
     EXPECT_TRUE(tests::ThrowsId<zvFileAccessException>(
         write(path), 0, L"File '" + path + L"' could not be written."));
-  if (::geteuid() == 0) return;  // root writes everywhere
-  std::filesystem::permissions(folder.Path(""), std::filesystem::perms(0500));
-  EXPECT_TRUE(tests::ThrowsId<zvFileAccessException>(write(folder.WidePath("out.xml")), 0));
-  std::filesystem::permissions(folder.Path(""), std::filesystem::perms(0700));
 }
 
 TEST(MachineFileWriter, NothingDependsOnTheLocale) {

@@ -11,6 +11,7 @@
 #include <tests/kintree/machine_files.h>
 #include <tests/support/kinematics.h>
 #include <tests/support/memory_streams.h>
+#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/seeded.h>
@@ -29,38 +30,22 @@ struct Sample {
   const char* file;
   std::wstring axes;
   Point partZero;
-  Point low, high;
-  std::vector<Range> turns;
+  Numbers limits;
 };
 
-const Range kRound{-kEndless, kEndless};
 const Sample kSamples[] = {
-    {"mill3", L"XYZ", {-170, -120, 0}, {-500, -400, -300}, {500, 400, 300}, {}},
-    {"mill4_table_a", L"XYZA", {-100, 0, 0}, {-500, -400, -300}, {500, 400, 500}, {kRound}},
-    {"trunnion_ca",
-     L"XYZCA",
-     {0, 0, 60},
-     {-500, -400, -300},
-     {500, 400, 700},
-     {kRound, {-120, 30}}},
+    {"mill3", L"XYZ", {-170, -120, 0}, {-500, 500, -400, 400, -300, 300}},
+    {"mill4_table_a", L"XYZA", {-100, 0, 0}, {-500, 500, -400, 400, -300, 500, -1e5, 1e5}},
+    {"trunnion_ca", L"XYZCA", {0, 0, 60}, {-500, 500, -400, 400, -300, 700, -1e5, 1e5, -120, 30}},
     {"head_table_bc",
      L"XYZCB",
      {0, 0, 60},
-     {-600, -400, -400},
-     {600, 400, 900},
-     {kRound, {-110, 110}}},
+     {-600, 600, -400, 400, -400, 900, -1e5, 1e5, -110, 110}},
     {"nutating_head_cb",
      L"XYZCB",
      {0, 0, 60},
-     {-1500, -1000, -500},
-     {1500, 1000, 1200},
-     {{-360, 360}, {-180, 180}}},
-    {"fork_ca",
-     L"XYZCA",
-     {0, 0, 60},
-     {-1500, -1000, -500},
-     {1500, 1000, 1200},
-     {{-360, 360}, {-110, 110}}},
+     {-1500, 1500, -1000, 1000, -500, 1200, -360, 360, -180, 180}},
+    {"fork_ca", L"XYZCA", {0, 0, 60}, {-1500, 1500, -1000, 1000, -500, 1200, -360, 360, -110, 110}},
 };
 
 std::wstring PathOf(const Sample& sample) {
@@ -184,17 +169,20 @@ TEST(SampleMachines, AreThoseOfTheFolderWithTheirBodiesAndLimits) {
 
     const post::zvMachDefBuilder definition = zvMachDefReader(PathOf(sample)).Read();
     std::wstring names;
-    std::vector<Range> ranges;
+    Numbers limits;
     for (const std::wstring& name : definition.GetAxisNames()) {
       const auto& axis = As<mkdAxis>(machine, name);
       names += name;
-      ranges.emplace_back(axis.GetMinimum(), axis.GetMaximum());
+      limits.insert(limits.end(), {axis.GetMinimum(), axis.GetMaximum()});
     }
     EXPECT_EQ(names, sample.axes);
-    EXPECT_EQ(definition.GetMachDef()->GetMinLimits(), sample.low);
-    EXPECT_EQ(definition.GetMachDef()->GetMaxLimits(), sample.high);
-    ranges.erase(ranges.begin(), ranges.begin() + 3);
-    EXPECT_EQ(ranges, sample.turns);
+    EXPECT_EQ(limits, sample.limits);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(definition.GetMachDef()->GetMinLimits()[i],
+                limits[2 * static_cast<std::size_t>(i)]);
+      EXPECT_EQ(definition.GetMachDef()->GetMaxLimits()[i],
+                limits[2 * static_cast<std::size_t>(i) + 1]);
+    }
   }
 }
 
