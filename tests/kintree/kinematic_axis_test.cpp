@@ -114,10 +114,10 @@ TEST(KinematicAxis, TheWorldTurnsTheCurrentDirectionAndNotTheInitialOne) {
   world->SetValue(-90);
   mkdMatrix turn = world->GetLocalTransform();
   turn(0, 3) = 1000;  // a shift is nothing to a direction
-  const auto axis = Slide(L"X");
+  const auto axis = Slide(L"X", {0.6f, 0.8f, 0});
   axis->SetWorldTransform(turn);
-  EXPECT_EQ(axis->GetCurrentDirection(), FloatVector(0, -1, 0));
-  EXPECT_EQ(axis->GetInitialDirection(), FloatVector(1, 0, 0));
+  EXPECT_EQ(axis->GetCurrentDirection(), FloatVector(0.8f, -0.6f, 0));
+  EXPECT_EQ(axis->GetInitialDirection(), FloatVector(0.6f, 0.8f, 0));
   EXPECT_EQ(axis->GetLocalTransform(), mkdMatrix::Identity());
 }
 

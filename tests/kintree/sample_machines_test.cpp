@@ -227,8 +227,8 @@ void Disturb(const Machine& machine, Seeded& random) {
 
 TEST(SampleMachines, OfAnyDirectionsAndPivotsFollowItToo) {
   Seeded random;
-  const ScratchFolder folder;
   for (int round = 0; round < 60; ++round) {
+    const ScratchFolder folder;
     const Sample& sample = kSamples[static_cast<std::size_t>(round) % std::size(kSamples)];
     SCOPED_TRACE(sample.file);
     const Machine machine = ReadFile(PathOf(sample));
@@ -253,9 +253,9 @@ void AddShuffled(const mkdKinematicNode& from, kintree::zvKintreeMachDef& to, Se
 
 TEST(SampleMachines, AreTheSameWhateverTheOrderOfTheBranches) {
   Seeded random;
-  const ScratchFolder folder;
   for (const Sample& sample : kSamples) {
     SCOPED_TRACE(sample.file);
+    const ScratchFolder folder;
     const Machine machine = ReadFile(PathOf(sample));
     const std::string wanted = BytesOf(zvMachDefReader(PathOf(sample)).Read());
     bool isToolFirst = false, isToolLast = false;
