@@ -44,12 +44,13 @@ zvKintreeMachDef& zvKintreeMachDef::operator=(const zvKintreeMachDef& other) {
 
 void zvKintreeMachDef::AddObject(const mkdKinematicObjectPointer& object,
                                  const mkdKinematicObjectPointer& parent) {
-  if (m_objects.contains(object->GetName()))
+  const auto next = m_objects.lower_bound(object->GetName());
+  if (next != m_objects.end() && next->first == object->GetName())
     throw zvMachineSimulatorException(zvMachineSimulatorException::kDuplicateIdentifier,
                                       object->GetName());
   const Node& node = m_tree->Add(object, parent.Get());
   try {
-    zvObjMapFiller(m_objects).Enter(node);
+    zvObjMapFiller(m_objects).Enter(node, next);
   } catch (...) {
     m_tree->Remove(*object);
     throw;

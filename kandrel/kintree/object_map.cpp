@@ -4,17 +4,21 @@
 #include <kandrel/kintree/kintree_exception.h>
 #include <kandrel/kintree/object_map.h>
 
+#include <utility>
+
 namespace kintree {
 
-void zvObjMapFiller::Enter(const mkdKinematicNode& node) {
+void zvObjMapFiller::Enter(const mkdKinematicNode& node, zvObjectMap::const_iterator next) {
   m_node = &node;
+  m_next = next;
   const mkdKinematicObject& object = *node.GetValue();
   object.AcceptVisitor(*this);
 }
 
 void zvObjMapFiller::Take(const mkdKinematicObject& object) {
   if (m_node == nullptr || m_node->GetValue().Get() != &object) return;
-  m_map->try_emplace(object.GetName(), zvObjectEntry{m_node->GetValue(), m_node});
+  const auto next = std::exchange(m_next, m_map->end());  // it may go while this object lives
+  m_map->try_emplace(next, object.GetName(), zvObjectEntry{m_node->GetValue(), m_node});
 }
 
 void zvObjMapFiller::Visit(const mkdInitialStock& object) {

@@ -24,10 +24,12 @@ using zvObjectMap = std::map<std::wstring, zvObjectEntry, std::less<>>;
 class KANDREL_API zvObjMapFiller final : public mkdKOConstVisitor {
  public:
   /// The map outlives the object.
-  explicit zvObjMapFiller(zvObjectMap& map) : m_map(&map) {}
+  explicit zvObjMapFiller(zvObjectMap& map) : m_map(&map), m_next(map.end()) {}
 
   /// Lets the node's object accept this visitor, and so enters it.
-  void Enter(const mkdKinematicNode& node);
+  void Enter(const mkdKinematicNode& node) { Enter(node, m_map->end()); }
+  /// Does so in constant time where `next` is what the name comes in front of.
+  void Enter(const mkdKinematicNode& node, zvObjectMap::const_iterator next);
 
   /// Enter the object of the node given last; nothing without one, or for another object.
   void Visit(const mkdInitialStock& object) override;
@@ -47,6 +49,7 @@ class KANDREL_API zvObjMapFiller final : public mkdKOConstVisitor {
 
   zvObjectMap* m_map;
   const mkdKinematicNode* m_node = nullptr;
+  zvObjectMap::const_iterator m_next;
 };
 
 }  // namespace kintree

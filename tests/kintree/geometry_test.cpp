@@ -34,18 +34,6 @@ TEST(Geometry, MeshesAndGraphicsAreSharedAndChangeTheirUnitsOnce) {
   mkdPolygonalGeometry(L"", nullptr, L"", kMetric).SetUnits(kInch);
 }
 
-TEST(Geometry, LooksAreWhatTheyWereSetTo) {
-  mkdPolygonalGeometry body(L"body", nullptr, L"", kMetric);
-  EXPECT_TRUE(body.IsVisible());
-  body.SetVisible(false);
-  const zvAppearance red{{1, 0, 0}, 0.5f, 0.25f, L"b.bmp"}, blue{{0, 0, 1}};
-  body.SetAppearance(red);
-  body.SetDefaultAppearance(blue);
-  EXPECT_FALSE(body.IsVisible());
-  EXPECT_EQ(body.GetAppearance(), red);
-  EXPECT_EQ(body.GetDefaultAppearance(), blue);
-}
-
 TEST(Geometry, AStockCountsTheMeshesThatFollowTheFirst) {
   mkdStockGeometry stock(L"stock", nullptr, L"", kMetric);
   EXPECT_EQ(stock.GetMeshVersion(), 0u);

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <kandrel/kintree/kintree_exception.h>
-#include <kandrel/misc/host_hooks.h>
 
 namespace kintree {
 namespace {
@@ -21,18 +20,6 @@ TEST(KintreeException, FailuresOfFilesNameTheElementOrTheAccess) {
     EXPECT_EQ(file.GetDetail(), access);
     EXPECT_EQ(file.GetId(), 0u);
   }
-}
-
-TEST(KintreeException, TheHostMayBringItsOwnTexts) {
-  misc::SetMessageTextHook(
-      [](std::wstring_view section, std::uint32_t id, std::wstring& text) noexcept {
-        if (section != L"ErrorMessages" || id != 10) return false;
-        text = L"Objekt nicht gefunden";
-        return true;
-      });
-  EXPECT_EQ(zvMachineSimulatorException(0, L"A").GetMessage(), L"Objekt nicht gefunden (A)");
-  EXPECT_EQ(zvMachineSimulatorException(2).GetMessage(), L"Invalid axis");
-  misc::SetMessageTextHook(nullptr);
 }
 
 }  // namespace

@@ -28,15 +28,6 @@ class Recorder final : public zvKintreeMachDefObserver {
   bool wasThere = true;
 };
 
-TEST(KintreeMachDef, StartsEmptyInVersion1Point4) {
-  const zvKintreeMachDef machine(kInch);
-  EXPECT_EQ(machine.GetUnits(), kInch);
-  EXPECT_EQ(machine.GetVersion(), 1.4f);
-  EXPECT_EQ(machine.GetWriterVersion(), 1.4f);
-  EXPECT_EQ(machine.GetTree().GetSize(), 0u);
-  EXPECT_TRUE(machine.IsSliderShown(L"X"));
-}
-
 TEST(KintreeMachDef, ASecondObjectOfANameIsRefusedAndTheFirstStays) {
   zvKintreeMachDef machine(kMetric);
   Recorder recorder;
@@ -74,18 +65,6 @@ TEST(KintreeMachDef, AnObjectOfNoClassOfItsOwnIsRefusedAndLeavesNothing) {
                                                        L"Cannot visit abstract class"));
   EXPECT_EQ(machine.GetTree().GetSize(), 0u);
   EXPECT_EQ(machine.GetObjectMap().size(), 0u);
-}
-
-TEST(KintreeMachDef, AddingMovesNothing) {
-  zvKintreeMachDef machine(kMetric);
-  const auto x = Slide(L"X");
-  x->SetValue(5);
-  x->SetMinimum(7);
-  const auto body = Body(L"body");
-  machine.AddObject(x, nullptr);
-  machine.AddObject(body, x);
-  EXPECT_EQ(body->GetWorldTransform(), mkdMatrix::Identity());
-  EXPECT_EQ(x->GetValueState().requested, 5);
 }
 
 TEST(KintreeMachDef, ACopyHasItsOwnTreeAndNamesAndSharesTheObjects) {
@@ -154,17 +133,6 @@ TEST(KintreeMachDef, UnitsGoOnToTheObjectsUnlessOnlyTheLabelChanges) {
   EXPECT_EQ(a->GetPivot().z, 10);
   EXPECT_TRUE(ThrowsId<measures::zvmeasuresException>(
       [&] { machine.SetUnits(static_cast<measures::zvUnitsFactory::Units>(3)); }, 2141));
-}
-
-TEST(KintreeMachDef, CollisionChecksAndSlidersAreKeptByName) {
-  zvKintreeMachDef machine(kMetric);
-  machine.SetCollisionCheck(L"c", {L"old", {}, {}});
-  machine.SetCollisionCheck(L"c", {L"new", {zvCollisionGroup::isStatic, {L"a", L"b"}}, {}});
-  ASSERT_EQ(machine.GetCollisionChecks().size(), 1u);
-  EXPECT_EQ(machine.GetCollisionChecks().at(L"c").name, L"new");
-  machine.HideSlider(L"Z");
-  EXPECT_FALSE(machine.IsSliderShown(L"Z"));
-  EXPECT_FALSE(machine.GetHiddenSliders().at(L"Z"));
 }
 
 // A look through all others for each of them would take an hour.

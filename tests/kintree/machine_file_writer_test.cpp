@@ -8,9 +8,7 @@
 #include <tests/support/comma_locale.h>
 #include <tests/support/numbers.h>
 #include <tests/support/scratch_folder.h>
-#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
-#include <unistd.h>
 
 namespace kintree {
 namespace {
@@ -28,84 +26,8 @@ std::string Written(const zvKintreeMachDef& machine, const tests::ScratchFolder&
   return tests::FileText(folder.Path(name));
 }
 
-/// What the body of a file is written as, without the frame around it.
-std::string Rewritten(const std::string& body,
-                      const std::string& data = "name='m' version='1.4' units='metric'") {
-  const tests::ScratchFolder folder;
-  const tests::Reports reports;
-  std::string text = Written(*tests::ReadBody(body, data), folder);
-  const std::string head =
-      "<?xml version=\"1.0\" encoding=\"iso-8859-1\"?>\n<machine_definition>\n";
-  const std::string tail = "</machine_definition>\n";
-  EXPECT_EQ(text.substr(0, head.size()), head);
-  EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
-  return text.substr(head.size(), text.size() - head.size() - tail.size());
-}
-
-const std::string kData = "    <machine_data name=\"m\" version=\"1.4\" units=\"metric\"/>\n";
 const std::string kLimits = "minvalue=\"-1000.00000000\" maxvalue=\"1000.00000000\" ";
 const std::string kX = "x=\"1.00000000\" y=\"0.00000000\" z=\"0.00000000\" ";
-const std::string kRed = "clrr=\"1.00000000\" clrg=\"0.00000000\" clrb=\"0.00000000\" ";
-const std::string kSurface =
-    "alpha=\"0.00000000\" reflectivity=\"0.00000000\" reflectivityBitmapFileName=\"\"";
-
-struct WriteCase {
-  std::string body;
-  std::string written;
-};
-
-TEST(MachineFileWriter, EachObjectIsAnElement) {
-  const std::string partColours =
-      "cuttr=\"1.00000000\" cuttg=\"0.50196081\" cuttb=\"0.00000000\" noncuttr=\"0.50000000\" "
-      "noncuttg=\"0.50000000\" noncuttb=\"0.50000000\" arborr=\"0.75294119\" arborg=\"0.00000000\" "
-      "arborb=\"0.00000000\" holderr=\"0.00000000\" holderg=\"1.00000000\" holderb=\"1.00000000\" ";
-  const WriteCase cases[] = {
-      {Axis("X"), "<axis id=\"X\" type=\"translation\" " + kX + kLimits + "valuetype=\"cont\"/>"},
-      {"<axis id='B' type='rotation' x='0' y='3' z='4' rzx='1' rzy='2' rzz='-.5' minvalue='1e-9' "
-       "maxvalue='1e9' valuetype='discrete_stepped' step='0.125' show_slider='no'/>",
-       "<axis id=\"B\" type=\"rotation\" x=\"0.00000000\" y=\"0.60000002\" z=\"0.80000001\" "
-       "rzx=\"1.00000000\" rzy=\"2.00000000\" rzz=\"-0.50000000\" minvalue=\"0.00000000\" "
-       "maxvalue=\"1000000000.00000000\" valuetype=\"discrete_stepped\" step=\"0.12500000\" "
-       "show_slider=\"false\"/>"},
-      {Axis("X", "show_slider='true' valuetype='discrete_list' values='1,2.5' other='1'"),
-       "<axis id=\"X\" type=\"translation\" " + kX + kLimits +
-           "valuetype=\"discrete_list\" values=\"1.00000000,2.50000000\"/>"},
-      {"<transform id='T' initialvalue='0,-1,0,10.5,1,0,0,0,0,0,1,0,0,0,0,1'/>",
-       "<transform id=\"T\" initialvalue=\"0.00000000,-1.00000000,0.00000000,10.50000000,"
-       "1.00000000,0.00000000,0.00000000,0.00000000,0.00000000,0.00000000,1.00000000,0.00000000,"
-       "0.00000000,0.00000000,0.00000000,1.00000000\"/>"},
-      {"<transform id='T' initialvalue='2,2'/>",
-       "<transform id=\"T\" initialvalue=\"1.00000000,0.00000000,0.00000000,0.00000000,"
-       "0.00000000,1.00000000,0.00000000,0.00000000,0.00000000,0.00000000,1.00000000,0.00000000,"
-       "0.00000000,0.00000000,0.00000000,1.00000000\"/>"},
-      {"<base name='b' geo='sub\\B.stl' clrr='1' clrg='0' clrb='0' alpha='0.5' "
-       "reflectivityBitmapFileName='../r.bmp' reflectivity='.25'/>",
-       "<geometry name=\"b\" objtype=\"geometry\" geo=\"B.stl\" " + kRed +
-           "alpha=\"0.50000000\" reflectivity=\"0.25000000\" "
-           "reflectivityBitmapFileName=\"r.bmp\"/>"},
-      {Geometry("werkstueck", "geo='..'"),
-       "<geometry name=\"werkstueck\" objtype=\"workpiece\" geo=\"\" " + kRed + kSurface + "/>"},
-      {Geometry("stock", ""),
-       "<geometry name=\"stock\" objtype=\"stock\" geo=\"\" " + kRed + kSurface + "/>"},
-      {Geometry("i", "objtype='initialstock'"),
-       "<geometry name=\"i\" objtype=\"initialstock\" geo=\"\" " + kRed + kSurface + "/>"},
-      {Geometry("p", "geo='p.asc' schema='s/p.scm'"),
-       "<geometry name=\"p\" objtype=\"toolpath\" geo=\"p.asc\" " + kRed + kSurface +
-           " schema=\"p.scm\"/>"},
-      {"<geometry name='tool' cuttr='0' cuttg='0' cuttb='0' holderr='1' alpha='.5'/>",
-       "<geometry name=\"tool\" objtype=\"tool\" " + partColours +
-           "alpha=\"0.50000000\" reflectivity=\"0.00000000\" reflectivityBitmapFileName=\"\"/>"},
-      {"<!-- gone --><other/>" + Axis("\"'&lt;&amp;&#233;&#322;"),
-       "<axis id=\"&quot;'&lt;&amp;\xE9&#322;\" type=\"translation\" " + kX + kLimits +
-           "valuetype=\"cont\"/>"},
-  };
-  for (WriteCase c : cases) {
-    // A single quote can't stand in the attribute's own.
-    if (const auto at = c.body.find("\"'&lt;"); at != std::string::npos)
-      c.body.replace(at, 2, "&quot;&apos;");
-    EXPECT_EQ(Rewritten(c.body), kData + "    " + c.written + "\n");
-  }
-}
 
 TEST(MachineFileWriter, ElementsStandInTheirOrderAndNested) {
   const tests::ScratchFolder folder;
@@ -143,66 +65,6 @@ TEST(MachineFileWriter, ElementsStandInTheirOrderAndNested) {
     std::string text = expected;  // a name is not read
     return text.replace(text.find("named"), 5, "1");
   }());
-}
-
-TEST(MachineFileWriter, VersionsRiseToTheNewest) {
-  for (const auto& [version, written] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"1.0", "1.4"}, {"1.3", "1.4"}, {"1.4", "1.4"}, {"1.45", "1.5"}, {"2.04", "2.0"}}) {
-    const std::string text =
-        Rewritten("", std::string("name='m' units='metric' version='") + version + "'");
-    EXPECT_EQ(text, "    <machine_data name=\"m\" version=\"" + std::string(written) +
-                        "\" units=\"metric\"/>\n");
-  }
-}
-
-// Toolpaths of old files among them, which have no file.
-TEST(MachineFileWriter, WhatWasWrittenOnceIsWrittenAgainByteByByte) {
-  const tests::ScratchFolder folder;
-  const tests::Reports reports;
-  std::string body =
-      "<transform id='workpiece_transform'/><base name='base' geo='b.stl' clrr='.1' "
-      "clrg='.2' clrb='.3'><transform id='t' initialvalue='0,0,1,1.1,0,1,0,-2.2,-1,"
-      "0,0,3.3,0,0,0,1'><geometry name='tool'/></transform></base>" +
-      Geometry("workpiece", "") + Geometry("i", "objtype='initialstock'");
-  for (const char* id : {"A", "B"})
-    body += std::string("<axis id='") + id +
-            "' type='rotation' x='0' y='-3' z='4' rzx='0.1' rzy='123456.7' rzz='-1e-7' "
-            "minvalue='-0.1' maxvalue='359.999999999' valuetype='discrete_list' values='0,0.1'/>";
-  body += "<collcheck id='c' group1='base,tool' group2='A'/>";
-  for (const char* version : {"1.3", "1.4"}) {
-    const Machine machine = tests::ReadBody(
-        body, "name='\xC5\x82' units='inch' version='" + std::string(version) + "'");
-    const std::string first = Written(*machine, folder);
-    const std::string second =
-        Written(*zvV2XMLReader(folder.WidePath("out.xml")).Read(nullptr), folder);
-    EXPECT_EQ(second, first);
-    EXPECT_EQ(Written(*zvV2XMLReader(folder.WidePath("out.xml")).Read(nullptr), folder), first);
-  }
-}
-
-// Each reading brings them to length 1 in single precision, which may turn the last bit to and fro.
-TEST(MachineFileWriter, SkewDirectionsStayWhereTheyAre) {
-  tests::Seeded random;
-  for (int i = 0; i < 300; ++i) {
-    const auto d = random.UnitVector();
-    zvKintreeMachDef machine(zvUnitsFactory::metric);
-    machine.AddObject(misc::MakeAutoPointer<mkdTranslationalAxis>(
-                          L"X",
-                          mkdAxis::Vector{static_cast<float>(d.x), static_cast<float>(d.y),
-                                          static_cast<float>(d.z)},
-                          zvUnitsFactory::metric),
-                      nullptr);
-    std::string text = zvV2XMLWriter(machine, L"m.xml").GetBytes();
-    Machine again;
-    for (int cycle = 0; cycle < 10; ++cycle) {
-      again = zvV2XMLReader(L"m.xml").ReadBytes(text, nullptr);
-      text = zvV2XMLWriter(*again, L"m.xml").GetBytes();
-    }
-    const auto& read = As<mkdAxis>(again, L"X").GetInitialDirection();
-    EXPECT_NEAR(read.x, d.x, 2e-7);
-    EXPECT_NEAR(read.y, d.y, 2e-7);
-    EXPECT_NEAR(read.z, d.z, 2e-7);
-  }
 }
 
 TEST(MachineFileWriter, OtherReadersTakeIt) {
@@ -259,7 +121,7 @@ TEST(MachineFileWriter, MeshesWithoutAFileAreWritten) {
                                                   zvUnitsFactory::metric),
                       nullptr);
   };
-  add(L"g", 3, static_cast<mkdPolygonalGeometry*>(nullptr));
+  add(L"g", 2, static_cast<mkdPolygonalGeometry*>(nullptr));
   add(L"w", 1, static_cast<mkdWorkPiece*>(nullptr));
   add(L"s", 2, static_cast<mkdStockGeometry*>(nullptr));
   add(L"i", 3, static_cast<mkdInitialStock*>(nullptr));
@@ -269,7 +131,7 @@ TEST(MachineFileWriter, MeshesWithoutAFileAreWritten) {
                     nullptr);
   tests::WriteFile(folder.Path("s.stl"), "kept");
   Written(machine, folder);
-  const std::pair<const char*, int> cases[] = {{"g.stl", 3}, {"w.stl", 1}};
+  const std::pair<const char*, int> cases[] = {{"g.stl", 2}, {"w.stl", 1}};
   for (const auto& [name, triangles] : cases) {
     cadcam::zvTMesh<float> mesh;
     EXPECT_EQ(cadcam::LoadSTL(folder.WidePath(name), mesh),
@@ -346,6 +208,7 @@ TEST(MachineFileWriter, AFileIsReplacedWholeAndKeepsItsPermissions) {
   std::filesystem::permissions(folder.Path("real.xml"), std::filesystem::perms(0640));
   std::filesystem::create_symlink("real.xml", folder.Path("out.xml"));
   const std::string text = Written(*tests::ReadBody(Axis("X")), folder);
+  EXPECT_NE(text, "old");
   EXPECT_EQ(tests::FileText(folder.Path("real.xml")), text);
   EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("out.xml")));
   EXPECT_EQ(std::filesystem::status(folder.Path("real.xml")).permissions(),
@@ -402,18 +265,18 @@ TEST(MachineFileWriter, WhatTheSystemRefusesIsToldByTheFile) {
        {folder.WidePath(""), folder.WidePath("no/out.xml"), std::wstring(L"/dev/full")})
     EXPECT_TRUE(tests::ThrowsId<zvFileAccessException>(
         write(path), 0, L"File '" + path + L"' could not be written."));
-  if (::geteuid() == 0) return;  // root writes everywhere
-  std::filesystem::permissions(folder.Path(""), std::filesystem::perms(0500));
-  EXPECT_TRUE(tests::ThrowsId<zvFileAccessException>(write(folder.WidePath("out.xml")), 0));
-  std::filesystem::permissions(folder.Path(""), std::filesystem::perms(0700));
 }
 
 TEST(MachineFileWriter, NothingDependsOnTheLocale) {
-  const std::string body = Axis("X", "minvalue='-1.5' maxvalue='2.5'");
-  const std::string plain = Rewritten(body);
+  const auto rewritten = [] {
+    const Machine machine = tests::ReadBody(Axis("X", "minvalue='-1.5' maxvalue='2.5'"));
+    EXPECT_EQ(As<mkdAxis>(machine, L"X").GetMaximum(), 2.5);
+    return zvV2XMLWriter(*machine, L"m.xml").GetBytes();
+  };
+  const std::string plain = rewritten();
   const tests::CommaLocale locale;
   if (!locale.IsSet()) GTEST_SKIP() << "no localedef, or nothing for it to work from";
-  EXPECT_EQ(Rewritten(body), plain);
+  EXPECT_EQ(rewritten(), plain);
 }
 
 }  // namespace

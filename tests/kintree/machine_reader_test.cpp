@@ -119,6 +119,8 @@ TEST_F(MachineReader, ReadsMachinesOfFewerAxes) {
   // Up to version 1.3 there are no directions.
   EXPECT_EQ(builder.GetMachDef()->GetYAxisDirection(), Point(0, 1, 0));
   EXPECT_FALSE(m_reader.ActivateSpindleRotation());
+  Read(File(Elements("X(Y(Z(tool)))workpiece"), "1.305"));
+  EXPECT_TRUE(m_reader.ActivateSpindleRotation());
   builder = Read(File(Elements("X(Y(Z(tool)))workpiece"), "1.30000001"));
   EXPECT_EQ(builder.GetMachDef()->GetNumbersOfAxes(), post::zvMachDef::threeAxes);
   EXPECT_FALSE(m_reader.ActivateSpindleRotation());
@@ -153,6 +155,9 @@ TEST_F(MachineReader, FindsLinearAxesByNameThenByDirection) {
     EXPECT_EQ(Read(file).GetAxisNames(), c.names);
     EXPECT_EQ(m_reader.GetTranAxisFound(), c.names);
   }
+  // One that carries neither is met, and lost where the three take the first places.
+  Read(File("<axis id=\"U\" x=\"1\" y=\"0\" z=\"0\"/>" + Elements("X(Y(Z(tool)))")));
+  EXPECT_EQ(m_reader.GetTranAxisFound(), (Names{L"X", L"Y", L"Z", L"Z"}));
   // Two axes and an empty third: without directions a machine that stands still along it.
   const std::string two = Elements("X(Y(tool))");
   const auto old = Read(File(two, "1.3"));
@@ -177,6 +182,12 @@ TEST_F(MachineReader, RefusesWhatIsNoPostingMachine) {
     EXPECT_TRUE(ThrowsId<zvPostException>([&] { input.GetMachDef(); }, 5040));
     EXPECT_EQ(input.GetRotAxisFound(), (Names{L"A", L"B", L"C"}));
   }
+  // What was read once is kept.
+  tests::WriteFile(m_folder.Path("m.xml"), File(Elements("X(Y(Z(tool)))")));
+  const auto machDef = input.GetMachDef();
+  std::filesystem::remove(m_folder.Path("m.xml"));
+  EXPECT_EQ(input.GetMachDef().Get(), machDef.Get());
+  EXPECT_EQ(input.GetAxisName(), (Names{L"X", L"Y", L"Z"}));
 }
 
 TEST_F(MachineReader, TakesNamesAndSpindleOrAllFromTheSettings) {
@@ -224,28 +235,6 @@ class Overwriting : public MachineReader {
   }
   std::string Text() const { return tests::FileText(m_folder.Path("m.xml")); }
 };
-
-TEST_F(Overwriting, PutsTheNumbersIntoTheAxes) {
-  auto builder = Read(File(Elements("X(Y(Z(C(B(tool)))))workpiece"), "1.3"));
-  post::zv5axMachDef m = zvMachDefUtils::As5ax(*builder.GetMachDef());
-  m.SetMinLimits({-10, -20, -30});
-  m.SetMaxLimits({10.5, 20, 30});
-  m.SetMaxFirstAngle(77);
-  m.SetSecondRotationDirection({0, 0.6, 0.8});
-  Overwrite(m, {});  // C and B are the names of rotary axes without names
-  builder = m_reader.Read();
-  const post::zv5axMachDef& read = zvMachDefUtils::As5ax(*builder.GetMachDef());
-  EXPECT_EQ(read.GetMinLimits(), Point(-10, -20, -30));
-  EXPECT_EQ(read.GetMaxLimits(), Point(10.5, 20, 30));
-  EXPECT_EQ(read.GetMaxFirstAngle(), 77);
-  EXPECT_LT((read.GetSecondRotationDirection() - Point(0, 0.6, 0.8)).Length(), 1e-7);
-  // The first pivot of a head was relative, and is so once more.
-  EXPECT_EQ(read.GetFirstRotationPivot(), Point(-10, -1, 0));
-  EXPECT_EQ(read.GetSecondRotationPivot(), Point(20, 2, 0));
-  EXPECT_TRUE(m_reader.ActivateSpindleRotation());  // the file has become one of version 1.4
-  Overwrite(read, {});
-  Overwrite(read, {});
-}
 
 TEST_F(Overwriting, RefusesWhatDoesNotMatchAndLeavesTheFile) {
   const post::zv5axMachDef five;

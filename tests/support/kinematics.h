@@ -46,27 +46,64 @@ inline mkdMatrix Shift(float x, float y, float z) {
   return shift;
 }
 
-/// Where a matrix takes a point, in double; with w = 0 a direction.
-inline Point Apply(const mkdMatrix& matrix, const Point& p, double w = 1) {
-  cadcam::zvMatrix<double, 4, 4> m;
+using WideMatrix = cadcam::zvMatrix<double, 4, 4>;
+
+inline WideMatrix Widened(const mkdMatrix& matrix) {
+  WideMatrix wide;
   for (std::size_t i = 0; i < 4; ++i)
-    for (std::size_t j = 0; j < 4; ++j) m(i, j) = double{matrix(i, j)} * (j == 3 ? w : 1);
-  return m * p;
+    for (std::size_t j = 0; j < 4; ++j) wide(i, j) = matrix(i, j);
+  return wide;
 }
 
-/// Where the tool of a machine stands as seen from its workpiece.
+/// Where a matrix takes a point, in double.
+inline Point Apply(const mkdMatrix& matrix, const Point& p) {
+  return Widened(matrix) * p;
+}
+
+/// What an object puts between the frames above and below it, in double, by the rigid bodies of the
+/// tests: of the tree's own numbers, but not of its arithmetic in single precision.
+inline WideMatrix ExactLocal(const kintree::mkdKinematicObject& object) {
+  WideMatrix local = WideMatrix::Identity();
+  if (const auto* axis = dynamic_cast<const kintree::mkdAxis*>(&object)) {
+    const FloatVector& d = axis->GetInitialDirection();
+    rigid::Motion motion;
+    if (const auto* swivel = dynamic_cast<const kintree::mkdRotationalAxis*>(axis)) {
+      const FloatVector& p = swivel->GetPivot();
+      motion = rigid::Joint{{d.x, d.y, d.z}, {p.x, p.y, p.z}}.At(axis->GetValue());
+    } else {
+      motion.shift = rigid::Times({d.x, d.y, d.z}, axis->GetValue());
+    }
+    for (std::size_t j = 0; j < 4; ++j) {
+      const rigid::Vector column =
+          j == 3 ? motion.shift
+                 : motion.Direction({j == 0 ? 1.0 : 0.0, j == 1 ? 1.0 : 0.0, j == 2 ? 1.0 : 0.0});
+      for (std::size_t i = 0; i < 3; ++i) local(i, j) = column[i];
+    }
+  } else if (const auto* fixed = dynamic_cast<const kintree::mkdCoordinateTransform*>(&object)) {
+    local = Widened(fixed->GetLocalMatrix());
+  }
+  return local;
+}
+
+/// The world matrix of a node's object in double: what all objects above it do, one after the
+/// other, with the axes where they stand.
+inline WideMatrix ExactWorld(const kintree::mkdKinematicNode& node) {
+  WideMatrix world = WideMatrix::Identity();
+  for (const auto* above = node.GetParent(); above != nullptr && !above->GetValue().IsNull();
+       above = above->GetParent())
+    world = ExactLocal(*above->GetValue()) * world;
+  return world;
+}
+
+/// Where a tool stands as seen from a workpiece.
 struct ToolPlace {
   Point tip;
   Point axis;
 };
-inline ToolPlace PlaceOf(const kintree::mkdKinematicObject& tool,
-                         const kintree::mkdKinematicObject& workpiece) {
-  cadcam::zvMatrix<double, 4, 4> part;
-  for (std::size_t i = 0; i < 4; ++i)
-    for (std::size_t j = 0; j < 4; ++j) part(i, j) = workpiece.GetWorldTransform()(i, j);
-  const auto toPart = cadcam::Inverse(part);
-  const Point tip = toPart * Apply(tool.GetWorldTransform(), {});
-  return {tip, toPart * Apply(tool.GetWorldTransform(), {0, 0, 1}) - tip};
+inline ToolPlace PlaceOf(const WideMatrix& tool, const WideMatrix& workpiece) {
+  const WideMatrix toPart = cadcam::Inverse(workpiece);
+  const Point tip = toPart * (tool * Point());
+  return {tip, toPart * (tool * Point(0, 0, 1)) - tip};
 }
 
 }  // namespace tests

@@ -23,7 +23,7 @@ auto TokeniserOf(std::string_view list) {
 
 misc::platform::FileKind KindOf(const std::wstring& path) {
   std::string bytes;
-  const bool isPath = misc::ToPathBytes(path, bytes);
+  const bool isPath = !path.empty() && misc::ToPathBytes(path, bytes);
   return isPath ? misc::platform::KindOfFile(bytes.c_str()) : misc::platform::FileKind::kMissing;
 }
 
