@@ -1,6 +1,7 @@
 #include <kandrel/cadcam/tools/tool_mesh.h>
 #include <kandrel/kintree/held_tool.h>
 #include <kandrel/kintree/kinematic_visitor.h>
+#include <kandrel/misc/exception.h>
 
 #include <utility>
 
@@ -8,9 +9,10 @@ namespace kintree {
 
 namespace {
 
+// All parts are made, although only one is kept: a tool that can't be shown is refused here.
 mkdPolygonalGeometry::Mesh CuttingMesh(const cadcam::zvTool& tool, double tolerance) {
-  cadcam::zvToolMeshCreator<float> creator(
-      {.tolerance = tolerance, .parts = 1u << cadcam::cuttingPart});
+  if (!(tolerance > 0)) throw misc::zvException(0, L"Polygonization tolerance is invalid.");
+  cadcam::zvToolMeshCreator<float> creator({.tolerance = tolerance});
   tool.AcceptVisitor(creator);
   return misc::MakeAutoPointer<cadcam::zvTMesh<float>>(creator.GetMesh(cadcam::cuttingPart));
 }
@@ -23,8 +25,10 @@ mkdHeldTool::mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appeara
       m_tool(std::move(tool)),
       m_tolerance(tolerance),
       m_appearances(std::move(appearances)) {
-  m_tool->SetUnits(units);
-  ReplaceMesh(CuttingMesh(*m_tool, m_tolerance));
+  const Tool converted = m_tool->GetUnits() == units ? m_tool : m_tool->Clone();
+  converted->SetUnits(units);
+  ReplaceMesh(CuttingMesh(*converted, m_tolerance));
+  m_tool->SetUnits(units);  // the caller's: after all that may fail
 }
 
 void mkdHeldTool::Scale(Units newUnits, double factor) {

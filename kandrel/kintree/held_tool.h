@@ -30,9 +30,11 @@ class KANDREL_API mkdHeldTool : public mkdDynamicGeometry {
   using Tool = misc::zvAutoPointer<cadcam::zvTool>;
   using Appearances = std::array<zvToolPartAppearance, kParts>;
 
-  /// Makes the mesh of the tool's cutting part, to `tolerance` in the object's units; a tool in
-  /// other units is converted to them. Throws "Accessing NULL pointer" without a tool, and what
-  /// cadcam::zvToolMeshCreator throws of it.
+  /// Makes the meshes of all parts of the tool, to `tolerance` in the object's units, and keeps
+  /// that of the cutting part; a tool in other units is converted to them. Throws "Accessing NULL
+  /// pointer" without a tool, zvException, id 0, "Polygonization tolerance is invalid." for a
+  /// tolerance that is not above 0, and what cadcam::zvToolMeshCreator throws of the tool; that is
+  /// as it was then.
   mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appearances appearances, Units units);
 
   const Tool& GetTool() const noexcept { return m_tool; }

@@ -16,6 +16,10 @@ namespace {
 constexpr std::uint8_t kTranslationTags[] = {3};
 constexpr std::uint8_t kRotationTags[] = {4};
 
+bool IsFloat(double number) {
+  return std::fabs(number) <= double{std::numeric_limits<float>::max()};
+}
+
 }  // namespace
 
 void zvValue::Set(double value) {
@@ -38,8 +42,21 @@ void mkdAxis::CheckFinite(const Vector& v) const {
     throw zvMachineSimulatorException(zvMachineSimulatorException::kInvalidAxis, GetName());
 }
 
+float mkdAxis::ToFloat(double number) const {
+  if (!IsFloat(number))
+    throw zvMachineSimulatorException(zvMachineSimulatorException::kInvalidAxis, GetName());
+  return static_cast<float>(number);
+}
+
 mkdAxis::Vector mkdAxis::UnitVector(const Vector& direction) const {
   CheckFinite(direction);
+  // Along a base vector the length is known: who asks for exactly this direction finds it.
+  if ((direction.x != 0) + (direction.y != 0) + (direction.z != 0) == 1) {
+    Vector unit = direction;
+    for (int i = 0; i < 3; ++i)
+      if (unit[i] != 0) unit[i] = std::copysign(1.0f, unit[i]);
+    return unit;
+  }
   const float squared = direction.SquaredLength();
   // Another division would only stir the last digits, and a file that is read and written would
   // never come to rest.
@@ -62,13 +79,22 @@ void mkdAxis::SetCurrentDirection(const Vector& direction) {
 }
 
 void mkdAxis::SetValue(double value) {
+  const double lastInRange = m_value.lastInRange;
+  const double current = m_value.current;
   m_value.Set(value);
-  SetLocalMatrix(GetLocalTransform());
+  try {
+    SetLocalMatrix(GetLocalTransform());
+  } catch (...) {
+    m_value.lastInRange = lastInRange;
+    m_value.current = current;
+    throw;
+  }
   MoveChildren(GetCompositeMatrix());
 }
 
 void mkdAxis::SetWorldTransform(const mkdMatrix& world) {
-  TakeWorldTransform(world);
+  const Taken taken = TakeWorldTransform(world);
+  if (!taken.isNewest) return;
   const mkdMatrix& m = GetWorldTransform();
   const Vector& d = m_initialDirection;
   m_currentDirection = {m(0, 0) * d.x + m(0, 1) * d.y + m(0, 2) * d.z,
@@ -83,8 +109,7 @@ mkdTranslationalAxis::mkdTranslationalAxis(std::wstring name, const Vector& dire
 mkdMatrix mkdTranslationalAxis::GetLocalTransform() const {
   mkdMatrix local = mkdMatrix::Identity();
   for (int i = 0; i < 3; ++i)
-    local(static_cast<std::size_t>(i), 3) =
-        static_cast<float>(double{GetInitialDirection()[i]} * GetValue());
+    local(static_cast<std::size_t>(i), 3) = ToFloat(double{GetInitialDirection()[i]} * GetValue());
   return local;
 }
 
@@ -127,15 +152,16 @@ mkdMatrix mkdRotationalAxis::GetLocalTransform() const {
   const double p[3] = {m_pivot.x, m_pivot.y, m_pivot.z};
   mkdMatrix local = mkdMatrix::Identity();
   for (std::size_t i = 0; i < 3; ++i) {
-    for (std::size_t j = 0; j < 3; ++j) local(i, j) = static_cast<float>(r[i][j]);
+    for (std::size_t j = 0; j < 3; ++j) local(i, j) = ToFloat(r[i][j]);
     // What keeps the pivot in its place: p - R p.
-    local(i, 3) = static_cast<float>(p[i] - (r[i][0] * p[0] + r[i][1] * p[1] + r[i][2] * p[2]));
+    local(i, 3) = ToFloat(p[i] - (r[i][0] * p[0] + r[i][1] * p[1] + r[i][2] * p[2]));
   }
   return local;
 }
 
 void mkdRotationalAxis::Scale(Units, double factor) {
-  for (int i = 0; i < 3; ++i) m_pivot[i] = static_cast<float>(m_pivot[i] * factor);
+  const Vector pivot = m_pivot;
+  m_pivot = {ToFloat(pivot.x * factor), ToFloat(pivot.y * factor), ToFloat(pivot.z * factor)};
 }
 
 void mkdRotationalAxis::AcceptVisitor(mkdKOConstVisitor& visitor) const {

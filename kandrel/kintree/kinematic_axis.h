@@ -38,11 +38,12 @@ class KANDREL_API mkdAxis : public mkdCoordinateTransform {
   using Vector = cadcam::zvTPoint3d<float>;
   using Validator = zvValue::Validator;
 
-  /// Both setters bring the direction to length 1, in single precision; one that has it but for
-  /// rounding stays, so that a file that is read and written keeps its numbers. They throw
-  /// zvcadcamException 2189 "Can't normalize null vector." where all components are exactly 0, and
-  /// zvMachineSimulatorException kInvalidAxis where one is not finite. The local matrix takes a new
-  /// initial direction with the next SetValue or SetWorldTransform.
+  /// Both setters bring the direction to length 1, in single precision. One along a base vector
+  /// becomes exactly that; any other that has the length but for rounding stays, so that a file
+  /// that is read and written keeps its numbers. They throw zvcadcamException 2189 "Can't normalize
+  /// null vector." where all components are exactly 0, and zvMachineSimulatorException kInvalidAxis
+  /// where one is not finite. The local matrix takes a new initial direction with the next SetValue
+  /// or SetWorldTransform.
   void SetInitialDirection(const Vector& direction);
   void SetCurrentDirection(const Vector& direction);
   const Vector& GetInitialDirection() const noexcept { return m_initialDirection; }
@@ -54,8 +55,9 @@ class KANDREL_API mkdAxis : public mkdCoordinateTransform {
   double GetMinimum() const noexcept { return m_value.minimum; }
   double GetMaximum() const noexcept { return m_value.maximum; }
 
-  /// Moves the axis, and all that is below it. Throws as zvValue::Set, and what SetWorldTransform
-  /// throws of the objects below; a value that is refused moves nothing.
+  /// Moves the axis, and all that is below it. Throws as zvValue::Set and GetLocalTransform, and
+  /// what SetWorldTransform throws of the objects below; a value that is refused moves nothing and
+  /// stays as requested.
   void SetValue(double value);
   /// The value that the axis stands at.
   double GetValue() const noexcept { return m_value.current; }
@@ -72,7 +74,8 @@ class KANDREL_API mkdAxis : public mkdCoordinateTransform {
   /// then, the local matrix and what is below stay.
   void SetWorldTransform(const mkdMatrix& world) override;
 
-  /// The matrix that the value produces, from the frame below to the frame above.
+  /// The matrix that the value produces, from the frame below to the frame above. Throws
+  /// zvMachineSimulatorException kInvalidAxis where it would not be finite, in floats.
   virtual mkdMatrix GetLocalTransform() const = 0;
 
  protected:
@@ -84,6 +87,8 @@ class KANDREL_API mkdAxis : public mkdCoordinateTransform {
   zvValue& AccessValue() noexcept { return m_value; }
   /// Throws zvMachineSimulatorException kInvalidAxis unless all components are finite.
   void CheckFinite(const Vector& vector) const;
+  /// Throws the same for a number that is too large for a float, or none.
+  float ToFloat(double number) const;
 
  private:
   Vector UnitVector(const Vector& direction) const;
@@ -93,7 +98,10 @@ class KANDREL_API mkdAxis : public mkdCoordinateTransform {
   zvValue m_value;
 };
 
-/// Shifts what is below it along its direction, by a value in its units.
+/// Shifts what is below it along its direction, by a value in its units. A change of the units
+/// converts its limits alone: the values stay as they are until they are set anew, and a validator
+/// goes on with the numbers it has; whoever changes the units sets both. Until then a value may lie
+/// outside the range, and placing the axis throws.
 class KANDREL_API mkdTranslationalAxis : public mkdAxis {
  public:
   /// Throws as mkdAxis.
@@ -104,11 +112,13 @@ class KANDREL_API mkdTranslationalAxis : public mkdAxis {
   void AcceptVisitor(mkdKOVisitor& visitor) override;
 
  protected:
-  /// Minimum and maximum change; the values stay, until they are set in the new units.
+  /// Minimum and maximum change.
   void Scale(Units newUnits, double factor) override;
 };
 
-/// Turns what is below it about a line through the pivot, right-handed, by a value in degrees.
+/// Turns what is below it about a line through the pivot, right-handed, by a value in degrees. A
+/// change of the units converts the pivot; the local matrix takes it with the next SetValue or
+/// SetWorldTransform.
 class KANDREL_API mkdRotationalAxis : public mkdAxis {
  public:
   /// The pivot is in the frame that the axis stands in. Throws as mkdAxis, and kInvalidAxis for a
@@ -125,7 +135,9 @@ class KANDREL_API mkdRotationalAxis : public mkdAxis {
   void AcceptVisitor(mkdKOVisitor& visitor) override;
 
  protected:
-  /// The pivot changes; limits and values are angles.
+  /// The pivot changes; limits, values and validators are angles. Throws
+  /// zvMachineSimulatorException kInvalidAxis, and changes nothing, for a pivot that floats can't
+  /// hold.
   void Scale(Units newUnits, double factor) override;
 
  private:

@@ -1,6 +1,7 @@
 #include <kandrel/kintree/kinematic_object.h>
 #include <kandrel/kintree/kinematic_visitor.h>
 
+#include <algorithm>
 #include <unordered_set>
 
 namespace kintree {
@@ -22,24 +23,44 @@ class mkdKinematicObject::Motion {
   void Add(const mkdKinematicObject& parent, const mkdMatrix& world) {
     for (const mkdKinematicTreeInterface* tree : parent.m_links.trees) {
       const mkdKinematicNode* node = tree->FindNode(parent);
-      if (node != nullptr && !node->GetChildren().empty()) m_waiting.emplace_back(node, world);
+      if (node != nullptr && !node->GetChildren().empty())
+        m_waiting.push_back({node->GetValue(), tree, world, parent.m_links.timesHandedOn});
     }
   }
 
   void Run() {
     while (!m_waiting.empty()) {
-      const auto [node, world] = m_waiting.back();
+      const Waiting next = std::move(m_waiting.back());
       m_waiting.pop_back();
-      for (const mkdKinematicNode& child : node->GetChildren()) {
-        mkdKinematicObject& object = *child.GetValue();
+      const Links& links = next.parent->m_links;
+      GatherChildren(next);
+      for (const mkdKinematicObjectPointer& child : m_children) {
+        if (links.timesHandedOn != next.timesHandedOn) break;
         // Copies of a machine share their objects: each is moved once, by the tree reached first.
-        if (object.m_links.trees.size() > 1 && !m_moved.insert(&object).second) continue;
-        Move(object, world);
+        if (child->m_links.trees.size() > 1 && !m_moved.insert(child.Get()).second) continue;
+        Move(*child, next.world);
       }
     }
   }
 
  private:
+  struct Waiting {
+    mkdKinematicObjectPointer parent;
+    const mkdKinematicTreeInterface* tree;
+    mkdMatrix world;
+    std::uint32_t timesHandedOn;
+  };
+
+  // Observers may change trees while the children are moved: they are gone through in a copy, and
+  // parents are looked up anew.
+  void GatherChildren(const Waiting& next) {
+    m_children.clear();
+    const auto& trees = next.parent->m_links.trees;
+    if (std::find(trees.begin(), trees.end(), next.tree) == trees.end()) return;
+    for (const mkdKinematicNode& child : next.tree->FindNode(*next.parent)->GetChildren())
+      m_children.push_back(child.GetValue());
+  }
+
   void Move(mkdKinematicObject& object, const mkdMatrix& world) {
     struct Joined {
       Joined(Links& objectsLinks, Motion* motion)
@@ -55,7 +76,8 @@ class mkdKinematicObject::Motion {
     object.SetWorldTransform(world);
   }
 
-  std::vector<std::pair<const mkdKinematicNode*, mkdMatrix>> m_waiting;
+  std::vector<Waiting> m_waiting;
+  std::vector<mkdKinematicObjectPointer> m_children;
   std::unordered_set<const mkdKinematicObject*> m_moved;
 };
 
@@ -71,8 +93,6 @@ mkdKinematicObject::mkdKinematicObject(const mkdKinematicObject& other)
 
 mkdKinematicObject& mkdKinematicObject::operator=(const mkdKinematicObject& other) {
   zvMeasurable::operator=(other);
-  m_name = other.m_name;
-  m_kindTags = other.m_kindTags;
   m_world = other.m_world;
   return *this;
 }
@@ -81,12 +101,23 @@ mkdKinematicObject::~mkdKinematicObject() = default;
 
 void mkdKinematicObject::Scale(Units, double) {}
 
-void mkdKinematicObject::TakeWorldTransform(const mkdMatrix& world) {
-  if (m_links.observer != nullptr) m_links.observer->OnWorldTransform(*this, world);
-  m_world = world;
+mkdKinematicObject::Taken mkdKinematicObject::TakeWorldTransform(const mkdMatrix& world) {
+  const std::uint32_t time = ++m_links.timesPlaced;
+  Taken taken;
+  if (m_links.observer == nullptr) {
+    m_world = world;
+    return taken;
+  }
+  if (!m_links.trees.empty()) taken.self = m_links.trees.front()->FindNode(*this)->GetValue();
+  const mkdMatrix given = world;  // it may be one of an object that the observer moves
+  m_links.observer->OnWorldTransform(*this, given);
+  taken.isNewest = m_links.timesPlaced == time;
+  if (taken.isNewest) m_world = given;
+  return taken;
 }
 
 void mkdKinematicObject::MoveChildren(const mkdMatrix& world) {
+  ++m_links.timesHandedOn;
   if (m_links.motion != nullptr) return m_links.motion->Add(*this, world);
   if (m_links.trees.empty()) return;
   Motion motion(*this);
@@ -95,8 +126,8 @@ void mkdKinematicObject::MoveChildren(const mkdMatrix& world) {
 }
 
 void mkdKinematicObject::SetWorldTransform(const mkdMatrix& world) {
-  TakeWorldTransform(world);
-  MoveChildren(m_world);
+  const Taken taken = TakeWorldTransform(world);
+  if (taken.isNewest) MoveChildren(m_world);
 }
 
 void mkdKinematicObject::AcceptVisitor(mkdKOConstVisitor& visitor) const {
@@ -119,7 +150,8 @@ void mkdCoordinateTransform::SetLocalMatrix(const mkdMatrix& local) {
 }
 
 void mkdCoordinateTransform::SetWorldTransform(const mkdMatrix& world) {
-  TakeWorldTransform(world);
+  const Taken taken = TakeWorldTransform(world);
+  if (!taken.isNewest) return;
   m_composite = GetWorldTransform() * m_local;
   MoveChildren(m_composite);
 }

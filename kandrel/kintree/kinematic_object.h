@@ -26,6 +26,11 @@ class KANDREL_API mkdKinematicObjectObserver {
  public:
   virtual ~mkdKinematicObjectObserver() = default;
   /// Called before the object takes a new world matrix, and before anything else happens to it.
+  ///
+  /// It may move objects, this one too: what it moves keeps the newer place, and the motion that
+  /// it is called from goes on with the rest. It may change trees: an object that it takes out, or
+  /// whose tree it destroys, may be moved once more by that motion, and one that it adds may not.
+  /// Only the tree or the machine that the motion was asked of must live until the motion ends.
   virtual void OnWorldTransform(const mkdKinematicObject& object, const mkdMatrix& world) = 0;
 };
 
@@ -36,7 +41,8 @@ class KANDREL_API mkdKinematicObjectObserver {
 /// 1. Its class is found out by visitors.
 /// 2. Moving an object moves all that is below it, in every tree that it stands in, parents before
 ///    children and without recursion.
-/// 3. A copy stands in no tree and has no observer.
+/// 3. A copy stands in no tree and has no observer. Assigning leaves the name, the kinds, the place
+///    in the trees and the observer of the object that is assigned to.
 class KANDREL_API mkdKinematicObject : public measures::zvMeasurable {
  public:
   using Units = measures::zvUnitsFactory::Units;
@@ -75,10 +81,18 @@ class KANDREL_API mkdKinematicObject : public measures::zvMeasurable {
   /// transform too: a machine file is read after its units are known.
   void Scale(Units newUnits, double factor) override;
 
-  /// Tells the observer and takes the matrix.
-  void TakeWorldTransform(const mkdMatrix& world);
+  /// What TakeWorldTransform ended in. As long as it lives, so does an object that stands in a
+  /// tree: the observer may have taken it out.
+  struct Taken {
+    mkdKinematicObjectPointer self;
+    bool isNewest = true;  ///< false where the observer has placed the object anew
+  };
+
+  /// Tells the observer and takes the matrix, unless the observer has placed the object anew.
+  [[nodiscard]] Taken TakeWorldTransform(const mkdMatrix& world);
   /// Gives the objects below this one `world` as their world matrix, and so on down the trees. A
-  /// call from within such a motion is put in its queue.
+  /// call from within such a motion is put in its queue; what an older call has not given yet, it
+  /// gives no more. The object may be gone when this returns, if it stands in trees alone.
   void MoveChildren(const mkdMatrix& world);
 
  private:
@@ -90,6 +104,10 @@ class KANDREL_API mkdKinematicObject : public measures::zvMeasurable {
     std::vector<const mkdKinematicTreeInterface*> trees;
     mkdKinematicObjectObserver* observer = nullptr;
     Motion* motion = nullptr;  // while this object is being moved by the one above it
+    // How often this object was placed, and how often it has moved what is below it: who finds
+    // another number than his own comes too late.
+    std::uint32_t timesPlaced = 0;
+    std::uint32_t timesHandedOn = 0;
   };
 
   std::wstring m_name;

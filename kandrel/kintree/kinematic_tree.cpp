@@ -39,7 +39,8 @@ class CompositeGetter final : public mkdKOConstVisitor {
 
 }  // namespace
 
-mkdKinematicTree::mkdKinematicTree(const mkdKinematicTree& other) : mkdKinematicTreeInterface() {
+// By the default constructor: what is thrown here then finds a tree to take off its objects.
+mkdKinematicTree::mkdKinematicTree(const mkdKinematicTree& other) : mkdKinematicTree() {
   m_nodes.reserve(other.m_nodes.size());
   for (const Node& node : other) Add(node.GetValue(), accessortreenode(node).GetParentObject());
   m_kept = other.m_kept;
@@ -88,7 +89,17 @@ void mkdKinematicTree::Remove(const mkdKinematicObject& object) {
 }
 
 void mkdKinematicTree::SetWorldTransform(const Node& node, const mkdMatrix& world) const {
-  for (const Node& child : node.GetChildren()) child.GetValue()->SetWorldTransform(world);
+  // Copies: an observer may change the tree, and the matrix may be of an object that moves.
+  const mkdMatrix given = world;
+  const mkdKinematicObjectPointer above = node.GetValue();
+  std::vector<mkdKinematicObjectPointer> children;
+  for (const Node& child : node.GetChildren()) children.push_back(child.GetValue());
+  std::uint32_t& timesHandedOn = above ? above->m_links.timesHandedOn : m_timesHandedOn;
+  const std::uint32_t time = ++timesHandedOn;
+  for (const mkdKinematicObjectPointer& child : children) {
+    if (timesHandedOn != time) return;  // an observer has moved them anew
+    child->SetWorldTransform(given);
+  }
 }
 
 const mkdKinematicTree::KeptTransforms& mkdKinematicTree::KeepTransforms(

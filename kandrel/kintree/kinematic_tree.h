@@ -7,6 +7,7 @@
 #include <kandrel/misc/tree.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <unordered_map>
 
 namespace kintree {
@@ -67,7 +68,8 @@ class KANDREL_API mkdKinematicTree : public mkdKinematicTreeInterface {
 
   /// Gives each child of a node of this tree `world` as its world matrix, and with it all that is
   /// below the child its place; without a node, the objects at root level, and so the machine.
-  /// Throws what mkdAxis::SetWorldTransform throws.
+  /// Throws what mkdAxis::SetWorldTransform throws. For what observers may do meanwhile, see
+  /// mkdKinematicObjectObserver.
   void SetWorldTransform(const Node& node, const mkdMatrix& world) const;
   void SetWorldTransform(const mkdMatrix& world) const { SetWorldTransform(GetRoot(), world); }
 
@@ -84,6 +86,7 @@ class KANDREL_API mkdKinematicTree : public mkdKinematicTreeInterface {
   Tree m_tree;
   std::unordered_map<const mkdKinematicObject*, const Node*> m_nodes;
   std::unordered_map<const mkdKinematicObject*, KeptTransforms> m_kept;
+  mutable std::uint32_t m_timesHandedOn = 0;  // how often the objects at root level were placed
 };
 
 }  // namespace kintree

@@ -17,8 +17,9 @@ class mkdToolpathGeometry;
 class mkdTranslationalAxis;
 class mkdWorkPiece;
 
-/// Has a slot for each kind of object, which may be changed. The last one is of the abstract base:
-/// an object of a class that gives itself no slot ends there, and visitors refuse it.
+/// Has a slot for each kind of object, which may be changed. An object of a class without a slot of
+/// its own comes to that of the next class above it. Above all is the abstract base, whose slot is
+/// the last: visitors that sort objects throw there, those that look for some kinds do nothing.
 class KANDREL_API mkdKOVisitor {
  public:
   virtual ~mkdKOVisitor() = default;

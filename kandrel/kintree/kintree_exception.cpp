@@ -33,7 +33,11 @@ std::wstring SemanticText(const std::wstring& tag, const std::wstring& identifie
 }
 
 std::wstring FileText(const std::wstring& fileName, zvFileAccessException::Access access) {
-  return Text(62) + fileName + Text(63) + Text(64 + static_cast<std::uint32_t>(access));
+  const bool isKnown =
+      access >= zvFileAccessException::kOpen && access <= zvFileAccessException::kWrite;
+  const std::wstring what =
+      isKnown ? Text(64 + static_cast<std::uint32_t>(access)) : std::wstring(misc::kUnknownError);
+  return Text(62) + fileName + Text(63) + what;
 }
 
 }  // namespace

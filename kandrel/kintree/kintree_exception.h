@@ -31,7 +31,8 @@ class KANDREL_API zvKintreeMachDefSemanticException
                                     const misc::zvException* previous = nullptr);
 };
 
-/// A file that could not be opened, read or written. Its id is 0; GetDetail() gives the access.
+/// A file that could not be opened, read or written. Its id is 0; GetDetail() gives the access. The
+/// text of any other number ends in "Unknown error.".
 class KANDREL_API zvFileAccessException
     : public misc::zvExceptionOf<zvFileAccessException, zvKintreeException> {
  public:

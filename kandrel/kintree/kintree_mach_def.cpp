@@ -55,8 +55,11 @@ void zvKintreeMachDef::AddObject(const mkdKinematicObjectPointer& object,
     m_tree->Remove(*object);
     throw;
   }
-  const std::vector<zvKintreeMachDefObserver*> observers = m_observers;  // one may take itself off
-  for (zvKintreeMachDefObserver* observer : observers) observer->OnObjectAdded(*this, object);
+  // Any of them may take off itself or others.
+  const std::vector<zvKintreeMachDefObserver*> observers = m_observers;
+  for (zvKintreeMachDefObserver* observer : observers)
+    if (std::find(m_observers.begin(), m_observers.end(), observer) != m_observers.end())
+      observer->OnObjectAdded(*this, object);
 }
 
 const zvObjectEntry& zvKintreeMachDef::Find(const std::wstring& name) const {

@@ -16,7 +16,8 @@ namespace kintree {
 
 class zvKintreeMachDef;
 
-/// Watches a machine. Not owned: it outlives the machine or is taken off it.
+/// Watches a machine. Not owned: it outlives the machine or is taken off it, which may also happen
+/// while observers are told: one that has been taken off is not told any more.
 class KANDREL_API zvKintreeMachDefObserver {
  public:
   virtual ~zvKintreeMachDefObserver() = default;
@@ -51,6 +52,8 @@ struct zvPreprocessor {
 /// 1. No two objects have one name; adding and finding one is logarithmic.
 /// 2. A copy has a tree and a map of its own and shares the objects. Observers stay with the
 ///    original.
+/// 3. Assigning gives the machine a new tree: its tree, nodes and object entries of before are
+/// gone.
 class KANDREL_API zvKintreeMachDef : public measures::zvMeasurable {
  public:
   using Units = measures::zvUnitsFactory::Units;
@@ -76,11 +79,11 @@ class KANDREL_API zvKintreeMachDef : public measures::zvMeasurable {
   /// By name, in the order of the names.
   const zvObjectMap& GetObjectMap() const noexcept { return m_objects; }
 
-  /// The tree can be moved here; objects are added to the machine.
+  /// The tree can be moved here; objects are added to the machine, which knows their names too.
   const mkdKinematicTree& GetTree() const noexcept { return *m_tree; }
-  mkdKinematicTree& GetTree() noexcept { return *m_tree; }
 
-  /// An observer is told as often as it was added.
+  /// An observer is told as often as it was added; one that is added while observers are told, from
+  /// the next object on.
   void AddObserver(zvKintreeMachDefObserver& observer) { m_observers.push_back(&observer); }
   void RemoveObserver(zvKintreeMachDefObserver& observer) noexcept;
 
@@ -119,7 +122,8 @@ class KANDREL_API zvKintreeMachDef : public measures::zvMeasurable {
   void Scale(Units, double) override {}
   /// Hands the units on to every object in the order of the names; those that have them already
   /// stay as they are. When only the machine's label changes, theirs stay: objects that were read
-  /// before the units became known keep what they were read with.
+  /// before the units became known keep what they were read with. What an object throws passes, and
+  /// leaves those before it in the new units.
   void SetUnitsOfParts(Units units, bool keepNumbers) override;
 
  private:

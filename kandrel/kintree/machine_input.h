@@ -39,15 +39,17 @@ class KANDREL_API zvXMLInputSurround {
         m_requestedNames(std::move(axisNames)) {}
 
   /// Both read the file at first, and keep what it gives; after a failure the next one reads anew.
-  /// They throw zvPostException 5036 for two axes of one name, 5037 where one of X, Y and Z is
-  /// missing, 5038 for more than three translation axes and for other than 3 to 6 names, 5040 for
-  /// more than two rotary axes; and what kintree::zvV2XMLReader and the definition's class throw.
+  /// The names are those of X, Y and Z, then of the rotary axes: in the definition's order without
+  /// names given, and with names in the order of the file. They throw zvPostException 5036 for two
+  /// axes of one name, 5037 where one of X, Y and Z is missing, 5038 for more than three
+  /// translation axes and for other than 3 to 6 names, 5040 for more than two rotary axes; and what
+  /// kintree::zvV2XMLReader and the definition's class throw.
   MachDefPointer GetMachDef();
   const Names& GetAxisName();
 
   /// What the last reading has met, also where it has failed: all rotary and translation axes in
-  /// the order of the file, the first three of the latter by X, Y, Z where it has not failed; and
-  /// the file's version, 0 before.
+  /// the order of the file, where it has not failed and no names were given the first three of the
+  /// latter by X, Y, Z; and the file's version, 0 before.
   const Names& GetRotAxisFound() const noexcept { return m_rotAxisFound; }
   const Names& GetTranAxisFound() const noexcept { return m_tranAxisFound; }
   float GetVersion() const noexcept { return m_version; }

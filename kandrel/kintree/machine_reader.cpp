@@ -1,3 +1,4 @@
+#include <kandrel/kintree/detail/machine_interpreter.h>
 #include <kandrel/kintree/machine_input.h>
 #include <kandrel/kintree/machine_reader.h>
 #include <kandrel/misc/platform.h>
@@ -5,6 +6,9 @@
 #include <kandrel/persistence/settings_file.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
+
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -18,10 +22,13 @@ std::wstring SettingsPath(const std::wstring& xmlPath) {
   return xmlPath.substr(0, kept) + L"kds";
 }
 
+// What is there and can't be read is not passed over: opening it says so.
 bool IsThere(const std::wstring& path) {
   std::string bytes;
-  return misc::ToPathBytes(path, bytes) &&
-         misc::platform::KindOfFile(bytes.c_str()) == misc::platform::FileKind::kRegular;
+  if (!misc::ToPathBytes(path, bytes)) return false;
+  std::error_code error;
+  return misc::platform::KindOfFile(bytes.c_str()) != misc::platform::FileKind::kMissing &&
+         !std::filesystem::is_directory(bytes, error);
 }
 
 }  // namespace
@@ -53,6 +60,7 @@ post::zvMachDefBuilder zvMachDefReader::Read() {
   if (kind == kFromMachineFile) builder.SetAxisNames(input.GetAxisName());
   m_rotAxisFound = input.GetRotAxisFound();
   m_tranAxisFound = input.GetTranAxisFound();
-  if (!m_activateSpindleRotation) m_activateSpindleRotation = input.GetVersion() > 1.3f;
+  if (!m_activateSpindleRotation)
+    m_activateSpindleRotation = kintree::detail::HasDirections(input.GetVersion());
   return builder;
 }

@@ -9,8 +9,9 @@
 
 /// Reads what posting needs of a machine description file, with the settings file beside it: the
 /// file of the same name that ends in "kds". Where that is there, its kind says what it is for: 0,
-/// nothing; 1, its axis names and spindle direction replace those of the machine file; any other,
-/// its machine stands by itself and the machine file is not opened.
+/// nothing; 1, its axis names and spindle direction replace those of the machine file, if it has
+/// names; any other, its machine stands by itself and the machine file is not opened. A folder of
+/// that name is none; what else is there and can't be read ends the reading.
 class KANDREL_API zvMachDefReader {
  public:
   /// Reads nothing yet. The path is taken in UTF-8, whatever the locale.

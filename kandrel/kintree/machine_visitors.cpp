@@ -4,13 +4,15 @@
 namespace kintree {
 
 void mkdMSHelperKOVisitor::Walk(const mkdKinematicObject* parent) {
-  // The node is taken off again whichever way the walk ends.
+  // The node of before is set again whichever way the walk ends: a visit may walk.
   struct Current {
-    explicit Current(mkdKOSimVisitor& itsVisitor) : visitor(itsVisitor) {}
+    explicit Current(mkdKOSimVisitor& itsVisitor)
+        : visitor(itsVisitor), before(itsVisitor.GetCurrentNode()) {}
     Current(const Current&) = delete;
     Current& operator=(const Current&) = delete;
-    ~Current() { visitor.SetCurrentNode(nullptr); }
+    ~Current() { visitor.SetCurrentNode(before); }
     mkdKOSimVisitor& visitor;
+    const accessortreenode* before;
   };
   const Current current(*this);
   for (const auto& [name, entry] : m_machine.GetObjectMap()) {

@@ -22,7 +22,8 @@ class KANDREL_API mkdMSHelperKOVisitor : public mkdKOSimVisitor {
   /// Visits the objects in the order of their names, those at root level or below others alike;
   /// with `parent`, only those right below that object. The current node is that of the object
   /// visited. What a visit throws passes. A visit may add objects: those whose names follow are
-  /// visited too. Linear in all objects, also with `parent`.
+  /// visited too. It may also walk: its own node is the current one again then. Linear in all
+  /// objects, also with `parent`.
   void Walk(const mkdKinematicObject* parent = nullptr);
 
   void Visit(mkdInitialStock&) override {}

@@ -25,13 +25,6 @@ std::string Resolved(const std::string& path) {
   return error ? path : resolved.string();
 }
 
-void KeepPermissions(const std::string& of, const std::string& file) noexcept {
-  std::error_code error;
-  const fs::file_status status = fs::status(of, error);
-  if (!error && status.type() == fs::file_type::regular)
-    fs::permissions(file, status.permissions(), error);
-}
-
 }  // namespace
 
 // Looks at the path first, as opening a named pipe would wait for its other end.
@@ -65,6 +58,9 @@ zvBinOutputFile::zvBinOutputFile(const std::wstring& path) {
   const FileKind kind = platform::KindOfFile(bytes.c_str());
   const bool isDevice = kind == FileKind::kOther;
   m_target = isDevice ? bytes : Resolved(bytes);
+  // The folder may be writable, and the file be renamed away; but whoever protects a file means it.
+  if (kind == FileKind::kRegular && !platform::IsWritable(m_target.c_str()))
+    ThrowOpenFailed(path, false);
   errno = 0;
   if (isDevice) m_file.reset(std::fopen(m_target.c_str(), "wb"));
   for (int attempt = 0; !isDevice && m_file == nullptr && attempt < kMostAttempts; ++attempt) {
@@ -74,6 +70,8 @@ zvBinOutputFile::zvBinOutputFile(const std::wstring& path) {
     if (m_file == nullptr && errno != EEXIST) break;
   }
   if (m_file == nullptr) ThrowOpenFailed(path, errno == ENOENT);
+  // At once, and not when the bytes are there for others to read.
+  if (kind == FileKind::kRegular) platform::TakeOwnerAndMode(m_file.get(), m_target.c_str());
 }
 
 zvBinOutputFile::~zvBinOutputFile() {
@@ -89,10 +87,7 @@ void zvBinOutputFile::Commit() {
   const bool isWritten = m_file != nullptr && std::fflush(m_file.get()) == 0 &&
                          std::ferror(m_file.get()) == 0 && std::fclose(m_file.release()) == 0;
   if (isWritten && m_temporary.empty()) return;
-  if (isWritten) {
-    KeepPermissions(m_target, m_temporary);
-    if (std::rename(m_temporary.c_str(), m_target.c_str()) == 0) return;
-  }
+  if (isWritten && std::rename(m_temporary.c_str(), m_target.c_str()) == 0) return;
   Discard();
   throw zvmiscException(zvmiscException::kEndOfOutput);
 }

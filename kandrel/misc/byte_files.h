@@ -39,11 +39,12 @@ class KANDREL_API zvBinInputFile : public zvBinInputStream {
 
 /// Writes a file that takes its place only when it is complete: until Commit its bytes stand in
 /// another file in the same folder, <path>.tmp and the number of the process, and a file at the
-/// path stays as it is. Links are followed, the permissions of a file that was there are kept. What
-/// is there and no regular file, a device, is written to at once.
+/// path stays as it is. Links are followed. A file that was there hands on its mode when this one
+/// is opened, and its owner and group as far as the system lets this process set them. What is
+/// there and no regular file, a device, is written to at once.
 class KANDREL_API zvBinOutputFile : public zvBinOutputStream {
  public:
-  /// Throws as zvOFStream does.
+  /// Throws as zvOFStream does, also for a file that is there and may not be written.
   explicit zvBinOutputFile(const std::wstring& path);
   /// Without a Commit nothing is left.
   ~zvBinOutputFile() override;

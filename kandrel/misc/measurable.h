@@ -16,7 +16,8 @@ class KANDREL_API zvMeasurable {
 
   /// Changes the unit system. With `keepNumbers` only the label changes; otherwise all lengths are
   /// multiplied by the factor between the two systems, once, and nothing happens when they are
-  /// equal. Throws zvmeasuresException 2141 for units other than metric and inch.
+  /// equal, not even to parts that are in others. Throws zvmeasuresException 2141 for units other
+  /// than metric and inch.
   void SetUnits(zvUnitsFactory::Units units, bool keepNumbers = false);
 
  protected:

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <kandrel/misc/platform.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -102,6 +103,27 @@ FileKind KindOfFile(const char* path) noexcept {
 FileKind KindOfFile(std::FILE* file) noexcept {
   struct stat found = {};
   return KindOf(fstat(fileno(file), &found), found);
+}
+
+bool IsWritable(const char* path) noexcept {
+  return faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0;
+}
+
+void TakeOwnerAndMode(std::FILE* file, const char* path) noexcept {
+  struct stat found = {};
+  if (stat(path, &found) != 0) return;
+  const int number = fileno(file);
+  constexpr uid_t kSameOwner = static_cast<uid_t>(-1);
+  // One who isn't root may still pass a file on to another of his groups.
+  const bool isOwned = fchown(number, found.st_uid, found.st_gid) == 0;
+  const bool isOfGroup = isOwned || fchown(number, kSameOwner, found.st_gid) == 0;
+  // The mode comes last, as a new owner takes parts of it away. A group that isn't the file's may
+  // do what all others may.
+  mode_t mode = found.st_mode & 07777u;
+  if (!isOwned) mode &= ~mode_t{S_ISUID};
+  if (!isOfGroup)
+    mode = (mode & ~mode_t{S_ISGID | S_IRWXG}) | static_cast<mode_t>((mode & S_IRWXO) << 3);
+  static_cast<void>(fchmod(number, mode));
 }
 
 std::uint64_t SizeOfFile(std::FILE* file) noexcept {

@@ -40,6 +40,13 @@ KANDREL_API FileKind KindOfFile(const char* path) noexcept;
 /// The same of an open file.
 KANDREL_API FileKind KindOfFile(std::FILE* file) noexcept;
 
+/// Whether this process may write what stands at a path.
+KANDREL_API bool IsWritable(const char* path) noexcept;
+
+/// Gives an open file the mode of what stands at `path`, and its owner and group as far as this
+/// process may; does nothing where nothing is there.
+KANDREL_API void TakeOwnerAndMode(std::FILE* file, const char* path) noexcept;
+
 /// How many bytes an open file has; 0 where that can't be told.
 KANDREL_API std::uint64_t SizeOfFile(std::FILE* file) noexcept;
 

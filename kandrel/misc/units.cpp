@@ -43,8 +43,10 @@ void zvMeasurable::SetUnitsOfParts(zvUnitsFactory::Units, bool) {}
 void zvMeasurable::SetUnits(zvUnitsFactory::Units units, bool keepNumbers) {
   if (!zvUnitsFactory::IsKnown(units))
     throw zvmeasuresException(zvmeasuresException::kUnknownUnits);
-  if (!keepNumbers && units != m_units)
+  if (!keepNumbers) {
+    if (units == m_units) return;
     Scale(units, zvUnitsFactory::GetScaleFactor(m_units, units));
+  }
   SetUnitsOfParts(units, keepNumbers);
   m_units = units;
 }

@@ -36,7 +36,7 @@ class KANDREL_API zvValueValidator {
   virtual ~zvValueValidator() = default;
   virtual bool IsValid(const T& value) const = 0;
   /// By default the visitor's slot of other kinds.
-  virtual void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) const { visitor.Visit(*this); }
+  virtual void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) { visitor.Visit(*this); }
 
  protected:
   zvValueValidator() = default;
@@ -61,7 +61,7 @@ class KANDREL_API zvSteppingBasedDiscreteValueValidator final : public zvValueVa
     const T rest = std::fabs(std::fmod(value - m_minimum, m_step));
     return rest <= kValueStep || std::fabs(rest - std::fabs(m_step)) <= kValueStep;
   }
-  void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) const override { visitor.Visit(*this); }
+  void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) override { visitor.Visit(*this); }
 
  private:
   T m_minimum;
@@ -82,7 +82,7 @@ class KANDREL_API zvListBasedDiscreteValueValidator final : public zvValueValida
              return std::fabs(value - entry) <= kEqual;
            });
   }
-  void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) const override { visitor.Visit(*this); }
+  void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) override { visitor.Visit(*this); }
 
  private:
   std::vector<T> m_values;

@@ -71,6 +71,59 @@ TEST(ByteFiles, AFileTakesItsPlaceWhenItIsComplete) {
   }
 }
 
+TEST(ByteFiles, TheOtherFileIsTheTargetsOwnersFromTheStart) {
+  const tests::ScratchFolder folder;
+  const std::string path = folder.Path("x");
+  tests::WriteFile(path, "old");
+  const bool isRoot = ::geteuid() == 0;  // who alone gives files away
+  const uid_t owner = isRoot ? 12345 : ::geteuid();
+  const gid_t group = isRoot ? 23456 : ::getegid();
+  ASSERT_EQ(::chown(path.c_str(), owner, group), 0);
+  for (const mode_t mode : {0600u, 0640u, 0755u}) {
+    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+    zvBinOutputFile file(folder.WidePath("x"));
+    const auto expect = [&](const std::string& name) {
+      struct stat found = {};
+      ASSERT_EQ(::stat(name.c_str(), &found), 0);
+      EXPECT_EQ(found.st_mode & 07777u, mode);
+      EXPECT_EQ(found.st_uid, owner);
+      EXPECT_EQ(found.st_gid, group);
+    };
+    expect(file.GetTemporary());
+    file.Write("new", 3);
+    file.Commit();
+    expect(path);
+  }
+}
+
+// Although its folder would let it be replaced.
+TEST(ByteFiles, AFileThatMayNotBeWrittenIsRefusedAtOnce) {
+  // Root may write everything: for a while this test is nobody in particular.
+  struct Nobody {
+    Nobody() : before(::geteuid()), isSet(before != 0 || ::seteuid(65534) == 0) {}
+    Nobody(const Nobody&) = delete;
+    Nobody& operator=(const Nobody&) = delete;
+    ~Nobody() { EXPECT_EQ(::seteuid(before), 0); }
+    uid_t before;
+    bool isSet;
+  };
+  const tests::ScratchFolder folder;
+  tests::WriteFile(folder.Path("x"), "old");
+  ASSERT_EQ(::chmod(folder.Path("").c_str(), 0777), 0);
+  ASSERT_EQ(::chmod(folder.Path("x").c_str(), 0444), 0);
+  std::filesystem::create_symlink("x", folder.Path("link"));
+  {
+    const Nobody nobody;
+    if (!nobody.isSet) GTEST_SKIP() << "root may not be anybody else here";
+    for (const char* name : {"x", "link"})
+      EXPECT_TRUE(ThrowsId<zvException>([&] { zvBinOutputFile file(folder.WidePath(name)); }, 0,
+                                        L"File open failed.\n" + folder.WidePath(name)));
+    zvBinOutputFile(folder.WidePath("y")).Commit();
+  }
+  EXPECT_EQ(FileText(folder.Path("x")), "old");
+  EXPECT_EQ(NamesIn(folder).size(), 3u);
+}
+
 TEST(ByteFiles, WhatCannotBeWrittenIsSaid) {
   const tests::ScratchFolder folder;
   zvBinOutputFile full(L"/dev/full");

@@ -59,7 +59,7 @@ TEST(ValueValidator, VisitorsTellTheKindsApart) {
   struct Own : zvValueValidator<double> {
     bool IsValid(const double&) const override { return false; }
   };
-  const auto kindOf = [](const zvValueValidator<double>& validator) {
+  const auto kindOf = [](zvValueValidator<double>&& validator) {
     Kind kind;
     validator.AcceptVisitor(kind);
     return kind.kind;

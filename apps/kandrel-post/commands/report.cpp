@@ -53,7 +53,7 @@ std::string Duration(double seconds) {
 }
 
 std::string Direction(const post::zvMachDef::Point& p) {
-  return fmt::format("({:g}, {:g}, {:g})", p.x, p.y, p.z);
+  return fmt::format("({:g}, {:g}, {:g})", p.x + 0.0, p.y + 0.0, p.z + 0.0);  // no 0 with a sign
 }
 
 std::string FiveAxisKindInWords(std::int32_t kind) {

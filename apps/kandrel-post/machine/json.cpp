@@ -241,7 +241,7 @@ void ReadRotary(const Document& document, ObjectReader& reader, MachineValues& v
 }
 
 ordered_json Number(double value) {
-  return JsonNumber(value, "a machine");
+  return JsonNumber(value == 0 ? 0 : value, "a machine");  // no 0 with a sign
 }
 
 ordered_json Vector(const Point& p) {

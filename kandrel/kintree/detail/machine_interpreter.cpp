@@ -52,19 +52,12 @@ zvXMLInputInterpreter::zvXMLInputInterpreter(const zvKintreeMachDef& machine,
       m_rotAxisFound(rotAxisFound),
       m_tranAxisFound(tranAxisFound),
       m_namesGiven(!requestedNames.empty()) {
-  if (!m_namesGiven) {
-    for (std::size_t i = 0; i < 3; ++i) m_linear[i].direction = BaseVector(i);
-    return;
-  }
+  for (std::size_t i = 0; i < 3; ++i) m_linear[i].direction = BaseVector(i);
+  if (!m_namesGiven) return;
   // The same error for a list that is too short: deliberate, there is no other for it.
   if (requestedNames.size() < 3 || requestedNames.size() > 6)
     throw zvPostException(zvPostException::kTooManyTranslationsInFile);
   m_spindle = spindleDirection;
-  for (std::size_t i = 0; i < 3; ++i) m_linear[i].direction = BaseVector(i);
-}
-
-bool zvXMLInputInterpreter::HasDirections() const {
-  return static_cast<double>(m_machine.GetVersion()) > 1.3;
 }
 
 bool zvXMLInputInterpreter::Carries(const mkdAxis& axis, std::wstring_view word) const {
@@ -79,11 +72,11 @@ bool zvXMLInputInterpreter::CarriesAny(const mkdAxis& axis) const {
   return Carries(axis, kTool) || Carries(axis, kWorkpiece[0]) || Carries(axis, kWorkpiece[1]);
 }
 
-// An axis that moves the workpiece drives the tool the opposite way.
+// An axis that moves the workpiece drives the tool the opposite way. Its zeros take the sign too:
+// deliberate, so stored forms hold them.
 zvXMLInputInterpreter::Point zvXMLInputInterpreter::SignedDirection(const mkdAxis& axis) const {
   const Point direction = ToDouble(axis.GetInitialDirection());
-  if (Carries(axis, kTool)) return direction;
-  return Point() - direction;  // and no zero with a sign
+  return Carries(axis, kTool) ? direction : direction * -1.0;
 }
 
 void zvXMLInputInterpreter::TakeRotary(const mkdRotationalAxis& axis, std::size_t slot) {
@@ -103,7 +96,8 @@ void zvXMLInputInterpreter::Visit(const mkdRotationalAxis& axis) {
   }
   for (std::size_t i = 3; i < m_requestedNames.size(); ++i) {
     if (m_requestedNames[i] != axis.GetName()) continue;
-    // A sixth name has no place for an axis.
+    // A list may have six names, but there are slots for two rotary axes: the axis of the sixth is
+    // refused as a third one is without names. Deliberate.
     if (i - 3 >= m_rotary.size()) throw zvPostException(zvPostException::kTooManyRotationsInFile);
     TakeRotary(axis, i - 3);
   }
@@ -126,7 +120,7 @@ void zvXMLInputInterpreter::Visit(const mkdTranslationalAxis& axis) {
     m_linear[i].minimum = axis.GetMinimum();
     m_linear[i].maximum = axis.GetMaximum();
     m_axisNames[i] = axis.GetName();
-    if (HasDirections()) m_linear[i].direction = SignedDirection(axis);
+    if (HasDirections(m_machine.GetVersion())) m_linear[i].direction = SignedDirection(axis);
     if (m_isFound[i]) throw zvPostException(zvPostException::kDuplicateAxisInFile);
     m_isFound[i] = true;
   }
@@ -200,7 +194,8 @@ void zvXMLInputInterpreter::Finish() {
   if (m_tranAxisFound.size() < 3) m_tranAxisFound.resize(3);
   for (std::size_t slot = 0; slot < 3; ++slot) {
     const Translation& record = m_records[slots[slot]];
-    const Point direction = HasDirections() ? record.direction : m_linear[slot].direction;
+    const Point direction =
+        HasDirections(m_machine.GetVersion()) ? record.direction : m_linear[slot].direction;
     m_linear[slot] = {record.name, direction, record.minimum, record.maximum};
     m_axisNames[slot] = record.name;
     m_tranAxisFound[slot] = record.name;

@@ -17,6 +17,12 @@
 
 namespace kintree::detail {
 
+/// Whether a file of this version gives the directions of its translation axes, and asks for its
+/// spindle's rotation. Both are single precision: 1.30000001 is not above 1.3.
+constexpr bool HasDirections(float version) {
+  return version > 1.3f;
+}
+
 /// Visits the objects of a tree in pre-order; then Finish, and the definition can be made. What it
 /// takes and throws, zvXMLInputSurround says.
 class zvXMLInputInterpreter final : public mkdKOConstVisitor {
@@ -59,7 +65,6 @@ class zvXMLInputInterpreter final : public mkdKOConstVisitor {
   };
   static constexpr std::size_t kNone = 3;
 
-  bool HasDirections() const;
   bool Carries(const mkdAxis& axis, std::wstring_view word) const;
   bool CarriesAny(const mkdAxis& axis) const;
   Point SignedDirection(const mkdAxis& axis) const;

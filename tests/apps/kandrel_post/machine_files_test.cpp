@@ -144,6 +144,14 @@ TEST(SettingsFiles, AreNoJsonWhereANumberIsNotFinite) {
   }
 }
 
+// Its table moves the part: the directions of X and Y are turned round, zeros included.
+TEST(MachineDescriptions, ShowNoZeroWithASign) {
+  const std::string file = std::string(KANDREL_SOURCE_DIR) + "/machines/mill3.xml";
+  EXPECT_NE(Shown(file).find("X: linear, along (1, 0, 0)"), std::string::npos) << Shown(file);
+  const std::string json = Shown(file, "--json");
+  EXPECT_NE(json.find("\"xAxis\": [1,0,0]"), std::string::npos) << json;
+}
+
 TEST(MachineDescriptions, AreReadAndOverwritten) {
   const tests::ScratchFolder scratch;
   const std::string machines = std::string(KANDREL_SOURCE_DIR) + "/machines/";
