@@ -33,12 +33,21 @@ class mkdKinematicObject::Motion {
       const Waiting next = std::move(m_waiting.back());
       m_waiting.pop_back();
       const Links& links = next.parent->m_links;
-      GatherChildren(next);
-      for (const mkdKinematicObjectPointer& child : m_children) {
+      const auto& trees = links.trees;
+      // An observer may have changed trees, or have moved the parent anew.
+      if (links.timesHandedOn != next.timesHandedOn ||
+          std::find(trees.begin(), trees.end(), next.tree) == trees.end())
+        continue;
+      const mkdKinematicNode::Children& children = next.tree->FindNode(*next.parent)->GetChildren();
+      auto child = children.begin();
+      for (; child != children.end() && !IsWatched(*child); ++child)
+        MoveOnce(*child->GetValue(), next.world);
+      // And it may do so now: the rest is gone through in a copy.
+      m_children.clear();
+      for (; child != children.end(); ++child) m_children.push_back(child->GetValue());
+      for (const mkdKinematicObjectPointer& object : m_children) {
         if (links.timesHandedOn != next.timesHandedOn) break;
-        // Copies of a machine share their objects: each is moved once, by the tree reached first.
-        if (child->m_links.trees.size() > 1 && !m_moved.insert(child.Get()).second) continue;
-        Move(*child, next.world);
+        MoveOnce(*object, next.world);
       }
     }
   }
@@ -51,17 +60,13 @@ class mkdKinematicObject::Motion {
     std::uint32_t timesHandedOn;
   };
 
-  // Observers may change trees while the children are moved: they are gone through in a copy, and
-  // parents are looked up anew.
-  void GatherChildren(const Waiting& next) {
-    m_children.clear();
-    const auto& trees = next.parent->m_links.trees;
-    if (std::find(trees.begin(), trees.end(), next.tree) == trees.end()) return;
-    for (const mkdKinematicNode& child : next.tree->FindNode(*next.parent)->GetChildren())
-      m_children.push_back(child.GetValue());
+  static bool IsWatched(const mkdKinematicNode& node) {
+    return node.GetValue()->m_links.observer != nullptr;
   }
 
-  void Move(mkdKinematicObject& object, const mkdMatrix& world) {
+  // Copies of a machine share their objects: each is moved once, by the tree reached first.
+  void MoveOnce(mkdKinematicObject& object, const mkdMatrix& world) {
+    if (object.m_links.trees.size() > 1 && !m_moved.insert(&object).second) return;
     struct Joined {
       Joined(Links& objectsLinks, Motion* motion)
           : links(objectsLinks), old(std::exchange(objectsLinks.motion, motion)) {}

@@ -91,9 +91,10 @@ void mkdKinematicTree::Remove(const mkdKinematicObject& object) {
 void mkdKinematicTree::SetWorldTransform(const Node& node, const mkdMatrix& world) const {
   // Copies: an observer may change the tree, and the matrix may be of an object that moves.
   const mkdMatrix given = world;
-  const mkdKinematicObjectPointer above = node.GetValue();
   std::vector<mkdKinematicObjectPointer> children;
   for (const Node& child : node.GetChildren()) children.push_back(child.GetValue());
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the node may go
+  const mkdKinematicObjectPointer above = node.GetValue();
   std::uint32_t& timesHandedOn = above ? above->m_links.timesHandedOn : m_timesHandedOn;
   const std::uint32_t time = ++timesHandedOn;
   for (const mkdKinematicObjectPointer& child : children) {
