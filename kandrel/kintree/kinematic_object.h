@@ -27,10 +27,11 @@ class KANDREL_API mkdKinematicObjectObserver {
   virtual ~mkdKinematicObjectObserver() = default;
   /// Called before the object takes a new world matrix, and before anything else happens to it.
   ///
-  /// It may move objects, this one too: what it moves keeps the newer place, and the motion that
-  /// it is called from goes on with the rest. It may change trees: an object that it takes out, or
-  /// whose tree it destroys, may be moved once more by that motion, and one that it adds may not.
-  /// Only the tree or the machine that the motion was asked of must live until the motion ends.
+  /// It may move objects: this one and those above it keep the newer place then. The motion that it
+  /// is called from goes on with the rest, and what that has still to reach gets its place. It may
+  /// change trees: an object that it takes out, or whose tree it destroys, may be moved once more
+  /// by that motion, and one that it adds may not. Only the tree or the machine that the motion was
+  /// asked of must live until the motion ends.
   virtual void OnWorldTransform(const mkdKinematicObject& object, const mkdMatrix& world) = 0;
 };
 

@@ -82,6 +82,12 @@ class KANDREL_API zvKintreeMachDef : public measures::zvMeasurable {
   /// The tree can be moved here; objects are added to the machine, which knows their names too.
   const mkdKinematicTree& GetTree() const noexcept { return *m_tree; }
 
+  /// mkdKinematicTree's, for the machine's own.
+  const mkdKinematicTree::KeptTransforms& KeepTransforms(const mkdKinematicObject& object) {
+    return m_tree->KeepTransforms(object);
+  }
+  void ReleaseTransforms(const mkdKinematicObject& object) { m_tree->ReleaseTransforms(object); }
+
   /// An observer is told as often as it was added; one that is added while observers are told, from
   /// the next object on.
   void AddObserver(zvKintreeMachDefObserver& observer) { m_observers.push_back(&observer); }

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <map>
 #include <set>
 #include <utility>
 #include <vector>
@@ -110,20 +111,22 @@ class FileBringer {
     if (!IsThere(target)) {
       if (!IsFile(source)) return;
       Copy(source, target);
-      m_copies.insert(target);
+      m_copies.emplace(target, source);
+    } else if (!IsFile(source)) {
+      Tell(target, L"the machine is made of '" + source + L"', which isn't there.");
     } else if (!HaveSameBytes(source, target)) {
       Tell(target, L"the machine is made of '" + source + L"', which is another file.");
     }
   }
 
   void Write(const XML2TreeFillVisitor::WrittenMesh& written) {
-    // A copy made just now is the machine's own, and stays unless the mesh has become another since
-    // it was read: by other units, or cut.
-    const bool isCopy = m_copies.erase(written.path) != 0;
-    if (IsThere(written.path) && !(isCopy && !IsMeshOfFile(*written.mesh, written.path))) {
-      if (!isCopy && !m_kept.contains(written.path) && !IsMeshOfFile(*written.mesh, written.path))
-        Tell(written.path, L"the machine has another body of this name.");
-      return;
+    if (IsThere(written.path)) {
+      if (m_kept.contains(written.path) || IsMeshOfFile(*written.mesh, written.path)) return;
+      // A copy of the body's own file, made just now, gives way to triangles that have become
+      // others since they were read: by other units, or cut.
+      const auto copy = m_copies.find(written.path);
+      if (copy == m_copies.end() || copy->second != written.source)
+        return Tell(written.path, L"a body of the machine with this file has other triangles.");
     }
     Accessing(written.path, zvFileAccessException::kWrite, [&] {
       if (written.mesh->GetTriangles().size() < kFewestInBinary)
@@ -131,6 +134,7 @@ class FileBringer {
       else
         cadcam::WriteBinary(written.path, *written.mesh);
     });
+    m_copies.erase(written.path);
   }
 
  private:
@@ -142,7 +146,7 @@ class FileBringer {
 
   std::wstring m_folder;
   std::set<std::wstring> m_brought;
-  std::set<std::wstring> m_copies;
+  std::map<std::wstring, std::wstring> m_copies;  // to what each was made of
   std::set<std::wstring> m_kept;
 };
 

@@ -25,8 +25,9 @@ class KANDREL_API zvV2XMLWriter {
   /// Writes the file, which takes its place when it is complete and keeps the permissions of one
   /// that was there: until then, and when this throws, that one stays. Before, the machine's files
   /// are copied to the folder of the file, and the meshes of geometry, workpieces and stock with
-  /// triangles are written there, all under the last part of their names; one that is there already
-  /// stays as it is, and a source that isn't there is left out. Where what stays is not what the
+  /// triangles are written there, all under the last part of their names; one that was there
+  /// already stays as it is, and a source that isn't there is left out. A mesh that has changed
+  /// since it was read takes the place of the copy of its file. Where what stays is not what the
   /// machine has, be it the file of another machine or of another folder, kintree::SetMessageHook's
   /// hook is told of each file of the machine and each mesh; a hook that throws ends the writing in
   /// front of the machine file, and what was brought by then stays. To know that, files and meshes
@@ -35,9 +36,9 @@ class KANDREL_API zvV2XMLWriter {
   /// Throws zvmiscException 2579 for a number that is not finite; zvException, id 0, "Unknown
   /// discrete value validator visited", "Undefined implementation of collision group type! ",
   /// "Cannot visit abstract class" for an object of another class, and one for objects deeper below
-  /// each other than files may have them; all before anything is written. Throws
-  /// zvFileAccessException, with the cause, for a file that can't be read or written: meshes and
-  /// copies that were complete by then stay.
+  /// each other than files may have them, or with a quote in a collision check; all before anything
+  /// is written. Throws zvFileAccessException, with the cause, for a file that can't be read or
+  /// written: meshes and copies that were complete by then stay.
   void Write() const;
 
   /// What Write would write into the file; throws as it does before it writes anything.

@@ -77,8 +77,7 @@ void NoteDefaultsWritten(const Machine& machine, const std::string& jsonFile) {
   for (const auto& [key, value] : WrittenValues(ValuesOf(*machine.builder.GetMachDef()))) {
     const bool isAbsent =
         Lacks(machine, key) || (key.starts_with("rotary") && Lacks(machine, "rotary"));
-    if (isAbsent)
-      Note(fmt::format("{} has no {}: the default is written, {}", jsonFile, key, value));
+    if (isAbsent) Note(fmt::format("{} has no {}: the default counts, {}", jsonFile, key, value));
   }
 }
 

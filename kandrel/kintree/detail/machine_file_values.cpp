@@ -73,8 +73,10 @@ std::wstring FolderOf(const std::wstring& path) {
   if (!misc::ToPathBytes(path, bytes)) return {};
   std::error_code error;
   const fs::path absolute = fs::absolute(bytes, error);
-  return misc::FromUtf8(
-      (error ? fs::path(bytes) : absolute).lexically_normal().parent_path().string());
+  const fs::path folder = (error ? fs::path(bytes) : absolute).parent_path();
+  // A ".." behind a link leads elsewhere than the name says: only the system knows where.
+  const bool isPlain = std::find(folder.begin(), folder.end(), "..") == folder.end();
+  return misc::FromUtf8((isPlain ? folder.lexically_normal() : folder).string());
 }
 
 std::wstring PathOf(const std::wstring& folder, std::string_view name) {

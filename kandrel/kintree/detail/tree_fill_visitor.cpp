@@ -138,7 +138,8 @@ void XML2TreeFillVisitor::AddBody(const mkdPolygonalGeometry& object, const char
 void XML2TreeFillVisitor::AddMesh(const mkdPolygonalGeometry& object) {
   const std::wstring name = NamePart(object.GetSourceFile());
   if (name.empty() || !object.GetMesh() || object.GetMesh()->GetTriangles().empty()) return;
-  m_meshes.push_back({object.GetMesh(), FolderOf(m_fileName) + L'/' + name});
+  m_meshes.push_back(
+      {object.GetMesh(), object.GetSourceFile(), FolderOf(m_fileName) + L'/' + name});
 }
 
 void XML2TreeFillVisitor::Visit(const mkdPolygonalGeometry& object) {

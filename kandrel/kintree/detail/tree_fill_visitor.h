@@ -43,6 +43,7 @@ class KANDREL_API XML2TreeFillVisitor final : public mkdKOSimConstVisitor {
   /// A mesh, and the path that it is a file's.
   struct WrittenMesh {
     mkdPolygonalGeometry::Mesh mesh;
+    std::wstring source;  ///< the file that the body came from; that need not be there
     std::wstring path;
   };
 

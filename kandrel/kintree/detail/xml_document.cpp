@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -20,8 +21,9 @@ namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{256} << 20;
 constexpr int kMostAttributes = 256;
-constexpr std::size_t kMostTags = std::size_t{4} << 20;
+constexpr std::size_t kMostMarkup = std::size_t{4} << 20;
 constexpr std::size_t kNone = std::string_view::npos;
+constexpr std::string_view kBlanks = " \t\r\n";
 
 // One text for all that can't be read; the reason is its cause.
 [[noreturn]] void ThrowNotFound(const std::wstring& why) {
@@ -34,10 +36,10 @@ constexpr std::size_t kNone = std::string_view::npos;
 [[noreturn]] void ThrowNotOpened(const std::wstring& path, int error) {
   std::string bytes;
   std::error_code ignored;
-  const bool isPath = misc::ToPathBytes(path, bytes);
+  if (!misc::ToPathBytes(path, bytes)) ThrowNotFound(L"The system has no such names.");
   if (error == ENOENT || error == ENOTDIR) ThrowNotFound(L"There is no such file.");
   if (error == EACCES) ThrowNotFound(L"The file may not be read.");
-  if (isPath && std::filesystem::is_directory(bytes, ignored)) ThrowNotFound(L"It is a folder.");
+  if (std::filesystem::is_directory(bytes, ignored)) ThrowNotFound(L"It is a folder.");
   ThrowNotFound(error == 0 ? L"It is no regular file."
                            : L"The system refuses it with error " + std::to_wstring(error) + L".");
 }
@@ -82,7 +84,6 @@ bool IsSameWord(std::string_view a, std::string_view lowerCase) {
 
 // The encoding that the declaration names; empty when there is none.
 std::string_view DeclaredEncoding(std::string_view bytes) {
-  constexpr std::string_view kBlanks = " \t\r\n";
   const auto skipBlanks = [&](std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
   };
@@ -148,15 +149,33 @@ const char* BehindTag(const char* from, const char* end, int& attributes) {
   }
 }
 
+// Whether a tag holds a character by a number that has none: the parser would take it for the end.
+bool HoldsNoCharacter(std::string_view tag) {
+  constexpr std::uint64_t kLastCharacter = 0x10FFFF;
+  for (std::size_t at = tag.find("&#"); at != kNone; at = tag.find("&#", at + 1)) {
+    const bool isHex = at + 2 < tag.size() && tag[at + 2] == 'x';
+    const char* const first = tag.data() + at + (isHex ? 3 : 2);
+    const char* const end = tag.data() + tag.size();
+    std::uint64_t number = 0;
+    const auto [last, error] = std::from_chars(first, end, number, isHex ? 16 : 10);
+    if (last == first || last == end || *last != ';') continue;
+    if (error != std::errc() || number == 0 || number > kLastCharacter) return true;
+  }
+  return false;
+}
+
 // What must be right before the parser sees a text. It compares each attribute with all that its
 // element has: a file of a megabyte, one element of nothing else, would keep it busy for minutes.
-// Its elements take some thirty times the memory of their text. Instructions it takes for
-// declarations, which it refuses inside the root: they say nothing here and are blanked.
+// What it makes of markup takes some thirty times the memory of the text. Instructions it takes for
+// declarations, which it refuses inside the root: they say nothing here and are blanked, all but
+// one in front.
 void PrepareMarkup(std::string& text) {
   const char* const end = text.data() + text.size();
+  const char* const front = text.data() + std::min(text.find_first_not_of(kBlanks), text.size());
   int depth = 0;
-  std::size_t tags = 0;
+  std::size_t count = 0;
   for (const char* at = Find(text.data(), end, '<'); at != end; at = Find(at, end, '<')) {
+    if (++count > kMostMarkup) ThrowNotFound(L"There are more than 4194304 tags and comments.");
     const char* const start = at++;
     const std::string_view rest(at, static_cast<std::size_t>(end - at));
     if (rest.starts_with("!--")) {
@@ -167,14 +186,18 @@ void PrepareMarkup(std::string& text) {
       at = Behind(at, end, "?>");
       if (!std::string_view(start, static_cast<std::size_t>(at - start)).ends_with("?>"))
         ThrowNotFound(L"An instruction has no end.");
-      std::fill(text.begin() + (start - text.data()), text.begin() + (at - text.data()), ' ');
+      if (start == front) continue;
+      std::replace_if(
+          text.begin() + (start - text.data()), text.begin() + (at - text.data()),
+          [](char c) { return c != '\n'; }, ' ');  // errors tell their line
     } else if (rest.starts_with('!')) {
       at = Find(at, end, '>');
     } else {
       int attributes = 0;
       at = BehindTag(at, end, attributes);
       if (attributes > kMostAttributes) ThrowNotFound(L"An element has more than 256 attributes.");
-      if (++tags > kMostTags) ThrowNotFound(L"There are more than 4194304 tags.");
+      if (HoldsNoCharacter({start, static_cast<std::size_t>(at - start)}))
+        ThrowNotFound(L"A number in the file stands for no character.");
       if (rest.starts_with('/')) {
         --depth;
         continue;
@@ -183,18 +206,6 @@ void PrepareMarkup(std::string& text) {
       if (*std::prev(at) != '/') ++depth;
     }
   }
-}
-
-// As a character or by its number: the parser would take it for the end.
-bool HoldsNul(std::string_view text) {
-  if (text.find('\0') != kNone) return true;
-  for (std::size_t at = text.find("&#"); at != kNone; at = text.find("&#", at + 1)) {
-    std::size_t digit = at + 2;
-    if (digit < text.size() && text[digit] == 'x') ++digit;
-    const std::size_t behind = text.find_first_not_of('0', digit);
-    if (behind != digit && behind != kNone && text[behind] == ';') return true;
-  }
-  return false;
 }
 
 int DepthOf(const tinyxml2::XMLNode* node) {
@@ -322,7 +333,7 @@ XmlDocument XmlDocument::Load(const std::wstring& path) {
 
 XmlDocument XmlDocument::Parse(std::string bytes) {
   std::string text = ToUtf8(std::move(bytes));
-  if (HoldsNul(text)) ThrowNotFound(L"There is a NUL in the file.");
+  if (text.find('\0') != kNone) ThrowNotFound(L"There is a NUL in the file.");
   PrepareMarkup(text);
   XmlDocument document;
   auto& parsed = *document.m_document;

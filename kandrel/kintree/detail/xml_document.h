@@ -73,9 +73,9 @@ class KANDREL_API XmlDocument {
   /// Reads a document. Its characters are those of its byte order mark, else those that its
   /// declaration names: UTF-8, which no name means too, where the bytes are that, and else a byte
   /// for each of the first 256 characters. Throws zvException, id 0, "Xml file not found." with
-  /// the reason as its cause, for what is no XML, for a NUL, for elements deeper than
-  /// kDeepestElement, for more than 256 attributes of one element and for more than 2^22 tags.
-  /// Instructions, `<?...?>`, are skipped.
+  /// the reason as its cause, for what is no XML, for a NUL and other numbers of no character, for
+  /// elements deeper than kDeepestElement, for more than 256 attributes of one element and for more
+  /// than 2^22 tags and comments. Instructions, `<?...?>`, are skipped.
   static XmlDocument Parse(std::string bytes);
 
   /// The first element that stands in nothing else; its siblings follow it.

@@ -189,7 +189,7 @@ TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
       R"(, "minLimits": [-1, -2, -3], "maxLimits": [1, 2, 3], "rotary": [)"
       R"({"direction": [0, 0, -1], "pivot": [0, 0, 0], "min": -9, "max": 9}, )"
       R"({"direction": [-1, 0, 0], "pivot": [0, 0, 0], "min": -9, "max": 9})";
-  const std::string no = "note: " + json + " has no ", taken = ": the default is written, ";
+  const std::string no = "note: " + json + " has no ", taken = ": the default counts, ";
   const std::string widest = "[100000, 100000, 100000]\n";
   const std::string second = no + "rotary[1].direction" + taken + "[0, -1, 0]\n" + no +
                              "rotary[1].pivot" + taken + "[0, 0, 0]\n" + no + "rotary[1].min" +
