@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -37,14 +38,6 @@ void Accessing(const std::wstring& path, zvFileAccessException::Access access,
   } catch (const misc::zvException& e) {
     throw zvFileAccessException(path, access, &e);
   }
-}
-
-void WriteBytes(const std::wstring& path, const std::string& bytes) {
-  Accessing(path, zvFileAccessException::kWrite, [&] {
-    misc::zvBinOutputFile file(path);
-    file.Write(bytes.data(), bytes.size());
-    file.Commit();
-  });
 }
 
 void Copy(const std::wstring& from, const std::wstring& to) {
@@ -109,7 +102,10 @@ class FileBringer {
     const std::wstring target = m_folder + L'/' + name;
     if (source == target) return;
     if (!IsThere(target)) {
-      if (!IsFile(source)) return;
+      if (!IsFile(source))
+        return TellUser(
+            L"The file '" + source +
+            L"' isn't there; the machine file names it without its folder from now on.");
       Copy(source, target);
       m_copies.emplace(target, source);
     } else if (!IsFile(source)) {
@@ -232,10 +228,16 @@ void zvV2XMLWriter::Write() const {
   const Content content = ContentOf(m_machine, m_path);
   const std::wstring folder = FolderOf(m_path);
   if (folder.empty()) throw zvFileAccessException(m_path, zvFileAccessException::kWrite);
+  // First of all, so that nothing is brought where the file itself can't be written.
+  std::optional<misc::zvBinOutputFile> file;
+  Accessing(m_path, zvFileAccessException::kWrite, [&] { file.emplace(m_path); });
   FileBringer bringer(folder);
-  for (const std::wstring& file : m_machine.GetFiles()) bringer.Bring(file);
+  for (const std::wstring& source : m_machine.GetFiles()) bringer.Bring(source);
   for (const XML2TreeFillVisitor::WrittenMesh& mesh : content.meshes) bringer.Write(mesh);
-  WriteBytes(m_path, content.bytes);
+  Accessing(m_path, zvFileAccessException::kWrite, [&] {
+    file->Write(content.bytes.data(), content.bytes.size());
+    file->Commit();
+  });
 }
 
 std::string zvV2XMLWriter::GetBytes() const {

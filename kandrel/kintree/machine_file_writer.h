@@ -26,12 +26,12 @@ class KANDREL_API zvV2XMLWriter {
   /// that was there: until then, and when this throws, that one stays. Before, the machine's files
   /// are copied to the folder of the file, and the meshes of geometry, workpieces and stock with
   /// triangles are written there, all under the last part of their names; one that was there
-  /// already stays as it is, and a source that isn't there is left out. A mesh that has changed
-  /// since it was read takes the place of the copy of its file. Where what stays is not what the
-  /// machine has, be it the file of another machine or of another folder, kintree::SetMessageHook's
-  /// hook is told of each file of the machine and each mesh; a hook that throws ends the writing in
-  /// front of the machine file, and what was brought by then stays. To know that, files and meshes
-  /// are compared whole.
+  /// already stays as it is, and a source that isn't there is left out and told to the hook. A mesh
+  /// that has changed since it was read takes the place of the copy of its file. Where what stays
+  /// is not what the machine has, be it the file of another machine or of another folder,
+  /// kintree::SetMessageHook's hook is told of each file of the machine and each mesh; a hook that
+  /// throws ends the writing in front of the machine file, and what was brought by then stays. To
+  /// know that, files and meshes are compared whole.
   ///
   /// Throws zvmiscException 2579 for a number that is not finite; zvException, id 0, "Unknown
   /// discrete value validator visited", "Undefined implementation of collision group type! ",

@@ -16,6 +16,14 @@ const wchar_t* InWords(zvUnitsFactory::Units units) {
   return units == zvUnitsFactory::inch ? L"inch" : L"metric";
 }
 
+// Whether reading has made the first pivot another than that of the file.
+bool HasRelativePivot(const post::zvMachDef& machDef) {
+  if (machDef.GetNumbersOfAxes() != post::zvMachDef::fiveAxes) return false;
+  const post::zv5axMachDef& five = post::zvMachDefUtils::As5ax(machDef);
+  return five.GetFiveAxisKind() == post::zv5axMachDef::kBothInHead &&
+         !five.GetSecondRotationPivot().IsZero();
+}
+
 }  // namespace
 
 zvXMLOverwrite::zvXMLOverwrite(const std::wstring& xmlPath, const MachDefPointer& machDef,
@@ -48,5 +56,9 @@ void zvXMLOverwrite::Overwrite() {
   if (!missing.empty())
     kintree::TellUser(L"The machine file has no axis " + missing +
                       L": what the machine says of it is not written.");
+  if (HasRelativePivot(*m_machDef))
+    kintree::TellUser(
+        L"Both rotary axes are in the head: the first pivot is written as the machine has it, "
+        L"relative to the second. Where it comes from this file the axis has moved.");
   kintree::zvV2XMLWriter(*machine, m_path).Write();
 }

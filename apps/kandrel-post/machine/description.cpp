@@ -71,6 +71,11 @@ void OverwriteMachineDescription(const std::string& fileName, const Machine& mac
   if (!Lacks(machine, "names")) names = machine.builder.GetAxisNames();
   NamingFile(fileName,
              [&] { zvXMLOverwrite(path, machine.builder.GetMachDef(), names).Overwrite(); });
+  const std::filesystem::path settings = std::filesystem::path(fileName).replace_extension(".kds");
+  std::error_code ignored;
+  if (std::filesystem::exists(settings, ignored))
+    Note(fmt::format("{} stands beside it: posting takes from there what its kind says",
+                     settings.string()));
 }
 
 void NoteDefaultsWritten(const Machine& machine, const std::string& jsonFile) {

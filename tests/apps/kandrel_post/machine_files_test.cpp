@@ -228,8 +228,11 @@ TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
            "[0, 0, 0]\n" + no + "rotary[0].min" + taken + "-100000\n" + no + "rotary[0].max" +
            taken + "100000\n" + second},
   };
+  const std::string machines = KANDREL_SOURCE_DIR "/machines/";
+  for (const char* bodies : {"trunnion_ca", "shared"})
+    std::filesystem::copy(machines + bodies, scratch.Path(bodies));
   for (const auto& c : cases) {
-    std::filesystem::copy_file(std::string(KANDREL_SOURCE_DIR) + "/machines/trunnion_ca.xml", file,
+    std::filesystem::copy_file(machines + "trunnion_ca.xml", file,
                                std::filesystem::copy_options::overwrite_existing);
     tests::WriteFile(json, "{" + c.json + "}");
     const Outcome run = RunLine("machine overwrite " + file + " --from " + json);
@@ -237,6 +240,24 @@ TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
     EXPECT_EQ(run.exitCode, isError ? 1 : 0);
     EXPECT_EQ(run.failure, c.told + (isError ? "  caused by 0: " + file + "\n" : "")) << c.json;
   }
+  tests::WriteFile(json, "{" + five + limits + "]}");
+  tests::WriteFile(scratch.Path("t.kds"), "");
+  std::filesystem::remove(scratch.Path("shared/chuck.stl"));
+  std::filesystem::remove(scratch.Path("chuck.stl"));
+  std::filesystem::copy_file(machines + "trunnion_ca.xml", file,
+                             std::filesystem::copy_options::overwrite_existing);
+  EXPECT_EQ(RunLine("machine overwrite " + file + " --from " + json).failure,
+            "note: The file '" + scratch.Path("shared/chuck.stl") +
+                "' isn't there; the machine file names it without its folder from now on.\nnote: " +
+                scratch.Path("t.kds") +
+                " stands beside it: posting takes from there what its kind says\n");
+  std::filesystem::remove(scratch.Path("t.kds"));
+  std::filesystem::copy_file(machines + "fork_ca.xml", file,
+                             std::filesystem::copy_options::overwrite_existing);
+  tests::WriteFile(json, RunLine("machine show " + file + " --json").summary);
+  EXPECT_NE(RunLine("machine overwrite " + file + " --from " + json)
+                .failure.find("note: Both rotary axes are in the head: the first pivot is"),
+            std::string::npos);
 }
 
 // The example of the page moves the tool over the part as it is told to.
