@@ -14,8 +14,8 @@ struct zvBlockDeviation {
   double axis = 0;
 };
 
-/// A machine of 3 to 6 axes as rigid bodies, made of its definition alone, and the bounds of what it
-/// does between two lines. Nothing here solves or shares anything with what does.
+/// A machine of 3 to 6 axes as rigid bodies, made of its definition alone, and the bounds of what
+/// it does between two lines. Nothing here solves or shares anything with what does.
 class KANDREL_API zvBlockLaw {
  public:
   using Point = cadcam::zvTPoint3d<double>;

@@ -12,8 +12,8 @@ namespace post {
 ///    segment between the two source moves;
 /// 2. the tool axis stays within `axis` of the shortest arc between the two source orientations.
 ///
-/// A plain value, off by default: then postings are made by steps alone. It belongs to a run and not
-/// to its parameters: no stored form holds it.
+/// A plain value, off by default: then postings are made by steps alone. It belongs to a run and
+/// not to its parameters: no stored form holds it.
 class KANDREL_API zvPathTolerance {
  public:
   /// Off.
