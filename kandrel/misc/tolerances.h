@@ -57,6 +57,10 @@ inline constexpr double kUnreachable = 1e-8;
 /// an axis (sine), is not turned.
 inline constexpr double kOnAxis = 1e-12;
 
+/// What rounding may leave of a sum of a few lengths, in parts of the largest: four units in the
+/// last place.
+inline constexpr double kRoundingOfSize = 1e-15;
+
 /// Slack of the test whether a position on a pole lies inside the linear limits: exact in practice.
 inline constexpr double kInsideLimits = 1e-15;
 

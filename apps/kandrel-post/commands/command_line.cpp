@@ -248,6 +248,8 @@ int RunCommandLine(int argc, const char* const* argv) noexcept {
   } catch (const UsageError& e) {
     std::fputs(fmt::format("{}\n", e.what()).c_str(), stderr);
     return kWrongCommandLine;
+  } catch (const ToldFailure&) {
+    return kJobFailed;
   } catch (...) {
     std::fputs(DescribeCurrentFailure().c_str(), stderr);
     return kJobFailed;

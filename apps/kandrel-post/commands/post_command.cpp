@@ -1,6 +1,8 @@
+#include <fmt/format.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/exception.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/post/creators/five_axis_creator.h>
@@ -19,6 +21,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -26,8 +29,10 @@
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/hopeless_steps.h"
+#include "kandrel-post/commands/limit_lines.h"
 #include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/commands/report.h"
+#include "kandrel-post/host/errors.h"
 #include "kandrel-post/host/progress.h"
 #include "kandrel-post/machine/argument.h"
 #include "kandrel-post/machine/machine.h"
@@ -192,6 +197,24 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   return report;
 }
 
+// Posts; where the machine's limits refuse the run, says what leaves them and fails as told.
+PostOutcome PostOrTellLimits(const Job& job, OutputFolder& folder, Progress& progress) {
+  try {
+    return Post(job, folder, progress);
+  } catch (const misc::zvException& e) {
+    if (!IsRefusedByLimits(e)) throw;
+    progress.Stop();
+    std::fputs(DescribeCurrentFailure().c_str(), stderr);
+  }
+  // The failure's own lines stand; what goes wrong from here on follows them.
+  try {
+    WriteLimitLines(job.options, job.machine, job.par, job.toolPath);
+  } catch (...) {
+    std::fputs(fmt::format("  no limits told: {}", DescribeCurrentFailure()).c_str(), stderr);
+  }
+  throw ToldFailure();
+}
+
 }  // namespace
 
 void RunPost(const PostOptions& options) {
@@ -208,7 +231,7 @@ void RunPost(const PostOptions& options) {
   OutputFolder folder(options.folder);
   progress.Stage("posting");
   const Job job{options, machine, par, program.toolPath};
-  const PostOutcome outcome = Post(job, folder, progress);
+  const PostOutcome outcome = PostOrTellLimits(job, folder, progress);
   progress.Stop();
 
   Report report = MakeReport(job, outcome);
