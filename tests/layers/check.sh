@@ -40,12 +40,12 @@ includes() {
       if (path ~ /^kandrel\/kintree\//) return 9
       return -1
     }
-    # The floor of a folder of kandrel-post, host <- out <- cl, machine, samples <- commands; of one
-    # floor, none includes another. 0 for what stands in none, and above all of them main.cpp.
+    # The floor of a folder of kandrel-post, host <- out <- cl, csv, machine, samples <- commands; of
+    # one floor, none includes another. 0 for what stands in none, and above all of them main.cpp.
     function floor(folder) {
       if (folder == "host") return 1
       if (folder == "out") return 2
-      if (folder == "cl" || folder == "machine" || folder == "samples") return 3
+      if (folder == "cl" || folder == "csv" || folder == "machine" || folder == "samples") return 3
       if (folder == "commands") return 4
       return 0
     }
