@@ -19,7 +19,7 @@ class KANDREL_API zvPathTolerance {
   /// Off.
   zvPathTolerance() = default;
   /// `tip` in the path's units, `axis` in degrees. Throws misc::zvRangeException for what is not
-  /// above 0: NaN, zero and negative values.
+  /// above 0 and finite: NaN, infinity, zero and negative values.
   zvPathTolerance(double tip, double axis);
 
   bool IsOn() const noexcept { return m_tip > 0; }
