@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/out/axis_words.h"
 #include "kandrel-post/out/posted_row.h"
 #include "kandrel-post/out/text_sink.h"
@@ -47,6 +48,7 @@ class UncheckedRun {
   void ForEachLine(const Point& shift, const Take& take) const {
     const Point origin = m_options.origin + shift;
     zvKDR5AxBase kernel(m_machDef, m_options.control, m_par, origin, m_options.toolLength);
+    kernel.SetPathTolerance(PathToleranceOf(m_options.tolerance, m_toolPath.GetUnits()));
     const post::zvPostedTP& posted = kernel.Post(m_toolPath);
     for (auto move = posted.Begin(); move != posted.End(); ++move) take(**move);
   }

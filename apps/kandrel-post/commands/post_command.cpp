@@ -16,6 +16,7 @@
 #include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/verifier/posting_verifier.h>
 #include <unistd.h>
 
 #include <array>
@@ -32,6 +33,7 @@
 #include "kandrel-post/commands/limit_lines.h"
 #include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/commands/report.h"
+#include "kandrel-post/commands/verdict_text.h"
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/host/progress.h"
 #include "kandrel-post/machine/argument.h"
@@ -49,12 +51,14 @@ namespace kandrel_post {
 namespace {
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
+constexpr std::size_t kMostFindingsShown = 16;
 
 struct Job {
   const PostOptions& options;
   const Machine& machine;
   const post::zvKDRParam& par;
   const cadcam::zvToolPath& toolPath;
+  post::zvPathTolerance tolerance;
 };
 
 // What a walk over the posted moves has shown.
@@ -68,8 +72,25 @@ struct PostOutcome {
   post::zvPostingCounts counts;
   bool aligned = false;
   Walked walked;
+  post::zvPostingVerdict verdict;
+  post::zvToleranceReport notHeld;
   bool hasLog = true;
 };
+
+// Holds what was posted against toolpath and machine; `posted` is a list or a zvPostedTP.
+template <class Posted>
+post::zvPostingVerdict Verify(const Job& job, const Posted& posted,
+                              const post::zvAlignMatrix& alignment, Progress& progress) {
+  progress.Stage("verifying");
+  const PostOptions& options = job.options;
+  post::zvVerifierRules rules = VerifierRules(options, job.par, job.toolPath.GetUnits());
+  rules.alignment = alignment;
+  rules.mostFindings = kMostFindingsShown;
+  post::zvPostingVerifier verifier(*job.machine.builder.GetMachDef(), options.control,
+                                   options.origin, options.toolLength);
+  verifier.SetRules(rules);
+  return verifier.Verify(job.toolPath, posted);
+}
 
 // Writes run.kdr, as `write(stream, tool)` does. The command line has no tool: the log gets the
 // default end mill, in the machine's units.
@@ -128,12 +149,16 @@ PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progres
   const misc::zvAutoPointer<post::zvMachDef> machDef = job.machine.builder.GetMachDef();
   zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
                       job.options.toolLength);
+  kernel.SetPathTolerance(job.tolerance);
   const post::zvPostedTP& posted = kernel.Post(job.toolPath);
   PostOutcome outcome{kernel.GetCounts(), posted.HasAlignMatrix(),
-                      WriteFiles(job, folder, progress, posted.GetCount(), [&](const auto& write) {
-                        for (auto move = posted.Begin(); move != posted.End(); ++move)
-                          write(**move);
-                      })};
+                      WriteFiles(job, folder, progress, posted.GetCount(),
+                                 [&](const auto& write) {
+                                   for (auto move = posted.Begin(); move != posted.End(); ++move)
+                                     write(**move);
+                                 }),
+                      Verify(job, posted, posted.GetAlignMatrix(), progress),
+                      kernel.GetToleranceReport()};
   // A log without a line says five axes, whatever the machine has, and could not be read.
   outcome.hasLog = posted.GetCount() != 0 || AxisCount(job.machine) == 5;
   if (outcome.hasLog)
@@ -149,13 +174,17 @@ PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) 
   const auto creator =
       misc::MakeAutoPointer<Creator>(job.machine.builder.GetMachDef(), job.options.control, job.par,
                                      job.options.origin, job.options.toolLength);
+  creator->SetPathTolerance(job.tolerance);
   const auto posted = creator->Post(job.toolPath, true);
   post::zvPostingCounts counts;
   if constexpr (requires { creator->GetCounts(); }) counts = creator->GetCounts();
   PostOutcome outcome{counts, !creator->GetAlignMatrix().IsNull(),
-                      WriteFiles(job, folder, progress, posted->GetCount(), [&](const auto& write) {
-                        for (const auto& move : *posted) write(move);
-                      })};
+                      WriteFiles(job, folder, progress, posted->GetCount(),
+                                 [&](const auto& write) {
+                                   for (const auto& move : *posted) write(move);
+                                 }),
+                      Verify(job, *posted, creator->GetAlignMatrix(), progress),
+                      creator->GetToleranceReport()};
   // Small moves of six axes are stored so that no reader of the same version takes them.
   outcome.hasLog = !std::is_same_v<Creator, zvPosted6axTPCreator>;
   if (outcome.hasLog)
@@ -194,6 +223,9 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   report.rotarySlackDeg = job.par.GetLimitTolerance();
   report.wrapped = WrappedAxes(options.control);
   report.deviation = outcome.walked.deviation;
+  report.tolerance = job.tolerance;
+  report.notHeld = outcome.notHeld;
+  report.verdict = VerdictInWords(outcome.verdict, job.machine, kMostFindingsShown);
   return report;
 }
 
@@ -230,7 +262,8 @@ void RunPost(const PostOptions& options) {
 
   OutputFolder folder(options.folder);
   progress.Stage("posting");
-  const Job job{options, machine, par, program.toolPath};
+  const Job job{options, machine, par, program.toolPath,
+                PathToleranceOf(options.tolerance, program.toolPath.GetUnits())};
   const PostOutcome outcome = PostOrTellLimits(job, folder, progress);
   progress.Stop();
 

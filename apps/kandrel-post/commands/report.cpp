@@ -89,6 +89,18 @@ std::string OffLine(const Report::Deviation& deviation, const MachineValues& val
                      unit, deviation.index, deviation.number);
 }
 
+std::string ToleranceInWords(const Report& report, measures::zvUnitsFactory::Units units) {
+  if (!report.tolerance.IsOn()) return "off";
+  const bool isInch = units == measures::zvUnitsFactory::inch;
+  std::string text = fmt::format("tip {:g} {}, axis {:g} deg", report.tolerance.GetTip(),
+                                 isInch ? "in" : "mm", report.tolerance.GetAxis());
+  const post::zvToleranceReport& notHeld = report.notHeld;
+  if (!notHeld.IsHeld())
+    text += fmt::format("; not held on the way to {} posted move{}, first to {}", notHeld.count,
+                        notHeld.count == 1 ? "" : "s", notHeld.lines[0].index);
+  return text;
+}
+
 std::string SkippedWords(const ClProgram& program) {
   std::vector<std::pair<std::string, std::uint64_t>> words(program.skippedWords.begin(),
                                                            program.skippedWords.end());
@@ -222,6 +234,9 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
                  UnitsWord(values.units));
   text += AxisTable(report, values, ShownAxisNames(machine), posted);
   text += Counts(report, values, ShownAxisNames(machine), program, posted);
+  if (values.axes > 3)
+    fmt::format_to(out, "tolerance       {}\n", ToleranceInWords(report, values.units));
+  text += report.verdict;
   fmt::format_to(out, "seconds taken   {:.3f}\n", report.secondsTaken);
   text += Notes(report, machine, program, posted);
   for (const std::string& file : report.outputFiles)

@@ -1,7 +1,9 @@
 // What a posting did, on one screen.
 #pragma once
 
+#include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/model/tolerance_report.h>
 
 #include <array>
 #include <cstddef>
@@ -68,6 +70,9 @@ struct Report {
     std::uint64_t number = 0;  ///< of the block in the NC text
   };
   std::optional<Deviation> deviation;
+  post::zvPathTolerance tolerance;
+  post::zvToleranceReport notHeld;  ///< where the posting couldn't keep it
+  std::string verdict;              ///< of the verification, lines with their ends
   double secondsTaken = 0;
 };
 
