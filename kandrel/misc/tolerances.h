@@ -110,8 +110,9 @@ inline constexpr double kSmallestTipTolerance = 1e-8;
 inline constexpr double kSmallestTipPart = 1e-12;
 
 /// A step between lines is not divided below this turn of the tool, degrees, where the tip moves
-/// less than a tenth of its tolerance: what is left of a leap.
-inline constexpr double kTinyTurn = 1e-3;
+/// less than a tenth of its tolerance: what is left of a leap. Beside a pole at kNarrowestPole a
+/// free axis still turns by less than a tenth of a degree meanwhile.
+inline constexpr double kTinyTurn = 1e-7;
 
 /// Most moves, parts of a step or whole turns that are counted at once: 2^31 - 2. Formed and tested
 /// as a double, so that a count that doesn't fit is refused before it becomes an integer.

@@ -62,11 +62,20 @@ zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::Post(const cadcam::zvToo
 }
 
 // What holds the posting to its tolerance, where there is one.
-std::optional<post::zv5axPathKeeper> zvPosted5axTPCreator::MakeKeeper(bool smallMoves) const {
+std::optional<post::zv5axPathKeeper> zvPosted5axTPCreator::MakeKeeper(
+    const cadcam::zvToolPath& toolpath, bool smallMoves) const {
   if (!GetPathTolerance().IsOn()) return std::nullopt;
+  const auto reach = [&] {
+    double most = 0;
+    for (post::zvPathReader reader(toolpath, GetAlignMatrix()); reader.Next();) {
+      const Point& p = reader.GetMove().GetPosition();
+      most = std::max({most, std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+    }
+    return most;
+  };
   return std::optional<post::zv5axPathKeeper>(std::in_place, m_solver, GetPathTolerance(),
                                               GetPartOrigin(), GetToolLengthCompensationValue(),
-                                              smallMoves);
+                                              smallMoves, reach);
 }
 
 // All blocks of a list to which nothing was done are known to hold the tolerance.
@@ -80,13 +89,16 @@ void zvPosted5axTPCreator::RunPasses(const cadcam::zvToolPath& toolpath, bool sm
   if (IsToolpathFor3AxisMachine(toolpath)) return PostStanding(toolpath, smallMoves);
   PostInAttempts([&](Attempt attempt) {
     List& list = *m_posted.Get();
-    std::optional<post::zv5axPathKeeper> tolerance = MakeKeeper(smallMoves);
+    std::optional<post::zv5axPathKeeper> tolerance = MakeKeeper(toolpath, smallMoves);
     post::zv5axPathKeeper* const keeper = tolerance ? &*tolerance : nullptr;
     const bool mayHavePoles = BuildPostedMoves(toolpath, smallMoves, keeper);
     post::WrapIntoRanges(list, post::RotaryRangesOf(m_machDef));
     SettleFirstMoves();
     if (mayHavePoles && keeper == nullptr) BlendPoles();
     const double largestStep = post::CalcWindedAngles(list);
+    if (keeper != nullptr && keeper->HasLeftTurns())
+      m_counts.blendedPoles =
+          post::SpreadPoleTurns(list, GetPar(), m_solver, keeper->GetPoleCone());
     MakeJumps(largestStep, smallMoves);
     if (keeper != nullptr && keeper->HasLeftTurns()) keeper->Keep(list, GetPar().GetMaxAngleJump());
     DivideLargeSteps(largestStep);

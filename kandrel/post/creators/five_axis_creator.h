@@ -102,7 +102,8 @@ class KANDREL_API zvPosted5axTPCreator
   template <class Passes>
   bool TryOwnBounds(const Passes& passes, post::zvKDRParam::SolutionIndex own);
 
-  std::optional<post::zv5axPathKeeper> MakeKeeper(bool smallMoves) const;
+  std::optional<post::zv5axPathKeeper> MakeKeeper(const cadcam::zvToolPath& toolpath,
+                                                  bool smallMoves) const;
   void RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves);
   bool BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves,
                         post::zv5axPathKeeper* keeper);

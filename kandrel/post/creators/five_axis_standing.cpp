@@ -21,7 +21,7 @@ void zvPosted5axTPCreator::PostStanding(const cadcam::zvToolPath& toolpath, bool
   post::zvPathReader reader(toolpath, GetAlignMatrix());
   reader.Next();
   const Point dir_tool = reader.GetMove().GetOrientation();
-  const std::optional<post::zv5axPathKeeper> keeper = MakeKeeper(smallMoves);
+  const std::optional<post::zv5axPathKeeper> keeper = MakeKeeper(toolpath, smallMoves);
   const post::zv5axMoveSolver::PoleCone cone =
       keeper ? keeper->GetPoleCone() : m_solver.MakePoleCone();
   const post::zvStandingAxes axes = post::ChooseStandingAxes(

@@ -524,6 +524,24 @@ zvBlockDeviation zvBlockLaw::Guess(const Station& from, const Station& to) const
           (AngleOfSine(guess.axis) + kAxisRounding) * misc::kDegreesPerRadian};
 }
 
+// With the tip at U + Ra (V + Rb W), of which one moves with the nose X, evenly, and the turns of
+// both axes together w:
+//   |P''| <= w^2 (|V| + |W|) + 2 w |X'|, and |V| + |W| is at most the constants' lengths and |X|
+//   |t''| <= w^2
+// and what is linear at both ends is at most an eighth of that away.
+zvBlockDeviation zvBlockLaw::Glance(const Line& from, const Line& to) const noexcept {
+  if (!m_isIdentity) return {kInfinite, kInfinite};
+  const double turn =
+      (std::fabs(to.firstAngle - from.firstAngle) + std::fabs(to.secondAngle - from.secondAngle)) *
+      misc::kRadiansPerDegree;
+  const double size = m_size + std::max(SizeOf(from.p_mach), SizeOf(to.p_mach));
+  const double shift = SizeOf(to.p_mach - from.p_mach);
+  const double tip = (turn * size + 2 * shift) * turn / 8;
+  const double axis = turn * turn / 8;
+  if (!(tip + axis + size < kInfinite)) return {kInfinite, kInfinite};
+  return {tip + kRounding * size, (AngleOfSine(axis) + kAxisRounding) * misc::kDegreesPerRadian};
+}
+
 zvBlockDeviation zvBlockLaw::BoundAbove(const Station& from, const Station& to, const Way& way,
                                         const zvBlockDeviation& known) const noexcept {
   const zvBlockMotion motion(*this, from, to);

@@ -15,6 +15,7 @@
 #include <iterator>
 #include <limits>
 #include <optional>
+#include <utility>
 
 namespace post {
 
@@ -35,6 +36,10 @@ double LargerTurn(const zvBlockLaw::Line& a, const zvBlockLaw::Line& b) {
 
 double Size(const Point& p) {
   return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+}
+
+bool IsSame(const zvBlockLaw::Line& a, const zvBlockLaw::Line& b) {
+  return a.firstAngle == b.firstAngle && a.secondAngle == b.secondAngle && a.p_mach == b.p_mach;
 }
 
 zvBlockLaw::Line LineOf(const zvPosted5axMove& move) {
@@ -79,6 +84,7 @@ class Arc {
 struct zv5axPathKeeper::Place {
   zvBlockLaw::Pose pose;
   zvBlockLaw::Line line;
+  mutable std::optional<zvBlockLaw::Station> station;  // of the line, once a block is judged
   std::array<double, 2> solved{};
   bool isOnPole = false;                   // of the first axis
   std::uint32_t poleStatus = kDetermined;  // of a line whose free angle none before it tells
@@ -226,6 +232,7 @@ class zv5axPathKeeper::Walk {
     if (m_last.isOnPole && m_last.poleStatus == kDetermined) {
       // The free axis turns where the tip stands, and the tool leaves without turning it.
       Place turned = m_last;
+      turned.station.reset();
       turned.line.firstAngle = m_tried.line.firstAngle;
       turned.solved[0] = m_tried.solved[0];
       turned.line.p_mach =
@@ -280,7 +287,7 @@ class zv5axPathKeeper::Walk {
 
 zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTolerance& tolerance,
                                  const Point& partOrigin, double toolLengthCompensation,
-                                 bool smallMoves)
+                                 bool smallMoves, const std::function<double()>& reach)
     : m_solver(solver),
       m_tolerance(tolerance),
       m_law(solver, partOrigin, toolLengthCompensation),
@@ -298,8 +305,14 @@ zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTole
   if (!(tolerance.GetAxis() >= misc::kSmallestAxisTolerance))
     throw misc::zvRangeException<double>(misc::kSmallestAxisTolerance, std::nullopt,
                                          tolerance.GetAxis());
-  m_coneDeg = std::min(std::max(par.GetPoleAngleTolerance(), misc::kNarrowestPole),
-                       tolerance.GetAxis() / 2);
+  // What tilts from the edge of the cone onto the pole, over no way, takes the tip at most 3/8 w^2
+  // R off its line, by |P''| <= 3 w^2 R with the tilt w and the largest arm R. So half of the axis
+  // tolerance and a part of the tip's are all that the cone costs.
+  double widest = tolerance.GetAxis() / 2;
+  if (par.GetPoleAngleTolerance() > misc::kNarrowestPole && widest > misc::kNarrowestPole)
+    widest = std::min(
+        widest, std::sqrt(tolerance.GetTip() / (m_size + 2 * reach())) * misc::kDegreesPerRadian);
+  m_coneDeg = std::max(std::min(par.GetPoleAngleTolerance(), widest), misc::kNarrowestPole);
   m_cone = solver.MakePoleCone(m_coneDeg);
   m_plain = {tolerance.GetTip(), tolerance.GetAxis() - m_coneDeg - misc::kSnappedTool};
   // An axis on whose pole the tool can't stand has none: its second one doesn't take the spindle
@@ -340,20 +353,31 @@ double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
     use = turn <= m_step + misc::kAngleBorder / 2 ? std::min(1.0, turn / m_step) : turn / m_step;
   if (!(turn <= kFarTurn)) return std::max(use, 2.0);
   if (m_distance > 0) use = std::max(use, (to.pose.tip - from.pose.tip).Length() / m_distance);
-  const zvBlockDeviation off = m_law.Bound(from.line, to.line, {from.pose, to.pose});
+  for (const Place* place : {&from, &to})
+    if (!place->station) place->station = m_law.StationAt(place->line);
+  // What is far below needs no exact figure.
+  constexpr double kFarBelow = 0.25;
+  const zvBlockDeviation off =
+      m_law.BoundAbove(*from.station, *to.station, {from.pose, to.pose},
+                       {kFarBelow * m_tolerance.GetTip(), kFarBelow * m_tolerance.GetAxis()});
   const double tip = std::sqrt(off.tip / m_tolerance.GetTip());
   const double axis = std::sqrt(off.axis / m_tolerance.GetAxis());
   if (!(tip >= 0 && axis >= 0)) return kInfinite;
   return std::max({use, tip, axis});
 }
 
-bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) const {
+bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   const double turn = std::max(std::fabs(to.GetAngle(0) - from.GetAngle(0)),
                                std::fabs(to.GetAngle(1) - from.GetAngle(1)));
   if (m_step > 0 && !(turn <= m_step)) return false;
   if (m_distance > 0 && !(PartDistance(from, to) <= m_distance)) return false;
   if (from.GetPoleStatus() != kDetermined || to.GetPoleStatus() != kDetermined) return false;
-  const zvBlockDeviation off = m_law.Guess(LineOf(from), LineOf(to));
+  const zvBlockDeviation most = m_law.Glance(LineOf(from), LineOf(to));
+  if (most.tip <= m_plain.tip && most.axis <= m_plain.axis) return true;
+  // The end of one block is the start of the next.
+  if (!IsSame(m_behind.line, LineOf(from))) m_behind = m_law.StationAt(LineOf(from));
+  const zvBlockLaw::Station start = std::exchange(m_behind, m_law.StationAt(LineOf(to)));
+  const zvBlockDeviation off = m_law.Guess(start, m_behind);
   return off.tip <= m_plain.tip && off.axis <= m_plain.axis;
 }
 
@@ -384,6 +408,7 @@ void zv5axPathKeeper::Thin(List& list, Iterator from, Iterator to) const {
 
 std::uint32_t zv5axPathKeeper::Keep(List& list, double maxAngleJump) {
   if (list.GetCount() < 2) return 0;
+  m_distance = 0;  // all steps have been kept by it; those between lifted lines need not
   std::uint32_t divided = 0;
   for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
     list.PrefetchAfter(*to);

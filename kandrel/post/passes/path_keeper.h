@@ -11,6 +11,7 @@
 #include <kandrel/post/model/tolerance_report.h>
 
 #include <cmath>
+#include <functional>
 
 namespace post {
 
@@ -37,15 +38,18 @@ class KANDREL_API zv5axPathKeeper {
   using List = misc::zvMemoryPoolList<Move>;
   using Iterator = List::iterator;
 
-  /// `tolerance` is on. Throws misc::zvRangeException, which names the smallest, for a tolerance
-  /// below what numbers hold at the size of the machine.
+  /// `tolerance` is on. `reach` gives the largest coordinate of the path; it is asked only where
+  /// the parameters have a pole tolerance. Throws misc::zvRangeException, which names the smallest,
+  /// for a tolerance below what numbers hold at the size of the machine.
   zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTolerance& tolerance,
-                  const Point& partOrigin, double toolLengthCompensation, bool smallMoves);
+                  const Point& partOrigin, double toolLengthCompensation, bool smallMoves,
+                  const std::function<double()>& reach);
   zv5axPathKeeper(const zv5axPathKeeper&) = delete;
   zv5axPathKeeper& operator=(const zv5axPathKeeper&) = delete;
 
-  /// The cone in which a move counts as on a pole: that of the parameters, but at least as wide as
-  /// angles can be solved beside a pole, and at most half of the axis tolerance.
+  /// The cone in which a move counts as on a pole: that of the parameters, but at most half of the
+  /// axis tolerance, and so narrow that the tip may tilt over it at once; at least as wide as where
+  /// angles can't be solved.
   const zv5axMoveSolver::PoleCone& GetPoleCone() const noexcept { return m_cone; }
 
   /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the
@@ -57,7 +61,7 @@ class KANDREL_API zv5axPathKeeper {
   }
 
   /// Whether a block clearly needs no line. Of moves whose angles are determined, wound or not.
-  bool IsPlain(const Move& from, const Move& to) const;
+  bool IsPlain(const Move& from, const Move& to);
 
   /// Puts the lines between `to`, a feed move with these solutions, and the move before it, and
   /// gives `to` the solution that goes on from the last of them. What fails leaves `to` as it is,
@@ -100,7 +104,8 @@ class KANDREL_API zv5axPathKeeper {
   zvBlockDeviation m_plain;  // what a guess may be
   double m_size = 0;         // of the machine
   double m_farthest = 0;
-  bool m_hasPole = false;  // of the first axis, within reach
+  zvBlockLaw::Station m_behind;  // of the line asked about last
+  bool m_hasPole = false;        // of the first axis, within reach
   bool m_hasLeftTurns = false;
 };
 
