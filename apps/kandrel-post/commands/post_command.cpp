@@ -11,7 +11,6 @@
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <kandrel/post/model/mach_def.h>
-#include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posting_counts.h>
@@ -39,11 +38,12 @@
 #include "kandrel-post/machine/argument.h"
 #include "kandrel-post/machine/machine.h"
 #include "kandrel-post/machine/run_log.h"
+#include "kandrel-post/machine/values.h"
 #include "kandrel-post/out/csv_writer.h"
 #include "kandrel-post/out/nc_writer.h"
 #include "kandrel-post/out/output_folder.h"
+#include "kandrel-post/out/pole_counter.h"
 #include "kandrel-post/out/posted_row.h"
-#include "kandrel-post/out/rotary_motion.h"
 #include "kandrel-post/out/text_sink.h"
 
 namespace kandrel_post {
@@ -65,7 +65,6 @@ struct Job {
 struct Walked {
   PostedStatistics statistics;
   std::uint64_t polesCrossed = 0;
-  std::optional<Report::Deviation> deviation;
 };
 
 struct PostOutcome {
@@ -103,14 +102,10 @@ void WriteRun(const Job& job, OutputFolder& folder, const WriteLog& write) {
 }
 
 // From five axes on.
-std::optional<RotaryMotion> MakeRotaryMotion(const Job& job) {
-  const int axes = AxisCount(job.machine);
-  if (axes < 5) return std::nullopt;
-  const post::zvMachDef& machDef = *job.machine.builder.GetMachDef();
-  return RotaryMotion(axes == 5 ? post::zvMachDefUtils::Cast5ax(machDef)
-                                : post::Get5axMachDef(post::zvMachDefUtils::Cast6ax(machDef)),
-                      job.options.control, job.options.origin, job.options.toolLength,
-                      job.par.GetPoleAngleTolerance());
+std::optional<PoleCounter> MakePoleCounter(const Job& job) {
+  const MachineValues values = ValuesOf(*job.machine.builder.GetMachDef());
+  if (values.axes < 5) return std::nullopt;
+  return PoleCounter(values.rotary[0].direction, job.par.GetPoleAngleTolerance());
 }
 
 // Writes the posted moves, `count` of them, that `forEachMove` hands over one by one.
@@ -123,24 +118,20 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std:
   CsvWriter csv(folder.Create("posted.csv"));
   NcWriter nc(folder.Create("posted.nc"), job.machine.name, NamesByAxis(job.machine), inch,
               wrapped);
-  Walked walked{PostedStatistics(wrapped), 0, std::nullopt};
-  std::optional<RotaryMotion> motion = MakeRotaryMotion(job);
+  Walked walked{PostedStatistics(wrapped), 0};
+  std::optional<PoleCounter> poles = MakePoleCounter(job);
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
     csv.Write(row);
     nc.Write(row);
     walked.statistics.Add(row);
-    if (motion) motion->Add(row);
+    if (poles) poles->Add(move);
     const std::uint64_t written = walked.statistics.GetCount();
     if (written % kMovesBetweenReports == 0)
       progress.Fraction(static_cast<double>(written) / static_cast<double>(count));
   });
   nc.Finish();
-  if (motion) {
-    walked.polesCrossed = motion->GetPolesCrossed();
-    walked.deviation = {motion->GetLargest(), motion->GetIndex(),
-                        NcWriter::NumberOf(motion->GetIndex())};
-  }
+  if (poles) walked.polesCrossed = poles->GetCrossed();
   return walked;
 }
 
@@ -222,7 +213,8 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   report.polesCrossed = outcome.walked.polesCrossed;
   report.rotarySlackDeg = job.par.GetLimitTolerance();
   report.wrapped = WrappedAxes(options.control);
-  report.deviation = outcome.walked.deviation;
+  const post::zvPostingVerdict::Largest& tip = outcome.verdict.tip;
+  report.deviation = {tip.value, tip.line, NcWriter::NumberOf(tip.line)};
   report.tolerance = job.tolerance;
   report.notHeld = outcome.notHeld;
   report.verdict = VerdictInWords(outcome.verdict, job.machine, kMostFindingsShown);

@@ -82,9 +82,9 @@ std::string SideInWords(const MachineValues& v, std::size_t axis) {
 
 std::string OffLine(const Report::Deviation& deviation, const MachineValues& values) {
   const char* const unit = values.units == measures::zvUnitsFactory::inch ? "in" : "mm";
-  constexpr double kRounding = 1e-9;
-  if (deviation.largest > 0 && deviation.largest < kRounding) return fmt::format("0 {}", unit);
-  if (deviation.largest == 0) return fmt::format("0 {}: no feed move turns an axis", unit);
+  // Bounds hold in spite of rounding, and so are never quite 0.
+  constexpr double kRounding = 1e-6;
+  if (deviation.largest < kRounding) return fmt::format("0 {}", unit);
   return fmt::format("{:.3g} {} at most, on the way to posted move {} (N{})", deviation.largest,
                      unit, deviation.index, deviation.number);
 }
@@ -154,7 +154,7 @@ std::string Counts(const Report& report, const MachineValues& values,
   if (report.counts.shortLifts != 0)
     fmt::format_to(out, "short lifts     {}: shorter than the retract distance\n",
                    report.counts.shortLifts);
-  if (report.deviation) {
+  if (values.axes > 4) {
     fmt::format_to(out, "poles crossed   {}", report.polesCrossed);
     if (report.counts.blendedPoles != 0)
       fmt::format_to(out, ", stretches on a pole blended: {}", report.counts.blendedPoles);
@@ -168,8 +168,8 @@ std::string Counts(const Report& report, const MachineValues& values,
     fmt::format_to(out, "turns           {}\n", turns);
   }
   fmt::format_to(out, "total time      {}\n", Duration(posted.GetSeconds()));
-  if (report.deviation)
-    fmt::format_to(out, "tip off line    {}\n", OffLine(*report.deviation, values));
+  if (values.axes > 3)
+    fmt::format_to(out, "tip off line    {}\n", OffLine(report.deviation, values));
   return text;
 }
 

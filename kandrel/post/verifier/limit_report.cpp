@@ -53,6 +53,11 @@ Rotary RotaryOf(const zvMachDef& machDef) {
   }
 }
 
+// Rules that files may bring and that nobody knows leave angles alone.
+bool IsWrapping(zv5axControlDef::angleLimit limit) {
+  return limit == zv5axControlDef::angleLimit360 || limit == zv5axControlDef::angleLimit180;
+}
+
 // Whether an angle, or another that a whole turn makes of it, lies in a range.
 bool IsInside(double deg, const zvRotaryRange& range, double slack, bool isWrapped) {
   const double low = range.min - slack;
@@ -68,8 +73,7 @@ zvLimitReport::zvLimitReport(const zvMachDef& machDef, const zv5axControlDef& co
                              double limitTolerance)
     : m_min(machDef.GetMinLimits()),
       m_max(machDef.GetMaxLimits()),
-      m_wrapped{control.GetFirstAxisLimit() != zv5axControlDef::angleLimitNone,
-                control.GetSecondAxisLimit() != zv5axControlDef::angleLimitNone},
+      m_wrapped{IsWrapping(control.GetFirstAxisLimit()), IsWrapping(control.GetSecondAxisLimit())},
       m_tolerance(limitTolerance),
       m_isIdentity(machDef.IsIdentityTransform()),
       m_inverseAxes(*machDef.GetInverseAxisMatrix()) {
