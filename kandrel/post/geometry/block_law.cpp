@@ -40,6 +40,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/way_distance.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 
@@ -101,108 +102,9 @@ Point Turned(const Point& v, const Point& direction, const zvTurn& turn) noexcep
          direction * (Dot(direction, v) * (1 - turn.cosine));
 }
 
-double Length(const Point& v) noexcept {
-  return misc::Sqrt(v.SquaredLength());
-}
-
 double SizeOf(const Point& p) noexcept {
   return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
 }
-
-/// The angle of a bound of its sine, never too small. From 1 on it says nothing.
-double AngleOfSine(double sine) noexcept {
-  if (sine < 0.3) return sine * (1 + 0.2 * sine * sine);  // z/6 + 3 z^2/40 + ... < z/5 up to there
-  if (!(sine < 1)) return misc::kPi;
-  return misc::ArcTangent(sine, misc::Sqrt((1 - sine) * (1 + sine)));
-}
-
-/// The straight line of a way, from which distances of points are taken.
-class Segment {
- public:
-  explicit Segment(const Way& way)
-      : m_from(way.from.tip), m_step(way.to.tip - way.from.tip), m_squared(m_step.SquaredLength()) {
-    m_inverse = m_squared > 0 ? 1 / m_squared : 0;
-  }
-  double Distance(const Point& p) const noexcept {
-    const Point v = p - m_from;
-    const double t = std::min(1.0, std::max(0.0, Dot(v, m_step) * m_inverse));
-    return Length(v - t * m_step);
-  }
-
- private:
-  Point m_from;
-  Point m_step;
-  double m_squared;
-  double m_inverse;
-};
-
-/// The sector that the arc of a way spans. A ray where the arc is a point or next to one.
-class Sector {
- public:
-  /// `halfway`: where the tool points halfway through the block.
-  Sector(const Way& way, const Point& halfway) : m_from(way.from.axis), m_to(way.to.axis) {
-    // By the difference: square to both ends however near they are.
-    Point normal = Cross(m_from, m_to - m_from);
-    double length = Length(normal);
-    const bool areOpposite = (m_from + m_to).SquaredLength() <= misc::kOpposite * misc::kOpposite;
-    if (areOpposite) {
-      normal = Cross(m_from, halfway);
-      length = Length(normal);
-    }
-    m_isRay = !(length > kNoArc);
-    if (m_isRay) return;
-    m_normal = normal / length;
-    m_past = Cross(m_normal, m_from);
-    m_before = Cross(m_to, m_normal);
-    if (areOpposite) m_before = m_past;
-  }
-
-  double Distance(const Point& t) const noexcept {
-    if (IsAbove(t)) return Height(t);
-    return std::min(OffRay(t, m_from), OffRay(t, m_to));
-  }
-  /// In radians.
-  double Angle(const Point& t) const noexcept {
-    if (IsAbove(t)) return AngleOfSine(Height(t));
-    return std::min(AngleTo(t, m_from), AngleTo(t, m_to));
-  }
-  bool IsRay() const noexcept { return m_isRay; }
-  const Point& GetNormal() const noexcept { return m_normal; }
-  double Height(const Point& t) const noexcept { return std::fabs(Dot(m_normal, t)); }
-  /// How far a point's foot in the plane lies outside of the ends.
-  double Past(const Point& t) const noexcept {
-    return std::max({0.0, -Dot(m_past, t), -Dot(m_before, t)});
-  }
-  /// Whether the tool, turning by `turn` at most on its way between two points, can't turn back as
-  /// seen along the arc's ends: then nothing on the way lies past them by more than these. Its rate
-  /// is that from point to point, but for turn^3 / 24, and changes by turn^2 / 2 from the middle.
-  bool GoesOn(const Point& from, const Point& to, double turn) const noexcept {
-    const Point step = to - from;
-    const double change = turn * turn * (0.5 + turn / 24);
-    return Dot(m_past, step) > change && -Dot(m_before, step) > change;
-  }
-
- private:
-  // Rays at a smaller angle, in radians, are one: either serves for both, within kNearSine.
-  static constexpr double kNoArc = 1e-9;
-
-  bool IsAbove(const Point& t) const noexcept {
-    return !m_isRay && Dot(m_past, t) >= 0 && Dot(m_before, t) >= 0;
-  }
-  static double OffRay(const Point& t, const Point& ray) noexcept {
-    return Length(t - std::max(0.0, Dot(t, ray)) * ray);
-  }
-  static double AngleTo(const Point& t, const Point& ray) noexcept {
-    return misc::ArcTangent(Length(Cross(t, ray)), Dot(t, ray));
-  }
-
-  Point m_from;
-  Point m_to;
-  Point m_normal;
-  Point m_past;    // in the plane of the arc, square to its start, towards its end
-  Point m_before;  // the same of its end, towards its start
-  bool m_isRay = true;
-};
 
 }  // namespace
 
@@ -313,16 +215,16 @@ class zvBlockMotion {
     const bool isInner = law.m_carrier == Carrier::kInner;
     const Point start = isInner ? law.m_inner + from.nose : law.m_inner;
     // Of a point that moves linearly the distance is largest at an end.
-    m_across = Length(Cross(law.m_second, start));
+    m_across = PlainLength(Cross(law.m_second, start));
     double acrossStep = 0;
     if (isInner) {
-      m_across = std::max(m_across, Length(Cross(law.m_second, start + m_step)));
-      acrossStep = Length(Cross(law.m_second, m_step));
+      m_across = std::max(m_across, PlainLength(Cross(law.m_second, start + m_step)));
+      acrossStep = PlainLength(Cross(law.m_second, m_step));
     }
     const double b = std::fabs(m_second);
     m_second2 = b * (b * m_across + 2 * acrossStep);
     m_second3 = b * b * (b * m_across + 3 * acrossStep);
-    m_acrossSpindle = Length(Cross(law.m_second, law.m_spindle));
+    m_acrossSpindle = PlainLength(Cross(law.m_second, law.m_spindle));
   }
 
   double TurnSize() const noexcept { return std::fabs(m_first) + std::fabs(m_second); }
@@ -357,10 +259,10 @@ class zvBlockMotion {
     Point rate = Cross(second, reach) * m_second;
     if (m_law.m_carrier == Carrier::kMiddle) rate += m_step;
     if (m_law.m_carrier == Carrier::kInner) rate += Turned(m_step, second, two);
-    place.across = Length(Cross(first, arm));
-    place.crossRate = Length(Cross(first, rate));
-    place.acrossDir = Length(Cross(first, dir));
-    place.dirRate = Length(Cross(first, Cross(second, dir))) * std::fabs(m_second);
+    place.across = PlainLength(Cross(first, arm));
+    place.crossRate = PlainLength(Cross(first, rate));
+    place.acrossDir = PlainLength(Cross(first, dir));
+    place.dirRate = PlainLength(Cross(first, Cross(second, dir))) * std::fabs(m_second);
     return place;
   }
 
@@ -388,7 +290,7 @@ class zvBlockMotion {
     const Point direction =
         m_second == 0 ? m_law.m_first : Turned(m_law.m_second, m_law.m_first, m_from.first);
     const double rate = m_first + m_second;
-    return std::min(all, std::fabs(rate * rate * rate) * Length(Cross(direction, normal)));
+    return std::min(all, std::fabs(rate * rate * rate) * PlainLength(Cross(direction, normal)));
   }
 
   zvBlockDeviation Guess(const Station& to) const noexcept {
@@ -397,12 +299,14 @@ class zvBlockMotion {
     const double b = std::fabs(m_second);
     // What F and F' are off by from the line between F(0) and F(1), and from its rate.
     const double across =
-        std::max(Length(Cross(first, m_from.arm)), Length(Cross(first, to.arm))) + m_second2 / 8;
-    const double rate = Length(Cross(first, to.arm - m_from.arm)) + m_second2 / 2;
+        std::max(PlainLength(Cross(first, m_from.arm)), PlainLength(Cross(first, to.arm))) +
+        m_second2 / 8;
+    const double rate = PlainLength(Cross(first, to.arm - m_from.arm)) + m_second2 / 2;
     const double second2 = b * b * m_acrossSpindle;
     const double acrossDir =
-        std::max(Length(Cross(first, m_from.dir)), Length(Cross(first, to.dir))) + second2 / 8;
-    const double dirRate = Length(Cross(first, to.dir - m_from.dir)) + second2 / 2;
+        std::max(PlainLength(Cross(first, m_from.dir)), PlainLength(Cross(first, to.dir))) +
+        second2 / 8;
+    const double dirRate = PlainLength(Cross(first, to.dir - m_from.dir)) + second2 / 2;
     return {(a * (a * across + 2 * rate) + m_second2) / 8,
             (a * (a * acrossDir + 2 * dirRate) + second2) / 8};
   }
@@ -454,7 +358,7 @@ struct Controls {
 /// The tip and its distance from the segment.
 struct TipCurve {
   const Motion& motion;
-  const Segment segment;
+  const zvWaySegment segment;
 
   static const Point& Of(const Place& place) noexcept { return place.tip; }
   double Value(const Point& p) const noexcept { return segment.Distance(p); }
@@ -468,21 +372,21 @@ struct TipCurve {
 /// The tool axis and its angle to the arc, radians.
 struct AxisCurve {
   const Motion& motion;
-  const Sector sector;
+  const zvWayArc arc;
 
   static const Point& Of(const Place& place) noexcept { return place.dir_tool; }
-  double Value(const Point& t) const noexcept { return sector.Angle(t); }
+  double Value(const Point& t) const noexcept { return arc.Angle(t); }
   double Upper(const Controls& q, const Place& middle, double h) const noexcept {
     const double turn = h * motion.TurnSize();
-    const double byTurn = sector.Angle(q.middle) + turn / 2;
+    const double byTurn = arc.Angle(q.middle) + turn / 2;
     if (!(byTurn < misc::kPi / 2)) return byTurn;
     const double cube = kQuadraticError * h * h * h;
-    double sine = q.Largest([this](const Point& t) { return sector.Distance(t); }) +
+    double sine = q.Largest([this](const Point& t) { return arc.Distance(t); }) +
                   motion.AxisThird(middle, h / 2) * cube;
-    if (!sector.IsRay() && sector.GoesOn(q.from, q.to, turn)) {
-      const double height = q.Largest([this](const Point& t) { return sector.Height(t); }) +
-                            motion.AxisThirdAlong(middle, h / 2, sector.GetNormal()) * cube;
-      const double past = std::max(sector.Past(q.from), sector.Past(q.to));
+    if (!arc.IsRay() && arc.GoesOn(q.from, q.to, turn)) {
+      const double height = q.Largest([this](const Point& t) { return arc.Height(t); }) +
+                            motion.AxisThirdAlong(middle, h / 2, arc.GetNormal()) * cube;
+      const double past = std::max(arc.Past(q.from), arc.Past(q.to));
       sine = std::min(sine, misc::Sqrt(height * height + past * past));
     }
     return std::min(byTurn, AngleOfSine(sine));
@@ -568,8 +472,8 @@ zvBlockDeviation Searched(const Motion& motion, const Station& from, const Stati
                           const zvBlockDeviation& allowed) noexcept {
   const double turn = motion.TurnSize();
   const Place middle = motion.At(0.5);
-  const TipCurve tip{motion, Segment(way)};
-  const AxisCurve axis{motion, Sector(way, middle.dir_tool)};
+  const TipCurve tip{motion, zvWaySegment(way.from.tip, way.to.tip)};
+  const AxisCurve axis{motion, zvWayArc(way.from.axis, way.to.axis, middle.dir_tool)};
   const int pieces = std::max(1, static_cast<int>(std::ceil(turn / kLargestPiece)));
   return {Search(motion, tip, {kNearLength, known.tip, allowed.tip})
               .Over(pieces, from.pose.tip, middle, to.pose.tip),
@@ -648,10 +552,10 @@ zvBlockDeviation zvBlockLaw::BoundAbove(const Station& from, const Station& to, 
   zvBlockDeviation bound;
   if (turn == 0) {
     // The axes go straight: what is furthest off is an end.
-    const Segment segment(way);
-    const Sector sector(way, from.pose.axis);
+    const zvWaySegment segment(way.from.tip, way.to.tip);
+    const zvWayArc arc(way.from.axis, way.to.axis, from.pose.axis);
     bound = {std::max(segment.Distance(from.pose.tip), segment.Distance(to.pose.tip)),
-             sector.Angle(from.pose.axis)};
+             arc.Angle(from.pose.axis)};
   } else {
     bound = Searched(motion, from, to, way, InRadians(known), {kInfinite, kInfinite});
   }
@@ -660,10 +564,10 @@ zvBlockDeviation zvBlockLaw::BoundAbove(const Station& from, const Station& to, 
 
 bool zvBlockLaw::Holds(const Station& from, const Station& to, const Way& way,
                        const zvBlockDeviation& allowed) const noexcept {
-  const double tipOff = std::max(Length(from.pose.tip - way.from.tip),  //
-                                 Length(to.pose.tip - way.to.tip));
-  const double axisOff =
-      std::max(Length(from.pose.axis - way.from.axis), Length(to.pose.axis - way.to.axis));
+  const double tipOff = std::max(PlainLength(from.pose.tip - way.from.tip),  //
+                                 PlainLength(to.pose.tip - way.to.tip));
+  const double axisOff = std::max(PlainLength(from.pose.axis - way.from.axis),
+                                  PlainLength(to.pose.axis - way.to.axis));
   const zvBlockMotion motion(*this, from, to);
   const double size = motion.Size() + SizeOf(way.from.tip) + SizeOf(way.to.tip);
   const zvBlockDeviation most{allowed.tip - kRounding * size,

@@ -70,6 +70,9 @@ class KANDREL_API zvBlockLaw {
   /// zvMachDef::Normalize and Get5axMachDef do, zvPostException 2503 for a definition of no class.
   zvBlockLaw(const zvMachDef& machDef, const Point& partOrigin, double toolLengthCompensation);
 
+  /// The sum of the machine's own lengths and the part origin's.
+  double GetSize() const noexcept { return m_size; }
+
   Station StationAt(const Line& line) const noexcept;
   Pose PoseAt(const Line& line) const noexcept { return StationAt(line).pose; }
 

@@ -31,9 +31,10 @@ struct zvPostingFinding {
     kSourceMissing,  ///< source moves from `source` on that no line stands for; `value` of them
     kSourceOrder,    ///< the line names the source move `value` where `source` was due
     kSourceUnknown,  ///< the line names the source move `value`, and the toolpath has none such
-    kWholeTurn,      ///< a feed block turns `axis` by `value`, above half a turn
-    kNotFinite,      ///< a number of the line is infinite or NaN: nothing else of it is judged
-    kKinds,          ///< not a kind: how many there are
+    kGoesBack,   ///< an inserted line lies behind the one before it on their segment, by `value`
+    kWholeTurn,  ///< a feed block turns `axis` by `value`, above half a turn
+    kNotFinite,  ///< a number of the line is infinite or NaN: nothing else of it is judged
+    kKinds,      ///< not a kind: how many there are
   };
 
   Kind kind = kKinds;

@@ -7,46 +7,21 @@
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/geometry/block_law.h>
-#include <kandrel/post/model/align_matrix.h>
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/mach_def.h>
-#include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posted_toolpath.h>
-#include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/verifier/posting_findings.h>
+#include <kandrel/post/verifier/verifier_rules.h>
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <limits>
+#include <optional>
 
 namespace post {
 
-/// What a posting is held against. The defaults ask for all that needs no number of the user's.
-struct zvVerifierRules {
-  /// Off: deviations are measured, and are no findings.
-  zvPathTolerance tolerance;
-  /// Degrees per minute; infinite: none is too fast.
-  double maxRotarySpeed = std::numeric_limits<double>::infinity();
-  zvKDRParam::LimitsCheck limitsCheck = zvKDRParam::checkAllAxes;
-  /// Slack of rotary limits, degrees, as zvKDRParam's.
-  double limitTolerance = 0.0001;
-  /// How far the tool may stand off a line's orientation where it stands along a rotary axis,
-  /// degrees: zvKDRParam's poleAngleTolerance, within which postings put it there.
-  double poleAngleTolerance = 0.01;
-  /// How far a line of the machine may lie off the place that it is for: in parts of the size of
-  /// the machine's lengths, and in degrees. Postings of this library keep 1e-9, and angles that
-  /// come out as 0 below 8.1e-4 degrees of either axis. One read from a text of few decimals wants
-  /// more.
-  double lineTip = 1e-9;
-  double lineAxis = 1.7e-3;
-  /// Findings that are kept; those beyond are counted.
-  std::size_t mostFindings = 1000;
-  /// The turn that laid the toolpath onto its machine, or null. A posted toolpath brings its own.
-  zvAlignMatrix alignment;
-};
+struct zvVerifiedMachine;
 
 /// A posted line of anybody's: what a text of one can say. Lengths in the machine's units, angles
 /// in degrees; the orientation may be of any length.
@@ -121,9 +96,16 @@ class KANDREL_API zvPostingVerifier {
                           zvBlockSink* sink = nullptr) const;
 
  private:
-  misc::zvAutoPointer<const zvMachDef> m_machDef;  // its own copy, normalised
+  template <class Move>
+  zvPostingVerdict VerifyList(const cadcam::zvToolPath& toolpath,
+                              const misc::zvMemoryPoolList<Move>& list, zvBlockSink* sink) const;
+
+  zvVerifiedMachine Machine() const;
+
+  misc::zvAutoPointer<zvMachDef> m_machDef;  // its own copy, normalised, not changed any more
   zv5axControlDef m_control;
   zvBlockLaw m_law;
+  std::optional<zvBlockLaw> m_standingLaw;  // see zvVerifiedMachine
   zvVerifierRules m_rules;
 };
 
