@@ -347,12 +347,17 @@ bool zv5axPathKeeper::IsOnPole(const Point& orientation) const {
 // How much of a block's greatest length this one uses: the tolerance goes by the square of it.
 double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
   constexpr double kFarTurn = 45;  // beyond it a mirror solution, or far too long
+  // Turns and ways need little reserve: they follow a step's length but for the path's own bends.
+  constexpr double kReserve = 0.98;
+  const auto of = [](double length, double most, double slack) {
+    return length <= most + slack ? std::min(1.0, length / most) * kReserve : length / most;
+  };
   double use = 0;
   const double turn = LargerTurn(from.line, to.line);
-  if (m_step > 0)
-    use = turn <= m_step + misc::kAngleBorder / 2 ? std::min(1.0, turn / m_step) : turn / m_step;
+  if (m_step > 0) use = of(turn, m_step, misc::kAngleBorder / 2);
   if (!(turn <= kFarTurn)) return std::max(use, 2.0);
-  if (m_distance > 0) use = std::max(use, (to.pose.tip - from.pose.tip).Length() / m_distance);
+  if (m_distance > 0)
+    use = std::max(use, of((to.pose.tip - from.pose.tip).Length(), m_distance, 0));
   for (const Place* place : {&from, &to})
     if (!place->station) place->station = m_law.StationAt(place->line);
   // What is far below needs no exact figure.
@@ -378,7 +383,18 @@ bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   if (!IsSame(m_behind.line, LineOf(from))) m_behind = m_law.StationAt(LineOf(from));
   const zvBlockLaw::Station start = std::exchange(m_behind, m_law.StationAt(LineOf(to)));
   const zvBlockDeviation off = m_law.Guess(start, m_behind);
-  return off.tip <= m_plain.tip && off.axis <= m_plain.axis;
+  if (off.tip <= m_plain.tip && off.axis <= m_plain.axis) return true;
+  // A guess is seldom this much above what is reached.
+  constexpr double kFarAbove = 3;
+  if (!(off.tip <= kFarAbove * m_tolerance.GetTip() &&
+        off.axis <= kFarAbove * m_tolerance.GetAxis()))
+    return false;
+  const auto wayOf = [](const Move& move) {
+    const Point& o = move.GetOrientation();
+    return zvBlockLaw::Pose{move.GetPartPosition(), o / o.Length()};
+  };
+  return m_law.Holds(start, m_behind, {wayOf(from), wayOf(to)},
+                     {m_tolerance.GetTip(), m_tolerance.GetAxis()});
 }
 
 void zv5axPathKeeper::Join(List& list, Iterator to, const zvRotarySolutions& solutions) {

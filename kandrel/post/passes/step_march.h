@@ -12,6 +12,21 @@ struct zvMarchResult {
   bool canBeThin = false;  ///< two neighbouring blocks may be one
 };
 
+namespace detail {
+
+/// The part of what is allowed that a march aims at: 0.95 of a deviation.
+inline constexpr double kAimOfMarch = 0.975;
+
+/// How many even parts a rest of so many blocks gets. Where a few blocks would do if each used all
+/// that is allowed, one more would be a waste.
+inline double PartsOf(double blocks) {
+  constexpr double kFew = 4;
+  const double fewest = std::ceil(blocks * kAimOfMarch);
+  return fewest <= kFew ? fewest : std::ceil(blocks * (1 - 1e-9));
+}
+
+}  // namespace detail
+
 /// Goes along a step of parameter 0 to 1, from where `walk` stands to `end`, in blocks as long as
 /// they may be and even in the end. What a block uses is told as a fraction of its greatest length,
 /// so that it grows in proportion to the length: the root of a deviation, which grows by its
@@ -29,7 +44,7 @@ struct zvMarchResult {
 /// march gives up and goes to the end at once.
 template <class Walk>
 zvMarchResult March(Walk& walk, double end) {
-  constexpr double kAim = 0.975;     // of what is allowed: 0.95 of a deviation
+  constexpr double kAim = detail::kAimOfMarch;
   constexpr double kMeager = 0.6;    // a block that uses less is tried longer, once
   constexpr double kSlimmest = 0.1;  // a step shrinks and grows within these
   constexpr double kWidest = 4;
@@ -43,7 +58,7 @@ zvMarchResult March(Walk& walk, double end) {
   for (;;) {
     const double from = walk.GetPlace();
     const double rest = end - from;
-    const double parts = std::ceil(rest / step * (1 - 1e-9));
+    const double parts = detail::PartsOf(rest / step);
     const bool isLast = !(parts > 1);
     const double length = isLast ? rest : rest / parts;
     const double used = walk.Try(isLast ? end : from + length);
@@ -60,7 +75,7 @@ zvMarchResult March(Walk& walk, double end) {
       continue;
     } else if (!walk.IsTiny(length)) {
       isMended = true;
-      step = length * (used > 1 ? std::clamp(kAim / used, kSlimmest, 0.9) : kSlimmest);
+      step = length * (used > 1 ? std::clamp(kAim / used, kSlimmest, kAim) : kSlimmest);
       continue;
     } else if (++result.leaps > kMostLeaps && !isLast) {
       walk.Try(end);
