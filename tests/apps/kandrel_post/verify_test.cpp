@@ -54,28 +54,29 @@ void Change(Table& table, const std::string& change) {
   }
 }
 
-TEST(Verify, FindsWhatWasChangedInAPostingWithItsLineAndNothingElse) {
+TEST(Verify, FindsWhatWasChangedInLinesWithItsLineAndNothingElse) {
   const tests::ScratchFolder scratch;
   const std::string posted = scratch.Path("out/posted.csv");
   for (const auto& c : tests::Cases("verify.txt")) {
-    SCOPED_TRACE(c.at(0) + " " + c.at(1) + " " + c.at(2) + " " + c.at(3));
+    SCOPED_TRACE(fmt::format("{}", fmt::join(c, " => ")));
     const std::string file = tests::SampleFile(scratch, c.at(1));
     const std::string run = fmt::format("-m preset:{} -t {} {}", c.at(0), file, c.at(2));
-    const Outcome post = RunLine(fmt::format("post {} -o {}", run, scratch.Path("out")));
+    const Outcome post =
+        RunLine(fmt::format("post {} {} -o {}", run, c.at(3), scratch.Path("out")));
     ASSERT_EQ(post.exitCode, 0) << post.failure;
-    if (!c.at(3).empty()) {
+    if (!c.at(4).empty()) {
       Table table = ReadTable(posted);
-      Change(table, c.at(3));
+      Change(table, c.at(4));
       tests::WriteFile(posted, Text(table));
     }
-    const Outcome verify = RunLine(fmt::format("verify {} {} {}", run, posted, c.at(4)));
-    const bool isGood = c.at(5).starts_with("verified: ");
+    const Outcome verify = RunLine(fmt::format("verify {} {} {}", run, posted, c.at(5)));
+    const bool isGood = c.at(6).starts_with("verified: ");
     EXPECT_EQ(verify.exitCode, isGood ? 0 : 1);
     EXPECT_EQ(verify.failure.empty(), isGood) << verify.failure;
-    for (std::size_t i = 5; i < c.size(); ++i)
+    for (std::size_t i = 6; i < c.size(); ++i)
       EXPECT_NE(verify.summary.find(c[i]), std::string::npos) << c[i] << '\n' << verify.summary;
     // What post says of its own lines is what verify says.
-    const bool isSame = !isGood || !c.at(3).empty() || !c.at(4).empty() ||
+    const bool isSame = !isGood || !c.at(4).empty() || !c.at(5).empty() ||
                         post.summary.find(verify.summary) != std::string::npos;
     EXPECT_TRUE(isSame) << post.summary;
   }
