@@ -1,6 +1,7 @@
 // zvToleranceReport: where a posting could not hold its path tolerance.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,12 @@ struct zvToleranceReport {
   double largestTip = 0;                 ///< of all such lines
   double largestAxis = 0;
 
+  void Add(std::uint32_t index, std::int32_t source, double tip, double axis) noexcept {
+    if (count < kMostLines) lines[count] = {index, source, tip, axis};
+    ++count;
+    largestTip = std::max(largestTip, tip);
+    largestAxis = std::max(largestAxis, axis);
+  }
   bool IsHeld() const noexcept { return count == 0; }
   /// How many of `lines` are set.
   std::size_t GetLineCount() const noexcept { return count < kMostLines ? count : kMostLines; }

@@ -481,12 +481,7 @@ zvToleranceReport zv5axPathKeeper::Report(const List& list) const {
     const Place b = PlaceOf(*to);
     const zvBlockDeviation off = m_law.Bound(a.line, b.line, {a.pose, b.pose});
     if (off.tip <= m_tolerance.GetTip() && off.axis <= m_tolerance.GetAxis()) continue;
-    if (report.count < zvToleranceReport::kMostLines)
-      report.lines[report.count] = {index, to->HasNoExtended() ? -1 : to->GetSourceIndex(), off.tip,
-                                    off.axis};
-    ++report.count;
-    report.largestTip = std::max(report.largestTip, off.tip);
-    report.largestAxis = std::max(report.largestAxis, off.axis);
+    report.Add(index, to->HasNoExtended() ? -1 : to->GetSourceIndex(), off.tip, off.axis);
   }
   return report;
 }
