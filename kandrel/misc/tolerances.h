@@ -57,6 +57,10 @@ inline constexpr double kUnreachable = 1e-8;
 /// an axis (sine), is not turned.
 inline constexpr double kOnAxis = 1e-12;
 
+/// What rounding may leave of a sum of a few lengths, in parts of the largest: four units in the
+/// last place.
+inline constexpr double kRoundingOfSize = 1e-15;
+
 /// Slack of the test whether a position on a pole lies inside the linear limits: exact in practice.
 inline constexpr double kInsideLimits = 1e-15;
 
@@ -88,6 +92,27 @@ inline constexpr double kAngleBorder = 1e-9;
 /// The pole tolerance with which a step is halved towards a rotary limit, as the square of its
 /// sine: next to nothing, so that only a tool that stands on the axis counts as on its pole.
 inline constexpr double kPoleOfHalvingSquared = 1e-16;
+
+/// Half-angle of the narrowest cone, degrees, in which a tool that is held to a tolerance counts as
+/// on a pole: nearer to it the arc cosine's snap takes the tilt for none.
+inline constexpr double kNarrowestPole = 1e-3;
+
+/// What the arc cosine's snap may turn a tool by at a solved line, degrees: 8.1e-4 of each axis.
+inline constexpr double kSnappedTool = 1.2e-3;
+
+/// Smallest axis tolerance of a posting, degrees: above what the snap takes.
+inline constexpr double kSmallestAxisTolerance = 2e-3;
+
+/// Smallest tip tolerance of a posting, and its part of the largest length that takes part in the
+/// tip's place: positions are rounded by some 1e-15 of that, a dozen times over, and the bounds of
+/// blocks are exact to 1e-9.
+inline constexpr double kSmallestTipTolerance = 1e-8;
+inline constexpr double kSmallestTipPart = 1e-12;
+
+/// A step between lines is not divided below this turn of the tool, degrees, where the tip moves
+/// less than a tenth of its tolerance: what is left of a leap. Beside a pole at kNarrowestPole a
+/// free axis still turns by less than a tenth of a degree meanwhile.
+inline constexpr double kTinyTurn = 1e-7;
 
 /// Most moves, parts of a step or whole turns that are counted at once: 2^31 - 2. Formed and tested
 /// as a double, so that a count that doesn't fit is refused before it becomes an integer.

@@ -26,24 +26,26 @@ fi
 includes() {
   LC_ALL=C awk '
     # The place of a library file in the row misc <- cadcam <- post/model <- post/geometry <-
-    # post/passes <- post/creators <- persistence <- kintree; -1 for a folder that has none.
+    # post/passes <- post/verifier <- post/creators <- persistence <- kintree; -1 for a folder that
+    # has none.
     function layer(path) {
       if (path ~ /^kandrel\/misc\//) return 1
       if (path ~ /^kandrel\/cadcam\//) return 2
       if (path ~ /^kandrel\/post\/model\//) return 3
       if (path ~ /^kandrel\/post\/geometry\//) return 4
       if (path ~ /^kandrel\/post\/passes\//) return 5
-      if (path ~ /^kandrel\/post\/creators\//) return 6
-      if (path ~ /^kandrel\/persistence\//) return 7
-      if (path ~ /^kandrel\/kintree\//) return 8
+      if (path ~ /^kandrel\/post\/verifier\//) return 6
+      if (path ~ /^kandrel\/post\/creators\//) return 7
+      if (path ~ /^kandrel\/persistence\//) return 8
+      if (path ~ /^kandrel\/kintree\//) return 9
       return -1
     }
-    # The floor of a folder of kandrel-post, host <- out <- cl, machine, samples <- commands; of one
-    # floor, none includes another. 0 for what stands in none, and above all of them main.cpp.
+    # The floor of a folder of kandrel-post, host <- out <- cl, csv, machine, samples <- commands; of
+    # one floor, none includes another. 0 for what stands in none, and above all of them main.cpp.
     function floor(folder) {
       if (folder == "host") return 1
       if (folder == "out") return 2
-      if (folder == "cl" || folder == "machine" || folder == "samples") return 3
+      if (folder == "cl" || folder == "csv" || folder == "machine" || folder == "samples") return 3
       if (folder == "commands") return 4
       return 0
     }

@@ -10,7 +10,7 @@ cases=0
 
 tree() {
   rm -rf "$work/tree"
-  mkdir -p "$work/tree"/{kandrel/{misc/detail,cadcam,post/{model,geometry,passes/rewinder,creators},persistence,kintree},apps/{host,kandrel-post/{host,out,cl,machine,commands}},examples,tests/support,tests/consumer,docs}
+  mkdir -p "$work/tree"/{kandrel/{misc/detail,cadcam,post/{model,geometry,passes/rewinder,verifier,creators},persistence,kintree},apps/{host,kandrel-post/{host,out,cl,machine,commands}},examples,tests/support,tests/consumer,docs}
   cd "$work/tree"
   printf '#include <kandrel/misc/detail/slot.h>\n#include <vector>\n' >kandrel/misc/text.h
   : >kandrel/misc/detail/slot.h
@@ -20,7 +20,8 @@ tree() {
   printf '#include <kandrel/post/passes/blend.h>\n#include <kandrel/post/geometry/solver.h>\n' >kandrel/post/passes/blend.cpp
   echo '#include <kandrel/post/passes/rewinder/place.h>' >kandrel/post/passes/blend.h
   echo '#include <kandrel/post/geometry/solver.h>' >kandrel/post/passes/rewinder/place.h
-  echo '#include <kandrel/post/passes/blend.h>' >kandrel/post/creators/creator.h
+  echo '#include <kandrel/post/passes/blend.h>' >kandrel/post/verifier/verifier.h
+  echo '#include <kandrel/post/verifier/verifier.h>' >kandrel/post/creators/creator.h
   echo '#include <kandrel/post/creators/creator.h>' >kandrel/persistence/log.h
   echo '#include <kandrel/persistence/log.h>' >kandrel/kintree/tree.h
   printf '#include "cl_text.h"\n#include <kandrel/kintree/tree.h>\n' >apps/host/main.cpp
@@ -64,6 +65,8 @@ finds 'geometry on passes' kandrel/post/geometry/solver.h '#include <kandrel/pos
 finds 'geometry on a part of a pass' kandrel/post/geometry/solver.h '#include <kandrel/post/passes/rewinder/place.h>'
 finds 'passes on creators' kandrel/post/passes/blend.h '  #  include <kandrel/post/creators/creator.h>'
 finds 'a source of passes on creators' kandrel/post/passes/blend.cpp '#include <kandrel/post/creators/creator.h>'
+finds 'passes on the verifier' kandrel/post/passes/blend.cpp '#include <kandrel/post/verifier/verifier.h>'
+finds 'the verifier on creators' kandrel/post/verifier/verifier.h '#include <kandrel/post/creators/creator.h>'
 finds 'creators on persistence' kandrel/post/creators/creator.h '#include <kandrel/persistence/log.h>'
 finds 'persistence on kintree' kandrel/persistence/log.h '#include <kandrel/kintree/tree.h>'
 finds 'a way round by quotes' kandrel/misc/text.h '#include "kandrel/misc/text.h"'

@@ -6,13 +6,10 @@
 #include <kandrel/cadcam/tp_section.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/units_factory.h>
-#include <sys/stat.h>
 
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -318,26 +315,14 @@ ClProgram ReadCl(ByteSource source, const std::string& name, const ClOptions& op
 }
 
 ClProgram ReadClFile(const std::string& fileName, std::uint32_t rapidLinkType, Progress& progress) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(fileName.c_str(), "rb"),
-                                                             &std::fclose);
-  if (!file) FailWithErrno(fileName, "cannot be opened", errno);
-  std::setvbuf(file.get(), nullptr, _IONBF, 0);  // the reader has a buffer of its own
-  struct ::stat status {};
-  const bool sized = ::fstat(::fileno(file.get()), &status) == 0 && status.st_size > 0;
+  InputFile file(fileName);
   ClOptions options;
   options.rapidLinkType = rapidLinkType;
-  if (sized) {
-    options.onRead = [&progress,
-                      size = static_cast<double>(status.st_size)](unsigned long long bytes) {
+  if (const double size = file.GetSize(); size > 0)
+    options.onRead = [&progress, size](unsigned long long bytes) {
       progress.Fraction(static_cast<double>(bytes) / size);
     };
-  }
-  const ByteSource source = [&](char* buffer, std::size_t bytes) {
-    const std::size_t read = std::fread(buffer, 1, bytes, file.get());
-    if (read == 0 && std::ferror(file.get()) != 0) FailWithErrno(fileName, "cannot be read", errno);
-    return read;
-  };
-  return ReadCl(source, fileName, options);
+  return ReadCl(file.Source(), fileName, options);
 }
 
 }  // namespace kandrel_post

@@ -49,38 +49,86 @@ void AddSample(CLI::App& app) {
   command.callback([name] { name->empty() ? ListSamples() : PrintSample(*name); });
 }
 
+constexpr const char* kToleranceHelp =
+    "how far the machine may leave the path between lines: TIP in the path's units, AXIS in "
+    "degrees "
+    "(0.01 mm or 0.0005 in, 0.1); off: lines by steps alone";
+
+// The options of a run, which a verification of it takes too.
+class RunOptions {
+ public:
+  explicit RunOptions(CLI::App& command) {
+    command
+        .add_option("-m,--machine", m_options.machine, "preset:NAME, a .json, .kds or .xml file")
+        ->required();
+    command.add_option("-t,--toolpath", m_options.toolPathFile, "file with CL text")->required();
+    command.add_option("--origin", m_origin, "part origin X,Y,Z (0,0,0)")
+        ->check(Check(&ParsePoint));
+    command.add_option("--tool-length", m_toolLength, "tool length compensation (0)")
+        ->check(Check(&ParseLength));
+    command
+        .add_option("--set", m_options.settings,
+                    "NAME=VALUE, a posting parameter by its field name; repeatable")
+        ->allow_extra_args(false)
+        ->check(Check(&CheckSetting));
+    command.add_option("--control", m_control, "none, 360 or 180 for each rotary axis (none,none)")
+        ->check(Check(&ParseControl));
+    command.add_flag("--small", m_options.small, "posted moves without their extended block");
+    command.add_option("--link-type", m_options.rapidLinkType, "link type of rapid stretches (5)")
+        ->check(CLI::Range(0, 5));
+    command.add_option("--tolerance", m_tolerance, kToleranceHelp)->check(Check(&ParseTolerance));
+    command
+        .add_option("--max-rotary-speed", m_maxRotarySpeed,
+                    "degrees a minute; tell of blocks that turn an axis faster at their feed")
+        ->check(Check(&ParsePositive));
+  }
+
+  PostOptions Take() const {
+    PostOptions options = m_options;
+    options.origin = ParsePoint(m_origin);
+    options.toolLength = ParseLength(m_toolLength);
+    options.control = ParseControl(m_control);
+    if (!m_tolerance.empty()) options.tolerance = ParseTolerance(m_tolerance);
+    if (!m_maxRotarySpeed.empty()) options.maxRotarySpeed = ParsePositive(m_maxRotarySpeed);
+    return options;
+  }
+
+ private:
+  PostOptions m_options;
+  std::string m_origin = "0,0,0";
+  std::string m_toolLength = "0";
+  std::string m_control = "none,none";
+  std::string m_tolerance;
+  std::string m_maxRotarySpeed;
+};
+
 void AddPost(CLI::App& app) {
   CLI::App& command = *app.add_subcommand(
       "post", "Post a toolpath for a machine; write posted.csv and posted.nc and a summary");
   command.footer("Example: kandrel-post post -m preset:mill3_metric -t plate.cl -o out");
-  auto options = std::make_shared<PostOptions>();
-  auto origin = std::make_shared<std::string>("0,0,0");
-  auto toolLength = std::make_shared<std::string>("0");
-  auto control = std::make_shared<std::string>("none,none");
-  command.add_option("-m,--machine", options->machine, "preset:NAME, a .json, .kds or .xml file")
-      ->required();
-  command.add_option("-t,--toolpath", options->toolPathFile, "file with CL text")->required();
-  command.add_option("-o,--output", options->folder, "folder for the results, made if missing")
-      ->required();
-  command.add_option("--origin", *origin, "part origin X,Y,Z (0,0,0)")->check(Check(&ParsePoint));
-  command.add_option("--tool-length", *toolLength, "tool length compensation (0)")
-      ->check(Check(&ParseLength));
-  command
-      .add_option("--set", options->settings,
-                  "NAME=VALUE, a posting parameter by its field name; repeatable")
-      ->allow_extra_args(false)
-      ->check(Check(&CheckSetting));
-  command.add_option("--control", *control, "none, 360 or 180 for each rotary axis (none,none)")
-      ->check(Check(&ParseControl));
-  command.add_flag("--small", options->small, "posted moves without their extended block");
-  command.add_option("--link-type", options->rapidLinkType, "link type of rapid stretches (5)")
-      ->check(CLI::Range(0, 5));
-  command.callback([options, origin, toolLength, control] {
-    options->origin = ParsePoint(*origin);
-    options->toolLength = ParseLength(*toolLength);
-    options->control = ParseControl(*control);
-    RunPost(*options);
+  auto options = std::make_shared<RunOptions>(command);
+  auto folder = std::make_shared<std::string>();
+  command.add_option("-o,--output", *folder, "folder for the results, made if missing")->required();
+  command.callback([options, folder] {
+    PostOptions taken = options->Take();
+    taken.folder = *folder;
+    RunPost(taken);
   });
+}
+
+void AddVerify(CLI::App& app) {
+  CLI::App& command = *app.add_subcommand(
+      "verify",
+      "Hold posted lines of anybody against toolpath and machine; a line for each finding");
+  command.footer(
+      "Give the options that the lines were posted with. Limits are looked at unless --set "
+      "limitsCheck says which.\n"
+      "Example: kandrel-post verify -m preset:trunnion_ca -t part.cl out/posted.csv --tolerance "
+      "0.01");
+  auto options = std::make_shared<RunOptions>(command);
+  auto file = std::make_shared<std::string>();
+  command.add_option("POSTED.csv", *file, "posted lines in the form of posted.csv")->required();
+  command.callback([options, file] { RunVerify(options->Take(), *file); });
 }
 
 void AddMachine(CLI::App& app) {
@@ -134,7 +182,15 @@ void AddLog(CLI::App& app) {
   show.callback([file, json] { ShowLog(*file, *json); });
   add("csv", "Write the posted moves to standard output", &PrintLogCsv);
   add("cl", "Write the toolpath to standard output as CL text", &PrintLogCl);
-  add("replay", "Post the toolpath again and compare with the stored moves", &ReplayLog);
+  CLI::App& replay = *command.add_subcommand(
+      "replay", "Post the toolpath again and compare with the stored moves");
+  replay.footer("Example: kandrel-post log replay out/run.kdr");
+  auto tolerance = std::make_shared<std::string>();
+  replay.add_option("RUN.kdr", *file, "a log")->required();
+  replay.add_option("--tolerance", *tolerance, kToleranceHelp)->check(Check(&ParseTolerance));
+  replay.callback([file, tolerance] {
+    ReplayLog(*file, tolerance->empty() ? ToleranceOption() : ParseTolerance(*tolerance));
+  });
 }
 
 void AddSTL(CLI::App& app) {
@@ -227,6 +283,7 @@ int Run(int argc, const char* const* argv) {
   app.footer("Example: kandrel-post sample square > square.cl");
   AddSample(app);
   AddPost(app);
+  AddVerify(app);
   AddMachine(app);
   AddLog(app);
   AddSTL(app);
@@ -257,6 +314,8 @@ int RunCommandLine(int argc, const char* const* argv) noexcept {
   } catch (const UsageError& e) {
     std::fputs(fmt::format("{}\n", e.what()).c_str(), stderr);
     return kWrongCommandLine;
+  } catch (const ToldFailure&) {
+    return kJobFailed;
   } catch (...) {
     std::fputs(DescribeCurrentFailure().c_str(), stderr);
     return kJobFailed;

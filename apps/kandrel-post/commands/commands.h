@@ -12,6 +12,13 @@
 
 namespace kandrel_post {
 
+/// What --tolerance says.
+struct ToleranceOption {
+  bool isOff = false;
+  std::optional<double> tip;   ///< the path's units; without it 0.01 mm or 0.0005 in
+  std::optional<double> axis;  ///< degrees; without it 0.1
+};
+
 struct PostOptions {
   std::string machine;
   std::string toolPathFile;
@@ -22,11 +29,17 @@ struct PostOptions {
   post::zv5axControlDef control;
   bool small = false;
   std::uint32_t rapidLinkType = 5;
+  ToleranceOption tolerance;
+  std::optional<double> maxRotarySpeed;  ///< degrees a minute
 };
 
 /// Posts a toolpath, writes posted.csv, posted.nc and run.kdr into the folder and prints the
 /// summary.
 void RunPost(const PostOptions& options);
+
+/// Holds the lines of a CSV file against the toolpath and the machine of the options, and prints
+/// what is found; fails with error 0 where anything is. The folder is not used.
+void RunVerify(const PostOptions& options, const std::string& postedFile);
 
 /// Prints the names of the samples, each with what it is.
 void ListSamples();
@@ -38,8 +51,9 @@ void ShowLog(const std::string& fileName, bool json);
 /// Print the posted moves of a log as comma-separated values, and its toolpath as CL text.
 void PrintLogCsv(const std::string& fileName);
 void PrintLogCl(const std::string& fileName);
-/// Posts the toolpath of a log again; fails with error 0 unless all lines are the stored ones.
-void ReplayLog(const std::string& fileName);
+/// Posts the toolpath of a log again, with the tolerance, which a log doesn't hold; fails with
+/// error 0 unless all lines are the stored ones.
+void ReplayLog(const std::string& fileName, const ToleranceOption& tolerance);
 
 /// Prints the names of the built-in machines, each with what it is.
 void ListPresets();

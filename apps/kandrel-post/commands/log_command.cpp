@@ -335,11 +335,12 @@ void PrintLogCl(const std::string& fileName) {
   out.Flush();
 }
 
-void ReplayLog(const std::string& fileName) {
+void ReplayLog(const std::string& fileName, const ToleranceOption& tolerance) {
   zvKDRInput log = ReadLog(fileName);
   const std::uint64_t count = PostedCount(log);
   WithOwnClass(log.GetPostedTPCreator(), [&]<class Creator>(Creator& creator) {
     const auto stored = creator.GetPostedList();
+    creator.SetPathTolerance(PathToleranceOf(tolerance, log.GetToolPath().GetUnits()));
     const bool isSmall = stored && stored->Front().HasNoExtended();
     const auto again = creator.Post(log.GetToolPath(), isSmall);
     if (stored)

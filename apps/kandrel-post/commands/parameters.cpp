@@ -18,6 +18,14 @@
 
 namespace kandrel_post {
 
+namespace {
+
+constexpr double kDefaultTipMillimetres = 0.01;
+constexpr double kDefaultTipInches = 0.0005;
+constexpr double kDefaultAxisTolerance = 0.1;  // degrees
+
+}  // namespace
+
 std::optional<double> FiniteNumber(std::string_view text) {
   double value = 0;
   if (!misc::FromText(text, value) || !std::isfinite(value)) return std::nullopt;
@@ -194,6 +202,38 @@ post::zv5axControlDef ParseControl(std::string_view text) {
   control.SetFirstAxisLimit(limit(text.substr(0, comma)));
   if (comma != std::string_view::npos) control.SetSecondAxisLimit(limit(text.substr(comma + 1)));
   return control;
+}
+
+double ParsePositive(std::string_view text) {
+  const auto value = FiniteNumber(text);
+  if (!value || !(*value > 0))
+    throw UsageError(fmt::format("{}: a number above 0 expected", Printable(text)));
+  return *value;
+}
+
+ToleranceOption ParseTolerance(std::string_view text) {
+  ToleranceOption option;
+  option.isOff = text == "off";
+  if (option.isOff) return option;
+  const std::size_t comma = text.find(',');
+  const auto tip = FiniteNumber(text.substr(0, comma));
+  const bool hasAxis = comma != std::string_view::npos;
+  const auto axis =
+      hasAxis ? FiniteNumber(text.substr(comma + 1)) : std::optional(kDefaultAxisTolerance);
+  if (!tip || !axis || !(*tip > 0) || !(*axis > 0))
+    throw UsageError(
+        fmt::format("{}: TIP, TIP,AXIS or off expected, numbers above 0", Printable(text)));
+  option.tip = tip;
+  option.axis = axis;
+  return option;
+}
+
+post::zvPathTolerance PathToleranceOf(const ToleranceOption& option,
+                                      measures::zvUnitsFactory::Units units) {
+  if (option.isOff) return {};
+  const bool isInch = units == measures::zvUnitsFactory::inch;
+  return {option.tip.value_or(isInch ? kDefaultTipInches : kDefaultTipMillimetres),
+          option.axis.value_or(kDefaultAxisTolerance)};
 }
 
 }  // namespace kandrel_post

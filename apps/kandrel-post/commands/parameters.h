@@ -2,7 +2,9 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/control_def.h>
+#include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posting_parameters.h>
 
 #include <cstdint>
@@ -11,6 +13,8 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "kandrel-post/commands/commands.h"
 
 namespace kandrel_post {
 
@@ -36,5 +40,15 @@ double ParseLength(std::string_view text);
 
 /// "FIRST" or "FIRST,SECOND", each none, 360 or 180. Throws UsageError for anything else.
 post::zv5axControlDef ParseControl(std::string_view text);
+
+/// Throws UsageError unless `text` is a finite number above 0.
+double ParsePositive(std::string_view text);
+
+/// "TIP", "TIP,AXIS" or "off". Throws UsageError for anything else, and for what is not above 0.
+ToleranceOption ParseTolerance(std::string_view text);
+
+/// The tolerance of a run over a path in these units.
+post::zvPathTolerance PathToleranceOf(const ToleranceOption& option,
+                                      measures::zvUnitsFactory::Units units);
 
 }  // namespace kandrel_post

@@ -1,6 +1,8 @@
+#include <fmt/format.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/misc/auto_pointer.h>
+#include <kandrel/misc/exception.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/post/creators/five_axis_creator.h>
@@ -9,16 +11,17 @@
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <kandrel/post/model/mach_def.h>
-#include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/verifier/posting_verifier.h>
 #include <unistd.h>
 
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -26,17 +29,21 @@
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/hopeless_steps.h"
+#include "kandrel-post/commands/limit_lines.h"
 #include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/commands/report.h"
+#include "kandrel-post/commands/verdict_text.h"
+#include "kandrel-post/host/errors.h"
 #include "kandrel-post/host/progress.h"
 #include "kandrel-post/machine/argument.h"
 #include "kandrel-post/machine/machine.h"
 #include "kandrel-post/machine/run_log.h"
+#include "kandrel-post/machine/values.h"
 #include "kandrel-post/out/csv_writer.h"
 #include "kandrel-post/out/nc_writer.h"
 #include "kandrel-post/out/output_folder.h"
+#include "kandrel-post/out/pole_counter.h"
 #include "kandrel-post/out/posted_row.h"
-#include "kandrel-post/out/rotary_motion.h"
 #include "kandrel-post/out/text_sink.h"
 
 namespace kandrel_post {
@@ -44,27 +51,45 @@ namespace kandrel_post {
 namespace {
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
+constexpr std::size_t kMostFindingsShown = 16;
 
 struct Job {
   const PostOptions& options;
   const Machine& machine;
   const post::zvKDRParam& par;
   const cadcam::zvToolPath& toolPath;
+  post::zvPathTolerance tolerance;
 };
 
 // What a walk over the posted moves has shown.
 struct Walked {
   PostedStatistics statistics;
   std::uint64_t polesCrossed = 0;
-  std::optional<Report::Deviation> deviation;
 };
 
 struct PostOutcome {
   post::zvPostingCounts counts;
   bool aligned = false;
   Walked walked;
+  post::zvPostingVerdict verdict;
+  post::zvToleranceReport notHeld;
   bool hasLog = true;
 };
+
+// Holds what was posted against toolpath and machine; `posted` is a list or a zvPostedTP.
+template <class Posted>
+post::zvPostingVerdict Verify(const Job& job, const Posted& posted,
+                              const post::zvAlignMatrix& alignment, Progress& progress) {
+  progress.Stage("verifying");
+  const PostOptions& options = job.options;
+  post::zvVerifierRules rules = VerifierRules(options, job.par, job.toolPath.GetUnits());
+  rules.alignment = alignment;
+  rules.mostFindings = kMostFindingsShown;
+  post::zvPostingVerifier verifier(*job.machine.builder.GetMachDef(), options.control,
+                                   options.origin, options.toolLength);
+  verifier.SetRules(rules);
+  return verifier.Verify(job.toolPath, posted);
+}
 
 // Writes run.kdr, as `write(stream, tool)` does. The command line has no tool: the log gets the
 // default end mill, in the machine's units.
@@ -77,14 +102,10 @@ void WriteRun(const Job& job, OutputFolder& folder, const WriteLog& write) {
 }
 
 // From five axes on.
-std::optional<RotaryMotion> MakeRotaryMotion(const Job& job) {
-  const int axes = AxisCount(job.machine);
-  if (axes < 5) return std::nullopt;
-  const post::zvMachDef& machDef = *job.machine.builder.GetMachDef();
-  return RotaryMotion(axes == 5 ? post::zvMachDefUtils::Cast5ax(machDef)
-                                : post::Get5axMachDef(post::zvMachDefUtils::Cast6ax(machDef)),
-                      job.options.control, job.options.origin, job.options.toolLength,
-                      job.par.GetPoleAngleTolerance());
+std::optional<PoleCounter> MakePoleCounter(const Job& job) {
+  const MachineValues values = ValuesOf(*job.machine.builder.GetMachDef());
+  if (values.axes < 5) return std::nullopt;
+  return PoleCounter(values.rotary[0].direction, job.par.GetPoleAngleTolerance());
 }
 
 // Writes the posted moves, `count` of them, that `forEachMove` hands over one by one.
@@ -97,24 +118,20 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std:
   CsvWriter csv(folder.Create("posted.csv"));
   NcWriter nc(folder.Create("posted.nc"), job.machine.name, NamesByAxis(job.machine), inch,
               wrapped);
-  Walked walked{PostedStatistics(wrapped), 0, std::nullopt};
-  std::optional<RotaryMotion> motion = MakeRotaryMotion(job);
+  Walked walked{PostedStatistics(wrapped), 0};
+  std::optional<PoleCounter> poles = MakePoleCounter(job);
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
     csv.Write(row);
     nc.Write(row);
     walked.statistics.Add(row);
-    if (motion) motion->Add(row);
+    if (poles) poles->Add(move);
     const std::uint64_t written = walked.statistics.GetCount();
     if (written % kMovesBetweenReports == 0)
       progress.Fraction(static_cast<double>(written) / static_cast<double>(count));
   });
   nc.Finish();
-  if (motion) {
-    walked.polesCrossed = motion->GetPolesCrossed();
-    walked.deviation = {motion->GetLargest(), motion->GetIndex(),
-                        NcWriter::NumberOf(motion->GetIndex())};
-  }
+  if (poles) walked.polesCrossed = poles->GetCrossed();
   return walked;
 }
 
@@ -123,12 +140,16 @@ PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progres
   const misc::zvAutoPointer<post::zvMachDef> machDef = job.machine.builder.GetMachDef();
   zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
                       job.options.toolLength);
+  kernel.SetPathTolerance(job.tolerance);
   const post::zvPostedTP& posted = kernel.Post(job.toolPath);
   PostOutcome outcome{kernel.GetCounts(), posted.HasAlignMatrix(),
-                      WriteFiles(job, folder, progress, posted.GetCount(), [&](const auto& write) {
-                        for (auto move = posted.Begin(); move != posted.End(); ++move)
-                          write(**move);
-                      })};
+                      WriteFiles(job, folder, progress, posted.GetCount(),
+                                 [&](const auto& write) {
+                                   for (auto move = posted.Begin(); move != posted.End(); ++move)
+                                     write(**move);
+                                 }),
+                      Verify(job, posted, posted.GetAlignMatrix(), progress),
+                      kernel.GetToleranceReport()};
   // A log without a line says five axes, whatever the machine has, and could not be read.
   outcome.hasLog = posted.GetCount() != 0 || AxisCount(job.machine) == 5;
   if (outcome.hasLog)
@@ -144,13 +165,17 @@ PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) 
   const auto creator =
       misc::MakeAutoPointer<Creator>(job.machine.builder.GetMachDef(), job.options.control, job.par,
                                      job.options.origin, job.options.toolLength);
+  creator->SetPathTolerance(job.tolerance);
   const auto posted = creator->Post(job.toolPath, true);
   post::zvPostingCounts counts;
   if constexpr (requires { creator->GetCounts(); }) counts = creator->GetCounts();
   PostOutcome outcome{counts, !creator->GetAlignMatrix().IsNull(),
-                      WriteFiles(job, folder, progress, posted->GetCount(), [&](const auto& write) {
-                        for (const auto& move : *posted) write(move);
-                      })};
+                      WriteFiles(job, folder, progress, posted->GetCount(),
+                                 [&](const auto& write) {
+                                   for (const auto& move : *posted) write(move);
+                                 }),
+                      Verify(job, *posted, creator->GetAlignMatrix(), progress),
+                      creator->GetToleranceReport()};
   // Small moves of six axes are stored so that no reader of the same version takes them.
   outcome.hasLog = !std::is_same_v<Creator, zvPosted6axTPCreator>;
   if (outcome.hasLog)
@@ -188,8 +213,30 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   report.polesCrossed = outcome.walked.polesCrossed;
   report.rotarySlackDeg = job.par.GetLimitTolerance();
   report.wrapped = WrappedAxes(options.control);
-  report.deviation = outcome.walked.deviation;
+  const post::zvPostingVerdict::Largest& tip = outcome.verdict.tip;
+  report.deviation = {tip.value, tip.line, NcWriter::NumberOf(tip.line)};
+  report.tolerance = job.tolerance;
+  report.notHeld = outcome.notHeld;
+  report.verdict = VerdictInWords(outcome.verdict, job.machine, kMostFindingsShown);
   return report;
+}
+
+// Posts; where the machine's limits refuse the run, says what leaves them and fails as told.
+PostOutcome PostOrTellLimits(const Job& job, OutputFolder& folder, Progress& progress) {
+  try {
+    return Post(job, folder, progress);
+  } catch (const misc::zvException& e) {
+    if (!IsRefusedByLimits(e)) throw;
+    progress.Stop();
+    std::fputs(DescribeCurrentFailure().c_str(), stderr);
+  }
+  // The failure's own lines stand; what goes wrong from here on follows them.
+  try {
+    WriteLimitLines(job.options, job.machine, job.par, job.toolPath);
+  } catch (...) {
+    std::fputs(fmt::format("  no limits told: {}", DescribeCurrentFailure()).c_str(), stderr);
+  }
+  throw ToldFailure();
 }
 
 }  // namespace
@@ -207,8 +254,9 @@ void RunPost(const PostOptions& options) {
 
   OutputFolder folder(options.folder);
   progress.Stage("posting");
-  const Job job{options, machine, par, program.toolPath};
-  const PostOutcome outcome = Post(job, folder, progress);
+  const Job job{options, machine, par, program.toolPath,
+                PathToleranceOf(options.tolerance, program.toolPath.GetUnits())};
+  const PostOutcome outcome = PostOrTellLimits(job, folder, progress);
   progress.Stop();
 
   Report report = MakeReport(job, outcome);

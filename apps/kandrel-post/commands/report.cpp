@@ -82,11 +82,23 @@ std::string SideInWords(const MachineValues& v, std::size_t axis) {
 
 std::string OffLine(const Report::Deviation& deviation, const MachineValues& values) {
   const char* const unit = values.units == measures::zvUnitsFactory::inch ? "in" : "mm";
-  constexpr double kRounding = 1e-9;
-  if (deviation.largest > 0 && deviation.largest < kRounding) return fmt::format("0 {}", unit);
-  if (deviation.largest == 0) return fmt::format("0 {}: no feed move turns an axis", unit);
+  // Bounds hold in spite of rounding, and so are never quite 0.
+  constexpr double kRounding = 1e-6;
+  if (deviation.largest < kRounding) return fmt::format("0 {}", unit);
   return fmt::format("{:.3g} {} at most, on the way to posted move {} (N{})", deviation.largest,
                      unit, deviation.index, deviation.number);
+}
+
+std::string ToleranceInWords(const Report& report, measures::zvUnitsFactory::Units units) {
+  if (!report.tolerance.IsOn()) return "off";
+  const bool isInch = units == measures::zvUnitsFactory::inch;
+  std::string text = fmt::format("tip {:g} {}, axis {:g} deg", report.tolerance.GetTip(),
+                                 isInch ? "in" : "mm", report.tolerance.GetAxis());
+  const post::zvToleranceReport& notHeld = report.notHeld;
+  if (!notHeld.IsHeld())
+    text += fmt::format("; not held on the way to {} posted move{}, first to {}", notHeld.count,
+                        notHeld.count == 1 ? "" : "s", notHeld.lines[0].index);
+  return text;
 }
 
 std::string SkippedWords(const ClProgram& program) {
@@ -142,7 +154,7 @@ std::string Counts(const Report& report, const MachineValues& values,
   if (report.counts.shortLifts != 0)
     fmt::format_to(out, "short lifts     {}: shorter than the retract distance\n",
                    report.counts.shortLifts);
-  if (report.deviation) {
+  if (values.axes > 4) {
     fmt::format_to(out, "poles crossed   {}", report.polesCrossed);
     if (report.counts.blendedPoles != 0)
       fmt::format_to(out, ", stretches on a pole blended: {}", report.counts.blendedPoles);
@@ -156,8 +168,8 @@ std::string Counts(const Report& report, const MachineValues& values,
     fmt::format_to(out, "turns           {}\n", turns);
   }
   fmt::format_to(out, "total time      {}\n", Duration(posted.GetSeconds()));
-  if (report.deviation)
-    fmt::format_to(out, "tip off line    {}\n", OffLine(*report.deviation, values));
+  if (values.axes > 3)
+    fmt::format_to(out, "tip off line    {}\n", OffLine(report.deviation, values));
   return text;
 }
 
@@ -222,6 +234,9 @@ std::string FormatReport(const Report& report, const Machine& machine, const ClP
                  UnitsWord(values.units));
   text += AxisTable(report, values, ShownAxisNames(machine), posted);
   text += Counts(report, values, ShownAxisNames(machine), program, posted);
+  if (values.axes > 3)
+    fmt::format_to(out, "tolerance       {}\n", ToleranceInWords(report, values.units));
+  text += report.verdict;
   fmt::format_to(out, "seconds taken   {:.3f}\n", report.secondsTaken);
   text += Notes(report, machine, program, posted);
   for (const std::string& file : report.outputFiles)

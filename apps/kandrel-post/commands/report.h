@@ -1,12 +1,13 @@
 // What a posting did, on one screen.
 #pragma once
 
+#include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/model/tolerance_report.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,13 +62,16 @@ struct Report {
   std::uint64_t polesCrossed = 0;
   double rotarySlackDeg = 0;      ///< by which angles may pass their limits
   std::array<bool, 3> wrapped{};  ///< rotary axes whose angles the control wraps
-  /// From five axes on.
+  /// A bound of the largest distance of the tip from its line, and the line of its block's end.
   struct Deviation {
     double largest = 0;
     std::uint64_t index = 0;
     std::uint64_t number = 0;  ///< of the block in the NC text
   };
-  std::optional<Deviation> deviation;
+  Deviation deviation;
+  post::zvPathTolerance tolerance;
+  post::zvToleranceReport notHeld;  ///< where the posting couldn't keep it
+  std::string verdict;              ///< of the verification, lines with their ends
   double secondsTaken = 0;
 };
 

@@ -22,6 +22,9 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// A failure whose lines stand on standard error already; exit code 1.
+class ToldFailure : public std::exception {};
+
 /// Throws a misc::zvException with id 0: a failure of this program rather than of the library.
 [[noreturn]] void Fail(std::string_view text);
 

@@ -90,6 +90,7 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
   bool StartPosting(const cadcam::zvToolPath& toolpath) {
     m_posted.Renew();
     m_counts = {};
+    SetToleranceReport({});
     if (post::HasNothingToPost(toolpath)) return false;
     CheckUnits(m_machDef, toolpath);
     return true;

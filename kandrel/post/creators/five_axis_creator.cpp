@@ -61,24 +61,54 @@ zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::Post(const cadcam::zvToo
   return m_posted.Get();
 }
 
+// What holds the posting to its tolerance, where there is one.
+std::optional<post::zv5axPathKeeper> zvPosted5axTPCreator::MakeKeeper(
+    const cadcam::zvToolPath& toolpath, bool smallMoves) const {
+  if (!GetPathTolerance().IsOn()) return std::nullopt;
+  const auto reach = [&] {
+    double most = 0;
+    for (post::zvPathReader reader(toolpath, GetAlignMatrix()); reader.Next();) {
+      const Point& p = reader.GetMove().GetPosition();
+      most = std::max({most, std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+    }
+    return most;
+  };
+  return std::optional<post::zv5axPathKeeper>(std::in_place, m_solver, GetPathTolerance(),
+                                              GetPartOrigin(), GetToolLengthCompensationValue(),
+                                              smallMoves, reach);
+}
+
+// All blocks of a list to which nothing was done are known to hold the tolerance.
+void zvPosted5axTPCreator::ReportTolerance(const post::zv5axPathKeeper& keeper) {
+  if (keeper.HasLeftTurns() || m_counts.largeJumps != 0 || m_counts.rewindings != 0)
+    SetToleranceReport(keeper.Report(*m_posted.Get()));
+}
+
 // The passes in their order: those of docs/architecture.md.
 void zvPosted5axTPCreator::RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   if (IsToolpathFor3AxisMachine(toolpath)) return PostStanding(toolpath, smallMoves);
   PostInAttempts([&](Attempt attempt) {
     List& list = *m_posted.Get();
-    const bool mayHavePoles = BuildPostedMoves(toolpath, smallMoves);
+    std::optional<post::zv5axPathKeeper> tolerance = MakeKeeper(toolpath, smallMoves);
+    post::zv5axPathKeeper* const keeper = tolerance ? &*tolerance : nullptr;
+    const bool mayHavePoles = BuildPostedMoves(toolpath, smallMoves, keeper);
     post::WrapIntoRanges(list, post::RotaryRangesOf(m_machDef));
     SettleFirstMoves();
-    if (mayHavePoles) BlendPoles();
+    if (mayHavePoles && keeper == nullptr) BlendPoles();
     const double largestStep = post::CalcWindedAngles(list);
+    if (keeper != nullptr && keeper->HasLeftTurns())
+      m_counts.blendedPoles =
+          post::SpreadPoleTurns(list, GetPar(), m_solver, keeper->GetPoleCone());
     MakeJumps(largestStep, smallMoves);
+    if (keeper != nullptr && keeper->HasLeftTurns()) keeper->Keep(list, GetPar().GetMaxAngleJump());
     DivideLargeSteps(largestStep);
     // The second attempt is checked before its rewinding, the others with what theirs puts in.
     if (attempt == Attempt::kOtherSolution) CheckLinearLimits();
-    const zvLimitType excess = KeepRotaryLimits(attempt, smallMoves);
+    const zvLimitType excess = KeepRotaryLimits(attempt, smallMoves, keeper);
     if (attempt == Attempt::kOwnSolution && !excess.IsNone()) return false;
     ExceedingLimit(excess);
     if (attempt != Attempt::kOtherSolution) CheckLinearLimits();
+    if (keeper != nullptr) ReportTolerance(*keeper);
     return true;
   });
   post::ComputeMoveTimes(*m_posted.Get());
@@ -138,8 +168,10 @@ bool zvPosted5axTPCreator::TryOwnBounds(const Passes& passes, zvKDRParam::Soluti
 }
 
 // Returns whether the list may have poles to blend.
-bool zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
-  post::zv5axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves);
+bool zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves,
+                                            post::zv5axPathKeeper* keeper) {
+  post::zv5axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves,
+                                 keeper);
   post::zvPathReader reader(toolpath, GetAlignMatrix());
   builder.AppendAll(reader);
   return builder.MayHavePoles();
@@ -195,7 +227,8 @@ void zvPosted5axTPCreator::DivideLargeSteps(double largestStep) {
 
 // Shifts or rewinds a list that is out of its rotary ranges, where these are checked, and divides
 // what a rewinding has left large. Returns what is still out.
-zvLimitType zvPosted5axTPCreator::KeepRotaryLimits(Attempt attempt, bool smallMoves) {
+zvLimitType zvPosted5axTPCreator::KeepRotaryLimits(Attempt attempt, bool smallMoves,
+                                                   post::zv5axPathKeeper* keeper) {
   using post::zvLowerBounds;
   zvLimitType excess;
   if (!post::ChecksRotaryAxes(GetPar().GetLimitsCheck())) return excess;
@@ -204,7 +237,11 @@ zvLimitType zvPosted5axTPCreator::KeepRotaryLimits(Attempt attempt, bool smallMo
       attempt == Attempt::kOwnBounds ? zvLowerBounds::kOwn : zvLowerBounds::kShared);
   checker.CountInto(m_counts);
   checker.CheckRotaryWithRewind(excess, smallMoves);
-  if (m_counts.rewindings != 0) DivideLargeSteps(misc::kNoValue);
+  if (m_counts.rewindings == 0) return excess;
+  // What is put in now must keep the limits as well.
+  if (keeper != nullptr && keeper->Keep(*m_posted.Get(), GetPar().GetMaxAngleJump()) != 0)
+    checker.RotaryExceeded(excess);
+  DivideLargeSteps(misc::kNoValue);
   return excess;
 }
 

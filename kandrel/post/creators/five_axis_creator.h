@@ -13,8 +13,10 @@
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/passes/angle_jumps.h>
+#include <kandrel/post/passes/path_keeper.h>
 #include <kandrel/post/passes/standing_axes.h>
 
+#include <optional>
 #include <utility>
 
 /// Solves each orientation for the rotary axes, steps through poles, interpolates, keeps angles
@@ -100,14 +102,19 @@ class KANDREL_API zvPosted5axTPCreator
   template <class Passes>
   bool TryOwnBounds(const Passes& passes, post::zvKDRParam::SolutionIndex own);
 
+  std::optional<post::zv5axPathKeeper> MakeKeeper(const cadcam::zvToolPath& toolpath,
+                                                  bool smallMoves) const;
   void RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  bool BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  bool BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves,
+                        post::zv5axPathKeeper* keeper);
   void SettleFirstMoves();
   void BlendPoles();
   post::zvJumpRules JumpRules() const;
   void MakeJumps(double largestStep, bool smallMoves);
   void DivideLargeSteps(double largestStep);
-  post::zvLimitType KeepRotaryLimits(Attempt attempt, bool smallMoves);
+  post::zvLimitType KeepRotaryLimits(Attempt attempt, bool smallMoves,
+                                     post::zv5axPathKeeper* keeper);
+  void ReportTolerance(const post::zv5axPathKeeper& keeper);
 
   void RequireFinitePreferredAngle() const;
   bool IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const;

@@ -21,8 +21,11 @@ void zvPosted5axTPCreator::PostStanding(const cadcam::zvToolPath& toolpath, bool
   post::zvPathReader reader(toolpath, GetAlignMatrix());
   reader.Next();
   const Point dir_tool = reader.GetMove().GetOrientation();
+  const std::optional<post::zv5axPathKeeper> keeper = MakeKeeper(toolpath, smallMoves);
+  const post::zv5axMoveSolver::PoleCone cone =
+      keeper ? keeper->GetPoleCone() : m_solver.MakePoleCone();
   const post::zvStandingAxes axes = post::ChooseStandingAxes(
-      reader.GetMove().GetPosition(), dir_tool, m_solver, m_machDef, GetPar());
+      reader.GetMove().GetPosition(), dir_tool, m_solver, cone, m_machDef, GetPar());
   const post::zvStandingAxes written = post::AsWritten(axes, GetControlDef());
   const bool isAtZero = written.AreAtZero();
   if (!isAtZero && post::ChecksRotaryAxes(GetPar().GetLimitsCheck()))

@@ -7,6 +7,7 @@
 #include <kandrel/post/passes/angle_jumps.h>
 #include <kandrel/post/passes/control_limits.h>
 #include <kandrel/post/passes/four_axis_list_builder.h>
+#include <kandrel/post/passes/four_axis_path_keeper.h>
 #include <kandrel/post/passes/limit_checker.h>
 #include <kandrel/post/passes/move_times.h>
 #include <kandrel/post/passes/path_reader.h>
@@ -15,6 +16,7 @@
 #include <kandrel/post/passes/winding.h>
 
 #include <new>
+#include <optional>
 #include <utility>
 
 using post::zv4axMachDef;
@@ -44,13 +46,19 @@ zvPosted4axTPCreator::ListPointer zvPosted4axTPCreator::Post(const cadcam::zvToo
   List& list = *m_posted.Get();
   AlignToolpath(toolpath);
   RequireFiniteSetup();
-  BuildPostedMoves(toolpath, smallMoves);
+  std::optional<post::zv4axPathKeeper> tolerance;
+  if (GetPathTolerance().IsOn())
+    tolerance.emplace(m_solver, GetPathTolerance(), GetPar(), GetPartOrigin(),
+                      GetToolLengthCompensationValue(), smallMoves);
+  post::zv4axPathKeeper* const keeper = tolerance ? &*tolerance : nullptr;
+  BuildPostedMoves(toolpath, smallMoves, keeper);
   post::WrapIntoRanges(list, post::RotaryRangesOf(m_machDef));
   const double largestStep = post::CalcWindedAngles(list);
   MakeJumps(largestStep, smallMoves);
   CheckLinearLimits();
-  const zvLimitType excess = KeepRotaryLimits(smallMoves);
+  const zvLimitType excess = KeepRotaryLimits(smallMoves, keeper);
   ExceedingLimit(excess);
+  if (keeper != nullptr) ReportTolerance(*keeper, toolpath);
   post::ComputeMoveTimes(list);
   post::ApplyControlLimitations(list, GetControlDef());
   return m_posted.Get();
@@ -64,9 +72,11 @@ void zvPosted4axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
 
 // Takes some moves at a time through all steps, so that moves are read from memory once and no
 // flattened toolpath is kept.
-void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves,
+                                            post::zv4axPathKeeper* keeper) {
   try {
-    post::zv4axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves);
+    post::zv4axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves,
+                                   keeper);
     post::zvPathReader reader(toolpath, GetAlignMatrix());
     while (builder.AppendSome(reader)) {
     }
@@ -80,15 +90,16 @@ void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is reported, and how far the list is filled.
     m_posted.Get()->Clear();
-    BuildPostedMovesWhole(toolpath, smallMoves);
+    BuildPostedMovesWhole(toolpath, smallMoves, keeper);
     throw;
   }
 }
 
 void zvPosted4axTPCreator::BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath,
-                                                 bool smallMoves) {
+                                                 bool smallMoves, post::zv4axPathKeeper* keeper) {
   CheckMoves(toolpath);
-  post::zv4axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves);
+  post::zv4axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves,
+                                 keeper);
   const auto forEach = [&](const auto& take) {
     post::ForEachMove(toolpath, GetAlignMatrix(), take);
   };
@@ -107,16 +118,27 @@ void zvPosted4axTPCreator::MakeJumps(double largestStep, bool smallMoves) {
                                   [&](const Move& move) { return machine.Retract(move); });
 }
 
+// All blocks of a list to which nothing was done are known to hold the tolerance.
+void zvPosted4axTPCreator::ReportTolerance(const post::zv4axPathKeeper& keeper,
+                                           const cadcam::zvToolPath& toolpath) {
+  if (!keeper.HasBroken() && m_counts.largeJumps == 0 && m_counts.rewindings == 0) return;
+  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  SetToleranceReport(keeper.Report(*m_posted.Get(), reader));
+}
+
 // Shifts or rewinds a list that is out of its rotary range; with checks of the rotary axes alone
 // the list stays as it is. Returns the limit that is broken then.
-zvLimitType zvPosted4axTPCreator::KeepRotaryLimits(bool smallMoves) {
+zvLimitType zvPosted4axTPCreator::KeepRotaryLimits(bool smallMoves, post::zv4axPathKeeper* keeper) {
   zvLimitType excess;
   if (!post::ChecksRotaryAxes(GetPar().GetLimitsCheck())) return excess;
   post::zvListLimits<Move> limits(*m_posted.Get(), m_machDef, GetPar().GetLimitTolerance());
   if (!limits.RotaryExceeded(excess)) return excess;
   if (GetPar().GetLimitsCheck() != zvKDRParam::checkAllAxes) return excess;
   const bool isShiftTooLittle = limits.TryShiftAll();
-  if (isShiftTooLittle) Rewind(smallMoves);
+  if (isShiftTooLittle) {
+    Rewind(smallMoves);
+    if (keeper != nullptr) keeper->Keep(*m_posted.Get());
+  }
   limits.RotaryExceeded(excess);
   return excess;
 }

@@ -13,6 +13,10 @@
 
 #include <utility>
 
+namespace post {
+class zv4axPathKeeper;
+}
+
 /// Solves each orientation for the rotary axis, interpolates, keeps angles continuous, retracts
 /// around large jumps, and keeps limits by shifting and rewinding.
 ///
@@ -75,10 +79,13 @@ class KANDREL_API zvPosted4axTPCreator
                                                double toolLengthCompensation);
 
   void AlignToolpath(const cadcam::zvToolPath& toolpath);
-  void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
-  void BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath, bool smallMoves);
+  void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves,
+                        post::zv4axPathKeeper* keeper);
+  void BuildPostedMovesWhole(const cadcam::zvToolPath& toolpath, bool smallMoves,
+                             post::zv4axPathKeeper* keeper);
   void MakeJumps(double largestStep, bool smallMoves);
-  post::zvLimitType KeepRotaryLimits(bool smallMoves);
+  post::zvLimitType KeepRotaryLimits(bool smallMoves, post::zv4axPathKeeper* keeper);
+  void ReportTolerance(const post::zv4axPathKeeper& keeper, const cadcam::zvToolPath& toolpath);
   void Rewind(bool smallMoves);
   Move SolveMove(const cadcam::zvMovePointer& move, post::zvPostedMove::Types type) const;
 };

@@ -23,6 +23,7 @@ zvPostedTPCreator::zvPostedTPCreator(const zvPostedTPCreator& other)
       m_toolLengthCompensation(other.m_toolLengthCompensation),
       m_par(other.m_par),
       m_controlDef(other.m_controlDef),
+      m_pathTolerance(other.m_pathTolerance),
       m_owner(other.m_owner) {
   if (other.m_alignMatrix)
     m_alignMatrix = misc::MakeAutoPointer<cadcam::zvMatrix<double, 4, 4>>(*other.m_alignMatrix);

@@ -8,9 +8,11 @@
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/limit_type.h>
 #include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/model/setup_owner.h>
+#include <kandrel/post/model/tolerance_report.h>
 #include <kandrel/post/passes/flat_moves.h>
 
 #include <cstdint>
@@ -68,6 +70,15 @@ class KANDREL_API zvPostedTPCreator {
   /// The spelling is part of the interface.
   bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
 
+  /// How far the machine may leave the path between two lines: see zvPathTolerance. Off at first;
+  /// copies take it over. Of 3 axes it has no effect: they go straight from line to line.
+  const post::zvPathTolerance& GetPathTolerance() const noexcept { return m_pathTolerance; }
+  void SetPathTolerance(const post::zvPathTolerance& tolerance) noexcept {
+    m_pathTolerance = tolerance;
+  }
+  /// Where the last Post could not hold the tolerance; nothing after one that failed.
+  const post::zvToleranceReport& GetToleranceReport() const noexcept { return m_toleranceReport; }
+
   /// Lets the owner of what this creator refers to live as long as it and its copies. Its count is
   /// not atomic: what one log gave, with all copies, is copied and destroyed on one thread.
   void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
@@ -88,6 +99,9 @@ class KANDREL_API zvPostedTPCreator {
 
   void SetInstanceType(InstanceType type) noexcept { m_instanceType = type; }
   post::zvKDRParam& Par() noexcept { return m_par; }
+  void SetToleranceReport(const post::zvToleranceReport& report) noexcept {
+    m_toleranceReport = report;
+  }
 
   using SectionIterator = std::list<misc::zvAutoPointer<cadcam::zvTPSection>>::const_iterator;
   post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
@@ -129,5 +143,7 @@ class KANDREL_API zvPostedTPCreator {
   const post::zv5axControlDef& m_controlDef;
   InstanceType m_instanceType = instanceBase;
   post::zvAlignMatrix m_alignMatrix;
+  post::zvPathTolerance m_pathTolerance;
+  post::zvToleranceReport m_toleranceReport;
   post::zvSetupOwnerPointer m_owner;
 };

@@ -82,9 +82,11 @@ const post::zvPostedTP& zvKDR5AxBase::Post(const cadcam::zvToolPath& toolpath) {
   m_postedTP.Clear();
   m_postedTP.SetAlignMatrix(nullptr);
   m_counts = {};
+  m_toleranceReport = {};
   Dispatch(m_machDef, [&]<class Creator>(Of<Creator> tag) {
     if (post::HasNothingToPost(toolpath)) return;
     Creator creator = MakeCreator(tag, *this);
+    creator.SetPathTolerance(m_pathTolerance);
     const auto list = creator.Post(toolpath, false);
     post::zvPostedTP posted;
     while (!list->IsEmpty()) {
@@ -98,6 +100,7 @@ const post::zvPostedTP& zvKDR5AxBase::Post(const cadcam::zvToolPath& toolpath) {
       }
     }
     if constexpr (!std::is_same_v<Creator, zvPosted3axTPCreator>) m_counts = creator.GetCounts();
+    m_toleranceReport = creator.GetToleranceReport();
     m_postedTP = std::move(posted);
   });
   return m_postedTP;

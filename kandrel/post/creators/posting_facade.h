@@ -8,10 +8,12 @@
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mirror_angle.h>
+#include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posted_toolpath.h>
 #include <kandrel/post/model/posting_counts.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/model/setup_owner.h>
+#include <kandrel/post/model/tolerance_report.h>
 #include <kandrel/post/passes/flat_moves.h>
 
 #include <utility>
@@ -75,6 +77,15 @@ class KANDREL_API zvKDR5AxBase {
   /// The spelling is part of the interface.
   bool IsAlignMatrixValide() const noexcept { return !m_alignMatrix.IsNull(); }
 
+  /// How far the machine may leave the path between two lines, in postings from now on: see
+  /// zvPathTolerance. Off at first; copies take it over.
+  const post::zvPathTolerance& GetPathTolerance() const noexcept { return m_pathTolerance; }
+  void SetPathTolerance(const post::zvPathTolerance& tolerance) noexcept {
+    m_pathTolerance = tolerance;
+  }
+  /// Where the last Post could not hold it; nothing after one that failed.
+  const post::zvToleranceReport& GetToleranceReport() const noexcept { return m_toleranceReport; }
+
   /// Lets the owner of what this object refers to live as long as it and its copies. Its count is
   /// not atomic: what one log gave, with all copies, is copied and destroyed on one thread.
   void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
@@ -127,5 +138,7 @@ class KANDREL_API zvKDR5AxBase {
   post::zvPostedTP m_postedTP;
   post::zvAlignMatrix m_alignMatrix;
   post::zvPostingCounts m_counts;
+  post::zvPathTolerance m_pathTolerance;
+  post::zvToleranceReport m_toleranceReport;
   post::zvSetupOwnerPointer m_owner;
 };

@@ -36,7 +36,9 @@ zvPosted5axTPCreator zvPosted6axTPCreator::FiveAxisCreator() const {
 zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
   m_counts = {};
+  SetToleranceReport({});
   zvPosted5axTPCreator creator = FiveAxisCreator();
+  creator.SetPathTolerance(GetPathTolerance());
   const auto solved = creator.Post(toolpath, smallMoves);
   if (!solved->IsEmpty()) RequireFiniteThirdAngle();
   ListPointer list = m_posted.New();
@@ -45,6 +47,7 @@ zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToo
     solved->Erase(solved->begin());
   }
   m_counts = creator.GetCounts();
+  SetToleranceReport(creator.GetToleranceReport());
   return m_posted.Get() = std::move(list);
 }
 

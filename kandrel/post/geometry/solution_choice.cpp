@@ -80,6 +80,12 @@ zvRotarySolutions SolutionsOf(const zvSolutionPair& pair) {
           move.GetPoleStatus()};
 }
 
+bool KeepsAskedLimits(const zvRotarySolution& solution, const zvKDRParam& par,
+                      const zv5axMachDef& machDef) {
+  zvLimitType unused;
+  return KeepsLimits(solution, par, machDef, unused);
+}
+
 bool TakesMirrorNext(double previousFirstAngle, double previousSecondAngle,
                      const zvRotarySolutions& solutions, const zvKDRParam& par,
                      const zv5axMachDef& machDef) {

@@ -27,6 +27,10 @@ KANDREL_API bool TakesMirrorNext(double previousFirstAngle, double previousSecon
                                  const zvRotarySolutions& solutions, const zvKDRParam& par,
                                  const zv5axMachDef& machDef);
 
+/// Whether a solution keeps the limits asked for by limitsCheck.
+KANDREL_API bool KeepsAskedLimits(const zvRotarySolution& solution, const zvKDRParam& par,
+                                  const zv5axMachDef& machDef);
+
 /// For the first move: the one solution that keeps the limits, else by firstMoveRule. A caller
 /// reports `excess`, if it names a limit, before it uses the choice.
 KANDREL_API zvSolutionChoice ChooseFirst(const zvRotarySolutions& solutions, const zvKDRParam& par,

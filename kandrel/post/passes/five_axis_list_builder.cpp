@@ -16,14 +16,15 @@ bool TakesMirrorFirst(const zvRotarySolutions& solutions, const zvKDRParam& par,
 
 zv5axListBuilder::zv5axListBuilder(List& list, const zv5axMoveSolver& solver,
                                    const zv5axMachDef& machDef, const zvKDRParam& par,
-                                   bool smallMoves)
+                                   bool smallMoves, zv5axPathKeeper* keeper)
     : m_list(list),
       m_solver(solver),
       m_machDef(machDef),
       m_par(par),
       m_smallMoves(smallMoves),
-      m_cone(solver.MakePoleCone()),
-      m_interpolator(solver, smallMoves) {}
+      m_cone(keeper != nullptr ? keeper->GetPoleCone() : solver.MakePoleCone()),
+      m_interpolator(solver, smallMoves),
+      m_keeper(keeper) {}
 
 // What each move goes through is one function to the compiler: calls between its parts would cost a
 // twentieth of a posting. So Append, Join and this are inlined whatever the compiler thinks of it.
@@ -75,6 +76,26 @@ void zv5axListBuilder::Settle(const Move& previous, Move& current,
   }
 }
 
+// The same where the posting is held to a tolerance: of rapid moves it isn't, and what is put on
+// their way is rapid as they are.
+[[gnu::noinline]] void zv5axListBuilder::JoinWithin(Iterator previous, Iterator current,
+                                                    const zvRotarySolutions& solutions,
+                                                    bool isFirstPick) {
+  if (current->IsRapid()) {
+    Join(previous, current, solutions, isFirstPick);
+    for (Iterator move = std::next(previous); move != current; ++move) move->SetRapid(true);
+    return;
+  }
+  try {
+    m_keeper->RequireHeldAt(current->GetPartPosition());
+    m_solver.FixPoleAngle(*previous, *current);
+    if (!m_keeper->IsPlain(*previous, *current)) m_keeper->Join(m_list, current, solutions);
+  } catch (...) {
+    m_list.Erase(current);
+    throw;
+  }
+}
+
 [[gnu::always_inline]] inline void zv5axListBuilder::Append(const zvMoveView& move,
                                                             zvPostedMove::Types type) {
   const bool isFirst = m_index == 0;
@@ -89,7 +110,10 @@ void zv5axListBuilder::Settle(const Move& previous, Move& current,
     return zv5axMoveSolver::MakeMove(move, type, solutions.Of(isMirror), solutions.poleStatus,
                                      static_cast<std::int32_t>(m_index), false, m_smallMoves);
   });
-  if (!isFirst) Join(previous, current, solutions, isFirstPick);
+  if (!isFirst && m_keeper == nullptr)
+    Join(previous, current, solutions, isFirstPick);
+  else if (!isFirst)
+    JoinWithin(previous, current, solutions, isFirstPick);
   m_hasMetPole = m_hasMetPole || solutions.poleStatus != kDetermined;
   m_isPreviousDetermined = current->GetPoleStatus() == kDetermined;
   m_lastFirstAngle = m_isPreviousDetermined ? current->GetAngle(0) : 0;

@@ -9,6 +9,7 @@
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/passes/five_axis_interpolation.h>
+#include <kandrel/post/passes/path_keeper.h>
 #include <kandrel/post/passes/path_reader.h>
 
 #include <cstdint>
@@ -29,7 +30,9 @@ KANDREL_API bool TakesMirrorFirst(const zvRotarySolutions& solutions, const zvKD
 ///    machine and the parameters given; any other by those of the solver, which may be older.
 /// 2. A move on a pole takes the free angle of the move before it. Those on a pole at the very
 ///    start have none to take, and stay undetermined.
-/// 3. All that is given is referred to.
+/// 3. With a path keeper the feed moves get the lines between them from that, and what is on a pole
+///    is decided by its cone. What is put before a rapid move is rapid then.
+/// 4. All that is given is referred to.
 class KANDREL_API zv5axListBuilder {
  public:
   using Move = zvPosted5axMove;
@@ -37,7 +40,7 @@ class KANDREL_API zv5axListBuilder {
 
   /// `list` is empty, `machDef` normalised.
   zv5axListBuilder(List& list, const zv5axMoveSolver& solver, const zv5axMachDef& machDef,
-                   const zvKDRParam& par, bool smallMoves);
+                   const zvKDRParam& par, bool smallMoves, zv5axPathKeeper* keeper = nullptr);
 
   /// Posts the moves that the reader has still to give. Throws as it, TakesMirrorFirst, the solver
   /// and the interpolator do; the list then ends with the move before the one that failed, or with
@@ -59,6 +62,8 @@ class KANDREL_API zv5axListBuilder {
   void StartLimitSearch(const zvMoveView& move);
   void Join(Iterator previous, Iterator current, const zvRotarySolutions& solutions,
             bool isFirstPick);
+  void JoinWithin(Iterator previous, Iterator current, const zvRotarySolutions& solutions,
+                  bool isFirstPick);
   void Settle(const Move& previous, Move& current, const zvRotarySolutions& solutions) const;
 
   List& m_list;
@@ -68,6 +73,7 @@ class KANDREL_API zv5axListBuilder {
   bool m_smallMoves;
   zv5axMoveSolver::PoleCone m_cone;
   zv5axInterpolator m_interpolator;
+  zv5axPathKeeper* m_keeper;
   std::uint64_t m_index = 0;
   double m_lastFirstAngle = 0;  // where the limit keeper starts its search: 0 after a pole
   bool m_isPreviousDetermined = false;

@@ -10,14 +10,15 @@ namespace post {
 
 zv4axListBuilder::zv4axListBuilder(List& list, const zvPosted4axMoveMaker& maker,
                                    const zv4axMachDef& machDef, const zvKDRParam& par,
-                                   bool smallMoves)
+                                   bool smallMoves, zv4axPathKeeper* keeper)
     : m_list(list),
       m_maker(maker),
       m_orientationCone(machDef),
-      m_poleCone(maker.MakePoleCone()),
+      m_poleCone(keeper != nullptr ? keeper->GetPoleCone() : maker.MakePoleCone()),
       m_pairs(maker.GetKinematics(), m_orientationCone, m_poleCone.eps),
       m_interpolator(maker, par, smallMoves),
-      m_smallMoves(smallMoves) {}
+      m_smallMoves(smallMoves),
+      m_keeper(keeper) {}
 
 void zv4axListBuilder::RequireOnCone(const cadcam::zvTPoint3d<double>& dir_tool) const {
   if (!m_orientationCone.IsNear(dir_tool)) throw zvPostException(zvPostException::kNotFor4Axes);
@@ -32,16 +33,24 @@ void zv4axListBuilder::Append(const zvMoveView& move, zvPostedMove::Types type) 
                         m_smallMoves);
   });
   ++m_index;
-  if (isFirst) return;
-  if (std::fabs(current->GetRotaryAngle() - previous->GetRotaryAngle()) <=
-      m_interpolator.GetShortStep())
-    return;
   try {
-    m_interpolator.Between(m_list, current);
+    if (m_keeper != nullptr) m_keeper->RequireHeldAt(current->GetPartPosition());
+    if (!isFirst) Join(previous, current);
   } catch (...) {
     // What fails between two moves leaves nothing behind the first of them.
-    while (std::prev(m_list.end()) != previous) m_list.Erase(std::prev(m_list.end()));
+    while (!m_list.IsEmpty() && std::prev(m_list.end()) != previous)
+      m_list.Erase(std::prev(m_list.end()));
     throw;
+  }
+}
+
+// Puts the moves between two solved ones.
+void zv4axListBuilder::Join(Iterator previous, Iterator move) {
+  if (m_keeper != nullptr && !move->IsRapid()) {
+    if (!m_keeper->IsPlain(*previous, *move)) m_keeper->Join(m_list, move);
+  } else if (!(std::fabs(move->GetRotaryAngle() - previous->GetRotaryAngle()) <=
+               m_interpolator.GetShortStep())) {
+    m_interpolator.Between(m_list, move);
   }
 }
 
@@ -53,6 +62,10 @@ bool zv4axListBuilder::AppendSome(zvPathReader& reader) {
   const Iterator first = isFirst ? m_list.begin() : std::next(last);
   Solve(first);
   if (first == m_list.end()) return hasMore;
+  if (m_keeper != nullptr) {
+    JoinWithin(last, first);
+    return hasMore;
+  }
   const double shortStep = m_interpolator.GetShortStep();
   double deg = (isFirst ? first : last)->GetRotaryAngle();
   for (Iterator move = isFirst ? std::next(first) : first; move != m_list.end(); ++move) {
@@ -60,6 +73,14 @@ bool zv4axListBuilder::AppendSome(zvPathReader& reader) {
     if (!(std::fabs(deg - previousDeg) <= shortStep)) m_interpolator.Between(m_list, move);
   }
   return hasMore;
+}
+
+// The same of moves that are held to a tolerance. `last` is the one before them, if any.
+void zv4axListBuilder::JoinWithin(Iterator last, Iterator first) {
+  for (Iterator move = first; move != m_list.end(); last = move++) {
+    m_keeper->RequireHeldAt(move->GetPartPosition());
+    if (last != m_list.end()) Join(last, move);
+  }
 }
 
 // Small moves have no place for their index.

@@ -10,6 +10,7 @@
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/passes/four_axis_interpolation.h>
+#include <kandrel/post/passes/four_axis_path_keeper.h>
 #include <kandrel/post/passes/path_reader.h>
 
 #include <cstdint>
@@ -18,7 +19,8 @@ namespace post {
 
 /// Posts toolpath moves to the end of a list, with the moves that belong between them: one after
 /// the other, or at half the cost some at a time. Both give the same list; only what is in it when
-/// a move fails differs. Maker, machine and parameters are referred to.
+/// a move fails differs. With a path keeper the feed moves get the lines between them from that,
+/// and what is on a pole is decided by its cone. All that is given is referred to.
 class KANDREL_API zv4axListBuilder {
  public:
   using Move = zvPosted4axMove;
@@ -27,19 +29,19 @@ class KANDREL_API zv4axListBuilder {
   /// `list` is empty. Orientations are checked against the cone of `machDef`, which is normalised;
   /// they are solved on that of `maker`, which may be of another machine.
   zv4axListBuilder(List& list, const zvPosted4axMoveMaker& maker, const zv4axMachDef& machDef,
-                   const zvKDRParam& par, bool smallMoves);
+                   const zvKDRParam& par, bool smallMoves, zv4axPathKeeper* keeper = nullptr);
 
   /// Throws zvPostException 5030 for a unit vector 1e-6 rad or more off the cone.
   void RequireOnCone(const cadcam::zvTPoint3d<double>& dir_tool) const;
 
   /// Posts one move, unchecked. Throws zvcadcamException 2189 for a zero orientation, and as the
-  /// interpolator does; the list then ends with the move before it.
+  /// interpolator and the keeper do; the list then ends with the move before it.
   void Append(const zvMoveView& move, zvPostedMove::Types type);
 
   /// Posts the next moves of the reader and checks each; false when the reader has come to the end.
-  /// Throws as the reader, RequireOnCone and the interpolator do, zvPostException 5039 for what is
-  /// infinite or NaN, zvcadcamException 2189 for a zero orientation; the list is of no use then:
-  /// not all of its moves are solved.
+  /// Throws as the reader, RequireOnCone, the interpolator and the keeper do, zvPostException 5039
+  /// for what is infinite or NaN, zvcadcamException 2189 for a zero orientation; the list is of no
+  /// use then: not all of its moves are solved.
   bool AppendSome(zvPathReader& reader);
 
  private:
@@ -48,6 +50,8 @@ class KANDREL_API zv4axListBuilder {
   bool Read(zvPathReader& reader);
   void Solve(Iterator move);
   void SolveAlone(Move& move);
+  void Join(Iterator previous, Iterator move);
+  void JoinWithin(Iterator last, Iterator first);
 
   List& m_list;
   const zvPosted4axMoveMaker& m_maker;
@@ -56,6 +60,7 @@ class KANDREL_API zv4axListBuilder {
   zv4axPairSolver m_pairs;
   zv4axInterpolator m_interpolator;
   bool m_smallMoves;
+  zv4axPathKeeper* m_keeper;
   std::uint64_t m_index = 0;
 };
 

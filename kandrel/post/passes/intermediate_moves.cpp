@@ -15,9 +15,10 @@ Point Blended(const Point& orientation, zvBlendedOrientations how) {
   return std::fabs(length - 1) > misc::kUnitLength ? orientation / length : orientation;
 }
 
-cadcam::zv5axMove SourceOf(const zvPostedMove& move, bool smallMoves, zvBlendedOrientations how) {
-  const cadcam::zvCNCMove base(move.GetPartPosition(), Blended(move.GetOrientation(), how),
-                               move.GetFeed(), move.IsRapid());
+cadcam::zv5axMove SourceOf(const zvPostedMove& move, const Point& orientation, bool smallMoves,
+                           zvBlendedOrientations how) {
+  const cadcam::zvCNCMove base(move.GetPartPosition(), Blended(orientation, how), move.GetFeed(),
+                               move.IsRapid());
   if (smallMoves) return {base, {}, {}, 0, false};
   return {base, move.GetExtendedPoint(), move.GetExtendedVector(), move.GetExtendedId(),
           move.HasExtendedData()};
@@ -27,8 +28,12 @@ cadcam::zv5axMove SourceOf(const zvPostedMove& move, bool smallMoves, zvBlendedO
 
 zvIntermediateMoves::zvIntermediateMoves(const zvPostedMove& previous, const zvPostedMove& current,
                                          bool smallMoves, zvBlendedOrientations orientations)
-    : m_previous(SourceOf(previous, smallMoves, orientations)),
-      m_current(SourceOf(current, smallMoves, orientations)),
+    : m_previous(SourceOf(previous,
+                          orientations == zvBlendedOrientations::kOfCurrent
+                              ? current.GetOrientation()
+                              : previous.GetOrientation(),
+                          smallMoves, orientations)),
+      m_current(SourceOf(current, current.GetOrientation(), smallMoves, orientations)),
       m_type(current.GetType()),
       m_sourceIndex(smallMoves ? 0 : previous.GetSourceIndex()),
       m_smallMoves(smallMoves),

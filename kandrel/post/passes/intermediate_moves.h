@@ -11,8 +11,9 @@
 namespace post {
 
 /// What orientations are blended: as they are, or those of another length than 1 as unit vectors.
-/// A linear blend of two lengths hardly turns near the longer one.
-enum class zvBlendedOrientations { kAsGiven, kUnitVectors };
+/// A linear blend of two lengths hardly turns near the longer one. Or none: all moves have that of
+/// the current one, for who sets it anyway; so nothing is thrown between opposite ones.
+enum class zvBlendedOrientations { kAsGiven, kUnitVectors, kOfCurrent };
 
 /// Rebuilds a source move from each of two posted moves and blends them; without their extended
 /// data when `smallMoves`. The moves between belong to the first one's place in the toolpath and

@@ -62,6 +62,22 @@ double StepOnCurve(double step, const Polynomial& p, double length) {
   return step / steepest;
 }
 
+// The cubic of Hermite over the length L, from p(0) = 0 with p'(0) = mb to p(L) = jump with
+// p'(L) = ma. Of p(s) = mb s + b s^2 + c s^3 the last two ask b L^2 + c L^3 = jump - mb L and
+// 2 b L + 3 c L^2 = ma - mb, which b and c solve.
+Polynomial HermiteCubic(double l, double jump, double mb, double ma) {
+  const double quadratic = (3 * jump / l - 2 * mb - ma) / l;
+  const double cubic = (ma + mb - 2 * jump / l) / (l * l);
+  return Polynomial({0, mb, quadratic, cubic});
+}
+
+// A slope of the cubic's ends. Neighbours may be as steep as they like, and as short; within three
+// times the mean a cubic without reversed ends doesn't turn back (Fritsch and Carlson, 1980).
+double BoundedSlope(double slope, double mean) {
+  const double steepest = 3 * mean;
+  return std::clamp(slope, -steepest, steepest);
+}
+
 class Run {
  public:
   Run(List& list, const zvKDRParam& par, const Ranges& ranges, const zv5axMoveSolver& solver,
@@ -178,16 +194,8 @@ class Run {
     }
   };
 
-  // A slope of the cubic. Neighbours may be as steep as they like, and as short; within three times
-  // the mean a cubic without reversed ends doesn't turn back (Fritsch and Carlson, 1980).
-  double Bounded(double slope) const {
-    const double steepest = 3 * m_jump.size / m_length;
-    return std::clamp(slope, -steepest, steepest);
-  }
+  double Bounded(double slope) const { return BoundedSlope(slope, m_jump.size / m_length); }
 
-  // The cubic of Hermite over the run's length L, from p(0) = 0 with p'(0) = mb to p(L) = jump with
-  // p'(L) = ma. Of p(s) = mb s + b s^2 + c s^3 the last two ask b L^2 + c L^3 = jump - mb L and
-  // 2 b L + 3 c L^2 = ma - mb, which b and c solve.
   Polynomial FitCubic() const {
     Slope after;
     for (Iterator a = m_last, b = std::next(a); b != m_list.end() && after.length < m_length / 2;
@@ -204,9 +212,7 @@ class Run {
     const double afterLength = (after.length + l) - l;
     const double ma = afterLength == 0 ? 0 : Bounded(((after.turned + jump) - jump) / afterLength);
     const double mb = before.length == 0 ? 0 : Bounded(before.turned / before.length);
-    const double quadratic = (3 * jump / l - 2 * mb - ma) / l;
-    const double cubic = (ma + mb - 2 * jump / l) / (l * l);
-    return Polynomial({0, mb, quadratic, cubic});
+    return HermiteCubic(l, jump, mb, ma);
   }
 
   List& m_list;
@@ -223,7 +229,136 @@ class Run {
   double m_length = 0;
 };
 
+// A run of lines on the first axis' pole in a wound list, whose angle stands but for a turn of
+// `m_jump` to the last of them.
+class WoundRun {
+ public:
+  WoundRun(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver, Iterator first,
+           Iterator last)
+      : m_list(list),
+        m_step(par.GetMaxAngleStep()),
+        m_solver(solver),
+        m_first(first),
+        m_last(last),
+        m_start(first->GetAngle(0)),
+        m_jump(last->GetAngle(0) - m_start) {
+    for (Iterator move = first; move != last; ++move)
+      m_length += PartDistance(*move, *std::next(move));
+  }
+
+  bool IsToBeSpread(double maxAngleJump) const {
+    return m_jump != 0 && std::fabs(m_jump) <= maxAngleJump && m_length > misc::kEqual;
+  }
+
+  void SpreadEvenly() {
+    Turn([this](double s) { return m_jump * (s / m_length); }, misc::kNoValue);
+  }
+  void SpreadOnCubic() {
+    const double mean = std::fabs(m_jump) / m_length;
+    const Polynomial p = HermiteCubic(m_length, m_jump, BoundedSlope(SlopeBefore(), mean),
+                                      BoundedSlope(SlopeAfter(), mean));
+    const double spacing = m_step > 0 ? StepOnCurve(m_step, p, m_length) : misc::kNoValue;
+    Turn([&p](double s) { return p.Evaluate(s); },
+         spacing > misc::kEqual ? spacing : misc::kNoValue);
+  }
+
+ private:
+  // Turns each line by its arc length, the last as it is, with lines between them that lie no
+  // further apart than the spacing. A last one where the tip stood already isn't needed any more.
+  template <class Curve>
+  void Turn(const Curve& curve, double spacing) {
+    double s = 0;
+    for (Iterator from = m_first; from != m_last;) {
+      const Iterator to = std::next(from);
+      const double length = PartDistance(*from, *to);
+      const double parts = std::ceil(length / spacing);
+      if (!(parts <= misc::kLargestCount)) throw zvPostException(zvPostException::kInvalidVector);
+      for (double k = 1; k < parts; ++k) {
+        const double t = k / parts;
+        m_list.EmplaceWith(to, [&] { return LineBetween(*from, *to, t, curve(s + t * length)); });
+      }
+      s += length;
+      if (to == m_last) break;
+      SetAngle(*to, m_start + curve(s));
+      from = to;
+    }
+    const Iterator before = std::prev(m_last);
+    if (before == m_first || PartDistance(*before, *m_last) > 0) return;
+    SetAngle(*before, m_last->GetAngle(0));
+    m_list.Erase(m_last);
+  }
+
+  void SetAngle(Move& move, double deg) const {
+    move.SetAngle(deg, 0);
+    move.SetMachinePosition(m_solver.GetKinematics().MachinePosition(move));
+  }
+
+  Move LineBetween(const Move& a, const Move& b, double t, double turned) const {
+    const auto unit = [](const Move& move) {
+      return move.GetOrientation() / move.GetOrientation().Length();
+    };
+    const double second = (1 - t) * a.GetAngle(1) + t * b.GetAngle(1);
+    Move move =
+        MoveBetween(a, b, t, m_start + turned, second,
+                    ((1 - t) * unit(a) + t * unit(b)).Normalized(), m_solver.GetKinematics());
+    if (!move.HasNoExtended()) move.SetSourceIndex(a.GetSourceIndex());
+    return move;
+  }
+
+  // The mean slopes over half the run's length beyond its ends.
+  double SlopeBefore() const {
+    double length = 0;
+    Iterator a = m_first;
+    for (; a != m_list.begin() && length < m_length / 2; --a)
+      length += PartDistance(*std::prev(a), *a);
+    return length > 0 ? (m_start - a->GetAngle(0)) / length : 0;
+  }
+  double SlopeAfter() const {
+    double length = 0;
+    Iterator b = m_last;
+    for (Iterator c = std::next(b); c != m_list.end() && length < m_length / 2; b = c++)
+      length += PartDistance(*b, *c);
+    return length > 0 ? (b->GetAngle(0) - m_last->GetAngle(0)) / length : 0;
+  }
+
+  List& m_list;
+  double m_step;
+  const zv5axMoveSolver& m_solver;
+  Iterator m_first;
+  Iterator m_last;
+  double m_start;
+  double m_jump;
+  double m_length = 0;
+};
+
 }  // namespace
+
+std::uint32_t SpreadPoleTurns(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver,
+                              const zv5axMoveSolver::PoleCone& cone) {
+  if (!BlendsPoles(par)) return 0;
+  std::uint32_t spread = 0;
+  for (Iterator first = list.begin(); first != list.end();) {
+    Iterator last = first;
+    Iterator next = std::next(first);
+    const auto isOnPole = [&](const Move& move) {
+      return solver.IsOnFirstPole(move.GetOrientation(), cone);
+    };
+    if (isOnPole(*first))
+      while (next != list.end() && !next->IsRapid() && isOnPole(*next)) last = next++;
+    if (first != last) {
+      WoundRun run(list, par, solver, first, last);
+      if (run.IsToBeSpread(par.GetMaxAngleJump())) {
+        if (par.GetPoleHandling() == zvKDRParam::spreadOnCubic)
+          run.SpreadOnCubic();
+        else
+          run.SpreadEvenly();
+        ++spread;
+      }
+    }
+    first = next;
+  }
+  return spread;
+}
 
 bool BlendsPoles(const zvKDRParam& par) {
   return par.GetPoleHandling() == zvKDRParam::spreadEvenly ||

@@ -34,6 +34,16 @@ KANDREL_API std::uint32_t BlendPoles(misc::zvMemoryPoolList<zvPosted5axMove>& li
                                      const std::array<zvRotaryRange, 2>& ranges,
                                      const zv5axMoveSolver& solver);
 
+/// The same for a wound list whose lines keep the tilt of the path, as a path tolerance wants it:
+/// where the free axis of the first axis' pole turns at the end of a run on the pole, with the tip
+/// standing, the turn is spread over the lines of the run itself, and nothing is put beside it. On
+/// the cubic lines are put in the run so that no step is above maxAngleStep; evenly none are: what
+/// divides the blocks follows. A turn above maxAngleJump stays where it is. `cone` says what is on
+/// the pole.
+KANDREL_API std::uint32_t SpreadPoleTurns(misc::zvMemoryPoolList<zvPosted5axMove>& list,
+                                          const zvKDRParam& par, const zv5axMoveSolver& solver,
+                                          const zv5axMoveSolver::PoleCone& cone);
+
 /// Whether poleHandling is one of the two.
 KANDREL_API bool BlendsPoles(const zvKDRParam& par);
 

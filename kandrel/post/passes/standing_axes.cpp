@@ -48,10 +48,10 @@ bool HasOneOrientation(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& 
 }
 
 zvStandingAxes ChooseStandingAxes(const Point& p_part, const Point& orientation,
-                                  const zv5axMoveSolver& solver, const zv5axMachDef& machDef,
-                                  const zvKDRParam& par) {
-  const zvRotarySolutions solutions =
-      solver.SolveAngles(p_part, orientation, solver.MakePoleCone(), 0);
+                                  const zv5axMoveSolver& solver,
+                                  const zv5axMoveSolver::PoleCone& cone,
+                                  const zv5axMachDef& machDef, const zvKDRParam& par) {
+  const zvRotarySolutions solutions = solver.SolveAngles(p_part, orientation, cone, 0);
   const zvRotarySolution& chosen = solutions.Of(TakesMirrorFirst(solutions, par, machDef));
   zvStandingAxes axes{chosen.firstAngle, chosen.secondAngle};
   if (par.GetFirstMoveRule() == zvKDRParam::byFirstAxis && solutions.poleStatus == kOnFirstPole)

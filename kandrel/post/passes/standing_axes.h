@@ -29,13 +29,14 @@ struct zvStandingAxes {
 KANDREL_API bool HasOneOrientation(const cadcam::zvToolPath& toolpath,
                                    const zvAlignMatrix& alignment);
 
-/// The angles for a tip and an orientation, chosen as for a first move, an angle that a pole leaves
-/// free as firstMoveRule prefers it, and brought into their ranges where a turn does it. Throws as
-/// the solver and TakesMirrorFirst do, zvPostException 5039 for a preferred angle that is infinite
-/// or NaN.
+/// The angles for a tip and an orientation, on a pole by `cone`, chosen as for a first move, an
+/// angle that a pole leaves free as firstMoveRule prefers it, and brought into their ranges where a
+/// turn does it. Throws as the solver and TakesMirrorFirst do, zvPostException 5039 for a preferred
+/// angle that is infinite or NaN.
 KANDREL_API zvStandingAxes ChooseStandingAxes(const cadcam::zvTPoint3d<double>& p_part,
                                               const cadcam::zvTPoint3d<double>& orientation,
                                               const zv5axMoveSolver& solver,
+                                              const zv5axMoveSolver::PoleCone& cone,
                                               const zv5axMachDef& machDef, const zvKDRParam& par);
 
 /// The angles as the control wants them written. The second axis is wrapped when it has a limit of

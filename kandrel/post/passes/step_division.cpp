@@ -41,6 +41,11 @@ void Divide(List& list, Iterator from, Iterator to, std::uint32_t count,
 
 }  // namespace
 
+void DivideStep(List& list, Iterator from, Iterator to, const zvKDRParam& par, double turn,
+                const zv5axKinematics& kinematics) {
+  Divide(list, from, to, StepsByAngle(par, turn), kinematics);
+}
+
 std::uint32_t DivideLargeSteps(List& list, double largestStep, const zvKDRParam& par,
                                double maxAngleJump, const zv5axKinematics& kinematics) {
   // Whole turns round the difference of angles; interpolation has left no step above the largest by

@@ -26,4 +26,10 @@ KANDREL_API std::uint32_t DivideLargeSteps(misc::zvMemoryPoolList<zvPosted5axMov
                                            double largestStep, const zvKDRParam& par,
                                            double maxAngleJump, const zv5axKinematics& kinematics);
 
+/// Divides one step, whose larger turn is `turn`, in the same way, whatever its size.
+KANDREL_API void DivideStep(misc::zvMemoryPoolList<zvPosted5axMove>& list,
+                            misc::zvMemoryPoolList<zvPosted5axMove>::iterator from,
+                            misc::zvMemoryPoolList<zvPosted5axMove>::iterator to,
+                            const zvKDRParam& par, double turn, const zv5axKinematics& kinematics);
+
 }  // namespace post

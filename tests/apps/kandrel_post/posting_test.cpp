@@ -5,6 +5,8 @@
 #include <kandrel-post/samples/samples.h>
 #include <tests/support/data_folder.h>
 
+#include <charconv>
+#include <cstdio>
 #include <regex>
 
 #include "posting_checks.h"
@@ -15,6 +17,7 @@ namespace fs = std::filesystem;
 using tests::Line;
 using tests::Lines;
 using tests::Outcome;
+using tests::Point;
 using tests::RunLine;
 using tests::SampleFile;
 using tests::Told;
@@ -132,6 +135,18 @@ void Replace(std::string& text, std::string_view word, const std::string& by) {
     text.replace(at, word.size(), by);
 }
 
+// One line, and below it lines that belong to it.
+bool IsFailure(const std::string& text) {
+  static const std::regex first("[^ ].*"), below("  (caused by [0-9]+:|breach|shift) .+");
+  std::istringstream lines(text);
+  std::string line;
+  if (!text.ends_with('\n') || !std::getline(lines, line) || !std::regex_match(line, first))
+    return false;
+  while (std::getline(lines, line))
+    if (!std::regex_match(line, below)) return false;
+  return true;
+}
+
 TEST(CommandLine, EndsWithItsExitCodeAndOneLineAndLeavesNoFolder) {
   const tests::ScratchFolder scratch;
   const std::string out = scratch.Path("out");
@@ -156,13 +171,78 @@ TEST(CommandLine, EndsWithItsExitCodeAndOneLineAndLeavesNoFolder) {
     const bool isPosted = isGood && c.at(4).starts_with("POST ");
     EXPECT_EQ(fs::exists(out), isPosted);
     if (run.exitCode < 2) {
-      const std::regex lines("[^ \n][^\n]*\n(  caused by [0-9]+: [^\n]+\n)*");
-      EXPECT_EQ(std::regex_match(run.failure, lines), run.exitCode == 1) << run.failure;
+      EXPECT_EQ(IsFailure(run.failure), run.exitCode == 1) << run.failure;
     }
     if (!isPosted) continue;
     const std::string nc = tests::FileText(out + "/posted.nc");
     tests::ExpectNcRules(nc, tests::PostedLines(out + "/posted.csv").size());
     fs::remove_all(out);
+  }
+}
+
+// What leaves the limits of a run, as lines of standard error.
+std::string BreachLines(const Lines& posted, const kandrel_post::MachineValues& values,
+                        const std::string& axisLetters) {
+  std::string text;
+  for (std::size_t index = 0; index < posted.size(); ++index) {
+    const Line& line = posted[index];
+    const auto check = [&](std::size_t axis, double value, double min, double max, double slack) {
+      if (value >= min - slack && value <= max + slack) return;
+      const double bound = value < min ? min : max;
+      text += fmt::format("  breach {} {} {}", index, line.source, axisLetters[axis]);
+      for (const double number : {value, bound, std::abs(value - bound)}) {
+        std::array<char, 40> digits;
+        text += " ";
+        text.append(digits.data(),
+                    std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+      }
+      text += "\n";
+    };
+    for (int i = 0; i < 3; ++i)
+      check(static_cast<std::size_t>(i), line.machine[i], values.minLimits[i], values.maxLimits[i],
+            1e-12);
+    for (std::size_t i = 0; i < std::min<std::size_t>(2, line.degs.size()); ++i)
+      check(3 + i, line.degs[i], values.rotary[i].min, values.rotary[i].max, 1e-4);
+  }
+  return text;
+}
+
+// Where limits refuse a run, standard error tells what leaves them as the same run without checks
+// has it, and a shift that helps.
+TEST(Limits, RefusedRunTellsEveryBreachAndTheShiftThatClearsThem) {
+  for (const auto& c : tests::Cases("limits.txt")) {
+    SCOPED_TRACE(c.at(0) + " " + c.at(1) + " " + c.at(2));
+    const tests::ScratchFolder scratch;
+    const std::string file = SampleFile(scratch, c.at(1));
+    const auto post = [&](const std::string& options) {
+      return RunLine(fmt::format("post -m preset:{} -t {} -o {} {} {}", c.at(0), file,
+                                 scratch.Path("out"), c.at(2), options));
+    };
+    const std::string origin = "--origin " + c.at(3) + " ";
+    const Outcome refused = post(origin + c.at(4));
+    ASSERT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.summary, "");
+    EXPECT_FALSE(fs::exists(scratch.Path("out")));
+    ASSERT_EQ(post(origin).exitCode, 0);
+    const kandrel_post::MachineValues values = tests::PresetValues(c.at(0));
+    const Lines posted = tests::PostedLines(scratch.Path("out/posted.csv"));
+    const std::string told = refused.failure.substr(refused.failure.find('\n') + 1);
+    const std::string expected = BreachLines(posted, values, c.at(6));
+    EXPECT_EQ(told.substr(0, expected.size()), expected);
+    EXPECT_GT(expected.size(), std::size_t{0});
+    const std::string rest = told.substr(std::min(told.size(), expected.size()));
+    EXPECT_TRUE(std::regex_match(rest, std::regex(c.at(5)))) << rest;
+    if (rest.empty()) continue;
+    // From there no linear limit refuses the run any longer.
+    const auto numbers = [](const std::string& text) {
+      Point p;
+      EXPECT_EQ(std::sscanf(text.c_str(), "%lf,%lf,%lf", &p.x, &p.y, &p.z), 3) << text;
+      return p;
+    };
+    const Point moved = numbers(c.at(3)) + numbers(rest.substr(rest.find_last_of(' ') + 1));
+    const Outcome again =
+        post(fmt::format("--origin {},{},{} --set limitsCheck=1", moved.x, moved.y, moved.z));
+    EXPECT_EQ(again.exitCode, 0) << again.failure;
   }
 }
 

@@ -1,0 +1,27 @@
+// What a verification of a posting found, in words.
+#pragma once
+
+#include <kandrel/misc/units_factory.h>
+#include <kandrel/post/verifier/posting_findings.h>
+#include <kandrel/post/verifier/posting_verifier.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "kandrel-post/commands/commands.h"
+#include "kandrel-post/machine/machine.h"
+
+namespace kandrel_post {
+
+/// The rules of the options and posting parameters, for a path in these units. Limits as the
+/// parameters check them.
+post::zvVerifierRules VerifierRules(const PostOptions& options, const post::zvKDRParam& par,
+                                    measures::zvUnitsFactory::Units units);
+
+/// "verified: tip within 0.0098 mm, axis within 0.07 deg", both rounded up; or "not verified: 3
+/// findings" and a line for each of the first `most`, and for how many there are more.
+std::string VerdictInWords(const post::zvPostingVerdict& verdict, const Machine& machine,
+                           std::size_t most);
+
+}  // namespace kandrel_post

@@ -1,0 +1,34 @@
+// zvPathTolerance: how far a posted run may leave its path between two lines.
+#pragma once
+
+#include <kandrel/misc/export.h>
+
+namespace post {
+
+/// The law that a posting holds when it is asked for: along every feed block, with all axes of the
+/// machine moving linearly between its two lines,
+///
+/// 1. the tip stays within `tip` of the straight line between the two part positions, and of the
+///    segment between the two source moves;
+/// 2. the tool axis stays within `axis` of the shortest arc between the two source orientations.
+///
+/// A plain value, off by default: then postings are made by steps alone. It belongs to a run and
+/// not to its parameters: no stored form holds it.
+class KANDREL_API zvPathTolerance {
+ public:
+  /// Off.
+  zvPathTolerance() = default;
+  /// `tip` in the path's units, `axis` in degrees. Throws misc::zvRangeException for what is not
+  /// above 0 and finite: NaN, infinity, zero and negative values.
+  zvPathTolerance(double tip, double axis);
+
+  bool IsOn() const noexcept { return m_tip > 0; }
+  double GetTip() const noexcept { return m_tip; }
+  double GetAxis() const noexcept { return m_axis; }
+
+ private:
+  double m_tip = 0;
+  double m_axis = 0;
+};
+
+}  // namespace post

@@ -1,0 +1,130 @@
+// zv4axPathKeeper: lines that keep a 4-axis posting within a tolerance of its path.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/four_axis_move_maker.h>
+#include <kandrel/post/model/path_tolerance.h>
+#include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/model/tolerance_report.h>
+#include <kandrel/post/passes/path_reader.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace post {
+
+/// Places lines by the deviation that the blocks between them leave: each as far from the one
+/// before as path tolerance, maxAngleStep and interpolationDistance allow together, by zvBlockLaw.
+/// Between two moves the tip goes straight and the rotary axis turns evenly, the short way round.
+///
+/// 1. Between two orientations one axis has one way, along its cone, wherever lines stand on it. A
+///    flat cone is the arc between them. From a narrower one the arc departs: no line brings the
+///    tool nearer. What leaves the axis tolerance by that goes into the report, and the lines stay
+///    as dense as tip and steps ask.
+/// 2. There is no leap: what points alike stands alike. A move counts as on a pole, at exactly 0 or
+///    180 degrees, only where angles can't be solved.
+/// 3. Between opposite orientations the axis turns half round, whichever way rounding says. A flat
+///    cone holds the tolerance there too.
+///
+/// Refers to the maker and the parameters.
+class KANDREL_API zv4axPathKeeper {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+  using Move = zvPosted4axMove;
+  using List = misc::zvMemoryPoolList<Move>;
+  using Iterator = List::iterator;
+
+  /// `tolerance` is on. Throws misc::zvRangeException, which names the smallest, for a tolerance
+  /// below what numbers hold at the size of the machine.
+  zv4axPathKeeper(const zvPosted4axMoveMaker& maker, const zvPathTolerance& tolerance,
+                  const zvKDRParam& par, const Point& partOrigin, double toolLengthCompensation,
+                  bool smallMoves);
+  zv4axPathKeeper(const zv4axPathKeeper&) = delete;
+  zv4axPathKeeper& operator=(const zv4axPathKeeper&) = delete;
+
+  /// The cone in which a move counts as on a pole, whatever the parameters say.
+  const zvPosted4axMoveMaker::PoleCone& GetPoleCone() const noexcept { return m_cone; }
+
+  /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the
+  /// tolerance there.
+  void RequireHeldAt(const Point& p_part) const {
+    if (!(std::fabs(p_part.x) <= m_farthest && std::fabs(p_part.y) <= m_farthest &&
+          std::fabs(p_part.z) <= m_farthest))
+      RefuseAt(p_part);
+  }
+
+  /// Whether a block clearly needs no line. Of two moves as they were solved, wound or not.
+  ///
+  /// It asks for the bound of zvBlockLaw's Guess with sums of coordinates in place of lengths. By
+  /// A radians the tip leaves its line by at most (A^2 r + 2 A d) / 8: r is its distance from the
+  /// axis, d what the slides go by; only A^2 r / 8 in the head, where r is the tool's length. The
+  /// tool leaves its arc by what a piece of the cone does, m_bend A^2.
+  bool IsPlain(const Move& from, const Move& to) const noexcept {
+    const double turn = std::fabs(to.GetRotaryAngle() - from.GetRotaryAngle());
+    if (!(turn <= m_plainTurn)) return false;
+    const double rad = turn * misc::kRadiansPerDegree;
+    double most = rad * m_armOfHead;
+    if (m_isOnTable)
+      most = rad * std::max(Reach(from), Reach(to)) +
+             2 * SumOf(to.GetMachinePosition() - from.GetMachinePosition());
+    if (!(rad * most <= m_plainTip && rad * rad * m_bend <= m_plainAxis)) return false;
+    return !(m_distance > 0) || PartDistance(from, to) <= m_distance;
+  }
+
+  /// Puts the lines between `to`, a feed move, and the move before it. Angles are not wound. Throws
+  /// zvPostException 5039 for more than 2^31 - 2 of them by a rule of steps.
+  void Join(List& list, Iterator to);
+
+  /// Divides each feed block of a wound list that breaks the tip's tolerance or the steps, its ends
+  /// staying as they are; not those whose ends another machine has made. Linear in the number of
+  /// lines, those put in included.
+  void Keep(List& list);
+
+  /// Whether Join has left what is to be reported.
+  bool HasBroken() const noexcept { return m_hasBroken; }
+
+  /// What breaks the tolerance in a wound list of the moves that `reader` has still to give.
+  zvToleranceReport Report(const List& list, zvPathReader& reader) const;
+
+ private:
+  class Walk;
+  struct Place;
+
+  static double SumOf(const Point& p) noexcept {
+    return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
+  }
+  double Reach(const Move& move) const noexcept { return SumOf(move.GetPartPosition() + m_toAxis); }
+
+  Place PlaceOf(const Move& move) const;
+  Place PlaceOf(const Move& move, double nearDeg) const;
+  double Use(const Place& from, const Place& to) const;
+  bool LeavesArc(const Move& from, const Move& to) const;
+  void Divide(List& list, Iterator to);
+  [[noreturn]] void RefuseAt(const Point& p_part) const;
+
+  const zvPosted4axMoveMaker& m_maker;
+  const zvKDRParam& m_par;
+  zvPathTolerance m_tolerance;
+  zvBlockLaw m_law;
+  bool m_smallMoves;
+  bool m_isOnTable;
+  double m_step = 0;  // the two steps; 0 for none
+  double m_distance = 0;
+  double m_plainTurn = 0;
+  double m_plainTip = 0;   // 8 times what a guess may be
+  double m_plainAxis = 0;  // radians
+  double m_bend = 0;       // of the cone: what a piece of it leaves its arc by, over its square
+  double m_armOfHead = 0;
+  Point m_toAxis;     // from part positions to places measured from the pivot
+  double m_size = 0;  // of the machine
+  double m_farthest = 0;
+  zvPosted4axMoveMaker::PoleCone m_cone;
+  bool m_hasBroken = false;
+};
+
+}  // namespace post

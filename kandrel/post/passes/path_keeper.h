@@ -1,0 +1,112 @@
+// zv5axPathKeeper: lines that keep a 5-axis posting within a tolerance of its path.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/model/path_tolerance.h>
+#include <kandrel/post/model/posted_move.h>
+#include <kandrel/post/model/tolerance_report.h>
+
+#include <cmath>
+#include <functional>
+
+namespace post {
+
+/// Places lines by the deviation that the blocks between them leave: each as far from the one
+/// before as path tolerance, maxAngleStep and interpolationDistance allow together, by zvBlockLaw.
+/// Between two moves the tip goes straight and the tool on the shortest arc, evenly. Steps, pole
+/// tolerance and choices are those of the solver's parameters. interpolationMode is not looked at:
+/// lines are solved whatever it says, as it is the tolerance that decides.
+///
+/// 1. On a pole the free axis stands still. An arc that comes within the cone of one is taken to
+///    its nearest place there, with the tool along the axis: that leaves the path by at most half
+///    of the axis tolerance.
+/// 2. Where the free axis must turn there, because the path leaves in another direction or limits
+///    forbid the solution that goes on, a line of the new angle is put where the tip stands. The
+///    turn between the two is left whole, for what spreads it or takes it off the part; Keep then
+///    divides it.
+/// 3. Nothing lies between opposite orientations more than anything else: nothing is put there.
+///
+/// Refers to solver and origin. Throws what the solver throws for an orientation on the way.
+class KANDREL_API zv5axPathKeeper {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+  using Move = zvPosted5axMove;
+  using List = misc::zvMemoryPoolList<Move>;
+  using Iterator = List::iterator;
+
+  /// `tolerance` is on. `reach` gives the largest coordinate of the path; it is asked only where
+  /// the parameters have a pole tolerance. Throws misc::zvRangeException, which names the smallest,
+  /// for a tolerance below what numbers hold at the size of the machine.
+  zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTolerance& tolerance,
+                  const Point& partOrigin, double toolLengthCompensation, bool smallMoves,
+                  const std::function<double()>& reach);
+  zv5axPathKeeper(const zv5axPathKeeper&) = delete;
+  zv5axPathKeeper& operator=(const zv5axPathKeeper&) = delete;
+
+  /// The cone in which a move counts as on a pole: that of the parameters, but at most half of the
+  /// axis tolerance, and so narrow that the tip may tilt over it at once; at least as wide as where
+  /// angles can't be solved.
+  const zv5axMoveSolver::PoleCone& GetPoleCone() const noexcept { return m_cone; }
+
+  /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the
+  /// tolerance there.
+  void RequireHeldAt(const Point& p_part) const {
+    if (!(std::fabs(p_part.x) <= m_farthest && std::fabs(p_part.y) <= m_farthest &&
+          std::fabs(p_part.z) <= m_farthest))
+      RefuseAt(p_part);
+  }
+
+  /// Whether a block clearly needs no line. Of moves whose angles are determined, wound or not.
+  bool IsPlain(const Move& from, const Move& to);
+
+  /// Puts the lines between `to`, a feed move with these solutions, and the move before it, and
+  /// gives `to` the solution that goes on from the last of them. What fails leaves `to` as it is,
+  /// behind lines that are settled. Angles are not wound.
+  void Join(List& list, Iterator to, const zvRotarySolutions& solutions);
+
+  /// Divides each feed block of a wound list that breaks the tolerance or the steps, its ends
+  /// staying as they are, and turns on a pole with the free axis turning evenly. A leap that no
+  /// division mends is divided by maxAngleStep alone, with the tip on its line; not at all where it
+  /// turns by more than `maxAngleJump`. Returns the number of blocks divided. Linear in the number
+  /// of lines, those put in included.
+  std::uint32_t Keep(List& list, double maxAngleJump);
+
+  /// Whether Join has left what Keep is for.
+  bool HasLeftTurns() const noexcept { return m_hasLeftTurns; }
+
+  /// What breaks the tolerance in a wound list.
+  zvToleranceReport Report(const List& list) const;
+
+ private:
+  class Walk;
+  struct Place;
+
+  static Place PlaceOf(const Move& move);
+  double Use(const Place& from, const Place& to) const;
+  bool IsOnPole(const Point& orientation) const;
+  void Thin(List& list, Iterator from, Iterator to) const;
+  bool Divide(List& list, Iterator from, Iterator to, double maxAngleJump);
+  void DivideLeap(List& list, Iterator from, Iterator to, double maxAngleJump) const;
+  [[noreturn]] void RefuseAt(const Point& p_part) const;
+
+  const zv5axMoveSolver& m_solver;
+  zvPathTolerance m_tolerance;
+  zvBlockLaw m_law;
+  bool m_smallMoves;
+  double m_step;      // maxAngleStep, or 0
+  double m_distance;  // interpolationDistance, or 0
+  double m_coneDeg;
+  zv5axMoveSolver::PoleCone m_cone;
+  zvBlockDeviation m_plain;  // what a guess may be
+  double m_size = 0;         // of the machine
+  double m_farthest = 0;
+  zvBlockLaw::Station m_behind;  // of the line asked about last
+  bool m_hasPole = false;        // of the first axis, within reach
+  bool m_hasLeftTurns = false;
+};
+
+}  // namespace post

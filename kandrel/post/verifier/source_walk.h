@@ -1,0 +1,80 @@
+// zvSourceWalk: the moves of a toolpath in order, a few of them ahead.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/post/model/align_matrix.h>
+#include <kandrel/post/passes/path_reader.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace post {
+
+/// What a verification needs of a move of the toolpath.
+struct zvSourceMove {
+  cadcam::zvTPoint3d<double> tip;
+  cadcam::zvTPoint3d<double> dir_tool{0, 0, 1};  ///< of any length
+  double feed = 0;
+  bool isRapid = false;
+};
+
+/// Stands between two moves: the last one that was found and the next one. Throws as zvPathReader
+/// does.
+class zvSourceWalk {
+ public:
+  /// How many moves are looked at ahead.
+  static constexpr std::size_t kAhead = 16;
+
+  zvSourceWalk(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
+      : m_reader(toolpath, alignment), m_count(static_cast<std::int64_t>(toolpath.GetMoveCount())) {
+    Fill(1);
+  }
+
+  /// The number of moves of the toolpath, and the index of the next one.
+  std::int64_t GetCount() const noexcept { return m_count; }
+  std::int64_t GetNextIndex() const noexcept { return m_index; }
+
+  /// The one before; the next one where there is none.
+  const zvSourceMove& Last() const noexcept { return m_index == 0 ? Next() : m_last; }
+  /// The next one; at the end the last.
+  const zvSourceMove& Next() const noexcept { return m_filled == 0 ? m_last : m_ahead[m_first]; }
+  bool IsAtEnd() const noexcept { return m_filled == 0; }
+  /// The one so many behind the next, which is 0; null behind the end or too far ahead.
+  const zvSourceMove* Ahead(std::size_t distance) {
+    Fill(distance + 1);
+    return distance < m_filled ? &m_ahead[(m_first + distance) % kAhead] : nullptr;
+  }
+
+  /// Goes past the next one; not at the end.
+  void Advance() {
+    m_last = m_ahead[m_first];
+    m_first = (m_first + 1) % kAhead;
+    --m_filled;
+    ++m_index;
+    Fill(1);
+  }
+
+ private:
+  void Fill(std::size_t wanted) {
+    while (m_filled < wanted && m_filled < kAhead && !m_isDone) {
+      m_isDone = !m_reader.Next();
+      if (m_isDone) return;
+      const zvMoveView& move = m_reader.GetMove();
+      m_ahead[(m_first + m_filled++) % kAhead] = {move.GetPosition(), move.GetOrientation(),
+                                                  move.GetFeed(), move.IsRapid()};
+    }
+  }
+
+  zvPathReader m_reader;
+  std::int64_t m_count;
+  std::int64_t m_index = 0;
+  zvSourceMove m_last;
+  std::array<zvSourceMove, kAhead> m_ahead;
+  std::size_t m_first = 0;
+  std::size_t m_filled = 0;
+  bool m_isDone = false;
+};
+
+}  // namespace post

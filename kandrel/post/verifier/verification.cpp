@@ -1,0 +1,446 @@
+#include <kandrel/misc/angles.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/geometry/way_distance.h>
+#include <kandrel/post/model/mach_def_utils.h>
+#include <kandrel/post/model/posting_parameters.h>
+#include <kandrel/post/verifier/verification.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace post {
+
+namespace {
+
+using Point = zvVerification::Point;
+using Finding = zvPostingFinding;
+
+/// How far a source move's direction and an inserted line's may be off each other, in radians, and
+/// count as the same: far above rounding, below what any tolerance asks.
+constexpr double kSameDirection = 1e-9;
+/// The cosine from which on a tool stands along an axis: 1e-6 rad.
+constexpr double kAlongAxis = 1 - 5e-13;
+/// What a feed may be above its source's by, as a part: blends of two equal ones round.
+constexpr double kFeedSlack = 1e-9;
+
+bool IsFinite(const zvLineView& line) {
+  double sum = line.feed * 0;
+  for (const double deg : line.degs) sum += deg * 0;
+  return sum == 0 && cadcam::IsFinite(line.p_mach) && cadcam::IsFinite(line.p_part) &&
+         cadcam::IsFinite(line.dir_tool);
+}
+
+double SizeOf(const Point& p) {
+  return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
+}
+
+Point Unit(const Point& dir) {
+  // Most have the length 1 but for rounding, and serve as they are.
+  if (std::fabs(dir.SquaredLength() - 1) <= 1e-15 || dir.IsZero()) return dir;
+  return dir / dir.Length();
+}
+
+bool IsAlong(const Point& a, const Point& b) {
+  return std::fabs(Dot(a, b)) > kAlongAxis;
+}
+
+double DegOfChord(double chord) {
+  return 2 * AngleOfSine(chord / 2) * misc::kDegreesPerRadian;
+}
+
+bool IsWrapped(zv5axControlDef::angleLimit limit) {
+  return limit == zv5axControlDef::angleLimit360 || limit == zv5axControlDef::angleLimit180;
+}
+
+zvBlockLaw::Way WayBetween(const zvSourceMove& from, const zvSourceMove& to) {
+  return {{from.tip, Unit(from.dir_tool)}, {to.tip, Unit(to.dir_tool)}};
+}
+
+}  // namespace
+
+zvVerification::zvVerification(const zvVerifiedMachine& machine, const zvVerifierRules& rules,
+                               const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
+                               zvBlockSink* sink)
+    : m_machine(machine),
+      m_rules(rules),
+      m_law(&machine.law),
+      m_sink(sink),
+      m_source(toolpath, alignment) {
+  const zvMachDef& machDef = machine.machDef;
+  const zv5axControlDef& control = machine.control;
+  m_isWrapped = {IsWrapped(control.GetFirstAxisLimit()), IsWrapped(control.GetSecondAxisLimit())};
+  m_rotary = static_cast<std::size_t>(machDef.GetNumbersOfAxes());
+  if (m_rotary == 1) {
+    const zv4axMachDef& four = zvMachDefUtils::As4ax(machDef);
+    m_ranges[0] = RotaryRangesOf(four)[0];
+    m_pole = four.GetSpindleDirection();
+  } else if (m_rotary == 2) {
+    const zv5axMachDef& five = zvMachDefUtils::As5ax(machDef);
+    m_ranges = RotaryRangesOf(five);
+    m_pole = five.GetFirstRotationDirection();
+    m_hasSecondPole = IsAlong(five.GetSpindleDirection(), five.GetSecondRotationDirection());
+  } else if (m_rotary == 3) {
+    const zv6axMachDef& six = zvMachDefUtils::As6ax(machDef);
+    m_ranges = {zvRotaryRange{six.GetMinFirstAngle(), six.GetMaxFirstAngle()},
+                zvRotaryRange{six.GetMinSecondAngle(), six.GetMaxSecondAngle()}};
+    m_pole = six.GetFirstRotationDirection();
+    m_hasSecondPole = IsAlong(six.GetSpindleDirection(), six.GetSecondRotationDirection());
+    m_thirdAngle = six.GetThirdAngle();
+  }
+}
+
+void zvVerification::Report(Finding::Kind kind, int axis, double value, double bound,
+                            double excess) {
+  ++m_verdict.counts[static_cast<std::size_t>(kind)];
+  if (m_verdict.findings.size() >= m_rules.mostFindings) return;
+  m_verdict.findings.push_back({kind, m_line, m_sourceOfLine, axis, value, bound, excess});
+}
+
+double zvVerification::Slack(const zvLineView& line) const {
+  return m_rules.lineTip * (1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part));
+}
+
+void zvVerification::Take(const zvLineView& line) {
+  m_line = m_verdict.lines++;
+  if (!IsFinite(line)) {
+    m_sourceOfLine = line.source;
+    Report(Finding::kNotFinite, -1, 0, 0, 0);
+    // It may stand for the move that is due.
+    if (!line.isInserted && line.source == m_source.GetNextIndex() && !m_source.IsAtEnd())
+      m_source.Advance();
+    m_hasPrevious = false;
+    return;
+  }
+  Judged& judged = m_judged[m_current];
+  judged.p_part = line.p_part;
+  judged.station = m_law->StationAt(Unwrapped(line));
+  if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
+  const Point& dir_mach = judged.station.pose.axis;
+  if (m_rules.hasMarkers && line.isInserted)
+    judged.dir_tool = dir_mach;
+  else  // where there is none it is off by half a turn
+    judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : Unit(line.dir_tool);
+  judged.tipOff = PlainLength(judged.station.pose.tip - judged.p_part);
+  judged.axisOff = PlainLength(dir_mach - judged.dir_tool);
+
+  m_sourceOfLine = FindSource(line, judged);
+  CheckPose(line, judged);
+  CheckLimits(line);
+  if (m_hasPrevious && !line.isRapid) {
+    ++m_verdict.blocks;
+    CheckBlock(judged);
+    CheckTurns(line, judged);
+  }
+  m_hasPrevious = true;
+  m_current = 1 - m_current;
+}
+
+void zvVerification::ChooseLaw(Judged& judged) {
+  const zvBlockLaw::Station standing = m_machine.standingLaw->StationAt(judged.station.line);
+  const auto off = [&](const zvBlockLaw::Station& station) {
+    return PlainLength(station.pose.tip - judged.p_part);
+  };
+  if (!(off(standing) < off(judged.station))) return;
+  m_law = m_machine.standingLaw;
+  judged.station = standing;
+}
+
+zvPostingVerdict zvVerification::Finish() {
+  m_line = m_verdict.lines;
+  m_sourceOfLine = m_source.GetNextIndex();
+  const auto missing = static_cast<double>(m_source.GetCount() - m_source.GetNextIndex());
+  if (missing > 0) Report(Finding::kSourceMissing, -1, missing, 0, missing);
+  return std::move(m_verdict);
+}
+
+// A control that wraps goes the shorter way: whole turns are added so that angles run on. Of just
+// half a turn both ways are as short, and the numbers tell.
+zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
+  zvBlockLaw::Line unwrapped{line.p_mach, line.degs[0], line.degs[1]};
+  if (!m_isWrapped[0] && !m_isWrapped[1]) return unwrapped;
+  const zvBlockLaw::Line& previous = Previous().station.line;
+  const auto unwrap = [&](std::size_t axis, double& deg, double before) {
+    if (!m_isWrapped[axis]) return;
+    deg += m_carried[axis];
+    if (!m_hasPrevious || std::fabs(deg - before) <= misc::kFullTurnDeg / 2) return;
+    const double more = misc::kFullTurnDeg * misc::WindsBetween(before, deg);
+    m_carried[axis] += more;
+    deg += more;
+  };
+  unwrap(0, unwrapped.firstAngle, previous.firstAngle);
+  unwrap(1, unwrapped.secondAngle, previous.secondAngle);
+  return unwrapped;
+}
+
+// Returns the source move that the line runs to.
+std::int64_t zvVerification::FindSource(const zvLineView& line, Judged& judged) {
+  judged.isLift = false;
+  judged.sourceOff = 0;
+  const std::int64_t due = m_source.GetNextIndex();
+  m_sourceOfLine = due;
+  if (line.source < 0) {
+    if (!m_source.IsAtEnd() && IsAt(m_source.Next(), line, judged))
+      Match(line, judged);
+    else
+      TakeInserted(line, judged);
+    return m_sourceOfLine;
+  }
+  const auto value = static_cast<double>(line.source);
+  const std::int64_t last = m_source.GetCount() - 1;
+  if (line.source > last) {
+    Report(Finding::kSourceUnknown, -1, value, static_cast<double>(last),
+           static_cast<double>(line.source - last));
+    return m_sourceOfLine;
+  }
+  // Inserted lines have the number of the move before them or of the one after them.
+  if (line.source < due - (line.isInserted ? 1 : 0)) {
+    Report(Finding::kSourceOrder, -1, value, static_cast<double>(due),
+           static_cast<double>(due - line.source));
+    return m_sourceOfLine;
+  }
+  if (line.source > due) SkipMissing(line.source - due);
+  if (line.isInserted)
+    TakeInserted(line, judged);
+  else
+    Match(line, judged);
+  return m_sourceOfLine;
+}
+
+// Whether a line without a number stands where a source move does.
+bool zvVerification::IsAt(const zvSourceMove& move, const zvLineView& line,
+                          const Judged& judged) const {
+  if (line.isRapid != move.isRapid) return false;
+  if (line.p_part == move.tip && line.dir_tool == move.dir_tool) return true;
+  return PlainLength(line.p_part - move.tip) <= Slack(line) &&
+         PlainLength(judged.dir_tool - Unit(move.dir_tool)) <=
+             m_rules.lineAxis * misc::kRadiansPerDegree;
+}
+
+// The line stands for the next source move.
+void zvVerification::Match(const zvLineView& line, const Judged& judged) {
+  const zvSourceMove& move = m_source.Next();
+  if (!(line.p_part == move.tip)) {
+    const double off = PlainLength(line.p_part - move.tip);
+    const double slack = Slack(line);
+    if (!(off <= slack)) Report(Finding::kTipOffSource, -1, off, slack, off - slack);
+  }
+  if (!(line.dir_tool == move.dir_tool)) {
+    const double deg = DegOfChord(PlainLength(judged.dir_tool - Unit(move.dir_tool)));
+    if (!(deg <= m_rules.lineAxis))
+      Report(Finding::kAxisOffSource, -1, deg, m_rules.lineAxis, deg - m_rules.lineAxis);
+  }
+  CheckFeed(line, move.feed);
+  if (line.isRapid != move.isRapid) Report(Finding::kRapid, -1, line.isRapid, move.isRapid, 0);
+  m_source.Advance();
+  ++m_verdict.sources;
+  m_along = 0;
+}
+
+void zvVerification::CheckFeed(const zvLineView& line, double most) {
+  if (line.isRapid || line.feed == most) return;
+  if (!(line.feed <= most + kFeedSlack * std::fabs(most)))
+    Report(Finding::kFeed, -1, line.feed, most, line.feed - most);
+}
+
+void zvVerification::SkipMissing(std::int64_t count) {
+  Report(Finding::kSourceMissing, -1, static_cast<double>(count), 0, static_cast<double>(count));
+  for (; count > 0 && !m_source.IsAtEnd(); --count) m_source.Advance();
+  m_sourceOfLine = m_source.GetNextIndex();
+  m_along = 0;
+}
+
+const zvVerification::Segment& zvVerification::SegmentHere() {
+  if (!m_segment || m_segment->next != m_source.GetNextIndex()) {
+    const zvBlockLaw::Way way = WayBetween(m_source.Last(), m_source.Next());
+    m_segment.emplace(Segment{m_source.GetNextIndex(), way, zvWaySegment(way.from.tip, way.to.tip),
+                              zvWayArc(way.from.axis, way.to.axis, way.from.axis),
+                              PlainLength(way.to.tip - way.from.tip)});
+  }
+  return *m_segment;
+}
+
+// A line that stands for no source move. A rapid one is a lift, or lies on a rapid step of the
+// path.
+void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
+  judged.isLift = line.isRapid;
+  if (line.isRapid) return;
+  const double slack = Slack(line);
+  const Segment* segment = &SegmentHere();
+  double off = segment->line.Distance(line.p_part);
+  if (!(off <= slack)) {
+    if (MatchAhead(line, judged, slack)) return;
+    segment = &SegmentHere();
+    off = segment->line.Distance(line.p_part);
+    if (!(off <= slack)) Report(Finding::kTipOffSource, -1, off, slack, off - slack);
+  }
+  const double along = segment->line.Along(line.p_part) * segment->length;
+  if (!(along >= m_along - slack))
+    Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
+  m_along = std::max(m_along, along);
+  const double angle = segment->arc.Angle(judged.dir_tool);
+  if (!(angle <= kSameDirection)) judged.sourceOff = angle;
+  CheckFeed(line, std::max(m_source.Last().feed, m_source.Next().feed));
+}
+
+// Where a line lies off its segment, source moves may be missing before it: true if it stands for
+// one of the next. Where it lies on the next segment, one is.
+bool zvVerification::MatchAhead(const zvLineView& line, const Judged& judged, double slack) {
+  if (line.source < 0) {
+    for (std::size_t k = 1; k < zvSourceWalk::kAhead; ++k) {
+      const zvSourceMove* move = m_source.Ahead(k);
+      if (move == nullptr) break;
+      if (!IsAt(*move, line, judged)) continue;
+      SkipMissing(static_cast<std::int64_t>(k));
+      Match(line, judged);
+      return true;
+    }
+  }
+  const zvSourceMove* after = m_source.Ahead(1);
+  if (after != nullptr &&
+      zvWaySegment(m_source.Next().tip, after->tip).Distance(line.p_part) <= slack)
+    SkipMissing(1);
+  return false;
+}
+
+void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
+  const double slack = Slack(line);
+  if (!(judged.tipOff <= slack))
+    Report(Finding::kLineTipOff, -1, judged.tipOff, slack, judged.tipOff - slack);
+  if (!(judged.axisOff <= m_rules.lineAxis * misc::kRadiansPerDegree)) {
+    const double deg = DegOfChord(judged.axisOff);
+    const double most = m_rules.lineAxis + (IsOnPole(judged) ? m_rules.poleAngleTolerance : 0);
+    if (!(deg <= most)) Report(Finding::kLineAxisOff, -1, deg, most, deg - most);
+  }
+  if (m_rotary != 3) return;
+  const double off = misc::CircularDistance(line.degs[2], m_thirdAngle);
+  if (!(off <= m_rules.lineAxis)) Report(Finding::kLineAxisOff, 5, line.degs[2], m_thirdAngle, off);
+}
+
+// The tool is put along an axis that may stand anywhere then; with one rotary axis, along the
+// spindle as it points at 0 and 180 degrees.
+bool zvVerification::IsOnPole(const Judged& judged) const {
+  return m_hasSecondPole || (m_rotary > 0 && IsAlong(judged.station.pose.axis, m_pole));
+}
+
+void zvVerification::CheckLimits(const zvLineView& line) {
+  if (ChecksLinearAxes(m_rules.limitsCheck)) {
+    const Point& low = m_machine.machDef.GetMinLimits();
+    const Point& high = m_machine.machDef.GetMaxLimits();
+    for (int axis = 0; axis < 3; ++axis) {
+      const double x = line.p_mach[axis];
+      if (!(low[axis] - misc::kEqual <= x))
+        Report(Finding::kLinearLimit, axis, x, low[axis], low[axis] - x);
+      if (!(high[axis] + misc::kEqual >= x))
+        Report(Finding::kLinearLimit, axis, x, high[axis], x - high[axis]);
+    }
+  }
+  if (!ChecksRotaryAxes(m_rules.limitsCheck)) return;
+  for (std::size_t axis = 0; axis < RotaryCount(); ++axis) CheckRotaryLimit(axis, line.degs[axis]);
+}
+
+// An angle that the control wraps stands for any number of turns: it fits where one of them does.
+void zvVerification::CheckRotaryLimit(std::size_t axis, double deg) {
+  const auto [min, max] = m_ranges[axis];
+  const double slack = m_rules.limitTolerance;
+  if (min - slack <= deg && deg <= max + slack) return;
+  double below = min - deg;  // what it lies under the range by
+  double above = deg - max;
+  if (m_isWrapped[axis]) {
+    const double turns = std::ceil((min - slack - deg) / misc::kFullTurnDeg);
+    const double lowest = deg + turns * misc::kFullTurnDeg;  // of those not under the range
+    if (lowest <= max + slack) return;
+    above = lowest - max;
+    below = min - (lowest - misc::kFullTurnDeg);
+    if (above <= below)
+      below = 0;
+    else
+      above = 0;
+  }
+  const bool isBelow = !(above > 0);
+  Report(Finding::kRotaryLimit, static_cast<int>(axis) + zvLimitType::kFirstRotary, deg,
+         isBelow ? min : max, isBelow ? below : above);
+}
+
+void zvVerification::CheckBlock(const Judged& judged) {
+  const Judged& previous = Previous();
+  const zvBlockLaw::Way way{{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}};
+  const double sourceOff = previous.isLift ? 0 : std::max(previous.sourceOff, judged.sourceOff);
+  const zvPathTolerance& tolerance = m_rules.tolerance;
+  zvBlockDeviation known;
+  if (m_sink == nullptr) {
+    known = {m_verdict.tip.value, m_verdict.axis.value};
+    if (tolerance.IsOn())
+      known = {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
+    const zvBlockDeviation guess = m_law->Guess(previous.station, judged.station);
+    const double axisOff = std::max(previous.axisOff, judged.axisOff) + sourceOff;
+    if (guess.tip + std::max(previous.tipOff, judged.tipOff) <= known.tip &&
+        guess.axis + DegOfChord(axisOff) <= known.axis)
+      return;
+  }
+  zvBlockDeviation bound = m_law->BoundAbove(previous.station, judged.station, way, known);
+  // On its own way and on that of the source, where the two part: between cones of one rotary axis.
+  const bool hasSourceWay = sourceOff > 0 && m_segment.has_value();
+  if (hasSourceWay)
+    bound.axis =
+        std::max(bound.axis,
+                 m_law->BoundAbove(previous.station, judged.station, m_segment->way, known).axis);
+  if (tolerance.IsOn() && (bound.tip > tolerance.GetTip() || bound.axis > tolerance.GetAxis())) {
+    // What is proved to hold is no finding, though a bound may come out 2% larger.
+    const zvBlockDeviation tip{tolerance.GetTip(), misc::kFullTurnDeg};
+    const zvBlockDeviation axis{std::numeric_limits<double>::infinity(), tolerance.GetAxis()};
+    const auto holds = [&](const zvBlockDeviation& most) {
+      return m_law->Holds(previous.station, judged.station, way, most);
+    };
+    if (bound.tip > tolerance.GetTip()) {
+      if (holds(tip))
+        bound.tip = tolerance.GetTip();
+      else
+        Report(Finding::kTipOffWay, -1, bound.tip, tolerance.GetTip(),
+               bound.tip - tolerance.GetTip());
+    }
+    if (bound.axis > tolerance.GetAxis()) {
+      if (holds(axis) &&
+          (!hasSourceWay || m_law->Holds(previous.station, judged.station, m_segment->way, axis)))
+        bound.axis = tolerance.GetAxis();
+      else
+        Report(Finding::kAxisOffWay, -1, bound.axis, tolerance.GetAxis(),
+               bound.axis - tolerance.GetAxis());
+    }
+  }
+  Raise(m_verdict.tip, bound.tip);
+  Raise(m_verdict.axis, bound.axis);
+  if (m_sink != nullptr) m_sink->Take({m_line, m_sourceOfLine, bound});
+}
+
+void zvVerification::Raise(zvPostingVerdict::Largest& largest, double value) const {
+  if (!(value <= largest.value)) largest = {value, m_line, m_sourceOfLine};
+}
+
+void zvVerification::CheckTurns(const zvLineView& line, const Judged& judged) {
+  const Judged& previous = Previous();
+  const zvBlockLaw::Line& from = previous.station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const std::array<double, 2> turns{to.firstAngle - from.firstAngle,
+                                    to.secondAngle - from.secondAngle};
+  // On the spot a turn takes what time the control gives it, however little rounding moves the tip.
+  const double way = PlainLength(judged.p_part - previous.p_part);
+  const bool isTimed = line.feed > 0 && way > Slack(line);
+  for (std::size_t i = 0; i < RotaryCount(); ++i) {
+    const int axis = static_cast<int>(i) + zvLimitType::kFirstRotary;
+    const double turn = std::fabs(turns[i]);
+    if (turn == 0) continue;
+    if (!(turn <= misc::kFullTurnDeg / 2 + misc::kAngleBorder))
+      Report(Finding::kWholeTurn, axis, turn, misc::kFullTurnDeg / 2,
+             turn - misc::kFullTurnDeg / 2);
+    if (!isTimed) continue;
+    const double speed = turn * line.feed / way;
+    Raise(m_verdict.rotarySpeed, speed);
+    if (!(speed <= m_rules.maxRotarySpeed))
+      Report(Finding::kRotarySpeed, axis, speed, m_rules.maxRotarySpeed,
+             speed - m_rules.maxRotarySpeed);
+  }
+}
+
+}  // namespace post

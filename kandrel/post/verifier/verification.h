@@ -1,0 +1,129 @@
+// zvVerification: the state of one verification, line by line.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/cadcam/tool_path.h>
+#include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/way_distance.h>
+#include <kandrel/post/model/control_def.h>
+#include <kandrel/post/model/limit_tests.h>
+#include <kandrel/post/model/mach_def.h>
+#include <kandrel/post/verifier/posting_findings.h>
+#include <kandrel/post/verifier/source_walk.h>
+#include <kandrel/post/verifier/verifier_rules.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace post {
+
+/// What all verifications by one verifier refer to.
+struct zvVerifiedMachine {
+  const zvMachDef& machDef;
+  const zv5axControlDef& control;
+  const zvBlockLaw& law;
+  /// For a machine that leaves the tool length out: the law with it, else null. A path of one
+  /// orientation along the spindle is posted as on a plain 3-axis machine, with the length added.
+  const zvBlockLaw* standingLaw;
+};
+
+/// A posted line of any kind; it refers to where it is read from.
+struct zvLineView {
+  using Point = cadcam::zvTPoint3d<double>;
+
+  const Point& p_mach;
+  const Point& p_part;
+  const Point& dir_tool;
+  std::array<double, 3> degs{};
+  double feed;
+  bool isRapid;
+  bool isInserted;
+  std::int64_t source;  // -1: not known
+};
+
+/// Takes the lines of a posting one after the other. Refers to all that it is given.
+class zvVerification {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  zvVerification(const zvVerifiedMachine& machine, const zvVerifierRules& rules,
+                 const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
+                 zvBlockSink* sink);
+
+  void Take(const zvLineView& line);
+  zvPostingVerdict Finish();
+
+ private:
+  using Finding = zvPostingFinding;
+
+  /// A line as it is judged.
+  struct Judged {
+    zvBlockLaw::Station station;
+    Point p_part;
+    Point dir_tool;        // a unit vector
+    double tipOff = 0;     // what the machine puts the tip off the line by
+    double axisOff = 0;    // the same of the tool axis, as a chord
+    double sourceOff = 0;  // what the orientation lies off the source's arc by, radians
+    bool isLift = false;   // a rapid line that the posting put in
+  };
+
+  /// A step of the toolpath.
+  struct Segment {
+    std::int64_t next;  // the index of its end
+    zvBlockLaw::Way way;
+    zvWaySegment line;
+    zvWayArc arc;
+    double length;
+  };
+
+  const Judged& Previous() const noexcept { return m_judged[1 - m_current]; }
+  std::size_t RotaryCount() const noexcept { return m_rotary < 2 ? m_rotary : 2; }
+  zvBlockLaw::Line Unwrapped(const zvLineView& line);
+  void ChooseLaw(Judged& judged);
+
+  std::int64_t FindSource(const zvLineView& line, Judged& judged);
+  bool IsAt(const zvSourceMove& move, const zvLineView& line, const Judged& judged) const;
+  void Match(const zvLineView& line, const Judged& judged);
+  bool MatchAhead(const zvLineView& line, const Judged& judged, double slack);
+  void TakeInserted(const zvLineView& line, Judged& judged);
+  void SkipMissing(std::int64_t count);
+  const Segment& SegmentHere();
+
+  void CheckFeed(const zvLineView& line, double most);
+  void CheckPose(const zvLineView& line, const Judged& judged);
+  bool IsOnPole(const Judged& judged) const;
+  void CheckLimits(const zvLineView& line);
+  void CheckRotaryLimit(std::size_t axis, double deg);
+  void CheckBlock(const Judged& judged);
+  void CheckTurns(const zvLineView& line, const Judged& judged);
+  void Raise(zvPostingVerdict::Largest& largest, double value) const;
+  void Report(Finding::Kind kind, int axis, double value, double bound, double excess);
+  /// What a length may be off by: a part of the size of the line's numbers.
+  double Slack(const zvLineView& line) const;
+
+  const zvVerifiedMachine m_machine;
+  const zvVerifierRules& m_rules;
+  const zvBlockLaw* m_law;
+  zvBlockSink* m_sink;
+  zvSourceWalk m_source;
+  std::array<zvRotaryRange, 2> m_ranges{};
+  std::array<bool, 2> m_isWrapped{};
+  std::size_t m_rotary = 0;      // 0 to 3
+  Point m_pole;                  // the direction of the tool in the part at which an axis is free
+  bool m_hasSecondPole = false;  // the second axis is free everywhere
+  double m_thirdAngle = 0;
+
+  zvPostingVerdict m_verdict;
+  std::uint64_t m_line = 0;
+  std::int64_t m_sourceOfLine = -1;
+  std::array<double, 2> m_carried{};  // whole turns of wrapped axes, degrees
+  double m_along = 0;                 // how far inserted lines have come on their segment
+  bool m_hasPrevious = false;
+  std::array<Judged, 2> m_judged;
+  std::size_t m_current = 0;
+  std::optional<Segment> m_segment;  // the last that was asked for
+};
+
+}  // namespace post

@@ -1,0 +1,223 @@
+#include <kandrel/misc/range_exception.h>
+#include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/model/path_tolerance.h>
+#include <tests/support/four_axis_scenes.h>
+#include <tests/support/laws.h>
+#include <tests/support/six_axis_scenes.h>
+#include <tests/support/three_axis_scenes.h>
+
+#include <limits>
+
+namespace tests {
+
+namespace {
+
+using post::zvBlockDeviation;
+using post::zvBlockLaw;
+
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// A machine as the law has it and as rigid bodies.
+struct Machine {
+  zvBlockLaw law;
+  rigid::Machine model;
+  std::size_t rotary;
+  double thirdAngle;
+  double size;
+
+  template <class AnyScene>
+  static Machine Of(const AnyScene& scene, std::size_t rotary) {
+    if constexpr (requires { scene.thirdAngle; })
+      return {{scene.MachDef(), scene.origin, scene.toolLength},
+              scene.SixAxisModel(),
+              rotary,
+              scene.thirdAngle,
+              scene.Size()};
+    else
+      return {{scene.machine.MachDef(), scene.origin, scene.toolLength},
+              scene.Model(),
+              rotary,
+              0,
+              scene.Size()};
+  }
+  static Machine Draw(Seeded& random) {
+    switch (random.Integer(0, 7)) {
+      case 0:
+        return Of(RandomThreeAxisScene(random), 0);
+      case 1:
+        return Of(RandomSixAxisScene(random), 3);
+      case 2:
+      case 3:
+        return Of(RandomFourAxisScene(random), 1);
+      default:
+        return Of(RandomScene(random), 2);
+    }
+  }
+
+  zvBlockLaw::Pose At(const zvBlockLaw::Line& line) const {
+    const std::vector<double> all{line.firstAngle, line.secondAngle, thirdAngle};
+    std::vector<double> degs(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(rotary));
+    const rigid::Pose pose = model.At(ToVector(line.p_mach), degs);
+    return {ToPoint(pose.tip), ToPoint(pose.axis)};
+  }
+};
+
+zvBlockLaw::Line Between(const zvBlockLaw::Line& a, const zvBlockLaw::Line& b, double s) {
+  return {a.p_mach * (1 - s) + b.p_mach * s, a.firstAngle * (1 - s) + b.firstAngle * s,
+          a.secondAngle * (1 - s) + b.secondAngle * s};
+}
+
+// From the shorter arc between two unit vectors, worked out apart from the library.
+double DegOffArc(const Point& t, const Point& from, const Point& to) {
+  const double ends = std::min(DegBetween(t, from), DegBetween(t, to));
+  const Point n = Cross(from, to - from);
+  if (n.Length() < 1e-12) return ends;
+  const Point normal = n / n.Length();
+  const Point foot = t - normal * Dot(normal, t);
+  const bool isBetween = Dot(Cross(from, foot), normal) >= 0 && Dot(Cross(foot, to), normal) >= 0;
+  return isBetween ? DegBetween(t, foot) : ends;
+}
+
+zvBlockDeviation Sampled(const Machine& machine, const zvBlockLaw::Line& a,
+                         const zvBlockLaw::Line& b, const zvBlockLaw::Way& way) {
+  const double turn =
+      std::fabs(a.firstAngle - b.firstAngle) + std::fabs(a.secondAngle - b.secondAngle);
+  const int samples = 200 + static_cast<int>(turn * 4);
+  zvBlockDeviation largest;
+  for (int i = 0; i <= samples; ++i) {
+    const zvBlockLaw::Pose pose = machine.At(Between(a, b, 1.0 * i / samples));
+    largest.tip = std::max(largest.tip, OffLine(pose.tip, way.from.tip, way.to.tip));
+    largest.axis = std::max(largest.axis, DegOffArc(pose.axis, way.from.axis, way.to.axis));
+  }
+  return largest;
+}
+
+TEST(BlockLaw, PutsTipAndToolWhereRigidBodiesDo) {
+  Seeded random;
+  for (int i = 0; i < 4000; ++i) {
+    SCOPED_TRACE(i);
+    const Machine machine = Machine::Draw(random);
+    const zvBlockLaw::Line line{random.Vector(700), random.Real(-400, 400), random.Real(-400, 400)};
+    const zvBlockLaw::Pose is = machine.law.PoseAt(line), want = machine.At(line);
+    ASSERT_LE(Distance(is.tip, want.tip), 1e-12 * (machine.size + 2 * line.p_mach.Length()));
+    ASSERT_LE(Distance(is.axis, want.axis), 1e-14);
+  }
+}
+
+TEST(BlockLaw, BoundsWhatIsReachedAndHardlyMore) {
+  Seeded random;
+  double tightest = 0;
+  for (int i = 0; i < 6000; ++i) {
+    SCOPED_TRACE(i);
+    const Machine machine = Machine::Draw(random);
+    const double turn = std::pow(10.0, random.Real(-6, 2.86));
+    const auto step = [&] { return random.Chance(0.2) ? 0 : turn * random.Real(-1, 1); };
+    zvBlockLaw::Line a{random.Vector(500), random.Real(-400, 400), random.Real(-400, 400)};
+    if (random.Chance(0.2)) a.secondAngle = 0;
+    zvBlockLaw::Line b{a.p_mach, a.firstAngle + step(), a.secondAngle + step()};
+    if (random.Chance(0.9)) b.p_mach += random.Vector(std::pow(10.0, random.Real(-4, 2)));
+    // Mostly from tip to tip; in some draws the way is off the lines, a point or another one.
+    zvBlockLaw::Way way{machine.At(a), machine.At(b)};
+    if (random.Chance(0.5)) {
+      // The linear axes are put where the tip goes on by a little only.
+      const Point back = way.to.tip - way.from.tip - random.Vector(turn);
+      for (int k = 0; k < 8; ++k) {
+        const Point off = machine.At(b).tip - (way.to.tip - back);
+        const Point ex = machine.At({b.p_mach + Point{1, 0, 0}, b.firstAngle, b.secondAngle}).tip -
+                         machine.At(b).tip;
+        const Point ey = machine.At({b.p_mach + Point{0, 1, 0}, b.firstAngle, b.secondAngle}).tip -
+                         machine.At(b).tip;
+        const Point ez = machine.At({b.p_mach + Point{0, 0, 1}, b.firstAngle, b.secondAngle}).tip -
+                         machine.At(b).tip;
+        const double det = Dot(Cross(ex, ey), ez);
+        b.p_mach -=
+            Point{Dot(Cross(ey, ez), off), Dot(Cross(ez, ex), off), Dot(Cross(ex, ey), off)} / det;
+      }
+      way.to = machine.At(b);
+    }
+    if (random.Chance(0.1)) way.to.tip = way.from.tip;
+    if (random.Chance(0.1)) way.from.tip += random.Vector(1);
+    if (random.Chance(0.05)) way.to.axis = random.UnitVector();
+    if (random.Chance(0.05)) way.to.axis = way.from.axis;
+    const zvBlockDeviation bound = machine.law.Bound(a, b, way);
+    const zvBlockDeviation is = Sampled(machine, a, b, way);
+    const double slack = 1e-12 * (machine.size + a.p_mach.Length() + b.p_mach.Length());
+    ASSERT_GE(bound.tip, is.tip - slack);
+    ASSERT_LE(bound.tip, 1.021 * is.tip + 1e-9 + slack);
+    ASSERT_GE(bound.axis, is.axis - 1e-8) << is.axis;
+    ASSERT_LE(bound.axis, 1.021 * is.axis + 1.1e-6);
+    const bool holds =
+        machine.law.Holds(a, b, way, {bound.tip * 1.03 + 1e-9, bound.axis * 1.03 + 1e-6});
+    ASSERT_TRUE(holds);
+    if (is.tip > 10 * slack) {
+      ASSERT_FALSE(machine.law.Holds(a, b, way, {is.tip - 2 * slack, 180}));
+    }
+    if (is.axis > 1e-3 && is.axis < 179) {
+      ASSERT_FALSE(machine.law.Holds(a, b, way, {1e9, is.axis * 0.999999 - 1e-9}));
+    }
+    const zvBlockLaw::Way own{machine.At(a), machine.At(b)};
+    const zvBlockDeviation guess = machine.law.Guess(a, b), reached = Sampled(machine, a, b, own);
+    ASSERT_GE(guess.tip, reached.tip - slack);
+    if (reached.axis < 89) {
+      ASSERT_GE(guess.axis, reached.axis - 1e-8);
+    }
+    tightest = std::max(tightest, guess.tip > 1e-6 ? reached.tip / guess.tip : 0);
+  }
+  EXPECT_GT(tightest, 0.9) << "a guess of a plain turn is nearly what is reached";
+}
+
+// Of a table that turns about Z: a tip 10 off the axis runs on a circle while its way is the chord.
+TEST(BlockLaw, KnowsTheSagOfACircle) {
+  FourAxisScene scene;
+  scene.machine.axis = {0, 0, 1};
+  scene.machine.spindle = {1, 0, 0};
+  const zvBlockLaw law(scene.machine.MachDef(), {}, 0);
+  for (const double deg : {1e-3, 0.1, 3.0, 90.0, 170.0}) {
+    const zvBlockLaw::Line a{{10, 0, 0}, 0, 0}, b{{10, 0, 0}, deg, 0};
+    const zvBlockDeviation bound = law.Bound(a, b, {law.PoseAt(a), law.PoseAt(b)});
+    const double sag = 10 * (1 - std::cos(deg / 2 * std::acos(-1.0) / 180));
+    EXPECT_GE(bound.tip, sag);
+    EXPECT_LE(bound.tip, 1.02 * sag + 1e-9);
+    EXPECT_LE(bound.axis, 1e-6) << "the tool swings in the plane of its arc";
+  }
+}
+
+TEST(BlockLaw, RefusesWhatCantBeJudged) {
+  Seeded random;
+  const FiveAxisScene scene = RandomScene(random);
+  const zvBlockLaw law(scene.machine.MachDef(), scene.origin, scene.toolLength);
+  const zvBlockLaw::Line good{{1, 2, 3}, 4, 5};
+  const zvBlockLaw::Way way{law.PoseAt(good), law.PoseAt(good)};
+  for (const double bad : {kNaN, kInfinite, -kInfinite, 1.7e308}) {
+    for (const zvBlockLaw::Line& line :
+         {zvBlockLaw::Line{{bad, 0, 0}, 0, 0}, zvBlockLaw::Line{{}, bad, 0},
+          zvBlockLaw::Line{{}, 0, bad}}) {
+      EXPECT_FALSE(law.Holds(good, line, way, {1e9, 179}));
+      EXPECT_FALSE(law.Holds(line, good, way, {1e9, 179}));
+      const zvBlockDeviation bound = law.Bound(good, line, way), guess = law.Guess(good, line);
+      EXPECT_GT(bound.tip, 100);
+      if (std::isfinite(bad)) continue;  // a long way of the linear axes turns nothing
+      EXPECT_GE(bound.axis, 180);
+      EXPECT_GE(guess.axis, 180);
+    }
+  }
+  EXPECT_FALSE(law.Holds(good, good, way, {kNaN, kNaN}));
+  EXPECT_TRUE(law.Holds(good, good, way, {1e-9, 1e-6}));
+}
+
+TEST(PathTolerance, IsOffOrAboveZero) {
+  EXPECT_FALSE(post::zvPathTolerance().IsOn());
+  const post::zvPathTolerance tolerance(0.01, 0.1);
+  EXPECT_TRUE(tolerance.IsOn());
+  EXPECT_EQ(tolerance.GetTip(), 0.01);
+  EXPECT_EQ(tolerance.GetAxis(), 0.1);
+  for (const double bad : {0.0, -0.0, -1.0, kNaN, kInfinite}) {
+    EXPECT_THROW(post::zvPathTolerance(bad, 1), misc::zvRangeException<double>) << bad;
+    EXPECT_THROW(post::zvPathTolerance(1, bad), misc::zvRangeException<double>) << bad;
+  }
+}
+
+}  // namespace
+
+}  // namespace tests
