@@ -79,7 +79,7 @@ Point Between(const Point& from, const Point& step, double s) {
 
 /// Of an angle in radians of any size: a few terms of the series where it is small, of which the
 /// first left out is below 1e-18.
-zvTurn TurnOf(double rad) noexcept {
+[[gnu::always_inline]] inline zvTurn TurnOf(double rad) noexcept {
   if (!(std::fabs(rad) < 0.2)) [[unlikely]] {
     const misc::zvSineAndCosine turn = misc::SineAndCosineOfRadians(rad);
     return {turn.cosine, turn.sine};
@@ -101,7 +101,8 @@ zvTurn operator+(const zvTurn& a, const zvTurn& b) noexcept {
 }
 
 /// A vector turned about a direction through the origin; with the turn of 0 it stays.
-Point Turned(const Point& v, const Point& direction, const zvTurn& turn) noexcept {
+[[gnu::always_inline]] inline Point Turned(const Point& v, const Point& direction,
+                                           const zvTurn& turn) noexcept {
   return v * turn.cosine + Cross(direction, v) * turn.sine +
          direction * (Dot(direction, v) * (1 - turn.cosine));
 }
@@ -368,7 +369,8 @@ struct TipCurve {
   double Value(const Point& p) const noexcept { return segment.Distance(p); }
   /// Bounds the values on a piece of length h about a place.
   double Upper(const Controls& q, const Place& middle, double h) const noexcept {
-    return q.Largest([this](const Point& p) { return segment.Distance(p); }) +
+    const auto squared = [this](const Point& p) { return segment.SquaredDistance(p); };
+    return misc::Sqrt(q.Largest(squared)) +
            motion.TipThird(middle, h / 2) * (kQuadraticError * h * h * h);
   }
 };
@@ -385,8 +387,8 @@ struct AxisCurve {
     const double byTurn = arc.Angle(q.middle) + turn / 2;
     if (!(byTurn < misc::kPi / 2)) return byTurn;
     const double cube = kQuadraticError * h * h * h;
-    double sine = q.Largest([this](const Point& t) { return arc.Distance(t); }) +
-                  motion.AxisThird(middle, h / 2) * cube;
+    const auto squared = [this](const Point& t) { return arc.SquaredDistance(t); };
+    double sine = misc::Sqrt(q.Largest(squared)) + motion.AxisThird(middle, h / 2) * cube;
     if (!arc.IsRay() && arc.GoesOn(q.from, q.to, turn)) {
       const double height = q.Largest([this](const Point& t) { return arc.Height(t); }) +
                             motion.AxisThirdAlong(middle, h / 2, arc.GetNormal()) * cube;
