@@ -76,9 +76,16 @@ void zv5axListBuilder::Settle(const Move& previous, Move& current,
   }
 }
 
-// The same for a feed move that is held to a tolerance.
+// The same where the posting is held to a tolerance: of rapid moves it isn't, and what is put on
+// their way is rapid as they are.
 [[gnu::noinline]] void zv5axListBuilder::JoinWithin(Iterator previous, Iterator current,
-                                                    const zvRotarySolutions& solutions) {
+                                                    const zvRotarySolutions& solutions,
+                                                    bool isFirstPick) {
+  if (current->IsRapid()) {
+    Join(previous, current, solutions, isFirstPick);
+    for (Iterator move = std::next(previous); move != current; ++move) move->SetRapid(true);
+    return;
+  }
   try {
     m_keeper->RequireHeldAt(current->GetPartPosition());
     m_solver.FixPoleAngle(*previous, *current);
@@ -103,10 +110,10 @@ void zv5axListBuilder::Settle(const Move& previous, Move& current,
     return zv5axMoveSolver::MakeMove(move, type, solutions.Of(isMirror), solutions.poleStatus,
                                      static_cast<std::int32_t>(m_index), false, m_smallMoves);
   });
-  if (!isFirst && m_keeper != nullptr && !current->IsRapid())
-    JoinWithin(previous, current, solutions);
-  else if (!isFirst)
+  if (!isFirst && m_keeper == nullptr)
     Join(previous, current, solutions, isFirstPick);
+  else if (!isFirst)
+    JoinWithin(previous, current, solutions, isFirstPick);
   m_hasMetPole = m_hasMetPole || solutions.poleStatus != kDetermined;
   m_isPreviousDetermined = current->GetPoleStatus() == kDetermined;
   m_lastFirstAngle = m_isPreviousDetermined ? current->GetAngle(0) : 0;

@@ -31,7 +31,7 @@ KANDREL_API bool TakesMirrorFirst(const zvRotarySolutions& solutions, const zvKD
 /// 2. A move on a pole takes the free angle of the move before it. Those on a pole at the very
 ///    start have none to take, and stay undetermined.
 /// 3. With a path keeper the feed moves get the lines between them from that, and what is on a pole
-///    is decided by its cone.
+///    is decided by its cone. What is put before a rapid move is rapid then.
 /// 4. All that is given is referred to.
 class KANDREL_API zv5axListBuilder {
  public:
@@ -62,7 +62,8 @@ class KANDREL_API zv5axListBuilder {
   void StartLimitSearch(const zvMoveView& move);
   void Join(Iterator previous, Iterator current, const zvRotarySolutions& solutions,
             bool isFirstPick);
-  void JoinWithin(Iterator previous, Iterator current, const zvRotarySolutions& solutions);
+  void JoinWithin(Iterator previous, Iterator current, const zvRotarySolutions& solutions,
+                  bool isFirstPick);
   void Settle(const Move& previous, Move& current, const zvRotarySolutions& solutions) const;
 
   List& m_list;

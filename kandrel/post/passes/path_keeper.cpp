@@ -23,6 +23,10 @@ using Point = cadcam::zvTPoint3d<double>;
 
 namespace {
 
+// What is held of a tolerance: whole turns that are added later, and what they take away again,
+// round the angles anew.
+constexpr double kKept = 1 - 1e-6;
+
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 // The angle that is within half a turn of `near`.
@@ -314,7 +318,8 @@ zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTole
         widest, std::sqrt(tolerance.GetTip() / (m_size + 2 * reach())) * misc::kDegreesPerRadian);
   m_coneDeg = std::max(std::min(par.GetPoleAngleTolerance(), widest), misc::kNarrowestPole);
   m_cone = solver.MakePoleCone(m_coneDeg);
-  m_plain = {tolerance.GetTip(), tolerance.GetAxis() - m_coneDeg - misc::kSnappedTool};
+  m_allowed = {kKept * tolerance.GetTip(), kKept * tolerance.GetAxis()};
+  m_plain = {m_allowed.tip, m_allowed.axis - m_coneDeg - misc::kSnappedTool};
   // An axis on whose pole the tool can't stand has none: its second one doesn't take the spindle
   // there.
   try {
@@ -364,9 +369,9 @@ double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
   constexpr double kFarBelow = 0.25;
   const zvBlockDeviation off =
       m_law.BoundAbove(*from.station, *to.station, {from.pose, to.pose},
-                       {kFarBelow * m_tolerance.GetTip(), kFarBelow * m_tolerance.GetAxis()});
-  const double tip = std::sqrt(off.tip / m_tolerance.GetTip());
-  const double axis = std::sqrt(off.axis / m_tolerance.GetAxis());
+                       {kFarBelow * m_allowed.tip, kFarBelow * m_allowed.axis});
+  const double tip = std::sqrt(off.tip / m_allowed.tip);
+  const double axis = std::sqrt(off.axis / m_allowed.axis);
   if (!(tip >= 0 && axis >= 0)) return kInfinite;
   return std::max({use, tip, axis});
 }
@@ -386,15 +391,13 @@ bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   if (off.tip <= m_plain.tip && off.axis <= m_plain.axis) return true;
   // A guess is seldom this much above what is reached.
   constexpr double kFarAbove = 3;
-  if (!(off.tip <= kFarAbove * m_tolerance.GetTip() &&
-        off.axis <= kFarAbove * m_tolerance.GetAxis()))
+  if (!(off.tip <= kFarAbove * m_allowed.tip && off.axis <= kFarAbove * m_allowed.axis))
     return false;
   const auto wayOf = [](const Move& move) {
     const Point& o = move.GetOrientation();
     return zvBlockLaw::Pose{move.GetPartPosition(), o / o.Length()};
   };
-  return m_law.Holds(start, m_behind, {wayOf(from), wayOf(to)},
-                     {m_tolerance.GetTip(), m_tolerance.GetAxis()});
+  return m_law.Holds(start, m_behind, {wayOf(from), wayOf(to)}, m_allowed);
 }
 
 void zv5axPathKeeper::Join(List& list, Iterator to, const zvRotarySolutions& solutions) {
@@ -470,13 +473,13 @@ void zv5axPathKeeper::DivideLeap(List& list, Iterator from, Iterator to,
     move->SetOrientation(arc.At(++k / (count - 1)));
 }
 
-zvToleranceReport zv5axPathKeeper::Report(const List& list) const {
+zvToleranceReport zv5axPathKeeper::Report(const List& list) {
   zvToleranceReport report;
   if (list.GetCount() < 2) return report;
   std::uint32_t index = 1;
   auto from = list.begin();
   for (auto to = std::next(from); to != list.end(); from = to++, ++index) {
-    if (to->IsRapid()) continue;
+    if (to->IsRapid() || IsPlain(*from, *to)) continue;
     const Place a = PlaceOf(*from);
     const Place b = PlaceOf(*to);
     const zvBlockDeviation off = m_law.Bound(a.line, b.line, {a.pose, b.pose});

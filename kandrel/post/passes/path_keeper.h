@@ -79,7 +79,7 @@ class KANDREL_API zv5axPathKeeper {
   bool HasLeftTurns() const noexcept { return m_hasLeftTurns; }
 
   /// What breaks the tolerance in a wound list.
-  zvToleranceReport Report(const List& list) const;
+  zvToleranceReport Report(const List& list);
 
  private:
   class Walk;
@@ -101,6 +101,7 @@ class KANDREL_API zv5axPathKeeper {
   double m_distance;  // interpolationDistance, or 0
   double m_coneDeg;
   zv5axMoveSolver::PoleCone m_cone;
+  zvBlockDeviation m_allowed;
   zvBlockDeviation m_plain;  // what a guess may be
   double m_size = 0;         // of the machine
   double m_farthest = 0;

@@ -207,6 +207,43 @@ TEST_F(FourAxisLaws, OrientationsKeepToTheCone) {
   });
 }
 
+// With a tolerance the way from line to line keeps to it, on poles and beside them too, but where
+// the posting says that it can't.
+TYPED_TEST(Laws, AToleranceIsHeldOrReported) {
+  if constexpr (TypeParam::kRotary == 2) {
+    int held = 0, reported = 0, refused = 0;
+    Seeded random;
+    this->ForEachPosting(kPostings / 20, [&](auto scene, const Source& source, const Outcome&) {
+      scene.control = {};  // whose wrapped angles would not run on
+      auto creator = CreatorOf(scene);
+      const post::zvPathTolerance tolerance(std::pow(10, random.Real(-3.5, 0)),
+                                            std::pow(10, random.Real(-2, 0)));
+      creator.SetPathTolerance(tolerance);
+      const Outcome outcome = PostBy(creator, Build(source));
+      if (outcome.id != 0) {
+        ASSERT_TRUE(this->IsHonestRefusal(scene, outcome.id)) << outcome.id;
+        ++refused;
+        return;
+      }
+      if (!creator.GetToleranceReport().IsHeld()) {
+        ++reported;
+        return;
+      }
+      ++held;
+      const Rules rules = Rules::Of(scene);
+      ExpectFollows(rules, source, outcome.lines,
+                    {tolerance.GetAxis() * (1 + 1e-6), tolerance.GetTip() * (1 + 1e-6)});
+      for (std::size_t k = 1; k < outcome.lines.size(); ++k) {
+        const double turn = Turn(outcome.lines[k - 1], outcome.lines[k]);
+        ASSERT_TRUE(outcome.lines[k].rapid || turn <= scene.par.GetMaxAngleStep() + 1e-8) << k;
+      }
+    });
+    EXPECT_GT(held, 5 * kPathSorts * kPostings / 20 / 8);
+    EXPECT_LE(reported, held / 50);
+    EXPECT_LE(refused, held / 50);
+  }
+}
+
 TYPED_TEST(Laws, SmallMovesAndASecondPostingGiveTheSame) {
   this->ForEachPosting(kPostings / 20,
                        [](const auto& scene, const Source& source, const Outcome& outcome) {
