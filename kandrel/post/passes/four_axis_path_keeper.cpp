@@ -229,6 +229,8 @@ void zv4axPathKeeper::Keep(List& list) {
   for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
     list.PrefetchAfter(*to);
     if (to->IsRapid() || IsPlain(*from, *to)) continue;
+    // What doesn't turn is on its way; and nothing belongs on that down to the part.
+    if (to->GetRotaryAngle() == from->GetRotaryAngle()) continue;
     if (isOwn(*from) && isOwn(*to) && !(Use(PlaceOf(*from), PlaceOf(*to)) <= 1)) Divide(list, to);
   }
 }
