@@ -222,6 +222,19 @@ void AddFiveAxisCreator(Suite& suite) {
                              scene->plainAxes->Post(scene->Path(SpiralThroughPole, moves), true);
                            },
                            path(SpiralThroughPole, moves)});
+  // Half-degree steps, of which a hundredth is held without a line more.
+  const auto postWithin = [scene](Scene::Shape shape, int moves, double tip) {
+    return [=] {
+      scene->creator->SetPathTolerance({tip, 0.1});
+      scene->creator->Post(scene->Path(shape, moves), true);
+      scene->creator->SetPathTolerance({});
+    };
+  };
+  suite.cases.push_back({"5ax/post_within_loosely/1M", 1e6, postWithin(Spiral, kMillion, 0.01),
+                         path(Spiral, kMillion)});
+  // Lines for some 49,000 moves of 40 degrees, each twenty or so: about a million.
+  suite.cases.push_back(
+      {"5ax/post_within/1M", 1e6, postWithin(Sweep, 35000, 0.01), path(Sweep, 35000)});
   // Steps of 3.6 degrees are left as they are, so that both have a million posted moves.
   const auto postWithLongSteps = [scene](Scene::Shape shape) {
     return [=] {
@@ -264,6 +277,10 @@ void AddFiveAxisCreator(Suite& suite) {
       {"solve, small, over the closed form", "5ax/solve/1M", "5ax/closed_form/1M", 1.3});
   suite.goals.push_back({"post 1M, small, over closed form and append", "5ax/post_small/1M",
                          "5ax/closed_form_append/1M", 1.5});
+  suite.goals.push_back({"post 1M within a tolerance that inserts nothing over the plain posting",
+                         "5ax/post_within_loosely/1M", "5ax/post_small/1M", 1.3});
+  suite.goals.push_back({"sweep held to a tolerance, per line, over its solves",
+                         "5ax/post_within/1M", "5ax/closed_form/1M", 8});
   suite.goals.push_back({"post 10M over post 1M, with poles, whole time", "5ax/post_poles/10M",
                          "5ax/post_poles/1M", 10.5, true});
   suite.goals.push_back(

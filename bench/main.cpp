@@ -137,6 +137,7 @@ int main(int argc, char** argv) {
   bench::AddMachineFiles(suite);
   bench::AddPersistence(suite);
   bench::AddToolMesh(suite);
+  bench::AddVerifier(suite);
 
   const std::string_view command = argc > 1 ? argv[1] : "";
   if (command == "--list-cases") {

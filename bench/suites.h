@@ -52,5 +52,6 @@ void AddMesh(Suite& suite);
 void AddMachineFiles(Suite& suite);
 void AddPersistence(Suite& suite);
 void AddToolMesh(Suite& suite);
+void AddVerifier(Suite& suite);
 
 }  // namespace bench

@@ -79,7 +79,7 @@ std::optional<post::zv5axPathKeeper> zvPosted5axTPCreator::MakeKeeper(
 }
 
 // All blocks of a list to which nothing was done are known to hold the tolerance.
-void zvPosted5axTPCreator::ReportTolerance(const post::zv5axPathKeeper& keeper) {
+void zvPosted5axTPCreator::ReportTolerance(post::zv5axPathKeeper& keeper) {
   if (keeper.HasLeftTurns() || m_counts.largeJumps != 0 || m_counts.rewindings != 0)
     SetToleranceReport(keeper.Report(*m_posted.Get()));
 }

@@ -41,6 +41,15 @@
 ///    turns of its rewindings are checked, and in the third attempt too. In the second they are
 ///    checked before its rewinding, whose lifts and turns are not.
 /// 7. SetMachDef changes the machine of checks, retractions and rewindings.
+/// 8. With a path tolerance every feed block holds it: with all axes moving linearly from line to
+///    line the tip stays within its tolerance of the line between the two part positions and of the
+///    source segment, and the tool within its own of the shortest arc between the source
+///    orientations, which it follows evenly. maxAngleStep and interpolationDistance stay upper
+///    bounds; all lines are solved, whatever interpolationMode says, and what is put on the way of
+///    a rapid move is rapid. The pole tolerance counts as half of the axis tolerance at most, and
+///    blending keeps the tilt of the path. What can't be held, where limits make the machine change
+///    to its other solution and jumps are switched off, stands in GetToleranceReport. Lifts and
+///    what comes down from them are off the path, and straight.
 class KANDREL_API zvPosted5axTPCreator
     : public zvCreatorOf<zvPosted5axTPCreator, post::zv5axMachDef, post::zvPosted5axMove,
                          post::zv5axMoveSolver> {
@@ -63,9 +72,11 @@ class KANDREL_API zvPosted5axTPCreator
   /// for an unknown limitsCheck, after the posting; 5039 for what is infinite or NaN, and for
   /// counts of moves beyond 2^31 - 2; 5008 for a retraction to limits (retractToLimits) from
   /// outside them; 5051 for a rewinding whose first move isn't found; 2503 for a plain zvCNCMove;
-  /// zvKandrelException 2637 for a link type above 5; zvcadcamException 2189 for a zero orientation
-  /// and for rotary axes less than 1e-3 rad off parallel; "Accessing NULL pointer" for a null in
-  /// the toolpath. Linear in the number of posted moves.
+  /// misc::zvRangeException for a path tolerance too small for the machine's and the path's size,
+  /// or for angles (0.002 degrees): it names the smallest; zvKandrelException 2637 for a link type
+  /// above 5; zvcadcamException 2189 for a zero orientation and for rotary axes less than 1e-3 rad
+  /// off parallel; "Accessing NULL pointer" for a null in the toolpath. Linear in the number of
+  /// posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
 
   /// A single move in both solutions, without limits; with extended blocks. Throws as Post does for
@@ -114,7 +125,7 @@ class KANDREL_API zvPosted5axTPCreator
   void DivideLargeSteps(double largestStep);
   post::zvLimitType KeepRotaryLimits(Attempt attempt, bool smallMoves,
                                      post::zv5axPathKeeper* keeper);
-  void ReportTolerance(const post::zv5axPathKeeper& keeper);
+  void ReportTolerance(post::zv5axPathKeeper& keeper);
 
   void RequireFinitePreferredAngle() const;
   bool IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const;

@@ -31,7 +31,8 @@
 /// 6. The constructors throw also zvPostException 5002 for first and second directions that are
 ///    equal once they are unit vectors and 5045 for a second one parallel to the spindle. From
 ///    SetMachDef on, these two come from the next posting.
-/// 7. SetMachDef changes the machine of postings and the third angle; PostMove and PostMove2 solve
+/// 7. A path tolerance holds as of 5 axes.
+/// 8. SetMachDef changes the machine of postings and the third angle; PostMove and PostMove2 solve
 ///    with the machine of the constructor.
 class KANDREL_API zvPosted6axTPCreator
     : public zvCreatorOf<zvPosted6axTPCreator, post::zv6axMachDef, post::zvPosted6axMove,

@@ -77,18 +77,22 @@ Point Between(const Point& from, const Point& step, double s) {
   return from + s * step;
 }
 
-/// Of an angle in radians of any size: a few terms of the series where it is small.
+/// Of an angle in radians of any size: a few terms of the series where it is small, of which the
+/// first left out is below 1e-18.
 zvTurn TurnOf(double rad) noexcept {
-  if (!(std::fabs(rad) < 0.2)) {
+  if (!(std::fabs(rad) < 0.2)) [[unlikely]] {
     const misc::zvSineAndCosine turn = misc::SineAndCosineOfRadians(rad);
     return {turn.cosine, turn.sine};
   }
-  // The first term left out is below 2e-17 of the result.
   const double z = rad * rad;
   const double sine =
-      rad * (1 - z / 6 * (1 - z / 20 * (1 - z / 42 * (1 - z / 72 * (1 - z / 110)))));
+      rad + rad * z *
+                (-1.0 / 6 +
+                 z * (1.0 / 120 + z * (-1.0 / 5040 + z * (1.0 / 362880 + z * (-1.0 / 39916800)))));
   const double cosine =
-      1 - z / 2 * (1 - z / 12 * (1 - z / 30 * (1 - z / 56 * (1 - z / 90 * (1 - z / 132)))));
+      1 + z * (-0.5 + z * (1.0 / 24 +
+                           z * (-1.0 / 720 +
+                                z * (1.0 / 40320 + z * (-1.0 / 3628800 + z * (1.0 / 479001600))))));
   return {cosine, sine};
 }
 
@@ -475,10 +479,14 @@ zvBlockDeviation Searched(const Motion& motion, const Station& from, const Stati
   const TipCurve tip{motion, zvWaySegment(way.from.tip, way.to.tip)};
   const AxisCurve axis{motion, zvWayArc(way.from.axis, way.to.axis, middle.dir_tool)};
   const int pieces = std::max(1, static_cast<int>(std::ceil(turn / kLargestPiece)));
-  return {Search(motion, tip, {kNearLength, known.tip, allowed.tip})
-              .Over(pieces, from.pose.tip, middle, to.pose.tip),
-          Search(motion, axis, {kNearSine, known.axis, allowed.axis})
-              .Over(pieces, from.pose.axis, middle, to.pose.axis)};
+  zvBlockDeviation bound = known;
+  if (known.tip < kInfinite)
+    bound.tip = Search(motion, tip, {kNearLength, known.tip, allowed.tip})
+                    .Over(pieces, from.pose.tip, middle, to.pose.tip);
+  if (known.axis < kInfinite)
+    bound.axis = Search(motion, axis, {kNearSine, known.axis, allowed.axis})
+                     .Over(pieces, from.pose.axis, middle, to.pose.axis);
+  return bound;
 }
 
 zvBlockDeviation InRadians(const zvBlockDeviation& deviation) noexcept {
@@ -490,29 +498,47 @@ zvBlockDeviation InRadians(const zvBlockDeviation& deviation) noexcept {
 zvBlockLaw::Station zvBlockLaw::StationAt(const Line& line) const noexcept {
   Station station;
   station.line = line;
-  const Point& p = line.p_mach;
+  if (m_hasFirst) station.first = zvTurn::OfDegrees(line.firstAngle);
+  if (m_hasSecond) station.second = zvTurn::OfDegrees(line.secondAngle);
+  Stand(station);
+  return station;
+}
+
+void zvBlockLaw::MoveOn(const Station& previous, const Line& line,
+                        Station& station) const noexcept {
+  const double first = (line.firstAngle - previous.line.firstAngle) * misc::kRadiansPerDegree;
+  const double second = (line.secondAngle - previous.line.secondAngle) * misc::kRadiansPerDegree;
+  constexpr double kSmall = 0.2;
+  if (previous.steps == kMostSteps || !(std::fabs(first) < kSmall && std::fabs(second) < kSmall)) {
+    station = StationAt(line);
+    return;
+  }
+  station.line = line;
+  station.steps = previous.steps + 1;
+  if (m_hasFirst) station.first = previous.first + TurnOf(first);
+  if (m_hasSecond) station.second = previous.second + TurnOf(second);
+  Stand(station);
+}
+
+// Where the tool stands with the angles turned.
+void zvBlockLaw::Stand(Station& station) const noexcept {
+  const Point& p = station.line.p_mach;
   station.nose = m_isIdentity ? p : p.x * m_x + p.y * m_y + p.z * m_z;
   Point outer = m_outer;
   Point middle = m_middle;
   Point inner = m_inner;
   NoseOf(outer, middle, inner) += station.nose;
-  Point arm = inner;
-  Point dir = m_spindle;
   if (m_hasSecond) {
-    station.second = zvTurn::OfDegrees(line.secondAngle);
-    arm = Turned(inner, m_second, station.second);
-    dir = Turned(m_spindle, m_second, station.second);
-  }
-  station.arm = middle + arm;
-  station.dir = dir;
-  if (m_hasFirst) {
-    station.first = zvTurn::OfDegrees(line.firstAngle);
-    station.pose = {outer + Turned(station.arm, m_first, station.first),
-                    Turned(dir, m_first, station.first)};
+    inner = Turned(inner, m_second, station.second);
+    station.dir = Turned(m_spindle, m_second, station.second);
   } else {
-    station.pose = {outer + station.arm, dir};
+    station.dir = m_spindle;
   }
-  return station;
+  station.arm = middle + inner;
+  station.pose = {outer + station.arm, station.dir};
+  if (m_hasFirst)
+    station.pose = {outer + Turned(station.arm, m_first, station.first),
+                    Turned(station.dir, m_first, station.first)};
 }
 
 zvBlockDeviation zvBlockLaw::Guess(const Station& from, const Station& to) const noexcept {

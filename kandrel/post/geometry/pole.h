@@ -25,7 +25,13 @@
 // 6. Made off the part, or divided. A turn above maxAngleJump is a large jump, made with the tool
 //    lifted: passes/angle_jumps.h. One below it, still larger than a step, is divided with the tip
 //    on its line: passes/step_division.h.
-// 7. Rewound. Where the free axis reaches its limit on the pole it may stand at the limit as well
+// 7. Held to a tolerance. With a path tolerance 4 and 5 are others: the way goes by the place on
+// the
+//    pole that is nearest to the path, the free axis standing; where it must turn it does so with
+//    the tip standing, and the turn is spread over the run that ends there, or divided. Lines
+//    beside the pole keep the tilt of the path. passes/path_keeper.h, SpreadPoleTurns of
+//    passes/pole_blending.h.
+// 8. Rewound. Where the free axis reaches its limit on the pole it may stand at the limit as well
 //    as anywhere: the move is put there by force, and the steps beside it are divided.
 //    passes/rewinder/move_at_limit.h, rewind_turn.h.
 #pragma once

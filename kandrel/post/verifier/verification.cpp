@@ -98,24 +98,28 @@ void zvVerification::Report(Finding::Kind kind, int axis, double value, double b
   m_verdict.findings.push_back({kind, m_line, m_sourceOfLine, axis, value, bound, excess});
 }
 
-double zvVerification::Slack(const zvLineView& line) const {
-  return m_rules.lineTip * (1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part));
-}
-
 void zvVerification::Take(const zvLineView& line) {
   m_line = m_verdict.lines++;
   if (!IsFinite(line)) {
     m_sourceOfLine = line.source;
     Report(Finding::kNotFinite, -1, 0, 0, 0);
-    // It may stand for the move that is due.
-    if (!line.isInserted && line.source == m_source.GetNextIndex() && !m_source.IsAtEnd())
+    // It may stand for the move that is due all the same.
+    const bool isDue = line.source < 0 ? line.p_part == m_source.Next().tip
+                                       : !line.isInserted && line.source == m_source.GetNextIndex();
+    if (isDue && !m_source.IsAtEnd()) {
       m_source.Advance();
+      m_along = 0;
+    }
     m_hasPrevious = false;
     return;
   }
   Judged& judged = m_judged[m_current];
   judged.p_part = line.p_part;
-  judged.station = m_law->StationAt(Unwrapped(line));
+  if (m_hasPrevious)
+    m_law->MoveOn(Previous().station, Unwrapped(line), judged.station);
+  else
+    judged.station = m_law->StationAt(Unwrapped(line));
+  m_slack = m_rules.lineTip * (1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part));
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
   const Point& dir_mach = judged.station.pose.axis;
   if (m_rules.hasMarkers && line.isInserted)
@@ -213,7 +217,7 @@ bool zvVerification::IsAt(const zvSourceMove& move, const zvLineView& line,
                           const Judged& judged) const {
   if (line.isRapid != move.isRapid) return false;
   if (line.p_part == move.tip && line.dir_tool == move.dir_tool) return true;
-  return PlainLength(line.p_part - move.tip) <= Slack(line) &&
+  return PlainLength(line.p_part - move.tip) <= m_slack &&
          PlainLength(judged.dir_tool - Unit(move.dir_tool)) <=
              m_rules.lineAxis * misc::kRadiansPerDegree;
 }
@@ -223,8 +227,7 @@ void zvVerification::Match(const zvLineView& line, const Judged& judged) {
   const zvSourceMove& move = m_source.Next();
   if (!(line.p_part == move.tip)) {
     const double off = PlainLength(line.p_part - move.tip);
-    const double slack = Slack(line);
-    if (!(off <= slack)) Report(Finding::kTipOffSource, -1, off, slack, off - slack);
+    if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
   }
   if (!(line.dir_tool == move.dir_tool)) {
     const double deg = DegOfChord(PlainLength(judged.dir_tool - Unit(move.dir_tool)));
@@ -245,7 +248,15 @@ void zvVerification::CheckFeed(const zvLineView& line, double most) {
 }
 
 void zvVerification::SkipMissing(std::int64_t count) {
-  Report(Finding::kSourceMissing, -1, static_cast<double>(count), 0, static_cast<double>(count));
+  auto& findings = m_verdict.findings;
+  const auto value = static_cast<double>(count);
+  if (!findings.empty() && findings.back().kind == Finding::kSourceMissing &&
+      findings.back().line == m_line) {
+    findings.back().value += value;
+    findings.back().excess += value;
+  } else {
+    Report(Finding::kSourceMissing, -1, value, 0, value);
+  }
   for (; count > 0 && !m_source.IsAtEnd(); --count) m_source.Advance();
   m_sourceOfLine = m_source.GetNextIndex();
   m_along = 0;
@@ -266,17 +277,16 @@ const zvVerification::Segment& zvVerification::SegmentHere() {
 void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
   judged.isLift = line.isRapid;
   if (line.isRapid) return;
-  const double slack = Slack(line);
   const Segment* segment = &SegmentHere();
   double off = segment->line.Distance(line.p_part);
-  if (!(off <= slack)) {
-    if (MatchAhead(line, judged, slack)) return;
+  if (!(off <= m_slack)) {
+    if (MatchAhead(line, judged)) return;
     segment = &SegmentHere();
     off = segment->line.Distance(line.p_part);
-    if (!(off <= slack)) Report(Finding::kTipOffSource, -1, off, slack, off - slack);
+    if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
   }
   const double along = segment->line.Along(line.p_part) * segment->length;
-  if (!(along >= m_along - slack))
+  if (!(along >= m_along - m_slack))
     Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
   m_along = std::max(m_along, along);
   const double angle = segment->arc.Angle(judged.dir_tool);
@@ -285,8 +295,8 @@ void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
 }
 
 // Where a line lies off its segment, source moves may be missing before it: true if it stands for
-// one of the next. Where it lies on the next segment, one is.
-bool zvVerification::MatchAhead(const zvLineView& line, const Judged& judged, double slack) {
+// one of the next. Where it lies on one of the next segments, those before that are.
+bool zvVerification::MatchAhead(const zvLineView& line, const Judged& judged) {
   if (line.source < 0) {
     for (std::size_t k = 1; k < zvSourceWalk::kAhead; ++k) {
       const zvSourceMove* move = m_source.Ahead(k);
@@ -297,17 +307,22 @@ bool zvVerification::MatchAhead(const zvLineView& line, const Judged& judged, do
       return true;
     }
   }
-  const zvSourceMove* after = m_source.Ahead(1);
-  if (after != nullptr &&
-      zvWaySegment(m_source.Next().tip, after->tip).Distance(line.p_part) <= slack)
-    SkipMissing(1);
+  const zvSourceMove* from = m_source.Ahead(0);
+  for (std::size_t k = 1; k < zvSourceWalk::kAhead; ++k) {
+    const zvSourceMove* to = m_source.Ahead(k);
+    if (to == nullptr) break;
+    if (zvWaySegment(from->tip, to->tip).Distance(line.p_part) <= m_slack) {
+      SkipMissing(static_cast<std::int64_t>(k));
+      break;
+    }
+    from = to;
+  }
   return false;
 }
 
 void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
-  const double slack = Slack(line);
-  if (!(judged.tipOff <= slack))
-    Report(Finding::kLineTipOff, -1, judged.tipOff, slack, judged.tipOff - slack);
+  if (!(judged.tipOff <= m_slack))
+    Report(Finding::kLineTipOff, -1, judged.tipOff, m_slack, judged.tipOff - m_slack);
   if (!(judged.axisOff <= m_rules.lineAxis * misc::kRadiansPerDegree)) {
     const double deg = DegOfChord(judged.axisOff);
     const double most = m_rules.lineAxis + (IsOnPole(judged) ? m_rules.poleAngleTolerance : 0);
@@ -368,28 +383,32 @@ void zvVerification::CheckBlock(const Judged& judged) {
   const zvBlockLaw::Way way{{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}};
   const double sourceOff = previous.isLift ? 0 : std::max(previous.sourceOff, judged.sourceOff);
   const zvPathTolerance& tolerance = m_rules.tolerance;
+  constexpr double kInfinite = std::numeric_limits<double>::infinity();
   zvBlockDeviation known;
+  zvBlockDeviation bound{kInfinite, kInfinite};
   if (m_sink == nullptr) {
     known = {m_verdict.tip.value, m_verdict.axis.value};
     if (tolerance.IsOn())
       known = {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
-    const zvBlockDeviation guess = m_law->Guess(previous.station, judged.station);
-    const double axisOff = std::max(previous.axisOff, judged.axisOff) + sourceOff;
-    if (guess.tip + std::max(previous.tipOff, judged.tipOff) <= known.tip &&
-        guess.axis + DegOfChord(axisOff) <= known.axis)
-      return;
+    bound = m_law->Guess(previous.station, judged.station);
+    bound.tip += std::max(previous.tipOff, judged.tipOff);
+    bound.axis += DegOfChord(std::max(previous.axisOff, judged.axisOff) + sourceOff);
+    if (bound.tip <= known.tip) known.tip = kInfinite;
+    if (bound.axis <= known.axis) known.axis = kInfinite;
+    if (known.tip == kInfinite && known.axis == kInfinite) return;
   }
-  zvBlockDeviation bound = m_law->BoundAbove(previous.station, judged.station, way, known);
+  const zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way, known);
+  bound = {std::min(bound.tip, nearer.tip), std::min(bound.axis, nearer.axis)};
   // On its own way and on that of the source, where the two part: between cones of one rotary axis.
-  const bool hasSourceWay = sourceOff > 0 && m_segment.has_value();
+  const bool hasSourceWay = sourceOff > 0 && m_segment.has_value() && known.axis < kInfinite;
   if (hasSourceWay)
     bound.axis =
         std::max(bound.axis,
                  m_law->BoundAbove(previous.station, judged.station, m_segment->way, known).axis);
   if (tolerance.IsOn() && (bound.tip > tolerance.GetTip() || bound.axis > tolerance.GetAxis())) {
     // What is proved to hold is no finding, though a bound may come out 2% larger.
-    const zvBlockDeviation tip{tolerance.GetTip(), misc::kFullTurnDeg};
-    const zvBlockDeviation axis{std::numeric_limits<double>::infinity(), tolerance.GetAxis()};
+    const zvBlockDeviation tip{tolerance.GetTip(), kInfinite};
+    const zvBlockDeviation axis{kInfinite, tolerance.GetAxis()};
     const auto holds = [&](const zvBlockDeviation& most) {
       return m_law->Holds(previous.station, judged.station, way, most);
     };
@@ -426,7 +445,7 @@ void zvVerification::CheckTurns(const zvLineView& line, const Judged& judged) {
                                     to.secondAngle - from.secondAngle};
   // On the spot a turn takes what time the control gives it, however little rounding moves the tip.
   const double way = PlainLength(judged.p_part - previous.p_part);
-  const bool isTimed = line.feed > 0 && way > Slack(line);
+  const bool isTimed = line.feed > 0 && way > m_slack;
   for (std::size_t i = 0; i < RotaryCount(); ++i) {
     const int axis = static_cast<int>(i) + zvLimitType::kFirstRotary;
     const double turn = std::fabs(turns[i]);

@@ -86,7 +86,7 @@ class zvVerification {
   std::int64_t FindSource(const zvLineView& line, Judged& judged);
   bool IsAt(const zvSourceMove& move, const zvLineView& line, const Judged& judged) const;
   void Match(const zvLineView& line, const Judged& judged);
-  bool MatchAhead(const zvLineView& line, const Judged& judged, double slack);
+  bool MatchAhead(const zvLineView& line, const Judged& judged);
   void TakeInserted(const zvLineView& line, Judged& judged);
   void SkipMissing(std::int64_t count);
   const Segment& SegmentHere();
@@ -100,9 +100,6 @@ class zvVerification {
   void CheckTurns(const zvLineView& line, const Judged& judged);
   void Raise(zvPostingVerdict::Largest& largest, double value) const;
   void Report(Finding::Kind kind, int axis, double value, double bound, double excess);
-  /// What a length may be off by: a part of the size of the line's numbers.
-  double Slack(const zvLineView& line) const;
-
   const zvVerifiedMachine m_machine;
   const zvVerifierRules& m_rules;
   const zvBlockLaw* m_law;
@@ -118,6 +115,7 @@ class zvVerification {
   zvPostingVerdict m_verdict;
   std::uint64_t m_line = 0;
   std::int64_t m_sourceOfLine = -1;
+  double m_slack = 0;  // what a length may be off by: a part of the size of the line's numbers
   std::array<double, 2> m_carried{};  // whole turns of wrapped axes, degrees
   double m_along = 0;                 // how far inserted lines have come on their segment
   bool m_hasPrevious = false;

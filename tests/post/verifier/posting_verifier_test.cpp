@@ -4,6 +4,7 @@
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
 
+#include <functional>
 #include <limits>
 #include <map>
 
@@ -193,6 +194,238 @@ TEST(PostingVerifier, FindsNothingInPostingsOfSixAxes) {
     ExpectOwnPostingsVerified(random, RandomSixAxisScene(random), 3);
     if (HasFatalFailure()) return;
   }
+}
+
+/// A posting of five axes whose source moves stand in every fourth line, with three lines inserted
+/// after each; and what it takes to verify it.
+class Mutants : public testing::Test {
+ protected:
+  static constexpr std::size_t kLine = 32;  // of a source move, with inserted ones about it
+
+  FiveAxisScene m_scene = MadeScene();
+  Source m_source = MadeSource(m_scene);
+  PathBuilder m_path = Build(m_source);
+  zvPostingVerifier m_verifier = VerifierOf(m_scene);
+  std::vector<zvPostedLine> m_lines = Posted(true);
+
+  static FiveAxisScene MadeScene() {
+    FiveAxisScene scene;
+    scene.machine.firstPivot = {20, -30, 40};
+    scene.machine.secondPivot = {0, 10, -60};
+    scene.origin = {100, 50, 25};
+    scene.toolLength = 80;
+    return scene;
+  }
+  static Source MadeSource(const FiveAxisScene& scene) {
+    Source source;
+    for (int i = 0; i < 21; ++i)
+      source.push_back({{10.0 * i, 4.0 * (i % 3), 1.0 * (i % 2)},
+                        scene.Tool(5 + 8.5 * i, 20.0 + 2 * (i % 2)),
+                        1000.0 + 10 * i});
+    return source;
+  }
+  std::vector<zvPostedLine> Posted(bool isNumbered) const {
+    std::vector<zvPostedLine> lines;
+    for (const Line& line : Post(m_scene, m_path).lines)
+      lines.push_back(NeutralOf(line, isNumbered));
+    return lines;
+  }
+  std::vector<Place> Found(const std::vector<zvPostedLine>& lines) const {
+    return PlacesOf(Verified(m_verifier, m_path, lines));
+  }
+};
+
+TEST_F(Mutants, NothingIsFoundInWhatWasPosted) {
+  ASSERT_EQ(m_lines.size(), 81u);
+  for (std::size_t i = 0; i < m_lines.size(); ++i)
+    ASSERT_EQ(m_lines[i].isInserted, i % 4 != 0) << i;
+  EXPECT_EQ(Found(m_lines), std::vector<Place>{});
+  EXPECT_EQ(Found(Posted(false)), std::vector<Place>{});
+}
+
+TEST_F(Mutants, AreFoundWithTheirLine) {
+  using Lines = std::vector<zvPostedLine>;
+  const auto at = [](Lines& lines, std::size_t k) { return lines.begin() + static_cast<long>(k); };
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    const char* what;
+    std::function<void(Lines&)> spoil;
+    std::vector<Place> places;
+    bool isAlsoOfSmall = true;  ///< the same is found in lines without numbers
+  };
+  constexpr std::uint64_t k = kLine;
+  const std::vector<Case> cases{
+      {"x off", [](Lines& l) { l[k].p_mach.x += 1e-3; }, {{Finding::kLineTipOff, k, -1}}},
+      {"z off", [](Lines& l) { l[k + 1].p_mach.z -= 1e-3; }, {{Finding::kLineTipOff, k + 1, -1}}},
+      {"first angle off", [](Lines& l) { l[k].degs[0] += 1e-3; }, {{Finding::kLineTipOff, k, -1}}},
+      {"second angle off", [](Lines& l) { l[k].degs[1] -= 1e-3; }, {{Finding::kLineTipOff, k, -1}}},
+      {"tool elsewhere",
+       [](Lines& l) { l[k].degs[1] -= 1; },
+       {{Finding::kLineTipOff, k, -1}, {Finding::kLineAxisOff, k, -1}}},
+      {"a turn on",
+       [](Lines& l) { l[k].degs[0] += 360; },
+       {{Finding::kWholeTurn, k, 3}, {Finding::kWholeTurn, k + 1, 3}}},
+      {"a turn from here",
+       [](Lines& l) {
+         for (std::size_t i = k; i < l.size(); ++i) l[i].degs[1] -= 360;
+       },
+       {{Finding::kWholeTurn, k, 4}}},
+      {"no number", [nan](Lines& l) { l[k].p_mach.y = nan; }, {{Finding::kNotFinite, k, -1}}},
+      {"the source move dropped",
+       [at](Lines& l) { l.erase(at(l, k)); },
+       {{Finding::kSourceMissing, k, -1}}},
+      {"the first dropped",
+       [at](Lines& l) { l.erase(at(l, 0)); },
+       {{Finding::kSourceMissing, 0, -1}}},
+      {"the last dropped", [](Lines& l) { l.pop_back(); }, {{Finding::kSourceMissing, 80, -1}}},
+      {"three source moves dropped",
+       [at](Lines& l) { l.erase(at(l, k), at(l, k + 9)); },
+       {{Finding::kSourceMissing, k, -1}}},
+      {"inserted ones swapped",
+       [](Lines& l) { std::swap(l[k + 1], l[k + 2]); },
+       {{Finding::kGoesBack, k + 2, -1}}},
+      {"source moves swapped",
+       [](Lines& l) { std::swap(l[k], l[k + 4]); },
+       {{Finding::kSourceMissing, k, -1},
+        {Finding::kSourceOrder, k + 1, -1},
+        {Finding::kSourceOrder, k + 2, -1},
+        {Finding::kSourceOrder, k + 3, -1},
+        {Finding::kSourceOrder, k + 4, -1}},
+       false},
+      {"a number beyond the path",
+       [](Lines& l) { l[k + 1].source = 1000; },
+       {{Finding::kSourceUnknown, k + 1, -1}},
+       false},
+      {"too fast", [](Lines& l) { l[k].feed *= 1.01; }, {{Finding::kFeed, k, -1}}},
+      {"too fast between", [](Lines& l) { l[k + 1].feed = 1120; }, {{Finding::kFeed, k + 1, -1}}},
+      {"rapid", [](Lines& l) { l[k].isRapid = true; }, {{Finding::kRapid, k, -1}}, false},
+      {"a whole line elsewhere",
+       [](Lines& l) { l[k].p_mach.x += 2, l[k].p_part = l[k].p_part; },
+       {{Finding::kLineTipOff, k, -1}}},
+      {"a part position elsewhere",
+       [](Lines& l) { l[k].p_part.x += 1; },
+       {{Finding::kTipOffSource, k, -1}, {Finding::kLineTipOff, k, -1}},
+       false},
+      {"an orientation elsewhere",
+       [](Lines& l) {
+         l[k].dir_tool = {0, 0, 1};
+       },
+       {{Finding::kAxisOffSource, k, -1}, {Finding::kLineAxisOff, k, -1}},
+       false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    Lines lines = m_lines;
+    c.spoil(lines);
+    EXPECT_EQ(Found(lines), c.places);
+    if (!c.isAlsoOfSmall) continue;
+    lines = Posted(false);
+    c.spoil(lines);
+    EXPECT_EQ(Found(lines), c.places) << "without numbers";
+  }
+}
+
+TEST_F(Mutants, LimitsAreReportedWithAxisValueAndExcess) {
+  struct Case {
+    const char* what;
+    std::function<void(FiveAxisSetup&)> narrow;
+    int axis;
+    double value, excess;
+    Finding::Kind kind = Finding::kLinearLimit;
+  };
+  // Just this line lies beyond: the largest or smallest of all is looked for.
+  const auto most = [&](auto value) {
+    return *std::max_element(m_lines.begin(), m_lines.end(),
+                             [&](const auto& a, const auto& b) { return value(a) < value(b); });
+  };
+  const double x = most([](const auto& l) { return l.p_mach.x; }).p_mach.x;
+  const double z = most([](const auto& l) { return -l.p_mach.z; }).p_mach.z;
+  const double a = most([](const auto& l) { return l.degs[0]; }).degs[0];
+  const double b = most([](const auto& l) { return -l.degs[1]; }).degs[1];
+  const std::vector<Case> cases{
+      {"x", [x](auto& m) { m.high.x = x - 1e-6; }, 0, x, 1e-6},
+      {"z", [z](auto& m) { m.low.z = z + 1e-6; }, 2, z, 1e-6},
+      {"first", [a](auto& m) { m.firstRange.second = a - 0.01; }, 3, a, 0.01,
+       Finding::kRotaryLimit},
+      {"second", [b](auto& m) { m.secondRange.first = b + 0.01; }, 4, b, 0.01,
+       Finding::kRotaryLimit},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    FiveAxisScene scene = m_scene;
+    c.narrow(scene.machine);
+    zvPostingVerifier verifier = VerifierOf(scene);
+    const zvPostingVerdict verdict = Verified(verifier, m_path, m_lines);
+    ASSERT_FALSE(verdict.findings.empty());
+    for (const Finding& f : verdict.findings) {
+      EXPECT_EQ(f.kind, c.kind);
+      EXPECT_EQ(f.axis, c.axis);
+      EXPECT_NEAR(f.value, c.value, c.excess);
+      EXPECT_LE(f.excess, c.excess + 1e-9);
+      EXPECT_NEAR(std::fabs(f.value - f.bound), f.excess, 1e-12);
+    }
+    post::zvVerifierRules rules = verifier.GetRules();
+    rules.limitsCheck = zvKDRParam::checkNothing;
+    verifier.SetRules(rules);
+    EXPECT_TRUE(Verified(verifier, m_path, m_lines).IsClean());
+  }
+}
+
+TEST_F(Mutants, ToleranceSpeedAndCountsAreKept) {
+  post::zvVerifierRules rules = m_verifier.GetRules();
+  const zvPostingVerdict plain = Verified(m_verifier, m_path, m_lines);
+  ASSERT_GT(plain.tip.value, 1e-3);
+  rules.tolerance = {plain.tip.value * 0.97, 180};
+  m_verifier.SetRules(rules);
+  const zvPostingVerdict tight = Verified(m_verifier, m_path, m_lines);
+  ASSERT_FALSE(tight.findings.empty());
+  EXPECT_EQ(tight.findings.front().kind, Finding::kTipOffWay);
+  EXPECT_EQ(tight.tip.line, plain.tip.line);
+  rules.tolerance = {plain.tip.value, plain.axis.value};
+  m_verifier.SetRules(rules);
+  EXPECT_TRUE(Verified(m_verifier, m_path, m_lines).IsClean());
+  rules.tolerance = {};
+  rules.maxRotarySpeed = plain.rotarySpeed.value * 0.999;
+  m_verifier.SetRules(rules);
+  const zvPostingVerdict fast = Verified(m_verifier, m_path, m_lines);
+  ASSERT_FALSE(fast.findings.empty());
+  EXPECT_EQ(fast.findings.front().kind, Finding::kRotarySpeed);
+  // Degrees over the time that the feed takes for the way.
+  const zvPostedLine &a = m_lines[plain.rotarySpeed.line - 1], &b = m_lines[plain.rotarySpeed.line];
+  const double minutes = Distance(a.p_part, b.p_part) / b.feed;
+  EXPECT_NEAR(
+      plain.rotarySpeed.value,
+      std::max(std::fabs(b.degs[0] - a.degs[0]), std::fabs(b.degs[1] - a.degs[1])) / minutes,
+      1e-9 * plain.rotarySpeed.value);
+  rules.maxRotarySpeed = 0;
+  rules.mostFindings = 3;
+  m_verifier.SetRules(rules);
+  const zvPostingVerdict many = Verified(m_verifier, m_path, m_lines);
+  EXPECT_EQ(many.findings.size(), 3u);
+  EXPECT_GT(many.counts[Finding::kRotarySpeed], 50u);
+}
+
+TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {
+  Seeded random;
+  SixAxisScene scene = RandomSixAxisScene(random);
+  const PathBuilder path = Build(PathFor(random, scene.Model(), 3));
+  std::vector<zvPostedLine> lines;
+  for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
+  ASSERT_GT(lines.size(), 2u);
+  lines[1].degs[2] += 0.01;
+  EXPECT_EQ(PlacesOf(Verified(VerifierOf(scene), path, lines)),
+            (std::vector<Place>{{Finding::kLineAxisOff, 1, 5}}));
+}
+
+TEST(PostingVerifier, RefusesMovesOfAnotherClassAndSetupsWithoutNumbers) {
+  const FiveAxisScene scene;
+  misc::zvMemoryPoolProvider provider;
+  const misc::zvMemoryPoolList<post::zvPosted4axMove> list(provider);
+  const PathBuilder path = Build(Source{{{}, {0, 0, 1}}});
+  EXPECT_EQ(IdOf([&] { VerifierOf(scene).Verify(path, list); }), 5043u);
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(IdOf([&] { zvPostingVerifier(scene.machine.MachDef(), {}, {nan, 0, 0}, 0); }), 5039u);
+  EXPECT_EQ(IdOf([&] { zvPostingVerifier(scene.machine.MachDef(), {}, {}, nan); }), 5039u);
 }
 
 }  // namespace
