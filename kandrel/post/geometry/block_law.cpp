@@ -40,6 +40,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/small_turn.h>
 #include <kandrel/post/geometry/way_distance.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
@@ -71,41 +72,6 @@ constexpr double kLargestPiece = 0.25;
 constexpr int kDeepest = 14;
 /// sqrt(3) / 216: the error of a quadratic interpolant for a third derivative of 1.
 constexpr double kQuadraticError = 0.008018753738744802;
-
-/// x(s) of one axis of a point: linear.
-Point Between(const Point& from, const Point& step, double s) {
-  return from + s * step;
-}
-
-/// Of an angle in radians of any size: a few terms of the series where it is small, of which the
-/// first left out is below 1e-18.
-[[gnu::always_inline]] inline zvTurn TurnOf(double rad) noexcept {
-  if (!(std::fabs(rad) < 0.2)) [[unlikely]] {
-    const misc::zvSineAndCosine turn = misc::SineAndCosineOfRadians(rad);
-    return {turn.cosine, turn.sine};
-  }
-  const double z = rad * rad;
-  const double sine =
-      rad + rad * z *
-                (-1.0 / 6 +
-                 z * (1.0 / 120 + z * (-1.0 / 5040 + z * (1.0 / 362880 + z * (-1.0 / 39916800)))));
-  const double cosine =
-      1 + z * (-0.5 + z * (1.0 / 24 +
-                           z * (-1.0 / 720 +
-                                z * (1.0 / 40320 + z * (-1.0 / 3628800 + z * (1.0 / 479001600))))));
-  return {cosine, sine};
-}
-
-zvTurn operator+(const zvTurn& a, const zvTurn& b) noexcept {
-  return {a.cosine * b.cosine - a.sine * b.sine, a.sine * b.cosine + a.cosine * b.sine};
-}
-
-/// A vector turned about a direction through the origin; with the turn of 0 it stays.
-[[gnu::always_inline]] inline Point Turned(const Point& v, const Point& direction,
-                                           const zvTurn& turn) noexcept {
-  return v * turn.cosine + Cross(direction, v) * turn.sine +
-         direction * (Dot(direction, v) * (1 - turn.cosine));
-}
 
 double SizeOf(const Point& p) noexcept {
   return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
@@ -256,7 +222,7 @@ class zvBlockMotion {
       Point outer = m_law.m_outer;
       Point middle = m_law.m_middle;
       Point inner = m_law.m_inner;
-      m_law.NoseOf(outer, middle, inner) += Between(m_from.nose, m_step, s);
+      m_law.NoseOf(outer, middle, inner) += m_from.nose + s * m_step;
       const Point reach = Turned(inner, second, two);
       const Point arm = middle + reach;
       place.tip = outer + Turned(arm, first, one);
