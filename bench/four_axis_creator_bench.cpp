@@ -50,6 +50,7 @@ struct Scene {
   double toolLength = 120;
   std::unique_ptr<zvPosted4axTPCreator> creator;
   std::unique_ptr<zvPosted4axTPCreator> rewinding;
+  std::unique_ptr<zvPosted4axTPCreator> held;  // to a tolerance
   post::zvKDRParam rewindingPar = par;
   std::unique_ptr<ClosedFormFourAxisSolve> closedForm;
   misc::zvMemoryPoolProvider provider;
@@ -67,6 +68,7 @@ struct Scene {
     rewindingPar.SetLimitsCheck(post::zvKDRParam::checkAllAxes);
     rewinding =
         std::make_unique<zvPosted4axTPCreator>(limited, control, rewindingPar, origin, toolLength);
+    held = std::make_unique<zvPosted4axTPCreator>(machDef, control, par, origin, toolLength);
     closedForm = std::make_unique<ClosedFormFourAxisSolve>(
         machDef.GetRotationDirection(), machDef.GetSpindleDirection(), machDef.GetRotationPivot(),
         origin, toolLength);
@@ -83,6 +85,7 @@ struct Scene {
     list.reset();
     creator->ClearPostedList();
     rewinding->ClearPostedList();
+    held->ClearPostedList();
   }
 
  private:
@@ -159,6 +162,12 @@ void AddFourAxisCreator(Suite& suite) {
   const auto post = [scene](Scene::Shape shape, int moves, bool smallMoves) {
     return [=] { scene->creator->Post(scene->Path(shape, moves), smallMoves); };
   };
+  const auto postWithin = [scene](Scene::Shape shape, int moves, double tip, double axis) {
+    return [=] {
+      scene->held->SetPathTolerance({tip, axis});
+      scene->held->Post(scene->Path(shape, moves), true);
+    };
+  };
   const auto add = [&suite](const char* name, int moves, std::function<void()> run,
                             std::function<void()> prepare) {
     suite.cases.push_back({name, 1.0 * moves, std::move(run), std::move(prepare)});
@@ -186,6 +195,12 @@ void AddFourAxisCreator(Suite& suite) {
       path(Spiral, kMillion));
   // 40 degrees at 3 degrees a step give 13 moves between two, so that 71,429 become a million.
   add("4ax/sweep/1M", kMillion, post(Sweep, 71429, true), path(Sweep, 71429));
+  // Half a degree at 80 from the axis leaves 8e-4, and the cone its arc by 1e-4 degrees.
+  add("4ax/within_tolerance/1M", kMillion, postWithin(Spiral, kMillion, 0.01, 0.1),
+      path(Spiral, kMillion));
+  // 3 degrees leave 0.1 or more there; 0.01 asks for 51 lines a step, to 0.97 million.
+  add("4ax/sweep_to_tolerance/1M", kMillion, postWithin(Sweep, 19000, 0.01, 45),
+      path(Sweep, 19000));
   add(
       "4ax/plain_append/1M", kMillion, [append] { AppendPlainly(*append); },
       [append, scene] {
@@ -209,6 +224,9 @@ void AddFourAxisCreator(Suite& suite) {
       {"4 axes: post, extended over small", "4ax/post_extended/1M", "4ax/post_small/1M", 1.6});
   suite.goals.push_back({"4 axes: post with rewindings over without", "4ax/post_rewound/1M",
                          "4ax/post_small/1M", 2.5});
+
+  suite.goals.push_back({"4 axes: post to a tolerance that needs no line, over post",
+                         "4ax/within_tolerance/1M", "4ax/post_small/1M", 1.3});
 
   suite.instructionGoals.push_back({"4 axes: post, small, over the closed form",
                                     "4ax/post_small/1M", "4ax/closed_form/1M", 1.6});

@@ -27,10 +27,10 @@ struct zv4axInterpolator::Blend {
 };
 
 zv4axInterpolator::zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zvKDRParam& par,
-                                     bool smallMoves)
+                                     bool smallMoves, const zvPosted4axMoveMaker::PoleCone& cone)
     : m_maker(maker),
       m_par(par),
-      m_cone(maker.MakePoleCone()),
+      m_cone(cone),
       m_smallMoves(smallMoves),
       m_hasAngleRule(par.GetMaxAngleStep() > 0),
       m_hasDistanceRule(par.GetInterpolateByDistance() && par.GetInterpolationDistance() > 0) {}

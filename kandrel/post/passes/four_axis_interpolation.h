@@ -31,8 +31,12 @@ class KANDREL_API zv4axInterpolator {
   using List = misc::zvMemoryPoolList<Move>;
   using Iterator = List::iterator;
 
-  /// Steps are those of `par`, the pole tolerance is the maker's. Both must outlive the object.
-  zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zvKDRParam& par, bool smallMoves);
+  /// Steps are those of `par`, the pole tolerance is the maker's or that of `cone`. Maker and
+  /// parameters must outlive the object.
+  zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zvKDRParam& par, bool smallMoves)
+      : zv4axInterpolator(maker, par, smallMoves, maker.MakePoleCone()) {}
+  zv4axInterpolator(const zvPosted4axMoveMaker& maker, const zvKDRParam& par, bool smallMoves,
+                    const zvPosted4axMoveMaker::PoleCone& cone);
 
   /// Puts the moves between `to` and the move before it. When it throws, some stay.
   void Between(List& list, Iterator to) const { Refine(list, std::prev(to), to, 0); }

@@ -16,7 +16,7 @@ zv4axListBuilder::zv4axListBuilder(List& list, const zvPosted4axMoveMaker& maker
       m_orientationCone(machDef),
       m_poleCone(keeper != nullptr ? keeper->GetPoleCone() : maker.MakePoleCone()),
       m_pairs(maker.GetKinematics(), m_orientationCone, m_poleCone.eps),
-      m_interpolator(maker, par, smallMoves),
+      m_interpolator(maker, par, smallMoves, m_poleCone),
       m_smallMoves(smallMoves),
       m_keeper(keeper) {}
 
@@ -51,6 +51,9 @@ void zv4axListBuilder::Join(Iterator previous, Iterator move) {
   } else if (!(std::fabs(move->GetRotaryAngle() - previous->GetRotaryAngle()) <=
                m_interpolator.GetShortStep())) {
     m_interpolator.Between(m_list, move);
+    if (m_keeper == nullptr) return;
+    // A blend is rapid between two that are. What isn't would be held to the tolerance.
+    while (++previous != move) previous->SetRapid(true);
   }
 }
 

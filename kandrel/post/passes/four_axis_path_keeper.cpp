@@ -49,7 +49,7 @@ class zv4axPathKeeper::Walk {
         m_to(to),
         m_last(keeper.PlaceOf(*std::prev(to))),
         m_start(m_last),
-        m_end(keeper.PlaceOf(*to, m_last.Deg())),
+        m_end(keeper.EndOf(*std::prev(to), *to)),
         m_isSmall(keeper.m_smallMoves || to->HasNoExtended() || std::prev(to)->HasNoExtended()),
         m_between(*std::prev(to), *to, m_isSmall, zvBlendedOrientations::kOfCurrent) {}
 
@@ -154,13 +154,25 @@ zv4axPathKeeper::Place zv4axPathKeeper::PlaceOf(const Move& move) const {
           move.GetPartPosition()};
 }
 
-// With the angle within half a turn of another.
-zv4axPathKeeper::Place zv4axPathKeeper::PlaceOf(const Move& move, double nearDeg) const {
-  return {m_law.StationAt({move.GetMachinePosition(), Near(move.GetRotaryAngle(), nearDeg)}),
-          move.GetPartPosition()};
+// A line with its angle on the shorter way from the line before. Next to half a turn the angles,
+// which may be snapped to 0 or 180, don't tell which it is: then the orientations do.
+zv4axPathKeeper::Place zv4axPathKeeper::EndOf(const Move& from, const Move& to) const {
+  const double start = from.GetRotaryAngle();
+  double deg = Near(to.GetRotaryAngle(), start);
+  if (std::fabs(deg - start) > misc::kFullTurnDeg / 2 - 2 * misc::kSnappedTool) {
+    const double other = deg > start ? deg - misc::kFullTurnDeg : deg + misc::kFullTurnDeg;
+    const Point halfway = from.GetOrientation().Normalized() + to.GetOrientation().Normalized();
+    const zv4axKinematics& kinematics = m_maker.GetKinematics();
+    const auto towards = [&](double end) {
+      return Dot(kinematics.Orientation((start + end) / 2), halfway);
+    };
+    if (towards(other) > towards(deg)) deg = other;
+  }
+  return {m_law.StationAt({to.GetMachinePosition(), deg}), to.GetPartPosition()};
 }
 
 // How much of a block's greatest length this one uses: the tolerance goes by the square of it.
+// Blocks of far turns are divided in any case, so that nobody takes them the other way round.
 double zv4axPathKeeper::Use(const Place& from, const Place& to) const {
   constexpr double kFarTurn = 45;
   double use = 0;
@@ -168,7 +180,7 @@ double zv4axPathKeeper::Use(const Place& from, const Place& to) const {
   if (m_step > 0)
     use = turn <= m_step + misc::kAngleBorder / 2 ? std::min(1.0, turn / m_step) : turn / m_step;
   if (m_distance > 0) use = std::max(use, (to.p_part - from.p_part).Length() / m_distance);
-  if (turn > kFarTurn && use > 1) return use;
+  if (!(turn <= kFarTurn)) return std::max(use, turn / kFarTurn);
   const zvBlockLaw::Way way{{from.p_part, from.station.pose.axis},
                             {to.p_part, to.station.pose.axis}};
   constexpr double kAnyAngle = misc::kFullTurnDeg;
@@ -180,7 +192,7 @@ double zv4axPathKeeper::Use(const Place& from, const Place& to) const {
 // Whether the cone leaves the arc by more than is allowed, between two solved moves.
 bool zv4axPathKeeper::LeavesArc(const Move& from, const Move& to) const {
   const Place start = PlaceOf(from);
-  const Place end = PlaceOf(to, start.Deg());
+  const Place end = EndOf(from, to);
   const double rad = (end.Deg() - start.Deg()) * misc::kRadiansPerDegree;
   if (std::fabs(rad) <= kSmallTurn * misc::kRadiansPerDegree && rad * rad * m_bend <= m_plainAxis)
     return false;
@@ -204,10 +216,8 @@ void zv4axPathKeeper::Divide(List& list, Iterator to) {
   const zvMarchResult result = March(walk, 1);
   if (result.leaps != 0) m_hasBroken = true;
   if (result.canBeThin)
-    ThinOut(list, from, to, [this](const Move& a, const Move& b) {
-      const Place anchor = PlaceOf(a);
-      return Use(anchor, PlaceOf(b, anchor.Deg())) <= 1;
-    });
+    ThinOut(list, from, to,
+            [this](const Move& a, const Move& b) { return Use(PlaceOf(a), EndOf(a, b)) <= 1; });
 }
 
 void zv4axPathKeeper::Keep(List& list) {
@@ -219,6 +229,8 @@ void zv4axPathKeeper::Keep(List& list) {
   for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
     list.PrefetchAfter(*to);
     if (to->IsRapid() || IsPlain(*from, *to)) continue;
+    // What doesn't turn is on its way; and nothing belongs on that down to the part.
+    if (to->GetRotaryAngle() == from->GetRotaryAngle()) continue;
     if (isOwn(*from) && isOwn(*to) && !(Use(PlaceOf(*from), PlaceOf(*to)) <= 1)) Divide(list, to);
   }
 }

@@ -28,8 +28,9 @@ namespace post {
 ///    as dense as tip and steps ask.
 /// 2. There is no leap: what points alike stands alike. A move counts as on a pole, at exactly 0 or
 ///    180 degrees, only where angles can't be solved.
-/// 3. Between opposite orientations the axis turns half round, whichever way rounding says. A flat
-///    cone holds the tolerance there too.
+/// 3. Between opposite orientations the axis turns half round, on either side. A flat cone holds
+/// the
+///    tolerance there too.
 ///
 /// Refers to the maker and the parameters.
 class KANDREL_API zv4axPathKeeper {
@@ -101,7 +102,7 @@ class KANDREL_API zv4axPathKeeper {
   double Reach(const Move& move) const noexcept { return SumOf(move.GetPartPosition() + m_toAxis); }
 
   Place PlaceOf(const Move& move) const;
-  Place PlaceOf(const Move& move, double nearDeg) const;
+  Place EndOf(const Move& from, const Move& to) const;
   double Use(const Place& from, const Place& to) const;
   bool LeavesArc(const Move& from, const Move& to) const;
   void Divide(List& list, Iterator to);

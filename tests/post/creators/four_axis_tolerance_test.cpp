@@ -1,0 +1,291 @@
+// 4-axis postings held to a path tolerance: the law by rigid bodies, how many lines it takes, what
+// can't be held, refusals.
+#include <kandrel/misc/range_exception.h>
+#include <tests/support/four_axis_scenes.h>
+#include <tests/support/laws.h>
+#include <tests/support/outcome.h>
+
+#include <cmath>
+#include <limits>
+
+namespace tests {
+
+namespace {
+
+using post::zvPathTolerance;
+using post::zvToleranceReport;
+
+constexpr double kRad = 0.017453292519943295;
+
+struct Held {
+  Outcome outcome;
+  zvToleranceReport report;
+};
+Held PostHeld(const FourAxisScene& scene, const Source& source, const zvPathTolerance& tolerance,
+              bool small = false) {
+  auto creator = scene.Creator();
+  creator.SetPathTolerance(tolerance);
+  Held held{PostBy(creator, Build(source), small), {}};
+  held.report = creator.GetToleranceReport();
+  return held;
+}
+
+// Turns of all sizes, over and beside 0 and 180, on the spot too; tips a metre about; orientations
+// of any length and as files have them.
+Source AnyPath(const FourAxisScene& scene, Seeded& random) {
+  Source source;
+  double deg = random.Real(-180, 180);
+  Point tip = random.Vector(1000 / std::sqrt(3));
+  for (int k = random.Integer(2, 8); k > 0; --k) {
+    const double length = random.Chance(0.8) ? 1 : std::pow(10, random.Real(-2, 2));
+    source.push_back({tip, scene.Tool(deg) * length, 1000, random.Chance(0.1)});
+    if (length == 1 && random.Chance(0.2))
+      source.back().orientation = Rounded(source.back().orientation);
+    const double turn = std::pow(10, random.Real(-4, 2.2));
+    if (random.Chance(0.2))
+      deg = (random.Chance(0.5) ? 180 : 0) + (random.Chance(0.5) ? turn : -turn) * 1e-3;
+    else
+      deg += random.Chance(0.5) ? turn : -turn;
+    // Opposite ones, which have no arc of their own, stand in another test.
+    if (DegBetween(scene.Tool(deg), source.back().orientation) > 179.9) deg += 1;
+    if (random.Chance(0.8)) tip += random.Vector(std::pow(10, random.Real(-2, 2)));
+  }
+  return source;
+}
+
+TEST(FourAxisTolerance, IsHeldWhateverTheMachine) {
+  Seeded random;
+  int held = 0, reported = 0;
+  std::size_t more = 0;
+  for (int i = 0; i < 1500; ++i) {
+    SCOPED_TRACE(i);
+    FourAxisScene scene = RandomFourAxisScene(random);
+    scene.par.SetMaxAngleStep(random.Chance(0.2) ? 0 : random.Real(0.5, 40));
+    scene.par.SetMaxAngleJump(1000);
+    if (random.Chance(0.2)) {
+      scene.par.SetInterpolateByDistance(true);
+      scene.par.SetInterpolationDistance(random.Real(1, 50));
+    }
+    const zvPathTolerance tolerance(std::pow(10, random.Real(-4, 0)),
+                                    std::pow(10, random.Real(-2.5, 0.5)));
+    const Source source = AnyPath(scene, random);
+    const auto [outcome, report] = PostHeld(scene, source, tolerance);
+    ASSERT_EQ(outcome.id, 0u);
+    ExpectSource(source, outcome.lines);
+    const Rules rules = Rules::Of(scene);
+    ExpectPoses(rules, outcome.lines);
+    // No line brings the tool nearer to the arc than its cone; where that is flat nothing is lost.
+    const double opening = DegBetween(scene.machine.axis, scene.machine.spindle);
+    EXPECT_TRUE(report.IsHeld() || std::fabs(opening - 90) > 1e-9);
+    EXPECT_LE(report.largestTip, tolerance.GetTip());
+    ExpectFollows(rules, source, outcome.lines,
+                  {std::max(tolerance.GetAxis(), report.largestAxis) * (1 + 1e-6),
+                   tolerance.GetTip() * (1 + 1e-6)});
+    for (std::size_t k = 1; k < outcome.lines.size(); ++k) {
+      const Line &a = outcome.lines[k - 1], &b = outcome.lines[k];
+      if (b.rapid) continue;
+      const double step = scene.par.GetMaxAngleStep();
+      EXPECT_TRUE(!(step > 0) || std::fabs(b.degs[0] - a.degs[0]) <= step + 1e-9) << k;
+      EXPECT_TRUE(!scene.par.GetInterpolateByDistance() ||
+                  (b.part - a.part).Length() <= scene.par.GetInterpolationDistance() + 1e-9)
+          << k;
+    }
+    ++(report.IsHeld() ? held : reported);
+    more += outcome.lines.size() - source.size();
+    if (HasFailure()) return;
+  }
+  EXPECT_GT(held, 900);
+  EXPECT_GT(reported, 100);
+  EXPECT_GT(more, 100000u);
+}
+
+FourAxisScene Table(double openingDeg = 90) {
+  FourAxisScene scene;
+  scene.machine.axis = {std::sin(openingDeg * kRad), 0, std::cos(openingDeg * kRad)};
+  scene.machine.pivot = {3, -4, 50};
+  scene.origin = {10, 20, 30};
+  scene.toolLength = 120;
+  return scene;
+}
+
+// The fewest lines, found by trying: from line to line the longest block that keeps to the path and
+// to the largest step, looked for by halving and looked at in many places.
+std::size_t LongestBlocks(const FourAxisScene& scene, const Source& source, double tip) {
+  const Rules rules = Rules::Of(scene);
+  const auto maker = scene.Maker();
+  std::size_t count = 1;
+  double last = Post(scene, {source[0]}).lines[0].degs[0];
+  for (std::size_t k = 1; k < source.size(); ++k) {
+    const SourceMove &from = source[k - 1], &to = source[k];
+    const double first = last;
+    const double alone = Post(scene, {to}).lines[0].degs[0];
+    const double end = first + std::remainder(alone - first, 360);
+    const auto at = [&](double t) {
+      const Point part = from.tip * (1 - t) + to.tip * t;
+      const double deg = first * (1 - t) + end * t;
+      return Line{maker.GetKinematics().MachinePosition(part, deg), part, {}, {deg}};
+    };
+    const auto holds = [&](const Line& a, const Line& b) {
+      if (!(Turn(a, b) <= scene.par.GetMaxAngleStep())) return false;
+      for (double t = 0.0625; t < 1; t += 0.0625)
+        if (OffLine(ToPoint(rules.PoseAt(Between(a, b, t, false)).tip), a.part, b.part) > tip)
+          return false;
+      return true;
+    };
+    for (double place = 0; place < 1; ++count) {
+      double low = place, high = 1;
+      if (holds(at(place), at(1))) low = 1;
+      for (int i = 0; i < 25 && low < 1; ++i) {
+        const double middle = (low + high) / 2;
+        (holds(at(place), at(middle)) ? low : high) = middle;
+      }
+      place = low;
+    }
+    last = end;
+  }
+  return count;
+}
+
+TEST(FourAxisTolerance, TakesFewMoreLinesThanTheLongestBlocks) {
+  struct Case {
+    bool onTable;
+    double opening, tip, turn, far, largestStep;
+  };
+  for (const Case& c : {Case{true, 90, 0.01, 7, 80, 3}, Case{true, 90, 0.0005, 2, 80, 3},
+                        Case{true, 45, 0.01, 25, 200, 3}, Case{false, 90, 0.01, 12, 500, 10},
+                        Case{true, 80, 1, 40, 900, 5}, Case{true, 90, 0.1, 60, 5, 30},
+                        Case{false, 30, 0.001, 90, 10, 30}}) {
+    SCOPED_TRACE(testing::Message() << c.onTable << ' ' << c.opening << ' ' << c.tip);
+    FourAxisScene scene = Table(c.opening);
+    scene.machine.onTable = c.onTable;
+    scene.par.SetMaxAngleStep(c.largestStep);
+    Source source;
+    for (int i = 0; i < 40; ++i)
+      source.push_back({{i * 0.5, c.far * std::cos(0.1 * i), c.far * std::sin(0.07 * i)},
+                        scene.Tool(c.turn * i + 3 * std::sin(0.5 * i))});
+    const Held held = PostHeld(scene, source, {c.tip, 90});
+    EXPECT_TRUE(held.report.IsHeld());
+    const std::size_t fewest = LongestBlocks(scene, source, c.tip);
+    EXPECT_GT(fewest, source.size());
+    EXPECT_LE(static_cast<double>(held.outcome.lines.size()), 1.15 * static_cast<double>(fewest))
+        << fewest;
+  }
+}
+
+// Between directions of a cone with the half-angle b, a turn of 2 h apart about its axis, the cone
+// is off their arc by the sine sin(b) cos(b) (1 - cos(h)) / sqrt(1 - sin(b)^2 sin(h)^2).
+TEST(FourAxisTolerance, SaysWhatTheConeLeavesTheArcBy) {
+  for (const double opening : {90.0, 80.0, 45.0, 150.0})
+    for (const double turn : {0.5, 4.0, 30.0, 100.0, -175.0}) {
+      SCOPED_TRACE(testing::Message() << opening << ' ' << turn);
+      const double s = std::sin(opening * kRad), h = turn / 2 * kRad;
+      const double off = std::asin(std::fabs(s * std::cos(opening * kRad)) * (1 - std::cos(h)) /
+                                   std::sqrt(1 - std::pow(s * std::sin(h), 2))) /
+                         kRad;
+      const FourAxisScene scene = Table(opening);
+      const Source source{{{5, 0, 0}, scene.Tool(20.0)},
+                          {{6, 0, 0}, scene.Tool(20.0 + turn)},
+                          {{7, 0, 0}, scene.Tool(20.0 + turn)}};
+      for (const double part : {0.97, 1.03}) {
+        const double tolerance = off * part;
+        if (tolerance < 0.01) continue;
+        for (const bool small : {false, true}) {
+          const Held held = PostHeld(scene, source, {0.01, tolerance}, small);
+          EXPECT_EQ(held.report.IsHeld(), part > 1);
+          if (part > 1) continue;
+          EXPECT_NEAR(held.report.largestAxis, off, 0.021 * off);
+          // Its lines are in the midst of the turn.
+          const std::size_t lines = held.outcome.lines.size() - 2;
+          ASSERT_LE(held.report.count, lines);
+          const auto middle = static_cast<double>(lines + 1) / 2;
+          EXPECT_LE(held.report.lines[0].index, middle + 0.5);
+          EXPECT_GE(held.report.lines[0].index + held.report.count, middle + 0.5);
+          EXPECT_EQ(held.report.lines[0].source, small ? -1 : lines > 1 ? 0 : 1);
+        }
+      }
+    }
+}
+
+// Half a turn, or nearly, about an axis that is square to the spindle: on the side of the arc where
+// there is one, though angles beside 0 and 180 are solved as just these.
+TEST(FourAxisTolerance, OppositeOrientationsAndEqualMovesAreHeld) {
+  const FourAxisScene scene = Table();
+  struct Case {
+    double from, to, side;  // side: of the half circle, by Y; 0 for either
+  };
+  for (const Case& c : {Case{0, 180, 0}, Case{0, 180 - 3e-4, 1}, Case{0, 180 + 3e-4, -1},
+                        Case{-3e-4, 180 - 7e-4, 1}, Case{180, 3e-4, 1}, Case{180, -3e-4, -1}}) {
+    SCOPED_TRACE(testing::Message() << c.from << ' ' << c.to);
+    const Source source{{{5, 60, 0}, scene.Tool(c.from)},
+                        {{5, 60, 0}, scene.Tool(c.from)},
+                        {{5, 70, 0}, scene.Tool(c.to)}};
+    const double side = c.side * (scene.Tool(90.0).y > 0 ? 1 : -1);
+    const auto [outcome, report] = PostHeld(scene, source, {0.01, 0.1});
+    ASSERT_EQ(outcome.id, 0u);
+    EXPECT_TRUE(report.IsHeld());
+    ExpectSource(source, outcome.lines);
+    EXPECT_GT(outcome.lines.size(), 60u);
+    for (std::size_t k = 1; k < outcome.lines.size(); ++k)
+      for (double t = 0; t <= 1; t += 0.125) {
+        const Line &a = outcome.lines[k - 1], &b = outcome.lines[k];
+        EXPECT_LE(std::fabs(b.degs[0] - a.degs[0]), scene.par.GetMaxAngleStep() + 1e-9);
+        const rigid::Pose pose = Rules::Of(scene).PoseAt(Between(a, b, t, false));
+        EXPECT_LE(OffLine(ToPoint(pose.tip), {5, 60, 0}, {5, 70, 0}), 0.01);
+        EXPECT_NEAR(pose.axis[0], 0, 1e-12);
+        EXPECT_GE(pose.axis[1] * side, -2e-5);
+      }
+  }
+}
+
+// Turn upon turn in a range of one and a bit: rewound, and still within the tolerance.
+TEST(FourAxisTolerance, RewoundPathsAreHeld) {
+  FourAxisScene scene = Table();
+  scene.machine.range = {-200, 200};
+  scene.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
+  Source source;
+  for (int i = 0; i < 200; ++i)
+    source.push_back({{i * 0.1, 80, 30}, scene.Tool(i * 11.0), 500, false, -1});
+  const auto [outcome, report] = PostHeld(scene, source, {0.02, 0.1});
+  ASSERT_EQ(outcome.id, 0u);
+  EXPECT_GT(outcome.counts.rewindings, 3u);
+  EXPECT_TRUE(report.IsHeld());
+  ExpectWithinRanges(Rules::Of(scene), outcome.lines);
+  ExpectFollows(Rules::Of(scene), source, outcome.lines, {0.1, 0.02});
+}
+
+TEST(FourAxisTolerance, SmallMovesAreTheSameAndOffIsAsBefore) {
+  const FourAxisScene scene = Table(80);
+  Seeded random;
+  const Source source = AnyPath(scene, random);
+  const Lines plain = Post(scene, source).lines;
+  auto creator = scene.Creator();
+  creator.SetPathTolerance({0.01, 0.1});
+  const Lines lines = PostBy(creator, Build(source)).lines;
+  EXPECT_GT(lines.size(), plain.size());
+  EXPECT_EQ(PostBy(creator, Build(source), true).lines, Small(lines));
+  creator.SetPathTolerance({});
+  EXPECT_EQ(PostBy(creator, Build(source)).lines, plain);
+}
+
+TEST(FourAxisTolerance, WhatNumbersDoNotHoldIsRefusedWithTheSmallest) {
+  struct Case {
+    double tip, axis, far, smallest;
+  };
+  for (const Case& c : {Case{0.9e-8, 1, 0, 1e-8}, Case{1e-7, 1.9e-3, 0, 2e-3},
+                        Case{1e-7, 1, 1e6, 1000200e-12}, Case{1, 1, 1e200, 1e188}}) {
+    const FourAxisScene scene = Table();
+    auto creator = scene.Creator();
+    creator.SetPathTolerance({c.tip, c.axis});
+    const Source source{{{}, {0, 0, 1}}, {{c.far, 0, 0}, {0, 0, 1}}};
+    try {
+      creator.Post(Build(source), false);
+      FAIL() << c.smallest;
+    } catch (const misc::zvRangeException<double>& e) {
+      EXPECT_NEAR(*e.GetMinimum() / c.smallest, 1, 1e-9);
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace tests
