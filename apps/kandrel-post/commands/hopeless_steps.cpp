@@ -15,10 +15,6 @@ namespace kandrel_post {
 
 namespace {
 
-// Bytes of a posted move in its list, with and without its extended block, rounded down.
-constexpr double kSmallMoveBytes = 144;
-constexpr double kExtendedMoveBytes = 205;
-
 // In radians; 0 for orientations that are no directions, which the creator refuses.
 double HalfAngleBetween(const cadcam::zvCNCMove& a, const cadcam::zvCNCMove& b) {
   const auto& from = a.GetOrientation();
@@ -65,7 +61,7 @@ void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRPa
   }
   const bool byDistance = distances.Get() >= angles.Get();
   const StepCount& larger = byDistance ? distances : angles;
-  const double bytes = larger.Get() * (small ? kSmallMoveBytes : kExtendedMoveBytes);
+  const double bytes = larger.Get() * PostedMoveBytes(small);
   if (bytes > static_cast<double>(UsableMemory()))
     Fail(fmt::format("{} of {} inserts {:.2g} moves, more than memory holds",
                      byDistance ? "an interpolationDistance" : "a maxAngleStep", larger.GetStep(),

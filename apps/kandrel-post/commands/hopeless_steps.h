@@ -13,4 +13,9 @@ namespace kandrel_post {
 void RefuseHopelessSteps(const cadcam::zvToolPath& toolPath, const post::zvKDRParam& par,
                          bool turning, bool small);
 
+/// Bytes of a posted move in its list, with its extended block or without it, rounded down.
+constexpr double PostedMoveBytes(bool small) {
+  return small ? 144 : 205;
+}
+
 }  // namespace kandrel_post

@@ -29,6 +29,7 @@
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/hopeless_steps.h"
+#include "kandrel-post/commands/hopeless_tolerance.h"
 #include "kandrel-post/commands/limit_lines.h"
 #include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/commands/report.h"
@@ -251,9 +252,10 @@ void RunPost(const PostOptions& options) {
   progress.Stage("reading");
   const ClProgram program = ReadClFile(options.toolPathFile, options.rapidLinkType, progress);
   RefuseHopelessSteps(program.toolPath, par, AxisCount(machine) > 3, options.small);
+  progress.Stage("posting");
+  RefuseHopelessTolerance(options, machine, par, program.toolPath);
 
   OutputFolder folder(options.folder);
-  progress.Stage("posting");
   const Job job{options, machine, par, program.toolPath,
                 PathToleranceOf(options.tolerance, program.toolPath.GetUnits())};
   const PostOutcome outcome = PostOrTellLimits(job, folder, progress);

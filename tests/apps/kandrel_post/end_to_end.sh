@@ -183,6 +183,10 @@ if ! nm -D "$app" 2>/dev/null | grep -q __asan; then
   [ $? -eq 1 ] || complain "too little memory: exit code"
   grep -q '^error 0: ' stderr || complain "too little memory: $(cat stderr)"
   [ ! -e little ] || complain "too little memory leaves files"
+  # A tolerance that no memory holds is refused before it fills it: 60 degrees there and back.
+  awk 'BEGIN { for (i = 0; i < 20000; ++i) print "GOTO/0,0," i ",0," i % 2 * 1.7 ",1" }' >many.cl
+  expect 1 'error 0: a tolerance of 1e-08 takes some .* lines, more than memory holds' \
+    post -m preset:fork_ca -t many.cl -o little --tolerance 1e-8 --tool-length 2000
 fi
 
 [ $failures -eq 0 ] || echo "$failures failures" >&2
