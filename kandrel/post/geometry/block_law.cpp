@@ -66,8 +66,8 @@ constexpr double kNear = 1.02;
 constexpr double kNearLength = 1e-9;
 constexpr double kNearSine = 1.7e-8;
 /// The largest turn, radians, that is looked at piece by piece, and that of one piece at first.
-constexpr double kLargestTurn = 40 * misc::kPi;
-constexpr double kLargestPiece = 0.25;
+constexpr double kLargestTurn = 10 * misc::kPi;
+constexpr double kLargestPiece = 0.5;
 /// How often a piece is halved at most.
 constexpr int kDeepest = 14;
 /// sqrt(3) / 216: the error of a quadratic interpolant for a third derivative of 1.

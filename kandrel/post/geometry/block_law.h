@@ -29,8 +29,9 @@ struct zvBlockDeviation {
 /// 2. Bounds hold in doubles: 1e-13 of the size of the numbers, and 1e-11 degrees, are added for
 ///    rounding. "Size" is that of the machine position, the way and the machine's own lengths.
 /// 3. A line that is infinite or NaN has infinite bounds, and holds nothing.
-/// 4. A block that turns an axis by more than 20 turns has bounds of what can be reached at all: so
-///    the work for a block has an end, some 100 ns for one of a few degrees and some 10 us a turn.
+/// 4. A block that turns its axes by more than 5 turns in sum has bounds of what can be reached at
+///    all: so the work for a block has an end, some 0.3 us for one of a few degrees and some 0.1 ms
+///    for one of a turn.
 class KANDREL_API zvBlockLaw {
  public:
   using Point = cadcam::zvTPoint3d<double>;
@@ -82,7 +83,7 @@ class KANDREL_API zvBlockLaw {
   void MoveOn(const Station& previous, const Line& line, Station& station) const noexcept;
   Pose PoseAt(const Line& line) const noexcept { return StationAt(line).pose; }
 
-  /// Bounds without an angle's sine, some 20 ns: never too small, often far too large. For lines
+  /// Bounds without an angle's sine, some 40 ns: never too small, often far too large. For lines
   /// whose poses are those of the way, but for rounding; what they are off it by comes on top.
   zvBlockDeviation Guess(const Station& from, const Station& to) const noexcept;
   zvBlockDeviation Guess(const Line& from, const Line& to) const noexcept {
