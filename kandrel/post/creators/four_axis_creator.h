@@ -31,6 +31,15 @@ class zv4axPathKeeper;
 ///    run in force, so that one which the caller has set isn't lost.
 /// 5. SetMachDef changes the machine of checks, alignment and rewindings; retractions around jumps
 ///    stay with the machine of the constructor, as they start from positions solved with it.
+/// 6. With a path tolerance every feed block holds it: with all axes moving linearly from line to
+///    line the tip stays within its tolerance of the line between the two part positions and of the
+///    source segment, and the tool within its own of the shortest arc between the source
+///    orientations. Between two moves the axis turns evenly, also between opposite orientations.
+///    maxAngleStep and interpolationDistance stay upper bounds, the pole tolerance has no effect,
+///    and what is put on the way of a rapid move is rapid. The one rotary axis has one way between
+///    two orientations, along its cone: where that is no arc, and so off it by more than the
+///    tolerance, no line can help, and the blocks concerned stand in GetToleranceReport. Lifts and
+///    what comes down from them are off the path, and straight.
 class KANDREL_API zvPosted4axTPCreator
     : public zvCreatorOf<zvPosted4axTPCreator, post::zv4axMachDef, post::zvPosted4axMove,
                          post::zvPosted4axMoveMaker> {
@@ -54,7 +63,9 @@ class KANDREL_API zvPosted4axTPCreator
   /// 5051 for a rewinding whose first move isn't found; 2503 for a plain zvCNCMove;
   /// zvKandrelException 2637 for a link type above 5; zvcadcamException 2189 for a zero
   /// orientation, for an alignment that has no axis, and between orientations exactly opposite;
-  /// "Accessing NULL pointer" for a null in the toolpath. Linear in the number of posted moves.
+  /// "Accessing NULL pointer" for a null in the toolpath; misc::zvRangeException for a path
+  /// tolerance too small for the machine's and the path's size, which names the smallest. Linear in
+  /// the number of posted moves.
   ListPointer Post(const cadcam::zvToolPath& toolpath, bool smallMoves);
 
   /// A single move with an extended block, without limits and without a check that its orientation

@@ -20,6 +20,8 @@
 /// 2. SetMachDef changes the machine of the limit, unit and orientation checks and of alignments.
 /// 3. A toolpath that needs no alignment leaves the matrix of an earlier run in force, so that one
 ///    which the caller has set isn't lost.
+/// 4. A path tolerance of any size is taken, and holds without a line more: nothing turns, so that
+///    the tip goes straight from line to line. Its report is empty.
 class KANDREL_API zvPosted3axTPCreator
     : public zvCreatorOf<zvPosted3axTPCreator, post::zv3axMachDef, post::zvPosted3axMove,
                          post::zvPosted3axMoveMaker> {

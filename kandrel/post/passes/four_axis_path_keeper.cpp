@@ -1,5 +1,4 @@
 #include <kandrel/misc/angles.h>
-#include <kandrel/misc/range_exception.h>
 #include <kandrel/post/passes/four_axis_path_keeper.h>
 #include <kandrel/post/passes/intermediate_moves.h>
 #include <kandrel/post/passes/step_counts.h>
@@ -20,10 +19,8 @@ namespace {
 constexpr double kSmallTurn = 20;
 /// What a guess of a length may be of what is allowed: the rest is for rounding.
 constexpr double kOfAllowed = 0.95;
-
-double Size(const Point& p) {
-  return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
-}
+/// What is held of a tolerance: whole turns that are added later round the angles anew.
+constexpr double kKept = 0.999;
 
 // The angle that is within half a turn of `near`.
 double Near(double deg, double near) {
@@ -58,8 +55,9 @@ class zv4axPathKeeper::Walk {
 
   double GetPlace() const { return m_at; }
   bool IsTiny(double step) const {
-    return step < misc::kEqual || (step * Turn() <= misc::kSameStep &&
-                                   step * Length() <= m_keeper.m_tolerance.GetTip() / 10);
+    return step < misc::kEqual ||
+           (step * Turn() <= misc::kSameStep &&
+            step * Length() <= m_keeper.m_rules.GetTolerance().GetTip() / 10);
   }
   double Try(double t) {
     m_triedAt = t;
@@ -111,25 +109,14 @@ zv4axPathKeeper::zv4axPathKeeper(const zvPosted4axMoveMaker& maker,
                                  bool smallMoves)
     : m_maker(maker),
       m_par(par),
-      m_tolerance(tolerance),
+      m_rules(tolerance, par,
+              SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
+                  SizeOf(maker.GetMachDef().GetRotationPivot())),
       m_law(maker.GetMachDef(), partOrigin, toolLengthCompensation),
       m_smallMoves(smallMoves),
       m_isOnTable(maker.GetKinematics().GetConstants().isOnTable),
       m_toAxis(partOrigin - maker.GetMachDef().GetRotationPivot()),
       m_cone(maker.MakePoleCone(misc::kNarrowestPole)) {
-  m_step = par.GetMaxAngleStep() > 0 ? par.GetMaxAngleStep() : 0;
-  m_distance = par.GetInterpolateByDistance() && par.GetInterpolationDistance() > 0
-                   ? par.GetInterpolationDistance()
-                   : 0;
-  m_size = Size(partOrigin) + std::fabs(toolLengthCompensation) +
-           Size(maker.GetMachDef().GetRotationPivot());
-  m_farthest = tolerance.GetTip() / misc::kSmallestTipPart - m_size;
-  if (!(tolerance.GetTip() >= misc::kSmallestTipTolerance)) RefuseAt({});
-  RequireHeldAt({});
-  if (!(tolerance.GetAxis() >= misc::kSmallestAxisTolerance))
-    throw misc::zvRangeException<double>(misc::kSmallestAxisTolerance, std::nullopt,
-                                         tolerance.GetAxis());
-
   // Between two directions of the cone, 2 h apart about its axis a, the plane of their arc goes
   // through k a + r cos(h) e and f, where k and r are cosine and sine of the cone's half-angle and
   // e, f, a are square to each other. The direction at the turn u is off the plane by the sine
@@ -137,16 +124,10 @@ zv4axPathKeeper::zv4axPathKeeper(const zvPosted4axMoveMaker& maker,
   const double k = maker.GetKinematics().GetCone().GetCosine();
   constexpr double kCosineAndAngle = 1.05;  // of a small turn: the cosine, and an angle by its sine
   m_bend = std::fabs(k) * std::sqrt(std::max(0.0, 1 - k * k)) / 8 * kCosineAndAngle;
-  m_plainTurn = m_step > 0 ? std::min(m_step, kSmallTurn) : kSmallTurn;
+  m_plainTurn = m_rules.GetStep() > 0 ? std::min(m_rules.GetStep(), kSmallTurn) : kSmallTurn;
   m_plainTip = 8 * kOfAllowed * tolerance.GetTip();
   m_plainAxis = (tolerance.GetAxis() - misc::kSnappedTool) * misc::kRadiansPerDegree;
   m_armOfHead = std::fabs(toolLengthCompensation);
-}
-
-void zv4axPathKeeper::RefuseAt(const Point& p_part) const {
-  throw misc::zvRangeException<double>(
-      std::max(misc::kSmallestTipTolerance, misc::kSmallestTipPart * (m_size + Size(p_part))),
-      std::nullopt, m_tolerance.GetTip());
 }
 
 zv4axPathKeeper::Place zv4axPathKeeper::PlaceOf(const Move& move) const {
@@ -175,17 +156,14 @@ zv4axPathKeeper::Place zv4axPathKeeper::EndOf(const Move& from, const Move& to) 
 // Blocks of far turns are divided in any case, so that nobody takes them the other way round.
 double zv4axPathKeeper::Use(const Place& from, const Place& to) const {
   constexpr double kFarTurn = 45;
-  double use = 0;
   const double turn = std::fabs(to.Deg() - from.Deg());
-  if (m_step > 0)
-    use = turn <= m_step + misc::kAngleBorder / 2 ? std::min(1.0, turn / m_step) : turn / m_step;
-  if (m_distance > 0) use = std::max(use, (to.p_part - from.p_part).Length() / m_distance);
+  const double use = m_rules.UseOfSteps(turn, (to.p_part - from.p_part).Length());
   if (!(turn <= kFarTurn)) return std::max(use, turn / kFarTurn);
   const zvBlockLaw::Way way{{from.p_part, from.station.pose.axis},
                             {to.p_part, to.station.pose.axis}};
   constexpr double kAnyAngle = misc::kFullTurnDeg;
   const zvBlockDeviation off = m_law.BoundAbove(from.station, to.station, way, {0, kAnyAngle});
-  const double tip = std::sqrt(off.tip / m_tolerance.GetTip());
+  const double tip = std::sqrt(off.tip / (kKept * m_rules.GetTolerance().GetTip()));
   return tip >= 0 ? std::max(use, tip) : std::numeric_limits<double>::infinity();
 }
 
@@ -199,7 +177,7 @@ bool zv4axPathKeeper::LeavesArc(const Move& from, const Move& to) const {
   const zvBlockLaw::Way way{{start.p_part, from.GetOrientation().Normalized()},
                             {end.p_part, to.GetOrientation().Normalized()}};
   return !m_law.Holds(start.station, end.station, way,
-                      {std::numeric_limits<double>::infinity(), m_tolerance.GetAxis()});
+                      {std::numeric_limits<double>::infinity(), m_rules.GetTolerance().GetAxis()});
 }
 
 void zv4axPathKeeper::Join(List& list, Iterator to) {
@@ -224,7 +202,7 @@ void zv4axPathKeeper::Keep(List& list) {
   if (list.GetCount() < 2) return;
   const auto isOwn = [&](const Move& move) {
     const Place place = PlaceOf(move);
-    return (place.station.pose.tip - place.p_part).Length() <= m_tolerance.GetTip() / 2;
+    return (place.station.pose.tip - place.p_part).Length() <= m_rules.GetTolerance().GetTip() / 2;
   };
   for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
     list.PrefetchAfter(*to);
@@ -259,7 +237,8 @@ zvToleranceReport zv4axPathKeeper::Report(const List& list, zvPathReader& reader
       const zvBlockLaw::Way way{{from->GetPartPosition(), last.orientation.Normalized()},
                                 {to.GetPartPosition(), end.orientation.Normalized()}};
       const zvBlockDeviation off = m_law.Bound(PlaceOf(*from).station, PlaceOf(to).station, way);
-      if (!(off.tip <= m_tolerance.GetTip() && off.axis <= m_tolerance.GetAxis()))
+      if (!(off.tip <= m_rules.GetTolerance().GetTip() &&
+            off.axis <= m_rules.GetTolerance().GetAxis()))
         report.Add(index, to.HasNoExtended() ? -1 : to.GetSourceIndex(), off.tip, off.axis);
     }
     if (next && to.GetPartPosition() == next->p_part && to.GetOrientation() == next->orientation) {

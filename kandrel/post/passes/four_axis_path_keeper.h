@@ -11,6 +11,7 @@
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/model/tolerance_report.h>
+#include <kandrel/post/passes/block_rules.h>
 #include <kandrel/post/passes/path_reader.h>
 
 #include <algorithm>
@@ -53,11 +54,7 @@ class KANDREL_API zv4axPathKeeper {
 
   /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the
   /// tolerance there.
-  void RequireHeldAt(const Point& p_part) const {
-    if (!(std::fabs(p_part.x) <= m_farthest && std::fabs(p_part.y) <= m_farthest &&
-          std::fabs(p_part.z) <= m_farthest))
-      RefuseAt(p_part);
-  }
+  void RequireHeldAt(const Point& p_part) const { m_rules.RequireHeldAt(p_part); }
 
   /// Whether a block clearly needs no line. Of two moves as they were solved, wound or not.
   ///
@@ -74,7 +71,7 @@ class KANDREL_API zv4axPathKeeper {
       most = rad * std::max(Reach(from), Reach(to)) +
              2 * SumOf(to.GetMachinePosition() - from.GetMachinePosition());
     if (!(rad * most <= m_plainTip && rad * rad * m_bend <= m_plainAxis)) return false;
-    return !(m_distance > 0) || PartDistance(from, to) <= m_distance;
+    return m_rules.HoldsSteps(turn, PartDistance(from, to));
   }
 
   /// Puts the lines between `to`, a feed move, and the move before it. Angles are not wound. Throws
@@ -106,24 +103,19 @@ class KANDREL_API zv4axPathKeeper {
   double Use(const Place& from, const Place& to) const;
   bool LeavesArc(const Move& from, const Move& to) const;
   void Divide(List& list, Iterator to);
-  [[noreturn]] void RefuseAt(const Point& p_part) const;
 
   const zvPosted4axMoveMaker& m_maker;
   const zvKDRParam& m_par;
-  zvPathTolerance m_tolerance;
+  zvBlockRules m_rules;
   zvBlockLaw m_law;
   bool m_smallMoves;
   bool m_isOnTable;
-  double m_step = 0;  // the two steps; 0 for none
-  double m_distance = 0;
   double m_plainTurn = 0;
   double m_plainTip = 0;   // 8 times what a guess may be
   double m_plainAxis = 0;  // radians
   double m_bend = 0;       // of the cone: what a piece of it leaves its arc by, over its square
   double m_armOfHead = 0;
-  Point m_toAxis;     // from part positions to places measured from the pivot
-  double m_size = 0;  // of the machine
-  double m_farthest = 0;
+  Point m_toAxis;  // from part positions to places measured from the pivot
   zvPosted4axMoveMaker::PoleCone m_cone;
   bool m_hasBroken = false;
 };

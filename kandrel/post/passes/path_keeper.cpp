@@ -39,10 +39,6 @@ double LargerTurn(const zvBlockLaw::Line& a, const zvBlockLaw::Line& b) {
   return std::max(std::fabs(b.firstAngle - a.firstAngle), std::fabs(b.secondAngle - a.secondAngle));
 }
 
-double Size(const Point& p) {
-  return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
-}
-
 bool IsSame(const zvBlockLaw::Line& a, const zvBlockLaw::Line& b) {
   return a.firstAngle == b.firstAngle && a.secondAngle == b.secondAngle && a.p_mach == b.p_mach;
 }
@@ -126,8 +122,9 @@ class zv5axPathKeeper::Walk {
   double GetPlace() const { return m_at; }
   bool IsTiny(double step) const {
     if (m_turnsEvenly) return step * LargerTurn(m_first, m_end.line) <= misc::kSameStep;
-    return step < misc::kEqual || (step * m_arc.GetDeg() <= misc::kTinyTurn &&
-                                   step * m_way.Length() <= m_keeper.m_tolerance.GetTip() / 10);
+    return step < misc::kEqual ||
+           (step * m_arc.GetDeg() <= misc::kTinyTurn &&
+            step * m_way.Length() <= m_keeper.m_rules.GetTolerance().GetTip() / 10);
   }
 
   double Try(double t) {
@@ -309,29 +306,19 @@ zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTole
                                  const Point& partOrigin, double toolLengthCompensation,
                                  bool smallMoves, const std::function<double()>& reach)
     : m_solver(solver),
-      m_tolerance(tolerance),
+      m_rules(tolerance, solver.GetParameters(),
+              SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
+                  SizeOf(solver.GetFirstRotationPivot()) + SizeOf(solver.GetSecondRotationPivot())),
       m_law(solver, partOrigin, toolLengthCompensation),
       m_smallMoves(smallMoves) {
   const zvKDRParam& par = solver.GetParameters();
-  m_step = par.GetMaxAngleStep() > 0 ? par.GetMaxAngleStep() : 0;
-  m_distance = par.GetInterpolateByDistance() && par.GetInterpolationDistance() > 0
-                   ? par.GetInterpolationDistance()
-                   : 0;
-  m_size = Size(partOrigin) + std::fabs(toolLengthCompensation) +
-           Size(solver.GetFirstRotationPivot()) + Size(solver.GetSecondRotationPivot());
-  m_farthest = tolerance.GetTip() / misc::kSmallestTipPart - m_size;
-  if (!(tolerance.GetTip() >= misc::kSmallestTipTolerance)) RefuseAt({});
-  RequireHeldAt({});
-  if (!(tolerance.GetAxis() >= misc::kSmallestAxisTolerance))
-    throw misc::zvRangeException<double>(misc::kSmallestAxisTolerance, std::nullopt,
-                                         tolerance.GetAxis());
   // What tilts from the edge of the cone onto the pole, over no way, takes the tip at most 3/8 w^2
   // R off its line, by |P''| <= 3 w^2 R with the tilt w and the largest arm R. So half of the axis
   // tolerance and a part of the tip's are all that the cone costs.
   double widest = tolerance.GetAxis() / 2;
   if (par.GetPoleAngleTolerance() > misc::kNarrowestPole && widest > misc::kNarrowestPole)
-    widest = std::min(
-        widest, std::sqrt(tolerance.GetTip() / (m_size + 2 * reach())) * misc::kDegreesPerRadian);
+    widest = std::min(widest, std::sqrt(tolerance.GetTip() / (m_rules.GetSize() + 2 * reach())) *
+                                  misc::kDegreesPerRadian);
   m_coneDeg = std::max(std::min(par.GetPoleAngleTolerance(), widest), misc::kNarrowestPole);
   m_cone = solver.MakePoleCone(m_coneDeg);
   m_allowed = {kKept * tolerance.GetTip(), kKept * tolerance.GetAxis()};
@@ -343,12 +330,6 @@ zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTole
     m_hasPole = solver.SolveAngles({}, pole, m_cone, 0).poleStatus == kOnFirstPole;
   } catch (const misc::zvException&) {
   }
-}
-
-void zv5axPathKeeper::RefuseAt(const Point& p_part) const {
-  throw misc::zvRangeException<double>(
-      std::max(misc::kSmallestTipTolerance, misc::kSmallestTipPart * (m_size + Size(p_part))),
-      std::nullopt, m_tolerance.GetTip());
 }
 
 zv5axPathKeeper::Place zv5axPathKeeper::PlaceOf(const Move& move) {
@@ -368,17 +349,9 @@ bool zv5axPathKeeper::IsOnPole(const Point& orientation) const {
 // How much of a block's greatest length this one uses: the tolerance goes by the square of it.
 double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
   constexpr double kFarTurn = 45;  // beyond it a mirror solution, or far too long
-  // Turns and ways need little reserve: they follow a step's length but for the path's own bends.
-  constexpr double kReserve = 0.98;
-  const auto of = [](double length, double most, double slack) {
-    return length <= most + slack ? std::min(1.0, length / most) * kReserve : length / most;
-  };
-  double use = 0;
   const double turn = LargerTurn(from.line, to.line);
-  if (m_step > 0) use = of(turn, m_step, misc::kAngleBorder / 2);
+  const double use = m_rules.UseOfSteps(turn, (to.pose.tip - from.pose.tip).Length());
   if (!(turn <= kFarTurn)) return std::max(use, 2.0);
-  if (m_distance > 0)
-    use = std::max(use, of((to.pose.tip - from.pose.tip).Length(), m_distance, 0));
   for (const Place* place : {&from, &to})
     if (!place->station) place->station = m_law.StationAt(place->line);
   // What is far below needs no exact figure.
@@ -395,8 +368,7 @@ double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
 bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   const double turn = std::max(std::fabs(to.GetAngle(0) - from.GetAngle(0)),
                                std::fabs(to.GetAngle(1) - from.GetAngle(1)));
-  if (m_step > 0 && !(turn <= m_step)) return false;
-  if (m_distance > 0 && !(PartDistance(from, to) <= m_distance)) return false;
+  if (!m_rules.HoldsSteps(turn, PartDistance(from, to))) return false;
   // Two undetermined moves stand at the same angle, whichever they will take.
   if (from.GetPoleStatus() != to.GetPoleStatus()) return false;
   const zvBlockDeviation most = m_law.Glance(LineOf(from), LineOf(to));
@@ -444,7 +416,7 @@ void zv5axPathKeeper::Thin(List& list, Iterator from, Iterator to) const {
 
 std::uint32_t zv5axPathKeeper::Keep(List& list, double maxAngleJump) {
   if (list.GetCount() < 2) return 0;
-  m_distance = 0;  // all steps have been kept by it; those between lifted lines need not
+  m_rules.ForgetDistance();  // all steps have been kept by it; those between lifted lines need not
   std::uint32_t divided = 0;
   for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
     list.PrefetchAfter(*to);
@@ -470,7 +442,8 @@ bool zv5axPathKeeper::Divide(List& list, Iterator from, Iterator to, double maxA
 void zv5axPathKeeper::DivideLeap(List& list, Iterator from, Iterator to,
                                  double maxAngleJump) const {
   const double turn = LargerTurn(LineOf(*from), LineOf(*to));
-  if (!(m_step > 0 && turn > m_step + misc::kAngleBorder)) return;
+  if (const double step = m_rules.GetStep(); !(step > 0 && turn > step + misc::kAngleBorder))
+    return;
   if (maxAngleJump < from->AngleDistance(*to)) return;
   DivideStep(list, from, to, m_solver.GetParameters(), turn, m_solver.GetKinematics());
   // They belong to the path, which the tool leaves here: so that they are reported.
@@ -491,7 +464,8 @@ zvToleranceReport zv5axPathKeeper::Report(const List& list) {
     const Place a = PlaceOf(*from);
     const Place b = PlaceOf(*to);
     const zvBlockDeviation off = m_law.Bound(a.line, b.line, {a.pose, b.pose});
-    if (off.tip <= m_tolerance.GetTip() && off.axis <= m_tolerance.GetAxis()) continue;
+    if (off.tip <= m_rules.GetTolerance().GetTip() && off.axis <= m_rules.GetTolerance().GetAxis())
+      continue;
     report.Add(index, to->HasNoExtended() ? -1 : to->GetSourceIndex(), off.tip, off.axis);
   }
   return report;

@@ -9,8 +9,8 @@
 #include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/tolerance_report.h>
+#include <kandrel/post/passes/block_rules.h>
 
-#include <cmath>
 #include <functional>
 
 namespace post {
@@ -55,11 +55,7 @@ class KANDREL_API zv5axPathKeeper {
 
   /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the
   /// tolerance there.
-  void RequireHeldAt(const Point& p_part) const {
-    if (!(std::fabs(p_part.x) <= m_farthest && std::fabs(p_part.y) <= m_farthest &&
-          std::fabs(p_part.z) <= m_farthest))
-      RefuseAt(p_part);
-  }
+  void RequireHeldAt(const Point& p_part) const { m_rules.RequireHeldAt(p_part); }
 
   /// Whether a block clearly needs no line; false where one of the two is determined and the other
   /// isn't.
@@ -93,20 +89,15 @@ class KANDREL_API zv5axPathKeeper {
   void Thin(List& list, Iterator from, Iterator to) const;
   bool Divide(List& list, Iterator from, Iterator to, double maxAngleJump);
   void DivideLeap(List& list, Iterator from, Iterator to, double maxAngleJump) const;
-  [[noreturn]] void RefuseAt(const Point& p_part) const;
 
   const zv5axMoveSolver& m_solver;
-  zvPathTolerance m_tolerance;
+  zvBlockRules m_rules;
   zvBlockLaw m_law;
   bool m_smallMoves;
-  double m_step;      // maxAngleStep, or 0
-  double m_distance;  // interpolationDistance, or 0
   double m_coneDeg;
   zv5axMoveSolver::PoleCone m_cone;
   zvBlockDeviation m_allowed;
-  zvBlockDeviation m_plain;  // what a guess may be
-  double m_size = 0;         // of the machine
-  double m_farthest = 0;
+  zvBlockDeviation m_plain;      // what a guess may be
   zvBlockLaw::Station m_behind;  // of the line asked about last
   bool m_hasPole = false;        // of the first axis, within reach
   bool m_hasLeftTurns = false;

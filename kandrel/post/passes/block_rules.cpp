@@ -1,0 +1,47 @@
+#include <kandrel/misc/range_exception.h>
+#include <kandrel/misc/tolerances.h>
+#include <kandrel/post/passes/block_rules.h>
+
+#include <optional>
+
+namespace post {
+
+namespace {
+
+// Turns and ways need little reserve: they follow a step's length but for the path's own bends.
+double Use(double length, double most, double slack) {
+  constexpr double kReserve = 0.98;
+  return length <= most + slack ? std::min(1.0, length / most) * kReserve : length / most;
+}
+
+}  // namespace
+
+zvBlockRules::zvBlockRules(const zvPathTolerance& tolerance, const zvKDRParam& par, double size)
+    : m_tolerance(tolerance),
+      m_size(size),
+      m_farthest(tolerance.GetTip() / misc::kSmallestTipPart - size),
+      m_step(par.GetMaxAngleStep() > 0 ? par.GetMaxAngleStep() : 0),
+      m_distance(par.GetInterpolateByDistance() && par.GetInterpolationDistance() > 0
+                     ? par.GetInterpolationDistance()
+                     : 0) {
+  if (!(tolerance.GetTip() >= misc::kSmallestTipTolerance)) RefuseAt({});
+  RequireHeldAt({});
+  if (!(tolerance.GetAxis() >= misc::kSmallestAxisTolerance))
+    throw misc::zvRangeException<double>(misc::kSmallestAxisTolerance, std::nullopt,
+                                         tolerance.GetAxis());
+}
+
+void zvBlockRules::RefuseAt(const Point& p_part) const {
+  throw misc::zvRangeException<double>(
+      std::max(misc::kSmallestTipTolerance, misc::kSmallestTipPart * (m_size + SizeOf(p_part))),
+      std::nullopt, m_tolerance.GetTip());
+}
+
+double zvBlockRules::UseOfSteps(double turn, double distance) const noexcept {
+  double use = 0;
+  if (m_step > 0) use = Use(turn, m_step, misc::kAngleBorder / 2);
+  if (m_distance > 0) use = std::max(use, Use(distance, m_distance, 0));
+  return use;
+}
+
+}  // namespace post

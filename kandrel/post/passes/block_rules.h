@@ -1,0 +1,62 @@
+// zvBlockRules: how long the blocks of a posting may be that is held to a tolerance.
+#pragma once
+
+#include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/export.h>
+#include <kandrel/post/model/path_tolerance.h>
+#include <kandrel/post/model/posting_parameters.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace post {
+
+/// The largest coordinate of a point.
+inline double SizeOf(const cadcam::zvTPoint3d<double>& p) noexcept {
+  return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+}
+
+/// A path tolerance as far as numbers hold it, with the steps of the parameters, for machines of
+/// any axes. A plain value.
+class KANDREL_API zvBlockRules {
+ public:
+  using Point = cadcam::zvTPoint3d<double>;
+
+  /// `tolerance` is on; `size` is the sum of the lengths that take part in a tip's place beside
+  /// that of the path. Throws misc::zvRangeException, which names the smallest, for a tolerance
+  /// below what numbers hold at that size.
+  zvBlockRules(const zvPathTolerance& tolerance, const zvKDRParam& par, double size);
+
+  const zvPathTolerance& GetTolerance() const noexcept { return m_tolerance; }
+  double GetSize() const noexcept { return m_size; }
+  /// maxAngleStep and interpolationDistance; 0 for none.
+  double GetStep() const noexcept { return m_step; }
+  double GetDistance() const noexcept { return m_distance; }
+  void ForgetDistance() noexcept { m_distance = 0; }
+
+  /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the
+  /// tolerance there.
+  void RequireHeldAt(const Point& p_part) const {
+    if (!(std::fabs(p_part.x) <= m_farthest && std::fabs(p_part.y) <= m_farthest &&
+          std::fabs(p_part.z) <= m_farthest))
+      RefuseAt(p_part);
+  }
+
+  /// Whether a block keeps within the steps.
+  bool HoldsSteps(double turn, double distance) const noexcept {
+    return (!(m_step > 0) || turn <= m_step) && (!(m_distance > 0) || distance <= m_distance);
+  }
+  /// How much of their greatest length it uses, for March: above 1 where it doesn't.
+  double UseOfSteps(double turn, double distance) const noexcept;
+
+ private:
+  [[noreturn]] void RefuseAt(const Point& p_part) const;
+
+  zvPathTolerance m_tolerance;
+  double m_size;
+  double m_farthest;
+  double m_step;
+  double m_distance;
+};
+
+}  // namespace post
