@@ -280,7 +280,7 @@ void AddFiveAxisCreator(Suite& suite) {
   suite.goals.push_back({"post 1M within a tolerance that inserts nothing over the plain posting",
                          "5ax/post_within_loosely/1M", "5ax/post_small/1M", 1.3});
   suite.goals.push_back({"sweep held to a tolerance, per line, over its solves",
-                         "5ax/post_within/1M", "5ax/closed_form/1M", 8});
+                         "5ax/post_within/1M", "5ax/closed_form/1M", 16});
   suite.goals.push_back({"post 10M over post 1M, with poles, whole time", "5ax/post_poles/10M",
                          "5ax/post_poles/1M", 10.5, true});
   suite.goals.push_back(

@@ -273,7 +273,7 @@ class WoundRun {
       const double length = PartDistance(*from, *to);
       const double parts = std::ceil(length / spacing);
       if (!(parts <= misc::kLargestCount)) throw zvPostException(zvPostException::kInvalidVector);
-      for (double k = 1; k < parts; ++k) {
+      for (std::uint32_t k = 1; k < parts; ++k) {
         const double t = k / parts;
         m_list.EmplaceWith(to, [&] { return LineBetween(*from, *to, t, curve(s + t * length)); });
       }

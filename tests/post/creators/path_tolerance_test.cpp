@@ -90,8 +90,8 @@ class LongestBlocks {
   bool Holds(const Line& to) const {
     if (!(Turn(m_last, to) <= m_rules.par.GetMaxAngleStep())) return false;
     const Point across = Cross(m_last.orientation, to.orientation).Normalized();
-    for (double t = 0.0625; t < 1; t += 0.0625) {
-      const rigid::Pose pose = m_rules.PoseAt(Between(m_last, to, t, false));
+    for (int part = 1; part < 16; ++part) {
+      const rigid::Pose pose = m_rules.PoseAt(Between(m_last, to, part / 16.0, false));
       if (OffLine(ToPoint(pose.tip), m_last.part, to.part) > m_tip) return false;
       if (std::fabs(std::asin(Dot(ToPoint(pose.axis), across))) > m_axis * kRad) return false;
     }
