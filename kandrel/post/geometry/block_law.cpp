@@ -40,6 +40,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/small_turn.h>
 #include <kandrel/post/geometry/way_distance.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
@@ -71,40 +72,6 @@ constexpr double kLargestPiece = 0.25;
 constexpr int kDeepest = 14;
 /// sqrt(3) / 216: the error of a quadratic interpolant for a third derivative of 1.
 constexpr double kQuadraticError = 0.008018753738744802;
-
-/// x(s) of one axis of a point: linear.
-Point Between(const Point& from, const Point& step, double s) {
-  return from + s * step;
-}
-
-/// Of an angle in radians of any size: a few terms of the series where it is small, of which the
-/// first left out is below 1e-18.
-zvTurn TurnOf(double rad) noexcept {
-  if (!(std::fabs(rad) < 0.2)) [[unlikely]] {
-    const misc::zvSineAndCosine turn = misc::SineAndCosineOfRadians(rad);
-    return {turn.cosine, turn.sine};
-  }
-  const double z = rad * rad;
-  const double sine =
-      rad + rad * z *
-                (-1.0 / 6 +
-                 z * (1.0 / 120 + z * (-1.0 / 5040 + z * (1.0 / 362880 + z * (-1.0 / 39916800)))));
-  const double cosine =
-      1 + z * (-0.5 + z * (1.0 / 24 +
-                           z * (-1.0 / 720 +
-                                z * (1.0 / 40320 + z * (-1.0 / 3628800 + z * (1.0 / 479001600))))));
-  return {cosine, sine};
-}
-
-zvTurn operator+(const zvTurn& a, const zvTurn& b) noexcept {
-  return {a.cosine * b.cosine - a.sine * b.sine, a.sine * b.cosine + a.cosine * b.sine};
-}
-
-/// A vector turned about a direction through the origin; with the turn of 0 it stays.
-Point Turned(const Point& v, const Point& direction, const zvTurn& turn) noexcept {
-  return v * turn.cosine + Cross(direction, v) * turn.sine +
-         direction * (Dot(direction, v) * (1 - turn.cosine));
-}
 
 double SizeOf(const Point& p) noexcept {
   return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
@@ -243,30 +210,35 @@ class zvBlockMotion {
     double dirRate = 0;
   };
 
+  /// Of the tip or of the tool axis: what belongs to the other stays 0.
+  template <bool kIsTip>
   Place At(double s) const noexcept {
     const Point& first = m_law.m_first;
     const Point& second = m_law.m_second;
     const zvTurn one = m_first == 0 ? m_from.first : m_from.first + TurnOf(s * m_first);
     const zvTurn two = m_second == 0 ? m_from.second : m_from.second + TurnOf(s * m_second);
-    const Point nose = Between(m_from.nose, m_step, s);
-    Point outer = m_law.m_outer;
-    Point middle = m_law.m_middle;
-    Point inner = m_law.m_inner;
-    m_law.NoseOf(outer, middle, inner) += nose;
-    const Point reach = Turned(inner, second, two);
-    const Point arm = middle + reach;
-    const Point dir = Turned(m_law.m_spindle, second, two);
     Place place;
-    place.tip = outer + Turned(arm, first, one);
-    place.dir_tool = Turned(dir, first, one);
-    if (m_first == 0) return place;
-    Point rate = Cross(second, reach) * m_second;
-    if (m_law.m_carrier == Carrier::kMiddle) rate += m_step;
-    if (m_law.m_carrier == Carrier::kInner) rate += Turned(m_step, second, two);
-    place.across = PlainLength(Cross(first, arm));
-    place.crossRate = PlainLength(Cross(first, rate));
-    place.acrossDir = PlainLength(Cross(first, dir));
-    place.dirRate = PlainLength(Cross(first, Cross(second, dir))) * std::fabs(m_second);
+    if constexpr (kIsTip) {
+      Point outer = m_law.m_outer;
+      Point middle = m_law.m_middle;
+      Point inner = m_law.m_inner;
+      m_law.NoseOf(outer, middle, inner) += m_from.nose + s * m_step;
+      const Point reach = Turned(inner, second, two);
+      const Point arm = middle + reach;
+      place.tip = outer + Turned(arm, first, one);
+      if (m_first == 0) return place;
+      Point rate = Cross(second, reach) * m_second;
+      if (m_law.m_carrier == Carrier::kMiddle) rate += m_step;
+      if (m_law.m_carrier == Carrier::kInner) rate += Turned(m_step, second, two);
+      place.across = PlainLength(Cross(first, arm));
+      place.crossRate = PlainLength(Cross(first, rate));
+    } else {
+      const Point dir = Turned(m_law.m_spindle, second, two);
+      place.dir_tool = Turned(dir, first, one);
+      if (m_first == 0) return place;
+      place.acrossDir = PlainLength(Cross(first, dir));
+      place.dirRate = PlainLength(Cross(first, Cross(second, dir))) * std::fabs(m_second);
+    }
     return place;
   }
 
@@ -297,28 +269,73 @@ class zvBlockMotion {
     return std::min(all, std::fabs(rate * rate * rate) * PlainLength(Cross(direction, normal)));
   }
 
+  /// As a length and a sine.
   zvBlockDeviation Guess(const Station& to) const noexcept {
-    const Point& first = m_law.m_first;
-    const double a = std::fabs(m_first);
-    const double b = std::fabs(m_second);
-    // What F and F' are off by from the line between F(0) and F(1), and from its rate.
-    const double across =
-        std::max(PlainLength(Cross(first, m_from.arm)), PlainLength(Cross(first, to.arm))) +
-        m_second2 / 8;
-    const double rate = PlainLength(Cross(first, to.arm - m_from.arm)) + m_second2 / 2;
-    const double second2 = b * b * m_acrossSpindle;
-    const double acrossDir =
-        std::max(PlainLength(Cross(first, m_from.dir)), PlainLength(Cross(first, to.dir))) +
-        second2 / 8;
-    const double dirRate = PlainLength(Cross(first, to.dir - m_from.dir)) + second2 / 2;
-    return {(a * (a * across + 2 * rate) + m_second2) / 8,
-            (a * (a * acrossDir + 2 * dirRate) + second2) / 8};
+    return {TipAcceleration(to) / 8, AxisAcceleration(to) / 8};
   }
 
   /// The size of the numbers, by which rounding is measured.
   double Size() const noexcept { return m_law.m_size + SizeOf(m_from.nose) + SizeOf(m_step); }
 
  private:
+  /// Bounds p'' by w w F + 2 w F' and by 2 w G - w w F, where G = w F + F' is what moves the tip:
+  /// next to nothing on a table whose slides follow it.
+  double TipAcceleration(const Station& to) const noexcept {
+    const Point& first = m_law.m_first;
+    const Point& second = m_law.m_second;
+    const double a = std::fabs(m_first);
+    const double b = std::fabs(m_second);
+    const Point step = to.arm - m_from.arm;
+    // F' is off the mean rate by half of what F'' makes, F off the line by an eighth. Where the
+    // nose is the innermost, F'' is 2 v F' - v v Rb W as well.
+    double second2 = m_second2;
+    if (m_law.m_carrier == Carrier::kInner)
+      second2 =
+          std::min(second2, b * (2 * PlainLength(Cross(second, step)) + second2 + b * m_across));
+    const Point arc0 = Cross(first, m_from.arm);
+    const Point arc1 = Cross(first, to.arm);
+    const double across =
+        misc::Sqrt(std::max(arc0.SquaredLength(), arc1.SquaredLength())) + second2 / 8;
+    const double rate = PlainLength(Cross(first, step)) + second2 / 2;
+    const double moved = misc::Sqrt(std::max((m_first * arc0 + step).SquaredLength(),
+                                             (m_first * arc1 + step).SquaredLength())) +
+                         second2 * (0.5 + a / 8);
+    return a * (a * across + 2 * std::min(rate, moved)) + second2;
+  }
+
+  /// Bounds t'', or what it has along the normal of the arc where the tool can't leave the arc past
+  /// its ends: near one it goes along by the chord less half of the former at least. Between its
+  /// ends the latter is off the linear by an eighth of its second derivative, which the turn
+  /// bounds.
+  double AxisAcceleration(const Station& to) const noexcept {
+    const Point& first = m_law.m_first;
+    const double a = std::fabs(m_first);
+    const double b = std::fabs(m_second);
+    const double second2 = b * b * m_acrossSpindle;
+    const double across = misc::Sqrt(std::max(Cross(first, m_from.dir).SquaredLength(),
+                                              Cross(first, to.dir).SquaredLength())) +
+                          second2 / 8;
+    const double rate = PlainLength(Cross(first, to.dir - m_from.dir)) + second2 / 2;
+    const double all = a * (a * across + 2 * rate) + second2;
+    const Point step = to.pose.axis - m_from.pose.axis;
+    const double squared = step.SquaredLength();
+    if (!(squared < 0.25) || !(all * all <= 3.6 * squared)) return all;
+    const Point square = Cross(m_from.pose.axis, step);
+    const double length = PlainLength(square);
+    if (!(length > 1e-9)) return all;
+    const Point normal = square / length;
+    // t'' = A a x (A a x t + 2 B b x t) + B b x (B b x t), with b as the part sees it.
+    const Point acrossFirst = Cross(normal, first) * m_first;
+    const auto along = [&](const Station& at) {
+      const Point byFirst = Cross(first, at.pose.axis) * m_first;
+      const Point bySecond = Cross(at.second_part, at.pose.axis) * m_second;
+      return std::fabs(Dot(acrossFirst, byFirst + 2.0 * bySecond) +
+                       m_second * Dot(Cross(normal, at.second_part), bySecond));
+    };
+    const double turn = a + b;
+    return std::min(all, std::max(along(m_from), along(to)) + turn * turn * turn * turn / 8);
+  }
+
   static double RadBetween(double from, double to) noexcept {
     return (to - from) * misc::kRadiansPerDegree;
   }
@@ -361,6 +378,8 @@ struct Controls {
 
 /// The tip and its distance from the segment.
 struct TipCurve {
+  static constexpr bool kIsTip = true;
+
   const Motion& motion;
   const zvWaySegment segment;
 
@@ -368,13 +387,16 @@ struct TipCurve {
   double Value(const Point& p) const noexcept { return segment.Distance(p); }
   /// Bounds the values on a piece of length h about a place.
   double Upper(const Controls& q, const Place& middle, double h) const noexcept {
-    return q.Largest([this](const Point& p) { return segment.Distance(p); }) +
+    const auto squared = [this](const Point& p) { return segment.SquaredDistance(p); };
+    return misc::Sqrt(q.Largest(squared)) +
            motion.TipThird(middle, h / 2) * (kQuadraticError * h * h * h);
   }
 };
 
 /// The tool axis and its angle to the arc, radians.
 struct AxisCurve {
+  static constexpr bool kIsTip = false;
+
   const Motion& motion;
   const zvWayArc arc;
 
@@ -385,8 +407,8 @@ struct AxisCurve {
     const double byTurn = arc.Angle(q.middle) + turn / 2;
     if (!(byTurn < misc::kPi / 2)) return byTurn;
     const double cube = kQuadraticError * h * h * h;
-    double sine = q.Largest([this](const Point& t) { return arc.Distance(t); }) +
-                  motion.AxisThird(middle, h / 2) * cube;
+    const auto squared = [this](const Point& t) { return arc.SquaredDistance(t); };
+    double sine = misc::Sqrt(q.Largest(squared)) + motion.AxisThird(middle, h / 2) * cube;
     if (!arc.IsRay() && arc.GoesOn(q.from, q.to, turn)) {
       const double height = q.Largest([this](const Point& t) { return arc.Height(t); }) +
                             motion.AxisThirdAlong(middle, h / 2, arc.GetNormal()) * cube;
@@ -420,18 +442,20 @@ class Search {
       return Result();
     }
     // What is reached anywhere spares halving where less is.
-    for (int i = 0; i < pieces; ++i) Reach(m_motion.At((i + 0.5) / pieces));
+    for (int i = 0; i < pieces; ++i) Reach(At((i + 0.5) / pieces));
     Point from = start;
     for (int i = 0; i < pieces && !IsTooMuch(); ++i) {
       const Piece piece{i / (1.0 * pieces), (i + 1) / (1.0 * pieces)};
-      const Point to = i + 1 == pieces ? end : Curve::Of(m_motion.At(piece.to));
-      Settle(piece, from, m_motion.At(piece.Middle()), to, 0);
+      const Point to = i + 1 == pieces ? end : Curve::Of(At(piece.to));
+      Settle(piece, from, At(piece.Middle()), to, 0);
       from = to;
     }
     return Result();
   }
 
  private:
+  Place At(double s) const { return m_motion.At<Curve::kIsTip>(s); }
+
   struct Piece {
     double from;
     double to;
@@ -458,8 +482,8 @@ class Search {
     }
     const Piece first{piece.from, piece.Middle()};
     const Piece second{piece.Middle(), piece.to};
-    Settle(first, from, m_motion.At(first.Middle()), halfway, depth + 1);
-    if (!IsTooMuch()) Settle(second, halfway, m_motion.At(second.Middle()), to, depth + 1);
+    Settle(first, from, At(first.Middle()), halfway, depth + 1);
+    if (!IsTooMuch()) Settle(second, halfway, At(second.Middle()), to, depth + 1);
   }
 
   const Motion& m_motion;
@@ -475,17 +499,19 @@ zvBlockDeviation Searched(const Motion& motion, const Station& from, const Stati
                           const Way& way, const zvBlockDeviation& known,
                           const zvBlockDeviation& allowed) noexcept {
   const double turn = motion.TurnSize();
-  const Place middle = motion.At(0.5);
-  const TipCurve tip{motion, zvWaySegment(way.from.tip, way.to.tip)};
-  const AxisCurve axis{motion, zvWayArc(way.from.axis, way.to.axis, middle.dir_tool)};
   const int pieces = std::max(1, static_cast<int>(std::ceil(turn / kLargestPiece)));
   zvBlockDeviation bound = known;
-  if (known.tip < kInfinite)
+  if (known.tip < kInfinite) {
+    const TipCurve tip{motion, zvWaySegment(way.from.tip, way.to.tip)};
     bound.tip = Search(motion, tip, {kNearLength, known.tip, allowed.tip})
-                    .Over(pieces, from.pose.tip, middle, to.pose.tip);
-  if (known.axis < kInfinite)
+                    .Over(pieces, from.pose.tip, motion.At<true>(0.5), to.pose.tip);
+  }
+  if (known.axis < kInfinite) {
+    const Place middle = motion.At<false>(0.5);
+    const AxisCurve axis{motion, zvWayArc(way.from.axis, way.to.axis, middle.dir_tool)};
     bound.axis = Search(motion, axis, {kNearSine, known.axis, allowed.axis})
                      .Over(pieces, from.pose.axis, middle, to.pose.axis);
+  }
   return bound;
 }
 
@@ -536,9 +562,11 @@ void zvBlockLaw::Stand(Station& station) const noexcept {
   }
   station.arm = middle + inner;
   station.pose = {outer + station.arm, station.dir};
-  if (m_hasFirst)
-    station.pose = {outer + Turned(station.arm, m_first, station.first),
-                    Turned(station.dir, m_first, station.first)};
+  station.second_part = m_second;
+  if (!m_hasFirst) return;
+  station.pose = {outer + Turned(station.arm, m_first, station.first),
+                  Turned(station.dir, m_first, station.first)};
+  if (m_hasSecond) station.second_part = Turned(m_second, m_first, station.first);
 }
 
 zvBlockDeviation zvBlockLaw::Guess(const Station& from, const Station& to) const noexcept {

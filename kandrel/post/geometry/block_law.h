@@ -61,10 +61,11 @@ class KANDREL_API zvBlockLaw {
     Pose pose;
     zvTurn first;
     zvTurn second;
-    Point nose;     ///< in the directions of the part's axes
-    Point arm;      ///< V + Rb W: from the first axis to the tip, before that axis turns it
-    Point dir;      ///< Rb s: the tool axis before it does
-    int steps = 0;  ///< how many MoveOn have led here from a line of which all was worked out
+    Point nose;         ///< in the directions of the part's axes
+    Point arm;          ///< V + Rb W: from the first axis to the tip, before that axis turns it
+    Point dir;          ///< Rb s: the tool axis before it does
+    Point second_part;  ///< the direction of the second axis as the part sees it
+    int steps = 0;      ///< how many MoveOn have led here from a line of which all was worked out
   };
 
   /// The machine's directions need no unit length. Nothing is referred to. Throws as

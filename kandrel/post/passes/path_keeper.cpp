@@ -4,6 +4,7 @@
 #include <kandrel/misc/trigonometry.h>
 #include <kandrel/post/geometry/solution_choice.h>
 #include <kandrel/post/passes/intermediate_moves.h>
+#include <kandrel/post/passes/move_between.h>
 #include <kandrel/post/passes/path_keeper.h>
 #include <kandrel/post/passes/step_division.h>
 #include <kandrel/post/passes/step_march.h>
@@ -99,7 +100,8 @@ class zv5axPathKeeper::Walk {
         m_solver(keeper.m_solver),
         m_list(list),
         m_to(to),
-        m_lastMove(std::prev(to)),
+        m_fromMove(std::prev(to)),
+        m_lastMove(m_fromMove),
         m_solutions(solutions),
         m_last(PlaceOf(*m_lastMove)),
         m_end(PlaceOf(*to)),
@@ -110,14 +112,16 @@ class zv5axPathKeeper::Walk {
         m_between(*m_lastMove, *to, m_isSmall, zvBlendedOrientations::kUnitVectors) {
     m_last.isOnPole = keeper.IsOnPole(m_last.pose.axis);
     m_end.isOnPole = keeper.IsOnPole(m_end.pose.axis);
-    // The free axis turns from one given angle to the other.
-    m_turnsOnPole = solutions == nullptr && m_last.isOnPole && m_end.isOnPole;
+    // Between given angles the axes turn evenly where that is the tool's way: the free one on a
+    // pole, and both between opposite orientations, which have none of their own.
+    m_isOpposite = AreOpposite(m_last.pose.axis, m_end.pose.axis);
+    m_turnsEvenly = solutions == nullptr && (m_isOpposite || (m_last.isOnPole && m_end.isOnPole));
     m_first = m_last.line;
   }
 
   double GetPlace() const { return m_at; }
   bool IsTiny(double step) const {
-    if (m_turnsOnPole) return step * LargerTurn(m_first, m_end.line) <= misc::kSameStep;
+    if (m_turnsEvenly) return step * LargerTurn(m_first, m_end.line) <= misc::kSameStep;
     return step < misc::kEqual ||
            (step * m_arc.GetDeg() <= misc::kTinyTurn &&
             step * m_way.Length() <= m_keeper.m_rules.GetTolerance().GetTip() / 10);
@@ -132,7 +136,7 @@ class zv5axPathKeeper::Walk {
       return m_keeper.Use(m_last, m_tried);
     }
     const zvBlockLaw::Pose pose = isEnd ? m_end.pose : PoseAt(t);
-    if (m_turnsOnPole) return TryTurned(pose, t);
+    if (m_turnsEvenly) return TryTurned(pose, t);
     const zvRotarySolutions solutions =
         isEnd ? *m_solutions
               : m_solver.SolveAngles(pose.tip, pose.axis, m_keeper.m_cone, m_last.solved[0]);
@@ -178,7 +182,7 @@ class zv5axPathKeeper::Walk {
   }
 
   std::optional<double> PlaceOfPole() const {
-    if (!m_keeper.m_hasPole || m_turnsOnPole || m_last.isOnPole || m_end.isOnPole)
+    if (!m_keeper.m_hasPole || m_turnsEvenly || m_last.isOnPole || m_end.isOnPole)
       return std::nullopt;
     const Point& axis = m_solver.GetKinematics().GetFirstWorkingDirection();
     for (const Point& pole : {axis, -axis}) {
@@ -200,12 +204,13 @@ class zv5axPathKeeper::Walk {
     return m_keeper.Use(m_last, m_tried);
   }
 
-  double TryTurned(const zvBlockLaw::Pose& pose, double t) {
+  double TryTurned(zvBlockLaw::Pose pose, double t) {
     const double first = (1 - t) * m_first.firstAngle + t * m_end.line.firstAngle;
     const double second = (1 - t) * m_first.secondAngle + t * m_end.line.secondAngle;
-    m_tried = PlaceAt(pose, first, second,
-                      m_solver.GetKinematics().MachinePosition(pose.tip, first, second));
-    m_tried.isOnPole = true;
+    const zv5axKinematics& kinematics = m_solver.GetKinematics();
+    if (m_isOpposite) pose.axis = kinematics.OrientationFromAngles(first, second);
+    m_tried = PlaceAt(pose, first, second, kinematics.MachinePosition(pose.tip, first, second));
+    m_tried.isOnPole = m_last.isOnPole;
     return m_keeper.Use(m_last, m_tried);
   }
 
@@ -247,14 +252,23 @@ class zv5axPathKeeper::Walk {
 
   void Put(const Place& place, double t) {
     m_lastMove = m_list.EmplaceWith(m_to, [&] {
-      const cadcam::zvCNCMove& blended = m_between.At(t);
-      Move move =
-          zv5axMoveSolver::MakeMove(zvMoveView(blended), m_between.GetType(), {}, kDetermined,
-                                    m_between.GetSourceIndex(), m_between.IsInserted(), m_isSmall);
+      Move move = m_isOpposite ? MadeBetween(place, t) : MadeAt(t);
       move.SetOrientation(place.pose.axis);
       Set(place, move);
       return move;
     });
+  }
+  Move MadeAt(double t) {
+    const cadcam::zvCNCMove& blended = m_between.At(t);
+    return zv5axMoveSolver::MakeMove(zvMoveView(blended), m_between.GetType(), {}, kDetermined,
+                                     m_between.GetSourceIndex(), m_between.IsInserted(), m_isSmall);
+  }
+  // Opposite orientations have no blend halfway.
+  Move MadeBetween(const Place& place, double t) const {
+    Move move = MoveBetween(*m_fromMove, *m_to, t, place.line.firstAngle, place.line.secondAngle,
+                            place.pose.axis, m_solver.GetKinematics());
+    if (!move.HasNoExtended()) move.SetSourceIndex(m_fromMove->GetSourceIndex());
+    return move;
   }
 
   // Wound lists get wound angles.
@@ -269,6 +283,7 @@ class zv5axPathKeeper::Walk {
   const zv5axMoveSolver& m_solver;
   List& m_list;
   Iterator m_to;
+  Iterator m_fromMove;
   Iterator m_lastMove;
   const zvRotarySolutions* m_solutions;
   Place m_last;
@@ -280,7 +295,8 @@ class zv5axPathKeeper::Walk {
   Point m_way;
   Arc m_arc;
   bool m_isSmall;
-  bool m_turnsOnPole = false;
+  bool m_isOpposite = false;
+  bool m_turnsEvenly = false;
   zvIntermediateMoves m_between;
   double m_at = 0;
   double m_triedAt = 0;
@@ -352,8 +368,10 @@ double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
 bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   const double turn = std::max(std::fabs(to.GetAngle(0) - from.GetAngle(0)),
                                std::fabs(to.GetAngle(1) - from.GetAngle(1)));
-  if (!m_rules.HoldsSteps(turn, PartDistance(from, to))) return false;
-  if (from.GetPoleStatus() != kDetermined || to.GetPoleStatus() != kDetermined) return false;
+  if (m_rules.GetStep() > 0 && !(turn <= m_rules.GetStep())) return false;
+  if (m_rules.GetDistance() > 0 && !(PartDistance(from, to) <= m_rules.GetDistance())) return false;
+  // Two undetermined moves stand at the same angle, whichever they will take.
+  if (from.GetPoleStatus() != to.GetPoleStatus()) return false;
   const zvBlockDeviation most = m_law.Glance(LineOf(from), LineOf(to));
   if (most.tip <= m_plain.tip && most.axis <= m_plain.axis) return true;
   // The end of one block is the start of the next.
@@ -411,20 +429,14 @@ std::uint32_t zv5axPathKeeper::Keep(List& list, double maxAngleJump) {
 }
 
 bool zv5axPathKeeper::Divide(List& list, Iterator from, Iterator to, double maxAngleJump) {
-  zvMarchResult result;
-  if (AreOpposite(from->GetOrientation(), to->GetOrientation())) {
-    result.leaps = 1;
-  } else {
-    Walk walk(*this, list, to, nullptr);
-    result = walk.Run();
-    if (result.canBeThin) Thin(list, from, to);
+  Walk walk(*this, list, to, nullptr);
+  const zvMarchResult result = walk.Run();
+  if (result.canBeThin) Thin(list, from, to);
+  for (Iterator a = from; result.leaps != 0 && a != to;) {
+    const Iterator b = std::next(a);
+    if (!(Use(PlaceOf(*a), PlaceOf(*b)) <= 1)) DivideLeap(list, a, b, maxAngleJump);
+    a = b;
   }
-  if (result.leaps != 0)
-    for (Iterator a = from; a != to;) {
-      const Iterator b = std::next(a);
-      if (!(Use(PlaceOf(*a), PlaceOf(*b)) <= 1)) DivideLeap(list, a, b, maxAngleJump);
-      a = b;
-    }
   return std::next(from) != to;
 }
 
@@ -435,15 +447,12 @@ void zv5axPathKeeper::DivideLeap(List& list, Iterator from, Iterator to,
     return;
   if (maxAngleJump < from->AngleDistance(*to)) return;
   DivideStep(list, from, to, m_solver.GetParameters(), turn, m_solver.GetKinematics());
-  // They belong to the path, which the tool leaves here.
-  const bool isArc = !AreOpposite(from->GetOrientation(), to->GetOrientation());
-  if (!isArc) return;
+  // They belong to the path, which the tool leaves here: so that they are reported.
   const Arc arc(PlaceOf(*from).pose.axis, PlaceOf(*to).pose.axis);
-  double count = 1;
-  for (Iterator move = from; move != to; ++move) ++count;
-  double k = 0;
+  const auto parts = static_cast<double>(std::distance(from, to));
+  double part = 0;
   for (Iterator move = std::next(from); move != to; ++move)
-    move->SetOrientation(arc.At(++k / (count - 1)));
+    move->SetOrientation(arc.At(++part / parts));
 }
 
 zvToleranceReport zv5axPathKeeper::Report(const List& list) {

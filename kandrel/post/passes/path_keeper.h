@@ -28,7 +28,8 @@ namespace post {
 ///    forbid the solution that goes on, a line of the new angle is put where the tip stands. The
 ///    turn between the two is left whole, for what spreads it or takes it off the part; Keep then
 ///    divides it.
-/// 3. Nothing lies between opposite orientations more than anything else: nothing is put there.
+/// 3. Between opposite orientations no arc is the shortest. There the machine goes its own way from
+///    one to the other, both axes evenly, and the tip keeps to its line.
 ///
 /// Refers to solver and origin. Throws what the solver throws for an orientation on the way.
 class KANDREL_API zv5axPathKeeper {
@@ -56,7 +57,8 @@ class KANDREL_API zv5axPathKeeper {
   /// tolerance there.
   void RequireHeldAt(const Point& p_part) const { m_rules.RequireHeldAt(p_part); }
 
-  /// Whether a block clearly needs no line. Of moves whose angles are determined, wound or not.
+  /// Whether a block clearly needs no line; false where one of the two is determined and the other
+  /// isn't.
   bool IsPlain(const Move& from, const Move& to);
 
   /// Puts the lines between `to`, a feed move with these solutions, and the move before it, and

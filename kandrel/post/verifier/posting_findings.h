@@ -5,9 +5,7 @@
 #include <kandrel/post/geometry/block_law.h>
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <vector>
 
 namespace post {
@@ -22,11 +20,11 @@ struct zvPostingFinding {
     kLineTipOff,     ///< the machine doesn't put the tip where the line says; by `value`
     kLineAxisOff,    ///< nor the tool axis, or a third axis doesn't stand where it should
     kTipOffSource,   ///< the line's part position lies off the source move or segment; by `value`
-    kAxisOffSource,  ///< the line's orientation lies off the source move's or their arc
+    kAxisOffSource,  ///< the line's orientation lies off its source move's by `value`
     kLinearLimit,    ///< `axis` stands at `value` outside its limit `bound`
     kRotaryLimit,    ///< the same of a rotary axis
     kRotarySpeed,    ///< `axis` turns at `value` where `bound` is allowed, at the line's feed
-    kFeed,           ///< `value` is above what the source moves allow, or is not their feed
+    kFeed,           ///< the feed `value` is above what the source moves allow
     kRapid,          ///< the line runs rapidly where its source feeds, or feeds where that is rapid
     kSourceMissing,  ///< source moves from `source` on that no line stands for; `value` of them
     kSourceOrder,    ///< the line names the source move `value` where `source` was due

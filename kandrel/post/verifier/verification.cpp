@@ -106,10 +106,7 @@ void zvVerification::Take(const zvLineView& line) {
     // It may stand for the move that is due all the same.
     const bool isDue = line.source < 0 ? line.p_part == m_source.Next().tip
                                        : !line.isInserted && line.source == m_source.GetNextIndex();
-    if (isDue && !m_source.IsAtEnd()) {
-      m_source.Advance();
-      m_along = 0;
-    }
+    if (isDue && !m_source.IsAtEnd()) Pass();
     m_hasPrevious = false;
     return;
   }
@@ -152,6 +149,7 @@ void zvVerification::ChooseLaw(Judged& judged) {
 }
 
 zvPostingVerdict zvVerification::Finish() {
+  if (m_maybeThere) TakeAsThere();
   m_line = m_verdict.lines;
   m_sourceOfLine = m_source.GetNextIndex();
   const auto missing = static_cast<double>(m_source.GetCount() - m_source.GetNextIndex());
@@ -185,10 +183,17 @@ std::int64_t zvVerification::FindSource(const zvLineView& line, Judged& judged) 
   const std::int64_t due = m_source.GetNextIndex();
   m_sourceOfLine = due;
   if (line.source < 0) {
-    if (!m_source.IsAtEnd() && IsAt(m_source.Next(), line, judged))
+    const zvSourceMove* after = m_maybeThere ? m_source.Ahead(1) : nullptr;
+    if (after != nullptr && IsAt(*after, line, judged) && !IsAt(m_source.Next(), line, judged))
+      TakeAsThere();
+    const bool isThere = !m_source.IsAtEnd() && IsAt(m_source.Next(), line, judged);
+    // Turns on the spot may be divided by lines that stand there too, at feeds between the two.
+    if (isThere && !IsBlendedFeed(line.feed)) {
       Match(line, judged);
-    else
+    } else {
       TakeInserted(line, judged);
+      m_maybeThere = m_maybeThere || isThere;
+    }
     return m_sourceOfLine;
   }
   const auto value = static_cast<double>(line.source);
@@ -222,6 +227,20 @@ bool zvVerification::IsAt(const zvSourceMove& move, const zvLineView& line,
              m_rules.lineAxis * misc::kRadiansPerDegree;
 }
 
+// Whether a feed is not the next source move's and one that a line before it may have.
+bool zvVerification::IsBlendedFeed(double feed) const {
+  const double last = m_source.Last().feed;
+  const double next = m_source.Next().feed;
+  return feed != next && feed <= std::max(last, next);
+}
+
+// Goes past the next source move.
+void zvVerification::Pass() {
+  m_source.Advance();
+  m_along = 0;
+  m_maybeThere = false;
+}
+
 // The line stands for the next source move.
 void zvVerification::Match(const zvLineView& line, const Judged& judged) {
   const zvSourceMove& move = m_source.Next();
@@ -236,9 +255,8 @@ void zvVerification::Match(const zvLineView& line, const Judged& judged) {
   }
   CheckFeed(line, move.feed);
   if (line.isRapid != move.isRapid) Report(Finding::kRapid, -1, line.isRapid, move.isRapid, 0);
-  m_source.Advance();
+  Pass();
   ++m_verdict.sources;
-  m_along = 0;
 }
 
 void zvVerification::CheckFeed(const zvLineView& line, double most) {
@@ -257,9 +275,8 @@ void zvVerification::SkipMissing(std::int64_t count) {
   } else {
     Report(Finding::kSourceMissing, -1, value, 0, value);
   }
-  for (; count > 0 && !m_source.IsAtEnd(); --count) m_source.Advance();
+  for (; count > 0 && !m_source.IsAtEnd(); --count) Pass();
   m_sourceOfLine = m_source.GetNextIndex();
-  m_along = 0;
 }
 
 const zvVerification::Segment& zvVerification::SegmentHere() {
@@ -279,6 +296,14 @@ void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
   if (line.isRapid) return;
   const Segment* segment = &SegmentHere();
   double off = segment->line.Distance(line.p_part);
+  if (!(off <= m_slack) && m_maybeThere) {
+    // It was the line before that stood for the source move.
+    TakeAsThere();
+    m_sourceOfLine = m_source.GetNextIndex();
+    if (!m_source.IsAtEnd() && IsAt(m_source.Next(), line, judged)) return Match(line, judged);
+    segment = &SegmentHere();
+    off = segment->line.Distance(line.p_part);
+  }
   if (!(off <= m_slack)) {
     if (MatchAhead(line, judged)) return;
     segment = &SegmentHere();
@@ -292,6 +317,11 @@ void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
   const double angle = segment->arc.Angle(judged.dir_tool);
   if (!(angle <= kSameDirection)) judged.sourceOff = angle;
   CheckFeed(line, std::max(m_source.Last().feed, m_source.Next().feed));
+}
+
+void zvVerification::TakeAsThere() {
+  Pass();
+  ++m_verdict.sources;
 }
 
 // Where a line lies off its segment, source moves may be missing before it: true if it stands for

@@ -89,6 +89,9 @@ class zvVerification {
   bool MatchAhead(const zvLineView& line, const Judged& judged);
   void TakeInserted(const zvLineView& line, Judged& judged);
   void SkipMissing(std::int64_t count);
+  void Pass();
+  void TakeAsThere();
+  bool IsBlendedFeed(double feed) const;
   const Segment& SegmentHere();
 
   void CheckFeed(const zvLineView& line, double most);
@@ -118,6 +121,7 @@ class zvVerification {
   double m_slack = 0;  // what a length may be off by: a part of the size of the line's numbers
   std::array<double, 2> m_carried{};  // whole turns of wrapped axes, degrees
   double m_along = 0;                 // how far inserted lines have come on their segment
+  bool m_maybeThere = false;          // the line before may stand for the next source move
   bool m_hasPrevious = false;
   std::array<Judged, 2> m_judged;
   std::size_t m_current = 0;

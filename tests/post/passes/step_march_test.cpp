@@ -1,0 +1,101 @@
+// The march along a step, on walks whose blocks are numbers.
+#include <kandrel/post/passes/step_march.h>
+#include <tests/support/testing.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <vector>
+
+namespace tests {
+
+namespace {
+
+// A walk that is told what a block between two parameters uses.
+struct NumberWalk {
+  std::function<double(double, double)> use;
+  double tiny = 1e-6;
+  std::vector<double> places{0};
+  double tried = 0;
+  int tries = 0;
+
+  double GetPlace() const { return places.back(); }
+  double Try(double t) {
+    ++tries;
+    tried = t;
+    return use(places.back(), t);
+  }
+  void Accept() { places.push_back(tried); }
+  bool IsTiny(double step) const { return step < tiny; }
+};
+
+TEST(StepMarch, BlocksAreAsLongAsTheyMayBe) {
+  struct Case {
+    const char* what;
+    std::function<double(double)> longest;  // the block that is allowed at a place
+    double fewest;                          // its integral
+    double most, triesEach;
+  };
+  for (const Case& c :
+       {Case{"a whole step", [](double) { return 1.0; }, 1, 1, 1},
+        Case{"just two", [](double) { return 0.501; }, 2, 2, 2.5},
+        Case{"just three", [](double) { return 0.334; }, 3, 3, 2.5},
+        Case{"many", [](double) { return 0.00103; }, 971, 1000, 1.1},
+        Case{"ever shorter", [](double t) { return 0.1001 - 0.1 * t; }, 69.1, 85, 2.2},
+        Case{"ever longer", [](double t) { return 0.0001 + 0.1 * t; }, 69.1, 85, 2.2},
+        Case{"a narrow place", [](double t) { return 0.001 + std::fabs(t - 0.3); }, 12.4, 28, 3}}) {
+    SCOPED_TRACE(c.what);
+    NumberWalk walk{
+        [&](double a, double b) { return (b - a) / std::min(c.longest(a), c.longest(b)); }};
+    const auto result = post::March(walk, 1);
+    EXPECT_EQ(result.leaps, 0);
+    EXPECT_EQ(walk.places.back(), 1);
+    const double blocks = static_cast<double>(walk.places.size() - 1);
+    for (std::size_t k = 1; k < walk.places.size(); ++k)
+      ASSERT_LE(walk.use(walk.places[k - 1], walk.places[k]), 1) << k;
+    EXPECT_GE(blocks, std::floor(c.fewest));
+    EXPECT_LE(blocks, c.most);
+    EXPECT_LE(walk.tries, c.triesEach * blocks);
+  }
+}
+
+TEST(StepMarch, LeapsAreMadeTinyAndCounted) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    const char* what;
+    std::function<double(double, double)> use;
+    int leaps;
+  };
+  const auto over = [](double place, double value) {
+    return [=](double a, double b) { return a < place && b >= place ? value : (b - a) / 0.2; };
+  };
+  for (const Case& c : {Case{"one", over(0.4321, 9), 1}, Case{"not a number", over(0.7, nan), 1},
+                        Case{"at the end", over(1, 1e9), 1},
+                        Case{"everywhere", [](double, double) { return 50.0; }, 5},
+                        Case{"nothing known", [nan](double, double) { return nan; }, 5}}) {
+    SCOPED_TRACE(c.what);
+    NumberWalk walk{c.use};
+    EXPECT_EQ(post::March(walk, 1).leaps, c.leaps);
+    EXPECT_EQ(walk.places.back(), 1);
+    EXPECT_LT(walk.places.size(), 60u);
+    EXPECT_LT(walk.tries, 150);
+    if (c.leaps > 1) continue;
+    for (std::size_t k = 1; k < walk.places.size(); ++k)
+      EXPECT_TRUE(c.use(walk.places[k - 1], walk.places[k]) <= 1 ||
+                  walk.places[k] - walk.places[k - 1] < walk.tiny)
+          << k;
+  }
+}
+
+// Only where two neighbours may be one is it worth to look for them.
+TEST(StepMarch, SaysWhereItIsTooDense) {
+  NumberWalk even{[](double a, double b) { return (b - a) / 0.0999; }};
+  EXPECT_FALSE(post::March(even, 1).canBeThin);
+  NumberWalk jagged{
+      [](double a, double b) { return (b - a) / (a < 0.5 && b > 0.49 ? 0.001 : 0.3); }};
+  EXPECT_TRUE(post::March(jagged, 1).canBeThin);
+}
+
+}  // namespace
+
+}  // namespace tests
