@@ -24,6 +24,22 @@ zv4axKinematics::zv4axKinematics(const zv4axMachDef& machDef, const Point& partO
   c.spindleCrossAxis = Cross(c.spindle, c.axis);
 }
 
+zv4axMachDef zv4axKinematics::MachDef() const {
+  const zv4axMachDef other;
+  return {m_constants.isOnTable ? 1 : 0,
+          other.GetUnits(),
+          m_constants.spindle,
+          m_cone.GetAxis(),
+          m_constants.pivot,
+          other.GetMinAngle(),
+          other.GetMaxAngle(),
+          other.GetMinLimits(),
+          other.GetMaxLimits(),
+          m_axes * Point{1, 0, 0},
+          m_axes * Point{0, 1, 0},
+          m_axes * Point{0, 0, 1}};
+}
+
 Point zvOrientationCone::Onto(const Point& dir_tool) const {
   if (Holds(dir_tool)) return dir_tool;
   const double along = Dot(dir_tool, m_axis);

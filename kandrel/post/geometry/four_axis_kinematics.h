@@ -102,6 +102,8 @@ class KANDREL_API zv4axKinematics {
     return AngleOfCosine(CosineOfTurn(c), Dot(m_constants.spindleCrossAxis, dir_tool) < 0);
   }
 
+  /// The machine that they are of, with the default's units and limits.
+  zv4axMachDef MachDef() const;
   const zvOrientationCone& GetCone() const noexcept { return m_cone; }
   const zv4axConstants& GetConstants() const noexcept { return m_constants; }
   const Point& GetPartOrigin() const noexcept { return *m_partOrigin; }

@@ -31,8 +31,6 @@ class KANDREL_API zvPosted4axMoveMaker {
   zvPosted4axMoveMaker(const zv4axMachDef&, const zvKDRParam&, const Point&&, double) = delete;
 
   const zv4axKinematics& GetKinematics() const noexcept { return m_kinematics; }
-  /// With directions of unit length.
-  const zv4axMachDef& GetMachDef() const noexcept { return m_machDef; }
 
   /// `deg` exactly 1e308 means poleAngleTolerance of the parameters.
   PoleCone MakePoleCone(double deg = misc::kNoValue) const;
@@ -65,7 +63,6 @@ class KANDREL_API zvPosted4axMoveMaker {
 
  private:
   const zvKDRParam* m_par;
-  zv4axMachDef m_machDef;
   zv4axKinematics m_kinematics;
 };
 

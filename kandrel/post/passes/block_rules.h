@@ -42,11 +42,7 @@ class KANDREL_API zvBlockRules {
       RefuseAt(p_part);
   }
 
-  /// Whether a block keeps within the steps.
-  bool HoldsSteps(double turn, double distance) const noexcept {
-    return (!(m_step > 0) || turn <= m_step) && (!(m_distance > 0) || distance <= m_distance);
-  }
-  /// How much of their greatest length it uses, for March: above 1 where it doesn't.
+  /// How much of the steps' greatest lengths a block uses, for March: above 1 where it is longer.
   double UseOfSteps(double turn, double distance) const noexcept;
 
  private:

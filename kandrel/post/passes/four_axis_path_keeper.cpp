@@ -111,11 +111,11 @@ zv4axPathKeeper::zv4axPathKeeper(const zvPosted4axMoveMaker& maker,
       m_par(par),
       m_rules(tolerance, par,
               SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
-                  SizeOf(maker.GetMachDef().GetRotationPivot())),
-      m_law(maker.GetMachDef(), partOrigin, toolLengthCompensation),
+                  SizeOf(maker.GetKinematics().GetConstants().pivot)),
+      m_law(maker.GetKinematics().MachDef(), partOrigin, toolLengthCompensation),
       m_smallMoves(smallMoves),
       m_isOnTable(maker.GetKinematics().GetConstants().isOnTable),
-      m_toAxis(partOrigin - maker.GetMachDef().GetRotationPivot()),
+      m_toAxis(partOrigin - maker.GetKinematics().GetConstants().pivot),
       m_cone(maker.MakePoleCone(misc::kNarrowestPole)) {
   // Between two directions of the cone, 2 h apart about its axis a, the plane of their arc goes
   // through k a + r cos(h) e and f, where k and r are cosine and sine of the cone's half-angle and

@@ -71,7 +71,7 @@ class KANDREL_API zv4axPathKeeper {
       most = rad * std::max(Reach(from), Reach(to)) +
              2 * SumOf(to.GetMachinePosition() - from.GetMachinePosition());
     if (!(rad * most <= m_plainTip && rad * rad * m_bend <= m_plainAxis)) return false;
-    return m_rules.HoldsSteps(turn, PartDistance(from, to));
+    return !(m_rules.GetDistance() > 0) || PartDistance(from, to) <= m_rules.GetDistance();
   }
 
   /// Puts the lines between `to`, a feed move, and the move before it. Angles are not wound. Throws

@@ -368,7 +368,8 @@ double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
 bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   const double turn = std::max(std::fabs(to.GetAngle(0) - from.GetAngle(0)),
                                std::fabs(to.GetAngle(1) - from.GetAngle(1)));
-  if (!m_rules.HoldsSteps(turn, PartDistance(from, to))) return false;
+  if (m_rules.GetStep() > 0 && !(turn <= m_rules.GetStep())) return false;
+  if (m_rules.GetDistance() > 0 && !(PartDistance(from, to) <= m_rules.GetDistance())) return false;
   // Two undetermined moves stand at the same angle, whichever they will take.
   if (from.GetPoleStatus() != to.GetPoleStatus()) return false;
   const zvBlockDeviation most = m_law.Glance(LineOf(from), LineOf(to));

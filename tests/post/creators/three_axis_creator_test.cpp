@@ -120,6 +120,18 @@ TEST(ThreeAxisCreator, InterpolatesByDistance) {
     }
 }
 
+TEST(ThreeAxisCreator, AnyPathToleranceIsHeldWithoutALineMore) {
+  Scene scene;
+  const auto path = Contour({Move5({}, {0, 0, 1}, 100), Move5({900, 5, 1}, {0, 0, 1}, 200)});
+  const auto plain = PostAnew(scene, path);
+  for (const double tolerance : {1e-300, 0.01, 1e300}) {
+    auto creator = scene.Creator();
+    creator.SetPathTolerance({tolerance, tolerance});
+    EXPECT_EQ(Post(creator, path), plain) << tolerance;
+    EXPECT_TRUE(creator.GetToleranceReport().IsHeld());
+  }
+}
+
 TEST(ThreeAxisCreator, InterpolatedRapidsTypesAndFeeds) {
   Scene scene;
   scene.par.SetInterpolateByDistance(true);
