@@ -440,14 +440,14 @@ bool zv5axPathKeeper::Divide(List& list, Iterator from, Iterator to, double maxA
   return std::next(from) != to;
 }
 
-void zv5axPathKeeper::DivideLeap(List& list, Iterator from, Iterator to,
-                                 double maxAngleJump) const {
+void zv5axPathKeeper::DivideLeap(List& list, Iterator from, Iterator to, double maxAngleJump) {
   const double turn = LargerTurn(LineOf(*from), LineOf(*to));
   if (const double step = m_rules.GetStep(); !(step > 0 && turn > step + misc::kAngleBorder))
     return;
   if (maxAngleJump < from->AngleDistance(*to)) return;
   DivideStep(list, from, to, m_solver.GetParameters(), turn, m_solver.GetKinematics());
   // They belong to the path, which the tool leaves here: so that they are reported.
+  m_hasLeaps = true;
   const Arc arc(PlaceOf(*from).pose.axis, PlaceOf(*to).pose.axis);
   const auto parts = static_cast<double>(std::distance(from, to));
   double part = 0;
@@ -461,7 +461,8 @@ zvToleranceReport zv5axPathKeeper::Report(const List& list) {
   std::uint32_t index = 1;
   auto from = list.begin();
   for (auto to = std::next(from); to != list.end(); from = to++, ++index) {
-    if (to->IsRapid() || IsPlain(*from, *to)) continue;
+    // A plain block keeps to its way when its lines stand on it, which those of a leap don't.
+    if (to->IsRapid() || (!m_hasLeaps && IsPlain(*from, *to))) continue;
     const Place a = PlaceOf(*from);
     const Place b = PlaceOf(*to);
     const zvBlockDeviation off = m_law.Bound(a.line, b.line, {a.pose, b.pose});

@@ -88,7 +88,7 @@ class KANDREL_API zv5axPathKeeper {
   bool IsOnPole(const Point& orientation) const;
   void Thin(List& list, Iterator from, Iterator to) const;
   bool Divide(List& list, Iterator from, Iterator to, double maxAngleJump);
-  void DivideLeap(List& list, Iterator from, Iterator to, double maxAngleJump) const;
+  void DivideLeap(List& list, Iterator from, Iterator to, double maxAngleJump);
 
   const zv5axMoveSolver& m_solver;
   zvBlockRules m_rules;
@@ -101,6 +101,7 @@ class KANDREL_API zv5axPathKeeper {
   zvBlockLaw::Station m_behind;  // of the line asked about last
   bool m_hasPole = false;        // of the first axis, within reach
   bool m_hasLeftTurns = false;
+  bool m_hasLeaps = false;  // lines off the way that they belong to
 };
 
 }  // namespace post

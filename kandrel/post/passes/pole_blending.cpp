@@ -73,8 +73,8 @@ Polynomial HermiteCubic(double l, double jump, double mb, double ma) {
 
 // A slope of the cubic's ends. Neighbours may be as steep as they like, and as short; within three
 // times the mean a cubic without reversed ends doesn't turn back (Fritsch and Carlson, 1980).
-double BoundedSlope(double slope, double mean) {
-  const double steepest = 3 * mean;
+double BoundedSlope(double slope, double jump, double length) {
+  const double steepest = 3 * jump / length;
   return std::clamp(slope, -steepest, steepest);
 }
 
@@ -194,7 +194,7 @@ class Run {
     }
   };
 
-  double Bounded(double slope) const { return BoundedSlope(slope, m_jump.size / m_length); }
+  double Bounded(double slope) const { return BoundedSlope(slope, m_jump.size, m_length); }
 
   Polynomial FitCubic() const {
     Slope after;
@@ -254,9 +254,9 @@ class WoundRun {
     Turn([this](double s) { return m_jump * (s / m_length); }, misc::kNoValue);
   }
   void SpreadOnCubic() {
-    const double mean = std::fabs(m_jump) / m_length;
-    const Polynomial p = HermiteCubic(m_length, m_jump, BoundedSlope(SlopeBefore(), mean),
-                                      BoundedSlope(SlopeAfter(), mean));
+    const double size = std::fabs(m_jump);
+    const Polynomial p = HermiteCubic(m_length, m_jump, BoundedSlope(SlopeBefore(), size, m_length),
+                                      BoundedSlope(SlopeAfter(), size, m_length));
     const double spacing = m_step > 0 ? StepOnCurve(m_step, p, m_length) : misc::kNoValue;
     Turn([&p](double s) { return p.Evaluate(s); },
          spacing > misc::kEqual ? spacing : misc::kNoValue);

@@ -22,6 +22,8 @@ using Finding = zvPostingFinding;
 constexpr double kSameDirection = 1e-9;
 /// The cosine from which on a tool stands along an axis: 1e-6 rad.
 constexpr double kAlongAxis = 1 - 5e-13;
+/// The part of the slack of a line's axis that a number has which is given and not computed.
+constexpr double kOfAGivenNumber = 1e-3;
 /// What a feed may be above its source's by, as a part: blends of two equal ones round.
 constexpr double kFeedSlack = 1e-9;
 
@@ -360,13 +362,17 @@ void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
   }
   if (m_rotary != 3) return;
   const double off = misc::CircularDistance(line.degs[2], m_thirdAngle);
-  if (!(off <= m_rules.lineAxis)) Report(Finding::kLineAxisOff, 5, line.degs[2], m_thirdAngle, off);
+  // Nothing computes it: it is the machine's own number.
+  const double most = m_rules.lineAxis * kOfAGivenNumber;
+  if (!(off <= most)) Report(Finding::kLineAxisOff, 5, line.degs[2], m_thirdAngle, off - most);
 }
 
 // The tool is put along an axis that may stand anywhere then; with one rotary axis, along the
 // spindle as it points at 0 and 180 degrees.
 bool zvVerification::IsOnPole(const Judged& judged) const {
-  return m_hasSecondPole || (m_rotary > 0 && IsAlong(judged.station.pose.axis, m_pole));
+  if (m_hasSecondPole) return true;
+  const double sine = Cross(judged.station.pose.axis, m_pole).Length();
+  return m_rotary > 0 && sine <= m_rules.lineAxis * misc::kRadiansPerDegree;
 }
 
 void zvVerification::CheckLimits(const zvLineView& line) {

@@ -438,7 +438,7 @@ TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {
   std::vector<zvPostedLine> lines;
   for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
   ASSERT_GT(lines.size(), 2u);
-  lines[1].degs[2] += 0.01;
+  lines[1].degs[2] += 1e-3;
   EXPECT_EQ(PlacesOf(Verified(VerifierOf(scene), path, lines)),
             (std::vector<Place>{{Finding::kLineAxisOff, 1, 5}}));
 }
