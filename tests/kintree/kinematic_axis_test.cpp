@@ -13,7 +13,6 @@ namespace {
 using tests::Apply;
 using tests::FloatVector;
 using tests::kInfinity;
-using tests::kMetric;
 using tests::kNaN;
 using tests::Point;
 using tests::Slide;

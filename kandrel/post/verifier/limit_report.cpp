@@ -276,7 +276,7 @@ std::optional<Point> zvLimitReport::SmallestShift(double margin, double slack) c
         const std::array<double, 2> out{m_min[axis] + margin - moved[axis],
                                         moved[axis] - (m_max[axis] - margin)};
         for (int side = 0; side < 2; ++side) {
-          const auto i = static_cast<std::size_t>(2 * axis + side);
+          const std::size_t i = 2 * static_cast<std::size_t>(axis) + static_cast<std::size_t>(side);
           const double by = out[static_cast<std::size_t>(side)];
           // What is not a number is broken by every shift.
           if (!(by <= excess[i]) && !(worst[i] != nullptr && std::isnan(excess[i]))) {
