@@ -110,6 +110,7 @@ void zvVerification::Take(const zvLineView& line) {
                                        : !line.isInserted && line.source == m_source.GetNextIndex();
     if (isDue && !m_source.IsAtEnd()) Pass();
     m_hasPrevious = false;
+    m_flight.reset();
     return;
   }
   Judged& judged = m_judged[m_current];
@@ -128,7 +129,9 @@ void zvVerification::Take(const zvLineView& line) {
   judged.tipOff = PlainLength(judged.station.pose.tip - judged.p_part);
   judged.axisOff = PlainLength(dir_mach - judged.dir_tool);
 
+  if (m_flight) SettleFlight(line, judged);
   m_sourceOfLine = FindSource(line, judged);
+  if (!judged.isLift) m_flight.reset();
   CheckPose(line, judged);
   CheckLimits(line);
   if (m_hasPrevious && !line.isRapid) {
@@ -137,6 +140,7 @@ void zvVerification::Take(const zvLineView& line) {
     CheckTurns(line, judged);
   }
   m_hasPrevious = true;
+  m_lastDegs = line.degs;
   m_current = 1 - m_current;
 }
 
@@ -151,6 +155,7 @@ void zvVerification::ChooseLaw(Judged& judged) {
 }
 
 zvPostingVerdict zvVerification::Finish() {
+  if (m_flight && m_flight->doubt) ReportRapid(*m_flight->doubt);
   if (m_maybeThere) TakeAsThere();
   m_line = m_verdict.lines;
   m_sourceOfLine = m_source.GetNextIndex();
@@ -291,11 +296,92 @@ const zvVerification::Segment& zvVerification::SegmentHere() {
   return *m_segment;
 }
 
-// A line that stands for no source move. A rapid one is a lift, or lies on a rapid step of the
-// path.
+// Whether a place is that of a lift, or of none, from a line of the path along its tool. The tool
+// may stand off the line's orientation by what a line's axis may, and so may the lift.
+bool zvVerification::IsOver(const Point& p_part, const Point& below, const Point& dir_tool) const {
+  const Point away = p_part - below;
+  const double height = Dot(away, dir_tool);
+  const double tilt =
+      (m_rules.lineAxis + m_rules.poleAngleTolerance) * misc::kRadiansPerDegree * height;
+  return height >= -m_slack && PlainLength(away - height * dir_tool) <= m_slack + tilt;
+}
+
+// A rapid line that stands for no source move: it lies on a rapid step of the path, or off the path
+// in the air.
+void zvVerification::TakeRapid(const zvLineView& line, const Judged& judged) {
+  const Segment& segment = SegmentHere();
+  const bool isOnPath = segment.line.Distance(line.p_part) <= m_slack;
+  if (!m_source.Next().isRapid) return TakeFlight(line, isOnPath);
+  if (!isOnPath || !m_hasPrevious) return;
+  // A lift goes up and down again on a step along the tool.
+  const Judged& previous = Previous();
+  if (IsOver(line.p_part, previous.p_part, previous.dir_tool) ||
+      IsOver(previous.p_part, line.p_part, judged.dir_tool))
+    return;
+  const double along = segment.line.Along(line.p_part) * segment.length;
+  if (!(along >= m_along - m_slack))
+    Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
+  m_along = std::max(m_along, along);
+}
+
+// On a feed step the tool leaves the path along itself, turns in the air, and comes down along
+// itself. A lift on a step along the tool lies on the path as well: then only a turn explains it.
+void zvVerification::TakeFlight(const zvLineView& line, bool isOnPath) {
+  if (!m_hasPrevious) return;
+  const Judged& previous = Previous();
+  if (!m_flight) {
+    m_flight.emplace();
+    m_flight->p_part = previous.p_part;
+    m_flight->dir_tool = previous.dir_tool;
+    m_flight->hasTurned = line.degs != m_lastDegs;
+  }
+  Flight& flight = *m_flight;
+  const Flight::Line taken{m_line, m_sourceOfLine, line.p_part, isOnPath};
+  if (IsOver(line.p_part, flight.p_part, flight.dir_tool)) {
+    flight.isLifted = true;
+    const bool isThere = PlainLength(line.p_part - flight.p_part) <= m_slack;
+    if (isOnPath && !isThere && !flight.onPath) flight.onPath = taken;
+  } else if (!flight.isLifted ||
+             !(PlainLength(line.p_mach - previous.station.line.p_mach) <= m_slack)) {
+    flight.doubt = taken;  // no turn that leaves the linear axes where they are
+  }
+}
+
+// What the next line says of the flight before it.
+void zvVerification::SettleFlight(const zvLineView& line, const Judged& judged) {
+  Flight& flight = *m_flight;
+  if (line.degs != m_lastDegs) flight.hasTurned = true;
+  if (flight.doubt) {
+    const bool isDrop = IsOver(flight.doubt->p_part, judged.p_part, judged.dir_tool);
+    if (isDrop && flight.doubt->isOnPath && !flight.onPath) flight.onPath = flight.doubt;
+    if (!isDrop && (!line.isRapid || flight.doubt->isOnPath || !flight.isLifted))
+      ReportRapid(*flight.doubt);
+    flight.isLifted = flight.isLifted || isDrop;
+    flight.doubt.reset();
+  }
+  if (!line.isRapid && flight.onPath && !flight.hasTurned) ReportRapid(*flight.onPath);
+}
+
+// Of a line before this one, among the findings in its place.
+void zvVerification::ReportRapid(const Flight::Line& line) {
+  auto& findings = m_verdict.findings;
+  const std::size_t kept = findings.size();
+  const std::uint64_t here = std::exchange(m_line, line.line);
+  const std::int64_t source = std::exchange(m_sourceOfLine, line.source);
+  Report(Finding::kRapid, -1, 1, 0, 0);
+  m_line = here;
+  m_sourceOfLine = source;
+  if (findings.size() == kept) return;
+  const auto place =
+      std::upper_bound(findings.begin(), findings.end() - 1, findings.back(),
+                       [](const Finding& a, const Finding& b) { return a.line < b.line; });
+  std::rotate(place, findings.end() - 1, findings.end());
+}
+
+// A line that stands for no source move.
 void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
   judged.isLift = line.isRapid;
-  if (line.isRapid) return;
+  if (line.isRapid) return TakeRapid(line, judged);
   const Segment* segment = &SegmentHere();
   double off = segment->line.Distance(line.p_part);
   if (!(off <= m_slack) && m_maybeThere) {

@@ -78,6 +78,23 @@ class zvVerification {
     double length;
   };
 
+  /// The rapid lines that a posting put in on its way to a feed move: lifts over lines of the path,
+  /// and what turns in the air between them.
+  struct Flight {
+    struct Line {
+      std::uint64_t line;
+      std::int64_t source;
+      Point p_part;
+      bool isOnPath;
+    };
+    Point p_part;  // of the line that it left
+    Point dir_tool;
+    bool isLifted = false;
+    bool hasTurned = false;
+    std::optional<Line> doubt;   // the last, if only the next line can tell
+    std::optional<Line> onPath;  // the first of its lifts that lies on the path
+  };
+
   const Judged& Previous() const noexcept { return m_judged[1 - m_current]; }
   std::size_t RotaryCount() const noexcept { return m_rotary < 2 ? m_rotary : 2; }
   zvBlockLaw::Line Unwrapped(const zvLineView& line);
@@ -88,6 +105,11 @@ class zvVerification {
   void Match(const zvLineView& line, const Judged& judged);
   bool MatchAhead(const zvLineView& line, const Judged& judged);
   void TakeInserted(const zvLineView& line, Judged& judged);
+  void TakeRapid(const zvLineView& line, const Judged& judged);
+  void TakeFlight(const zvLineView& line, bool isOnPath);
+  void SettleFlight(const zvLineView& line, const Judged& judged);
+  void ReportRapid(const Flight::Line& line);
+  bool IsOver(const Point& p_part, const Point& below, const Point& dir_tool) const;
   void SkipMissing(std::int64_t count);
   void Pass();
   void TakeAsThere();
@@ -123,6 +145,8 @@ class zvVerification {
   double m_along = 0;                 // how far inserted lines have come on their segment
   bool m_maybeThere = false;          // the line before may stand for the next source move
   bool m_hasPrevious = false;
+  std::array<double, 3> m_lastDegs{};  // of the line before, as it is written
+  std::optional<Flight> m_flight;
   std::array<Judged, 2> m_judged;
   std::size_t m_current = 0;
   std::optional<Segment> m_segment;  // the last that was asked for
