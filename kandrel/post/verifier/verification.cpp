@@ -20,6 +20,8 @@ using Finding = zvPostingFinding;
 /// How far a source move's direction and an inserted line's may be off each other, in radians, and
 /// count as the same: far above rounding, below what any tolerance asks.
 constexpr double kSameDirection = 1e-9;
+/// The same of a place, as a part of the size of the line's numbers.
+constexpr double kSamePlace = 1e-12;
 /// The cosine from which on a tool stands along an axis: 1e-6 rad.
 constexpr double kAlongAxis = 1 - 5e-13;
 /// The part of the slack of a line's axis that a number has which is given and not computed.
@@ -119,7 +121,8 @@ void zvVerification::Take(const zvLineView& line) {
     m_law->MoveOn(Previous().station, Unwrapped(line), judged.station);
   else
     judged.station = m_law->StationAt(Unwrapped(line));
-  m_slack = m_rules.lineTip * (1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part));
+  m_size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
+  m_slack = m_rules.lineTip * m_size + m_rules.lineLength;
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
   const Point& dir_mach = judged.station.pose.axis;
   if (m_rules.hasMarkers && line.isInserted)
@@ -187,6 +190,7 @@ zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
 std::int64_t zvVerification::FindSource(const zvLineView& line, Judged& judged) {
   judged.isLift = false;
   judged.sourceOff = 0;
+  judged.sourceTipOff = 0;
   const std::int64_t due = m_source.GetNextIndex();
   m_sourceOfLine = due;
   if (line.source < 0) {
@@ -249,10 +253,11 @@ void zvVerification::Pass() {
 }
 
 // The line stands for the next source move.
-void zvVerification::Match(const zvLineView& line, const Judged& judged) {
+void zvVerification::Match(const zvLineView& line, Judged& judged) {
   const zvSourceMove& move = m_source.Next();
   if (!(line.p_part == move.tip)) {
     const double off = PlainLength(line.p_part - move.tip);
+    judged.sourceTipOff = CountedOff(off);
     if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
   }
   if (!(line.dir_tool == move.dir_tool)) {
@@ -264,6 +269,11 @@ void zvVerification::Match(const zvLineView& line, const Judged& judged) {
   if (line.isRapid != move.isRapid) Report(Finding::kRapid, -1, line.isRapid, move.isRapid, 0);
   Pass();
   ++m_verdict.sources;
+}
+
+// What a place is off the path by, but for rounding. Beyond the slack it is a finding by itself.
+double zvVerification::CountedOff(double off) const {
+  return off > kSamePlace * m_size && off <= m_slack ? off : 0;
 }
 
 void zvVerification::CheckFeed(const zvLineView& line, double most) {
@@ -398,6 +408,7 @@ void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
     off = segment->line.Distance(line.p_part);
     if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
   }
+  judged.sourceTipOff = CountedOff(off);
   const double along = segment->line.Along(line.p_part) * segment->length;
   if (!(along >= m_along - m_slack))
     Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
@@ -414,7 +425,7 @@ void zvVerification::TakeAsThere() {
 
 // Where a line lies off its segment, source moves may be missing before it: true if it stands for
 // one of the next. Where it lies on one of the next segments, those before that are.
-bool zvVerification::MatchAhead(const zvLineView& line, const Judged& judged) {
+bool zvVerification::MatchAhead(const zvLineView& line, Judged& judged) {
   if (line.source < 0) {
     for (std::size_t k = 1; k < zvSourceWalk::kAhead; ++k) {
       const zvSourceMove* move = m_source.Ahead(k);
@@ -504,6 +515,7 @@ void zvVerification::CheckBlock(const Judged& judged) {
   const Judged& previous = Previous();
   const zvBlockLaw::Way way{{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}};
   const double sourceOff = previous.isLift ? 0 : std::max(previous.sourceOff, judged.sourceOff);
+  const double tipOff = previous.isLift ? 0 : std::max(previous.sourceTipOff, judged.sourceTipOff);
   const zvPathTolerance& tolerance = m_rules.tolerance;
   constexpr double kInfinite = std::numeric_limits<double>::infinity();
   zvBlockDeviation known;
@@ -513,13 +525,15 @@ void zvVerification::CheckBlock(const Judged& judged) {
     if (tolerance.IsOn())
       known = {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
     bound = m_law->Guess(previous.station, judged.station);
-    bound.tip += std::max(previous.tipOff, judged.tipOff);
+    bound.tip += std::max(previous.tipOff, judged.tipOff) + tipOff;
     bound.axis += DegOfChord(std::max(previous.axisOff, judged.axisOff) + sourceOff);
     if (bound.tip <= known.tip) known.tip = kInfinite;
     if (bound.axis <= known.axis) known.axis = kInfinite;
     if (known.tip == kInfinite && known.axis == kInfinite) return;
   }
-  const zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way, known);
+  zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way,
+                                              {std::max(0.0, known.tip - tipOff), known.axis});
+  nearer.tip += tipOff;
   bound = {std::min(bound.tip, nearer.tip), std::min(bound.axis, nearer.axis)};
   // On its own way and on that of the source, where the two part: between cones of one rotary axis.
   const bool hasSourceWay = sourceOff > 0 && m_segment.has_value() && known.axis < kInfinite;
@@ -529,7 +543,7 @@ void zvVerification::CheckBlock(const Judged& judged) {
                  m_law->BoundAbove(previous.station, judged.station, m_segment->way, known).axis);
   if (tolerance.IsOn() && (bound.tip > tolerance.GetTip() || bound.axis > tolerance.GetAxis())) {
     // What is proved to hold is no finding, though a bound may come out 2% larger.
-    const zvBlockDeviation tip{tolerance.GetTip(), kInfinite};
+    const zvBlockDeviation tip{tolerance.GetTip() - tipOff, kInfinite};
     const zvBlockDeviation axis{kInfinite, tolerance.GetAxis()};
     const auto holds = [&](const zvBlockDeviation& most) {
       return m_law->Holds(previous.station, judged.station, way, most);

@@ -62,11 +62,12 @@ class zvVerification {
   struct Judged {
     zvBlockLaw::Station station;
     Point p_part;
-    Point dir_tool;        // a unit vector
-    double tipOff = 0;     // what the machine puts the tip off the line by
-    double axisOff = 0;    // the same of the tool axis, as a chord
-    double sourceOff = 0;  // what the orientation lies off the source's arc by, radians
-    bool isLift = false;   // a rapid line that the posting put in
+    Point dir_tool;           // a unit vector
+    double tipOff = 0;        // what the machine puts the tip off the line by
+    double axisOff = 0;       // the same of the tool axis, as a chord
+    double sourceOff = 0;     // what the orientation lies off the source's arc by, radians
+    double sourceTipOff = 0;  // what the part position lies off the source's move or segment by
+    bool isLift = false;      // a rapid line that the posting put in
   };
 
   /// A step of the toolpath.
@@ -102,8 +103,8 @@ class zvVerification {
 
   std::int64_t FindSource(const zvLineView& line, Judged& judged);
   bool IsAt(const zvSourceMove& move, const zvLineView& line, const Judged& judged) const;
-  void Match(const zvLineView& line, const Judged& judged);
-  bool MatchAhead(const zvLineView& line, const Judged& judged);
+  void Match(const zvLineView& line, Judged& judged);
+  bool MatchAhead(const zvLineView& line, Judged& judged);
   void TakeInserted(const zvLineView& line, Judged& judged);
   void TakeRapid(const zvLineView& line, const Judged& judged);
   void TakeFlight(const zvLineView& line, bool isOnPath);
@@ -116,6 +117,7 @@ class zvVerification {
   bool IsBlendedFeed(double feed) const;
   const Segment& SegmentHere();
 
+  double CountedOff(double off) const;
   void CheckFeed(const zvLineView& line, double most);
   void CheckPose(const zvLineView& line, const Judged& judged);
   bool IsOnPole(const Judged& judged) const;
@@ -140,6 +142,7 @@ class zvVerification {
   zvPostingVerdict m_verdict;
   std::uint64_t m_line = 0;
   std::int64_t m_sourceOfLine = -1;
+  double m_size = 0;   // the size of the line's numbers and the machine's
   double m_slack = 0;  // what a length may be off by: a part of the size of the line's numbers
   std::array<double, 2> m_carried{};  // whole turns of wrapped axes, degrees
   double m_along = 0;                 // how far inserted lines have come on their segment

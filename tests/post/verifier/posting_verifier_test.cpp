@@ -435,6 +435,31 @@ TEST_F(Mutants, ToleranceSpeedAndCountsAreKept) {
   EXPECT_GT(many.counts[Finding::kRotarySpeed], 50u);
 }
 
+// A line beside the path, where the machine puts it: the way from line to line is kept, the path's
+// is not.
+TEST(PostingVerifier, CountsWhatLinesOfFewDecimalsLieOffThePath) {
+  const ThreeAxisScene scene;
+  const PathBuilder path =
+      Build(Source{{{0, 0, 0}, {0, 0, 1}}, {{10, 0, 0}, {0, 0, 1}}, {{20, 0, 0}, {0, 0, 1}}});
+  std::vector<zvPostedLine> lines;
+  for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
+  ASSERT_EQ(lines.size(), 3u);
+  lines[1].p_part.y += 1e-3;
+  lines[1].p_mach.y += 1e-3;
+  zvPostingVerifier verifier = VerifierOf(scene);
+  post::zvVerifierRules rules = verifier.GetRules();
+  for (const double slack : {5e-4, 2e-3}) {
+    rules.lineLength = slack;
+    verifier.SetRules(rules);
+    const zvPostingVerdict verdict = Verified(verifier, path, lines);
+    EXPECT_EQ(verdict.IsClean(), slack > 1e-3);
+    EXPECT_EQ(verdict.counts[Finding::kTipOffSource], slack > 1e-3 ? 0u : 1u);
+    if (slack > 1e-3) {
+      EXPECT_NEAR(verdict.tip.value, 1e-3, 1e-9);
+    }
+  }
+}
+
 TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {
   Seeded random;
   SixAxisScene scene = RandomSixAxisScene(random);
