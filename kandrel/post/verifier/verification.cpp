@@ -125,10 +125,12 @@ void zvVerification::Take(const zvLineView& line) {
   m_slack = m_rules.lineTip * m_size + m_rules.lineLength;
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
   const Point& dir_mach = judged.station.pose.axis;
-  if (m_rules.hasMarkers && line.isInserted)
+  // Where there is none it is off by half a turn.
+  judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : Unit(line.dir_tool);
+  // Of a line without a number its place tells whether it is inserted.
+  if (m_rules.hasMarkers &&
+      (line.isInserted || (line.source < 0 && !IsAt(m_source.Next(), line, judged))))
     judged.dir_tool = dir_mach;
-  else  // where there is none it is off by half a turn
-    judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : Unit(line.dir_tool);
   judged.tipOff = PlainLength(judged.station.pose.tip - judged.p_part);
   judged.axisOff = PlainLength(dir_mach - judged.dir_tool);
 

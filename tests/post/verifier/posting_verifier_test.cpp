@@ -166,10 +166,8 @@ void ExpectOwnPostingsVerified(Seeded& random, AnyScene scene, int rotary, int& 
     std::vector<zvPostedLine> lines;
     for (const Line& line : outcome.lines) lines.push_back(NeutralOf(line, isNumbered));
     const zvPostingVerdict same = Verified(verifier, path, lines);
-    if (isNumbered || scene.par.GetInterpolationMode() == 0) {
-      ASSERT_EQ(PlacesOf(same), std::vector<Place>{});
-      ASSERT_EQ(same.sources, verdict.sources);
-    }
+    ASSERT_EQ(PlacesOf(same), std::vector<Place>{});
+    ASSERT_EQ(same.sources, verdict.sources);
     if (isNumbered) {
       ASSERT_EQ(same.tip.value, verdict.tip.value);
     }
