@@ -123,12 +123,23 @@ void AddVerify(CLI::App& app) {
   command.footer(
       "Give the options that the lines were posted with. Limits are looked at unless --set "
       "limitsCheck says which.\n"
+      "POSTED.csv may have the columns of posted.csv alone; one with any other is refused.\n"
       "Example: kandrel-post verify -m preset:trunnion_ca -t part.cl out/posted.csv --tolerance "
       "0.01");
   auto options = std::make_shared<RunOptions>(command);
   auto file = std::make_shared<std::string>();
   command.add_option("POSTED.csv", *file, "posted lines in the form of posted.csv")->required();
-  command.callback([options, file] { RunVerify(options->Take(), *file); });
+  auto lineTolerance = std::make_shared<std::string>();
+  command
+      .add_option("--line-tolerance", *lineTolerance,
+                  "how far a line may lie off where it should, for numbers of few decimals: TIP in "
+                  "the path's units, AXIS in degrees (by rounding alone, 0.0017)")
+      ->check(Check(&ParseLineTolerance));
+  command.callback([options, file, lineTolerance] {
+    PostOptions taken = options->Take();
+    if (!lineTolerance->empty()) taken.lineTolerance = ParseLineTolerance(*lineTolerance);
+    RunVerify(taken, *file);
+  });
 }
 
 void AddMachine(CLI::App& app) {

@@ -19,6 +19,12 @@ struct ToleranceOption {
   std::optional<double> axis;  ///< degrees; without it 0.1
 };
 
+/// What --line-tolerance says: how far a line may lie off where it should.
+struct LineToleranceOption {
+  double tip = 0;              ///< the path's units
+  std::optional<double> axis;  ///< degrees; without it as the verifier's rules have it
+};
+
 struct PostOptions {
   std::string machine;
   std::string toolPathFile;
@@ -31,6 +37,7 @@ struct PostOptions {
   std::uint32_t rapidLinkType = 5;
   ToleranceOption tolerance;
   std::optional<double> maxRotarySpeed;  ///< degrees a minute
+  std::optional<LineToleranceOption> lineTolerance;
 };
 
 /// Posts a toolpath, writes posted.csv, posted.nc and run.kdr into the folder and prints the

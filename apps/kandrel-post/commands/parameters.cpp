@@ -228,6 +228,13 @@ ToleranceOption ParseTolerance(std::string_view text) {
   return option;
 }
 
+LineToleranceOption ParseLineTolerance(std::string_view text) {
+  const std::size_t comma = text.find(',');
+  LineToleranceOption option{ParsePositive(text.substr(0, comma)), {}};
+  if (comma != std::string_view::npos) option.axis = ParsePositive(text.substr(comma + 1));
+  return option;
+}
+
 post::zvPathTolerance PathToleranceOf(const ToleranceOption& option,
                                       measures::zvUnitsFactory::Units units) {
   if (option.isOff) return {};

@@ -47,6 +47,9 @@ double ParsePositive(std::string_view text);
 /// "TIP", "TIP,AXIS" or "off". Throws UsageError for anything else, and for what is not above 0.
 ToleranceOption ParseTolerance(std::string_view text);
 
+/// "TIP" or "TIP,AXIS". Throws UsageError for anything else, and for what is not above 0.
+LineToleranceOption ParseLineTolerance(std::string_view text);
+
 /// The tolerance of a run over a path in these units.
 post::zvPathTolerance PathToleranceOf(const ToleranceOption& option,
                                       measures::zvUnitsFactory::Units units);

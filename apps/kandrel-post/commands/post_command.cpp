@@ -83,7 +83,8 @@ post::zvPostingVerdict Verify(const Job& job, const Posted& posted,
                               const post::zvAlignMatrix& alignment, Progress& progress) {
   progress.Stage("verifying");
   const PostOptions& options = job.options;
-  post::zvVerifierRules rules = VerifierRules(options, job.par, job.toolPath.GetUnits());
+  post::zvVerifierRules rules =
+      VerifierRules(options, job.machine, job.par, job.toolPath.GetUnits());
   rules.alignment = alignment;
   rules.mostFindings = kMostFindingsShown;
   post::zvPostingVerifier verifier(*job.machine.builder.GetMachDef(), options.control,

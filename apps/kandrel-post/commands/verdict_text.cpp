@@ -26,7 +26,10 @@ std::string RoundedUp(double value) {
   const int decimals =
       std::clamp(2 - static_cast<int>(std::floor(std::log10(value))), 0, kMostDecimals);
   const double scale = std::pow(10.0, decimals);
-  std::string text = fmt::format("{:.{}f}", std::ceil(value * scale) / scale, decimals);
+  // The product rounds: 0.07 comes out above 700 and is not to be shown as 0.0701.
+  constexpr double kSlack = 1e-12;
+  const double shown = std::ceil(value * scale * (1 - kSlack)) / scale;
+  std::string text = fmt::format("{:.{}f}", shown, decimals);
   if (decimals != 0) {
     text.erase(text.find_last_not_of('0') + 1);
     if (text.back() == '.') text.pop_back();
@@ -85,9 +88,15 @@ class FindingText {
       case Finding::kWholeTurn:
         return fmt::format("{} turns by {:.6g} deg on the way there, more than half a turn",
                            Axis(f), f.value);
-      default:
+      case Finding::kGoesBack:
+        return fmt::format("it lies {:.4g} {} behind the line before it on the toolpath", f.value,
+                           m_unit);
+      case Finding::kNotFinite:
         return "it has a number that is infinite or not a number";
+      case Finding::kKinds:
+        break;
     }
+    return "it is wrong";
   }
 
  private:
@@ -102,14 +111,21 @@ class FindingText {
 
 }  // namespace
 
-post::zvVerifierRules VerifierRules(const PostOptions& options, const post::zvKDRParam& par,
+post::zvVerifierRules VerifierRules(const PostOptions& options, const Machine& machine,
+                                    const post::zvKDRParam& par,
                                     measures::zvUnitsFactory::Units units) {
   post::zvVerifierRules rules;
-  rules.tolerance = PathToleranceOf(options.tolerance, units);
+  if (AxisCount(machine) > 3) rules.tolerance = PathToleranceOf(options.tolerance, units);
   if (options.maxRotarySpeed) rules.maxRotarySpeed = *options.maxRotarySpeed;
   rules.limitsCheck = par.GetLimitsCheck();
   rules.limitTolerance = par.GetLimitTolerance();
   rules.poleAngleTolerance = par.GetPoleAngleTolerance();
+  if (options.lineTolerance) {
+    rules.lineLength = options.lineTolerance->tip;
+    if (options.lineTolerance->axis) rules.lineAxis = *options.lineTolerance->axis;
+  }
+  // With a tolerance lines are put by it alone, whatever the mode is.
+  rules.hasMarkers = !rules.tolerance.IsOn() && par.GetInterpolationMode() != 0;
   return rules;
 }
 

@@ -15,8 +15,10 @@
 namespace kandrel_post {
 
 /// The rules of the options and posting parameters, for a path in these units. Limits as the
-/// parameters check them.
-post::zvVerifierRules VerifierRules(const PostOptions& options, const post::zvKDRParam& par,
+/// parameters check them. No tolerance over 3 axes, whose tip leaves its line by nothing but
+/// rounding: a tolerance below that would find every line.
+post::zvVerifierRules VerifierRules(const PostOptions& options, const Machine& machine,
+                                    const post::zvKDRParam& par,
                                     measures::zvUnitsFactory::Units units);
 
 /// "verified: tip within 0.0098 mm, axis within 0.07 deg", both rounded up; or "not verified: 3

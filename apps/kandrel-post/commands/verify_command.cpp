@@ -65,9 +65,10 @@ void RunVerify(const PostOptions& options, const std::string& postedFile) {
   Progress progress;
   progress.Stage("reading");
   const ClProgram program = ReadClFile(options.toolPathFile, options.rapidLinkType, progress);
+  post::zvMachDefUtils::RequireUnits(machDef, program.toolPath.GetUnits());
   progress.Stage("verifying");
   post::zvPostingVerifier verifier(machDef, options.control, options.origin, options.toolLength);
-  post::zvVerifierRules rules = VerifierRules(options, par, program.toolPath.GetUnits());
+  post::zvVerifierRules rules = VerifierRules(options, machine, par, program.toolPath.GetUnits());
   if (par.GetAlignToolpath()) rules.alignment = AlignmentOf(program.toolPath, machDef);
   verifier.SetRules(rules);
   const post::zvPostingVerdict verdict =

@@ -1,5 +1,6 @@
 #include <kandrel/post/creators/posted_tp_creator.h>
 #include <kandrel/post/model/limit_tests.h>
+#include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/control_limits.h>
 
@@ -74,10 +75,7 @@ void zvPostedTPCreator::RequireFiniteAlignment() const {
 
 void zvPostedTPCreator::CheckUnits(const post::zvMachDef& machDef,
                                    const cadcam::zvToolPath& toolpath) const {
-  if (machDef.GetUnits() == toolpath.GetUnits()) return;
-  throw zvPostException(toolpath.GetUnits() == measures::zvUnitsFactory::metric
-                            ? zvPostException::kMetricPathOnInchMachine
-                            : zvPostException::kInchPathOnMetricMachine);
+  post::zvMachDefUtils::RequireUnits(machDef, toolpath.GetUnits());
 }
 
 void zvPostedTPCreator::ExceedingLimit(const zvLimitType& limit) const {

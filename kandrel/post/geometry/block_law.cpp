@@ -569,6 +569,15 @@ void zvBlockLaw::Stand(Station& station) const noexcept {
   if (m_hasSecond) station.second_part = Turned(m_second, m_first, station.first);
 }
 
+namespace {
+
+// The size of a way's orientations: NaN and infinity show in it.
+double AxisSize(const Way& way) noexcept {
+  return SizeOf(way.from.axis) + SizeOf(way.to.axis);
+}
+
+}  // namespace
+
 zvBlockDeviation zvBlockLaw::Guess(const Station& from, const Station& to) const noexcept {
   const zvBlockMotion motion(*this, from, to);
   const zvBlockDeviation guess = motion.Guess(to);
@@ -601,7 +610,7 @@ zvBlockDeviation zvBlockLaw::BoundAbove(const Station& from, const Station& to, 
   const zvBlockMotion motion(*this, from, to);
   const double size = motion.Size() + SizeOf(way.from.tip) + SizeOf(way.to.tip);
   const double turn = motion.TurnSize();
-  if (!(size < kInfinite) || !(turn < kInfinite)) return {kInfinite, kInfinite};
+  if (!(size + AxisSize(way) < kInfinite) || !(turn < kInfinite)) return {kInfinite, kInfinite};
   if (turn > kLargestTurn) return {size, misc::kFullTurnDeg / 2};
   zvBlockDeviation bound;
   if (turn == 0) {
@@ -624,11 +633,12 @@ bool zvBlockLaw::Holds(const Station& from, const Station& to, const Way& way,
                                   PlainLength(to.pose.axis - way.to.axis));
   const zvBlockMotion motion(*this, from, to);
   const double size = motion.Size() + SizeOf(way.from.tip) + SizeOf(way.to.tip);
+  if (!(motion.TurnSize() < kInfinite) || !(size + AxisSize(way) < kInfinite)) return false;
   const zvBlockDeviation most{allowed.tip - kRounding * size,
                               allowed.axis * misc::kRadiansPerDegree - kAxisRounding};
   const zvBlockDeviation guess = motion.Guess(to);
   if (guess.tip + tipOff <= most.tip && AngleOfSine(guess.axis + axisOff) <= most.axis) return true;
-  if (!(motion.TurnSize() <= kLargestTurn) || !(size < kInfinite)) return false;
+  if (motion.TurnSize() > kLargestTurn) return false;
   const zvBlockDeviation bound = Searched(motion, from, to, way, most, most);
   return bound.tip <= most.tip && bound.axis <= most.axis;
 }

@@ -26,6 +26,14 @@ misc::zvAutoPointer<T> CheckedCast(const MachDefPointer& machDef,
 
 }  // namespace
 
+void zvMachDefUtils::RequireUnits(const zvMachDef& machDef,
+                                  measures::zvUnitsFactory::Units pathUnits) {
+  if (machDef.GetUnits() == pathUnits) return;
+  throw zvPostException(pathUnits == measures::zvUnitsFactory::metric
+                            ? zvPostException::kMetricPathOnInchMachine
+                            : zvPostException::kInchPathOnMetricMachine);
+}
+
 const zv3axMachDef& zvMachDefUtils::As3ax(const zvMachDef& machDef) {
   return CheckedCast<zv3axMachDef>(machDef, zvMachDef::threeAxes);
 }

@@ -33,6 +33,9 @@ class KANDREL_API zvMachDefUtils {
   /// 3 to 6. Throws zvPostException 5031 for any other `numbersOfAxes`.
   static int GetNumberOfAxes(const misc::zvAutoPointer<zvMachDef>& machDef);
 
+  /// Throws zvPostException 5032 or 5033 for a path in other units than the machine's.
+  static void RequireUnits(const zvMachDef& machDef, measures::zvUnitsFactory::Units pathUnits);
+
   /// Accepts definitions of one class and throws for the others.
   class KANDREL_API zvCastingRevolvedChecker : public zvMachineVisitor {
    public:

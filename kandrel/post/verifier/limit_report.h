@@ -77,7 +77,6 @@ class KANDREL_API zvLimitReport {
 
   static constexpr std::size_t kAxes = 5;
 
-  void FindBreaches(const Line& line);
   void Put(std::int32_t axis, std::int32_t side, double value, double bound);
   void Keep(const Line& line);
   Point Moved(const Line& line, const Point& shift) const;

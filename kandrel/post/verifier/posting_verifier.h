@@ -49,11 +49,15 @@ struct zvPostedLine {
 ///    between the two part positions is bounded, and the largest angle of the tool axis to the
 ///    shortest arc between the two orientations.
 /// 2. Lines that the posting inserted lie on the segment between their two source moves, and on the
-///    arc between their orientations; what they are off it by is added to the deviation of their
-///    blocks, so that this holds for the source's segment and arc as well. Where the tool comes
+///    arc between their orientations; what they are off it by, in tip and axis, is added to the
+///    deviation of their blocks, so that this holds for the source's segment and arc as well. Their
+///    feed is at most the larger of their two source moves' feeds: a divided step carries the feed
+///    of its end, a blended one feeds between the two, and both are right. Where the tool comes
 ///    back from a lift, a rapid inserted line, its block is a way of its own.
 /// 3. Lines of rapid motion must stand where they say, within limits and in their order; what
-///    happens between them is not judged.
+///    happens between them is not judged. One that the posting put in lies on a rapid step of the
+///    path, or is a lift: on a feed step it stands off the path along the tool axis of the line
+///    that is left or of the one that is come to, or between two such.
 /// 4. A turn on the spot takes no time at any feed: its speed is not judged.
 ///
 /// Threads may share a verifier. Linear in the number of lines, in memory of its own that doesn't

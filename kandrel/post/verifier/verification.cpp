@@ -20,6 +20,8 @@ using Finding = zvPostingFinding;
 /// How far a source move's direction and an inserted line's may be off each other, in radians, and
 /// count as the same: far above rounding, below what any tolerance asks.
 constexpr double kSameDirection = 1e-9;
+/// The same of a place, as a part of the size of the line's numbers.
+constexpr double kSamePlace = 1e-12;
 /// The cosine from which on a tool stands along an axis: 1e-6 rad.
 constexpr double kAlongAxis = 1 - 5e-13;
 /// The part of the slack of a line's axis that a number has which is given and not computed.
@@ -110,6 +112,7 @@ void zvVerification::Take(const zvLineView& line) {
                                        : !line.isInserted && line.source == m_source.GetNextIndex();
     if (isDue && !m_source.IsAtEnd()) Pass();
     m_hasPrevious = false;
+    m_flight.reset();
     return;
   }
   Judged& judged = m_judged[m_current];
@@ -118,17 +121,22 @@ void zvVerification::Take(const zvLineView& line) {
     m_law->MoveOn(Previous().station, Unwrapped(line), judged.station);
   else
     judged.station = m_law->StationAt(Unwrapped(line));
-  m_slack = m_rules.lineTip * (1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part));
+  m_size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
+  m_slack = m_rules.lineTip * m_size + m_rules.lineLength;
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
   const Point& dir_mach = judged.station.pose.axis;
-  if (m_rules.hasMarkers && line.isInserted)
+  // Where there is none it is off by half a turn.
+  judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : Unit(line.dir_tool);
+  // Of a line without a number its place tells whether it is inserted.
+  if (m_rules.hasMarkers &&
+      (line.isInserted || (line.source < 0 && !IsAt(m_source.Next(), line, judged))))
     judged.dir_tool = dir_mach;
-  else  // where there is none it is off by half a turn
-    judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : Unit(line.dir_tool);
   judged.tipOff = PlainLength(judged.station.pose.tip - judged.p_part);
   judged.axisOff = PlainLength(dir_mach - judged.dir_tool);
 
+  if (m_flight) SettleFlight(line, judged);
   m_sourceOfLine = FindSource(line, judged);
+  if (!judged.isLift) m_flight.reset();
   CheckPose(line, judged);
   CheckLimits(line);
   if (m_hasPrevious && !line.isRapid) {
@@ -137,6 +145,7 @@ void zvVerification::Take(const zvLineView& line) {
     CheckTurns(line, judged);
   }
   m_hasPrevious = true;
+  m_lastDegs = line.degs;
   m_current = 1 - m_current;
 }
 
@@ -151,6 +160,7 @@ void zvVerification::ChooseLaw(Judged& judged) {
 }
 
 zvPostingVerdict zvVerification::Finish() {
+  if (m_flight && m_flight->doubt) ReportRapid(*m_flight->doubt);
   if (m_maybeThere) TakeAsThere();
   m_line = m_verdict.lines;
   m_sourceOfLine = m_source.GetNextIndex();
@@ -182,6 +192,7 @@ zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
 std::int64_t zvVerification::FindSource(const zvLineView& line, Judged& judged) {
   judged.isLift = false;
   judged.sourceOff = 0;
+  judged.sourceTipOff = 0;
   const std::int64_t due = m_source.GetNextIndex();
   m_sourceOfLine = due;
   if (line.source < 0) {
@@ -244,10 +255,11 @@ void zvVerification::Pass() {
 }
 
 // The line stands for the next source move.
-void zvVerification::Match(const zvLineView& line, const Judged& judged) {
+void zvVerification::Match(const zvLineView& line, Judged& judged) {
   const zvSourceMove& move = m_source.Next();
   if (!(line.p_part == move.tip)) {
     const double off = PlainLength(line.p_part - move.tip);
+    judged.sourceTipOff = CountedOff(off);
     if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
   }
   if (!(line.dir_tool == move.dir_tool)) {
@@ -259,6 +271,11 @@ void zvVerification::Match(const zvLineView& line, const Judged& judged) {
   if (line.isRapid != move.isRapid) Report(Finding::kRapid, -1, line.isRapid, move.isRapid, 0);
   Pass();
   ++m_verdict.sources;
+}
+
+// What a place is off the path by, but for rounding. Beyond the slack it is a finding by itself.
+double zvVerification::CountedOff(double off) const {
+  return off > kSamePlace * m_size && off <= m_slack ? off : 0;
 }
 
 void zvVerification::CheckFeed(const zvLineView& line, double most) {
@@ -291,11 +308,92 @@ const zvVerification::Segment& zvVerification::SegmentHere() {
   return *m_segment;
 }
 
-// A line that stands for no source move. A rapid one is a lift, or lies on a rapid step of the
-// path.
+// Whether a place is that of a lift, or of none, from a line of the path along its tool. The tool
+// may stand off the line's orientation by what a line's axis may, and so may the lift.
+bool zvVerification::IsOver(const Point& p_part, const Point& below, const Point& dir_tool) const {
+  const Point away = p_part - below;
+  const double height = Dot(away, dir_tool);
+  const double tilt =
+      (m_rules.lineAxis + m_rules.poleAngleTolerance) * misc::kRadiansPerDegree * height;
+  return height >= -m_slack && PlainLength(away - height * dir_tool) <= m_slack + tilt;
+}
+
+// A rapid line that stands for no source move: it lies on a rapid step of the path, or off the path
+// in the air.
+void zvVerification::TakeRapid(const zvLineView& line, const Judged& judged) {
+  const Segment& segment = SegmentHere();
+  const bool isOnPath = segment.line.Distance(line.p_part) <= m_slack;
+  if (!m_source.Next().isRapid) return TakeFlight(line, isOnPath);
+  if (!isOnPath || !m_hasPrevious) return;
+  // A lift goes up and down again on a step along the tool.
+  const Judged& previous = Previous();
+  if (IsOver(line.p_part, previous.p_part, previous.dir_tool) ||
+      IsOver(previous.p_part, line.p_part, judged.dir_tool))
+    return;
+  const double along = segment.line.Along(line.p_part) * segment.length;
+  if (!(along >= m_along - m_slack))
+    Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
+  m_along = std::max(m_along, along);
+}
+
+// On a feed step the tool leaves the path along itself, turns in the air, and comes down along
+// itself. A lift on a step along the tool lies on the path as well: then only a turn explains it.
+void zvVerification::TakeFlight(const zvLineView& line, bool isOnPath) {
+  if (!m_hasPrevious) return;
+  const Judged& previous = Previous();
+  if (!m_flight) {
+    m_flight.emplace();
+    m_flight->p_part = previous.p_part;
+    m_flight->dir_tool = previous.dir_tool;
+    m_flight->hasTurned = line.degs != m_lastDegs;
+  }
+  Flight& flight = *m_flight;
+  const Flight::Line taken{m_line, m_sourceOfLine, line.p_part, isOnPath};
+  if (IsOver(line.p_part, flight.p_part, flight.dir_tool)) {
+    flight.isLifted = true;
+    const bool isThere = PlainLength(line.p_part - flight.p_part) <= m_slack;
+    if (isOnPath && !isThere && !flight.onPath) flight.onPath = taken;
+  } else if (!flight.isLifted ||
+             !(PlainLength(line.p_mach - previous.station.line.p_mach) <= m_slack)) {
+    flight.doubt = taken;  // no turn that leaves the linear axes where they are
+  }
+}
+
+// What the next line says of the flight before it.
+void zvVerification::SettleFlight(const zvLineView& line, const Judged& judged) {
+  Flight& flight = *m_flight;
+  if (line.degs != m_lastDegs) flight.hasTurned = true;
+  if (flight.doubt) {
+    const bool isDrop = IsOver(flight.doubt->p_part, judged.p_part, judged.dir_tool);
+    if (isDrop && flight.doubt->isOnPath && !flight.onPath) flight.onPath = flight.doubt;
+    if (!isDrop && (!line.isRapid || flight.doubt->isOnPath || !flight.isLifted))
+      ReportRapid(*flight.doubt);
+    flight.isLifted = flight.isLifted || isDrop;
+    flight.doubt.reset();
+  }
+  if (!line.isRapid && flight.onPath && !flight.hasTurned) ReportRapid(*flight.onPath);
+}
+
+// Of a line before this one, among the findings in its place.
+void zvVerification::ReportRapid(const Flight::Line& line) {
+  auto& findings = m_verdict.findings;
+  const std::size_t kept = findings.size();
+  const std::uint64_t here = std::exchange(m_line, line.line);
+  const std::int64_t source = std::exchange(m_sourceOfLine, line.source);
+  Report(Finding::kRapid, -1, 1, 0, 0);
+  m_line = here;
+  m_sourceOfLine = source;
+  if (findings.size() == kept) return;
+  const auto place =
+      std::upper_bound(findings.begin(), findings.end() - 1, findings.back(),
+                       [](const Finding& a, const Finding& b) { return a.line < b.line; });
+  std::rotate(place, findings.end() - 1, findings.end());
+}
+
+// A line that stands for no source move.
 void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
   judged.isLift = line.isRapid;
-  if (line.isRapid) return;
+  if (line.isRapid) return TakeRapid(line, judged);
   const Segment* segment = &SegmentHere();
   double off = segment->line.Distance(line.p_part);
   if (!(off <= m_slack) && m_maybeThere) {
@@ -312,6 +410,7 @@ void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
     off = segment->line.Distance(line.p_part);
     if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
   }
+  judged.sourceTipOff = CountedOff(off);
   const double along = segment->line.Along(line.p_part) * segment->length;
   if (!(along >= m_along - m_slack))
     Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
@@ -328,7 +427,7 @@ void zvVerification::TakeAsThere() {
 
 // Where a line lies off its segment, source moves may be missing before it: true if it stands for
 // one of the next. Where it lies on one of the next segments, those before that are.
-bool zvVerification::MatchAhead(const zvLineView& line, const Judged& judged) {
+bool zvVerification::MatchAhead(const zvLineView& line, Judged& judged) {
   if (line.source < 0) {
     for (std::size_t k = 1; k < zvSourceWalk::kAhead; ++k) {
       const zvSourceMove* move = m_source.Ahead(k);
@@ -418,6 +517,7 @@ void zvVerification::CheckBlock(const Judged& judged) {
   const Judged& previous = Previous();
   const zvBlockLaw::Way way{{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}};
   const double sourceOff = previous.isLift ? 0 : std::max(previous.sourceOff, judged.sourceOff);
+  const double tipOff = previous.isLift ? 0 : std::max(previous.sourceTipOff, judged.sourceTipOff);
   const zvPathTolerance& tolerance = m_rules.tolerance;
   constexpr double kInfinite = std::numeric_limits<double>::infinity();
   zvBlockDeviation known;
@@ -427,13 +527,15 @@ void zvVerification::CheckBlock(const Judged& judged) {
     if (tolerance.IsOn())
       known = {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
     bound = m_law->Guess(previous.station, judged.station);
-    bound.tip += std::max(previous.tipOff, judged.tipOff);
+    bound.tip += std::max(previous.tipOff, judged.tipOff) + tipOff;
     bound.axis += DegOfChord(std::max(previous.axisOff, judged.axisOff) + sourceOff);
     if (bound.tip <= known.tip) known.tip = kInfinite;
     if (bound.axis <= known.axis) known.axis = kInfinite;
     if (known.tip == kInfinite && known.axis == kInfinite) return;
   }
-  const zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way, known);
+  zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way,
+                                              {std::max(0.0, known.tip - tipOff), known.axis});
+  nearer.tip += tipOff;
   bound = {std::min(bound.tip, nearer.tip), std::min(bound.axis, nearer.axis)};
   // On its own way and on that of the source, where the two part: between cones of one rotary axis.
   const bool hasSourceWay = sourceOff > 0 && m_segment.has_value() && known.axis < kInfinite;
@@ -443,7 +545,7 @@ void zvVerification::CheckBlock(const Judged& judged) {
                  m_law->BoundAbove(previous.station, judged.station, m_segment->way, known).axis);
   if (tolerance.IsOn() && (bound.tip > tolerance.GetTip() || bound.axis > tolerance.GetAxis())) {
     // What is proved to hold is no finding, though a bound may come out 2% larger.
-    const zvBlockDeviation tip{tolerance.GetTip(), kInfinite};
+    const zvBlockDeviation tip{tolerance.GetTip() - tipOff, kInfinite};
     const zvBlockDeviation axis{kInfinite, tolerance.GetAxis()};
     const auto holds = [&](const zvBlockDeviation& most) {
       return m_law->Holds(previous.station, judged.station, way, most);

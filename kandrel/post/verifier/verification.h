@@ -62,11 +62,12 @@ class zvVerification {
   struct Judged {
     zvBlockLaw::Station station;
     Point p_part;
-    Point dir_tool;        // a unit vector
-    double tipOff = 0;     // what the machine puts the tip off the line by
-    double axisOff = 0;    // the same of the tool axis, as a chord
-    double sourceOff = 0;  // what the orientation lies off the source's arc by, radians
-    bool isLift = false;   // a rapid line that the posting put in
+    Point dir_tool;           // a unit vector
+    double tipOff = 0;        // what the machine puts the tip off the line by
+    double axisOff = 0;       // the same of the tool axis, as a chord
+    double sourceOff = 0;     // what the orientation lies off the source's arc by, radians
+    double sourceTipOff = 0;  // what the part position lies off the source's move or segment by
+    bool isLift = false;      // a rapid line that the posting put in
   };
 
   /// A step of the toolpath.
@@ -78,6 +79,23 @@ class zvVerification {
     double length;
   };
 
+  /// The rapid lines that a posting put in on its way to a feed move: lifts over lines of the path,
+  /// and what turns in the air between them.
+  struct Flight {
+    struct Line {
+      std::uint64_t line;
+      std::int64_t source;
+      Point p_part;
+      bool isOnPath;
+    };
+    Point p_part;  // of the line that it left
+    Point dir_tool;
+    bool isLifted = false;
+    bool hasTurned = false;
+    std::optional<Line> doubt;   // the last, if only the next line can tell
+    std::optional<Line> onPath;  // the first of its lifts that lies on the path
+  };
+
   const Judged& Previous() const noexcept { return m_judged[1 - m_current]; }
   std::size_t RotaryCount() const noexcept { return m_rotary < 2 ? m_rotary : 2; }
   zvBlockLaw::Line Unwrapped(const zvLineView& line);
@@ -85,15 +103,21 @@ class zvVerification {
 
   std::int64_t FindSource(const zvLineView& line, Judged& judged);
   bool IsAt(const zvSourceMove& move, const zvLineView& line, const Judged& judged) const;
-  void Match(const zvLineView& line, const Judged& judged);
-  bool MatchAhead(const zvLineView& line, const Judged& judged);
+  void Match(const zvLineView& line, Judged& judged);
+  bool MatchAhead(const zvLineView& line, Judged& judged);
   void TakeInserted(const zvLineView& line, Judged& judged);
+  void TakeRapid(const zvLineView& line, const Judged& judged);
+  void TakeFlight(const zvLineView& line, bool isOnPath);
+  void SettleFlight(const zvLineView& line, const Judged& judged);
+  void ReportRapid(const Flight::Line& line);
+  bool IsOver(const Point& p_part, const Point& below, const Point& dir_tool) const;
   void SkipMissing(std::int64_t count);
   void Pass();
   void TakeAsThere();
   bool IsBlendedFeed(double feed) const;
   const Segment& SegmentHere();
 
+  double CountedOff(double off) const;
   void CheckFeed(const zvLineView& line, double most);
   void CheckPose(const zvLineView& line, const Judged& judged);
   bool IsOnPole(const Judged& judged) const;
@@ -118,11 +142,14 @@ class zvVerification {
   zvPostingVerdict m_verdict;
   std::uint64_t m_line = 0;
   std::int64_t m_sourceOfLine = -1;
+  double m_size = 0;   // the size of the line's numbers and the machine's
   double m_slack = 0;  // what a length may be off by: a part of the size of the line's numbers
   std::array<double, 2> m_carried{};  // whole turns of wrapped axes, degrees
   double m_along = 0;                 // how far inserted lines have come on their segment
   bool m_maybeThere = false;          // the line before may stand for the next source move
   bool m_hasPrevious = false;
+  std::array<double, 3> m_lastDegs{};  // of the line before, as it is written
+  std::optional<Flight> m_flight;
   std::array<Judged, 2> m_judged;
   std::size_t m_current = 0;
   std::optional<Segment> m_segment;  // the last that was asked for

@@ -28,6 +28,8 @@ struct zvVerifierRules {
   /// more.
   double lineTip = 1e-9;
   double lineAxis = 1.7e-3;
+  /// A length on top of lineTip, for a text of few decimals.
+  double lineLength = 0;
   /// Inserted lines hold a marker in place of their orientation, as those of an interpolationMode
   /// other than 0 do: it isn't looked at, and the tool axis has no way but from line to line.
   bool hasMarkers = false;

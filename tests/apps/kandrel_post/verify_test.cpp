@@ -1,5 +1,10 @@
 // Postings written, changed in one place and read back: what is wrong is found with its line, and
 // what is right is found to be.
+#include <kandrel-post/commands/verdict_text.h>
+#include <kandrel-post/machine/argument.h>
+
+#include <set>
+
 #include "posting_checks.h"
 
 namespace {
@@ -79,6 +84,37 @@ TEST(Verify, FindsWhatWasChangedInLinesWithItsLineAndNothingElse) {
     const bool isSame = !isGood || !c.at(4).empty() || !c.at(5).empty() ||
                         post.summary.find(verify.summary) != std::string::npos;
     EXPECT_TRUE(isSame) << post.summary;
+  }
+}
+
+TEST(Verify, RefusesAPathInOtherUnitsAsPostDoes) {
+  const tests::ScratchFolder scratch;
+  const std::string file = tests::SampleFile(scratch, "face_inch");
+  for (const std::string& command :
+       {std::string("verify posted.csv"), "post -o " + scratch.Path("out")})
+    EXPECT_TRUE(RunLine(fmt::format("{} -m preset:mill3_metric -t {}", command, file))
+                    .failure.starts_with("error 5033: "))
+        << command;
+}
+
+TEST(Verify, HasWordsForEachFindingAndRoundsUpWhatIsAboveADigit) {
+  using post::zvPostingFinding;
+  const kandrel_post::Machine machine = kandrel_post::LoadMachine("preset:trunnion_ca");
+  std::set<std::string> texts;
+  for (int kind = 0; kind < zvPostingFinding::kKinds; ++kind) {
+    post::zvPostingVerdict verdict;
+    verdict.findings.push_back({static_cast<zvPostingFinding::Kind>(kind), 0, -1, 0, 1, 2, 3});
+    verdict.counts[static_cast<std::size_t>(kind)] = 1;
+    texts.insert(kandrel_post::VerdictInWords(verdict, machine, 1));
+  }
+  EXPECT_EQ(texts.size(), std::size_t{zvPostingFinding::kKinds});
+  const std::pair<double, const char*> shown[] = {
+      {0.07, "0.07"}, {0.0700001, "0.0701"}, {0.29, "0.29"}, {1e-9, "0.000001"}, {0, "0"}};
+  for (const auto& [value, text] : shown) {
+    post::zvPostingVerdict verdict;
+    verdict.tip.value = value;
+    EXPECT_EQ(kandrel_post::VerdictInWords(verdict, machine, 1),
+              fmt::format("verified: tip within {} mm, axis within 0 deg\n", text));
   }
 }
 

@@ -202,6 +202,16 @@ TEST(BlockLaw, RefusesWhatCantBeJudged) {
       EXPECT_GE(guess.axis, 180);
     }
   }
+  // A way without numbers, at either end, standing or turning.
+  const zvBlockLaw::Line turned{{2, 2, 3}, 14, -5};
+  for (const zvBlockLaw::Line& to : {good, turned})
+    for (const int end : {0, 1, 2, 3}) {
+      zvBlockLaw::Way bad = way;
+      auto& pose = end % 2 == 0 ? bad.from : bad.to;
+      (end < 2 ? pose.axis : pose.tip).y = kNaN;
+      EXPECT_FALSE(law.Holds(good, to, bad, {1e9, 180})) << end;
+      EXPECT_EQ(law.Bound(good, to, bad).axis, kInfinite) << end;
+    }
   EXPECT_FALSE(law.Holds(good, good, way, {kNaN, kNaN}));
   EXPECT_TRUE(law.Holds(good, good, way, {1e-9, 1e-6}));
 }

@@ -166,10 +166,8 @@ void ExpectOwnPostingsVerified(Seeded& random, AnyScene scene, int rotary, int& 
     std::vector<zvPostedLine> lines;
     for (const Line& line : outcome.lines) lines.push_back(NeutralOf(line, isNumbered));
     const zvPostingVerdict same = Verified(verifier, path, lines);
-    if (isNumbered || scene.par.GetInterpolationMode() == 0) {
-      ASSERT_EQ(PlacesOf(same), std::vector<Place>{});
-      ASSERT_EQ(same.sources, verdict.sources);
-    }
+    ASSERT_EQ(PlacesOf(same), std::vector<Place>{});
+    ASSERT_EQ(same.sources, verdict.sources);
     if (isNumbered) {
       ASSERT_EQ(same.tip.value, verdict.tip.value);
     }
@@ -328,6 +326,10 @@ TEST_F(Mutants, AreFoundWithTheirLine) {
       {"too fast between", [](Lines& l) { l[k + 1].feed = 1120; }, {{Finding::kFeed, k + 1, -1}}},
       {"slower", [](Lines& l) { l[k].feed *= 0.5; }, {}},
       {"rapid", [](Lines& l) { l[k].isRapid = true; }, {{Finding::kRapid, k, -1}}, false},
+      {"rapid between", [](Lines& l) { l[k + 1].isRapid = true; }, {{Finding::kRapid, k + 1, -1}}},
+      {"rapid between two source moves",
+       [](Lines& l) { l[k + 1].isRapid = l[k + 2].isRapid = l[k + 3].isRapid = true; },
+       {{Finding::kRapid, k + 1, -1}, {Finding::kRapid, k + 2, -1}, {Finding::kRapid, k + 3, -1}}},
       {"a part position elsewhere",
        [](Lines& l) { l[k].p_part.x += 1; },
        {{Finding::kTipOffSource, k, -1}, {Finding::kLineTipOff, k, -1}},
@@ -429,6 +431,31 @@ TEST_F(Mutants, ToleranceSpeedAndCountsAreKept) {
   const zvPostingVerdict many = Verified(m_verifier, m_path, m_lines);
   EXPECT_EQ(many.findings.size(), 3u);
   EXPECT_GT(many.counts[Finding::kRotarySpeed], 50u);
+}
+
+// A line beside the path, where the machine puts it: the way from line to line is kept, the path's
+// is not.
+TEST(PostingVerifier, CountsWhatLinesOfFewDecimalsLieOffThePath) {
+  const ThreeAxisScene scene;
+  const PathBuilder path =
+      Build(Source{{{0, 0, 0}, {0, 0, 1}}, {{10, 0, 0}, {0, 0, 1}}, {{20, 0, 0}, {0, 0, 1}}});
+  std::vector<zvPostedLine> lines;
+  for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
+  ASSERT_EQ(lines.size(), 3u);
+  lines[1].p_part.y += 1e-3;
+  lines[1].p_mach.y += 1e-3;
+  zvPostingVerifier verifier = VerifierOf(scene);
+  post::zvVerifierRules rules = verifier.GetRules();
+  for (const double slack : {5e-4, 2e-3}) {
+    rules.lineLength = slack;
+    verifier.SetRules(rules);
+    const zvPostingVerdict verdict = Verified(verifier, path, lines);
+    EXPECT_EQ(verdict.IsClean(), slack > 1e-3);
+    EXPECT_EQ(verdict.counts[Finding::kTipOffSource], slack > 1e-3 ? 0u : 1u);
+    if (slack > 1e-3) {
+      EXPECT_NEAR(verdict.tip.value, 1e-3, 1e-9);
+    }
+  }
 }
 
 TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {
