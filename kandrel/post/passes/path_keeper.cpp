@@ -16,7 +16,6 @@
 #include <iterator>
 #include <limits>
 #include <optional>
-#include <utility>
 
 namespace post {
 
@@ -375,9 +374,10 @@ bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   const zvBlockDeviation most = m_law.Glance(LineOf(from), LineOf(to));
   if (most.tip <= m_plain.tip && most.axis <= m_plain.axis) return true;
   // The end of one block is the start of the next.
-  if (!IsSame(m_behind.line, LineOf(from))) m_behind = m_law.StationAt(LineOf(from));
-  const zvBlockLaw::Station start = std::exchange(m_behind, m_law.StationAt(LineOf(to)));
-  const zvBlockDeviation off = m_law.Guess(start, m_behind);
+  const zvBlockLaw::Station start =
+      m_behind && IsSame(m_behind->line, LineOf(from)) ? *m_behind : m_law.StationAt(LineOf(from));
+  const zvBlockLaw::Station& end = m_behind.emplace(m_law.StationAt(LineOf(to)));
+  const zvBlockDeviation off = m_law.Guess(start, end);
   if (off.tip <= m_plain.tip && off.axis <= m_plain.axis) return true;
   // A guess is seldom this much above what is reached.
   constexpr double kFarAbove = 3;
@@ -387,7 +387,7 @@ bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
     const Point& o = move.GetOrientation();
     return zvBlockLaw::Pose{move.GetPartPosition(), o / o.Length()};
   };
-  return m_law.Holds(start, m_behind, {wayOf(from), wayOf(to)}, m_allowed);
+  return m_law.Holds(start, end, {wayOf(from), wayOf(to)}, m_allowed);
 }
 
 void zv5axPathKeeper::Join(List& list, Iterator to, const zvRotarySolutions& solutions) {

@@ -12,6 +12,7 @@
 #include <kandrel/post/passes/block_rules.h>
 
 #include <functional>
+#include <optional>
 
 namespace post {
 
@@ -97,9 +98,9 @@ class KANDREL_API zv5axPathKeeper {
   double m_coneDeg;
   zv5axMoveSolver::PoleCone m_cone;
   zvBlockDeviation m_allowed;
-  zvBlockDeviation m_plain;      // what a guess may be
-  zvBlockLaw::Station m_behind;  // of the line asked about last
-  bool m_hasPole = false;        // of the first axis, within reach
+  zvBlockDeviation m_plain;                     // what a guess may be
+  std::optional<zvBlockLaw::Station> m_behind;  // of the line asked about last
+  bool m_hasPole = false;                       // of the first axis, within reach
   bool m_hasLeftTurns = false;
   bool m_hasLeaps = false;  // lines off the way that they belong to
 };

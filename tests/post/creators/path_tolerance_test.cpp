@@ -288,6 +288,24 @@ TEST(PathTolerance, OddPathsAreHeld) {
   }
 }
 
+// A first line with all axes at 0 is a line like any other.
+TEST(PathTolerance, ABlockFromTheZeroOfAllAxesIsHeld) {
+  FiveAxisScene scene;
+  scene.machine.kind = 2;
+  scene.machine.first = {1, 0, 0};
+  scene.machine.second = {0, 1, 0};
+  scene.machine.firstPivot = {0, 100, 0};
+  scene.machine.firstRange = {-360, 360};
+  scene.machine.secondRange = {-120, 120};
+  scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
+  scene.par.SetMaxAngleStep(30);
+  const Source source{{{0, 0, 0}, {0, 0, 1}}, {{0, 100, 0}, Direction(4, 90)}};
+  const Held held = PostHeld(scene, source, {0.1, 10});
+  ASSERT_EQ(held.outcome.lines.front().degs[0], 0);
+  ASSERT_EQ(held.outcome.lines.front().machine, Point());
+  ExpectFollows(Rules::Of(scene), source, held.outcome.lines, {10, 0.1});
+}
+
 TEST(PathTolerance, OffIsAsIfNeverSetAndTheFacadePassesItOn) {
   const FiveAxisScene scene = Trunnion();
   const Source source = Spiral(20);
