@@ -120,10 +120,9 @@ class zv5axPathKeeper::Walk {
 
   double GetPlace() const { return m_at; }
   bool IsTiny(double step) const {
-    if (m_turnsEvenly) return step * LargerTurn(m_first, m_end.line) <= misc::kSameStep;
-    return step < misc::kEqual ||
-           (step * m_arc.GetDeg() <= misc::kTinyTurn &&
-            step * m_way.Length() <= m_keeper.m_rules.GetTolerance().GetTip() / 10);
+    const double way = step * m_way.Length();
+    return m_turnsEvenly ? m_keeper.m_rules.IsTiny(step * Turn(), misc::kSameStep, way)
+                         : m_keeper.m_rules.IsTiny(step * Turn(), misc::kTinyTurn, way);
   }
 
   double Try(double t) {
@@ -159,6 +158,7 @@ class zv5axPathKeeper::Walk {
 
   // Goes on to the end, by way of the pole where the arc meets one between its ends.
   zvMarchResult Run() {
+    m_keeper.m_rules.RequireCounted(Turn(), m_way.Length());
     zvMarchResult result;
     if (const std::optional<double> pole = PlaceOfPole()) result = March(*this, *pole);
     const zvMarchResult rest = March(*this, 1);
@@ -166,6 +166,9 @@ class zv5axPathKeeper::Walk {
   }
 
  private:
+  // What is divided: that of the axes where they turn evenly, else that of the tool.
+  double Turn() const { return m_turnsEvenly ? LargerTurn(m_first, m_end.line) : m_arc.GetDeg(); }
+
   zvBlockLaw::Pose PoseAt(double t) const {
     return {(1 - t) * m_start + t * m_end.pose.tip, m_arc.At(t)};
   }

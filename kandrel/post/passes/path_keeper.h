@@ -32,7 +32,8 @@ namespace post {
 /// 3. Between opposite orientations no arc is the shortest. There the machine goes its own way from
 ///    one to the other, both axes evenly, and the tip keeps to its line.
 ///
-/// Refers to solver and origin. Throws what the solver throws for an orientation on the way.
+/// Refers to solver and origin. Throws what the solver throws for an orientation on the way, and
+/// zvPostException 5039 for a step that the rules of steps divide into more than 2^31 - 2 blocks.
 class KANDREL_API zv5axPathKeeper {
  public:
   using Point = cadcam::zvTPoint3d<double>;
