@@ -1,5 +1,6 @@
 #include <kandrel/misc/range_exception.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/passes/block_rules.h>
 
 #include <optional>
@@ -42,6 +43,15 @@ double zvBlockRules::UseOfSteps(double turn, double distance) const noexcept {
   if (m_step > 0) use = Use(turn, m_step, misc::kAngleBorder / 2);
   if (m_distance > 0) use = std::max(use, Use(distance, m_distance, 0));
   return use;
+}
+
+void zvBlockRules::RequireCounted(double turn, double distance) const {
+  const auto require = [](double length, double most) {
+    if (most > 0 && !(length / most <= misc::kLargestCount))
+      throw zvPostException(zvPostException::kInvalidVector);
+  };
+  require(turn, m_step);
+  require(distance, m_distance);
 }
 
 }  // namespace post

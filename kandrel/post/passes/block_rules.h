@@ -45,6 +45,18 @@ class KANDREL_API zvBlockRules {
   /// How much of the steps' greatest lengths a block uses, for March: above 1 where it is longer.
   double UseOfSteps(double turn, double distance) const noexcept;
 
+  /// Whether a block may be a leap, which isn't divided any more: the tool's turn, or that of the
+  /// axes, is within `tinyTurn` and the tip's way within a tenth of its tolerance, both within the
+  /// steps. The turn of an axis may be above its step all the same: that is what leaps.
+  bool IsTiny(double turn, double tinyTurn, double distance) const noexcept {
+    return turn <= (m_step > 0 ? std::min(m_step, tinyTurn) : tinyTurn) &&
+           distance <= m_tolerance.GetTip() / 10 && !(m_distance > 0 && distance > m_distance);
+  }
+
+  /// Throws zvPostException 5039 where the steps divide a turn or a way into more than 2^31 - 2
+  /// blocks: what can't be counted is refused before it is made.
+  void RequireCounted(double turn, double distance) const;
+
  private:
   [[noreturn]] void RefuseAt(const Point& p_part) const;
 

@@ -1,7 +1,6 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/post/passes/four_axis_path_keeper.h>
 #include <kandrel/post/passes/intermediate_moves.h>
-#include <kandrel/post/passes/step_counts.h>
 #include <kandrel/post/passes/step_march.h>
 #include <kandrel/post/passes/thinning.h>
 
@@ -55,9 +54,7 @@ class zv4axPathKeeper::Walk {
 
   double GetPlace() const { return m_at; }
   bool IsTiny(double step) const {
-    return step < misc::kEqual ||
-           (step * Turn() <= misc::kSameStep &&
-            step * Length() <= m_keeper.m_rules.GetTolerance().GetTip() / 10);
+    return m_keeper.m_rules.IsTiny(step * Turn(), misc::kSameStep, step * Length());
   }
   double Try(double t) {
     m_triedAt = t;
@@ -108,7 +105,6 @@ zv4axPathKeeper::zv4axPathKeeper(const zvPosted4axMoveMaker& maker,
                                  const Point& partOrigin, double toolLengthCompensation,
                                  bool smallMoves)
     : m_maker(maker),
-      m_par(par),
       m_rules(tolerance, par,
               SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
                   SizeOf(maker.GetKinematics().GetConstants().pivot)),
@@ -188,9 +184,7 @@ void zv4axPathKeeper::Join(List& list, Iterator to) {
 void zv4axPathKeeper::Divide(List& list, Iterator to) {
   const Iterator from = std::prev(to);
   Walk walk(*this, list, to);
-  // What can't be counted is refused before it is made.
-  StepsByAngle(m_par, walk.Turn());
-  StepsByDistance(m_par, walk.Length());
+  m_rules.RequireCounted(walk.Turn(), walk.Length());
   const zvMarchResult result = March(walk, 1);
   if (result.leaps != 0) m_hasBroken = true;
   if (result.canBeThin)

@@ -33,7 +33,7 @@ namespace post {
 /// the
 ///    tolerance there too.
 ///
-/// Refers to the maker and the parameters.
+/// Refers to the maker.
 class KANDREL_API zv4axPathKeeper {
  public:
   using Point = cadcam::zvTPoint3d<double>;
@@ -105,7 +105,6 @@ class KANDREL_API zv4axPathKeeper {
   void Divide(List& list, Iterator to);
 
   const zvPosted4axMoveMaker& m_maker;
-  const zvKDRParam& m_par;
   zvBlockRules m_rules;
   zvBlockLaw m_law;
   bool m_smallMoves;

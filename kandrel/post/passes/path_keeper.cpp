@@ -16,7 +16,6 @@
 #include <iterator>
 #include <limits>
 #include <optional>
-#include <utility>
 
 namespace post {
 
@@ -121,10 +120,9 @@ class zv5axPathKeeper::Walk {
 
   double GetPlace() const { return m_at; }
   bool IsTiny(double step) const {
-    if (m_turnsEvenly) return step * LargerTurn(m_first, m_end.line) <= misc::kSameStep;
-    return step < misc::kEqual ||
-           (step * m_arc.GetDeg() <= misc::kTinyTurn &&
-            step * m_way.Length() <= m_keeper.m_rules.GetTolerance().GetTip() / 10);
+    const double way = step * m_way.Length();
+    return m_turnsEvenly ? m_keeper.m_rules.IsTiny(step * Turn(), misc::kSameStep, way)
+                         : m_keeper.m_rules.IsTiny(step * Turn(), misc::kTinyTurn, way);
   }
 
   double Try(double t) {
@@ -160,6 +158,7 @@ class zv5axPathKeeper::Walk {
 
   // Goes on to the end, by way of the pole where the arc meets one between its ends.
   zvMarchResult Run() {
+    m_keeper.m_rules.RequireCounted(Turn(), m_way.Length());
     zvMarchResult result;
     if (const std::optional<double> pole = PlaceOfPole()) result = March(*this, *pole);
     const zvMarchResult rest = March(*this, 1);
@@ -167,6 +166,9 @@ class zv5axPathKeeper::Walk {
   }
 
  private:
+  // What is divided: that of the axes where they turn evenly, else that of the tool.
+  double Turn() const { return m_turnsEvenly ? LargerTurn(m_first, m_end.line) : m_arc.GetDeg(); }
+
   zvBlockLaw::Pose PoseAt(double t) const {
     return {(1 - t) * m_start + t * m_end.pose.tip, m_arc.At(t)};
   }
@@ -375,9 +377,10 @@ bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
   const zvBlockDeviation most = m_law.Glance(LineOf(from), LineOf(to));
   if (most.tip <= m_plain.tip && most.axis <= m_plain.axis) return true;
   // The end of one block is the start of the next.
-  if (!IsSame(m_behind.line, LineOf(from))) m_behind = m_law.StationAt(LineOf(from));
-  const zvBlockLaw::Station start = std::exchange(m_behind, m_law.StationAt(LineOf(to)));
-  const zvBlockDeviation off = m_law.Guess(start, m_behind);
+  const zvBlockLaw::Station start =
+      m_behind && IsSame(m_behind->line, LineOf(from)) ? *m_behind : m_law.StationAt(LineOf(from));
+  const zvBlockLaw::Station& end = m_behind.emplace(m_law.StationAt(LineOf(to)));
+  const zvBlockDeviation off = m_law.Guess(start, end);
   if (off.tip <= m_plain.tip && off.axis <= m_plain.axis) return true;
   // A guess is seldom this much above what is reached.
   constexpr double kFarAbove = 3;
@@ -387,7 +390,7 @@ bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
     const Point& o = move.GetOrientation();
     return zvBlockLaw::Pose{move.GetPartPosition(), o / o.Length()};
   };
-  return m_law.Holds(start, m_behind, {wayOf(from), wayOf(to)}, m_allowed);
+  return m_law.Holds(start, end, {wayOf(from), wayOf(to)}, m_allowed);
 }
 
 void zv5axPathKeeper::Join(List& list, Iterator to, const zvRotarySolutions& solutions) {

@@ -12,6 +12,7 @@
 #include <kandrel/post/passes/block_rules.h>
 
 #include <functional>
+#include <optional>
 
 namespace post {
 
@@ -31,7 +32,8 @@ namespace post {
 /// 3. Between opposite orientations no arc is the shortest. There the machine goes its own way from
 ///    one to the other, both axes evenly, and the tip keeps to its line.
 ///
-/// Refers to solver and origin. Throws what the solver throws for an orientation on the way.
+/// Refers to solver and origin. Throws what the solver throws for an orientation on the way, and
+/// zvPostException 5039 for a step that the rules of steps divide into more than 2^31 - 2 blocks.
 class KANDREL_API zv5axPathKeeper {
  public:
   using Point = cadcam::zvTPoint3d<double>;
@@ -97,9 +99,9 @@ class KANDREL_API zv5axPathKeeper {
   double m_coneDeg;
   zv5axMoveSolver::PoleCone m_cone;
   zvBlockDeviation m_allowed;
-  zvBlockDeviation m_plain;      // what a guess may be
-  zvBlockLaw::Station m_behind;  // of the line asked about last
-  bool m_hasPole = false;        // of the first axis, within reach
+  zvBlockDeviation m_plain;                     // what a guess may be
+  std::optional<zvBlockLaw::Station> m_behind;  // of the line asked about last
+  bool m_hasPole = false;                       // of the first axis, within reach
   bool m_hasLeftTurns = false;
   bool m_hasLeaps = false;  // lines off the way that they belong to
 };

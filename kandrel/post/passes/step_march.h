@@ -1,6 +1,8 @@
 // March: divides a step into blocks that each use as much of what is allowed as they can.
 #pragma once
 
+#include <kandrel/misc/tolerances.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -42,6 +44,10 @@ inline double PartsOf(double blocks) {
 ///
 /// A tiny block that is not allowed is a leap: it is put all the same. After a few of them the
 /// march gives up and goes to the end at once.
+///
+/// It ends whatever the walk says: a block that fails is tried again with at least one part more,
+/// so that it becomes shorter until it is tiny, at kShortest at the latest; and each block that is
+/// put takes the march on by that much at least.
 template <class Walk>
 zvMarchResult March(Walk& walk, double end) {
   constexpr double kAim = detail::kAimOfMarch;
@@ -49,18 +55,22 @@ zvMarchResult March(Walk& walk, double end) {
   constexpr double kSlimmest = 0.1;  // a step shrinks and grows within these
   constexpr double kWidest = 4;
   constexpr int kMostLeaps = 4;
+  constexpr double kShortest = misc::kEqual;
 
   zvMarchResult result;
   double last = 1;  // what the last block used
   double step = end - walk.GetPlace();
   bool isMended = false;  // the block from here has been tried at another length
   double shorter = 0;     // a length that is allowed, while a longer one is tried
+  double fewest = 1;      // parts that have not failed from here
   for (;;) {
     const double from = walk.GetPlace();
     const double rest = end - from;
-    const double parts = detail::PartsOf(rest / step);
-    const bool isLast = !(parts > 1);
-    const double length = isLast ? rest : rest / parts;
+    // Few parts are rounded off by as much as a failed try aims shorter: alone they would come out
+    // the same for ever.
+    const double parts = std::max(fewest, detail::PartsOf(rest / step));
+    const bool isLast = !(parts > 1 && rest > kShortest);
+    const double length = isLast ? rest : std::max(rest / parts, kShortest);
     const double used = walk.Try(isLast ? end : from + length);
     if (used <= 1) {
       if (!isLast && !isMended && used < kMeager) {
@@ -73,8 +83,9 @@ zvMarchResult March(Walk& walk, double end) {
       step = shorter;
       shorter = 0;
       continue;
-    } else if (!walk.IsTiny(length)) {
+    } else if (length > kShortest && !walk.IsTiny(length)) {
       isMended = true;
+      fewest = parts + 1;
       step = length * (used > 1 ? std::clamp(kAim / used, kSlimmest, kAim) : kSlimmest);
       continue;
     } else if (++result.leaps > kMostLeaps && !isLast) {
@@ -90,6 +101,7 @@ zvMarchResult March(Walk& walk, double end) {
     step = length * (used <= 1 ? std::min(kAim / used, kWidest) : kWidest);
     isMended = false;
     shorter = 0;
+    fewest = 1;
   }
 }
 

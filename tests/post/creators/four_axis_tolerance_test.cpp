@@ -286,6 +286,18 @@ TEST(FourAxisTolerance, WhatNumbersDoNotHoldIsRefusedWithTheSmallest) {
   }
 }
 
+// interpolationDistance is an upper bound however small it is beside the tolerance.
+TEST(FourAxisTolerance, NoBlockIsLongerThanTheDistance) {
+  FourAxisScene scene = Table();
+  scene.par.SetInterpolateByDistance(true);
+  scene.par.SetInterpolationDistance(0.05);
+  const Source source{{{10, 0, 0}, scene.Tool(0)}, {{60, 9, 0}, scene.Tool(1)}};
+  const Lines lines = PostHeld(scene, source, {1, 0.1}).outcome.lines;
+  EXPECT_GT(lines.size(), 1000u);
+  for (std::size_t k = 1; k < lines.size(); ++k)
+    ASSERT_LE((lines[k].part - lines[k - 1].part).Length(), 0.05 + 1e-9) << k;
+}
+
 }  // namespace
 
 }  // namespace tests

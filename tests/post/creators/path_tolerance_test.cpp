@@ -288,6 +288,41 @@ TEST(PathTolerance, OddPathsAreHeld) {
   }
 }
 
+// A first line with all axes at 0 is a line like any other.
+TEST(PathTolerance, ABlockFromTheZeroOfAllAxesIsHeld) {
+  FiveAxisScene scene;
+  scene.machine.kind = 2;
+  scene.machine.first = {1, 0, 0};
+  scene.machine.second = {0, 1, 0};
+  scene.machine.firstPivot = {0, 100, 0};
+  scene.machine.firstRange = {-360, 360};
+  scene.machine.secondRange = {-120, 120};
+  scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
+  scene.par.SetMaxAngleStep(30);
+  const Source source{{{0, 0, 0}, {0, 0, 1}}, {{0, 100, 0}, Direction(4, 90)}};
+  const Held held = PostHeld(scene, source, {0.1, 10});
+  ASSERT_EQ(held.outcome.lines.front().degs[0], 0);
+  ASSERT_EQ(held.outcome.lines.front().machine, Point());
+  ExpectFollows(Rules::Of(scene), source, held.outcome.lines, {10, 0.1});
+}
+
+// interpolationDistance is an upper bound however small it is beside the tolerance.
+TEST(PathTolerance, NoBlockIsLongerThanTheDistance) {
+  for (const auto& [tip, distance, id] :
+       {std::tuple(1.0, 0.05, 0u), std::tuple(0.01, 0.05, 0u), std::tuple(1.0, 1e-8, 5039u)}) {
+    FiveAxisScene scene = Trunnion();
+    scene.par.SetInterpolateByDistance(true);
+    scene.par.SetInterpolationDistance(distance);
+    const Source source{{{10, 0, 0}, Direction(6, 0)}, {{110, 9, 0}, Direction(6, 20)}};
+    const Held held = PostHeld(scene, source, {tip, 0.1});
+    EXPECT_EQ(held.outcome.id, id);
+    const Lines& lines = held.outcome.lines;
+    EXPECT_EQ(static_cast<double>(lines.size()) > 100 / distance, id == 0);
+    for (std::size_t k = 1; k < lines.size(); ++k)
+      ASSERT_LE((lines[k].part - lines[k - 1].part).Length(), distance + 1e-9) << k;
+  }
+}
+
 TEST(PathTolerance, OffIsAsIfNeverSetAndTheFacadePassesItOn) {
   const FiveAxisScene scene = Trunnion();
   const Source source = Spiral(20);

@@ -1,10 +1,12 @@
 // The march along a step, on walks whose blocks are numbers.
 #include <kandrel/post/passes/step_march.h>
+#include <tests/support/seeded.h>
 #include <tests/support/testing.h>
 
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <stdexcept>
 #include <vector>
 
 namespace tests {
@@ -84,6 +86,29 @@ TEST(StepMarch, LeapsAreMadeTinyAndCounted) {
       EXPECT_TRUE(c.use(walk.places[k - 1], walk.places[k]) <= 1 ||
                   walk.places[k] - walk.places[k - 1] < walk.tiny)
           << k;
+  }
+}
+
+// Blocks that are too long by rounding alone, and a walk that never calls a step tiny.
+TEST(StepMarch, EndsWhateverTheWalkSays) {
+  Seeded random;
+  for (int run = 0; run < 3000; ++run) {
+    const double end = random.Real(1e-3, 1);
+    double longest = end / random.Integer(1, 9);
+    for (int ulps = random.Integer(-2, 2); ulps != 0; ulps -= ulps > 0 ? 1 : -1)
+      longest = std::nextafter(longest, ulps > 0 ? 2 : 0);
+    int tries = 0;
+    NumberWalk walk{[&](double a, double b) {
+      if (++tries > 1000) throw std::runtime_error("endless");
+      return (b - a) / longest;
+    }};
+    ASSERT_NO_THROW(EXPECT_EQ(post::March(walk, end).leaps, 0)) << end << " " << longest;
+    EXPECT_EQ(walk.places.back(), end);
+  }
+  for (const double use : {1 + 1e-15, 1.5, std::numeric_limits<double>::quiet_NaN()}) {
+    NumberWalk walk{[&](double, double) { return use; }, 0};
+    EXPECT_EQ(post::March(walk, 1).leaps, 5) << use;
+    EXPECT_EQ(walk.places.back(), 1);
   }
 }
 
