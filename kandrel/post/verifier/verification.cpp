@@ -342,10 +342,8 @@ void zvVerification::TakeFlight(const zvLineView& line, bool isOnPath) {
   if (!m_hasPrevious) return;
   const Judged& previous = Previous();
   if (!m_flight) {
-    m_flight.emplace();
-    m_flight->p_part = previous.p_part;
-    m_flight->dir_tool = previous.dir_tool;
-    m_flight->hasTurned = line.degs != m_lastDegs;
+    m_flight.emplace(
+        Flight{previous.p_part, previous.dir_tool, false, line.degs != m_lastDegs, {}, {}});
   }
   Flight& flight = *m_flight;
   const Flight::Line taken{m_line, m_sourceOfLine, line.p_part, isOnPath};

@@ -433,6 +433,45 @@ TEST_F(Mutants, ToleranceSpeedAndCountsAreKept) {
   EXPECT_GT(many.counts[Finding::kRotarySpeed], 50u);
 }
 
+// On a rapid step lines are rapid, and in their order; on a step along the tool they look like
+// lifts, but nothing turns between them.
+TEST(PostingVerifier, SeesRapidLinesOutOfOrderAndWhereNothingTurns) {
+  FiveAxisScene scene;
+  scene.par.SetInterpolateRapidMoves(true);
+  scene.par.SetInterpolateByDistance(true);
+  scene.par.SetInterpolationDistance(5);
+  scene.par.SetMaxAngleStep(3);
+  const Point tilted = scene.Tool(40, 30);
+  const Source source{{{0, 0, 60}, scene.Tool(5, 30), 1000, true},
+                      {{40, 5, 55}, tilted, 1000, true},
+                      {Point{40, 5, 55} - 30 * tilted, tilted},
+                      {{40, 5, 55}, tilted}};
+  const PathBuilder path = Build(source);
+  std::vector<zvPostedLine> lines;
+  for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
+  const zvPostingVerifier verifier = VerifierOf(scene);
+  ASSERT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
+  const auto down = static_cast<std::size_t>(
+      std::find_if(lines.begin() + 1, lines.end(), [](const auto& l) { return !l.isInserted; }) -
+      lines.begin());
+  ASSERT_GT(down, 5u);
+  ASSERT_TRUE(lines[2].isRapid && lines[3].isRapid);
+  ASSERT_EQ(lines.size(), down + 17);
+
+  auto swapped = lines;
+  std::swap(swapped[2], swapped[3]);
+  EXPECT_EQ(PlacesOf(Verified(verifier, path, swapped)),
+            (std::vector<Place>{{Finding::kGoesBack, 3, -1}}));
+  // Down, and up again.
+  for (const std::size_t k : {down + 2, down + 10}) {
+    auto rapid = lines;
+    ASSERT_TRUE(rapid[k].isInserted);
+    rapid[k].isRapid = true;
+    EXPECT_EQ(PlacesOf(Verified(verifier, path, rapid)),
+              (std::vector<Place>{{Finding::kRapid, k, -1}}));
+  }
+}
+
 // A line beside the path, where the machine puts it: the way from line to line is kept, the path's
 // is not.
 TEST(PostingVerifier, CountsWhatLinesOfFewDecimalsLieOffThePath) {
