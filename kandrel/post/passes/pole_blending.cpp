@@ -265,7 +265,8 @@ class WoundRun {
 
  private:
   // Turns each line by its arc length, the last as it is, with lines between them that lie no
-  // further apart than the spacing. A last one where the tip stood already isn't needed any more.
+  // further apart than the spacing. What stands where the last one does has its angle; the last one
+  // stays though nothing moves to it any more, as it may be a move of the path.
   template <class Curve>
   void Turn(const Curve& curve, double spacing) {
     double s = 0;
@@ -286,7 +287,6 @@ class WoundRun {
     const Iterator before = std::prev(m_last);
     if (before == m_first || PartDistance(*before, *m_last) > 0) return;
     SetAngle(*before, m_last->GetAngle(0));
-    m_list.Erase(m_last);
   }
 
   void SetAngle(Move& move, double deg) const {
@@ -353,7 +353,10 @@ std::uint32_t SpreadPoleTurns(List& list, const zvKDRParam& par, const zv5axMove
       return solver.IsOnFirstPole(move.GetOrientation(), cone);
     };
     if (isOnPole(*first))
-      while (next != list.end() && !next->IsRapid() && isOnPole(*next)) last = next++;
+      // Both ends of the axis are on the pole; a run keeps to one of them.
+      while (next != list.end() && !next->IsRapid() && isOnPole(*next) &&
+             Dot(last->GetOrientation(), next->GetOrientation()) > 0)
+        last = next++;
     if (first != last) {
       WoundRun run(list, par, solver, cone, first, last);
       if (run.IsToBeSpread(par.GetMaxAngleJump())) {

@@ -199,6 +199,23 @@ TEST(PathTolerance, TurnsOnAPolesEdgeLeaveTheTool) {
   }
 }
 
+// A run on one end of the axis ends where the tool goes over to the other.
+TEST(PathTolerance, NoTurnIsSpreadFromOneEndOfTheAxisToTheOther) {
+  const Source source{{{0, 5, 0}, Direction(10, 180)}, {{5, 5, 0}, {0, 0, 1}},
+                      {{15, 5, 0}, {0, 0, 1}},         {{25, 5, 0}, {0, 0, -1}},
+                      {{35, 5, 0}, {0, 0, -1}},        {{40, 5, 0}, Direction(170, 50)}};
+  for (const int handling : {2, 3}) {
+    FiveAxisScene scene = Trunnion();
+    scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(handling));
+    const Held held = PostHeld(scene, source, {0.01, 0.1});
+    const Rules rules = Rules::Of(scene);
+    ASSERT_EQ(held.outcome.id, 0u);
+    ExpectSource(source, held.outcome.lines);
+    for (const Line& line : held.outcome.lines)
+      ASSERT_LE(DegBetween(ToPoint(rules.PoseAt(line).axis), line.orientation), 1e-3) << handling;
+  }
+}
+
 // Over a run the free axis turns in proportion to the way; on the cubic slowly at its ends.
 TEST(PathTolerance, ATurnIsSpreadOverTheRun) {
   for (const int handling : {2, 3}) {
