@@ -6,6 +6,7 @@
 #include <kandrel/post/passes/intermediate_moves.h>
 #include <kandrel/post/passes/move_between.h>
 #include <kandrel/post/passes/path_keeper.h>
+#include <kandrel/post/passes/pole_blending.h>
 #include <kandrel/post/passes/step_division.h>
 #include <kandrel/post/passes/step_march.h>
 #include <kandrel/post/passes/thinning.h>
@@ -206,9 +207,12 @@ class zv5axPathKeeper::Walk {
     return m_keeper.Use(m_last, m_tried);
   }
 
+  // On a pole the tool stands along the axis, where the free one turns without it.
   double TryTurned(zvBlockLaw::Pose pose, double t) {
     const double first = (1 - t) * m_first.firstAngle + t * m_end.line.firstAngle;
-    const double second = (1 - t) * m_first.secondAngle + t * m_end.line.secondAngle;
+    double second = (1 - t) * m_first.secondAngle + t * m_end.line.secondAngle;
+    if (!m_isOpposite)
+      second = SecondAngleOnPole(m_solver, m_keeper.m_cone, pose.axis, second).value_or(second);
     const zv5axKinematics& kinematics = m_solver.GetKinematics();
     if (m_isOpposite) pose.axis = kinematics.OrientationFromAngles(first, second);
     m_tried = PlaceAt(pose, first, second, kinematics.MachinePosition(pose.tip, first, second));
@@ -243,6 +247,11 @@ class zv5axPathKeeper::Walk {
       turned.station.reset();
       turned.line.firstAngle = m_tried.line.firstAngle;
       turned.solved[0] = m_tried.solved[0];
+      const auto onPole = [&](double deg) {
+        return SecondAngleOnPole(m_solver, m_keeper.m_cone, turned.pose.axis, deg).value_or(deg);
+      };
+      turned.line.secondAngle = onPole(turned.line.secondAngle);
+      turned.solved[1] = onPole(turned.solved[1]);
       turned.line.p_mach =
           m_solver.MachinePosition(turned.pose.tip, turned.solved[0], turned.solved[1]);
       const double turnedUse = m_keeper.Use(turned, m_tried);

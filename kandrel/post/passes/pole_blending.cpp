@@ -233,15 +233,16 @@ class Run {
 // `m_jump` to the last of them.
 class WoundRun {
  public:
-  WoundRun(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver, Iterator first,
-           Iterator last)
+  WoundRun(List& list, const zvKDRParam& par, const zv5axMoveSolver& solver,
+           const zv5axMoveSolver::PoleCone& cone, Iterator first, Iterator last)
       : m_list(list),
         m_step(par.GetMaxAngleStep()),
         m_solver(solver),
         m_first(first),
         m_last(last),
         m_start(first->GetAngle(0)),
-        m_jump(last->GetAngle(0) - m_start) {
+        m_jump(last->GetAngle(0) - m_start),
+        m_second(SecondAngleOnPole(solver, cone, first->GetOrientation(), first->GetAngle(1))) {
     for (Iterator move = first; move != last; ++move)
       m_length += PartDistance(*move, *std::next(move));
   }
@@ -264,7 +265,8 @@ class WoundRun {
 
  private:
   // Turns each line by its arc length, the last as it is, with lines between them that lie no
-  // further apart than the spacing. A last one where the tip stood already isn't needed any more.
+  // further apart than the spacing. What stands where the last one does has its angle; the last one
+  // stays though nothing moves to it any more, as it may be a move of the path.
   template <class Curve>
   void Turn(const Curve& curve, double spacing) {
     double s = 0;
@@ -285,12 +287,18 @@ class WoundRun {
     const Iterator before = std::prev(m_last);
     if (before == m_first || PartDistance(*before, *m_last) > 0) return;
     SetAngle(*before, m_last->GetAngle(0));
-    m_list.Erase(m_last);
   }
 
   void SetAngle(Move& move, double deg) const {
     move.SetAngle(deg, 0);
+    move.SetAngle(OnPole(move.GetAngle(1)), 1);
     move.SetMachinePosition(m_solver.GetKinematics().MachinePosition(move));
+  }
+
+  // Where the tool stands while the free axis turns.
+  double OnPole(double second) const {
+    if (!m_second) return second;
+    return *m_second + misc::kFullTurnDeg * misc::WindsBetween(second, *m_second);
   }
 
   Move LineBetween(const Move& a, const Move& b, double t, double turned) const {
@@ -299,7 +307,7 @@ class WoundRun {
     };
     const double second = (1 - t) * a.GetAngle(1) + t * b.GetAngle(1);
     Move move =
-        MoveBetween(a, b, t, m_start + turned, second,
+        MoveBetween(a, b, t, m_start + turned, OnPole(second),
                     ((1 - t) * unit(a) + t * unit(b)).Normalized(), m_solver.GetKinematics());
     if (!move.HasNoExtended()) move.SetSourceIndex(a.GetSourceIndex());
     return move;
@@ -328,6 +336,7 @@ class WoundRun {
   Iterator m_last;
   double m_start;
   double m_jump;
+  std::optional<double> m_second;
   double m_length = 0;
 };
 
@@ -344,9 +353,12 @@ std::uint32_t SpreadPoleTurns(List& list, const zvKDRParam& par, const zv5axMove
       return solver.IsOnFirstPole(move.GetOrientation(), cone);
     };
     if (isOnPole(*first))
-      while (next != list.end() && !next->IsRapid() && isOnPole(*next)) last = next++;
+      // Both ends of the axis are on the pole; a run keeps to one of them.
+      while (next != list.end() && !next->IsRapid() && isOnPole(*next) &&
+             Dot(last->GetOrientation(), next->GetOrientation()) > 0)
+        last = next++;
     if (first != last) {
-      WoundRun run(list, par, solver, first, last);
+      WoundRun run(list, par, solver, cone, first, last);
       if (run.IsToBeSpread(par.GetMaxAngleJump())) {
         if (par.GetPoleHandling() == zvKDRParam::spreadOnCubic)
           run.SpreadOnCubic();
@@ -358,6 +370,22 @@ std::uint32_t SpreadPoleTurns(List& list, const zvKDRParam& par, const zv5axMove
     first = next;
   }
   return spread;
+}
+
+std::optional<double> SecondAngleOnPole(const zv5axMoveSolver& solver,
+                                        const zv5axMoveSolver::PoleCone& cone,
+                                        const cadcam::zvTPoint3d<double>& orientation,
+                                        double near) {
+  const cadcam::zvTPoint3d<double>& axis = solver.GetKinematics().GetFirstWorkingDirection();
+  try {
+    const zvRotarySolutions solutions =
+        solver.SolveAngles({}, Dot(orientation, axis) < 0 ? -axis : axis, cone, 0);
+    if (solutions.poleStatus != kOnFirstPole) return std::nullopt;
+    const double deg = solutions.first.secondAngle;
+    return deg + misc::kFullTurnDeg * misc::WindsBetween(near, deg);
+  } catch (const misc::zvException&) {
+    return std::nullopt;
+  }
 }
 
 bool BlendsPoles(const zvKDRParam& par) {

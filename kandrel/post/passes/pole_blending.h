@@ -1,6 +1,7 @@
 // BlendPoles: smooth rotary motion through poles.
 #pragma once
 
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/geometry/five_axis_solver.h>
@@ -10,6 +11,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 namespace post {
 
@@ -43,6 +45,15 @@ KANDREL_API std::uint32_t BlendPoles(misc::zvMemoryPoolList<zvPosted5axMove>& li
 KANDREL_API std::uint32_t SpreadPoleTurns(misc::zvMemoryPoolList<zvPosted5axMove>& list,
                                           const zvKDRParam& par, const zv5axMoveSolver& solver,
                                           const zv5axMoveSolver::PoleCone& cone);
+
+/// The second angle, within half a turn of `near`, at which the tool lies along the first axis, on
+/// the side of `orientation`; nothing where the machine can't stand so. In the cone an angle may
+/// have been solved for a tilt, or stand between such: a turn of the free axis would swing the
+/// tool.
+KANDREL_API std::optional<double> SecondAngleOnPole(const zv5axMoveSolver& solver,
+                                                    const zv5axMoveSolver::PoleCone& cone,
+                                                    const cadcam::zvTPoint3d<double>& orientation,
+                                                    double near);
 
 /// Whether poleHandling is one of the two.
 KANDREL_API bool BlendsPoles(const zvKDRParam& par);

@@ -179,6 +179,43 @@ TEST(PathTolerance, PolesKeepTheTiltOfThePath) {
       }
 }
 
+// On the edge of a pole's cone a tilt may be solved as one: the free axis must not swing the tool.
+TEST(PathTolerance, TurnsOnAPolesEdgeLeaveTheTool) {
+  const Point edge{-0.0004280844054116418, -8.443712025461356e-05, 2.4999999619228226};
+  const Source source{{{13, 28, 0}, Direction(8e-5, 56)},
+                      {{13, 15, 0}, Direction(8e-5, 236)},
+                      {{13, 15, 0}, edge},
+                      {{34, 14, 8}, Direction(10, -83.7)},
+                      {{40, 14, 26}, Direction(10, -83.7)}};
+  for (const int handling : {0, 2, 3}) {
+    FiveAxisScene scene = Trunnion();
+    scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(handling));
+    const Held held = PostHeld(scene, source, {0.01, 0.1});
+    const Rules rules = Rules::Of(scene);
+    ASSERT_GT(held.outcome.lines.size(), 20u);
+    ExpectFollows(rules, source, held.outcome.lines, {0.1, 0.01});
+    for (const Line& line : held.outcome.lines)
+      ASSERT_LE(DegBetween(ToPoint(rules.PoseAt(line).axis), line.orientation), 0.0113) << handling;
+  }
+}
+
+// A run on one end of the axis ends where the tool goes over to the other.
+TEST(PathTolerance, NoTurnIsSpreadFromOneEndOfTheAxisToTheOther) {
+  const Source source{{{0, 5, 0}, Direction(10, 180)}, {{5, 5, 0}, {0, 0, 1}},
+                      {{15, 5, 0}, {0, 0, 1}},         {{25, 5, 0}, {0, 0, -1}},
+                      {{35, 5, 0}, {0, 0, -1}},        {{40, 5, 0}, Direction(170, 50)}};
+  for (const int handling : {2, 3}) {
+    FiveAxisScene scene = Trunnion();
+    scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(handling));
+    const Held held = PostHeld(scene, source, {0.01, 0.1});
+    const Rules rules = Rules::Of(scene);
+    ASSERT_EQ(held.outcome.id, 0u);
+    ExpectSource(source, held.outcome.lines);
+    for (const Line& line : held.outcome.lines)
+      ASSERT_LE(DegBetween(ToPoint(rules.PoseAt(line).axis), line.orientation), 1e-3) << handling;
+  }
+}
+
 // Over a run the free axis turns in proportion to the way; on the cubic slowly at its ends.
 TEST(PathTolerance, ATurnIsSpreadOverTheRun) {
   for (const int handling : {2, 3}) {
