@@ -457,10 +457,15 @@ void zv5axPathKeeper::DivideLeap(List& list, Iterator from, Iterator to, double 
   if (const double step = m_rules.GetStep(); !(step > 0 && turn > step + misc::kAngleBorder))
     return;
   if (maxAngleJump < from->AngleDistance(*to)) return;
+  const Place start = PlaceOf(*from);
+  const Place end = PlaceOf(*to);
+  const bool isHeld = m_law.Holds(start.line, end.line, {start.pose, end.pose}, m_allowed);
   DivideStep(list, from, to, m_solver.GetParameters(), turn, m_solver.GetKinematics());
+  // What breaks a step alone stays on the path, with the tool as the machine has it.
+  if (isHeld) return;
   // They belong to the path, which the tool leaves here: so that they are reported.
   m_hasLeaps = true;
-  const Arc arc(PlaceOf(*from).pose.axis, PlaceOf(*to).pose.axis);
+  const Arc arc(start.pose.axis, end.pose.axis);
   const auto parts = static_cast<double>(std::distance(from, to));
   double part = 0;
   for (Iterator move = std::next(from); move != to; ++move)

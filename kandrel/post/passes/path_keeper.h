@@ -71,14 +71,18 @@ class KANDREL_API zv5axPathKeeper {
   /// Divides each feed block of a wound list that breaks the tolerance or the steps, its ends
   /// staying as they are, and turns on a pole with the free axis turning evenly. A leap that no
   /// division mends is divided by maxAngleStep alone, with the tip on its line; not at all where it
-  /// turns by more than `maxAngleJump`. Returns the number of blocks divided. Linear in the number
+  /// turns by more than `maxAngleJump`. Lines of a block that breaks steps alone take the tool's
+  /// orientation there. Returns the number of blocks divided. Linear in the number
   /// of lines, those put in included.
   std::uint32_t Keep(List& list, double maxAngleJump);
 
   /// Whether Join has left what Keep is for.
   bool HasLeftTurns() const noexcept { return m_hasLeftTurns; }
 
-  /// What breaks the tolerance in a wound list.
+  /// What breaks the tolerance in a wound list, each block by the way between its own two lines.
+  /// Lines stand on the path's segments and arcs by construction, but for those between opposite
+  /// orientations, which have no arc, and those that divide a block which holds the tolerance
+  /// whole.
   zvToleranceReport Report(const List& list);
 
  private:

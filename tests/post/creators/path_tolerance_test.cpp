@@ -199,6 +199,23 @@ TEST(PathTolerance, TurnsOnAPolesEdgeLeaveTheTool) {
   }
 }
 
+// Out of a wide cone the tool leaps to its tilt within the tolerance: lines of that say so.
+TEST(PathTolerance, LinesBesideAWideConeStandAsTheMachineDoes) {
+  const Source source{{{47, -34, 6}, Direction(0.09, 96)}, {{51, -34, 6}, Direction(2.1, 116)}};
+  for (const std::int32_t kind : {1, 2, 3}) {
+    FiveAxisScene scene = Trunnion(kind);
+    scene.par.SetPoleAngleTolerance(1);
+    scene.par.SetMaxAngleStep(0.5);
+    const Held held = PostHeld(scene, source, {0.17, 1.036});
+    const Rules rules = Rules::Of(scene);
+    for (const Line& line : held.outcome.lines) {
+      const Point axis = ToPoint(rules.PoseAt(line).axis);
+      if (DegBetween(axis, {0, 0, 1}) < 1e-3) continue;
+      ASSERT_LE(DegBetween(axis, line.orientation), 3e-3) << kind;
+    }
+  }
+}
+
 // A run on one end of the axis ends where the tool goes over to the other.
 TEST(PathTolerance, NoTurnIsSpreadFromOneEndOfTheAxisToTheOther) {
   const Source source{{{0, 5, 0}, Direction(10, 180)}, {{5, 5, 0}, {0, 0, 1}},
