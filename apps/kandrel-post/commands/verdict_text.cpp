@@ -60,6 +60,8 @@ class FindingText {
         return fmt::format("the machine puts the tip {:.4g} {} off the part position", f.value,
                            m_unit);
       case Finding::kLineAxisOff:
+        if (f.axis >= 0)
+          return fmt::format("{} stands at {:g} deg, {:g} expected", Axis(f), f.value, f.bound);
         return fmt::format("the machine puts the tool axis {:.4g} deg off that of the line",
                            f.value);
       case Finding::kTipOffSource:
@@ -122,7 +124,8 @@ post::zvVerifierRules VerifierRules(const PostOptions& options, const Machine& m
   rules.poleAngleTolerance = par.GetPoleAngleTolerance();
   if (options.lineTolerance) {
     rules.lineLength = options.lineTolerance->tip;
-    if (options.lineTolerance->axis) rules.lineAxis = *options.lineTolerance->axis;
+    if (options.lineTolerance->axis)
+      rules.lineAxis = rules.thirdAxis = *options.lineTolerance->axis;
   }
   // With a tolerance lines are put by it alone, whatever the mode is.
   rules.hasMarkers = !rules.tolerance.IsOn() && par.GetInterpolationMode() != 0;

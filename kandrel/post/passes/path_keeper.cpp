@@ -115,7 +115,9 @@ class zv5axPathKeeper::Walk {
     // Between given angles the axes turn evenly where that is the tool's way: the free one on a
     // pole, and both between opposite orientations, which have none of their own.
     m_isOpposite = AreOpposite(m_last.pose.axis, m_end.pose.axis);
-    m_turnsEvenly = solutions == nullptr && (m_isOpposite || (m_last.isOnPole && m_end.isOnPole));
+    m_turnsEvenly =
+        solutions == nullptr && (m_isOpposite || (m_last.isOnPole && m_end.isOnPole &&
+                                                  Dot(m_last.pose.axis, m_end.pose.axis) > 0));
     m_first = m_last.line;
   }
 

@@ -266,7 +266,7 @@ class WoundRun {
  private:
   // Turns each line by its arc length, the last as it is, with lines between them that lie no
   // further apart than the spacing. What stands where the last one does has its angle; the last one
-  // stays though nothing moves to it any more, as it may be a move of the path.
+  // stays though nothing but its tilt moves to it any more, as it may be a move of the path.
   template <class Curve>
   void Turn(const Curve& curve, double spacing) {
     double s = 0;

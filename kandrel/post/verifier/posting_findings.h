@@ -18,7 +18,8 @@ struct zvPostingFinding {
                      ///< of its distance
     kAxisOffWay,     ///< the same of the tool axis
     kLineTipOff,     ///< the machine doesn't put the tip where the line says; by `value`
-    kLineAxisOff,    ///< nor the tool axis, or a third axis doesn't stand where it should
+    kLineAxisOff,    ///< nor the tool axis; with `axis` 5 the third axis stands at `value` in place
+                     ///< of `bound`
     kTipOffSource,   ///< the line's part position lies off the source move or segment; by `value`
     kAxisOffSource,  ///< the line's orientation lies off its source move's by `value`
     kLinearLimit,    ///< `axis` stands at `value` outside its limit `bound`

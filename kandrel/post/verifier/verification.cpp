@@ -24,8 +24,6 @@ constexpr double kSameDirection = 1e-9;
 constexpr double kSamePlace = 1e-12;
 /// The cosine from which on a tool stands along an axis: 1e-6 rad.
 constexpr double kAlongAxis = 1 - 5e-13;
-/// The part of the slack of a line's axis that a number has which is given and not computed.
-constexpr double kOfAGivenNumber = 1e-3;
 /// What a feed may be above its source's by, as a part: blends of two equal ones round.
 constexpr double kFeedSlack = 1e-9;
 
@@ -112,6 +110,7 @@ void zvVerification::Take(const zvLineView& line) {
                                        : !line.isInserted && line.source == m_source.GetNextIndex();
     if (isDue && !m_source.IsAtEnd()) Pass();
     m_hasPrevious = false;
+    if (m_flight && m_flight->doubt) ReportRapid(*m_flight->doubt);
     m_flight.reset();
     return;
   }
@@ -321,6 +320,14 @@ bool zvVerification::IsOver(const Point& p_part, const Point& below, const Point
 // A rapid line that stands for no source move: it lies on a rapid step of the path, or off the path
 // in the air.
 void zvVerification::TakeRapid(const zvLineView& line, const Judged& judged) {
+  if (m_maybeThere) {
+    // Where a rapid step follows it was the line before that stood for the source move.
+    const zvSourceMove* const next = m_source.Ahead(1);
+    if (next != nullptr && next->isRapid) {
+      TakeAsThere();
+      m_sourceOfLine = m_source.GetNextIndex();
+    }
+  }
   const Segment& segment = SegmentHere();
   const bool isOnPath = segment.line.Distance(line.p_part) <= m_slack;
   if (!m_source.Next().isRapid) return TakeFlight(line, isOnPath);
@@ -460,8 +467,8 @@ void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
   if (m_rotary != 3) return;
   const double off = misc::CircularDistance(line.degs[2], m_thirdAngle);
   // Nothing computes it: it is the machine's own number.
-  const double most = m_rules.lineAxis * kOfAGivenNumber;
-  if (!(off <= most)) Report(Finding::kLineAxisOff, 5, line.degs[2], m_thirdAngle, off - most);
+  if (!(off <= m_rules.thirdAxis))
+    Report(Finding::kLineAxisOff, 5, line.degs[2], m_thirdAngle, off - m_rules.thirdAxis);
 }
 
 // The tool is put along an axis that may stand anywhere then; with one rotary axis, along the

@@ -28,6 +28,8 @@ struct zvVerifierRules {
   /// more.
   double lineTip = 1e-9;
   double lineAxis = 1.7e-3;
+  /// How far a third axis, which stands, may be written off its angle, degrees.
+  double thirdAxis = 1e-6;
   /// A length on top of lineTip, for a text of few decimals.
   double lineLength = 0;
   /// Inserted lines hold a marker in place of their orientation, as those of an interpolationMode
