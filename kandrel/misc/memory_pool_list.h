@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/memory_pool.h>
 #include <kandrel/misc/platform.h>
+#include <kandrel/misc/progress.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -154,6 +155,17 @@ class zvMemoryPoolList {
     for (std::size_t line = 0; line < sizeof(Node); line += 64) __builtin_prefetch(ahead + line);
   }
 
+  /// Who is asked, by count of elements, while the list grows and while zvPolledEnd walks over it:
+  /// what it throws passes through. Referred to until it is set to another; null, as at first, asks
+  /// nobody.
+  zvPolling* GetPolling() const noexcept { return m_polling; }
+  void SetPolling(zvPolling* polling) noexcept { m_polling = polling; }
+  /// One element was looked at that neither counts.
+  void Poll() const {
+    if (m_polling != nullptr) [[unlikely]]
+      m_polling->Touch(1);
+  }
+
   /// The number of elements, in constant time.
   std::uint32_t GetCount() const noexcept { return m_count; }
   bool IsEmpty() const noexcept { return m_count == 0; }
@@ -201,6 +213,8 @@ class zvMemoryPoolList {
   // lists hold few.
   void FetchSpares() {
     std::size_t count = std::clamp<std::size_t>(m_count, 1, kMostSpares);
+    if (m_polling != nullptr) [[unlikely]]
+      m_polling->Touch(count);
     m_spare = static_cast<Node*>(m_pool->AllocChain(count));
     m_spareCount = static_cast<std::uint32_t>(count);
   }
@@ -218,6 +232,7 @@ class zvMemoryPoolList {
   Node* m_head = nullptr;
   Node* m_tail = nullptr;
   Node* m_spare = nullptr;  // nodes without an element, chained by `next`
+  zvPolling* m_polling = nullptr;
   std::uint32_t m_count = 0;
   std::uint32_t m_spareCount = 0;
 };

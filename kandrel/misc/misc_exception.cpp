@@ -45,6 +45,7 @@ constexpr zvMessageRow kRows[] = {
     {8004, L"No keyword found for given action string"},
     {8005, L"A keyword was already assigned for the given action string"},
     {8006, L"Value is out of range."},
+    {zvmiscException::kCancelled, L"The operation was cancelled."},
 };
 static_assert(IsSortedById(kRows));
 

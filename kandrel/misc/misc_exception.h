@@ -27,6 +27,7 @@ class KANDREL_API zvmiscException : public zvExceptionOf<zvmiscException> {
     kInvalidEntry = 3606,
     kNotInitialized = 3607,
     kNoContainer = 5503,
+    kCancelled = 9000,
   };
 
   /// With the table's text; `previous` becomes the first cause.

@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/mach_def.h>
@@ -85,10 +86,42 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
   /// Empties the posted list, also for whoever shares it.
   ~zvCreatorOf() override = default;
 
+  /// Post of each creator: what `post()` does, with the hook asked. Where the hook has ended it,
+  /// all is as before it but the list.
+  template <class PostAll>
+  ListPointer PostPolled(const PostAll& post) {
+    if (Polling().Get() == nullptr) return post();
+    const auto firstSolution = GetPar().GetFirstMoveSolutionIndex();
+    const post::zvAlignMatrix matrix = GetAlignMatrix();
+    Polling().Start();
+    try {
+      const ListPointer list = post();
+      Polling().Finish();
+      list->SetPolling(nullptr);
+      return list;
+    } catch (...) {
+      if (m_posted.Get()) m_posted.Get()->SetPolling(nullptr);
+      if (Polling().HasStopped()) {
+        Par().SetFirstMoveSolutionIndex(firstSolution);
+        SetAlignMatrix(matrix);
+        SetToleranceReport({});
+        m_counts = {};
+        m_posted.Clear();
+      }
+      throw;
+    }
+  }
+
+  /// Starts a new list, on whose growth and walks the hook is asked.
+  void RenewList() {
+    m_posted.Renew();
+    m_posted.Get()->SetPolling(Polling().Get());
+  }
+
   /// How each posting begins: with a new list. False for a toolpath without anything to post.
   /// Throws zvPostException 5032, 5033 for units that differ.
   bool StartPosting(const cadcam::zvToolPath& toolpath) {
-    m_posted.Renew();
+    RenewList();
     m_counts = {};
     SetToleranceReport({});
     if (post::HasNothingToPost(toolpath)) return false;
@@ -101,8 +134,9 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
   void CheckLinearLimits() const {
     const post::zvKDRParam::LimitsCheck check = GetPar().GetLimitsCheck();
     if (post::ChecksLinearAxes(check)) {
-      for (const Move& move : *m_posted.Get())
-        if (const auto excess = post::LinearOut(move.GetMachinePosition(), m_machDef);
+      misc::zvPolledEnd end(*m_posted.Get());
+      for (auto move = m_posted.Get()->begin(); end.IsBefore(move); ++move)
+        if (const auto excess = post::LinearOut(move->GetMachinePosition(), m_machDef);
             !excess.IsNone())
           ExceedingLimit(excess);
     } else if (check != post::zvKDRParam::checkNothing && !post::ChecksRotaryAxes(check)) {

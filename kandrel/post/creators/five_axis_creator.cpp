@@ -1,4 +1,5 @@
 #include <kandrel/misc/angles.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/geometry/solution_choice.h>
@@ -42,12 +43,18 @@ zv5axMoveSolver zvPosted5axTPCreator::MakeSolver(const zv5axMachDef& machDef, co
 
 zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
+  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+}
+
+zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,
+                                                                bool smallMoves) {
   if (!StartPosting(toolpath)) return m_posted.Get();
   RequireFiniteSetup();
   RequireFinitePreferredAngle();
   try {
     RunPasses(toolpath, smallMoves);
   } catch (const misc::zvException&) {
+    if (Polling().HasStopped()) throw;
     // What is wrong with the toolpath as such, wherever it stands, is reported before what goes
     // wrong in posting it, and leaves the list empty.
     try {
@@ -67,7 +74,8 @@ std::optional<post::zv5axPathKeeper> zvPosted5axTPCreator::MakeKeeper(
   if (!GetPathTolerance().IsOn()) return std::nullopt;
   const auto reach = [&] {
     double most = 0;
-    for (post::zvPathReader reader(toolpath, GetAlignMatrix()); reader.Next();) {
+    post::zvPathReader reader(toolpath, GetAlignMatrix(), Polling().Get());
+    while (reader.Next()) {
       const Point& p = reader.GetMove().GetPosition();
       most = std::max({most, std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
     }
@@ -80,28 +88,38 @@ std::optional<post::zv5axPathKeeper> zvPosted5axTPCreator::MakeKeeper(
 
 // All blocks of a list to which nothing was done are known to hold the tolerance.
 void zvPosted5axTPCreator::ReportTolerance(post::zv5axPathKeeper& keeper) {
+  Polling().Enter(misc::zvProgress::kTolerance);
   if (keeper.HasLeftTurns() || m_counts.largeJumps != 0 || m_counts.rewindings != 0)
     SetToleranceReport(keeper.Report(*m_posted.Get()));
 }
 
 // The passes in their order: those of docs/architecture.md.
 void zvPosted5axTPCreator::RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves) {
+  using Stage = misc::zvProgress::Stage;
+  Polling().Enter(Stage::kExamining, GetPathTolerance().IsOn() ? 2 : 1);
   if (IsToolpathFor3AxisMachine(toolpath)) return PostStanding(toolpath, smallMoves);
   PostInAttempts([&](Attempt attempt) {
     List& list = *m_posted.Get();
     std::optional<post::zv5axPathKeeper> tolerance = MakeKeeper(toolpath, smallMoves);
     post::zv5axPathKeeper* const keeper = tolerance ? &*tolerance : nullptr;
+    Polling().Enter(Stage::kSolving);
     const bool mayHavePoles = BuildPostedMoves(toolpath, smallMoves, keeper);
+    Polling().Enter(Stage::kPoles, 2);
     post::WrapIntoRanges(list, post::RotaryRangesOf(m_machDef));
     SettleFirstMoves();
     if (mayHavePoles && keeper == nullptr) BlendPoles();
+    Polling().Enter(Stage::kWinding);
     const double largestStep = post::CalcWindedAngles(list);
     if (keeper != nullptr && keeper->HasLeftTurns())
       m_counts.blendedPoles =
           post::SpreadPoleTurns(list, GetPar(), m_solver, keeper->GetPoleCone());
+    Polling().Enter(Stage::kJumps);
     MakeJumps(largestStep, smallMoves);
+    Polling().Enter(Stage::kTolerance);
     if (keeper != nullptr && keeper->HasLeftTurns()) keeper->Keep(list, GetPar().GetMaxAngleJump());
+    Polling().Enter(Stage::kDividing);
     DivideLargeSteps(largestStep);
+    Polling().Enter(Stage::kLimits, 2);
     // The second attempt is checked before its rewinding, the others with what theirs puts in.
     if (attempt == Attempt::kOtherSolution) CheckLinearLimits();
     const zvLimitType excess = KeepRotaryLimits(attempt, smallMoves, keeper);
@@ -111,7 +129,9 @@ void zvPosted5axTPCreator::RunPasses(const cadcam::zvToolPath& toolpath, bool sm
     if (keeper != nullptr) ReportTolerance(*keeper);
     return true;
   });
+  Polling().Enter(Stage::kTimes);
   post::ComputeMoveTimes(*m_posted.Get());
+  Polling().Enter(Stage::kControl, 2);
   post::ApplyControlLimitations(*m_posted.Get(), GetControlDef());
 }
 
@@ -131,7 +151,7 @@ void zvPosted5axTPCreator::PostInAttempts(const Passes& passes) {
   } catch (const misc::zvOutOfMemory&) {
     throw;
   } catch (const misc::zvException&) {
-    if (!TryOwnBounds(passes, own)) throw;
+    if (Polling().HasStopped() || !TryOwnBounds(passes, own)) throw;
   }
 }
 
@@ -149,7 +169,7 @@ bool zvPosted5axTPCreator::TryOwnBounds(const Passes& passes, zvKDRParam::Soluti
     Par().SetFirstMoveSolutionIndex(other);
   };
   try {
-    m_posted.Renew();
+    RenewList();
     m_counts = {};
     Par().SetFirstMoveSolutionIndex(own);
     passes(Attempt::kOwnBounds);
@@ -158,6 +178,10 @@ bool zvPosted5axTPCreator::TryOwnBounds(const Passes& passes, zvKDRParam::Soluti
     restore();
     throw;
   } catch (const misc::zvException&) {
+    if (Polling().HasStopped()) {
+      restore();
+      throw;
+    }
     // What the second attempt threw is what is reported.
   } catch (...) {
     restore();
@@ -172,7 +196,7 @@ bool zvPosted5axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
                                             post::zv5axPathKeeper* keeper) {
   post::zv5axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves,
                                  keeper);
-  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  post::zvPathReader reader(toolpath, GetAlignMatrix(), Polling().Get());
   builder.AppendAll(reader);
   return builder.MayHavePoles();
 }
@@ -183,9 +207,12 @@ void zvPosted5axTPCreator::SettleFirstMoves() {
   const auto isDetermined = [](const Move& move) {
     return move.GetPoleStatus() == post::kDetermined;
   };
-  const auto determined = std::find_if(list.begin(), list.end(), isDetermined);
+  misc::zvPolledEnd end(list, list.begin(), list.end());
+  auto determined = list.begin();
+  while (end.IsBefore(determined) && !isDetermined(*determined)) ++determined;
   if (determined == list.end()) return;
-  for (auto move = list.begin(); move != determined; ++move)
+  misc::zvPolledEnd endOfFirst(list, list.begin(), determined);
+  for (auto move = list.begin(); endOfFirst.IsBefore(move); ++move)
     m_solver.FixPoleAngle(*determined, *move);
 }
 

@@ -115,6 +115,7 @@ class KANDREL_API zvPosted5axTPCreator
 
   std::optional<post::zv5axPathKeeper> MakeKeeper(const cadcam::zvToolPath& toolpath,
                                                   bool smallMoves) const;
+  ListPointer PostAll(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void RunPasses(const cadcam::zvToolPath& toolpath, bool smallMoves);
   bool BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves,
                         post::zv5axPathKeeper* keeper);

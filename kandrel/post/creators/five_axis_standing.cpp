@@ -1,4 +1,5 @@
 // zvPosted5axTPCreator: toolpaths of one orientation, which need no rotary motion.
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/three_axis_creator.h>
@@ -12,7 +13,7 @@ using Point = cadcam::zvTPoint3d<double>;
 bool zvPosted5axTPCreator::IsToolpathFor3AxisMachine(const cadcam::zvToolPath& toolpath) const {
   const bool mayBe =
       m_machDef.IsIdentityTransform() && GetPar().GetPoleHandling() != zvKDRParam::keepWithinLimits;
-  return mayBe && post::HasOneOrientation(toolpath, GetAlignMatrix());
+  return mayBe && post::HasOneOrientation(toolpath, GetAlignMatrix(), Polling().Get());
 }
 
 // The way of a toolpath of one orientation: the axes are set once, and the list has no rotary
@@ -40,7 +41,9 @@ void zvPosted5axTPCreator::PostStanding(const cadcam::zvToolPath& toolpath, bool
     transformation = post::TransformationAt(
         written, {m_machDef, GetPartOrigin(), GetToolLengthCompensationValue()});
   CreatePostedTP(toolpath, written, transformation, smallMoves);
+  Polling().Enter(misc::zvProgress::kLimits);
   CheckLinearLimits();
+  Polling().Enter(misc::zvProgress::kTimes);
   post::ComputeMoveTimes(*m_posted.Get());
 }
 
@@ -56,9 +59,13 @@ void zvPosted5axTPCreator::CreatePostedTP(
   zvPosted3axTPCreator creator(linearPart, GetControlDef(), par, GetPartOrigin(),
                                GetToolLengthCompensationValue());
   creator.SetTransfor3d(transformation);
+  creator.SetProgress(Polling().Get());
   List& list = *m_posted.Get();
   const zvPosted3axTPCreator::ListPointer posted = creator.Post(toolpath, smallMoves);
-  for (const post::zvPosted3axMove& move : *posted) {
+  Polling().Enter(misc::zvProgress::kCollecting);
+  misc::zvPolledEnd end(Polling().Get(), posted->begin(), posted->end(), posted->GetCount());
+  for (auto from = posted->begin(); end.IsBefore(from); ++from) {
+    const post::zvPosted3axMove& move = *from;
     list.EmplaceWith(list.end(), [&] {
       if (smallMoves)
         return Move(move.GetMachinePosition(), move.GetPartPosition(), move.GetOrientation(),

@@ -42,8 +42,15 @@ zvPosted4axMoveMaker zvPosted4axTPCreator::MakeSolver(const zv4axMachDef& machDe
 
 zvPosted4axTPCreator::ListPointer zvPosted4axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
+  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+}
+
+zvPosted4axTPCreator::ListPointer zvPosted4axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,
+                                                                bool smallMoves) {
+  using Stage = misc::zvProgress::Stage;
   if (!StartPosting(toolpath)) return m_posted.Get();
   List& list = *m_posted.Get();
+  Polling().Enter(Stage::kExamining);
   AlignToolpath(toolpath);
   RequireFiniteSetup();
   std::optional<post::zv4axPathKeeper> tolerance;
@@ -51,22 +58,29 @@ zvPosted4axTPCreator::ListPointer zvPosted4axTPCreator::Post(const cadcam::zvToo
     tolerance.emplace(m_solver, GetPathTolerance(), GetPar(), GetPartOrigin(),
                       GetToolLengthCompensationValue(), smallMoves);
   post::zv4axPathKeeper* const keeper = tolerance ? &*tolerance : nullptr;
+  Polling().Enter(Stage::kSolving);
   BuildPostedMoves(toolpath, smallMoves, keeper);
+  Polling().Enter(Stage::kWinding, 2);
   post::WrapIntoRanges(list, post::RotaryRangesOf(m_machDef));
   const double largestStep = post::CalcWindedAngles(list);
+  Polling().Enter(Stage::kJumps);
   MakeJumps(largestStep, smallMoves);
+  Polling().Enter(Stage::kLimits, 2);
   CheckLinearLimits();
   const zvLimitType excess = KeepRotaryLimits(smallMoves, keeper);
   ExceedingLimit(excess);
   if (keeper != nullptr) ReportTolerance(*keeper, toolpath);
+  Polling().Enter(Stage::kTimes);
   post::ComputeMoveTimes(list);
+  Polling().Enter(Stage::kControl);
   post::ApplyControlLimitations(list, GetControlDef());
   return m_posted.Get();
 }
 
 void zvPosted4axTPCreator::AlignToolpath(const cadcam::zvToolPath& toolpath) {
   if (!GetPar().GetAlignToolpath() || toolpath.begin() == toolpath.end()) return;
-  if (const post::zvAlignMatrix matrix = post::AlignToRotaryAxis(toolpath, m_machDef))
+  if (const post::zvAlignMatrix matrix =
+          post::AlignToRotaryAxis(toolpath, m_machDef, Polling().Get()))
     SetAlignMatrix(matrix);
 }
 
@@ -77,7 +91,7 @@ void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
   try {
     post::zv4axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves,
                                    keeper);
-    post::zvPathReader reader(toolpath, GetAlignMatrix());
+    post::zvPathReader reader(toolpath, GetAlignMatrix(), Polling().Get());
     while (builder.AppendSome(reader)) {
     }
   } catch (const misc::zvOutOfMemory&) {
@@ -87,6 +101,7 @@ void zvPosted4axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
     m_posted.Get()->Clear();
     throw;
   } catch (const misc::zvException&) {
+    if (Polling().HasStopped()) throw;
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is reported, and how far the list is filled.
     m_posted.Get()->Clear();
@@ -101,7 +116,7 @@ void zvPosted4axTPCreator::BuildPostedMovesWhole(const cadcam::zvToolPath& toolp
   post::zv4axListBuilder builder(*m_posted.Get(), m_solver, m_machDef, GetPar(), smallMoves,
                                  keeper);
   const auto forEach = [&](const auto& take) {
-    post::ForEachMove(toolpath, GetAlignMatrix(), take);
+    post::ForEachMove(toolpath, GetAlignMatrix(), take, Polling().Get());
   };
   forEach([&](const cadcam::zvCNCMove& move, zvPostedMove::Types) {
     builder.RequireOnCone(move.GetOrientation().Normalized());
@@ -122,6 +137,7 @@ void zvPosted4axTPCreator::MakeJumps(double largestStep, bool smallMoves) {
 void zvPosted4axTPCreator::ReportTolerance(const post::zv4axPathKeeper& keeper,
                                            const cadcam::zvToolPath& toolpath) {
   if (!keeper.HasBroken() && m_counts.largeJumps == 0 && m_counts.rewindings == 0) return;
+  Polling().Enter(misc::zvProgress::kTolerance);
   post::zvPathReader reader(toolpath, GetAlignMatrix());
   SetToleranceReport(keeper.Report(*m_posted.Get(), reader));
 }

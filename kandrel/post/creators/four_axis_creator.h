@@ -89,6 +89,7 @@ class KANDREL_API zvPosted4axTPCreator
                                                const cadcam::zvTPoint3d<double>& partOrigin,
                                                double toolLengthCompensation);
 
+  ListPointer PostAll(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void AlignToolpath(const cadcam::zvToolPath& toolpath);
   void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves,
                         post::zv4axPathKeeper* keeper);

@@ -25,7 +25,8 @@ zvPostedTPCreator::zvPostedTPCreator(const zvPostedTPCreator& other)
       m_par(other.m_par),
       m_controlDef(other.m_controlDef),
       m_pathTolerance(other.m_pathTolerance),
-      m_owner(other.m_owner) {
+      m_owner(other.m_owner),
+      m_polling(other.m_polling.GetHook()) {
   if (other.m_alignMatrix)
     m_alignMatrix = misc::MakeAutoPointer<cadcam::zvMatrix<double, 4, 4>>(*other.m_alignMatrix);
 }
@@ -48,7 +49,9 @@ void zvPostedTPCreator::BuildMoves(const cadcam::zvToolPath& toolpath,
 
 void zvPostedTPCreator::CheckMoves(const cadcam::zvToolPath& toolpath) const {
   static_cast<void>(toolpath.GetMoveCount());  // a null above the moves is reported first
-  post::ForEachMove(toolpath, m_alignMatrix, [](const cadcam::zvCNCMove&, zvPostedMove::Types) {});
+  post::ForEachMove(
+      toolpath, m_alignMatrix, [](const cadcam::zvCNCMove&, zvPostedMove::Types) {},
+      Polling().Get());
 }
 
 const cadcam::zvCNCMove& zvPostedTPCreator::SingleMove(const cadcam::zvMovePointer& move,

@@ -5,6 +5,7 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/limit_type.h>
 #include <kandrel/post/model/mach_def.h>
@@ -28,7 +29,7 @@
 /// 3. Between postings only the posted list and the alignment matrix stay. A posting that computes
 ///    no alignment of its own uses the matrix of an earlier one.
 /// 4. After a failed Post the list may be partly filled, with solved moves, with move times or
-///    without. That holds for std::bad_alloc too.
+///    without. That holds for std::bad_alloc too; after one that was cancelled see SetProgress.
 /// 5. Toolpath and machine are read without a reference being counted: any number of threads, each
 ///    with its creator, may post the same const toolpath, or toolpaths that share children, and
 ///    build creators from the same machine pointer. Operations that are const, those for single
@@ -79,6 +80,13 @@ class KANDREL_API zvPostedTPCreator {
   /// Where the last Post could not hold the tolerance; nothing after one that failed.
   const post::zvToleranceReport& GetToleranceReport() const noexcept { return m_toleranceReport; }
 
+  /// Who is told how far a posting has come and may cancel it, by the thread that posts; null, as
+  /// at first, is nobody. Not owned; copies take it over. What is posted doesn't depend on it. A
+  /// posting that is cancelled throws misc::zvCancelled, one whose hook throws what that throws:
+  /// the posted list is empty then, counts and report too, and all else is as before.
+  misc::zvProgress* GetProgress() const noexcept { return m_polling.GetHook(); }
+  void SetProgress(misc::zvProgress* progress) noexcept { m_polling = misc::zvPolling(progress); }
+
   /// Lets the owner of what this creator refers to live as long as it and its copies. Its count is
   /// not atomic: what one log gave, with all copies, is copied and destroyed on one thread.
   void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
@@ -99,6 +107,8 @@ class KANDREL_API zvPostedTPCreator {
 
   void SetInstanceType(InstanceType type) noexcept { m_instanceType = type; }
   post::zvKDRParam& Par() noexcept { return m_par; }
+  /// What the posting is at, for Post and what it calls alone.
+  misc::zvPolling& Polling() const noexcept { return m_polling; }
   void SetToleranceReport(const post::zvToleranceReport& report) noexcept {
     m_toleranceReport = report;
   }
@@ -146,4 +156,5 @@ class KANDREL_API zvPostedTPCreator {
   post::zvPathTolerance m_pathTolerance;
   post::zvToleranceReport m_toleranceReport;
   post::zvSetupOwnerPointer m_owner;
+  mutable misc::zvPolling m_polling;
 };

@@ -1,3 +1,4 @@
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/post/creators/five_axis_creator.h>
 #include <kandrel/post/creators/four_axis_creator.h>
 #include <kandrel/post/creators/posting_facade.h>
@@ -87,12 +88,15 @@ const post::zvPostedTP& zvKDR5AxBase::Post(const cadcam::zvToolPath& toolpath) {
     if (post::HasNothingToPost(toolpath)) return;
     Creator creator = MakeCreator(tag, *this);
     creator.SetPathTolerance(m_pathTolerance);
+    misc::zvPolling polling(m_progress);
+    creator.SetProgress(polling.Get());
     const auto list = creator.Post(toolpath, false);
     post::zvPostedTP posted;
-    while (!list->IsEmpty()) {
-      posted.PushBack(misc::MakeAutoPointer<typename Creator::Move>(std::move(list->Front())));
-      list->Erase(list->begin());
-    }
+    polling.Enter(misc::zvProgress::kCollecting);
+    misc::zvPolledEnd end(polling.Get(), list->begin(), list->end(), list->GetCount());
+    for (auto move = list->begin(); end.IsBefore(move); move = list->Erase(move))
+      posted.PushBack(misc::MakeAutoPointer<typename Creator::Move>(std::move(*move)));
+    polling.Finish();
     if constexpr (kAligns<Creator>) {
       if (creator.IsAlignMatrixValide()) {
         m_alignMatrix = creator.GetAlignMatrix();

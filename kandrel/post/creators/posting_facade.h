@@ -5,6 +5,7 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/mirror_angle.h>
@@ -86,6 +87,13 @@ class KANDREL_API zvKDR5AxBase {
   /// Where the last Post could not hold it; nothing after one that failed.
   const post::zvToleranceReport& GetToleranceReport() const noexcept { return m_toleranceReport; }
 
+  /// Who is told how far Post has come and may cancel it, by the thread that posts; null, as at
+  /// first, is nobody. Not owned; copies take it over. What is posted doesn't depend on it. A
+  /// posting that is cancelled throws misc::zvCancelled, one whose hook throws what that throws;
+  /// both are failures like others.
+  misc::zvProgress* GetProgress() const noexcept { return m_progress; }
+  void SetProgress(misc::zvProgress* progress) noexcept { m_progress = progress; }
+
   /// Lets the owner of what this object refers to live as long as it and its copies. Its count is
   /// not atomic: what one log gave, with all copies, is copied and destroyed on one thread.
   void KeepAlive(const post::zvSetupOwnerPointer& owner) { m_owner = owner; }
@@ -141,4 +149,5 @@ class KANDREL_API zvKDR5AxBase {
   post::zvPathTolerance m_pathTolerance;
   post::zvToleranceReport m_toleranceReport;
   post::zvSetupOwnerPointer m_owner;
+  misc::zvProgress* m_progress = nullptr;
 };

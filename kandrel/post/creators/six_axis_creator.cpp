@@ -35,17 +35,23 @@ zvPosted5axTPCreator zvPosted6axTPCreator::FiveAxisCreator() const {
 
 zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
+  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+}
+
+zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,
+                                                                bool smallMoves) {
   m_counts = {};
   SetToleranceReport({});
   zvPosted5axTPCreator creator = FiveAxisCreator();
   creator.SetPathTolerance(GetPathTolerance());
+  creator.SetProgress(Polling().Get());
   const auto solved = creator.Post(toolpath, smallMoves);
   if (!solved->IsEmpty()) RequireFiniteThirdAngle();
   ListPointer list = m_posted.New();
-  while (!solved->IsEmpty()) {
-    list->EmplaceBack(std::move(solved->Front()), m_machDef.GetThirdAngle());
-    solved->Erase(solved->begin());
-  }
+  Polling().Enter(misc::zvProgress::kCollecting);
+  misc::zvPolledEnd end(Polling().Get(), solved->begin(), solved->end(), solved->GetCount());
+  for (auto move = solved->begin(); end.IsBefore(move); move = solved->Erase(move))
+    list->EmplaceBack(std::move(*move), m_machDef.GetThirdAngle());
   m_counts = creator.GetCounts();
   SetToleranceReport(creator.GetToleranceReport());
   return m_posted.Get() = std::move(list);

@@ -64,6 +64,7 @@ class KANDREL_API zvPosted6axTPCreator
 
  private:
   friend zvCreatorOf;
+  ListPointer PostAll(const cadcam::zvToolPath& toolpath, bool smallMoves);
   static constexpr InstanceType kInstance = instance6ax;
   static const post::zv6axMachDef& AsOwnClass(const post::zvMachDef& machDef);
   static post::zv5axMoveSolver MakeSolver(const post::zv6axMachDef& machDef,

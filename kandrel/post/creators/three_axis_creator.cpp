@@ -40,10 +40,17 @@ void zvPosted3axTPCreator::SetTransfor3d(
 
 zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
+  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+}
+
+zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,
+                                                                bool smallMoves) {
   if (!StartPosting(toolpath)) return m_posted.Get();
   AlignToolpath(toolpath);
   RequireFiniteMaker();
+  Polling().Enter(misc::zvProgress::kSolving);
   BuildPostedMoves(toolpath, smallMoves);  // with their times
+  Polling().Enter(misc::zvProgress::kLimits);
   CheckLinearLimits();
   post::RequireNumbers(*m_posted.Get(), m_sum);
   return m_posted.Get();
@@ -94,6 +101,7 @@ void zvPosted3axTPCreator::BuildPostedMoves(const cadcam::zvToolPath& toolpath, 
   } catch (const misc::zvOutOfMemory&) {
     throw;  // a second attempt would need as much
   } catch (const misc::zvException&) {
+    if (Polling().HasStopped()) throw;
     // Where a toolpath has several faults, the order of the checks over the whole of it decides
     // which one is reported, and how far the list is filled.
     m_posted.Get()->Clear();
@@ -109,7 +117,7 @@ void zvPosted3axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
   const bool checks = !m_solver.GetTransformation();
   // Paths for these machines repeat one orientation: it is checked once for a run of moves.
   cadcam::zvTPoint3d<double> checked;
-  post::zvPathReader reader(toolpath, GetAlignMatrix());
+  post::zvPathReader reader(toolpath, GetAlignMatrix(), Polling().Get());
   for (std::uint64_t index = 0; reader.Next(); ++index) {
     const cadcam::zvTPoint3d<double>& orientation = reader.GetMove().GetOrientation();
     if (checks && (index == 0 || !(orientation == checked))) {
@@ -123,7 +131,7 @@ void zvPosted3axTPCreator::PostInOneWalk(const cadcam::zvToolPath& toolpath, boo
 void zvPosted3axTPCreator::PostWhole(const cadcam::zvToolPath& toolpath, bool smallMoves) {
   CheckMoves(toolpath);
   const auto forEach = [&](const auto& take) {
-    post::ForEachMove(toolpath, GetAlignMatrix(), take);
+    post::ForEachMove(toolpath, GetAlignMatrix(), take, Polling().Get());
   };
   if (!m_solver.GetTransformation())
     forEach([this](const cadcam::zvCNCMove& move, zvPostedMove::Types) {

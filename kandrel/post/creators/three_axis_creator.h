@@ -68,6 +68,7 @@ class KANDREL_API zvPosted3axTPCreator
                                                const cadcam::zvTPoint3d<double>& partOrigin,
                                                double toolLengthCompensation);
 
+  ListPointer PostAll(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void AlignToolpath(const cadcam::zvToolPath& toolpath);
   void BuildPostedMoves(const cadcam::zvToolPath& toolpath, bool smallMoves);
   void PostInOneWalk(const cadcam::zvToolPath& toolpath, bool smallMoves);

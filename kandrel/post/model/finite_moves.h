@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/cnc_move.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/post/model/mirror_angle.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_move.h>
@@ -41,7 +42,8 @@ inline void RequireNumbers(const zvSolutionPair& pair) {
 template <class Move>
 void RequireNumbers(const misc::zvMemoryPoolList<Move>& list, double sum) {
   if (std::isfinite(sum)) return;
-  for (const Move& move : list) RequireNumbers(move);
+  misc::zvPolledEnd end(list);
+  for (auto move = list.begin(); end.IsBefore(move); ++move) RequireNumbers(*move);
 }
 
 }  // namespace post

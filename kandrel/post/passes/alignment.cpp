@@ -60,7 +60,11 @@ Matrix RotationBetween(const Point& a, const Point& b) {
   return r;
 }
 
-zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath) {
+zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath, misc::zvPolling* polling) {
+  const auto read = [polling](const cadcam::zvMovePointer& move) {
+    if (polling != nullptr) polling->Touch(1);
+    return UnitOrientation(*move);
+  };
   if (toolpath.GetMoveCount() < 3) return {};
   auto move = toolpath.begin();
   const auto end = toolpath.end();
@@ -68,7 +72,7 @@ zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath) {
   Point t2;
   bool hasSecond = false;
   while (!hasSecond && ++move != end) {
-    t2 = UnitOrientation(**move);
+    t2 = read(*move);
     hasSecond = !AreParallel(t2, t1);
   }
   if (!hasSecond) return {t1, false};
@@ -78,7 +82,7 @@ zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath) {
   Point t3;
   bool hasThird = false;
   while (++move != end) {
-    const Point candidate = UnitOrientation(**move);
+    const Point candidate = read(*move);
     if (AreParallel(candidate, t1)) continue;
     t3 = candidate;
     hasThird = true;
@@ -105,8 +109,9 @@ bool FitsRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& mach
   return Fits(FindToolPathAxis(toolpath), machDef);
 }
 
-zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& machDef) {
-  const zvToolPathAxis path = FindToolPathAxis(toolpath);
+zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axMachDef& machDef,
+                                misc::zvPolling* polling) {
+  const zvToolPathAxis path = FindToolPathAxis(toolpath, polling);
   if (Fits(path, machDef)) return nullptr;
   if (path.axis.IsZero()) throw zvPostException(zvPostException::kNotAlignable);
   return misc::MakeAutoPointer<Matrix>(RotationBetween(path.axis, machDef.GetRotationDirection()));

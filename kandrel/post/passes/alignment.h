@@ -5,6 +5,7 @@
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/passes/flat_moves.h>
 
@@ -26,8 +27,9 @@ struct zvToolPathAxis {
 /// none, `found` is false and the axis is the first orientation, or zero below three moves. Throws
 /// zvcadcamException 2189 where an orientation is zero or those that turn are parallel,
 /// zvPostException 5039 for an orientation that is infinite or NaN. Looks at no more moves than it
-/// needs.
-KANDREL_API zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath);
+/// needs; `polling` is told of each, and what that throws passes through.
+KANDREL_API zvToolPathAxis FindToolPathAxis(const cadcam::zvToolPath& toolpath,
+                                            misc::zvPolling* polling = nullptr);
 
 /// The matrix that turns the first move's orientation into the spindle, null when it already lies
 /// there within 1e-12. The definition is normalised. Throws zvcadcamException 2189 for an
@@ -45,6 +47,7 @@ KANDREL_API bool FitsRotaryAxis(const cadcam::zvToolPath& toolpath, const zv4axM
 /// matrix would move every path that has been posted with it. Throws zvPostException 5044 below
 /// three moves that don't fit, and as RotationBetween and FindToolPathAxis do.
 KANDREL_API zvAlignMatrix AlignToRotaryAxis(const cadcam::zvToolPath& toolpath,
-                                            const zv4axMachDef& machDef);
+                                            const zv4axMachDef& machDef,
+                                            misc::zvPolling* polling = nullptr);
 
 }  // namespace post

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/move_traits.h>
 
@@ -37,7 +38,8 @@ std::uint32_t HandleLargeAngleJumps(misc::zvMemoryPoolList<Move>& list, double l
   std::uint32_t jumps = 0;
   auto previous = list.begin();
   auto current = previous;
-  for (++current; current != list.end(); previous = current, ++current) {
+  misc::zvPolledEnd end(list);
+  for (++current; end.IsBefore(current); previous = current, ++current) {
     list.PrefetchAfter(*current);
     if (current->IsRapid()) continue;
     double plain = 0;

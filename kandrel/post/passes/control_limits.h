@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/move_traits.h>
 
@@ -29,8 +30,9 @@ void ApplyControlLimitations(misc::zvMemoryPoolList<Move>& list, const zv5axCont
                                                 control.GetSecondAxisLimit()};
   for (int axis = 0; axis < Traits::kAxes; ++axis) {
     if (limits[axis] == zv5axControlDef::angleLimitNone) continue;
-    for (Move& move : list)
-      Traits::SetAngle(move, axis, ApplyAngleLimit(Traits::Angle(move, axis), limits[axis]));
+    misc::zvPolledEnd end(list);
+    for (auto move = list.begin(); end.IsBefore(move); ++move)
+      Traits::SetAngle(*move, axis, ApplyAngleLimit(Traits::Angle(*move, axis), limits[axis]));
   }
 }
 

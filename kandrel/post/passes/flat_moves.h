@@ -5,6 +5,7 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/large_array.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/model/align_matrix.h>
 #include <kandrel/post/model/finite_moves.h>
 #include <kandrel/post/model/posted_move.h>
@@ -50,11 +51,13 @@ void ForEachMovePointer(const cadcam::zvToolPath& toolpath, const Take& take) {
 }
 
 /// Calls `take(move, type)` for each move as Flatten would hold it, with neither memory nor
-/// references for them: an aligned copy is good for the call. Throws as Flatten does.
+/// references for them: an aligned copy is good for the call. Throws as Flatten does, and what
+/// `polling` throws, which is told of each move.
 template <class Take>
 void ForEachMove(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
-                 const Take& take) {
+                 const Take& take, misc::zvPolling* polling = nullptr) {
   ForEachMovePointer(toolpath, [&](const cadcam::zvMovePointer& pointer, zvPostedMove::Types type) {
+    if (polling != nullptr) polling->Touch(1);
     const cadcam::zvCNCMove& move = *pointer;
     RequireFinite(move);
     if (alignment)

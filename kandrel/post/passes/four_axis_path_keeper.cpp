@@ -1,4 +1,5 @@
 #include <kandrel/misc/angles.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/post/passes/four_axis_path_keeper.h>
 #include <kandrel/post/passes/intermediate_moves.h>
 #include <kandrel/post/passes/step_march.h>
@@ -198,7 +199,8 @@ void zv4axPathKeeper::Keep(List& list) {
     const Place place = PlaceOf(move);
     return (place.station.pose.tip - place.p_part).Length() <= m_rules.GetTolerance().GetTip() / 2;
   };
-  for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
+  misc::zvPolledEnd end(list);
+  for (Iterator from = list.begin(), to = std::next(from); end.IsBefore(to); from = to++) {
     list.PrefetchAfter(*to);
     if (to->IsRapid() || IsPlain(*from, *to)) continue;
     // What doesn't turn is on its way; and nothing belongs on that down to the part.
@@ -225,7 +227,9 @@ zvToleranceReport zv4axPathKeeper::Report(const List& list, zvPathReader& reader
   Source last = next.value_or(Source{});
   const Move* from = nullptr;
   std::uint32_t index = 0;
-  for (const Move& to : list) {
+  misc::zvPolledEnd listEnd(list);
+  for (auto move = list.begin(); listEnd.IsBefore(move); ++move) {
+    const Move& to = *move;
     const Source end = next.value_or(last);
     if (from != nullptr && !to.IsRapid()) {
       const zvBlockLaw::Way way{{from->GetPartPosition(), last.orientation.Normalized()},

@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/move_traits.h>
@@ -30,7 +31,8 @@ template <class Move>
 void WrapIntoRanges(misc::zvMemoryPoolList<Move>& list,
                     const std::array<zvRotaryRange, zvMoveTraits<Move>::kAxes>& ranges) {
   if (HoldSolvedAngles(ranges)) return;
-  for (Move& move : list) WrapIntoRanges(move, ranges);
+  misc::zvPolledEnd end(list);
+  for (auto move = list.begin(); end.IsBefore(move); ++move) WrapIntoRanges(*move, ranges);
 }
 
 /// How the lower bounds of two axes are measured before a shift.
@@ -76,7 +78,8 @@ class zvListLimits {
     if (move != m_list.end()) {
       for (int axis = 0; axis < Traits::kAxes; ++axis)
         bounds.low[axis] = bounds.high[axis] = Traits::Angle(*move, axis);
-      while (++move != m_list.end()) bounds.Include(*move, lowerBounds);
+      misc::zvPolledEnd end(m_list);
+      while (end.IsBefore(++move)) bounds.Include(*move, lowerBounds);
     }
     for (int axis = 0; axis < Traits::kAxes; ++axis)
       if (!ShiftAxis(axis, bounds.low[axis], bounds.high[axis])) return true;
@@ -87,8 +90,9 @@ class zvListLimits {
   template <class Excess>
   bool IsAnyOut(zvLimitType& limit, const Excess& excess) const {
     limit = {};
-    for (const Move& move : m_list)
-      if (limit = excess(move); !limit.IsNone()) return true;
+    misc::zvPolledEnd end(m_list);
+    for (auto move = m_list.begin(); end.IsBefore(move); ++move)
+      if (limit = excess(*move); !limit.IsNone()) return true;
     return false;
   }
 
@@ -118,7 +122,9 @@ class zvListLimits {
     if ((max - min) + m_slack < high - low) return false;
     const double shift = std::ceil((min - low) / misc::kFullTurnDeg) * misc::kFullTurnDeg;
     if (!(std::fabs(shift) <= misc::kLargestShift) || high + shift > max + m_slack) return false;
-    for (Move& move : m_list) Traits::SetAngle(move, axis, Traits::Angle(move, axis) + shift);
+    misc::zvPolledEnd end(m_list);
+    for (auto move = m_list.begin(); end.IsBefore(move); ++move)
+      Traits::SetAngle(*move, axis, Traits::Angle(*move, axis) + shift);
     return true;
   }
 

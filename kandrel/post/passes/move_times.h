@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/finite_moves.h>
 #include <kandrel/post/model/posted_move.h>
@@ -27,7 +28,8 @@ void ComputeMoveTimes(misc::zvMemoryPoolList<Move>& list) {
   if (list.GetCount() > 1) move->SetMoveTime(0);
   double sum = 0;
   AddNumbers(*move, sum);
-  for (const Move* previous = &*move; ++move != list.end(); previous = &*move) {
+  misc::zvPolledEnd end(list);
+  for (const Move* previous = &*move; end.IsBefore(++move); previous = &*move) {
     move->SetMoveTime(MoveTime(*previous, *move));
     AddNumbers(*move, sum);
   }

@@ -1,4 +1,5 @@
 #include <kandrel/misc/angles.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/range_exception.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/trigonometry.h>
@@ -433,7 +434,8 @@ std::uint32_t zv5axPathKeeper::Keep(List& list, double maxAngleJump) {
   if (list.GetCount() < 2) return 0;
   m_rules.ForgetDistance();  // all steps have been kept by it; those between lifted lines need not
   std::uint32_t divided = 0;
-  for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
+  misc::zvPolledEnd end(list);
+  for (Iterator from = list.begin(), to = std::next(from); end.IsBefore(to); from = to++) {
     list.PrefetchAfter(*to);
     if (to->IsRapid() || IsPlain(*from, *to)) continue;
     if (Use(PlaceOf(*from), PlaceOf(*to)) <= 1) continue;
@@ -479,7 +481,8 @@ zvToleranceReport zv5axPathKeeper::Report(const List& list) {
   if (list.GetCount() < 2) return report;
   std::uint32_t index = 1;
   auto from = list.begin();
-  for (auto to = std::next(from); to != list.end(); from = to++, ++index) {
+  misc::zvPolledEnd end(list);
+  for (auto to = std::next(from); end.IsBefore(to); from = to++, ++index) {
     // A plain block keeps to its way when its lines stand on it, which those of a leap don't.
     if (to->IsRapid() || (!m_hasLeaps && IsPlain(*from, *to))) continue;
     const Place a = PlaceOf(*from);

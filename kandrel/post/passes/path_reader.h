@@ -5,6 +5,7 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/geometry/move_grabber.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/passes/flat_moves.h>
@@ -19,10 +20,13 @@ namespace post {
 /// that any number of threads may read it.
 class KANDREL_API zvPathReader {
  public:
-  /// The matrix may be null; with one, which must stay, the moves read are aligned copies.
-  zvPathReader(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
-      : m_alignment(alignment.Get()) {
+  /// The matrix may be null; with one, which must stay, the moves read are aligned copies. With
+  /// `polling`, referred to, reading is the next walk of its stage, and throws what that throws.
+  zvPathReader(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
+               misc::zvPolling* polling = nullptr)
+      : m_alignment(alignment.Get()), m_polling(polling) {
     m_passes.Enter(toolpath.Children());
+    if (polling != nullptr) StartWalk(toolpath);
   }
   /// Not copied: its view may point to its own aligned copy.
   zvPathReader(const zvPathReader&) = delete;
@@ -96,10 +100,15 @@ class KANDREL_API zvPathReader {
     ++m_ahead;
   }
   bool EnterSection();
+  bool EnterBlock();
+  void StartWalk(const cadcam::zvToolPath& toolpath);
   void Align(const cadcam::zvCNCMove& source);
   [[noreturn]] static void ThrowNotFinite();
 
+  // Of a section, or with polling of a part of it, that is asked after.
   Range<cadcam::zvMoveList> m_moves;
+  cadcam::zvMoveList::const_iterator m_sectionEnd;
+  std::uint32_t m_block = 0;
   cadcam::zvMoveList::const_iterator m_ahead;
   zvMoveView m_move;
   zvPostedMove::Types m_type = zvPostedMove::noLink;
@@ -108,6 +117,7 @@ class KANDREL_API zvPathReader {
   Range<std::list<misc::zvAutoPointer<cadcam::zvTPPass>>> m_passes;
   const cadcam::zvMatrix<double, 4, 4>* m_alignment;
   cadcam::zv5axMove m_aligned;
+  misc::zvPolling* m_polling;
 };
 
 }  // namespace post

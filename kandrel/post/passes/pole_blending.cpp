@@ -1,4 +1,5 @@
 #include <kandrel/misc/angles.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/polynomial.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/post_exception.h>
@@ -93,7 +94,8 @@ class Run {
         m_count(count),
         m_start(first->GetAngle(m_other)),
         m_jump(JumpWithin(m_range, m_start, last->GetAngle(m_other))) {
-    for (Iterator move = first; move != last; ++move)
+    misc::zvPolledEnd end(list, first, last);
+    for (Iterator move = first; end.IsBefore(move); ++move)
       m_length += PartDistance(*move, *std::next(move));
   }
 
@@ -132,7 +134,8 @@ class Run {
   void TurnMoves(const Turn& turn) {
     double s = 0;
     Iterator before = m_first;
-    for (Iterator move = std::next(m_first); move != m_last; before = move++) {
+    misc::zvPolledEnd end(m_list, m_first, m_last);
+    for (Iterator move = std::next(m_first); end.IsBefore(move); before = move++) {
       s += PartDistance(*before, *move);
       move->SetAngle(AngleAt(turn(s)), m_other);
       move->SetAngle(0, m_axis);
@@ -141,7 +144,8 @@ class Run {
   }
 
   bool IsWithinStep() const {
-    for (Iterator move = m_first; move != m_last;) {
+    misc::zvPolledEnd end(m_list, m_first, m_last);
+    for (Iterator move = m_first; end.IsBefore(move);) {
       ++move;
       if (JumpWithin(m_range, m_start, move->GetAngle(m_other)).size > m_par.GetMaxAngleStep())
         return false;
@@ -156,7 +160,8 @@ class Run {
       throw zvPostException(zvPostException::kInvalidVector);
     double position = spacing;
     double s = 0;
-    for (Iterator start = m_first; start != m_last && position < m_length;) {
+    misc::zvPolledEnd runEnd(m_list, m_first, m_last);
+    for (Iterator start = m_first; runEnd.IsBefore(start) && position < m_length;) {
       const Iterator end = std::next(start);
       const double segment = PartDistance(*start, *end);
       while (position < m_length && position < s + segment) {
@@ -199,11 +204,15 @@ class Run {
   Polynomial FitCubic() const {
     Slope after;
     for (Iterator a = m_last, b = std::next(a); b != m_list.end() && after.length < m_length / 2;
-         a = b++)
+         a = b++) {
+      m_list.Poll();
       after.Add(*a, *b, m_other, m_range);
+    }
     Slope before;
-    for (Iterator b = m_first; b != m_list.begin() && before.length < m_length / 2; --b)
+    for (Iterator b = m_first; b != m_list.begin() && before.length < m_length / 2; --b) {
+      m_list.Poll();
       before.Add(*std::prev(b), *b, m_other, m_range);
+    }
 
     const double l = m_length;
     const double jump = m_jump.size;
@@ -243,7 +252,8 @@ class WoundRun {
         m_start(first->GetAngle(0)),
         m_jump(last->GetAngle(0) - m_start),
         m_second(SecondAngleOnPole(solver, cone, first->GetOrientation(), first->GetAngle(1))) {
-    for (Iterator move = first; move != last; ++move)
+    misc::zvPolledEnd end(list, first, last);
+    for (Iterator move = first; end.IsBefore(move); ++move)
       m_length += PartDistance(*move, *std::next(move));
   }
 
@@ -270,7 +280,8 @@ class WoundRun {
   template <class Curve>
   void Turn(const Curve& curve, double spacing) {
     double s = 0;
-    for (Iterator from = m_first; from != m_last;) {
+    misc::zvPolledEnd end(m_list, m_first, m_last);
+    for (Iterator from = m_first; end.IsBefore(from);) {
       const Iterator to = std::next(from);
       const double length = PartDistance(*from, *to);
       const double parts = std::ceil(length / spacing);
@@ -317,15 +328,19 @@ class WoundRun {
   double SlopeBefore() const {
     double length = 0;
     Iterator a = m_first;
-    for (; a != m_list.begin() && length < m_length / 2; --a)
+    for (; a != m_list.begin() && length < m_length / 2; --a) {
+      m_list.Poll();
       length += PartDistance(*std::prev(a), *a);
+    }
     return length > 0 ? (m_start - a->GetAngle(0)) / length : 0;
   }
   double SlopeAfter() const {
     double length = 0;
     Iterator b = m_last;
-    for (Iterator c = std::next(b); c != m_list.end() && length < m_length / 2; b = c++)
+    for (Iterator c = std::next(b); c != m_list.end() && length < m_length / 2; b = c++) {
+      m_list.Poll();
       length += PartDistance(*b, *c);
+    }
     return length > 0 ? (b->GetAngle(0) - m_last->GetAngle(0)) / length : 0;
   }
 
@@ -349,14 +364,17 @@ std::uint32_t SpreadPoleTurns(List& list, const zvKDRParam& par, const zv5axMove
   for (Iterator first = list.begin(); first != list.end();) {
     Iterator last = first;
     Iterator next = std::next(first);
+    list.Poll();
     const auto isOnPole = [&](const Move& move) {
       return solver.IsOnFirstPole(move.GetOrientation(), cone);
     };
     if (isOnPole(*first))
       // Both ends of the axis are on the pole; a run keeps to one of them.
       while (next != list.end() && !next->IsRapid() && isOnPole(*next) &&
-             Dot(last->GetOrientation(), next->GetOrientation()) > 0)
+             Dot(last->GetOrientation(), next->GetOrientation()) > 0) {
+        list.Poll();
         last = next++;
+      }
     if (first != last) {
       WoundRun run(list, par, solver, cone, first, last);
       if (run.IsToBeSpread(par.GetMaxAngleJump())) {
@@ -411,6 +429,7 @@ std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const Ranges& ranges
   std::uint32_t blended = 0;
   for (Iterator first = list.begin(); first != list.end();) {
     Iterator next = std::next(first);
+    list.Poll();
     // Off the second axis' pole a stretch with the first at 0 is none, and may have one inside.
     for (std::int16_t axis = cone.onSecondPole ? 0 : 1; axis < 2; ++axis) {
       if (IsZero(first->GetAngle(axis))) continue;
@@ -418,6 +437,7 @@ std::uint32_t BlendPoles(List& list, const zvKDRParam& par, const Ranges& ranges
       bool isPole = true;
       Iterator last = std::next(first);
       for (; last != list.end() && IsZero(last->GetAngle(axis)); ++last) {
+        list.Poll();
         ++count;
         isPole = isPole && turnsFreely(*last, axis);
       }

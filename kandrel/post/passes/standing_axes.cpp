@@ -33,8 +33,9 @@ bool zvStandingAxes::AreAtZero() const noexcept {
   return IsZeroAngle(firstAngle) && IsZeroAngle(secondAngle);
 }
 
-bool HasOneOrientation(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment) {
-  zvPathReader reader(toolpath, alignment);
+bool HasOneOrientation(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
+                       misc::zvPolling* polling) {
+  zvPathReader reader(toolpath, alignment, polling);
   if (!reader.Next()) return false;
   const Point o = reader.GetMove().GetOrientation();
   const double mostSquared = misc::kDirectionDifferenceSquared * o.SquaredLength();

@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/geometry/five_axis_solver.h>
 #include <kandrel/post/geometry/transformation3d.h>
 #include <kandrel/post/model/align_matrix.h>
@@ -25,9 +26,10 @@ struct zvStandingAxes {
 /// Whether all moves of a toolpath have one orientation; false without moves. Each is compared with
 /// the first, so that drift can't add up. Lengths count: (0, 0, 1) and (0, 0, 2) differ; of vectors
 /// next to nothing the directions count too. Looks no further than the first that differs. Throws
-/// as zvPathReader::Next does.
+/// as zvPathReader::Next does, which `polling` is for.
 KANDREL_API bool HasOneOrientation(const cadcam::zvToolPath& toolpath,
-                                   const zvAlignMatrix& alignment);
+                                   const zvAlignMatrix& alignment,
+                                   misc::zvPolling* polling = nullptr);
 
 /// The angles for a tip and an orientation, on a pole by `cone`, chosen as for a first move, an
 /// angle that a pole leaves free as firstMoveRule prefers it, and brought into their ranges where a

@@ -1,3 +1,4 @@
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/passes/move_between.h>
 #include <kandrel/post/passes/step_counts.h>
@@ -53,7 +54,8 @@ std::uint32_t DivideLargeSteps(List& list, double largestStep, const zvKDRParam&
   const double largest = par.GetMaxAngleStep() + misc::kAngleBorder;
   if (!(largestStep > largest) || list.GetCount() < 2) return 0;
   std::uint32_t divided = 0;
-  for (Iterator from = list.begin(), to = std::next(from); to != list.end(); from = to++) {
+  misc::zvPolledEnd end(list);
+  for (Iterator from = list.begin(), to = std::next(from); end.IsBefore(to); from = to++) {
     list.PrefetchAfter(*to);
     const double turn = LargerTurn(*from, *to);
     if (!(turn > largest) || (to->IsRapid() && !par.GetInterpolateRapidMoves())) continue;

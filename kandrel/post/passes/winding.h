@@ -3,6 +3,7 @@
 
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/move_traits.h>
 #include <kandrel/post/model/post_exception.h>
@@ -37,7 +38,8 @@ double CalcWindedAngles(misc::zvMemoryPoolList<Move>& list) {
   Axis axes[Traits::kAxes];
   auto move = list.begin();
   for (int axis = 0; axis < Traits::kAxes; ++axis) axes[axis].previous = Traits::Angle(*move, axis);
-  while (++move != list.end()) {
+  misc::zvPolledEnd end(list);
+  while (end.IsBefore(++move)) {
     list.PrefetchAfter(*move);
     for (int axis = 0; axis < Traits::kAxes; ++axis) {
       Axis& a = axes[axis];

@@ -1,3 +1,4 @@
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_visitor.h>
@@ -112,11 +113,15 @@ zvPostingVerdict zvPostingVerifier::VerifyList(const cadcam::zvToolPath& toolpat
                                                const misc::zvMemoryPoolList<Move>& list,
                                                zvBlockSink* sink) const {
   RequireClass(*m_machDef, MoveClass<Move>::kNumber);
+  misc::zvPolling polling(m_progress);
+  polling.Enter(misc::zvProgress::kVerifying);
   zvVerification verification(Machine(), m_rules, toolpath, m_rules.alignment, sink);
-  for (const Move& move : list) {
-    list.PrefetchAfter(move);
-    verification.Take(ViewOf(move));
+  misc::zvPolledEnd end(polling.Get(), list.begin(), list.end(), list.GetCount());
+  for (auto move = list.begin(); end.IsBefore(move); ++move) {
+    list.PrefetchAfter(*move);
+    verification.Take(ViewOf(*move));
   }
+  polling.Finish();
   return verification.Finish();
 }
 
@@ -149,17 +154,27 @@ zvPostingVerdict zvPostingVerifier::Verify(const cadcam::zvToolPath& toolpath,
   const zvAlignMatrix own = posted.GetAlignMatrix();
   zvVerification verification(Machine(), m_rules, toolpath, own ? own : m_rules.alignment, sink);
   MoveTaker taker(*m_machDef, verification);
-  for (auto move = posted.Begin(); move != posted.End(); ++move) (**move).AcceptVisitor(taker);
+  misc::zvPolling polling(m_progress);
+  polling.Enter(misc::zvProgress::kVerifying);
+  misc::zvPolledEnd end(polling.Get(), posted.Begin(), posted.End(), posted.GetCount());
+  for (auto move = posted.Begin(); end.IsBefore(move); ++move) (**move).AcceptVisitor(taker);
+  polling.Finish();
   return verification.Finish();
 }
 
 zvPostingVerdict zvPostingVerifier::Verify(const cadcam::zvToolPath& toolpath, const NextLine& next,
                                            zvBlockSink* sink) const {
   zvVerification verification(Machine(), m_rules, toolpath, m_rules.alignment, sink);
+  misc::zvPolling polling(m_progress);
+  polling.Enter(misc::zvProgress::kVerifying);
+  polling.StartWalk(toolpath.GetMoveCount());  // nobody knows how many lines will come
   zvPostedLine line;
-  while (next(line))
+  while (next(line)) {
+    polling.Advance(1);
     verification.Take({line.p_mach, line.p_part, line.dir_tool, line.degs, line.feed, line.isRapid,
                        line.source >= 0 && line.isInserted, line.source});
+  }
+  polling.Finish();
   return verification.Finish();
 }
 

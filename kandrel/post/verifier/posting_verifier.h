@@ -6,6 +6,7 @@
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/mach_def.h>
@@ -77,6 +78,12 @@ class KANDREL_API zvPostingVerifier {
   const zvVerifierRules& GetRules() const noexcept { return m_rules; }
   void SetRules(const zvVerifierRules& rules) { m_rules = rules; }
 
+  /// Who is told how far a verification has come and may cancel it, by the thread that verifies;
+  /// null, as at first, is nobody. Not owned. Cancelled, Verify throws misc::zvCancelled; what the
+  /// hook throws passes through.
+  misc::zvProgress* GetProgress() const noexcept { return m_progress; }
+  void SetProgress(misc::zvProgress* progress) noexcept { m_progress = progress; }
+
   /// Lists of the machine's own class of moves: zvPostException 5043 for those of another. A sink,
   /// which may be null, gets each feed block with its own bounds, which takes longer than the
   /// maxima alone. All throw as zvPathReader does for what can't be read of the toolpath.
@@ -111,6 +118,7 @@ class KANDREL_API zvPostingVerifier {
   zvBlockLaw m_law;
   std::optional<zvBlockLaw> m_standingLaw;  // see zvVerifiedMachine
   zvVerifierRules m_rules;
+  misc::zvProgress* m_progress = nullptr;
 };
 
 }  // namespace post

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/move_traits.h>
@@ -85,7 +86,8 @@ class zvAxisRewinder {
     m_shift = 0;
     double minDeg = m_moves.Angle(start);
     double maxDeg = minDeg;
-    for (next = start; next.index < m_moves.Count(); Moves::Advance(next)) {
+    misc::zvPolledEnd end(m_list.GetPolling(), start.index, m_moves.Count());
+    for (next = start; end.IsBefore(next.index); Moves::Advance(next)) {
       const double deg = m_moves.Angle(next);
       minDeg = std::min(minDeg, deg);
       maxDeg = std::max(maxDeg, deg);
@@ -115,11 +117,13 @@ class zvAxisRewinder {
     }
     // A stretch that got fewer turns than it asks for is out, maybe in its middle alone: where it
     // turned round beyond the limit.
-    for (Cursor move = start; move.index < next.index; Moves::Advance(move))
+    for (Cursor move = start; move.index < next.index; Moves::Advance(move)) {
+      m_list.Poll();
       if (IsOutOf(m_range, m_moves.Angle(move))) {
         next = move;
         break;
       }
+    }
   }
 
   void Rewind(Iterator before, Iterator rest, double shift, Move lift) {
@@ -183,7 +187,8 @@ class zvAxisRewinder {
     } else if (!isBeyond(next)) {
       return;
     }
-    while (next.node != rest && next.index > 0 && isBeyond(back(next))) next = back(next);
+    for (; next.node != rest && next.index > 0 && isBeyond(back(next)); next = back(next))
+      m_list.Poll();
   }
 
   List& m_list;

@@ -1,6 +1,7 @@
 // Where in a link a rewinding goes best.
 #pragma once
 
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/model/posted_move.h>
 
 #include <array>
@@ -14,7 +15,8 @@ namespace post {
 /// nearest before `at`, of the others the first of the link, and `at` itself where it is of the
 /// type. Nothing where none is of them, or `at` lies on no link. One walk back.
 template <class Iterator>
-std::optional<Iterator> FindLinkByRank(Iterator at, Iterator first) {
+std::optional<Iterator> FindLinkByRank(Iterator at, Iterator first,
+                                       misc::zvPolling* polling = nullptr) {
   using Types = zvPostedMove::Types;
   std::array<std::optional<Iterator>, Types::noLink + 1> found;
   const auto own = at->GetType();
@@ -23,6 +25,7 @@ std::optional<Iterator> FindLinkByRank(Iterator at, Iterator first) {
     const bool takesNearest = move->GetType() >= Types::link4 || move->GetType() == own;
     if (!best || !takesNearest) best = move;
     if (move == first) break;
+    if (polling != nullptr) polling->Touch(1);
   }
   for (const Types type : {Types::link5, Types::link4, Types::link3, Types::link0, Types::link1})
     if (found[type]) return found[type];

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/move_traits.h>
@@ -63,16 +64,19 @@ class zvPendingShift {
 
   /// Adds the pending shift to the moves before `end`; those behind still wait for it.
   void CommitTo(const Cursor& end) {
-    for (; m_committed.index < end.index; Advance(m_committed))
+    for (; m_committed.index < end.index; Advance(m_committed)) {
+      m_list.Poll();
       if (m_pending != 0)
         Traits::SetAngle(*m_committed.node, m_axis,
                          Traits::Angle(*m_committed.node, m_axis) + m_pending);
+    }
   }
 
   /// Adds a shift to all moves from `rest` to the end. `rest` stands before the moves that wait, or
   /// is the first of them.
   void ShiftFrom(Iterator rest, double shift) {
-    for (; rest != m_committed.node; ++rest)
+    misc::zvPolledEnd end(m_list, rest, m_committed.node);
+    for (; end.IsBefore(rest); ++rest)
       Traits::SetAngle(*rest, m_axis, Traits::Angle(*rest, m_axis) + shift);
     m_pending += shift;
   }
@@ -80,6 +84,7 @@ class zvPendingShift {
   /// Whether a move from `from` on is out of the range.
   bool IsAnyOut(Cursor from, const zvRotaryRange& range) const {
     for (; from.index < m_committed.index; Advance(from)) {
+      m_list.Poll();
       const double deg = Angle(from);
       if (deg < range.min || deg > range.max) return true;
     }
@@ -97,6 +102,7 @@ class zvPendingShift {
     std::size_t index = m_count;
     for (Iterator node = m_list.end(); index != 0;) {
       --node;
+      m_list.Poll();
       const double deg = Traits::Angle(*node, m_axis);
       suffix = {std::min(suffix.min, deg), std::max(suffix.max, deg)};
       m_suffixes[--index] = suffix;

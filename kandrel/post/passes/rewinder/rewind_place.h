@@ -70,6 +70,7 @@ class zvRewindPlaceFinder {
         turnsUp ? m_range.max - misc::kFullTurnDeg : m_range.min + misc::kFullTurnDeg;
     Iterator candidate = before;
     for (;;) {
+      m_list.Poll();
       if (candidate == m_list.begin()) {
         if (candidate == before && candidate == previousStart) return std::nullopt;
         break;
@@ -79,7 +80,8 @@ class zvRewindPlaceFinder {
       if (turnsUp ? Angle(candidate) > bound : Angle(candidate) < bound) return std::nullopt;
       --candidate;
     }
-    const std::optional<Iterator> best = FindLinkByRank(candidate, m_list.begin());
+    const std::optional<Iterator> best =
+        FindLinkByRank(candidate, m_list.begin(), m_list.GetPolling());
     if (!best || IsOutOf(m_range, Angle(*best) + SenseOf(shift) * misc::kFullTurnDeg))
       return std::nullopt;
     return best;
@@ -102,7 +104,8 @@ class zvRewindPlaceFinder {
   // The first of the moves right before `start`, from `node` on, that keep the range with a shift.
   Iterator FirstOfThoseThatFit(Iterator node, const Cursor& start, double shift) const {
     Iterator first = start.node;
-    while (first != node && !IsOutOf(m_range, Angle(std::prev(first)) + shift)) --first;
+    for (; first != node && !IsOutOf(m_range, Angle(std::prev(first)) + shift); --first)
+      m_list.Poll();
     return first;
   }
 
@@ -111,9 +114,10 @@ class zvRewindPlaceFinder {
     Iterator at = start.node;
     do {
       if (at == first) return std::nullopt;
+      m_list.Poll();
       --at;
     } while (at->GetType() == zvPostedMove::noLink);
-    return FindLinkByRank(at, first);
+    return FindLinkByRank(at, first, m_list.GetPolling());
   }
 
   List& m_list;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/misc/memory_pool_list.h>
+#include <kandrel/misc/polled_end.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/move_traits.h>
@@ -77,8 +78,9 @@ class zvRewinder {
 
   bool IsAnyOut(int axis) const {
     const auto [min, max] = RangeOf(axis);
-    for (const Move& move : m_list) {
-      const double deg = Traits::Angle(move, axis);
+    misc::zvPolledEnd end(m_list);
+    for (auto move = m_list.begin(); end.IsBefore(move); ++move) {
+      const double deg = Traits::Angle(*move, axis);
       if (deg < min - m_slack || deg > max + m_slack) return true;
     }
     return false;
