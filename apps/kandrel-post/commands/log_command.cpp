@@ -21,6 +21,7 @@
 #include "kandrel-post/commands/report.h"
 #include "kandrel-post/commands/tool_text.h"
 #include "kandrel-post/host/errors.h"
+#include "kandrel-post/host/progress.h"
 #include "kandrel-post/machine/json.h"
 #include "kandrel-post/machine/run_log.h"
 #include "kandrel-post/out/csv_writer.h"
@@ -167,6 +168,12 @@ class LogPage {
   ordered_json m_object;
   std::string m_words;
 };
+
+zvKDRInput ReadLogOnTerminal(const std::string& fileName) {
+  Progress progress;
+  progress.Stage("reading");
+  return ReadLog(fileName);
+}
 
 void AddLog(LogPage& page, misc::zvBinInputStream& stream) {
   zvKDRInput log(stream);
@@ -318,7 +325,7 @@ void ShowLog(const std::string& fileName, bool json) {
 }
 
 void PrintLogCsv(const std::string& fileName) {
-  zvKDRInput log = ReadLog(fileName);
+  zvKDRInput log = ReadLogOnTerminal(fileName);
   TextSink out(STDOUT_FILENO, "standard output");
   CsvWriter csv(out);
   WithOwnClass(log.GetPostedTPCreator(), [&](const auto& creator) {
@@ -329,25 +336,30 @@ void PrintLogCsv(const std::string& fileName) {
 }
 
 void PrintLogCl(const std::string& fileName) {
-  zvKDRInput log = ReadLog(fileName);
+  zvKDRInput log = ReadLogOnTerminal(fileName);
   TextSink out(STDOUT_FILENO, "standard output");
   WriteCl(out, log.GetToolPath(), std::filesystem::path(fileName).stem().string());
   out.Flush();
 }
 
 void ReplayLog(const std::string& fileName, const ToleranceOption& tolerance) {
+  Progress progress;
+  progress.Stage("reading");
   zvKDRInput log = ReadLog(fileName);
   const std::uint64_t count = PostedCount(log);
   WithOwnClass(log.GetPostedTPCreator(), [&]<class Creator>(Creator& creator) {
     const auto stored = creator.GetPostedList();
     creator.SetPathTolerance(PathToleranceOf(tolerance, log.GetToolPath().GetUnits()));
     const bool isSmall = stored && stored->Front().HasNoExtended();
+    creator.SetProgress(progress.Hook());
     const auto again = creator.Post(log.GetToolPath(), isSmall);
+    progress.Stage("comparing");
     if (stored)
       RequireEqual(*stored, *again);
     else if (!again->IsEmpty())
       Fail(fmt::format("no line is stored, posted again there are {}", again->GetCount()));
   });
+  progress.Stop();
   Print(fmt::format("{} lines posted again: all equal\n", count));
 }
 

@@ -5,6 +5,7 @@
 
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/report.h"
+#include "kandrel-post/host/progress.h"
 #include "kandrel-post/machine/argument.h"
 #include "kandrel-post/machine/description.h"
 #include "kandrel-post/machine/json.h"
@@ -21,7 +22,10 @@ void ListPresets() {
 }
 
 void ShowMachine(const std::string& machine, bool json) {
+  Progress progress;
+  progress.Stage("reading");
   const Machine loaded = LoadMachine(machine);
+  progress.Stop();
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(json ? MachineToJson(loaded) : DescribeMachine(loaded));
   out.Flush();

@@ -90,6 +90,7 @@ post::zvPostingVerdict Verify(const Job& job, const Posted& posted,
   post::zvPostingVerifier verifier(*job.machine.builder.GetMachDef(), options.control,
                                    options.origin, options.toolLength);
   verifier.SetRules(rules);
+  verifier.SetProgress(progress.Hook());
   return verifier.Verify(job.toolPath, posted);
 }
 
@@ -143,6 +144,7 @@ PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progres
   zvKDR5AxBase kernel(machDef, job.options.control, job.par, job.options.origin,
                       job.options.toolLength);
   kernel.SetPathTolerance(job.tolerance);
+  kernel.SetProgress(progress.Hook());
   const post::zvPostedTP& posted = kernel.Post(job.toolPath);
   PostOutcome outcome{kernel.GetCounts(), posted.HasAlignMatrix(),
                       WriteFiles(job, folder, progress, posted.GetCount(),
@@ -168,6 +170,7 @@ PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) 
       misc::MakeAutoPointer<Creator>(job.machine.builder.GetMachDef(), job.options.control, job.par,
                                      job.options.origin, job.options.toolLength);
   creator->SetPathTolerance(job.tolerance);
+  creator->SetProgress(progress.Hook());
   const auto posted = creator->Post(job.toolPath, true);
   post::zvPostingCounts counts;
   if constexpr (requires { creator->GetCounts(); }) counts = creator->GetCounts();

@@ -9,6 +9,7 @@
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/commands/tool_argument.h"
 #include "kandrel-post/commands/tool_text.h"
+#include "kandrel-post/host/progress.h"
 #include "kandrel-post/out/stl_output.h"
 #include "kandrel-post/out/text_sink.h"
 
@@ -40,6 +41,8 @@ void ShowTool(const std::string& type, const std::vector<std::string>& settings,
 
 void MeshTool(const ToolMeshOptions& options) {
   const auto tool = MakeTool(options.type, options.settings);
+  Progress progress;
+  progress.Stage("meshing");
   // Floats, as the file holds them: what they can't tell apart is no triangle.
   cadcam::zvToolMeshCreator<float> meshes({
       .tolerance = options.tolerance,

@@ -53,8 +53,10 @@ void Progress::Run() {
     }
     std::fflush(stderr);
     shown = true;
+    SetLineShown(true);
   }
   if (shown) {
+    SetLineShown(false);
     fmt::print(stderr, "\r{:<25}\r", "");
     std::fflush(stderr);
   }

@@ -1,6 +1,8 @@
 // Progress of a job, by stage, on a terminal.
 #pragma once
 
+#include <kandrel/misc/progress.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -10,14 +12,23 @@ namespace kandrel_post {
 
 /// Shows the stage and how far it is on standard error, from the second second on. Does nothing
 /// when standard error is no terminal. The line is gone when the object is.
-class Progress {
+class Progress final : public misc::zvProgress {
  public:
   Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  ~Progress() { Stop(); }
+  ~Progress() override { Stop(); }
 
-  /// `name` must live as long as the object.
+  /// For the library's work; null when nothing is shown, so that nobody is asked. It cancels
+  /// nothing: a signal ends the program wherever it stands, see signals.h.
+  misc::zvProgress* Hook() noexcept { return m_thread.joinable() ? this : nullptr; }
+  bool Report(misc::zvProgress::Stage stage, double fraction) override {
+    m_stage = NameOf(stage);
+    m_fraction = fraction;
+    return true;
+  }
+
+  /// Of work that the library has no part in. `name` must live as long as the object.
   void Stage(const char* name) {
     m_fraction = -1;
     m_stage = name;

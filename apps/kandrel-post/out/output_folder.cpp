@@ -36,8 +36,15 @@ fs::path FirstMissing(const fs::path& folder) {
 OutputFolder::OutputFolder(const std::string& folder) : m_folder(folder) {
   if (!m_folder.has_filename()) m_folder = m_folder.parent_path();  // DIR/ is DIR
   m_firstMade = FirstMissing(m_folder);
+  const SignalsHeld held;  // no folder without an entry that removes it
   std::error_code error;
   fs::create_directories(m_folder, error);
+  if (!m_firstMade.empty()) {
+    fs::path made = m_folder;
+    for (; made != m_firstMade; made = made.parent_path())
+      m_madeRemoved.push_back(std::make_unique<RemovedBySignal>(made.string()));
+    m_madeRemoved.push_back(std::make_unique<RemovedBySignal>(made.string()));
+  }
   if (error) FailWithErrno(folder, "cannot be made", error.value());
   if (!fs::is_directory(m_folder, error)) FailWithErrno(folder, "is no folder", ENOTDIR);
 }

@@ -40,6 +40,7 @@ class OutputFolder {
 
   std::filesystem::path m_folder;
   std::filesystem::path m_firstMade;  // the outermost folder made here, empty for none
+  std::vector<std::unique_ptr<RemovedBySignal>> m_madeRemoved;  // from the inside out
   std::vector<File> m_files;
   bool m_committed = false;
 };

@@ -154,7 +154,7 @@ cmp -s closed/posted.csv out/of/here/posted.csv || complain "posted.csv with clo
 mkfifo pipe
 exec 3<>pipe
 dd if=/dev/zero of=pipe bs=4096 count=1000 oflag=nonblock 2>/dev/null
-"$app" post -m preset:mill3_metric -t square.cl -o ended >pipe &
+"$app" post -m preset:mill3_metric -t square.cl -o ended >pipe 2>stderr &
 job=$!
 for ((i = 0; i < 1000; ++i)); do
   [ "$(ls -A ended 2>/dev/null | wc -l)" -lt 2 ] || break
@@ -164,11 +164,48 @@ done
 kill -TERM $job
 wait $job 2>/dev/null
 [ $? -eq 143 ] || complain "exit code of a job that was ended"
-[ -z "$(ls -A ended)" ] || complain "a job that was ended leaves $(ls -A ended)"
+[ ! -e ended ] || complain "a job that was ended leaves its folder: $(ls -A ended)"
+
+# The same at each stage, known by what the job has done so far. It can't come to its end: the pipe
+# for its summary is full. With job control, as a job in the background ignores an interrupt else.
+awk 'BEGIN { for (i = 0; i < 60000; ++i) print "GOTO/" i / 100 "," i % 7 ",0" }' >long.cl
+mkfifo slow.cl
+mkdir present
+has() { compgen -G "$1" >/dev/null; }
+is_reading() { [ -e slow.opened ]; }
+is_posting() { [ -e new ]; }
+is_writing() { has 'new/in/.posted.nc.*'; }
+is_verified() { has 'new/in/.run.kdr.*'; }
+is_waiting() { [ "$(wc -c <"$(compgen -G 'present/.run.kdr.*' || echo /dev/null)")" -gt 1000 ]; }
+while read -r stage toolpath folder signal code line; do
+  [ "$toolpath" != slow.cl ] || { rm -f slow.opened; (exec 5>slow.cl; : >slow.opened; exec sleep 30) & writer=$!; }
+  set -m
+  "$app" post -m preset:mill3_metric -t $toolpath -o $folder >pipe 2>stderr &
+  job=$!
+  set +m
+  for ((i = 0; i < 3000; ++i)); do
+    ! is_$stage || break
+    sleep 0.01
+  done
+  [ $i -lt 3000 ] || complain "$stage: the job doesn't come to it"
+  kill -$signal $job
+  wait $job 2>/dev/null
+  [ $? -eq $code ] || complain "$stage: exit code of a job that was ended"
+  [ "$(cat stderr)" = "$line" ] || complain "$stage: $(cat stderr)"
+  [ ! -e new ] || complain "$stage: the job leaves $(find new)"
+  [ -z "$(ls -A present)" ] || complain "$stage: the job leaves $(ls -A present)"
+  [ "$toolpath" != slow.cl ] || kill $writer
+done <<'END'
+reading slow.cl new/in INT 130 interrupted
+posting long.cl new/in INT 130 interrupted
+writing long.cl new/in TERM 143 terminated
+verified long.cl new/in INT 130 interrupted
+waiting long.cl present INT 130 interrupted
+END
 exec 4>pipe 3<&-
 "$app" post -m preset:mill3_metric -t square.cl -o broken >&4
 [ $? -eq 141 ] || complain "exit code with a broken pipe"
-[ -z "$(ls -A broken)" ] || complain "a broken pipe leaves $(ls -A broken)"
+[ ! -e broken ] || complain "a broken pipe leaves its folder: $(ls -A broken)"
 exec 4>&-
 "$app" sample pocket_plate >plate.cl
 (ulimit -f 64 && exec "$app" post -m preset:mill3_metric -t plate.cl -o limited) >stdout 2>stderr
