@@ -1,13 +1,20 @@
-// What a host needs from the installed package at the least: classes and functions across the
+// What a host needs from the library at the least: classes and functions across the
 // library's border, and an exception thrown inside it and caught by its type outside.
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/persistence/versions.h>
+#include <kandrel/version.h>
 
 #include <cstdio>
+#include <string_view>
 
-int main() {
+// Given the version that CMake or pkg-config has found, the headers must be of that one.
+int main(int argc, char** argv) {
+  if (argc != 2 || misc::kKandrelVersion != argv[1]) {
+    std::puts("consumer: headers of another version");
+    return 1;
+  }
   using measures::zvUnitsFactory;
   if (zvUnitsFactory::GetScaleFactor(zvUnitsFactory::inch, zvUnitsFactory::metric) != 25.4) {
     std::puts("consumer: an inch is 25.4 mm");

@@ -1,51 +1,99 @@
 #!/usr/bin/env bash
-# Installs the library, shared and static, and uses each package from outside the tree: every
-# installed header compiles by itself, and the program beside this script is built through CMake
-# and through pkg-config, and runs.
+# Uses the library from outside the tree in each way that there is: installed, shared and static,
+# through CMake and through pkg-config; as a folder of another project, named and fetched; and as
+# Debian packages, which are installed into a root of their own and removed. The program beside this
+# script is built and run each time. Besides: every installed header compiles by itself, and the
+# shared library lets out nothing that isn't ours.
 . "$(dirname "$0")/../../script/common.sh"
 
 work=$PWD/build/consumer
-rm -rf "$work"
 mkdir -p "$work"
+# All but the library that stands compiled as part of another project.
+find "$work" -mindepth 1 -maxdepth 1 ! -name tree -exec rm -rf {} +
 
-# check KIND PREFIX
-check() {
-  local kind=$1 prefix=$2 here=$work/$1
-  say "consumer: $kind"
-  # Moved after it was installed: nothing in the package may hold an absolute path.
-  mv "$prefix" "$prefix-moved"
-  prefix=$prefix-moved
-
-  # The headers are the same in both.
-  [ "$kind" != shared ] ||
-    find "$prefix/include/kandrel" -name '*.h' -print0 | xargs -0 -r -n 4 -P "$jobs" sh -c '
-      for header in "$@"; do
-        clang++ -std=c++20 -x c++ -fsyntax-only -Wno-pragma-once-outside-header -I"$0" "$header" || exit 255
-      done' "$prefix/include"
-
-  cmake -S tests/consumer -B "$here/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-  cmake --build "$here/build"
-  "$here/build/consumer"
-
-  export PKG_CONFIG_PATH
-  PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name kandrel.pc)")
-  # shellcheck disable=SC2046  # the flags are words
-  g++ -std=c++20 tests/consumer/main.cpp $(pkg-config --cflags --libs --static kandrel) -o "$here/by_pkg_config"
-  LD_LIBRARY_PATH=$(pkg-config --variable=libdir kandrel) "$here/by_pkg_config"
-
-  if [ "$kind" = shared ]; then
-    readelf -d "$here/by_pkg_config" | grep -q 'NEEDED.*libkandrel\.so\.[0-9]' ||
-      fail "the program does not ask for the library by its soname"
-  fi
+# by_cmake NAME OPTION...: the program through CMake, in a build folder NAME.
+by_cmake() {
+  local folder=$work/$1
+  shift
+  cmake -S tests/consumer -B "$folder" -G Ninja "$@" >/dev/null
+  cmake --build "$folder" -j "$jobs"
+  ctest --test-dir "$folder" --no-tests=error --output-on-failure --quiet
 }
 
-build release
-cmake --install build/release --prefix "$work/shared/prefix" >/dev/null
-check shared "$work/shared/prefix"
+# by_pkg_config NAME PREFIX OPTION...: the program through pkg-config.
+by_pkg_config() {
+  local program=$work/$1
+  export PKG_CONFIG_PATH
+  PKG_CONFIG_PATH=$(dirname "$(find "$2" -name kandrel.pc)")
+  shift 2
+  # shellcheck disable=SC2046  # the flags are words
+  g++ -std=c++20 tests/consumer/main.cpp $(pkg-config --cflags --libs "$@" kandrel) -o "$program"
+  LD_LIBRARY_PATH=$(pkg-config --variable=libdir kandrel) "$program" "$(pkg-config --modversion kandrel)"
+}
 
-# What is proved here is the package, so the static library is built the quick way.
-cmake -S . -B build/static -G Ninja -DBUILD_SHARED_LIBS=OFF -DCMAKE_BUILD_TYPE=Debug \
-  -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKANDREL_PRECOMPILE=ON -DKANDREL_BUILD_APP=OFF -DKANDREL_BUILD_TESTS=OFF >/dev/null
-cmake --build build/static -j "$jobs"
-cmake --install build/static --prefix "$work/static/prefix" >/dev/null
-check static "$work/static/prefix"
+# move PREFIX: what was installed stands elsewhere now; nothing in it may hold an absolute path.
+move() {
+  mv "$1" "$1-moved"
+  printf '%s\n' "$1-moved"
+}
+
+say "consumer: shared"
+build release kandrel kandrel-post
+library=build/release/kandrel/libkandrel.so
+tests/consumer/alien_symbols.sh "$library" || fail "$library lets out what isn't ours"
+cmake --install build/release --prefix "$work/shared-prefix" >/dev/null
+prefix=$(move "$work/shared-prefix")
+find "$prefix/include/kandrel" -name '*.h' -print0 | xargs -0 -r -n 4 -P "$jobs" sh -c '
+  for header in "$@"; do
+    clang++ -std=c++20 -x c++ -fsyntax-only -Wno-pragma-once-outside-header -I"$0" "$header" || exit 255
+  done' "$prefix/include"
+by_cmake shared -DCMAKE_PREFIX_PATH="$prefix"
+by_pkg_config shared/by_pkg_config "$prefix"
+readelf -d "$work/shared/by_pkg_config" | grep -q 'NEEDED.*libkandrel\.so\.[0-9]' ||
+  fail "the program does not ask for the library by its soname"
+"$prefix/bin/kandrel-post" --version | grep -qx "kandrel-post $(pkg-config --modversion kandrel)"
+
+# What is proved here is the package, so the library is compiled once, the quick way: what another
+# project builds is also what is installed as the static package.
+tree=(-DKANDREL_TREE="$PWD" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKANDREL_PRECOMPILE=ON)
+say "consumer: add_subdirectory"
+by_cmake tree -DKANDREL_FORM=add_subdirectory "${tree[@]}" -DKANDREL_INSTALL=ON
+say "consumer: FetchContent"
+by_cmake tree -DKANDREL_FORM=fetch_content "${tree[@]}"
+
+say "consumer: static"
+cmake --install "$work/tree" --prefix "$work/static-prefix" >/dev/null
+prefix=$(move "$work/static-prefix")
+by_cmake static -DCMAKE_PREFIX_PATH="$prefix"
+by_pkg_config static/by_pkg_config "$prefix" --static
+
+say "consumer: Debian packages"
+(cd build/release && cpack -G DEB -B "$work/deb") >"$work/cpack.log" ||
+  { cat "$work/cpack.log" >&2; fail "no packages"; }
+rm -rf "$work/deb/_CPack_Packages"
+# A root that believes all packages of this machine to be there, so that dependencies are looked at.
+# What the packages' scripts run, this machine's ldconfig, must not run.
+root=$work/root
+mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates" "$work/bin"
+cp /var/lib/dpkg/status "$root/var/lib/dpkg/status"
+ln -s /bin/true "$work/bin/ldconfig"
+dpkg_root() {
+  PATH=$work/bin:$PATH dpkg --root="$root" --force-not-root --force-script-chrootless --log="$work/dpkg.log" "$@" >>"$work/dpkg.out" 2>&1 ||
+    { cat "$work/dpkg.out" >&2; fail "dpkg $*"; }
+}
+debs=("$work"/deb/*.deb)
+names=()
+for deb in "${debs[@]}"; do
+  names+=("$(dpkg-deb -f "$deb" Package)")
+  if command -v lintian >/dev/null 2>&1; then
+    # There is no licence that a package could bring.
+    lintian --no-cfg --allow-root --fail-on error --suppress-tags no-copyright-file "$deb"
+  fi
+done
+dpkg_root -i "${debs[@]}"
+by_cmake deb -DCMAKE_PREFIX_PATH="$root/usr"
+by_pkg_config deb/by_pkg_config "$root/usr"
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir kandrel) "$root/usr/bin/kandrel-post" --version
+dpkg_root -P "${names[@]}"
+left=$(find "$root" -path "$root/var" -prune -o ! -type d -print)
+[ -z "$left" ] || fail "left behind by the packages: $left"

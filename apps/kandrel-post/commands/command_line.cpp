@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <kandrel/kintree/message_hook.h>
 #include <kandrel/misc/text.h>
+#include <kandrel/version.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -289,7 +290,7 @@ void AddTool(CLI::App& app) {
 int Run(int argc, const char* const* argv) {
   CLI::App app("Posts toolpaths for CNC machines: a small host of the Kandrel library",
                "kandrel-post");
-  app.set_version_flag("--version", "kandrel-post " KANDREL_POST_VERSION);
+  app.set_version_flag("--version", fmt::format("kandrel-post {}", misc::kKandrelVersion));
   app.require_subcommand(1);
   app.footer("Example: kandrel-post sample square > square.cl");
   AddSample(app);
