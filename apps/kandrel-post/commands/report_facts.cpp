@@ -87,8 +87,7 @@ ordered_json FindingsToJson(const RunFacts& facts) {
     findings.push_back(
         {{"line", f.line},
          {"source", f.source >= 0 ? ordered_json(f.source) : ordered_json()},
-         {"axis",
-          hasAxis ? ordered_json(names[static_cast<std::size_t>(f.axis)]) : ordered_json()},
+         {"axis", hasAxis ? ordered_json(names[static_cast<std::size_t>(f.axis)]) : ordered_json()},
          {"kind", words[i]},
          {"value", f.value},
          {"bound", f.bound},
@@ -160,10 +159,9 @@ ordered_json FactsToJson(const RunFacts& facts) {
   json["counts"] = CountsToJson(facts);
   json["polesCrossed"] = facts.report.polesCrossed;
   json["totalTime"] = facts.posted.GetSeconds();
-  json["tolerance"] =
-      hasTolerance
-          ? ordered_json{{"tip", tolerance.GetTip()}, {"axis", tolerance.GetAxis()}}
-          : ordered_json();
+  json["tolerance"] = hasTolerance
+                          ? ordered_json{{"tip", tolerance.GetTip()}, {"axis", tolerance.GetAxis()}}
+                          : ordered_json();
   json["maxima"] = {{"tip", LargestToJson(facts.verdict.tip)},
                     {"axis", LargestToJson(facts.verdict.axis)}};
   json["verified"] = facts.verdict.IsClean();

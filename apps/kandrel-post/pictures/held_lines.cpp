@@ -75,8 +75,9 @@ void HeldLines::Write(const PostedRow& row, bool isOnPole) {
   if (m_stride != 1) HoldExtremes();
 }
 
-// A rewinding turns an axis by more than half a turn, which nothing else does, or begins with a line
-// that stands where the lift before it does; where the control wraps, that is all that is seen.
+// A rewinding turns an axis by more than half a turn, which nothing else does, or begins with a
+// line that stands where the lift before it does; where the control wraps, that is all that is
+// seen.
 void HeldLines::Follow(const HeldLine& line) {
   if (!m_flight.isOn) {
     m_flight = {true, false, m_lines.size(), m_pending.axes};

@@ -44,10 +44,10 @@ struct HeldLine {
 
 /// Collects them: Start, then all lines, then the deviations of a verification.
 ///
-/// A run of up to `most` lines is held whole. Of a longer one each k-th line is held, with k so that
-/// they are half of `most`; the first and the last line, and those at which an axis stands furthest
-/// either way; and up to the other half, spread over the run, the ends of what is marked and of
-/// rapid stretches. Takes some 100 bytes a line held.
+/// A run of up to `most` lines is held whole. Of a longer one each k-th line is held, with k so
+/// that they are half of `most`; the first and the last line, and those at which an axis stands
+/// furthest either way; and up to the other half, spread over the run, the ends of what is marked
+/// and of rapid stretches. Takes some 100 bytes a line held.
 ///
 /// Small moves don't say whether they are inserted: their large jumps and rewindings aren't marked.
 class HeldLines : public post::zvBlockSink {
@@ -93,8 +93,8 @@ class HeldLines : public post::zvBlockSink {
   std::uint64_t m_count = 0;
   double m_seconds = 0;
   std::vector<HeldLine> m_lines;
-  HeldLine m_pending;      // the last line, held or not as the next one is
-  int m_marksBefore = 0;   // of the line before that
+  HeldLine m_pending;        // the last line, held or not as the next one is
+  int m_marksBefore = 0;     // of the line before that
   std::uint64_t m_room = 0;  // for lines that are held for their marks
   Flight m_flight;
   std::array<HeldLine, 12> m_extremes;  // for each axis the line of its lowest and highest place

@@ -1,4 +1,5 @@
-// The page of a posted run before the run is put in, as the build has made it of apps/kandrel-post/web.
+// The page of a posted run before the run is put in, as the build has made it of
+// apps/kandrel-post/web.
 #pragma once
 
 #include <span>

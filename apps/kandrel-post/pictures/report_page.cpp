@@ -57,7 +57,7 @@ void PutRun(TextSink& sink, const ordered_json& run, const std::vector<HeldLine>
   ForEachColumn(axisCount, [&](const auto&, const char*, const auto& value) {
     constexpr std::size_t kBlock = 8;
     writer.Align(kBlock);
-    for (const HeldLine& line : lines) writer.PutNumber(value(line));
+    for (const HeldLine& line : lines) writer.Put(value(line));
   });
   writer.Finish();
   sink.Put("</script>");
