@@ -13,8 +13,7 @@ endif()
 set(KANDREL_WEB_DIR ${kandrel_web_default} CACHE PATH "Where templates of the page are built and kept")
 mark_as_advanced(KANDREL_WEB_DIR)
 
-# kandrel_node(WHY): sets kandrel_node and kandrel_npm of the caller; WHY is empty where both are
-# there, and says what is wrong where not.
+# kandrel_find_node(WHY): finds Node.js and npm; WHY is empty where both are there and serve.
 function(kandrel_find_node why)
   find_program(KANDREL_NODE node)
   find_program(KANDREL_NPM npm)
@@ -37,10 +36,10 @@ function(kandrel_build_page web key why)
   set(log ${KANDREL_WEB_DIR}/${key}.log)
   message(STATUS "Building the page of posted runs")
   file(REMOVE_RECURSE ${work})
-  file(COPY ${web}/ DESTINATION ${work}
-    PATTERN node_modules EXCLUDE PATTERN test EXCLUDE PATTERN out EXCLUDE)
+  file(COPY ${web}/package.json ${web}/package-lock.json ${web}/build.mjs ${web}/src
+    DESTINATION ${work})
   # One try after a failure: a registry that can't be reached shall not hold the build up.
-  execute_process(COMMAND ${KANDREL_NPM} ci --prefer-offline --no-audit --no-fund
+  execute_process(COMMAND ${KANDREL_NPM} ci --prefer-offline --ignore-scripts --no-audit --no-fund
       --fetch-retries=1 --fetch-retry-mintimeout=1000 --fetch-timeout=60000
     WORKING_DIRECTORY ${work} TIMEOUT 300
     RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -51,11 +50,11 @@ function(kandrel_build_page web key why)
   else()
     execute_process(
       COMMAND ${KANDREL_NODE} build.mjs ${work}/page.html
-      COMMAND_ECHO NONE WORKING_DIRECTORY ${work} TIMEOUT 120
+      WORKING_DIRECTORY ${work} TIMEOUT 120
       RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)
     if(NOT failed)
       execute_process(
-        COMMAND ${KANDREL_NODE} ${PROJECT_SOURCE_DIR}/cmake/embed_page.mjs
+        COMMAND ${KANDREL_NODE} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/embed_page.mjs
           ${work}/page.html ${work}/page.cpp
         RESULT_VARIABLE failed OUTPUT_VARIABLE more ERROR_VARIABLE more)
       string(APPEND output "${more}")
@@ -76,18 +75,17 @@ endfunction()
 # kandrel_web_page(WEB SOURCE): builds the page of the folder WEB where it can be, and sets SOURCE to
 # the file to compile, which defines what kandrel-post/pictures/page_template.h declares.
 function(kandrel_web_page web source)
-  file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE ${web} CONFIGURE_DEPENDS
-    ${web}/*.json ${web}/*.mjs ${web}/src/*)
-  list(FILTER files EXCLUDE REGEX "^(node_modules|test|out)/")
+  file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE ${web} CONFIGURE_DEPENDS ${web}/src/*)
+  list(APPEND files package.json package-lock.json build.mjs)
   list(SORT files)
   set(hashes)
-  foreach(file IN ITEMS ${PROJECT_SOURCE_DIR}/cmake/embed_page.mjs ${files})
+  foreach(file IN LISTS files ITEMS ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/embed_page.mjs)
     cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${web} OUTPUT_VARIABLE path)
+    cmake_path(GET file FILENAME name)
     file(SHA256 ${path} hash)
-    string(APPEND hashes "${file} ${hash}\n")
+    string(APPEND hashes "${name} ${hash}\n")
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${path})
   endforeach()
-  string(REPLACE "${PROJECT_SOURCE_DIR}/" "" hashes "${hashes}")
   string(SHA256 key "${hashes}")
   string(SUBSTRING ${key} 0 16 key)
   set(key page-${key})
