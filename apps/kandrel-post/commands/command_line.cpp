@@ -21,6 +21,7 @@
 #include "kandrel-post/host/memory_limit.h"
 #include "kandrel-post/host/signals.h"
 #include "kandrel-post/out/text_sink.h"
+#include "kandrel-post/pictures/page_template.h"
 
 namespace kandrel_post {
 
@@ -103,16 +104,27 @@ class RunOptions {
   std::string m_maxRotarySpeed;
 };
 
+// A line for what the build had to leave out; empty where that is nothing.
+std::string LeftOut() {
+  return PageLeftOut().empty() ? "" : fmt::format("\nreport.html left out: {}", PageLeftOut());
+}
+
 void AddPost(CLI::App& app) {
-  CLI::App& command = *app.add_subcommand(
-      "post", "Post a toolpath for a machine; write posted.csv and posted.nc and a summary");
-  command.footer("Example: kandrel-post post -m preset:mill3_metric -t plate.cl -o out");
+  CLI::App& command = *app.add_subcommand("post",
+                                          "Post a toolpath for a machine; write posted.csv, "
+                                          "posted.nc, run.kdr, report.html and a summary");
+  command.footer("Example: kandrel-post post -m preset:mill3_metric -t plate.cl -o out" +
+                 LeftOut());
   auto options = std::make_shared<RunOptions>(command);
   auto folder = std::make_shared<std::string>();
   command.add_option("-o,--output", *folder, "folder for the results, made if missing")->required();
-  command.callback([options, folder] {
+  auto noReport = std::make_shared<bool>(false);
+  command.add_flag("--no-report", *noReport,
+                   "without report.html, the run as a page for a browser");
+  command.callback([options, folder, noReport] {
     PostOptions taken = options->Take();
     taken.folder = *folder;
+    taken.report = !*noReport;
     RunPost(taken);
   });
 }
@@ -290,7 +302,8 @@ void AddTool(CLI::App& app) {
 int Run(int argc, const char* const* argv) {
   CLI::App app("Posts toolpaths for CNC machines: a small host of the Kandrel library",
                "kandrel-post");
-  app.set_version_flag("--version", fmt::format("kandrel-post {}", misc::kKandrelVersion));
+  app.set_version_flag("--version",
+                       fmt::format("kandrel-post {}", misc::kKandrelVersion) + LeftOut());
   app.require_subcommand(1);
   app.footer("Example: kandrel-post sample square > square.cl");
   AddSample(app);

@@ -37,11 +37,12 @@ struct PostOptions {
   std::uint32_t rapidLinkType = 5;
   ToleranceOption tolerance;
   std::optional<double> maxRotarySpeed;  ///< degrees a minute
+  bool report = true;                    ///< with report.html
   std::optional<LineToleranceOption> lineTolerance;
 };
 
-/// Posts a toolpath, writes posted.csv, posted.nc and run.kdr into the folder and prints the
-/// summary.
+/// Posts a toolpath, writes posted.csv, posted.nc, run.kdr and report.html into the folder and
+/// prints the summary.
 void RunPost(const PostOptions& options);
 
 /// Holds the lines of a CSV file against the toolpath and the machine of the options, and prints

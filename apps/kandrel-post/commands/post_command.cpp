@@ -33,6 +33,7 @@
 #include "kandrel-post/commands/limit_lines.h"
 #include "kandrel-post/commands/parameters.h"
 #include "kandrel-post/commands/report.h"
+#include "kandrel-post/commands/report_facts.h"
 #include "kandrel-post/commands/verdict_text.h"
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/host/progress.h"
@@ -46,13 +47,20 @@
 #include "kandrel-post/out/pole_counter.h"
 #include "kandrel-post/out/posted_row.h"
 #include "kandrel-post/out/text_sink.h"
+#include "kandrel-post/pictures/held_lines.h"
+#include "kandrel-post/pictures/page_template.h"
+#include "kandrel-post/pictures/report_page.h"
 
 namespace kandrel_post {
 
 namespace {
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
+constexpr const char* kPageFile = "report.html";
 constexpr std::size_t kMostFindingsShown = 16;
+constexpr std::size_t kMostFindingsInPage = 1000;
+// What of a tolerance the page doesn't tell from nothing: less than its colours do.
+constexpr double kPartNotShown = 1.0 / 64;
 
 struct Job {
   const PostOptions& options;
@@ -60,6 +68,7 @@ struct Job {
   const post::zvKDRParam& par;
   const cadcam::zvToolPath& toolPath;
   post::zvPathTolerance tolerance;
+  HeldLines* lines;  // for the page; null for none
 };
 
 // What a walk over the posted moves has shown.
@@ -86,22 +95,28 @@ post::zvPostingVerdict Verify(const Job& job, const Posted& posted,
   post::zvVerifierRules rules =
       VerifierRules(options, job.machine, job.par, job.toolPath.GetUnits());
   rules.alignment = alignment;
-  rules.mostFindings = kMostFindingsShown;
+  rules.mostFindings = job.lines != nullptr ? kMostFindingsInPage : kMostFindingsShown;
+  const post::zvPathTolerance shown = PathToleranceOf({}, job.toolPath.GetUnits());
+  rules.sinkFloor = {kPartNotShown * shown.GetTip(), kPartNotShown * shown.GetAxis()};
   post::zvPostingVerifier verifier(*job.machine.builder.GetMachDef(), options.control,
                                    options.origin, options.toolLength);
   verifier.SetRules(rules);
   verifier.SetProgress(progress.Hook());
-  return verifier.Verify(job.toolPath, posted);
+  return verifier.Verify(job.toolPath, posted, job.lines);
 }
 
-// Writes run.kdr, as `write(stream, tool)` does. The command line has no tool: the log gets the
-// default end mill, in the machine's units.
+// The command line has no tool: log and page get the default end mill, in the machine's units.
+cadcam::zvEndMill ToolFor(const Machine& machine) {
+  cadcam::zvEndMill tool;
+  tool.SetUnits(machine.builder.GetMachDef()->GetUnits());
+  return tool;
+}
+
+// Writes run.kdr, as `write(stream, tool)` does.
 template <class WriteLog>
 void WriteRun(const Job& job, OutputFolder& folder, const WriteLog& write) {
-  cadcam::zvEndMill tool;
-  tool.SetUnits(job.machine.builder.GetMachDef()->GetUnits());
   ByteSink stream(folder.Create("run.kdr"));
-  write(stream, tool);
+  write(stream, ToolFor(job.machine));
 }
 
 // From five axes on.
@@ -111,9 +126,11 @@ std::optional<PoleCounter> MakePoleCounter(const Job& job) {
   return PoleCounter(values.rotary[0].direction, job.par.GetPoleAngleTolerance());
 }
 
-// Writes the posted moves, `count` of them, that `forEachMove` hands over one by one.
+// Writes the posted moves, `count` of them, that `forEachMove` hands over one by one, of a posting
+// that counted `counts`.
 template <class ForEach>
-Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std::uint64_t count,
+Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
+                  const post::zvPostingCounts& counts, std::uint64_t count,
                   const ForEach& forEachMove) {
   const bool inch = job.machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch;
   const std::array<bool, 3> wrapped = WrappedAxes(job.options.control);
@@ -123,12 +140,14 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std:
               wrapped);
   Walked walked{PostedStatistics(wrapped), 0};
   std::optional<PoleCounter> poles = MakePoleCounter(job);
+  if (job.lines != nullptr) job.lines->Start(count, counts);
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
     csv.Write(row);
     nc.Write(row);
     walked.statistics.Add(row);
-    if (poles) poles->Add(move);
+    const bool isOnPole = poles && poles->Add(move);
+    if (job.lines != nullptr) job.lines->Write(row, isOnPole);
     const std::uint64_t written = walked.statistics.GetCount();
     if (written % kMovesBetweenReports == 0)
       progress.Fraction(static_cast<double>(written) / static_cast<double>(count));
@@ -147,7 +166,7 @@ PostOutcome PostExtended(const Job& job, OutputFolder& folder, Progress& progres
   kernel.SetProgress(progress.Hook());
   const post::zvPostedTP& posted = kernel.Post(job.toolPath);
   PostOutcome outcome{kernel.GetCounts(), posted.HasAlignMatrix(),
-                      WriteFiles(job, folder, progress, posted.GetCount(),
+                      WriteFiles(job, folder, progress, kernel.GetCounts(), posted.GetCount(),
                                  [&](const auto& write) {
                                    for (auto move = posted.Begin(); move != posted.End(); ++move)
                                      write(**move);
@@ -175,7 +194,7 @@ PostOutcome PostSmall(const Job& job, OutputFolder& folder, Progress& progress) 
   post::zvPostingCounts counts;
   if constexpr (requires { creator->GetCounts(); }) counts = creator->GetCounts();
   PostOutcome outcome{counts, !creator->GetAlignMatrix().IsNull(),
-                      WriteFiles(job, folder, progress, posted->GetCount(),
+                      WriteFiles(job, folder, progress, counts, posted->GetCount(),
                                  [&](const auto& write) {
                                    for (const auto& move : *posted) write(move);
                                  }),
@@ -211,6 +230,10 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   report.toolPathFile = options.toolPathFile;
   report.outputFiles = {prefix + "posted.csv", prefix + "posted.nc"};
   if (outcome.hasLog) report.outputFiles.push_back(prefix + "run.kdr");
+  if (job.lines != nullptr)
+    report.outputFiles.push_back(prefix + kPageFile);
+  else if (options.report)
+    report.pageLeftOut = PageLeftOut();
   report.hasLog = outcome.hasLog;
   report.aligned = outcome.aligned;
   report.small = options.small;
@@ -260,17 +283,33 @@ void RunPost(const PostOptions& options) {
   RefuseHopelessTolerance(options, machine, par, program.toolPath);
 
   OutputFolder folder(options.folder);
-  const Job job{options, machine, par, program.toolPath,
-                PathToleranceOf(options.tolerance, program.toolPath.GetUnits())};
+  HeldLines lines(WrappedAxes(options.control));
+  const bool hasPage = options.report && !PageTemplate().empty();
+  const Job job{options,
+                machine,
+                par,
+                program.toolPath,
+                PathToleranceOf(options.tolerance, program.toolPath.GetUnits()),
+                hasPage ? &lines : nullptr};
   const PostOutcome outcome = PostOrTellLimits(job, folder, progress);
-  progress.Stop();
 
   Report report = MakeReport(job, outcome);
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   report.secondsTaken = taken.count();
+  const PostedStatistics& posted = outcome.walked.statistics;
+  const std::string summary = FormatReport(report, machine, program, posted);
+  if (hasPage) {
+    progress.Stage("writing the page");
+    const cadcam::zvEndMill tool = ToolFor(machine);
+    WriteReportPage(folder.Create(kPageFile),
+                    FactsToJson({options, machine, program, report, posted, outcome.verdict,
+                                 par.GetLimitsCheck(), tool, summary}),
+                    lines, static_cast<std::size_t>(AxisCount(machine)));
+  }
+  progress.Stop();
   // Printed before the files get their names: a job whose summary can't be written leaves none.
   TextSink out(STDOUT_FILENO, "standard output");
-  out.Put(FormatReport(report, machine, program, outcome.walked.statistics));
+  out.Put(summary);
   out.Flush();
   folder.Commit();
 }

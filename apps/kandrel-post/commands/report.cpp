@@ -20,24 +20,6 @@ namespace {
 
 constexpr std::size_t kMostWordsShown = 10;
 
-struct Limits {
-  double min;
-  double max;
-};
-
-// Of X, Y, Z and the rotary axes; the third rotary axis stands still at its angle.
-std::vector<Limits> LimitsOf(const MachineValues& values) {
-  std::vector<Limits> limits{{values.minLimits.x, values.maxLimits.x},
-                             {values.minLimits.y, values.maxLimits.y},
-                             {values.minLimits.z, values.maxLimits.z}};
-  for (int i = 0; i < values.RotaryCount(); ++i) {
-    const RotaryValues& rotary = values.rotary[static_cast<std::size_t>(i)];
-    limits.push_back(i < 2 ? Limits{rotary.min, rotary.max}
-                           : Limits{values.thirdAngle, values.thirdAngle});
-  }
-  return limits;
-}
-
 // A few decimals for people, and the exponent form where they would not do.
 std::string ForPeople(double value) {
   if (!(std::abs(value) < 1e9)) return fmt::format("{:.4e}", value);
@@ -119,7 +101,7 @@ std::string AxisTable(const Report& report, const MachineValues& values,
                       const std::vector<std::string>& names, const PostedStatistics& posted) {
   std::string text;
   auto out = std::back_inserter(text);
-  const std::vector<Limits> limits = LimitsOf(values);
+  const std::vector<AxisLimits> limits = LimitsOf(values);
   fmt::format_to(out, "axis            {:>14} {:>14} {:>14} {:>14}\n", "used from", "to",
                  "limit from", "to");
   for (std::size_t i = 0; i < limits.size() && posted.GetCount() != 0; ++i) {
@@ -143,12 +125,9 @@ std::string Counts(const Report& report, const MachineValues& values,
                    const PostedStatistics& posted) {
   std::string text;
   auto out = std::back_inserter(text);
-  const std::uint64_t inserted =
-      report.small ? posted.GetCount() - std::min(posted.GetCount(), program.moveCount)
-                   : posted.GetInsertedCount();
   fmt::format_to(out, "source moves    {}\n", program.moveCount);
   fmt::format_to(out, "posted moves    {}\n", posted.GetCount());
-  fmt::format_to(out, "inserted        {}\n", inserted);
+  fmt::format_to(out, "inserted        {}\n", InsertedOf(report, program, posted));
   fmt::format_to(out, "large jumps     {}\n", report.counts.largeJumps);
   fmt::format_to(out, "rewindings      {}\n", report.counts.rewindings);
   if (report.counts.shortLifts != 0)
@@ -199,6 +178,8 @@ std::string Notes(const Report& report, const Machine& machine, const ClProgram&
   if (!report.hasLog)
     fmt::format_to(out, "note            no run.kdr: {} can't be read back\n",
                    report.small ? "small moves of six axes" : "a log of no lines");
+  if (!report.pageLeftOut.empty())
+    fmt::format_to(out, "note            report.html left out: {}\n", report.pageLeftOut);
   return text;
 }
 
@@ -221,6 +202,12 @@ void PostedStatistics::Add(const PostedRow& row) {
   m_rapidCount += row.move.IsRapid() ? 1 : 0;
   m_insertedCount += !row.move.HasNoExtended() && row.move.IsInserted() ? 1 : 0;
   m_seconds += row.move.GetMoveTime();
+}
+
+std::uint64_t InsertedOf(const Report& report, const ClProgram& program,
+                         const PostedStatistics& posted) {
+  return report.small ? posted.GetCount() - std::min(posted.GetCount(), program.moveCount)
+                      : posted.GetInsertedCount();
 }
 
 std::string FormatReport(const Report& report, const Machine& machine, const ClProgram& program,
@@ -253,7 +240,7 @@ std::string DescribeMachine(const Machine& machine) {
                  v.units == measures::zvUnitsFactory::inch ? "inches" : "millimetres");
   fmt::format_to(out, "  spindle points along {}\n", Direction(v.spindle));
   const post::zvMachDef::Point directions[] = {v.xAxis, v.yAxis, v.zAxis};
-  const std::vector<Limits> limits = LimitsOf(v);
+  const std::vector<AxisLimits> limits = LimitsOf(v);
   for (std::size_t i = 0; i < 3; ++i)
     fmt::format_to(out, "  {}: linear, along {}, from {:g} to {:g}\n", names[i],
                    Direction(directions[i]), limits[i].min, limits[i].max);

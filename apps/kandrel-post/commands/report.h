@@ -72,8 +72,14 @@ struct Report {
   post::zvPathTolerance tolerance;
   post::zvToleranceReport notHeld;  ///< where the posting couldn't keep it
   std::string verdict;              ///< of the verification, lines with their ends
+  std::string pageLeftOut;          ///< why there is no report.html though it was asked for
   double secondsTaken = 0;
 };
+
+/// How many moves the kernel made; of small moves, which don't say it, as many as are more than the
+/// toolpath's.
+std::uint64_t InsertedOf(const Report& report, const ClProgram& program,
+                         const PostedStatistics& posted);
 
 /// The summary's text.
 std::string FormatReport(const Report& report, const Machine& machine, const ClProgram& program,

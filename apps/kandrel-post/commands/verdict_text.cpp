@@ -132,6 +132,18 @@ post::zvVerifierRules VerifierRules(const PostOptions& options, const Machine& m
   return rules;
 }
 
+std::vector<std::string> FindingsInWords(const post::zvPostingVerdict& verdict,
+                                         const Machine& machine) {
+  const FindingText words(machine);
+  std::vector<std::string> texts;
+  for (const Finding& finding : verdict.findings) texts.push_back(words.Of(finding));
+  return texts;
+}
+
+std::uint64_t FindingCount(const post::zvPostingVerdict& verdict) {
+  return std::accumulate(verdict.counts.begin(), verdict.counts.end(), std::uint64_t{0});
+}
+
 std::string VerdictInWords(const post::zvPostingVerdict& verdict, const Machine& machine,
                            std::size_t most) {
   const FindingText words(machine);
@@ -139,8 +151,7 @@ std::string VerdictInWords(const post::zvPostingVerdict& verdict, const Machine&
     return fmt::format("verified: tip within {} {}, axis within {} deg\n",
                        RoundedUp(verdict.tip.value), words.GetUnit(),
                        RoundedUp(verdict.axis.value));
-  const std::uint64_t count =
-      std::accumulate(verdict.counts.begin(), verdict.counts.end(), std::uint64_t{0});
+  const std::uint64_t count = FindingCount(verdict);
   std::string text;
   auto out = std::back_inserter(text);
   fmt::format_to(out, "not verified: {} finding{}\n", count, count == 1 ? "" : "s");

@@ -6,6 +6,7 @@
 #include <kandrel/post/verifier/posting_verifier.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,13 @@ namespace kandrel_post {
 post::zvVerifierRules VerifierRules(const PostOptions& options, const Machine& machine,
                                     const post::zvKDRParam& par,
                                     measures::zvUnitsFactory::Units units);
+
+/// What is wrong with the line of each of the verdict's findings, without saying which line it is.
+std::vector<std::string> FindingsInWords(const post::zvPostingVerdict& verdict,
+                                         const Machine& machine);
+
+/// How many findings there are, also of those that are not kept.
+std::uint64_t FindingCount(const post::zvPostingVerdict& verdict);
 
 /// "verified: tip within 0.0098 mm, axis within 0.07 deg", both rounded up; or "not verified: 3
 /// findings" and a line for each of the first `most`, and for how many there are more.

@@ -63,6 +63,18 @@ class ValuesReader : public post::zvMachineVisitor {
 
 }  // namespace
 
+std::vector<AxisLimits> LimitsOf(const MachineValues& values) {
+  std::vector<AxisLimits> limits{{values.minLimits.x, values.maxLimits.x},
+                                 {values.minLimits.y, values.maxLimits.y},
+                                 {values.minLimits.z, values.maxLimits.z}};
+  for (int i = 0; i < values.RotaryCount(); ++i) {
+    const RotaryValues& rotary = values.rotary[static_cast<std::size_t>(i)];
+    limits.push_back(i < 2 ? AxisLimits{rotary.min, rotary.max}
+                           : AxisLimits{values.thirdAngle, values.thirdAngle});
+  }
+  return limits;
+}
+
 MachineValues DefaultValues(int axes) {
   switch (axes) {
     case 4:

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 namespace kandrel_post {
 
@@ -39,6 +40,15 @@ struct MachineValues {
 
   friend bool operator==(const MachineValues&, const MachineValues&) = default;
 };
+
+/// The range of an axis: lengths, or degrees.
+struct AxisLimits {
+  double min;
+  double max;
+};
+
+/// Of X, Y, Z and the rotary axes; the third rotary axis stands still at its angle.
+std::vector<AxisLimits> LimitsOf(const MachineValues& values);
 
 /// The defaults of the class with `axes` axes, 3 to 6.
 MachineValues DefaultValues(int axes);

@@ -24,17 +24,19 @@ PoleCounter::PoleCounter(const Point& firstAxis, double poleToleranceDeg)
     : m_axis(firstAxis / firstAxis.Length()),
       m_poleSine(std::sin(poleToleranceDeg * misc::kRadiansPerDegree)) {}
 
-void PoleCounter::Add(const post::zvPostedMove& move) {
+bool PoleCounter::Add(const post::zvPostedMove& move) {
   const bool isFeed = !move.IsRapid();
   const Point unit = move.GetOrientation() / move.GetOrientation().Length();
   const Point before = m_offPole;
   m_offPole = unit - m_axis * Dot(unit, m_axis);
+  const bool isOn = m_offPole.Length() <= m_poleSine;
   if (m_isFirst) {
     m_isFirst = false;
-    return;
+    return isOn;
   }
-  const bool wasOn = before.Length() <= m_poleSine, isOn = m_offPole.Length() <= m_poleSine;
-  if (wasOn && isOn) return;
+  const bool wasOn = before.Length() <= m_poleSine;
+  if (wasOn && isOn) return true;
+  bool crosses = false;
   if (wasOn) {
     m_crossed += m_enteredPole && isFeed ? 1 : 0;
   } else if (!isOn && isFeed) {
@@ -42,9 +44,11 @@ void PoleCounter::Add(const post::zvPostedMove& move) {
     const Point way = m_offPole - before;
     const double square = way.SquaredLength();
     const double t = square > 0 ? std::clamp(-Dot(before, way) / square, 0.0, 1.0) : 0.0;
-    m_crossed += (before + way * t).Length() <= m_poleSine ? 1 : 0;
+    crosses = (before + way * t).Length() <= m_poleSine;
+    m_crossed += crosses ? 1 : 0;
   }
   m_enteredPole = isOn && isFeed;
+  return isOn || crosses;
 }
 
 }  // namespace kandrel_post

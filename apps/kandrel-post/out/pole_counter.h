@@ -21,8 +21,9 @@ class PoleCounter {
   /// `firstAxis` is the direction of the first rotary axis, of any length.
   PoleCounter(const Point& firstAxis, double poleToleranceDeg);
 
-  /// The moves of a list, in order.
-  void Add(const post::zvPostedMove& move);
+  /// The moves of a list, in order. Returns whether the tool stands on a pole there or crosses one
+  /// on the way there.
+  bool Add(const post::zvPostedMove& move);
 
   /// Poles entered and left again, both in feed moves.
   std::uint64_t GetCrossed() const noexcept { return m_crossed; }

@@ -527,16 +527,22 @@ void zvVerification::CheckBlock(const Judged& judged) {
   constexpr double kInfinite = std::numeric_limits<double>::infinity();
   zvBlockDeviation known;
   zvBlockDeviation bound{kInfinite, kInfinite};
-  if (m_sink == nullptr) {
+  const zvBlockDeviation& floor = m_rules.sinkFloor;
+  if (m_sink == nullptr || floor.tip > 0 || floor.axis > 0) {
     known = {m_verdict.tip.value, m_verdict.axis.value};
     if (tolerance.IsOn())
       known = {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
+    if (m_sink != nullptr)
+      known = {std::min(known.tip, floor.tip), std::min(known.axis, floor.axis)};
     bound = m_law->Guess(previous.station, judged.station);
     bound.tip += std::max(previous.tipOff, judged.tipOff) + tipOff;
     bound.axis += DegOfChord(std::max(previous.axisOff, judged.axisOff) + sourceOff);
     if (bound.tip <= known.tip) known.tip = kInfinite;
     if (bound.axis <= known.axis) known.axis = kInfinite;
-    if (known.tip == kInfinite && known.axis == kInfinite) return;
+    if (known.tip == kInfinite && known.axis == kInfinite) {
+      if (m_sink != nullptr) m_sink->Take({m_line, m_sourceOfLine, bound});
+      return;
+    }
   }
   zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way,
                                               {std::max(0.0, known.tip - tipOff), known.axis});

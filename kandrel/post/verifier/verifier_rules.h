@@ -1,6 +1,7 @@
 // zvVerifierRules: what a posting is held against.
 #pragma once
 
+#include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/model/align_matrix.h>
 #include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posting_parameters.h>
@@ -37,6 +38,10 @@ struct zvVerifierRules {
   bool hasMarkers = false;
   /// Findings that are kept; those beyond are counted.
   std::size_t mostFindings = 1000;
+  /// A sink's blocks need not be told apart below these: one that leaves its way by no more may
+  /// come with any bound up to them, which spares most of the work. {0, 0}: each comes with its
+  /// own. The verdict's maxima are as good as without a sink.
+  zvBlockDeviation sinkFloor;
   /// The turn that laid the toolpath onto its machine, or null. A posted toolpath brings its own.
   zvAlignMatrix alignment;
 };

@@ -145,21 +145,34 @@ void ExpectOwnPostingsVerified(Seeded& random, AnyScene scene, int rotary, int& 
   ASSERT_EQ(noted.blocks, notes.blocks.size());
 
   const Rules rules = Rules::Of(scene);
-  double largest = 0;
-  for (const auto& [line, block] : notes.blocks) {
-    const Line &a = outcome.lines[line - 1], &b = outcome.lines[line];
-    const double is = Sampled(rules, a, b, control != zv5axControlDef::angleLimitNone).tip;
-    largest = std::max(largest, is);
-    if (rules.model.slidesTellTip) continue;  // standing ones have the length all the same
-    const double slack = 1e-11 * (scene.Size() + a.machine.Length() + a.part.Length());
-    ASSERT_GE(block.deviation.tip, is - slack) << line;
-    ASSERT_LE(block.deviation.tip, 1.021 * is + 1e-9 + 10 * slack) << line;
-  }
+  const auto expectBounds = [&](const Notes& told, double floor) {
+    for (const auto& [line, block] : told.blocks) {
+      const Line &a = outcome.lines[line - 1], &b = outcome.lines[line];
+      const double is = Sampled(rules, a, b, control != zv5axControlDef::angleLimitNone).tip;
+      if (rules.model.slidesTellTip) continue;  // standing ones have the length all the same
+      const double slack = 1e-11 * (scene.Size() + a.machine.Length() + a.part.Length());
+      ASSERT_GE(block.deviation.tip, is - slack) << line;
+      ASSERT_LE(block.deviation.tip, std::max(floor, 1.021 * is + 1e-9 + 10 * slack)) << line;
+    }
+  };
+  expectBounds(notes, 0);
   // Without a sink most blocks are passed over, and the maxima are the same but for their 2%.
   const zvPostingVerdict verdict = verifier.Verify(path, *creator.GetPostedList());
   ASSERT_NEAR(verdict.tip.value, noted.tip.value, 0.021 * noted.tip.value + 2e-9);
   ASSERT_NEAR(verdict.axis.value, noted.axis.value, 0.021 * noted.axis.value + 2e-6);
   ASSERT_EQ(verdict.findings.size(), 0u);
+  // With a floor small ones are told by what is at hand.
+  zvPostingVerifier coarse = verifier;
+  post::zvVerifierRules floored = verifier.GetRules();
+  floored.sinkFloor = {0.3 * verdict.tip.value, 0.3 * verdict.axis.value};
+  coarse.SetRules(floored);
+  Notes coarseNotes;
+  const zvPostingVerdict floorVerdict = coarse.Verify(path, *creator.GetPostedList(), &coarseNotes);
+  ASSERT_EQ(floorVerdict.tip.value, verdict.tip.value);
+  ASSERT_EQ(floorVerdict.tip.line, verdict.tip.line);
+  ASSERT_NEAR(floorVerdict.axis.value, verdict.axis.value, 0.021 * verdict.axis.value);
+  ASSERT_EQ(coarseNotes.blocks.size(), notes.blocks.size());
+  expectBounds(coarseNotes, floored.sinkFloor.tip);
 
   // The same by other doors: neutral lines with and without numbers, and a posted toolpath.
   for (const bool isNumbered : {true, false}) {
