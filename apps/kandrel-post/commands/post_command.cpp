@@ -25,6 +25,7 @@
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
@@ -46,6 +47,7 @@
 #include "kandrel-post/out/pole_counter.h"
 #include "kandrel-post/out/posted_row.h"
 #include "kandrel-post/out/text_sink.h"
+#include "kandrel-post/pictures/run_model.h"
 
 namespace kandrel_post {
 
@@ -66,6 +68,8 @@ struct Job {
 struct Walked {
   PostedStatistics statistics;
   std::uint64_t polesCrossed = 0;
+  bool hasModel = false;  // run.glb
+  std::vector<std::string> modelNotes{};
 };
 
 struct PostOutcome {
@@ -120,12 +124,15 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std:
   CsvWriter csv(folder.Create("posted.csv"));
   NcWriter nc(folder.Create("posted.nc"), job.machine.name, NamesByAxis(job.machine), inch,
               wrapped);
-  Walked walked{PostedStatistics(wrapped), 0};
+  RunModel model(job.machine, job.options.machine, {job.options.origin, job.options.toolLength},
+                 wrapped, count);
+  Walked walked{PostedStatistics(wrapped)};
   std::optional<PoleCounter> poles = MakePoleCounter(job);
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
     csv.Write(row);
     nc.Write(row);
+    model.Write(row);
     walked.statistics.Add(row);
     if (poles) poles->Add(move);
     const std::uint64_t written = walked.statistics.GetCount();
@@ -133,6 +140,8 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress, std:
       progress.Fraction(static_cast<double>(written) / static_cast<double>(count));
   });
   nc.Finish();
+  walked.hasModel = model.Finish(folder);
+  walked.modelNotes = model.GetNotes();
   if (poles) walked.polesCrossed = poles->GetCrossed();
   return walked;
 }
@@ -208,6 +217,7 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   report.toolPathFile = options.toolPathFile;
   report.outputFiles = {prefix + "posted.csv", prefix + "posted.nc"};
   if (outcome.hasLog) report.outputFiles.push_back(prefix + "run.kdr");
+  if (outcome.walked.hasModel) report.outputFiles.push_back(prefix + "run.glb");
   report.hasLog = outcome.hasLog;
   report.aligned = outcome.aligned;
   report.small = options.small;
@@ -261,6 +271,7 @@ void RunPost(const PostOptions& options) {
                 PathToleranceOf(options.tolerance, program.toolPath.GetUnits())};
   const PostOutcome outcome = PostOrTellLimits(job, folder, progress);
   progress.Stop();
+  for (const std::string& note : outcome.walked.modelNotes) Note(note);
 
   Report report = MakeReport(job, outcome);
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
