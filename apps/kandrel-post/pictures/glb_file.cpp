@@ -1,6 +1,5 @@
 #include "kandrel-post/pictures/glb_file.h"
 
-#include <bit>
 #include <limits>
 #include <string>
 #include <utility>
@@ -25,15 +24,8 @@ std::uint64_t ComponentsOf(std::string_view type) {
 
 }  // namespace
 
-void NumberSink::Put(std::uint32_t number) {
-  const char bytes[] = {static_cast<char>(number), static_cast<char>(number >> 8),
-                        static_cast<char>(number >> 16), static_cast<char>(number >> 24)};
-  m_sink.Put(std::string_view(bytes, sizeof bytes));
-  m_bytes += sizeof bytes;
-}
-
-void NumberSink::Put(float number) {
-  Put(std::bit_cast<std::uint32_t>(number));
+void NumberSink::Flush() {
+  m_sink.Put(std::string_view(m_buffer.data(), std::exchange(m_used, 0)));
 }
 
 GlbFile::GlbFile() {
@@ -83,11 +75,13 @@ void GlbFile::Write(TextSink& sink) {
   numbers.Put(static_cast<std::uint32_t>(kHeader + kChunkHeader + text.size() + dataBytes));
   numbers.Put(static_cast<std::uint32_t>(text.size()));
   numbers.Put(kJsonChunk);
+  numbers.Flush();
   sink.Put(text);
   if (m_bytes == 0) return;
   numbers.Put(static_cast<std::uint32_t>(m_bytes));
   numbers.Put(kDataChunk);
   for (const Fill& fill : m_fills) fill(numbers);
+  numbers.Flush();
 }
 
 }  // namespace kandrel_post

@@ -1,6 +1,8 @@
 // Files of glTF 2.0 in their binary form (.glb): JSON, and the numbers that it refers to.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,13 +18,25 @@ namespace kandrel_post {
 class NumberSink {
  public:
   explicit NumberSink(TextSink& sink) : m_sink(sink) {}
-  void Put(std::uint32_t number);
-  void Put(float number);
-  std::uint64_t GetBytes() const noexcept { return m_bytes; }
+  NumberSink(const NumberSink&) = delete;
+  NumberSink& operator=(const NumberSink&) = delete;
+  /// Drops what was not flushed.
+  ~NumberSink() = default;
+
+  void Put(std::uint32_t number) {
+    if (m_used == m_buffer.size()) Flush();
+    for (unsigned bits = 0; bits < 32; bits += 8)
+      m_buffer[m_used++] = static_cast<char>(number >> bits);
+  }
+  void Put(float number) { Put(std::bit_cast<std::uint32_t>(number)); }
+
+  /// Hands everything to the sink.
+  void Flush();
 
  private:
   TextSink& m_sink;
-  std::uint64_t m_bytes = 0;
+  std::array<char, 4096> m_buffer{};
+  std::size_t m_used = 0;
 };
 
 /// A file that is put together piece by piece and then written in one go. Arrays of numbers are

@@ -41,8 +41,9 @@ Json ToJson(const Point& p) {
 // Half the angle's cosine comes last.
 std::array<double, 4> QuaternionOf(const Point& direction, double deg) {
   // Two turns bring it back to where it was; an angle of many turns keeps its digits.
-  const misc::zvSineAndCosine half =
-      misc::SineAndCosineOfDegrees(std::remainder(deg, 2 * misc::kFullTurnDeg) / 2);
+  constexpr double kPeriodDeg = 2 * misc::kFullTurnDeg;
+  const double reduced = std::fabs(deg) <= kPeriodDeg ? deg : std::remainder(deg, kPeriodDeg);
+  const misc::zvSineAndCosine half = misc::SineAndCosineOfDegrees(reduced / 2);
   return {direction.x * half.sine, direction.y * half.sine, direction.z * half.sine, half.cosine};
 }
 

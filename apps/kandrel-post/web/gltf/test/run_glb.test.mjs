@@ -179,14 +179,16 @@ test('the root turns up and scales', async () => {
   }
 });
 
-// The tool leans and goes round in steps of this many degrees, with nothing put in between.
-const round = (step) => fileOf(
+// The tool lies nearly flat, so that the other solution turns more, and goes round in steps of this
+// many degrees.
+const round = (step, place = (i) => i) => fileOf(
   ['UNITS/MM', 'FEDRAT/900', ...Array.from({ length: 40 }, (_, i) => {
     const a = (i * step * Math.PI) / 180;
-    return `GOTO/${[20 * Math.cos(a), 20 * Math.sin(a), i, 0.5 * Math.cos(a), 0.5 * Math.sin(a),
-      Math.sqrt(0.75)].join(',')}`;
+    const lean = (95 * Math.PI) / 180;
+    return `GOTO/${[20, 10, place(i), Math.sin(lean) * Math.cos(a),
+      Math.sin(lean) * Math.sin(a), Math.cos(lean)].join(',')}`;
   })].join('\n'), '.cl');
-const plain = ['--tolerance', 'off', '--set', 'maxAngleStep=1000', '--set', 'maxAngleJump=1000'];
+const plain = ['--tolerance', 'off', '--set', 'maxAngleStep=0', '--set', 'maxAngleJump=180'];
 
 // With the widest turn of a block that is due at least: rewinding takes an axis back by whole turns.
 const turning = [
@@ -200,7 +202,10 @@ const turning = [
   ['wide steps', 'preset:trunnion_ca', round(170), plain, 165],
   ['wide steps, wrapped', 'preset:trunnion_ca', round(170), ['--control', '360,none', ...plain],
     165],
-  ['half turns, wrapped', 'preset:fork_ca', round(180), ['--control', '180,none', ...plain], 179.9],
+  // Lines of no time: four of them share a key, and together turn by more than half a turn.
+  ['on the spot', 'preset:trunnion_ca', round(70, (i) => Math.floor(i / 4)), plain, 210],
+  ['on the spot, wrapped', 'preset:trunnion_ca', round(70, (i) => Math.floor(i / 4)),
+    ['--control', '360,180', ...plain], 210],
   ['wound', 'preset:mill4_table_a', sample('worm'), [], 1],
   ['small', 'preset:trunnion_ca', sample('screw'), ['--small'], 1],
   ['aligned', 'preset:mill3_metric', sample('tilted_pocket'), ['--set', 'alignToolpath=true'], 0],
