@@ -112,7 +112,8 @@ std::string LeftOut() {
 void AddPost(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("post",
                                           "Post a toolpath for a machine; write posted.csv, "
-                                          "posted.nc, run.kdr, report.html and a summary");
+                                          "posted.nc, run.kdr, report.html, run.glb and a "
+                                          "summary");
   command.footer("Example: kandrel-post post -m preset:mill3_metric -t plate.cl -o out" +
                  LeftOut());
   auto options = std::make_shared<RunOptions>(command);
@@ -120,7 +121,8 @@ void AddPost(CLI::App& app) {
   command.add_option("-o,--output", *folder, "folder for the results, made if missing")->required();
   auto noReport = std::make_shared<bool>(false);
   command.add_flag("--no-report", *noReport,
-                   "without report.html, the run as a page for a browser");
+                   "without report.html, the run as a page for a browser, and run.glb, its "
+                   "motion for a viewer of glTF");
   command.callback([options, folder, noReport] {
     PostOptions taken = options->Take();
     taken.folder = *folder;

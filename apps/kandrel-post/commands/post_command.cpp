@@ -25,6 +25,7 @@
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
@@ -50,6 +51,7 @@
 #include "kandrel-post/pictures/held_lines.h"
 #include "kandrel-post/pictures/page_template.h"
 #include "kandrel-post/pictures/report_page.h"
+#include "kandrel-post/pictures/run_model.h"
 
 namespace kandrel_post {
 
@@ -75,6 +77,8 @@ struct Job {
 struct Walked {
   PostedStatistics statistics;
   std::uint64_t polesCrossed = 0;
+  bool hasModel = false;  // run.glb
+  std::vector<std::string> modelNotes{};
 };
 
 struct PostOutcome {
@@ -138,13 +142,18 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
   CsvWriter csv(folder.Create("posted.csv"));
   NcWriter nc(folder.Create("posted.nc"), job.machine.name, NamesByAxis(job.machine), inch,
               wrapped);
-  Walked walked{PostedStatistics(wrapped), 0};
+  std::optional<RunModel> model;
+  if (job.options.report)
+    model.emplace(job.machine, job.options.machine,
+                  ModelSetup{job.options.origin, job.options.toolLength}, wrapped, count);
+  Walked walked{PostedStatistics(wrapped)};
   std::optional<PoleCounter> poles = MakePoleCounter(job);
   if (job.lines != nullptr) job.lines->Start(count, counts);
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
     csv.Write(row);
     nc.Write(row);
+    if (model) model->Write(row);
     walked.statistics.Add(row);
     const bool isOnPole = poles && poles->Add(move);
     if (job.lines != nullptr) job.lines->Write(row, isOnPole);
@@ -153,6 +162,10 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
       progress.Fraction(static_cast<double>(written) / static_cast<double>(count));
   });
   nc.Finish();
+  if (model) {
+    walked.hasModel = model->Finish(folder);
+    walked.modelNotes = model->GetNotes();
+  }
   if (poles) walked.polesCrossed = poles->GetCrossed();
   return walked;
 }
@@ -234,6 +247,7 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
     report.outputFiles.push_back(prefix + kPageFile);
   else if (options.report)
     report.pageLeftOut = PageLeftOut();
+  if (outcome.walked.hasModel) report.outputFiles.push_back(prefix + "run.glb");
   report.hasLog = outcome.hasLog;
   report.aligned = outcome.aligned;
   report.small = options.small;
@@ -307,6 +321,7 @@ void RunPost(const PostOptions& options) {
                     lines, static_cast<std::size_t>(AxisCount(machine)));
   }
   progress.Stop();
+  for (const std::string& note : outcome.walked.modelNotes) Note(note);
   // Printed before the files get their names: a job whose summary can't be written leaves none.
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(summary);
