@@ -12,8 +12,10 @@ const kGutter = 62;
 const kRight = 10;
 const kChartHeight = 116;
 const kLaneHeight = 17;
-const kTimeAxis = 34;
+const kTimeAxis = 21;
+const kTimeLabel = 15;
 const kClickSlack = 5;
+const kMostPlaces = 60;
 // A limit is drawn where the curve keeps this part of the height.
 const kCurveShare = 0.45;
 
@@ -132,15 +134,15 @@ class Chart {
     if (hasLimits) {
       for (const [name, other] of [['min', 'no lower limit'], ['max', 'no upper limit']]) {
         if (spec[name] === null) words.push(other);
-        else if (!drawn[name]) words.push(`${name} ${formatNumber(spec[name], 3)} is not in view`);
+        else if (!drawn[name]) words.push(`far from its ${name} ${formatNumber(spec[name], 3)}`);
       }
       if (spec.min === null && spec.max === null) words.splice(-2, 2, 'no limits');
       else if (!drawn.min && !drawn.max && spec.min !== null && spec.max !== null) {
-        words.splice(-2, 2, `limits ${formatNumber(spec.min, 3)} to ` +
-          `${formatNumber(spec.max, 3)} lie far outside`);
+        words.splice(-2, 2, `far from its limits ${formatNumber(spec.min, 3)} to ` +
+          formatNumber(spec.max, 3));
       }
     } else if (typeof spec.bound === 'number' && !drawn.bound) {
-      words.push(`${formatNumber(spec.bound, 6)} allowed, far above`);
+      words.push(`far below the ${formatNumber(spec.bound, 6)} allowed`);
     }
     note.textContent = words.join(', ');
     note.title = note.textContent;
@@ -159,11 +161,36 @@ class Chart {
     ctx.beginPath();
     ctx.rect(left, top, width, height);
     ctx.clip();
+    this.drawPlaces(u, this.charts.facts.jumps, theme.warn);
+    this.drawPlaces(u, this.charts.facts.rewindings, theme.mark);
     ctx.fillStyle = theme['bad-band'];
     if (typeof spec.max === 'number') this.band(u, spec.max, top);
     if (typeof spec.min === 'number') this.band(u, spec.min, top + height);
     if (typeof spec.bound === 'number') this.band(u, spec.bound, top);
     ctx.restore();
+  }
+
+  // A dashed line at each of few places; many are for the lanes alone.
+  drawPlaces(u, rows, color) {
+    const {run, view} = this.charts;
+    const from = lowerBound(rows, lowerBound(run.x, view[0]));
+    const {ctx, bbox} = u;
+    const scale = devicePixelRatio;
+    const places = [];
+    for (let k = from; k < rows.length && run.x[rows[k]] <= view[1]; ++k) {
+      if (places.push(run.x[rows[k]]) > kMostPlaces) return;
+    }
+    ctx.strokeStyle = color;
+    ctx.lineWidth = scale;
+    ctx.setLineDash([2 * scale, 3 * scale]);
+    ctx.beginPath();
+    for (const x of places) {
+      const px = Math.round(u.valToPos(x, 'x', true)) + 0.5;
+      ctx.moveTo(px, bbox.top);
+      ctx.lineTo(px, bbox.top + bbox.height);
+    }
+    ctx.stroke();
+    ctx.setLineDash([]);
   }
 
   // From a limit to the edge beyond it: what the axis must not enter.
@@ -195,11 +222,18 @@ class Chart {
       ctx.moveTo(left, y);
       ctx.lineTo(left + width, y);
       ctx.stroke();
-      ctx.fillStyle = theme.bad;
       const isBelow = y - top < 16 * scale || (name === 'min' && top + height - y > 16 * scale);
-      ctx.textBaseline = isBelow ? 'top' : 'bottom';
-      ctx.fillText(`${word} ${formatNumber(spec[name], 6)}`, left + width - 4 * scale,
-        y + (isBelow ? 3 : -3) * scale);
+      const text = `${word} ${formatNumber(spec[name], 6)}`;
+      const right = left + width - 4 * scale;
+      const boxWidth = ctx.measureText(text).width + 6 * scale;
+      const boxTop = isBelow ? y + 2 * scale : y - 16 * scale;
+      ctx.globalAlpha = 0.85;
+      ctx.fillStyle = theme.panel;
+      ctx.fillRect(right - boxWidth + 3 * scale, boxTop, boxWidth, 14 * scale);
+      ctx.globalAlpha = 1;
+      ctx.fillStyle = theme.bad;
+      ctx.textBaseline = 'middle';
+      ctx.fillText(text, right, boxTop + 7.5 * scale);
     }
     // A triangle for each finding of this axis, one a pixel at most.
     ctx.setLineDash([]);
@@ -256,9 +290,9 @@ class Lanes {
     this.lanes = lanes;
     this.body = element('div', {class: 'chart-body lanes', role: 'img'});
     this.body.setAttribute('aria-label', 'Marks along the run: ' +
-      lanes.map((lane) => `${lane.name} ${formatCount(lane.count ?? lane.rows.length)}`).join(', '));
+      lanes.map(({name, ticks, spans}) => `${name} ${formatCount((ticks ?? spans).length)}`).join(', '));
     this.root = element('figure', {class: 'chart'}, this.body);
-    this.height = lanes.length * kLaneHeight + kTimeAxis + 4;
+    this.height = lanes.length * kLaneHeight + kTimeAxis + kTimeLabel + 4;
     this.plot = null;
   }
 
@@ -277,7 +311,7 @@ class Lanes {
         y: {range: () => [0, count]},
       },
       axes: [
-        {size: kTimeAxis, gap: 2, labelGap: 0, labelSize: 15, label: charts.xLabel(),
+        {size: kTimeAxis, gap: 2, labelGap: 0, labelSize: kTimeLabel, label: charts.xLabel(),
           stroke: () => theme.muted, font: charts.font, labelFont: charts.font,
           ticks: {stroke: () => theme.line, size: 4}, grid: {stroke: () => theme.grid, width: 1},
           values: (_, splits, __, ___, step) => splits.map((v) => charts.xText(v, step)),
@@ -313,24 +347,23 @@ class Lanes {
       ctx.fillStyle = theme.grid;
       ctx.fillRect(left, y, width, h);
       ctx.fillStyle = theme[lane.color];
-      const {rows} = lane;
-      if (lane.isSpan) {
-        for (const [p, share] of charts.shares(rows, edges)) {
+      if (lane.spans) {
+        for (const [p, share] of charts.shares(lane.spans, edges)) {
           ctx.globalAlpha = 0.35 + 0.65 * share;
           const a = left + Math.round(p * width / columns);
           ctx.fillRect(a, y, left + Math.round((p + 1) * width / columns) - a, h);
         }
         ctx.globalAlpha = 1;
-        return;
       }
+      const ticks = lane.ticks ?? [];
       const at = (row) => left + (run.x[row] - view[0]) / (view[1] - view[0]) * width;
-      let k = lowerBound(rows, lowerBound(run.x, view[0]));
+      let k = lowerBound(ticks, lowerBound(run.x, view[0]));
       // A tick each, and no more than one where they would stand over each other.
-      while (k < rows.length && run.x[rows[k]] <= view[1]) {
-        const x = at(rows[k]);
+      while (k < ticks.length && run.x[ticks[k]] <= view[1]) {
+        const x = at(ticks[k]);
         ctx.fillRect(Math.round(x - 1.5 * scale), y, Math.round(3 * scale), h);
         const next = view[0] + (x + 2 * scale - left) / width * (view[1] - view[0]);
-        k = Math.max(k + 1, lowerBound(rows, lowerBound(run.x, next), k));
+        k = Math.max(k + 1, lowerBound(ticks, lowerBound(run.x, next), k));
       }
     });
     ctx.restore();
@@ -344,7 +377,8 @@ class Lanes {
 }
 
 export class Charts {
-  // `specs` of charts and `lanes` of marks; `root` is filled; `onView` hears of zooms.
+  // `specs` of charts and `lanes` of marks: {name, color, spans, ticks}, rows whose blocks are filled
+  // and rows at which a tick stands. `root` is filled; `onView` hears of zooms.
   constructor({root, run, facts, cursor, theme, specs, lanes, onView}) {
     Object.assign(this, {root, run, facts, cursor, theme, onView});
     this.font = '11px system-ui, sans-serif';
@@ -415,10 +449,12 @@ export class Charts {
   *shares(rows, edges) {
     let from = 0;
     for (let p = 0; p + 1 < edges.length; ++p) {
+      // No move leads to the first row.
+      const first = Math.max(edges[p], 1);
       const last = Math.min(edges[p + 1], this.run.n - 1);
-      from = lowerBound(rows, edges[p], from);
+      from = lowerBound(rows, first, from);
       const to = lowerBound(rows, last + 1, from);
-      if (to > from) yield [p, (to - from) / (last + 1 - edges[p])];
+      if (to > from) yield [p, (to - from) / (last + 1 - first)];
     }
   }
 
@@ -588,7 +624,7 @@ export class Charts {
       this.select(null);
       if (!from || event.type === 'pointercancel') return;
       if (!from.isDrag) this.cursor.setX(from.x);
-      else if (!from.isPan) this.setView(Math.min(from.x, xAt(event)), Math.max(from.x, xAt(event)));
+      else if (!from.isPan) this.setView(...[from.x, xAt(event)].sort((a, b) => a - b));
     };
     over.addEventListener('pointerup', end);
     over.addEventListener('pointercancel', end);

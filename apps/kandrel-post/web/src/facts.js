@@ -13,6 +13,11 @@ function rowsWith(flags, bit) {
   return rows;
 }
 
+// Of rows that follow each other without a gap the first: a lift or a rewinding may take many.
+function starts(rows) {
+  return rows.filter((row, k) => k === 0 || rows[k - 1] !== row - 1);
+}
+
 // An angle that the control wraps stands for all of its whole turns: the one nearest to the range.
 function excessOf(axis, value) {
   const beyond = (v) => Math.max(axis.max === null ? 0 : v - axis.max,
@@ -89,14 +94,17 @@ export function studyRun(run) {
   const feed = ofFeedMoves(run, run.col.feed);
   const speed = rotarySpeed(run);
   const {tip, axis} = run.col;
+  const rows = {
+    rapid: rowsWith(flags, kFlag.rapid),
+    inserted: rowsWith(flags, kFlag.inserted),
+    pole: rowsWith(flags, kFlag.pole),
+    jump: rowsWith(flags, kFlag.jump),
+    rewinding: rowsWith(flags, kFlag.rewinding),
+  };
   return {
-    rows: {
-      rapid: rowsWith(flags, kFlag.rapid),
-      inserted: rowsWith(flags, kFlag.inserted),
-      pole: rowsWith(flags, kFlag.pole),
-      jump: rowsWith(flags, kFlag.jump),
-      rewinding: rowsWith(flags, kFlag.rewinding),
-    },
+    rows,
+    jumps: starts(rows.jump),
+    rewindings: starts(rows.rewinding),
     axes: run.axes.map((a) => studyAxis(a)),
     feed: {values: feed, ...extentOf(feed)},
     speed: {values: speed, ...extentOf(speed)},

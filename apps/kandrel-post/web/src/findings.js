@@ -1,7 +1,7 @@
 // What a person should look at, in words, each with the line that it leads to.
 
 import {byId, element} from './dom.js';
-import {formatCount, formatDigits, formatNumber, plural} from './format.js';
+import {formatCount, formatDigits, plural} from './format.js';
 import {kNoSource, rowOfLine} from './run.js';
 
 const kMostRows = 1000;
@@ -102,7 +102,8 @@ export function fillFindings(run, found, cursor, goTo) {
 
   const body = byId('findings-rows');
   const rows = found.slice(0, kMostRows).map((one) => {
-    const cell = (text, name = '') => element('td', name ? {class: name} : {}, text);
+    const cell = (text, name = '', label = '') => element('td', {
+      ...name && {class: name}, ...label && {'data-label': label}}, text);
     const button = element('button', {type: 'button'}, String(one.line ?? '\u2013'));
     button.setAttribute('aria-label', `Go to line ${one.line}`);
     const unit = one.unit ? `\u00a0${one.unit}` : '';
@@ -112,10 +113,11 @@ export function fillFindings(run, found, cursor, goTo) {
     what.append(element('span', {class: one.isFault ? 'sort' : 'sort warn', role: 'img',
       'aria-label': one.isFault ? 'finding' : 'note'}), one.what);
     const row = element('tr', {}, element('td', {}, button),
-      cell(hasSource ? String(one.source) : '', 'num'), cell(one.axis ? String(one.axis) : ''), what,
-      cell(number(one.value, (v) => formatNumber(v, 6)), 'num'),
-      cell(number(one.allowed, (v) => formatNumber(v, 6)), 'num'),
-      cell(number(one.beyond, (v) => formatDigits(v, 4)), 'num'));
+      cell(hasSource ? String(one.source) : '', 'num', 'Source move'),
+      cell(one.axis ? String(one.axis) : '', '', 'Axis'), what,
+      cell(number(one.value, (v) => formatDigits(v, 6)), 'num', 'Value'),
+      cell(number(one.allowed, (v) => formatDigits(v, 6)), 'num', 'Allowed'),
+      cell(number(one.beyond, (v) => formatDigits(v, 4)), 'num', 'Beyond by'));
     if (one.row < 0) {
       button.disabled = true;
       return row;

@@ -1,4 +1,4 @@
-// Numbers, times and units as the page writes them: the same on every system, whatever its language.
+// Numbers and times as the page writes them: the same on every system, whatever its language.
 
 const kNone = '\u2013';
 
@@ -20,12 +20,13 @@ export function formatFixed(value, decimals) {
   return /^-0\.?0*$/.test(text) ? text.slice(1) : text;
 }
 
-// Three digits that count, for deviations and excesses.
+// Three digits that count, for deviations and excesses; less than a millionth is no more than that.
 export function formatDigits(value, digits = 3) {
   if (typeof value !== 'number' || !Number.isFinite(value)) return formatNumber(value);
   if (value === 0) return '0';
   const size = Math.abs(value);
-  if (size < 1e-6 || size >= 1e12) return value.toExponential(digits - 1);
+  if (size < 1e-6) return value > 0 ? '< 1e-6' : '> -1e-6';
+  if (size >= 1e12) return value.toExponential(digits - 1);
   const decimals = Math.max(0, digits - 1 - Math.floor(Math.log10(size)));
   return formatNumber(value, Math.min(decimals, 12));
 }
@@ -36,11 +37,12 @@ export function formatCount(value) {
   return String(Math.round(value)).replace(/\B(?=(\d{3})+$)/g, '\u202f');
 }
 
-// h:min:s or min:s, as `hasHours` says, with that many decimals of a second.
+// h:min:s or min:s, as `hasHours` says, with that many decimals of a second; rounded down, as clocks
+// do.
 export function formatClock(seconds, decimals = 0, hasHours = true) {
   if (typeof seconds !== 'number' || !Number.isFinite(seconds)) return kNone;
   const scale = 10 ** decimals;
-  let ticks = Math.round(Math.abs(seconds) * scale);
+  let ticks = Math.floor(Math.abs(seconds) * scale + 1e-6);
   const sign = seconds < 0 && ticks > 0 ? '-' : '';
   const fraction = decimals > 0 ? '.' + String(ticks % scale).padStart(decimals, '0') : '';
   ticks = Math.floor(ticks / scale);

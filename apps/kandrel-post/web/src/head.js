@@ -84,9 +84,10 @@ export function fillHead(run, facts, goTo) {
   if (run.axes.length > 4) add('Poles crossed', formatCount(info.polesCrossed ?? 0));
   const {tolerance, maxima} = info;
   const isSet = (value) => typeof value === 'number' && Number.isFinite(value);
-  add('Tolerance', tolerance && isSet(tolerance.tip) ?
-    `${formatNumber(tolerance.tip, 6)} ${unit}` : 'off',
-  tolerance && isSet(tolerance.axis) ? `${formatNumber(tolerance.axis, 6)} deg` : '');
+  if (run.axes.length > 3) {
+    add('Tolerance', isSet(tolerance?.tip) ? `${formatNumber(tolerance.tip, 6)} ${unit}` : 'off',
+      isSet(tolerance?.axis) ? `${formatNumber(tolerance.axis, 6)} deg` : '');
+  }
   if (isSet(maxima?.tip?.value)) {
     add('Tip off its line', `${formatDigits(maxima.tip.value)} ${unit}`, '', maxima.tip.line);
   }

@@ -6,7 +6,8 @@
 //   error    only where ready is false: why, in words
 //   state()  what is shown: row, line and x of the cursor (seconds, or lines in a run of no time),
 //            chartX (the same, read back from the charts' line), tool ({tip, axis} as drawn, or
-//            null), view ([from, to] of the charts), hasView, isPlaying, points (drawn of each chart)
+//            null), view ([from, to] of the charts), hasView, isPlaying, points (drawn, of each
+//            chart)
 //   goToLine(line), goTo(x)   put the cursor there
 //   times    milliseconds of the last updates of the cursor, without drawing, and draws of the view
 
@@ -40,12 +41,12 @@ function chartSpecs(run, facts, found) {
     min: axis.min,
     max: axis.max,
     decimals: unit === 'in' && !axis.isRotary ? 4 : 3,
-    leastSpan: axis.isRotary || unit === 'mm' ? 1e-2 : 1e-3,
+    leastSpan: axis.isRotary || unit === 'mm' ? 0.2 : 0.01,
     marks: marksOf(axis.letter),
   }));
   const more = (title, unitWords, values, bound, empty) => specs.push({
     title, unit: unitWords, kind: 'other', values: values.values, extent: values, isStepped: true,
-    fromZero: true, bound, empty,
+    fromZero: true, bound, empty, leastSpan: bound ? bound / 100 : 1,
   });
   const {tolerance} = info;
   const number = (value) => typeof value === 'number' && Number.isFinite(value) ? value : null;
@@ -68,15 +69,15 @@ function laneList(run, facts, found) {
   const hasRotary = run.axes.some((axis) => axis.isRotary);
   const {rows} = facts;
   const lanes = [
-    {name: 'rapid', rows: rows.rapid, color: 'muted', isSpan: true},
-    {name: 'inserted', rows: rows.inserted, color: 'linear', isSpan: true},
+    {name: 'rapid', spans: rows.rapid, color: 'muted'},
+    {name: 'inserted', spans: rows.inserted, color: 'linear'},
   ];
   if (hasRotary) {
-    lanes.push({name: 'on a pole', rows: rows.pole, color: 'pole'},
-      {name: 'jump', rows: rows.jump, color: 'warn'},
-      {name: 'rewinding', rows: rows.rewinding, color: 'mark'});
+    lanes.push({name: 'on a pole', ticks: rows.pole, color: 'pole'},
+      {name: 'jump', spans: rows.jump, ticks: facts.jumps, color: 'warn'},
+      {name: 'rewinding', spans: rows.rewinding, ticks: facts.rewindings, color: 'mark'});
   }
-  lanes.push({name: 'to look at', rows: uniqueSorted(found.map((one) => one.row)), color: 'bad'});
+  lanes.push({name: 'to look at', ticks: uniqueSorted(found.map((one) => one.row)), color: 'bad'});
   return lanes;
 }
 
@@ -87,7 +88,9 @@ function colorings(run, facts) {
     if (Number.isNaN(min)) return;
     const stride = Math.max(1, Math.floor(values.length / kSampled));
     const sample = [];
-    for (let i = 0; i < values.length; i += stride) if (Number.isFinite(values[i])) sample.push(values[i]);
+    for (let i = 0; i < values.length; i += stride) {
+      if (Number.isFinite(values[i])) sample.push(values[i]);
+    }
     sample.sort((a, b) => a - b);
     const high = sample[Math.floor((sample.length - 1) * kColorShare)] ?? max;
     const isCut = high > min && max > 2 * high - min;
@@ -103,12 +106,12 @@ function colorings(run, facts) {
 function tieColors(run, facts, view, theme) {
   const list = colorings(run, facts);
   const select = byId('color-by');
-  list.forEach(({name, unit}, i) =>
-    select.append(element('option', {value: String(i)}, `${name}, ${unit}`)));
-  select.disabled = list.length === 0;
+  list.forEach(({name}, i) =>
+    select.append(element('option', {value: String(i)}, name)));
+  select.parentElement.hidden = list.length === 0;
   const show = () => {
     const chosen = list[Number(select.value)];
-    byId('scale').style.visibility = chosen ? 'visible' : 'hidden';
+    byId('scale').hidden = !chosen;
     if (!chosen) return;
     const {name, unit, min, max, isCut} = chosen;
     const low = formatDigits(min);
@@ -138,8 +141,8 @@ function fillLegend(run, facts, found, view) {
   };
   if (facts.rows.rapid.length > 0) item('rapid-path', 'rapid', 'dash');
   if (found.some((one) => one.row >= 0)) item('bad', 'to look at');
-  if (facts.rows.jump.length > 0) item('warn', 'large jump');
-  if (facts.rows.rewinding.length > 0) item('mark', 'rewinding');
+  if (facts.jumps.length > 0) item('warn', 'large jump');
+  if (facts.rewindings.length > 0) item('mark', 'rewinding');
   items.push(element('li', {}, `grid ${view.gridText} ${run.unit}`));
   byId('legend').append(...items);
 }
@@ -158,7 +161,7 @@ function start(run) {
 
   const readout = new Readout(run, facts, cursor);
   const foundRows = found.map((one) => one.row);
-  const marks = uniqueSorted([...facts.rows.jump, ...facts.rows.rewinding, ...foundRows]);
+  const marks = uniqueSorted([...facts.jumps, ...facts.rewindings, ...foundRows]);
   const player = new Player(run, cursor, readout, marks);
   fillHead(run, facts, goTo);
   fillFindings(run, found, cursor, goTo);
@@ -174,8 +177,7 @@ function start(run) {
     onView: tellView,
   });
   function tellView(shown) {
-    byId('stretch').textContent = shown.isWhole ?
-      'The whole run, ' + shown.viewText : `From ${shown.viewText}`;
+    byId('stretch').textContent = (shown.isWhole ? 'The whole run, ' : 'From ') + shown.viewText;
   }
   tellView(charts);
   const buttons = {
@@ -198,8 +200,8 @@ function start(run) {
   const view = View3d.make({
     canvas: byId('view'), box: byId('view-box'), run, cursor, theme,
     markedRows: [
-      {rows: facts.rows.jump, color: 'warn', size: 8},
-      {rows: facts.rows.rewinding, color: 'mark', size: 8},
+      {rows: facts.jumps, color: 'warn', size: 8},
+      {rows: facts.rewindings, color: 'mark', size: 8},
       {rows: uniqueSorted(foundRows), color: 'bad', size: 7},
     ],
   });

@@ -19,6 +19,8 @@ export class Player {
     this.speed = byId('speed');
     this.isPlaying = false;
     this.span = run.x1 - run.x0;
+    this.speed.setAttribute('aria-label',
+      run.hasTime ? 'Speed, times real time' : 'Speed, lines a second');
     this.fillSpeeds();
     this.playButton.addEventListener('click', () => this.toggle());
     byId('mark-next').addEventListener('click', () => this.toMark(1));
@@ -38,11 +40,11 @@ export class Player {
   fillSpeeds() {
     const {run} = this;
     const wanted = this.span / kPlaySeconds;
-    const unit = run.hasTime ? '\u00d7 real time' : 'lines a second';
     let chosen = kSpeeds.find((speed) => speed >= wanted) ?? kSpeeds[kSpeeds.length - 1];
     if (run.hasTime) chosen = Math.max(chosen, 1);
     for (const speed of kSpeeds) {
-      const option = element('option', {value: String(speed)}, `${formatNumber(speed)} ${unit}`);
+      const option = element('option', {value: String(speed)},
+        run.hasTime ? `${formatNumber(speed)}\u00a0\u00d7` : `${formatNumber(speed)}/s`);
       option.selected = speed === chosen;
       this.speed.append(option);
     }
@@ -54,9 +56,10 @@ export class Player {
       const value = String(Math.round((cursor.x - run.x0) / this.span * 1e6));
       if (this.slider.value !== value) this.slider.value = value;
     }
-    const {place} = this.readout;
-    byId('place').textContent = place;
-    this.slider.setAttribute('aria-valuetext', place);
+    const [time, line] = this.readout.place;
+    byId('place-time').textContent = time;
+    byId('place-line').textContent = line;
+    this.slider.setAttribute('aria-valuetext', time + line);
   }
 
   toggle() {

@@ -93,13 +93,15 @@ export class Readout {
     return parts.concat(flags).join(', ') + '.';
   }
 
-  // For the slider: where in the run.
+  // For the slider: where in the run in time, and on the way to which line.
   get place() {
     const {run, cursor} = this;
-    if (cursor.row < 0) return 'no line';
-    const line = formatCount(run.col.line[cursor.row]);
-    if (!run.hasTime) return `line ${line}`;
-    const decimals = run.x1 < 600 ? 2 : 1;
-    return `${formatClock(cursor.x, decimals)} / ${formatClock(run.x1, 0)}, line ${line}`;
+    if (cursor.row < 0) return ['no line', ''];
+    const line = `line ${formatCount(run.col.line[cursor.row])}`;
+    if (!run.hasTime) return [line, ''];
+    const hasHours = run.x1 >= 3600;
+    const clock = (seconds, decimals) => formatClock(seconds, decimals, hasHours);
+    return [`${clock(cursor.x, run.x1 < 600 ? 2 : 1)} / ${clock(run.x1, 0)} ` +
+      (hasHours ? 'h' : 'min'), `, ${line}`];
   }
 }

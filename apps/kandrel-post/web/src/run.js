@@ -80,11 +80,14 @@ function monotone(times) {
 const isNumber = (value) => typeof value === 'number' && Number.isFinite(value);
 
 function readAxis(axis, values) {
+  // Limits without any room between them are none: so stands an axis that was never given any.
+  const isShut = isNumber(axis.min) && isNumber(axis.max) && !(axis.min < axis.max);
+  const limit = (value) => isNumber(value) && !isShut ? value : null;
   return {
     letter: String(axis.letter ?? '?'),
     isRotary: axis.kind === 'rotary',
-    min: isNumber(axis.min) ? axis.min : null,
-    max: isNumber(axis.max) ? axis.max : null,
+    min: limit(axis.min),
+    max: limit(axis.max),
     isChecked: axis.checked === true,
     wrapped: axis.wrapped === '360' || axis.wrapped === '180' ? axis.wrapped : 'none',
     values,

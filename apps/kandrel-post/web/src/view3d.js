@@ -1,11 +1,12 @@
-// The path in the part's frame and the tool on it, which the mouse turns. Z is up, lengths are those
-// of the run. It draws when something has changed, and nothing else.
+// The path in the part's frame and the tool on it, which the mouse turns. Z is up, lengths are
+// those of the run. It draws when something has changed, and only then.
 
 import {
   AmbientLight, AxesHelper, BufferAttribute, BufferGeometry, CanvasTexture, Color, ColorManagement,
   DirectionalLight, DoubleSide, GridHelper, Group, LatheGeometry, Line, LineBasicMaterial,
-  LineDashedMaterial, LineSegments, LinearSRGBColorSpace, Mesh, MeshLambertMaterial, OrthographicCamera, Points, PointsMaterial, Quaternion,
-  Scene, Spherical, Sprite, SpriteMaterial, Vector2, Vector3, WebGLRenderer,
+  LineDashedMaterial, LineSegments, LinearSRGBColorSpace, Mesh, MeshLambertMaterial,
+  OrthographicCamera, Points, PointsMaterial, Quaternion, Scene, Spherical, Sprite, SpriteMaterial,
+  Vector2, Vector3, WebGLRenderer,
 } from 'three';
 import {OrbitControls} from 'three/examples/jsm/controls/OrbitControls.js';
 import {LineMaterial} from 'three/examples/jsm/lines/LineMaterial.js';
@@ -22,8 +23,11 @@ ColorManagement.enabled = false;
 const kMostWide = 60000;
 // Above so many a coarser path is drawn while the view or the tool moves.
 const kMostWhileMoving = 150000;
-const kCoarseStep = 1 / 1200;
+const kCoarseStep = 1 / 350;
 const kSettle = 250;
+// So many points say how large the path looks.
+const kFitted = 4000;
+const kFarOut = 4.5;
 
 const kViews = {
   home: [0.62, -1, 0.72],
@@ -136,6 +140,9 @@ export class View3d {
     this.camera = new OrthographicCamera(-1, 1, 1, -1, -1000, 1000);
     this.camera.up.set(0, 0, 1);
     this.drawTimes = [];
+    this.outline = (run.info.tool?.outline ?? []).filter((p) => Array.isArray(p) &&
+      Number.isFinite(p[0]) && Number.isFinite(p[1]) && p[0] >= 0);
+    this.toolHeight = this.outline.reduce((top, p) => Math.max(top, p[1]), 0);
     this.measurePart();
     this.makeLights();
     this.makePath();
@@ -164,42 +171,51 @@ export class View3d {
   }
 
   // The points less the middle of the part, so that single precision holds where it lies far out,
-  // and the extents that the view is fitted to: those of feed moves where there are any.
+  // and the extents that the view is fitted to: those of all moves, unless rapid ones lead so far
+  // out that the part would be small.
   measurePart() {
     const {run} = this;
     const {px, py, pz, flags} = run.col;
-    const low = [Infinity, Infinity, Infinity];
-    const high = [-Infinity, -Infinity, -Infinity];
-    const take = (wantsAll) => {
+    const extents = (wantsAll) => {
+      const low = [Infinity, Infinity, Infinity];
+      const high = [-Infinity, -Infinity, -Infinity];
       for (let i = 0; i < run.n; ++i) {
         if (!Number.isFinite(px[i] + py[i] + pz[i])) continue;
-        // A feed move begins where the move before it ends.
-        const isFeed = !(flags[i] & kFlag.rapid) || (i + 1 < run.n && !(flags[i + 1] & kFlag.rapid));
-        if (!wantsAll && !isFeed) continue;
+        if (!wantsAll && flags[i] & kFlag.rapid) continue;
         [px[i], py[i], pz[i]].forEach((v, k) => {
           if (v < low[k]) low[k] = v;
           if (v > high[k]) high[k] = v;
         });
       }
+      return {low, high, size: Math.hypot(...low.map((v, k) => high[k] - v))};
     };
-    take(false);
-    if (!(low[0] <= high[0])) take(true);
+    const all = extents(true);
+    const feed = extents(false);
+    const isFarOut = feed.low[0] <= feed.high[0] && feed.size > 0 && all.size > kFarOut * feed.size;
+    const {low, high} = isFarOut ? feed : all;
     if (!(low[0] <= high[0])) {
       low.fill(0);
       high.fill(0);
     }
     this.middle = low.map((v, k) => (v + high[k]) / 2);
-    let size = Math.hypot(...low.map((v, k) => high[k] - v));
-    if (!(size > 0) || !Number.isFinite(size)) size = 10;
-    this.size = size;
+    const size = Math.hypot(...low.map((v, k) => high[k] - v));
+    this.isPoint = !(size > 0) || !Number.isFinite(size);
+    this.size = this.isPoint ? Math.max(10, 1.5 * this.toolHeight) : size;
     this.low = low.map((v, k) => v - this.middle[k]);
     this.high = high.map((v, k) => v - this.middle[k]);
+    // Some of the points that the view is fitted to.
+    this.outer = [];
+    const stride = Math.max(1, Math.floor(run.n / kFitted));
     const points = new Float32Array(run.n * 3);
     for (let i = 0; i < run.n; ++i) {
       points[3 * i] = px[i] - this.middle[0];
       points[3 * i + 1] = py[i] - this.middle[1];
       points[3 * i + 2] = pz[i] - this.middle[2];
+      if (i % stride !== 0) continue;
+      const p = new Vector3().fromArray(points, 3 * i);
+      if (p.toArray().every((v, k) => v >= this.low[k] && v <= this.high[k])) this.outer.push(p);
     }
+    if (this.outer.length === 0) this.outer.push(new Vector3());
     this.points = points;
   }
 
@@ -261,7 +277,7 @@ export class View3d {
       }
       const geometry = new BufferGeometry();
       geometry.setAttribute('position', new BufferAttribute(places.subarray(0, 3 * n), 3));
-      const material = new PointsMaterial({size: size * devicePixelRatio, sizeAttenuation: false, map,
+      const material = new PointsMaterial({size, sizeAttenuation: false, map,
         alphaTest: 0.5, depthTest: false});
       const object = new Points(geometry, material);
       object.renderOrder = 2;
@@ -273,16 +289,13 @@ export class View3d {
 
   makeTool() {
     this.tool = new Group();
-    const outline = (this.run.info.tool?.outline ?? []).filter((p) => Array.isArray(p) &&
-      Number.isFinite(p[0]) && Number.isFinite(p[1]) && p[0] >= 0);
-    const top = Math.max(0, ...outline.map((p) => p[1]));
+    const {outline, toolHeight: top} = this;
     this.toolMaterial = new MeshLambertMaterial({side: DoubleSide, transparent: true, opacity: 0.82});
     if (outline.length > 1) {
       const geometry = new LatheGeometry(outline.map((p) => new Vector2(p[0], p[1])), 40);
       geometry.rotateX(Math.PI / 2);
       this.tool.add(new Mesh(geometry, this.toolMaterial));
     }
-    this.toolHeight = top;
     const axis = new BufferGeometry().setFromPoints([new Vector3(0, 0, 0),
       new Vector3(0, 0, Math.max(top * 1.25, this.size * 0.35))]);
     this.axisMaterial = new LineBasicMaterial({depthTest: false});
@@ -290,7 +303,7 @@ export class View3d {
     line.renderOrder = 3;
     this.tool.add(line);
     const tip = new BufferGeometry().setFromPoints([new Vector3(0, 0, 0)]);
-    this.tipMaterial = new PointsMaterial({size: 9 * devicePixelRatio, sizeAttenuation: false,
+    this.tipMaterial = new PointsMaterial({size: 9, sizeAttenuation: false,
       map: discTexture(), alphaTest: 0.5, depthTest: false});
     const point = new Points(tip, this.tipMaterial);
     point.renderOrder = 4;
@@ -443,21 +456,26 @@ export class View3d {
 
   // Part and tool fill the view, from where it is looked at.
   fit() {
-    const {camera, controls, low, high} = this;
+    const {camera, controls} = this;
     const offset = camera.position.clone().sub(controls.target);
-    controls.target.set(0, 0, 0);
+    const seen = new Vector3();
+    const low = new Vector3(Infinity, Infinity, Infinity);
+    const high = low.clone().negate();
     camera.position.copy(offset);
     camera.lookAt(0, 0, 0);
     camera.updateMatrixWorld();
-    let reach = [1e-9, 1e-9];
-    for (let corner = 0; corner < 8; ++corner) {
-      const p = new Vector3(...[0, 1, 2].map((k) => (corner >> k & 1 ? high : low)[k]));
-      p.applyMatrix4(camera.matrixWorldInverse);
-      reach = [Math.max(reach[0], Math.abs(p.x)), Math.max(reach[1], Math.abs(p.y))];
+    for (const point of this.outer) {
+      seen.copy(point).applyQuaternion(camera.quaternion.clone().invert());
+      low.min(seen);
+      high.max(seen);
     }
+    const target = low.clone().add(high).multiplyScalar(0.5).applyQuaternion(camera.quaternion);
+    controls.target.copy(target);
+    camera.position.copy(target).add(offset);
     const {clientWidth: w, clientHeight: h} = this.box;
-    const margin = 1.22;
-    const half = Math.max(reach[0] * h / Math.max(w, 1), reach[1], this.size * 0.05) * margin;
+    const margin = 1.16;
+    const half = margin / 2 * Math.max((high.x - low.x) * h / Math.max(w, 1), high.y - low.y,
+      this.size * (this.isPoint ? 1 : 0.1));
     this.half = half;
     camera.zoom = 1;
     this.frameCamera();
