@@ -1,0 +1,10 @@
+// Makes elements; texts go in as texts, never as markup.
+
+export function element(name, attributes = {}, ...children) {
+  const made = document.createElement(name);
+  for (const [key, value] of Object.entries(attributes)) made.setAttribute(key, value);
+  made.append(...children);
+  return made;
+}
+
+export const byId = (id) => document.getElementById(id);
