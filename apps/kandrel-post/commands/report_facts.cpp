@@ -3,6 +3,7 @@
 #include <kandrel/cadcam/tools/tool_approximation.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/limit_tests.h>
+#include <kandrel/version.h>
 
 #include <cstddef>
 #include <filesystem>
@@ -151,7 +152,7 @@ ordered_json FactsToJson(const RunFacts& facts) {
   for (const std::string& file : facts.report.outputFiles) files.push_back(FileName(file));
   ordered_json json;
   json["format"] = 1;
-  json["kandrel"] = KANDREL_POST_VERSION;
+  json["kandrel"] = misc::kKandrelVersion;
   json["title"] = FileName(facts.options.toolPathFile);
   json["machine"] = Printable(facts.options.machine);
   json["units"] = isInch ? "in" : "mm";
