@@ -91,7 +91,9 @@ post::zvPostingVerdict Verify(const Job& job, const Posted& posted,
                                    options.origin, options.toolLength);
   verifier.SetRules(rules);
   verifier.SetProgress(progress.Hook());
-  return verifier.Verify(job.toolPath, posted);
+  post::zvPostingVerdict verdict = verifier.Verify(job.toolPath, posted);
+  progress.Stage("writing");  // of the log, which comes next
+  return verdict;
 }
 
 // Writes run.kdr, as `write(stream, tool)` does. The command line has no tool: the log gets the
