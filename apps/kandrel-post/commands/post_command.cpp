@@ -106,7 +106,9 @@ post::zvPostingVerdict Verify(const Job& job, const Posted& posted,
                                    options.origin, options.toolLength);
   verifier.SetRules(rules);
   verifier.SetProgress(progress.Hook());
-  return verifier.Verify(job.toolPath, posted, job.lines);
+  post::zvPostingVerdict verdict = verifier.Verify(job.toolPath, posted, job.lines);
+  progress.Stage("writing");  // of the log, which comes next
+  return verdict;
 }
 
 // The command line has no tool: log and page get the default end mill, in the machine's units.
