@@ -42,6 +42,7 @@ struct zvTPoint3d {
     return axis == 0 ? x : axis == 1 ? y : z;
   }
 
+  /// Component by component.
   constexpr zvTPoint3d operator-() const { return {-x, -y, -z}; }
   constexpr zvTPoint3d& operator+=(const zvTPoint3d& p) { return *this = *this + p; }
   constexpr zvTPoint3d& operator-=(const zvTPoint3d& p) { return *this = *this - p; }

@@ -35,6 +35,7 @@ class KANDREL_API zvBICadcamTypes {
   zvBICadcamTypes& operator=(const zvBICadcamTypes&) = delete;
   virtual ~zvBICadcamTypes();
 
+  /// The first and the last version whose records it reads.
   static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
     return persistence::kLowestRecordVersion;
   }
@@ -59,7 +60,10 @@ class KANDREL_API zvBICadcamTypes {
   zvBICadcamTypes(misc::zvBinInputStream& stream, std::uint32_t version, bool compact,
                   std::vector<misc::zvBILostData>* lostData, bool wideStrings, bool sizes64);
 
+  /// Whether the records are of this version or a later one.
   bool Since(std::uint32_t version) const noexcept { return m_version >= version; }
+  /// A number of things that follow, of four or eight bytes as the file has it; and a class' tag.
+  /// Throw as the reader of primitives does.
   std::uint32_t ReadCount();
   std::int32_t ReadTag();
   /// Appends moves to a section, or to any level above.
@@ -87,6 +91,7 @@ class KANDREL_API zvBICadcamTypes1 : public zvBICadcamTypes {
   using zvBICadcamTypes::ReadToolPath;
 
   void ReadToolPath(zvToolPath& toolpath) override;
+  /// A level of the tree: it is added to what is there. Throw as ReadSection does.
   virtual void ReadPass(zvTPPass& pass);
   virtual void ReadSlice(zvTPSlice& slice);
   /// Throws zvcadcamException 2639 for a tag that is neither contour nor link. A link's type is
@@ -102,6 +107,7 @@ class KANDREL_API zvBICadcamTypes1 : public zvBICadcamTypes {
 /// Reads the type of a link, which is stored since version 72.
 class KANDREL_API zvBICadcamTypes2 : public zvBICadcamTypes1 {
  public:
+  /// As the class above both: `lostData` may be null, and all that is given outlives the reader.
   zvBICadcamTypes2(misc::zvBinInputStream& stream, std::uint32_t version, bool compact,
                    std::vector<misc::zvBILostData>* lostData, bool wideStrings, bool sizes64)
       : zvBICadcamTypes1(stream, version, compact, lostData, wideStrings, sizes64) {}

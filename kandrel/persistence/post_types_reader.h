@@ -47,6 +47,7 @@ class KANDREL_API zvBIPostTypes {
   zvBIPostTypes(const zvBIPostTypes&) = delete;
   zvBIPostTypes& operator=(const zvBIPostTypes&) = delete;
 
+  /// The first and the last version whose records it reads.
   static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
     return persistence::kLowestRecordVersion;
   }
@@ -144,6 +145,7 @@ class KANDREL_API zvBIPostTypes {
 /// class throws zvPostException 2503.
 class KANDREL_API zvPostedVisitorBinInput : public zvPostedVisitor {
  public:
+  /// Reads through `reader` into `move`; both outlive it.
   zvPostedVisitorBinInput(zvBIPostTypes& reader, zvPostedTP::MovePointer& move)
       : m_reader(reader), m_move(move) {}
 

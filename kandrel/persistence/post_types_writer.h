@@ -33,6 +33,7 @@ class KANDREL_API zvBOPostTypes {
   explicit zvBOPostTypes(misc::zvBinOutputStream& stream, bool compact = false)
       : m_basic(stream, compact) {}
 
+  /// In the newest layout, as docs/formats has it.
   void Write(const zv5axControlDef& control);
   void Write(const zvKDRParam& parameters);
   /// Throws zvPostException 5043 where the number of axes is not that of the definition's class,
@@ -67,6 +68,7 @@ class KANDREL_API zvBOPostTypes {
 /// no class throws zvException 2183 "Abstract function called".
 class KANDREL_API zvPostedVisitorBinOutput : public zvPostedVisitor {
  public:
+  /// Writes through `writer`, which outlives it.
   explicit zvPostedVisitorBinOutput(zvBOPostTypes& writer) : m_writer(writer) {}
 
   void Visit(const zvPosted6axMove& move) override;

@@ -17,11 +17,13 @@ class KANDREL_API zvKDRWriterParam {
 
   /// The application gives the values their meaning.
   enum OutputCoordinatesType : std::int32_t { outputCoordinatesDefault = 0 };
+  /// Of the NC text; the application gives the values their meaning.
   enum OutputNCFormat : std::int32_t { outputNCFormatDefault = 0 };
 
   /// `units` are carried like all else, and not checked.
   explicit zvKDRWriterParam(Units units) : m_units(units) {}
 
+  /// All are carried as they are; the application gives them their meaning.
   bool GetOutputAbsoluteMachineCoordsFlag() const noexcept { return m_outputAbsolute; }
   void SetOutputAbsoluteMachineCoordsFlag(bool value) noexcept { m_outputAbsolute = value; }
   Units GetUnits() const noexcept { return m_units; }

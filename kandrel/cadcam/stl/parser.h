@@ -37,12 +37,14 @@ class KANDREL_API zvParser {
   const misc::zvAutoPointer<T>& GetResult() const noexcept { return m_result; }
 
  protected:
+  /// The parser fills `result` and shares it with the caller.
   explicit zvParser(misc::zvAutoPointer<T> result) : m_result(std::move(result)) {}
   zvParser(const zvParser&) = default;
   zvParser& operator=(const zvParser&) = default;
 
   /// The line that is being read, without its end, and its number from 1.
   std::string_view m_line;
+  /// The number of the line, from 1.
   int m_number = 0;
 
  private:

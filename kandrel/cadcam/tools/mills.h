@@ -72,6 +72,7 @@ class KANDREL_API zvSlotMill final
   /// Compares the first radius of a revolved arbor with that of the tool.
   class KANDREL_API ArborSolidValidator : public zvRevolvedSolidVisitor<double> {
    public:
+    /// `toolRadius` is half the tool's diameter, in the arbor's units.
     explicit ArborSolidValidator(double toolRadius) : m_toolRadius(toolRadius) {}
     using zvRevolvedSolidVisitor::Visit;
     void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
@@ -82,6 +83,8 @@ class KANDREL_API zvSlotMill final
 
   using zvTypedTool::zvTypedTool;
   zvSlotMill() = default;
+  /// `length` is flute length and shoulder length in one; in the second form with a shoulder of its
+  /// own. Lengths are in `units`.
   zvSlotMill(double diameter, const Holder& holder, double length, const Arbor& arbor,
              double cornerRadius, cadcam::cornerRadiusType type, Units units);
   zvSlotMill(double diameter, const Holder& holder, double length, const Arbor& arbor,
@@ -151,6 +154,7 @@ class KANDREL_API zvBarrelMill final
 
   using zvTypedTool::zvTypedTool;
   zvBarrelMill() = default;
+  /// Lengths are in `units`; in the second form with a shoulder of its own.
   zvBarrelMill(double upperDiameter, double diameter, const Holder& holder, double shoulderLength,
                double fluteLength, const Arbor& arbor, double cornerRadius, double profileRadius,
                Units units);

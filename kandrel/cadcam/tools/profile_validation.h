@@ -61,6 +61,7 @@ class KANDREL_API zvProfileValidation {
   };
   using Points = std::vector<geoDef::zv2dPoint<double>>;
 
+  /// Throws with these ids; the class that derives from this one says which.
   explicit zvProfileValidation(const Reports& reports) : m_reports(reports) {}
   zvProfileValidation(const zvProfileValidation&) = default;
   zvProfileValidation& operator=(const zvProfileValidation&) = default;

@@ -30,6 +30,8 @@ class KANDREL_API zvTool : public measures::zvMeasurable {
   using Holder = zvHolderDefinition<double>;
   using Arbor = zvArborDefinition<double>;
 
+  /// Holder and arbor, which belong to the tool, and the length from the tip to the arbor, in the
+  /// tool's units.
   virtual const Holder& GetHolder() const = 0;
   virtual const Arbor& GetArbor() const = 0;
   virtual double GetShoulderLength() const = 0;
@@ -79,6 +81,7 @@ class KANDREL_API zvRevolvedTool : public zvTool {
     void Visit(const zvExtrudedSolidDefinition<double>& solid) override;
     void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
   };
+  /// The same of an arbor.
   class KANDREL_API ArborValidator : public zvRevolvedSolidVisitor<double> {
    public:
     using zvRevolvedSolidVisitor::Visit;
@@ -94,6 +97,7 @@ class KANDREL_API zvRevolvedTool : public zvTool {
   const Arbor& GetArbor() const override { return m_arbor; }
 
  protected:
+  /// Whether a constructor checks its values.
   enum class Checks { none, all };
 
   /// With checks: throws zvcadcamException 2106 "Couldn't construct a zvRevolvedTool object",

@@ -58,6 +58,7 @@ enum class zvToolParameter {
 
 /// One parameter: where it is kept and what it may be.
 struct zvToolParameterRow {
+  /// What a parameter is: it decides unit and check.
   enum class Kind { length, angle, cornerRadiusType, count };
   using Field = std::variant<double zvToolNumbers::*, cornerRadiusType zvToolNumbers::*,
                              std::uint32_t zvToolNumbers::*>;

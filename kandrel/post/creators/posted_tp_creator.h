@@ -37,6 +37,7 @@
 ///    second reference, once what Post returned is gone. It may outlive the creator then.
 class KANDREL_API zvPostedTPCreator {
  public:
+  /// The class of a creator; instanceBase for one of no known class.
   enum InstanceType : std::int32_t {
     instanceBase = 0,
     instance3ax = 1,
@@ -53,6 +54,7 @@ class KANDREL_API zvPostedTPCreator {
   /// Empties the posted list, also for whoever shares it; does nothing before the first posting.
   virtual void ClearPostedList() = 0;
 
+  /// What the creator was given and refers to.
   const post::zv5axControlDef& GetControlDef() const noexcept { return m_controlDef; }
   const post::zvKDRParam& GetPar() const noexcept { return m_par; }
   /// Added to every part position on the way to machine coordinates, in the machine's units.
@@ -92,11 +94,14 @@ class KANDREL_API zvPostedTPCreator {
   zvPostedTPCreator& operator=(const zvPostedTPCreator&) = delete;
 
  protected:
+  /// For derived classes, which say how long control, parameters and part origin must live.
   zvPostedTPCreator(const post::zv5axControlDef& control, const post::zvKDRParam& par,
                     const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
   /// The copy has a matrix of its own; its instance type restarts at 0.
   zvPostedTPCreator(const zvPostedTPCreator& other);
 
+  /// For derived classes: the instance type, the parameters, which a creator may change while it
+  /// posts, and the report of the last Post.
   void SetInstanceType(InstanceType type) noexcept { m_instanceType = type; }
   post::zvKDRParam& Par() noexcept { return m_par; }
   void SetToleranceReport(const post::zvToleranceReport& report) noexcept {
@@ -104,6 +109,7 @@ class KANDREL_API zvPostedTPCreator {
   }
 
   using SectionIterator = std::list<misc::zvAutoPointer<cadcam::zvTPSection>>::const_iterator;
+  /// The type of a section. Throws as the public form does.
   post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
 
   /// Flattens a toolpath into an array of its move count (post::Flatten), aligned where a matrix is

@@ -34,6 +34,8 @@ class KANDREL_API zv5axKinematics {
                   double toolLengthCompensation);
   zv5axKinematics(const zv5axMachDef&, const Point&&, double) = delete;
 
+  /// Where the linear axes stand for a tip at `p_part`; the angles in degrees or by their turns, or
+  /// as the move has them.
   Point MachinePosition(const Point& p_part, double firstAngle, double secondAngle) const noexcept {
     return MachinePosition(p_part, zvTurn::OfDegrees(firstAngle), zvTurn::OfDegrees(secondAngle));
   }

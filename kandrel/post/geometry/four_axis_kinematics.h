@@ -47,6 +47,7 @@ class KANDREL_API zvOrientationCone {
     return IsNear(dir_tool) ? Onto(dir_tool) : dir_tool;
   }
 
+  /// The axis of the cone, a unit vector, and the cosine of half its opening.
   const Point& GetAxis() const noexcept { return m_axis; }
   double GetCosine() const noexcept { return m_cosine; }
 
@@ -108,6 +109,8 @@ class KANDREL_API zv4axKinematics {
   const zv4axConstants& GetConstants() const noexcept { return m_constants; }
   const Point& GetPartOrigin() const noexcept { return *m_partOrigin; }
 
+  /// Where the linear axes stand for a tip at `p_part`; the angle in degrees or by its turn, or as
+  /// the move has it.
   Point MachinePosition(const Point& p_part, double deg) const noexcept {
     return MachinePosition(p_part, zvTurn::OfDegrees(deg));
   }

@@ -49,8 +49,11 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
   /// and zvPostException 5039 where a direction or pivot is infinite or NaN.
   virtual void Normalize();
 
+  /// The direction in which the spindle points, from the tool's tip to the spindle, in the part's
+  /// frame.
   const Point& GetSpindleDirection() const noexcept { return m_spindleDirection; }
   void SetSpindleDirection(const Point& direction) noexcept { m_spindleDirection = direction; }
+  /// The number that stands for the class.
   NumbersOfAxes GetNumbersOfAxes() const noexcept { return m_numbersOfAxes; }
   /// Set by each class; a value that disagrees with the class is refused where it is used (5031,
   /// 5043).
@@ -60,6 +63,7 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
   void SetMinLimits(const Point& limits) noexcept { m_minLimits = limits; }
   void SetMaxLimits(const Point& limits) noexcept { m_maxLimits = limits; }
 
+  /// Where the linear axes point, in the part's frame.
   const Point& GetXAxisDirection() const noexcept { return m_axes.x; }
   const Point& GetYAxisDirection() const noexcept { return m_axes.y; }
   const Point& GetZAxisDirection() const noexcept { return m_axes.z; }
@@ -75,7 +79,9 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
   bool IsIdentityTransform() const noexcept { return m_isIdentityTransform; }
 
  protected:
+  /// For derived classes: the defaults.
   explicit zvMachDef(NumbersOfAxes numbersOfAxes);
+  /// For derived classes. Throws as the class says.
   zvMachDef(NumbersOfAxes numbersOfAxes, Units units, const Point& spindleDirection,
             const Point& minLimits, const Point& maxLimits, const Point& xAxisDirection,
             const Point& yAxisDirection, const Point& zAxisDirection);
@@ -107,6 +113,7 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
 class KANDREL_API zv3axMachDef : public zvMachDef {
  public:
   zv3axMachDef();
+  /// Throws as zvMachDef says.
   zv3axMachDef(Units units, const Point& spindleDirection, const Point& minLimits,
                const Point& maxLimits, const Point& xAxisDirection, const Point& yAxisDirection,
                const Point& zAxisDirection);

@@ -58,6 +58,7 @@ class KANDREL_API zvPostedMove {
   /// Calls the visitor's slot of the move's own class.
   virtual void AcceptVisitor(zvPostedVisitor& visitor) const;
 
+  /// The kind of section that the move comes from.
   Types GetType() const noexcept { return m_type; }
   void SetType(Types type) noexcept { m_type = type; }
   /// X, Y, Z of the machine's linear axes.
@@ -87,6 +88,7 @@ class KANDREL_API zvPostedMove {
                    bool inserted);
   bool HasNoExtended() const noexcept { return m_extended == nullptr; }
 
+  /// Those of the extended block; they throw where there is none, as SetExtended says.
   const Point& GetExtendedPoint() const { return Extended().GetExtendedPoint(); }
   const Point& GetExtendedVector() const { return Extended().GetExtendedVector(); }
   std::uint32_t GetExtendedId() const { return Extended().GetExtendedId(); }
@@ -137,7 +139,10 @@ class KANDREL_API zvPosted3axMove : public zvPostedMove {
 /// Adds the angle of the one rotary axis.
 class KANDREL_API zvPosted4axMove : public zvPostedMove {
  public:
+  /// At the origin with angle 0; a small move has no extended block.
   explicit zvPosted4axMove(bool smallMove) : zvPostedMove(smallMove) {}
+  /// `rotaryAngle` in degrees, all else as for zvPostedMove; the second form makes an extended
+  /// block.
   zvPosted4axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                   double rotaryAngle, double feed, bool rapid, Types type)
       : zvPostedMove(machinePosition, partPosition, orientation, feed, rapid, type),
@@ -152,6 +157,7 @@ class KANDREL_API zvPosted4axMove : public zvPostedMove {
 
   void AcceptVisitor(zvPostedVisitor& visitor) const override;
 
+  /// Degrees, as the axis stands: wound, or as the control wants it.
   double GetRotaryAngle() const noexcept { return m_rotaryAngle; }
   void SetRotaryAngle(double deg) noexcept { m_rotaryAngle = deg; }
   /// Adds `turns` times 360 degrees.
@@ -159,6 +165,7 @@ class KANDREL_API zvPosted4axMove : public zvPostedMove {
   /// The circular distance of the two angles, in [0, 180].
   double AngleDistance(const zvPosted4axMove& other) const noexcept;
 
+  /// As zvPostedMove, and the angles within 1e-12.
   bool operator==(const zvPosted4axMove& other) const;
 
  private:
@@ -177,7 +184,10 @@ enum zvPoleStatus : std::uint32_t {
 /// second.
 class KANDREL_API zvPosted5axMove : public zvPostedMove {
  public:
+  /// At the origin with angles 0; a small move has no extended block.
   explicit zvPosted5axMove(bool smallMove) : zvPostedMove(smallMove) {}
+  /// Angles in degrees, all else as for zvPostedMove; `poleStatus` is a zvPoleStatus; the second
+  /// form makes an extended block.
   zvPosted5axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                   double firstAngle, double secondAngle, std::uint32_t poleStatus, double feed,
                   bool rapid, Types type)
@@ -214,6 +224,7 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
   std::uint32_t GetPoleStatus() const noexcept { return m_poleStatus; }
   void SetPoleStatus(std::uint32_t status) noexcept { m_poleStatus = status; }
 
+  /// As zvPostedMove, the angles within 1e-12 and the pole status exactly.
   bool operator==(const zvPosted5axMove& other) const;
 
  private:
@@ -224,7 +235,9 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
 /// Adds the angles of three rotary axes.
 class KANDREL_API zvPosted6axMove : public zvPostedMove {
  public:
+  /// At the origin with angles 0; a small move has no extended block.
   explicit zvPosted6axMove(bool smallMove) : zvPostedMove(smallMove) {}
+  /// Angles in degrees, all else as for zvPosted5axMove; the second form makes an extended block.
   zvPosted6axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                   double firstAngle, double secondAngle, double thirdAngle,
                   std::uint32_t poleStatus, double feed, bool rapid, Types type)
@@ -265,6 +278,7 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
   std::uint32_t GetPoleStatus() const noexcept { return m_poleStatus; }
   void SetPoleStatus(std::uint32_t status) noexcept { m_poleStatus = status; }
 
+  /// As zvPostedMove, the angles within 1e-12 and the pole status exactly.
   bool operator==(const zvPosted6axMove& other) const;
 
  private:

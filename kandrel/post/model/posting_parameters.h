@@ -26,11 +26,13 @@ class KANDREL_API zvKDRParam {
     checkRotaryAxes = 2,  ///< nothing on a 3-axis machine
     checkAllAxes = 3,
   };
+  /// Which of the two solutions of its first move a posting takes. 5 axes alone.
   enum FirstMoveRule : std::int32_t {
     bySolutionIndex = 0,
     byFirstAxis = 1,   ///< the solution whose first axis lies nearer to firstMovePreferredAngle
     bySecondAxis = 2,  ///< the same with the second axis
   };
+  /// The solution that bySolutionIndex takes.
   enum SolutionIndex : std::int32_t {
     firstSolution = 0,
     mirrorSolution = 1,

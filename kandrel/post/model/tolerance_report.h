@@ -25,12 +25,15 @@ struct zvToleranceReport {
   double largestTip = 0;                 ///< of all such lines
   double largestAxis = 0;
 
+  /// Adds a block that leaves the path by more than the tolerance: the index of its later line,
+  /// that line's source, and how far tip and axis leave it, in the machine's units and in degrees.
   void Add(std::uint32_t index, std::int32_t source, double tip, double axis) noexcept {
     if (count < kMostLines) lines[count] = {index, source, tip, axis};
     ++count;
     largestTip = std::max(largestTip, tip);
     largestAxis = std::max(largestAxis, axis);
   }
+  /// Whether no block was added.
   bool IsHeld() const noexcept { return count == 0; }
   /// How many of `lines` are set.
   std::size_t GetLineCount() const noexcept { return count < kMostLines ? count : kMostLines; }

@@ -27,6 +27,7 @@ class KANDREL_API zvBlockRules {
   /// below what numbers hold at that size.
   zvBlockRules(const zvPathTolerance& tolerance, const zvKDRParam& par, double size);
 
+  /// What the rules were made with.
   const zvPathTolerance& GetTolerance() const noexcept { return m_tolerance; }
   double GetSize() const noexcept { return m_size; }
   /// maxAngleStep and interpolationDistance; 0 for none.

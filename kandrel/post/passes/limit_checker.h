@@ -51,6 +51,7 @@ class zvListLimits {
   using Traits = zvMoveTraits<Move>;
   using Ranges = std::array<zvRotaryRange, Traits::kAxes>;
 
+  /// `limitTolerance` is in degrees and lengths alike: what an axis may exceed its range by.
   template <class MachDef>
   zvListLimits(List& list, const MachDef& machDef, double limitTolerance)
       : m_list(list),

@@ -13,6 +13,7 @@ namespace post {
 /// One thing that is wrong with a line, or with the block that ends there. Lengths in the machine's
 /// units, angles in degrees, feeds in length and rotary speeds in degrees per minute.
 struct zvPostingFinding {
+  /// What is found of a line or block.
   enum Kind : std::int32_t {
     kTipOffWay = 0,  ///< the tip leaves its way by more than the tolerance: `value` is the bound
                      ///< of its distance
@@ -68,6 +69,7 @@ struct zvPostingVerdict {
   std::vector<zvPostingFinding> findings;
   std::array<std::uint64_t, zvPostingFinding::kKinds> counts{};
 
+  /// Whether nothing was found.
   bool IsClean() const noexcept {
     for (const std::uint64_t count : counts)
       if (count != 0) return false;
@@ -86,6 +88,7 @@ struct zvVerifiedBlock {
 class KANDREL_API zvBlockSink {
  public:
   virtual ~zvBlockSink();
+  /// Called once for each block, in the order of the lines; what it throws ends the verification.
   virtual void Take(const zvVerifiedBlock& block) = 0;
 };
 

@@ -74,6 +74,7 @@ class KANDREL_API zvPostingVerifier {
   zvPostingVerifier(const zvMachDef& machDef, const zv5axControlDef& control,
                     const Point& partOrigin, double toolLengthCompensation);
 
+  /// What the posting must keep to; a change counts for verifications that begin later.
   const zvVerifierRules& GetRules() const noexcept { return m_rules; }
   void SetRules(const zvVerifierRules& rules) { m_rules = rules; }
 

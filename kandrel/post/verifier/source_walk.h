@@ -27,6 +27,7 @@ class zvSourceWalk {
   /// How many moves are looked at ahead.
   static constexpr std::size_t kAhead = 16;
 
+  /// Refers to the toolpath, which must outlive the walk; stands before its first move.
   zvSourceWalk(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
       : m_reader(toolpath, alignment), m_count(static_cast<std::int64_t>(toolpath.GetMoveCount())) {
     Fill(1);
