@@ -100,7 +100,7 @@ class KANDREL_API zvTPSLinkVisitor : public zvTPSVisitor {
   void Visit(const zvTPContour&) override { m_isLink = false; }
   void Visit(const zvTPSection&) override { m_isLink = false; }
 
-  /// Of the section visited last: whether it is a link, and of which type; 0 for a contour.
+  /// Whether the section visited last is a link; and the type of the link visited last.
   bool IsLink() const noexcept { return m_isLink; }
   std::uint32_t GetLinkType() const noexcept { return m_linkType; }
 

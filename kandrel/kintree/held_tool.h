@@ -40,7 +40,7 @@ class KANDREL_API mkdHeldTool : public mkdDynamicGeometry {
   mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appearances appearances, Units units);
 
   /// The tool, shared; and the largest distance of a chord of its meshes from the curve, in the
-  /// tool's units.
+  /// object's units.
   const Tool& GetTool() const noexcept { return m_tool; }
   double GetTolerance() const noexcept { return m_tolerance; }
 

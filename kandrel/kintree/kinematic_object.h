@@ -136,7 +136,7 @@ class KANDREL_API mkdCoordinateTransform : public mkdKinematicObject {
   void AcceptVisitor(mkdKOVisitor& visitor) override;
 
  protected:
-  /// For derived classes: the identity. Throws as mkdKinematicObject does.
+  /// For derived classes, with kinds of their own; the matrices are the identity.
   mkdCoordinateTransform(std::wstring name, std::span<const std::uint8_t> kindTags, Units units);
 
  private:

@@ -46,7 +46,7 @@ class KANDREL_API mkdKinematicTree : public mkdKinematicTreeInterface {
   };
 
   mkdKinematicTree() = default;
-  /// A deep copy: the objects are cloned.
+  /// Nodes of its own for the same objects: property 3.
   mkdKinematicTree(const mkdKinematicTree& other);
   mkdKinematicTree& operator=(const mkdKinematicTree&) = delete;
   ~mkdKinematicTree() override;

@@ -57,7 +57,7 @@ class KANDREL_API mkdKOConstVisitor {
 /// outside a walk, and not owned.
 class KANDREL_API mkdKOSimVisitor : public mkdKOVisitor {
  public:
-  /// The node of the object that is visited next, null for none; it must outlive the visit.
+  /// The node of the object that is being visited.
   void SetCurrentNode(const accessortreenode* node) noexcept { m_currentNode = node; }
   const accessortreenode* GetCurrentNode() const noexcept { return m_currentNode; }
 
@@ -67,7 +67,7 @@ class KANDREL_API mkdKOSimVisitor : public mkdKOVisitor {
 /// The same for objects that it may not change.
 class KANDREL_API mkdKOSimConstVisitor : public mkdKOConstVisitor {
  public:
-  /// The node of the object that is visited next, null for none; it must outlive the visit.
+  /// The node of the object that is being visited.
   void SetCurrentNode(const accessortreenode* node) noexcept { m_currentNode = node; }
   const accessortreenode* GetCurrentNode() const noexcept { return m_currentNode; }
 

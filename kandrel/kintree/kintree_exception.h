@@ -40,7 +40,7 @@ class KANDREL_API zvFileAccessException
   /// What was tried.
   enum Access : int { kOpen = 0, kRead = 1, kWrite = 2 };
 
-  /// `previous` is the cause, copied, or null.
+  /// `previous` is the cause, or null.
   zvFileAccessException(const std::wstring& fileName, Access access,
                         const misc::zvException* previous = nullptr);
 };
@@ -64,7 +64,7 @@ class KANDREL_API zvMachineSimulatorException
     kDuplicateIdentifier = 5,
   };
 
-  /// A reason beyond these has no text. `previous` is the cause, copied, or null.
+  /// A reason beyond these has no text. `previous` is the cause, or null.
   explicit zvMachineSimulatorException(std::uint32_t reason, const std::wstring& detail = {},
                                        const misc::zvException* previous = nullptr);
 };

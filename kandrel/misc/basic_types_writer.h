@@ -51,7 +51,7 @@ class KANDREL_API zvBOBasicTypes {
     /// Begins at `next`, which the caller keeps large enough.
     explicit Unchecked(char* next) : m_next(next) {}
 
-    /// Each writes the value, little-endian, and steps behind it.
+    /// Each writes the value and steps behind it.
     void WriteByte(std::uint8_t value) { Put(value); }
     void WriteInt(std::int32_t value) { Put(value); }
     void WriteUnsigned(std::uint32_t value) { Put(value); }

@@ -63,7 +63,7 @@ class KANDREL_API zvRangeException : public zvExceptionOf<zvRangeException<T>> {
 template <class T>
 class KANDREL_API zvIdxRangeException : public zvExceptionOf<zvIdxRangeException<T>> {
  public:
-  /// Its text names both; `previous` is the cause, copied, or null.
+  /// Its text names both; `previous` is the cause, or null.
   zvIdxRangeException(T maximum, T index, const zvException* previous = nullptr)
       : zvExceptionOf<zvIdxRangeException<T>>(0,
                                               L"Index out of bounds. Max index accepted: " +
@@ -86,7 +86,7 @@ class KANDREL_API zvIdxRangeException : public zvExceptionOf<zvIdxRangeException
 template <class T>
 class KANDREL_API zvDiscreteValueException : public zvExceptionOf<zvDiscreteValueException<T>> {
  public:
-  /// `previous` is the cause, copied, or null.
+  /// `previous` is the cause, or null.
   explicit zvDiscreteValueException(T value, const zvException* previous = nullptr)
       : zvExceptionOf<zvDiscreteValueException<T>>(
             0, L"Discrete variable doesn't support passed value", previous),

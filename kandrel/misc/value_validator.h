@@ -35,7 +35,7 @@ template <class T>
 class KANDREL_API zvValueValidator {
  public:
   virtual ~zvValueValidator() = default;
-  /// Whether the value is admissible; false for what is not a number.
+  /// Whether the value is admissible.
   virtual bool IsValid(const T& value) const = 0;
   /// By default the visitor's slot of other kinds.
   virtual void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) { visitor.Visit(*this); }

@@ -62,8 +62,8 @@ class KANDREL_API zvBICadcamTypes {
 
   /// Whether the records are of this version or a later one.
   bool Since(std::uint32_t version) const noexcept { return m_version >= version; }
-  /// A number of things that follow, of four or eight bytes as the file has it; and a class' tag.
-  /// Throw as the reader of primitives does.
+  /// A number of things that follow, and the tag of a class. Throw as the reader of primitives
+  /// does.
   std::uint32_t ReadCount();
   std::int32_t ReadTag();
   /// Appends moves to a section, or to any level above.

@@ -89,7 +89,7 @@ class zv2dContour {
   /// Of these elements, in this order.
   explicit zv2dContour(std::vector<zv2dElement<T>> elements) : m_elements(std::move(elements)) {}
 
-  /// The elements in their order; a change of the contour makes the reference's contents follow it.
+  /// The elements in their order.
   const std::vector<zv2dElement<T>>& GetElements() const noexcept { return m_elements; }
   bool IsEmpty() const noexcept { return m_elements.empty(); }
   /// Puts an element behind the others.

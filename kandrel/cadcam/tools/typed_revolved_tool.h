@@ -22,7 +22,7 @@ class KANDREL_API zvTypedRevolvedTool : public zvRevolvedTool {
     /// Throws zvmeasuresException 2141 for unknown units, and as the setters do.
     zvShoulderDefinitionExtender(double shoulderDiameter, double shoulderBaseLength, Units units);
 
-    /// Diameter, and length from the tip to the shoulder's base, in the definition's units.
+    /// The diameter, and how far from the tip the shoulder reaches, in the definition's units.
     double GetShoulderDiameter() const noexcept { return m_diameter; }
     double GetShoulderBaseLength() const noexcept { return m_baseLength; }
     /// Throw zvcadcamException 2185 for a diameter and 2186 for a length that is not above 1e-12.

@@ -54,7 +54,7 @@ class KANDREL_API zvPostedTPCreator {
   /// Empties the posted list, also for whoever shares it; does nothing before the first posting.
   virtual void ClearPostedList() = 0;
 
-  /// What the creator was given and refers to.
+  /// The control definition that the creator refers to, and its own copy of the parameters.
   const post::zv5axControlDef& GetControlDef() const noexcept { return m_controlDef; }
   const post::zvKDRParam& GetPar() const noexcept { return m_par; }
   /// Added to every part position on the way to machine coordinates, in the machine's units.
@@ -94,14 +94,15 @@ class KANDREL_API zvPostedTPCreator {
   zvPostedTPCreator& operator=(const zvPostedTPCreator&) = delete;
 
  protected:
-  /// For derived classes, which say how long control, parameters and part origin must live.
+  /// For derived classes. Control and part origin are referred to, the parameters copied:
+  /// properties 1 and 2.
   zvPostedTPCreator(const post::zv5axControlDef& control, const post::zvKDRParam& par,
                     const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
   /// The copy has a matrix of its own; its instance type restarts at 0.
   zvPostedTPCreator(const zvPostedTPCreator& other);
 
-  /// For derived classes: the instance type, the parameters, which a creator may change while it
-  /// posts, and the report of the last Post.
+  /// For derived classes: the instance type, the creator's own copy of the parameters, and the
+  /// report of the last Post.
   void SetInstanceType(InstanceType type) noexcept { m_instanceType = type; }
   post::zvKDRParam& Par() noexcept { return m_par; }
   void SetToleranceReport(const post::zvToleranceReport& report) noexcept {

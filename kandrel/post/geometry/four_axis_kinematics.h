@@ -47,7 +47,7 @@ class KANDREL_API zvOrientationCone {
     return IsNear(dir_tool) ? Onto(dir_tool) : dir_tool;
   }
 
-  /// The axis of the cone, a unit vector, and the cosine of half its opening.
+  /// The axis of the cone, a unit vector, and the cosine of the angle between it and the spindle.
   const Point& GetAxis() const noexcept { return m_axis; }
   double GetCosine() const noexcept { return m_cosine; }
 

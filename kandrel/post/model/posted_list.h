@@ -25,7 +25,7 @@ class zvPostedList {
     }
   }
 
-  /// The present list, shared; null until Renew.
+  /// The present list, shared; null until Renew or Set.
   Pointer& Get() noexcept { return m_list; }
   const Pointer& Get() const noexcept { return m_list; }
 

@@ -58,7 +58,7 @@ class KANDREL_API zvPostedMove {
   /// Calls the visitor's slot of the move's own class.
   virtual void AcceptVisitor(zvPostedVisitor& visitor) const;
 
-  /// The kind of section that the move comes from.
+  /// The link that the move lies on, or none.
   Types GetType() const noexcept { return m_type; }
   void SetType(Types type) noexcept { m_type = type; }
   /// X, Y, Z of the machine's linear axes.
@@ -88,7 +88,9 @@ class KANDREL_API zvPostedMove {
                    bool inserted);
   bool HasNoExtended() const noexcept { return m_extended == nullptr; }
 
-  /// Those of the extended block; they throw where there is none, as SetExtended says.
+  /// What the extended block holds: contact point and vector in the part's frame, the caller's id,
+  /// the index of the toolpath move, and whether a pass has put the move in. All throw
+  /// zvPostException 5048 where there is no block.
   const Point& GetExtendedPoint() const { return Extended().GetExtendedPoint(); }
   const Point& GetExtendedVector() const { return Extended().GetExtendedVector(); }
   std::uint32_t GetExtendedId() const { return Extended().GetExtendedId(); }

@@ -26,7 +26,7 @@ class KANDREL_API zvKDRParam {
     checkRotaryAxes = 2,  ///< nothing on a 3-axis machine
     checkAllAxes = 3,
   };
-  /// Which of the two solutions of its first move a posting takes. 5 axes alone.
+  /// Which of the two solutions of its first move a posting takes, on machines that have two.
   enum FirstMoveRule : std::int32_t {
     bySolutionIndex = 0,
     byFirstAxis = 1,   ///< the solution whose first axis lies nearer to firstMovePreferredAngle

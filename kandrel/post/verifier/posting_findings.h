@@ -88,7 +88,8 @@ struct zvVerifiedBlock {
 class KANDREL_API zvBlockSink {
  public:
   virtual ~zvBlockSink();
-  /// Called once for each block, in the order of the lines; what it throws ends the verification.
+  /// Called once for each feed block, in the order of the lines; what it throws ends the
+  /// verification.
   virtual void Take(const zvVerifiedBlock& block) = 0;
 };
 
