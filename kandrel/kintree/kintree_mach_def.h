@@ -44,7 +44,7 @@ struct zvCollisionCheck {
 
 /// A source file that is run before a simulation, and the instance it makes.
 struct zvPreprocessor {
-  std::wstring fileName;
+  std::wstring fileName;  ///< as the machine file has it
   std::wstring instanceName;
 };
 

@@ -26,7 +26,7 @@ namespace post {
 struct zvRotarySolution {
   double firstAngle = 0;
   double secondAngle = 0;
-  cadcam::zvTPoint3d<double> position;
+  cadcam::zvTPoint3d<double> position;  ///< in the machine's units
 };
 
 /// Both ways, with the pole status that zvPosted5axMove has.

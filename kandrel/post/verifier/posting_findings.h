@@ -41,9 +41,9 @@ struct zvPostingFinding {
   std::uint64_t line = 0;    ///< counted from 0; of a block, its later line
   std::int64_t source = -1;  ///< the move of the flattened toolpath that the line runs to; -1: none
   int axis = -1;             ///< 0 to 2 linear, 3 to 5 rotary; -1 where no axis is meant
-  double value = 0;
-  double bound = 0;
-  double excess = 0;  ///< how far the value lies beyond the bound, never negative
+  double value = 0;          ///< what the kind says
+  double bound = 0;          ///< what it is held against, for kinds that name one
+  double excess = 0;         ///< how far the value lies beyond the bound, never negative
 };
 
 /// The outcome of a verification.

@@ -28,11 +28,11 @@ struct zvVerifiedMachine;
 struct zvPostedLine {
   using Point = cadcam::zvTPoint3d<double>;
 
-  Point p_mach;
+  Point p_mach;                  ///< positions of the linear axes
   std::array<double, 3> degs{};  ///< 0 for an axis that the machine lacks
-  Point p_part;
-  Point dir_tool{0, 0, 1};
-  double feed = 0;
+  Point p_part;                  ///< the tip in the part's frame
+  Point dir_tool{0, 0, 1};       ///< from the tip towards the spindle
+  double feed = 0;               ///< length per minute
   bool isRapid = false;
   /// The move of the flattened toolpath that the line comes from; -1 where that isn't known: then
   /// also `isInserted` is not, and places tell which line is a move of the toolpath.
