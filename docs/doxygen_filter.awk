@@ -60,12 +60,15 @@ END {
     }
     if (count > 1) {
       for (j = first; j <= last; ++j) told[j]
-      begins[first]
+      # One block, whose first line has the group's mark in front.
+      for (j = first; is_comment(line[j]); ++j) sub(/\/\/\/ ?/, "", line[j])
+      line[first] = "/**@{*/ /** " line[first]
+      line[j - 1] = line[j - 1] " */"
       ends[last + 1]
     }
   }
   for (i = 1; i <= NR; ++i) {
-    if (line[i] !~ /^ *(\/\/.*)?$/) {
+    if (line[i] !~ /^ *(\/\/.*)?$/ && line[i] !~ /^\/\*\*/) {
       level = indent(line[i])
       is_type[level] = line[i] ~ /^ *(struct|class|union) /
     }
@@ -79,5 +82,5 @@ END {
     }
   }
   for (i = 1; i <= NR; ++i)
-    print (i in ends ? "/**@}*/ " : "") (i in begins ? "/**@{*/ " : "") (line[i] == "//" ? "" : line[i])
+    print (i in ends ? "/**@}*/ " : "") (line[i] == "//" ? "" : line[i])
 }

@@ -32,6 +32,7 @@ struct zvTPoint3d {
 
   /// The origin, or the zero vector.
   constexpr zvTPoint3d() = default;
+  /// Of these components.
   constexpr zvTPoint3d(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
 
   constexpr bool operator==(const zvTPoint3d&) const = default;

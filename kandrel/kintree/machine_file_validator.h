@@ -52,6 +52,7 @@ class KANDREL_API zvMachDefVisitorFor1_3XML final : public mkdMSHelperKOVisitor 
   /// Both as of the last walk or visit: true after a toolpath; null without the transform.
   bool HasToolpath() const noexcept { return m_hasToolpath; }
   const mkdKinematicObjectPointer& GetTransform() const noexcept { return m_transform; }
+  /// As given to the constructor.
   const std::wstring& GetMachineFileName() const noexcept { return m_machineFileName; }
 
   using mkdMSHelperKOVisitor::Visit;

@@ -59,6 +59,7 @@ KANDREL_API std::uint64_t ProcessNumber() noexcept;
 struct ThreadEnd {
   /// Called with this object when the thread ends; it must not throw.
   void (*run)(ThreadEnd& end) noexcept = nullptr;
+  /// The next of the same thread, for the list that they form.
   ThreadEnd* next = nullptr;
 };
 

@@ -37,6 +37,7 @@ class zvTreeNode {
   const T& GetValue() const noexcept { return m_value; }
   /// Null for the root.
   const zvTreeNode* GetParent() const noexcept { return m_parent; }
+  /// In the order in which they were added.
   const Children& GetChildren() const noexcept { return m_children; }
 
  private:

@@ -42,6 +42,7 @@ class KANDREL_API zvBICadcamTypes {
   virtual std::uint32_t GetUpperKnownBinVersion() const noexcept;
   /// Throws zvmeasuresException 2141 for other units than metric and inch.
   virtual void ReadUnits(Units& value);
+  /// A move of this class. Throws as the reading of any move does.
   virtual void ReadMove(zv5axMove& move);
   virtual void ReadMove(zv3axMove& move);
   /// A move of the class that its tag names. Throws zvcadcamException 2637 for a tag of none.
@@ -97,6 +98,8 @@ class KANDREL_API zvBICadcamTypes1 : public zvBICadcamTypes {
   /// Throws zvcadcamException 2639 for a tag that is neither contour nor link. A link's type is
   /// taken as it stands.
   virtual void ReadSection(misc::zvAutoPointer<zvTPSection>& section);
+  /// The moves of a section whose tag has been read; since version 72 the type of a link behind
+  /// them.
   virtual void ReadContour(zvTPContour& contour);
   virtual void ReadLink(zvTPLink& link);
 

@@ -41,6 +41,7 @@ class KANDREL_API zvBOPostTypes {
   void Write(const zvMachDef& machDef);
   /// Throws "Accessing NULL pointer" for a builder without a definition.
   void Write(const zvMachDefBuilder& builder);
+  /// A move by the record of its class.
   void Write(const zvPosted6axMove& move);
   void Write(const zvPosted5axMove& move);
   void Write(const zvPosted4axMove& move);
@@ -50,6 +51,7 @@ class KANDREL_API zvBOPostTypes {
   void Write(const ListPointer<zvPosted5axMove>& list);
   void Write(const ListPointer<zvPosted4axMove>& list);
   void Write(const ListPointer<zvPosted3axMove>& list);
+  /// The matrix, or a mark that there is none.
   void Write(const zvAlignMatrix& matrix);
   /// The class of the first move stands for all: a toolpath of mixed classes can't be read again.
   /// Throws "Accessing NULL pointer" for a null move and zvException 2183 for one of no class.

@@ -36,6 +36,7 @@ class KANDREL_API zvKDRWriterParam {
   /// The same for 3 to 6 names by the number of axes; zvPostException 5031 for a number that is
   /// none.
   void SetAxisNames(const std::vector<std::wstring>& names, post::zvMachDef::NumbersOfAxes kind);
+  /// All are carried as they are; the application gives them their meaning.
   std::wstring GetToolComment() const { return m_toolComment; }
   void SetToolComment(const std::wstring& text) { m_toolComment = text; }
   std::wstring GetToolPathComment() const { return m_toolPathComment; }

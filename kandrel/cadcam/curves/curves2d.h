@@ -91,6 +91,7 @@ class zv2dContour {
 
   /// The elements in their order.
   const std::vector<zv2dElement<T>>& GetElements() const noexcept { return m_elements; }
+  /// Whether there are none.
   bool IsEmpty() const noexcept { return m_elements.empty(); }
   /// Puts an element behind the others.
   void Add(zv2dElement<T> element) { m_elements.push_back(std::move(element)); }

@@ -28,6 +28,8 @@ class KANDREL_API zvParser {
   virtual void UnknownKeyword(std::string_view /*word*/) {
     throw zvParserException(zvParserException::kUnknownKeyword, nullptr, m_number);
   }
+  /// Hooks around Parse and around each line: the parser of a format fills them in, this one
+  /// refuses.
   virtual void BeforeParse() { Refuse(); }
   virtual void AfterParse() { Refuse(); }
   virtual void OnLine() { Refuse(); }

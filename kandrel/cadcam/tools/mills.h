@@ -14,6 +14,7 @@ namespace cadcam {
 class KANDREL_API zvEndMill final : public zvTypedToolOf<zvEndMill> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -21,6 +22,7 @@ class KANDREL_API zvEndMill final : public zvTypedToolOf<zvEndMill> {
 class KANDREL_API zvSpherMill final : public zvTypedToolOf<zvSpherMill> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -29,6 +31,7 @@ class KANDREL_API zvSpherMill final : public zvTypedToolOf<zvSpherMill> {
 class KANDREL_API zvBullMill final : public zvTypedToolOf<zvBullMill, zvHasCornerRadius> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -41,6 +44,7 @@ class KANDREL_API zvFaceMill final
                            zvHasCornerRadiusType> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -48,6 +52,7 @@ class KANDREL_API zvFaceMill final
 class KANDREL_API zvRadMill final : public zvTypedToolOf<zvRadMill, zvHasRadius> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -60,6 +65,7 @@ class KANDREL_API zvChamferMill final
                            zvHasCornerRadiusType> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -90,6 +96,7 @@ class KANDREL_API zvSlotMill final
   zvSlotMill(double diameter, const Holder& holder, double length, const Arbor& arbor,
              double cornerRadius, cadcam::cornerRadiusType type,
              const zvShoulderDefinitionExtender& shoulder, Units units);
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -99,6 +106,7 @@ class KANDREL_API zvTaperMill final
     : public zvTypedToolOf<zvTaperMill, zvHasCornerRadius, zvHasTaperAngle, zvHasCornerRadiusType> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -109,6 +117,7 @@ class KANDREL_API zvDoveMill final
     : public zvTypedToolOf<zvDoveMill, zvHasCornerRadius, zvHasCornerRadiusType, zvHasTaperAngle> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 
   /// Diameter at the end of the flutes.
@@ -136,6 +145,7 @@ class KANDREL_API zvLolMill final : public zvTypedToolOf<zvLolMill, zvHasNeckDia
   /// checks that all types share.
   zvLolMill(double diameter, const Holder& holder, double shoulderLength, double fluteLength,
             const Arbor& arbor, Units units);
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -161,6 +171,7 @@ class KANDREL_API zvBarrelMill final
   zvBarrelMill(double upperDiameter, double diameter, const Holder& holder, double shoulderLength,
                double fluteLength, const Arbor& arbor, double cornerRadius, double profileRadius,
                const zvShoulderDefinitionExtender& shoulder, Units units);
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -170,6 +181,7 @@ class KANDREL_API zvConvexTipMill final
     : public zvTypedToolOf<zvConvexTipMill, zvHasCornerRadius, zvHasTipRadius> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 

@@ -68,6 +68,7 @@ class KANDREL_API zvProfileValidation {
 
   /// Validate, with these as the points of property 1.
   void Validate(const Profile& profile, const Points& points) const;
+  /// Whether the profile has more than one element.
   static bool HasSeveralElements(const Profile& profile);
 
  private:

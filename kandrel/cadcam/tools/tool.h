@@ -37,10 +37,12 @@ class KANDREL_API zvTool : public measures::zvMeasurable {
   virtual double GetShoulderLength() const = 0;
   /// The arbor's height plus the shoulder length.
   virtual double GetTotalLength() const;
+  /// From the tip to where it ceases to cut, in the tool's units.
   virtual double GetFluteLength() const = 0;
   /// Both call the visitor's slot of the tool's own class or branch.
   virtual void AcceptVisitor(zvToolBranchVisitor& visitor) const = 0;
   virtual void AcceptVisitor(zvToolVisitor& visitor) const = 0;
+  /// The diameter in the tool's units; 0 for a lathe tool.
   virtual double GetDiameter() const = 0;
 
   /// Throw what zvHolderValidation and zvArborValidation report of a revolved solid. Of an extruded

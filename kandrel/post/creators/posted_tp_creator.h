@@ -62,6 +62,7 @@ class KANDREL_API zvPostedTPCreator {
   /// Length from the tool tip to the spindle's reference point along the spindle direction, in the
   /// machine's units.
   const double& GetToolLengthCompensationValue() const noexcept { return m_toolLengthCompensation; }
+  /// Of which class the creator is.
   const InstanceType& GetInstanceType() const noexcept { return m_instanceType; }
 
   /// May be null. A copy of the pointer shares the matrix.

@@ -82,6 +82,7 @@ class KANDREL_API zvBlockLaw {
   /// to those of the line before, for 32 lines at most, which adds 1e-14 of rounding. `station` is
   /// not `previous`.
   void MoveOn(const Station& previous, const Line& line, Station& station) const noexcept;
+  /// Where a line puts the tool.
   Pose PoseAt(const Line& line) const noexcept { return StationAt(line).pose; }
 
   /// Bounds without an angle's sine, some 40 ns: never too small, often far too large. For lines

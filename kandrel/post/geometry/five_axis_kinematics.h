@@ -57,6 +57,7 @@ class KANDREL_API zv5axKinematics {
 
   /// The tool's orientation in the part's frame, a unit vector. In radians.
   Point OrientationFromAnglesRad(double firstRad, double secondRad) const noexcept;
+  /// The same in degrees, and at the angles of a posted move.
   Point OrientationFromAngles(double firstDeg, double secondDeg) const noexcept;
   Point Orientation(const zvPosted5axMove& move) const noexcept {
     return OrientationFromAngles(move.GetAngle(0), move.GetAngle(1));

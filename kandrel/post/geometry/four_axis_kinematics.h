@@ -105,6 +105,7 @@ class KANDREL_API zv4axKinematics {
 
   /// The machine that they are of, with the default's units and limits.
   zv4axMachDef MachDef() const;
+  /// What they compute with; the part origin is the caller's.
   const zvOrientationCone& GetCone() const noexcept { return m_cone; }
   const zv4axConstants& GetConstants() const noexcept { return m_constants; }
   const Point& GetPartOrigin() const noexcept { return *m_partOrigin; }

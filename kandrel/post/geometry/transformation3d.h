@@ -14,9 +14,9 @@ class zvTransformation3d {
 
   /// The identity.
   zvTransformation3d() = default;
+  /// Of these two; nothing is checked.
   zvTransformation3d(const Rotation& rotation, const Point& translation)
       : m_rotation(rotation), m_translation(translation) {}
-  /// Of these two; nothing is checked.
 
   /// R and t.
   const Rotation& GetRotation() const noexcept { return m_rotation; }

@@ -88,6 +88,7 @@ class zvWayArc {
       return AngleOfSine(misc::Sqrt(squared));
     return IsAbove(t) ? AngleOfSine(Height(t)) : std::min(AngleTo(t, m_from), AngleTo(t, m_to));
   }
+  /// Whether the arc is a ray, the unit normal of its plane, and how far a point is off that plane.
   bool IsRay() const noexcept { return m_isRay; }
   const Point& GetNormal() const noexcept { return m_normal; }
   double Height(const Point& t) const noexcept { return std::fabs(Dot(m_normal, t)); }

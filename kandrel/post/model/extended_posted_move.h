@@ -45,6 +45,7 @@ class KANDREL_API zvExtendedPostedMove final {
     m_extendedPoint = point;
     m_hasExtendedData = true;
   }
+  /// These leave that mark as it is.
   void SetExtendedVector(const Point& vector) noexcept { m_extendedVector = vector; }
   void SetExtendedId(std::uint32_t id) noexcept { m_extendedId = id; }
   void SetHasExtendedData(bool value) noexcept { m_hasExtendedData = value; }

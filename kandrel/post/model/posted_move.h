@@ -45,10 +45,12 @@ class KANDREL_API zvPostedMove {
         m_feed(feed),
         m_type(type),
         m_rapid(rapid) {}
+  /// With an extended block that holds these.
   zvPostedMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                double feed, bool rapid, Types type, const Point& extendedPoint,
                const Point& extendedVector, std::uint32_t extendedId, bool hasExtendedData,
                std::int32_t sourceIndex, bool inserted);
+  /// A copy has a block of its own.
   zvPostedMove(const zvPostedMove& other);
   zvPostedMove(zvPostedMove&&) noexcept = default;
   zvPostedMove& operator=(const zvPostedMove& other);
@@ -70,6 +72,8 @@ class KANDREL_API zvPostedMove {
   /// Tool orientation in the same frame, from the tip towards the spindle.
   const Point& GetOrientation() const noexcept { return m_orientation; }
   void SetOrientation(const Point& orientation) noexcept { m_orientation = orientation; }
+  /// Whether it runs at rapid speed; and its feed in length per minute, which a rapid move carries
+  /// too.
   bool IsRapid() const noexcept { return m_rapid; }
   void SetRapid(bool rapid) noexcept { m_rapid = rapid; }
   double GetFeed() const noexcept { return m_feed; }
@@ -77,6 +81,7 @@ class KANDREL_API zvPostedMove {
   /// Carried, copied and compared, never computed.
   float GetReservedSingle() const noexcept { return m_reservedSingle; }
   void SetReservedSingle(float value) noexcept { m_reservedSingle = value; }
+  /// Seconds from the move before to this one.
   double GetMoveTime() const noexcept { return m_moveTime; }
   void SetMoveTime(double seconds) noexcept { m_moveTime = seconds; }
 
@@ -86,6 +91,7 @@ class KANDREL_API zvPostedMove {
   void SetExtended(const Point& extendedPoint, const Point& extendedVector,
                    std::uint32_t extendedId, bool hasExtendedData, std::int32_t sourceIndex,
                    bool inserted);
+  /// Whether it is a small move.
   bool HasNoExtended() const noexcept { return m_extended == nullptr; }
 
   /// What the extended block holds: contact point and vector in the part's frame, the caller's id,

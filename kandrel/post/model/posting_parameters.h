@@ -82,6 +82,7 @@ class KANDREL_API zvKDRParam {
   /// MaxAngleStep applies whether or not this is set.
   bool GetInterpolateByDistance() const noexcept { return m_interpolateByDistance; }
   void SetInterpolateByDistance(bool value) noexcept { m_interpolateByDistance = value; }
+  /// What is done about limits.
   LimitsCheck GetLimitsCheck() const noexcept { return m_limitsCheck; }
   void SetLimitsCheck(LimitsCheck value) noexcept { m_limitsCheck = value; }
   /// Slack of the rotary limit tests of a whole run.
@@ -93,8 +94,10 @@ class KANDREL_API zvKDRParam {
   /// Any value but 0 takes the mirror solution.
   SolutionIndex GetFirstMoveSolutionIndex() const noexcept { return m_firstMoveSolutionIndex; }
   void SetFirstMoveSolutionIndex(SolutionIndex value) noexcept { m_firstMoveSolutionIndex = value; }
+  /// The angle that FirstMoveRule prefers, degrees.
   double GetFirstMovePreferredAngle() const noexcept { return m_firstMovePreferredAngle; }
   void SetFirstMovePreferredAngle(double deg) noexcept { m_firstMovePreferredAngle = deg; }
+  /// Whether rapid moves are interpolated too.
   bool GetInterpolateRapidMoves() const noexcept { return m_interpolateRapidMoves; }
   void SetInterpolateRapidMoves(bool value) noexcept { m_interpolateRapidMoves = value; }
   /// Old files bring 0, which is none of the three.

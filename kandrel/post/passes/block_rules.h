@@ -33,6 +33,7 @@ class KANDREL_API zvBlockRules {
   /// maxAngleStep and interpolationDistance; 0 for none.
   double GetStep() const noexcept { return m_step; }
   double GetDistance() const noexcept { return m_distance; }
+  /// From now on steps of any length are taken.
   void ForgetDistance() noexcept { m_distance = 0; }
 
   /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the

@@ -41,6 +41,7 @@ class zvSourceWalk {
   const zvSourceMove& Last() const noexcept { return m_index == 0 ? Next() : m_last; }
   /// The next one; at the end the last.
   const zvSourceMove& Next() const noexcept { return m_filled == 0 ? m_last : m_ahead[m_first]; }
+  /// Whether no move is left.
   bool IsAtEnd() const noexcept { return m_filled == 0; }
   /// The one so many behind the next, which is 0; null behind the end or too far ahead.
   const zvSourceMove* Ahead(std::size_t distance) {
