@@ -32,6 +32,7 @@ struct zvTPoint3d {
 
   /// The origin, or the zero vector.
   constexpr zvTPoint3d() = default;
+  /// Of these components.
   constexpr zvTPoint3d(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
 
   constexpr bool operator==(const zvTPoint3d&) const = default;
@@ -42,6 +43,7 @@ struct zvTPoint3d {
     return axis == 0 ? x : axis == 1 ? y : z;
   }
 
+  /// Component by component.
   constexpr zvTPoint3d operator-() const { return {-x, -y, -z}; }
   constexpr zvTPoint3d& operator+=(const zvTPoint3d& p) { return *this = *this + p; }
   constexpr zvTPoint3d& operator-=(const zvTPoint3d& p) { return *this = *this - p; }

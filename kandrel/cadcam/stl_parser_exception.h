@@ -28,6 +28,7 @@ class KANDREL_API zvParserException : public misc::zvExceptionOf<zvParserExcepti
   static misc::zvMessageTable Table() noexcept;
 
  protected:
+  /// For derived classes: `line` counts from 1; `previous` is the cause, or null.
   zvParserException(std::uint32_t id, std::wstring text, const misc::zvException* previous,
                     int line);
 };

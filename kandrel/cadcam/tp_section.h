@@ -100,6 +100,7 @@ class KANDREL_API zvTPSLinkVisitor : public zvTPSVisitor {
   void Visit(const zvTPContour&) override { m_isLink = false; }
   void Visit(const zvTPSection&) override { m_isLink = false; }
 
+  /// Whether the section visited last is a link; and the type of the link visited last.
   bool IsLink() const noexcept { return m_isLink; }
   std::uint32_t GetLinkType() const noexcept { return m_linkType; }
 

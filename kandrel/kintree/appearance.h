@@ -11,8 +11,8 @@ namespace kintree {
 struct zvAppearance {
   cadcam::zvTPoint3d<float> colour;  ///< red, green, blue from 0 to 1
   float alpha = 0;                   ///< transparency
-  float reflectivity = 0;
-  std::wstring bitmapName{};  ///< path of the bitmap that is reflected; empty for none
+  float reflectivity = 0;            ///< of the surface
+  std::wstring bitmapName{};         ///< path of the bitmap that is reflected; empty for none
 
   bool operator==(const zvAppearance&) const = default;
 };

@@ -50,6 +50,7 @@ class KANDREL_API mkdPolygonalGeometry : public mkdGeometry {
   /// `sourceFile` is the path of the file that the mesh is of, empty for none; nothing is read.
   mkdPolygonalGeometry(std::wstring name, Mesh mesh, std::wstring sourceFile, Units units);
 
+  /// The mesh, shared; null for none. The path of the file that it is of, empty for none.
   const Mesh& GetMesh() const noexcept { return m_mesh; }
   const std::wstring& GetSourceFile() const noexcept { return m_sourceFile; }
 
@@ -58,6 +59,7 @@ class KANDREL_API mkdPolygonalGeometry : public mkdGeometry {
 
  protected:
   void SetUnitsOfParts(Units units, bool keepNumbers) override;
+  /// Takes another mesh, or null; the units of the object are not looked at.
   void ReplaceMesh(Mesh mesh) noexcept { m_mesh = std::move(mesh); }
 
  private:
@@ -121,6 +123,7 @@ class KANDREL_API mkdToolpathGeometry : public mkdGeometry {
   /// `sourceFile` is the path of the file that the graphic is of, empty for none; nothing is read.
   mkdToolpathGeometry(std::wstring name, Graphic graphic, std::wstring sourceFile, Units units);
 
+  /// The polylines, shared; null for none. The path of the file that they are of, empty for none.
   const Graphic& GetGraphic() const noexcept { return m_graphic; }
   const std::wstring& GetSourceFile() const noexcept { return m_sourceFile; }
 

@@ -24,7 +24,9 @@ struct zvToolPartAppearance {
 /// shared, also by copies; it changes its units with the object, and so does the tolerance.
 class KANDREL_API mkdHeldTool : public mkdDynamicGeometry {
  public:
+  /// The parts of a tool, in the order of its meshes.
   enum Part : std::size_t { cutting, nonCutting, arbor, holder };
+  /// How many there are.
   static constexpr std::size_t kParts = 4;
 
   using Tool = misc::zvAutoPointer<cadcam::zvTool>;
@@ -37,6 +39,8 @@ class KANDREL_API mkdHeldTool : public mkdDynamicGeometry {
   /// as it was then.
   mkdHeldTool(std::wstring name, Tool tool, double tolerance, Appearances appearances, Units units);
 
+  /// The tool, shared; and the largest distance of a chord of its meshes from the curve, in the
+  /// object's units.
   const Tool& GetTool() const noexcept { return m_tool; }
   double GetTolerance() const noexcept { return m_tolerance; }
 

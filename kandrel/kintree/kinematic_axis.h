@@ -125,6 +125,7 @@ class KANDREL_API mkdRotationalAxis : public mkdAxis {
   /// pivot that is not finite.
   mkdRotationalAxis(std::wstring name, const Vector& direction, const Vector& pivot, Units units);
 
+  /// A point of the axis, in the frame that the axis stands in and in its units.
   const Vector& GetPivot() const noexcept { return m_pivot; }
   /// Throws as the constructor. The local matrix takes it with the next SetValue or
   /// SetWorldTransform.

@@ -50,6 +50,7 @@ class KANDREL_API mkdKinematicObject : public measures::zvMeasurable {
 
   ~mkdKinematicObject() override;
 
+  /// The name, which is unique in a machine.
   const std::wstring& GetName() const noexcept { return m_name; }
 
   /// Small numbers that say what kinds of object this counts as: 1 transform or toolpath, 2
@@ -135,6 +136,7 @@ class KANDREL_API mkdCoordinateTransform : public mkdKinematicObject {
   void AcceptVisitor(mkdKOVisitor& visitor) override;
 
  protected:
+  /// For derived classes, with kinds of their own; the matrices are the identity.
   mkdCoordinateTransform(std::wstring name, std::span<const std::uint8_t> kindTags, Units units);
 
  private:

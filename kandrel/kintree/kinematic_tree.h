@@ -15,6 +15,7 @@ namespace kintree {
 /// A read-only view of one node of a tree, valid as long as the node.
 class KANDREL_API accessortreenode : public misc::zvTreeIterator<mkdKinematicObjectPointer> {
  public:
+  /// Stands at this node, which the tree keeps.
   explicit accessortreenode(const mkdKinematicNode& node) noexcept : zvTreeIterator(&node) {}
 
   /// Null for the root, which has no object.
@@ -45,11 +46,13 @@ class KANDREL_API mkdKinematicTree : public mkdKinematicTreeInterface {
   };
 
   mkdKinematicTree() = default;
+  /// Nodes of its own for the same objects: property 3.
   mkdKinematicTree(const mkdKinematicTree& other);
   mkdKinematicTree& operator=(const mkdKinematicTree&) = delete;
   ~mkdKinematicTree() override;
 
   const Node& GetRoot() const override { return m_tree.GetRoot(); }
+  /// All objects of the tree, in pre-order, for range-for.
   iterator begin() const noexcept { return m_tree.begin(); }
   iterator end() const noexcept { return m_tree.end(); }
   /// What stands below a node of this tree, in pre-order, for range-for.

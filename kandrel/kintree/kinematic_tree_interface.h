@@ -20,6 +20,7 @@ class KANDREL_API mkdKinematicTreeInterface {
   using Node = mkdKinematicNode;
 
   virtual ~mkdKinematicTreeInterface() = default;
+  /// The node above all; it holds no object.
   virtual const Node& GetRoot() const = 0;
   /// The node of an object; null for one that isn't in this tree.
   virtual const Node* FindNode(const mkdKinematicObject& object) const = 0;

@@ -23,6 +23,7 @@ class mkdWorkPiece;
 class KANDREL_API mkdKOVisitor {
  public:
   virtual ~mkdKOVisitor() = default;
+  /// The slots: one for each class, and the last for a class beyond these.
   virtual void Visit(mkdInitialStock& object) = 0;
   virtual void Visit(mkdStockGeometry& object) = 0;
   virtual void Visit(mkdWorkPiece& object) = 0;
@@ -39,6 +40,7 @@ class KANDREL_API mkdKOVisitor {
 class KANDREL_API mkdKOConstVisitor {
  public:
   virtual ~mkdKOConstVisitor() = default;
+  /// The slots: one for each class, and the last for a class beyond these.
   virtual void Visit(const mkdInitialStock& object) = 0;
   virtual void Visit(const mkdStockGeometry& object) = 0;
   virtual void Visit(const mkdWorkPiece& object) = 0;
@@ -55,14 +57,17 @@ class KANDREL_API mkdKOConstVisitor {
 /// outside a walk, and not owned.
 class KANDREL_API mkdKOSimVisitor : public mkdKOVisitor {
  public:
+  /// The node of the object that is being visited.
   void SetCurrentNode(const accessortreenode* node) noexcept { m_currentNode = node; }
   const accessortreenode* GetCurrentNode() const noexcept { return m_currentNode; }
 
  private:
   const accessortreenode* m_currentNode = nullptr;
 };
+/// The same for objects that it may not change.
 class KANDREL_API mkdKOSimConstVisitor : public mkdKOConstVisitor {
  public:
+  /// The node of the object that is being visited.
   void SetCurrentNode(const accessortreenode* node) noexcept { m_currentNode = node; }
   const accessortreenode* GetCurrentNode() const noexcept { return m_currentNode; }
 

@@ -26,6 +26,7 @@ class KANDREL_API zvKintreeException : public misc::zvExceptionOf<zvKintreeExcep
 class KANDREL_API zvKintreeMachDefSemanticException
     : public misc::zvExceptionOf<zvKintreeMachDefSemanticException, zvKintreeException> {
  public:
+  /// `tag` and `identifier` name the place in the file; `message` says what is wrong with it.
   zvKintreeMachDefSemanticException(const std::wstring& tag, const std::wstring& identifier,
                                     const std::wstring& message, std::uint32_t code,
                                     const misc::zvException* previous = nullptr);
@@ -36,8 +37,10 @@ class KANDREL_API zvKintreeMachDefSemanticException
 class KANDREL_API zvFileAccessException
     : public misc::zvExceptionOf<zvFileAccessException, zvKintreeException> {
  public:
+  /// What was tried.
   enum Access : int { kOpen = 0, kRead = 1, kWrite = 2 };
 
+  /// `previous` is the cause, or null.
   zvFileAccessException(const std::wstring& fileName, Access access,
                         const misc::zvException* previous = nullptr);
 };
@@ -52,6 +55,7 @@ namespace kintree {
 class KANDREL_API zvMachineSimulatorException
     : public misc::zvExceptionOf<zvMachineSimulatorException, exceptions::zvKintreeException> {
  public:
+  /// Its id.
   enum Reason : std::uint32_t {
     kObjectNotFound = 0,
     kInvalidParent = 1,
@@ -60,6 +64,7 @@ class KANDREL_API zvMachineSimulatorException
     kDuplicateIdentifier = 5,
   };
 
+  /// A reason beyond these has no text. `previous` is the cause, or null.
   explicit zvMachineSimulatorException(std::uint32_t reason, const std::wstring& detail = {},
                                        const misc::zvException* previous = nullptr);
 };

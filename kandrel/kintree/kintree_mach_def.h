@@ -28,12 +28,14 @@ class KANDREL_API zvKintreeMachDefObserver {
 
 /// Objects that are checked against those of another group.
 struct zvCollisionGroup {
+  /// Whether its objects stand still while others are simulated.
   enum Kind : int { isStatic, isDynamic };
 
   Kind kind = isStatic;
   std::vector<std::wstring> names{};  ///< of objects of the machine
 };
 
+/// Two groups that must not touch.
 struct zvCollisionCheck {
   std::wstring name{};  ///< may be empty: the identifier stands for it
   zvCollisionGroup first{};
@@ -42,7 +44,7 @@ struct zvCollisionCheck {
 
 /// A source file that is run before a simulation, and the instance it makes.
 struct zvPreprocessor {
-  std::wstring fileName;
+  std::wstring fileName;  ///< as the machine file has it
   std::wstring instanceName;
 };
 
@@ -93,6 +95,7 @@ class KANDREL_API zvKintreeMachDef : public measures::zvMeasurable {
   void AddObserver(zvKintreeMachDefObserver& observer) { m_observers.push_back(&observer); }
   void RemoveObserver(zvKintreeMachDefObserver& observer) noexcept;
 
+  /// The name that the file gives; any text.
   const std::wstring& GetName() const noexcept { return m_name; }
   void SetName(std::wstring name) { m_name = std::move(name); }
 
@@ -110,6 +113,7 @@ class KANDREL_API zvKintreeMachDef : public measures::zvMeasurable {
   bool IsSliderShown(const std::wstring& axis) const;
   const HiddenSliders& GetHiddenSliders() const noexcept { return m_hiddenSliders; }
 
+  /// Preprocessors, in the order in which they were added; nothing is checked, and nothing is run.
   void AddPreprocessor(zvPreprocessor preprocessor);
   const std::vector<zvPreprocessor>& GetPreprocessors() const noexcept { return m_preprocessors; }
 

@@ -13,6 +13,7 @@ namespace kintree {
 class KANDREL_API zvXMLVersionValidator {
  public:
   virtual ~zvXMLVersionValidator() = default;
+  /// Looks at the machine. Throws what is wrong with it.
   virtual void Validate() = 0;
 
  protected:
@@ -20,6 +21,7 @@ class KANDREL_API zvXMLVersionValidator {
   zvXMLVersionValidator(zvKintreeMachDef& machine, std::wstring machineFileName);
   zvXMLVersionValidator(const zvXMLVersionValidator&) = default;
 
+  /// What it was made with, for the derived class.
   zvKintreeMachDef& GetMachine() const noexcept { return m_machine; }
   const std::wstring& GetMachineFileName() const noexcept { return m_machineFileName; }
 
@@ -33,6 +35,7 @@ class KANDREL_API zvXMLVersionValidator {
 /// of version 1.3 had none; machines of other versions are treated alike.
 class KANDREL_API zvXMLVersion1_3Validator final : public zvXMLVersionValidator {
  public:
+  /// Refers to the machine, which outlives it; the name of its file is for the texts of exceptions.
   zvXMLVersion1_3Validator(zvKintreeMachDef& machine, std::wstring machineFileName);
 
   /// Throws zvMachineSimulatorException kDuplicateIdentifier where another object has that name.
@@ -49,6 +52,7 @@ class KANDREL_API zvMachDefVisitorFor1_3XML final : public mkdMSHelperKOVisitor 
   /// Both as of the last walk or visit: true after a toolpath; null without the transform.
   bool HasToolpath() const noexcept { return m_hasToolpath; }
   const mkdKinematicObjectPointer& GetTransform() const noexcept { return m_transform; }
+  /// As given to the constructor.
   const std::wstring& GetMachineFileName() const noexcept { return m_machineFileName; }
 
   using mkdMSHelperKOVisitor::Visit;

@@ -38,6 +38,7 @@ class KANDREL_API mkdMSHelperKOVisitor : public mkdKOSimVisitor {
   void Visit(mkdKinematicObject&) override {}
 
  protected:
+  /// The machine, which outlives the visitor.
   zvKintreeMachDef& GetMachine() const noexcept { return m_machine; }
 
  private:
@@ -47,6 +48,7 @@ class KANDREL_API mkdMSHelperKOVisitor : public mkdKOSimVisitor {
 /// Answers whether the object visited last is of a type; here, of none.
 class KANDREL_API zvKinematicObjectTypeValidatorBase : public mkdKOConstVisitor {
  public:
+  /// Whether the object visited last is of the class asked for.
   bool IsOfType() const noexcept { return m_isOfType; }
 
   void Visit(const mkdInitialStock&) override { Refuse(); }
@@ -62,6 +64,7 @@ class KANDREL_API zvKinematicObjectTypeValidatorBase : public mkdKOConstVisitor 
   void Visit(const mkdKinematicObject&) override;
 
  protected:
+  /// What the slots call: the object is of the class, or isn't.
   void Accept() noexcept { m_isOfType = true; }
   virtual void Refuse() noexcept { m_isOfType = false; }
 

@@ -29,6 +29,7 @@ class KANDREL_API zvToolPathGraphic : public measures::zvMeasurable {
   /// Adds a point to the polyline begun last. Throws zvmiscException 2052 where there is none.
   void Append(const Point& point);
 
+  /// Whether no polyline has begun, and how many have.
   bool IsEmpty() const noexcept { return m_lines.empty(); }
   std::size_t GetNumberOfPolyLines() const noexcept { return m_lines.size(); }
   /// Both throw zvmiscException 2052 for an index that is none. The points are valid until the

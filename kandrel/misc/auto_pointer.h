@@ -90,6 +90,7 @@ class zvAutoPointer {
 
   ~zvAutoPointer() { Release(); }
 
+  /// Lets go of its object and takes the other's; what was moved from is null.
   zvAutoPointer& operator=(const zvAutoPointer& other) noexcept {
     if (this != &other) {
       zvAutoPointer copy(other);  // `other` may be reachable only through the object released here
@@ -120,6 +121,7 @@ class zvAutoPointer {
   /// Returns the object's address without a check; null for a null pointer.
   T* Get() const noexcept { return m_object; }
 
+  /// Whether it points to nothing, and whether to something; both never throw.
   bool IsNull() const noexcept { return m_block == nullptr; }
   explicit operator bool() const noexcept { return m_block != nullptr; }
 

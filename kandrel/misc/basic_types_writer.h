@@ -48,12 +48,15 @@ class KANDREL_API zvBOBasicTypes {
   /// Writes into memory that is large enough; otherwise as the writer itself, but never compact.
   class Unchecked {
    public:
+    /// Begins at `next`, which the caller keeps large enough.
     explicit Unchecked(char* next) : m_next(next) {}
 
+    /// Each writes the value and steps behind it.
     void WriteByte(std::uint8_t value) { Put(value); }
     void WriteInt(std::int32_t value) { Put(value); }
     void WriteUnsigned(std::uint32_t value) { Put(value); }
     void WriteDouble(double value) { Put(value); }
+    /// Where the next value would go.
     char* GetNext() const noexcept { return m_next; }
 
    private:
@@ -81,6 +84,7 @@ class KANDREL_API zvBOBasicTypes {
   /// for the length of its record. The stream gets the same bytes in the same order.
   class KANDREL_API Gathering {
    public:
+    /// Gathers what this writer writes, until it is destroyed.
     explicit Gathering(zvBOBasicTypes& writer);
     /// Hands on what is left; its failure is swallowed while another exception is on its way.
     ~Gathering() noexcept(false);

@@ -10,7 +10,9 @@
 
 namespace misc {
 
+/// Closes a C file for std::unique_ptr; a failure to close is not told.
 struct zvFileCloser {
+  /// Closes the file.
   void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 using zvFile = std::unique_ptr<std::FILE, zvFileCloser>;
@@ -38,9 +40,9 @@ class KANDREL_API zvBinInputFile : public zvBinInputStream {
 };
 
 /// Writes a file that takes its place only when it is complete: until Commit its bytes stand in
-/// another file in the same folder, <path>.tmp and the number of the process, and a file at the
-/// path stays as it is. Links are followed. A file that was there hands on its mode when this one
-/// is opened, and its owner and group as far as the system lets this process set them. What is
+/// another file in the same folder, its path with .tmp and the number of the process, and a file at
+/// the path stays as it is. Links are followed. A file that was there hands on its mode when this
+/// one is opened, and its owner and group as far as the system lets this process set them. What is
 /// there and no regular file, a device, is written to at once.
 class KANDREL_API zvBinOutputFile : public zvBinOutputStream {
  public:

@@ -49,6 +49,7 @@ struct zvByteWindow {
 /// call for each value. `Read` goes on behind what was taken.
 class KANDREL_API zvWindowedInput : public zvBinInputStream {
  public:
+  /// What is in memory already; who takes bytes from it moves its `next`.
   zvByteWindow& GetWindow() noexcept { return m_window; }
 
  private:

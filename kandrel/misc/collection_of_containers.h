@@ -209,6 +209,7 @@ class zvCollectionOfContainers : public C {
   iterator end() { return {*this, Children().end()}; }
   const_iterator end() const { return {*this, Children().end()}; }
   // The list's own would run over the children.
+  /// As of a standard container: elements of all children in their order, or backwards.
   const_iterator cbegin() const { return begin(); }
   const_iterator cend() const { return end(); }
   reverse_iterator rbegin() { return reverse_iterator(end()); }

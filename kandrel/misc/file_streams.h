@@ -26,6 +26,7 @@ class KANDREL_API basic_ofstream_ex : public std::wofstream {
  public:
   ~basic_ofstream_ex() override;
 
+  /// Opens a file or device, made new where `mode` says so; sets failbit where it can't be opened.
   void Open(const std::wstring& path, openmode mode = out);
 };
 
@@ -47,6 +48,7 @@ class KANDREL_API zvIFStream : public basic_ifstream_ex {
 /// Writes a file anew, or what `mode` says. Throws as zvIFStream does, but opens devices too.
 class KANDREL_API zvOFStream : public basic_ofstream_ex {
  public:
+  /// `conversion` says what bytes characters become, by default a byte for each; it is not null.
   explicit zvOFStream(const std::wstring& path, openmode mode = out,
                       std::unique_ptr<zvCodecvt> conversion = std::make_unique<zvASCIICodecvt>());
   ~zvOFStream() override;

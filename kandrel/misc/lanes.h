@@ -35,6 +35,7 @@ inline LaneMask And(LaneMask a, LaneMask b) noexcept {
   return a & b;
 #endif
 }
+/// The same of one value.
 inline bool And(bool a, bool b) noexcept {
   return a && b;
 }

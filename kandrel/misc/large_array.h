@@ -18,6 +18,7 @@ namespace misc {
 template <class T>
 class zvRealArrayLarge {
  public:
+  /// How many elements one chunk holds.
   static constexpr std::uint64_t kChunkSize = 174762;
 
   /// With `exactLastChunk` the last chunk holds only the remainder, which may be nothing; without,

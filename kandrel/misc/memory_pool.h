@@ -34,6 +34,7 @@ class KANDREL_API zvMemoryPool {
   /// Releases every arena; all nodes become invalid.
   ~zvMemoryPool();
 
+  /// What an arena takes by default, bytes.
   static constexpr std::uint32_t kDefaultArenaBytes = 0x40000;
 
   /// Returns a node, uninitialised. "Allocation request size too big" when `size` is above the node

@@ -10,6 +10,7 @@
 
 namespace misc::platform {
 
+/// Which pages a block is made of.
 enum class PageSize {
   kSmall,  ///< pages of the ordinary size
   kHuge,   ///< large pages where the system has them: fewer first touches for big blocks
@@ -29,6 +30,7 @@ KANDREL_API void DiscardPages(void* block, std::size_t bytes) noexcept;
 /// once from end to end then costs less to touch. Nothing else changes.
 KANDREL_API void PreferHugePages(void* block, std::size_t bytes) noexcept;
 
+/// What can stand at a path.
 enum class FileKind {
   kMissing,  ///< nothing is there
   kRegular,  ///< a file with bytes of its own
@@ -55,7 +57,9 @@ KANDREL_API std::uint64_t ProcessNumber() noexcept;
 
 /// Something to do when the thread ends, a member of whatever lives as long as the thread.
 struct ThreadEnd {
+  /// Called with this object when the thread ends; it must not throw.
   void (*run)(ThreadEnd& end) noexcept = nullptr;
+  /// The next of the same thread, for the list that they form.
   ThreadEnd* next = nullptr;
 };
 

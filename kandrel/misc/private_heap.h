@@ -20,6 +20,7 @@ namespace misc {
 /// Failures are zvException with id 0 and the text named at the operation.
 class KANDREL_API zvPrivateHeap {
  public:
+  /// How many bytes a region has, and the largest block that counts as small.
   static constexpr std::size_t kRegionBytes = 0x20000;
   static constexpr std::size_t kLargestPooled = 0x4000;
 

@@ -63,6 +63,7 @@ class KANDREL_API zvRangeException : public zvExceptionOf<zvRangeException<T>> {
 template <class T>
 class KANDREL_API zvIdxRangeException : public zvExceptionOf<zvIdxRangeException<T>> {
  public:
+  /// Its text names both; `previous` is the cause, or null.
   zvIdxRangeException(T maximum, T index, const zvException* previous = nullptr)
       : zvExceptionOf<zvIdxRangeException<T>>(0,
                                               L"Index out of bounds. Max index accepted: " +
@@ -72,6 +73,7 @@ class KANDREL_API zvIdxRangeException : public zvExceptionOf<zvIdxRangeException
         m_maximum(maximum),
         m_index(index) {}
 
+  /// The largest index that would have been accepted, and the one given.
   T GetMaximum() const noexcept { return m_maximum; }
   T GetIndex() const noexcept { return m_index; }
 
@@ -84,11 +86,13 @@ class KANDREL_API zvIdxRangeException : public zvExceptionOf<zvIdxRangeException
 template <class T>
 class KANDREL_API zvDiscreteValueException : public zvExceptionOf<zvDiscreteValueException<T>> {
  public:
+  /// `previous` is the cause, or null.
   explicit zvDiscreteValueException(T value, const zvException* previous = nullptr)
       : zvExceptionOf<zvDiscreteValueException<T>>(
             0, L"Discrete variable doesn't support passed value", previous),
         m_value(value) {}
 
+  /// The value that was refused.
   T GetValue() const noexcept { return m_value; }
 
  private:

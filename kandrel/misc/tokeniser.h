@@ -17,6 +17,8 @@ class zvTokeniser {
  public:
   using View = std::basic_string_view<Character>;
 
+  /// Splits `text`, which must outlive the tokeniser, at each `delimiter` that doesn't stand
+  /// between two `quote`.
   zvTokeniser(View text, Character delimiter, Character quote)
       : m_rest(text), m_delimiter(delimiter), m_quote(quote) {}
 

@@ -19,6 +19,7 @@ class zvTreeNode {
  public:
   using Children = std::list<zvTreeNode>;
 
+  /// Only for zvTree: a node below `parent`, null for a root.
   explicit zvTreeNode(T value, zvTreeNode* parent = nullptr)
       : m_value(std::move(value)), m_parent(parent) {}
   zvTreeNode(const zvTreeNode&) = delete;
@@ -32,9 +33,11 @@ class zvTreeNode {
     }
   }
 
+  /// What the tree keeps here; the tree alone changes it.
   const T& GetValue() const noexcept { return m_value; }
   /// Null for the root.
   const zvTreeNode* GetParent() const noexcept { return m_parent; }
+  /// In the order in which they were added.
   const Children& GetChildren() const noexcept { return m_children; }
 
  private:
@@ -58,17 +61,23 @@ class zvTreeIterator {
   using reference = const value_type&;
 
   zvTreeIterator() = default;
+  /// Stands at this node; null is the end.
   explicit zvTreeIterator(const value_type* node) noexcept : m_node(node) {}
 
+  /// The node where it stands. Not for an iterator at the end.
   reference operator*() const noexcept { return *m_node; }
+  /// A member of the node.
   pointer operator->() const noexcept { return m_node; }
+  /// Equal where both stand at one node, or both at the end.
   bool operator==(const zvTreeIterator& other) const noexcept { return m_node == other.m_node; }
 
+  /// To the next node in pre-order, or to the end.
   zvTreeIterator& operator++() noexcept {
     m_node =
         m_node->GetChildren().empty() ? zvTree<T>::Behind(m_node) : &m_node->GetChildren().front();
     return *this;
   }
+  /// The same; returns where it stood.
   zvTreeIterator operator++(int) noexcept {
     zvTreeIterator old = *this;
     ++*this;
@@ -76,6 +85,7 @@ class zvTreeIterator {
   }
 
  protected:
+  /// Null at the end.
   const value_type* m_node = nullptr;
 };
 
@@ -92,6 +102,7 @@ class zvTree {
   struct Range {
     iterator first;
     iterator last;
+    /// For range-for.
     iterator begin() const noexcept { return first; }
     iterator end() const noexcept { return last; }
   };
@@ -99,6 +110,7 @@ class zvTree {
   zvTree() : m_root(std::make_unique<Node>(T())) {}
   zvTree(zvTree&&) noexcept = default;
   zvTree& operator=(zvTree&&) noexcept = default;
+  /// A deep copy, node by node, without recursion.
   zvTree(const zvTree& other) : zvTree() {
     // In step: `to` is the copy of the node that `from` has as parent.
     Node* to = m_root.get();
@@ -109,11 +121,13 @@ class zvTree {
       above = &from;
     }
   }
+  /// A deep copy; this tree stays as it was where memory runs out.
   zvTree& operator=(const zvTree& other) {
     if (this != &other) *this = zvTree(other);
     return *this;
   }
 
+  /// The root, which a tree always has; begin and end run over all that is below it, in pre-order.
   const Node& GetRoot() const noexcept { return *m_root; }
   iterator begin() const noexcept { return Below(*m_root).first; }
   iterator end() const noexcept { return {}; }

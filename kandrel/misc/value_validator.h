@@ -23,6 +23,7 @@ template <class T>
 class KANDREL_API zvValueValidatorVisitor {
  public:
   virtual ~zvValueValidatorVisitor() = default;
+  /// The slots of the two kinds that there are.
   virtual void Visit(const zvSteppingBasedDiscreteValueValidator<T>& validator) = 0;
   virtual void Visit(const zvListBasedDiscreteValueValidator<T>& validator) = 0;
   /// Any other kind.
@@ -34,6 +35,7 @@ template <class T>
 class KANDREL_API zvValueValidator {
  public:
   virtual ~zvValueValidator() = default;
+  /// Whether the value is admissible.
   virtual bool IsValid(const T& value) const = 0;
   /// By default the visitor's slot of other kinds.
   virtual void AcceptVisitor(zvValueValidatorVisitor<T>& visitor) { visitor.Visit(*this); }
@@ -49,9 +51,11 @@ class KANDREL_API zvValueValidator {
 template <class T>
 class KANDREL_API zvSteppingBasedDiscreteValueValidator final : public zvValueValidator<T> {
  public:
+  /// Nothing is checked: bounds in the wrong order, or a step of 0, leave no admissible value.
   zvSteppingBasedDiscreteValueValidator(T minimum, T maximum, T step)
       : m_minimum(minimum), m_maximum(maximum), m_step(step) {}
 
+  /// As given to the constructor.
   T GetMinimum() const noexcept { return m_minimum; }
   T GetMaximum() const noexcept { return m_maximum; }
   T GetStep() const noexcept { return m_step; }
@@ -73,8 +77,10 @@ class KANDREL_API zvSteppingBasedDiscreteValueValidator final : public zvValueVa
 template <class T>
 class KANDREL_API zvListBasedDiscreteValueValidator final : public zvValueValidator<T> {
  public:
+  /// The values need no order.
   explicit zvListBasedDiscreteValueValidator(std::vector<T> values) : m_values(std::move(values)) {}
 
+  /// As given to the constructor.
   const std::vector<T>& GetValues() const noexcept { return m_values; }
 
   bool IsValid(const T& value) const override {

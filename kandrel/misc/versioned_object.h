@@ -11,6 +11,7 @@ namespace misc {
 /// with the versions of files.
 class KANDREL_API zvVersionedObject {
  public:
+  /// 0 for an object that lives.
   std::int32_t GetVersion() const noexcept { return m_version; }
 
  protected:

@@ -35,12 +35,14 @@ class KANDREL_API zvBICadcamTypes {
   zvBICadcamTypes& operator=(const zvBICadcamTypes&) = delete;
   virtual ~zvBICadcamTypes();
 
+  /// The first and the last version whose records it reads.
   static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
     return persistence::kLowestRecordVersion;
   }
   virtual std::uint32_t GetUpperKnownBinVersion() const noexcept;
   /// Throws zvmeasuresException 2141 for other units than metric and inch.
   virtual void ReadUnits(Units& value);
+  /// A move of this class. Throws as the reading of any move does.
   virtual void ReadMove(zv5axMove& move);
   virtual void ReadMove(zv3axMove& move);
   /// A move of the class that its tag names. Throws zvcadcamException 2637 for a tag of none.
@@ -59,7 +61,10 @@ class KANDREL_API zvBICadcamTypes {
   zvBICadcamTypes(misc::zvBinInputStream& stream, std::uint32_t version, bool compact,
                   std::vector<misc::zvBILostData>* lostData, bool wideStrings, bool sizes64);
 
+  /// Whether the records are of this version or a later one.
   bool Since(std::uint32_t version) const noexcept { return m_version >= version; }
+  /// A number of things that follow, and the tag of a class. Throw as the reader of primitives
+  /// does.
   std::uint32_t ReadCount();
   std::int32_t ReadTag();
   /// Appends moves to a section, or to any level above.
@@ -87,11 +92,14 @@ class KANDREL_API zvBICadcamTypes1 : public zvBICadcamTypes {
   using zvBICadcamTypes::ReadToolPath;
 
   void ReadToolPath(zvToolPath& toolpath) override;
+  /// A level of the tree: it is added to what is there. Throw as ReadSection does.
   virtual void ReadPass(zvTPPass& pass);
   virtual void ReadSlice(zvTPSlice& slice);
   /// Throws zvcadcamException 2639 for a tag that is neither contour nor link. A link's type is
   /// taken as it stands.
   virtual void ReadSection(misc::zvAutoPointer<zvTPSection>& section);
+  /// The moves of a section whose tag has been read; since version 72 the type of a link behind
+  /// them.
   virtual void ReadContour(zvTPContour& contour);
   virtual void ReadLink(zvTPLink& link);
 
@@ -102,6 +110,7 @@ class KANDREL_API zvBICadcamTypes1 : public zvBICadcamTypes {
 /// Reads the type of a link, which is stored since version 72.
 class KANDREL_API zvBICadcamTypes2 : public zvBICadcamTypes1 {
  public:
+  /// As the class above both: `lostData` may be null, and all that is given outlives the reader.
   zvBICadcamTypes2(misc::zvBinInputStream& stream, std::uint32_t version, bool compact,
                    std::vector<misc::zvBILostData>* lostData, bool wideStrings, bool sizes64)
       : zvBICadcamTypes1(stream, version, compact, lostData, wideStrings, sizes64) {}

@@ -29,6 +29,7 @@ class KANDREL_API zvBOCadcamTypes {
   /// outlives the visitor.
   class KANDREL_API zvBinTPSection : public zvTPSVisitor {
    public:
+    /// The writer of primitives is the caller's and outlives this one.
     explicit zvBinTPSection(misc::zvBOBasicTypes& basic) : m_basic(basic) {}
     void Visit(const zvTPLink& link) override;
     void Visit(const zvTPContour& contour) override;
@@ -39,8 +40,10 @@ class KANDREL_API zvBOCadcamTypes {
 
     misc::zvBOBasicTypes& m_basic;
   };
+  /// Writes a move by the record of its class, behind its tag.
   class KANDREL_API zvBinMove : public zvCNCMoveVisitor {
    public:
+    /// The writer of primitives is the caller's and outlives this one.
     explicit zvBinMove(misc::zvBOBasicTypes& basic) : m_basic(basic) {}
     void Visit(const zv5axMove& move) override;
     void Visit(const zv3axMove& move) override;

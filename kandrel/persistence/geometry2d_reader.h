@@ -22,6 +22,7 @@ class KANDREL_API zvBI2dGeometry {
   /// The reader of primitives is the caller's and outlives this one.
   explicit zvBI2dGeometry(misc::zvBIBasicTypes& basic) : m_basic(basic) {}
 
+  /// Each reads the number of the class and what it wants; throws as the class says.
   zv2dPoint<T> ReadPoint();
   zv2dPolyLine<T> ReadPolyLine();
   zv2dContour<T> ReadContour();

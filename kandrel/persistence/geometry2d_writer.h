@@ -15,13 +15,16 @@ class KANDREL_API zvBO2dGeometry {
   /// The writer of primitives is the caller's and outlives this one.
   explicit zvBO2dGeometry(misc::zvBOBasicTypes& basic) : m_basic(basic) {}
 
+  /// Behind the number of its class.
   void Write(const zv2dContour<T>& contour);
   void Write(const zv2dPolyLine<T>& line);
 
   /// Writes one element of a contour by the record of its class: a visitor for std::visit.
   class KANDREL_API zvBinGeom {
    public:
+    /// The writer of primitives is the caller's and outlives this one.
     explicit zvBinGeom(misc::zvBOBasicTypes& basic) : m_basic(basic) {}
+    /// Each writes the number of its class and then its numbers; angles are in degrees.
     void operator()(const zv2dPoint<T>& point);
     void operator()(const zv2dLine<T>& line);
     void operator()(const zv2dArc<T>& arc);

@@ -13,6 +13,7 @@ class KANDREL_API zvBIHelper {
   using Point = zvTPoint3d<double>;
   using Units = measures::zvUnitsFactory::Units;
 
+  /// The reader of primitives is the caller's and outlives this one.
   explicit zvBIHelper(misc::zvBIBasicTypes& basic) : m_basic(basic) {}
 
   /// Three doubles.

@@ -77,6 +77,8 @@ class KANDREL_API zvKDRInput {
 
   /// What had to be changed on the way; what concerns the machine comes first.
   const std::vector<misc::zvBILostData>& GetLostData() const noexcept { return m_lostData; }
+  /// What the log holds; lengths in the machine's and the toolpath's units. Pointers are shared
+  /// with this object.
   cadcam::zvToolPath& GetToolPath() { return *m_toolpath; }
   const misc::zvAutoPointer<cadcam::zvToolPath>& GetToolPathPtr() const noexcept {
     return m_toolpath;

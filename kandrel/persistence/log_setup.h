@@ -52,6 +52,7 @@ class KANDREL_API zvBIKDRParams {
   zvBIKDRParams(const zvBIKDRParams&) = delete;
   zvBIKDRParams& operator=(const zvBIKDRParams&) = delete;
 
+  /// The first and the last version of logs that it reads.
   static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
     return persistence::kLowestLogVersion;
   }

@@ -47,12 +47,14 @@ class KANDREL_API zvBIPostTypes {
   zvBIPostTypes(const zvBIPostTypes&) = delete;
   zvBIPostTypes& operator=(const zvBIPostTypes&) = delete;
 
+  /// The first and the last version whose records it reads.
   static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
     return persistence::kLowestRecordVersion;
   }
   virtual std::uint32_t GetUpperKnownBinVersion() const noexcept;
   /// Throws zvmeasuresException 2141 for other units than metric and inch.
   virtual void ReadUnits(Units& value);
+  /// Single fields of records. What the reader of primitives throws passes.
   virtual void ReadVector(Point& value);
   virtual void ReadInterpolationMode(std::int32_t& value);
   virtual void ReadLimitsCheck(zvKDRParam::LimitsCheck& value);
@@ -62,15 +64,19 @@ class KANDREL_API zvBIPostTypes {
   /// Throws zvPostException 5009 for a pole angle tolerance outside 0.001 to 10, and
   /// zvmeasuresException 2141 for unknown units; the target is left as it was then.
   virtual void ReadParameters(zvKDRParam& parameters);
+  /// A number of 32 bits, or 16 in a compact stream.
   virtual void ReadInt(std::int32_t& value);
   /// Throws zvcadcamException 2708 for a limit that is none of the three.
   virtual void ReadControl(zv5axControlDef& control);
+  /// Single fields of the records of machines and builders. What the reader of primitives throws
+  /// passes.
   virtual void ReadNumbersOfAxes(zvMachDef::NumbersOfAxes& value);
   virtual void ReadRotaryOnWorkpiece(std::int32_t& value);
   virtual void ReadFiveAxisKind(std::int32_t& value);
   virtual void ReadFirstOnWorkpiece(std::int32_t& value);
   virtual void ReadSecondOnWorkpiece(std::int32_t& value);
   virtual void ReadThirdOnWorkpiece(std::int32_t& value);
+  /// A builder with its definition. Throws as ReadMachDef.
   virtual void ReadBuilder(zvMachDefBuilder& builder);
   /// A definition of the class that the file names, made by its full constructor, whose exceptions
   /// pass. Throws zvmeasuresException 2141 for unknown units. A number of axes that is not 0 to 3
@@ -144,6 +150,7 @@ class KANDREL_API zvBIPostTypes {
 /// class throws zvPostException 2503.
 class KANDREL_API zvPostedVisitorBinInput : public zvPostedVisitor {
  public:
+  /// Reads through `reader` into `move`; both outlive it.
   zvPostedVisitorBinInput(zvBIPostTypes& reader, zvPostedTP::MovePointer& move)
       : m_reader(reader), m_move(move) {}
 

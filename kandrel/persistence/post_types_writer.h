@@ -33,6 +33,7 @@ class KANDREL_API zvBOPostTypes {
   explicit zvBOPostTypes(misc::zvBinOutputStream& stream, bool compact = false)
       : m_basic(stream, compact) {}
 
+  /// In the newest layout, as docs/formats has it.
   void Write(const zv5axControlDef& control);
   void Write(const zvKDRParam& parameters);
   /// Throws zvPostException 5043 where the number of axes is not that of the definition's class,
@@ -40,6 +41,7 @@ class KANDREL_API zvBOPostTypes {
   void Write(const zvMachDef& machDef);
   /// Throws "Accessing NULL pointer" for a builder without a definition.
   void Write(const zvMachDefBuilder& builder);
+  /// A move by the record of its class.
   void Write(const zvPosted6axMove& move);
   void Write(const zvPosted5axMove& move);
   void Write(const zvPosted4axMove& move);
@@ -49,6 +51,7 @@ class KANDREL_API zvBOPostTypes {
   void Write(const ListPointer<zvPosted5axMove>& list);
   void Write(const ListPointer<zvPosted4axMove>& list);
   void Write(const ListPointer<zvPosted3axMove>& list);
+  /// The matrix, or a mark that there is none.
   void Write(const zvAlignMatrix& matrix);
   /// The class of the first move stands for all: a toolpath of mixed classes can't be read again.
   /// Throws "Accessing NULL pointer" for a null move and zvException 2183 for one of no class.
@@ -67,6 +70,7 @@ class KANDREL_API zvBOPostTypes {
 /// no class throws zvException 2183 "Abstract function called".
 class KANDREL_API zvPostedVisitorBinOutput : public zvPostedVisitor {
  public:
+  /// Writes through `writer`, which outlives it.
   explicit zvPostedVisitorBinOutput(zvBOPostTypes& writer) : m_writer(writer) {}
 
   void Visit(const zvPosted6axMove& move) override;

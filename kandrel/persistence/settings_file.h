@@ -23,6 +23,7 @@ class KANDREL_API zvKDSInput {
   /// Reads a file. Throws also as misc::zvIFStream does, and zvmiscException 2148 in place of 2018.
   explicit zvKDSInput(const std::wstring& path);
 
+  /// What the file says of the machine.
   const post::zvMachDefBuilder& GetMachDefBld() const noexcept { return m_builder; }
   /// What had to be changed on the way: post::zvBIPostTypes::ReadMachDef.
   const std::vector<misc::zvBILostData>& GetLostData() const noexcept { return m_lostData; }

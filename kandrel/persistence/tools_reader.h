@@ -41,6 +41,7 @@ class KANDREL_API zvBITools {
   zvBITools& operator=(const zvBITools&) = delete;
   virtual ~zvBITools();
 
+  /// The first and the last version whose records it reads.
   static constexpr std::uint32_t GetLowerKnownBinVersion() noexcept {
     return persistence::kLowestRecordVersion;
   }

@@ -31,6 +31,7 @@ class KANDREL_API zvBOTools {
   /// outlives the visitor.
   class KANDREL_API zvBinTool : public zvToolBranchVisitor {
    public:
+    /// The writer of primitives is the caller's and outlives this one.
     explicit zvBinTool(misc::zvBOBasicTypes& basic) : m_basic(basic) {}
     void Visit(const zvLatheTool& tool) override;
     void Visit(const zvGenericRevolvedTool& tool) override;
@@ -41,8 +42,10 @@ class KANDREL_API zvBOTools {
 
     misc::zvBOBasicTypes& m_basic;
   };
+  /// Writes a solid by the record of its class, behind its tag.
   class KANDREL_API zvBinSolidDefinition : public zvSolidDefinitionVisitor<double> {
    public:
+    /// The writer of primitives is the caller's and outlives this one.
     explicit zvBinSolidDefinition(misc::zvBOBasicTypes& basic) : m_basic(basic) {}
     void Visit(const zvMeshSolidDefinition<double>& solid) override;
     void Visit(const zvExtrudedSolidDefinition<double>& solid) override;

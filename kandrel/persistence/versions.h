@@ -40,8 +40,8 @@ constexpr std::uint32_t Tag(const char (&text)[5]) {
 struct FileHeader {
   std::uint32_t tag = 0;
   std::uint32_t version = kCurrentVersion;
-  bool wideStrings = true;
-  bool sizes64 = false;
+  bool wideStrings = true;  ///< characters of 16 bits, else of 8
+  bool sizes64 = false;     ///< counts of 8 bytes, else of 4
 };
 
 /// Throws zvKandrelException 2019 unless the tag is `tag`; the version is not judged here.

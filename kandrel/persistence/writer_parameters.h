@@ -17,11 +17,13 @@ class KANDREL_API zvKDRWriterParam {
 
   /// The application gives the values their meaning.
   enum OutputCoordinatesType : std::int32_t { outputCoordinatesDefault = 0 };
+  /// Of the NC text; the application gives the values their meaning.
   enum OutputNCFormat : std::int32_t { outputNCFormatDefault = 0 };
 
   /// `units` are carried like all else, and not checked.
   explicit zvKDRWriterParam(Units units) : m_units(units) {}
 
+  /// All are carried as they are; the application gives them their meaning.
   bool GetOutputAbsoluteMachineCoordsFlag() const noexcept { return m_outputAbsolute; }
   void SetOutputAbsoluteMachineCoordsFlag(bool value) noexcept { m_outputAbsolute = value; }
   Units GetUnits() const noexcept { return m_units; }
@@ -34,6 +36,7 @@ class KANDREL_API zvKDRWriterParam {
   /// The same for 3 to 6 names by the number of axes; zvPostException 5031 for a number that is
   /// none.
   void SetAxisNames(const std::vector<std::wstring>& names, post::zvMachDef::NumbersOfAxes kind);
+  /// All are carried as they are; the application gives them their meaning.
   std::wstring GetToolComment() const { return m_toolComment; }
   void SetToolComment(const std::wstring& text) { m_toolComment = text; }
   std::wstring GetToolPathComment() const { return m_toolPathComment; }

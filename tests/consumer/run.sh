@@ -41,6 +41,8 @@ say "consumer: shared"
 build release kandrel kandrel-post
 library=build/release/kandrel/libkandrel.so
 tests/consumer/alien_symbols.sh "$library" || fail "$library lets out what isn't ours"
+! tests/consumer/alien_symbols.sh "$(g++ -print-file-name=libtinyxml2.so)" >/dev/null ||
+  fail "alien_symbols.sh sees nothing"
 cmake --install build/release --prefix "$work/shared-prefix" >/dev/null
 prefix=$(move "$work/shared-prefix")
 find "$prefix/include/kandrel" -name '*.h' -print0 | xargs -0 -r -n 4 -P "$jobs" sh -c '

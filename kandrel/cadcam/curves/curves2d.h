@@ -31,6 +31,7 @@ class KANDREL_API zv2dArc {
   /// a sweep outside -360 to 360, in this order; all ends of these ranges are inside.
   zv2dArc(const zv2dPoint<T>& centre, T radius, T startAngle, T sweepAngle);
 
+  /// As the constructor took them; angles in degrees, counter-clockwise from +x.
   const zv2dPoint<T>& GetCentre() const noexcept { return m_centre; }
   T GetRadius() const noexcept { return m_radius; }
   T GetStartAngle() const noexcept { return m_startAngle; }
@@ -85,10 +86,14 @@ template <class T>
 class zv2dContour {
  public:
   zv2dContour() = default;
+  /// Of these elements, in this order.
   explicit zv2dContour(std::vector<zv2dElement<T>> elements) : m_elements(std::move(elements)) {}
 
+  /// The elements in their order.
   const std::vector<zv2dElement<T>>& GetElements() const noexcept { return m_elements; }
+  /// Whether there are none.
   bool IsEmpty() const noexcept { return m_elements.empty(); }
+  /// Puts an element behind the others.
   void Add(zv2dElement<T> element) { m_elements.push_back(std::move(element)); }
 
   bool operator==(const zv2dContour&) const = default;

@@ -35,7 +35,9 @@ struct zv2dBox {
   zv2dPoint<T> minimum{T(misc::kEmptyBox), T(misc::kEmptyBox)};
   zv2dPoint<T> maximum{T(-misc::kEmptyBox), T(-misc::kEmptyBox)};
 
+  /// True until a point has been added.
   constexpr bool IsEmpty() const { return !(minimum.x <= maximum.x && minimum.y <= maximum.y); }
+  /// Widens the box so that it holds the point.
   constexpr void Add(const zv2dPoint<T>& p) {
     minimum = {std::min(minimum.x, p.x), std::min(minimum.y, p.y)};
     maximum = {std::max(maximum.x, p.x), std::max(maximum.y, p.y)};

@@ -10,6 +10,7 @@ namespace geoDef {
 template <class T>
 class KANDREL_API zv2dGeometryPolygonizer {
  public:
+  /// `tolerance` is the largest distance between a curve and its chords, in the unit of the points.
   explicit zv2dGeometryPolygonizer(T tolerance) : m_tolerance(tolerance) {}
 
   /// The largest turn of one chord of a circle, degrees: 2 acos(1 - tolerance / radius), as the

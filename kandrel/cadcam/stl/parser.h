@@ -28,6 +28,8 @@ class KANDREL_API zvParser {
   virtual void UnknownKeyword(std::string_view /*word*/) {
     throw zvParserException(zvParserException::kUnknownKeyword, nullptr, m_number);
   }
+  /// Hooks around Parse and around each line: the parser of a format fills them in, this one
+  /// refuses.
   virtual void BeforeParse() { Refuse(); }
   virtual void AfterParse() { Refuse(); }
   virtual void OnLine() { Refuse(); }
@@ -37,12 +39,14 @@ class KANDREL_API zvParser {
   const misc::zvAutoPointer<T>& GetResult() const noexcept { return m_result; }
 
  protected:
+  /// The parser fills `result` and shares it with the caller.
   explicit zvParser(misc::zvAutoPointer<T> result) : m_result(std::move(result)) {}
   zvParser(const zvParser&) = default;
   zvParser& operator=(const zvParser&) = default;
 
   /// The line that is being read, without its end, and its number from 1.
   std::string_view m_line;
+  /// The number of the line, from 1.
   int m_number = 0;
 
  private:

@@ -24,10 +24,12 @@ class KANDREL_API zvParserCommand {
   virtual void Execute(std::string_view line, int number) = 0;
 
  protected:
+  /// The command works on `file` and shares it with the parser's other commands.
   explicit zvParserCommand(misc::zvAutoPointer<zvSTLFile<T>> file) : m_file(std::move(file)) {}
   zvParserCommand(const zvParserCommand&) = default;
   zvParserCommand& operator=(const zvParserCommand&) = default;
 
+  /// What the command works on.
   zvSTLFile<T>& GetFile() const { return *m_file; }
 
  private:
@@ -38,6 +40,7 @@ class KANDREL_API zvParserCommand {
 template <class T>
 class KANDREL_API zvParserCmdSolid final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdSolid(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;
@@ -48,6 +51,7 @@ class KANDREL_API zvParserCmdSolid final : public zvParserCommand<T> {
 template <class T>
 class KANDREL_API zvParserCmdFacet final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdFacet(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;
@@ -58,6 +62,7 @@ class KANDREL_API zvParserCmdFacet final : public zvParserCommand<T> {
 template <class T>
 class KANDREL_API zvParserCmdOuter final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdOuter(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;
@@ -68,6 +73,7 @@ class KANDREL_API zvParserCmdOuter final : public zvParserCommand<T> {
 template <class T>
 class KANDREL_API zvParserCmdVertex final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdVertex(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;
@@ -77,6 +83,7 @@ class KANDREL_API zvParserCmdVertex final : public zvParserCommand<T> {
 template <class T>
 class KANDREL_API zvParserCmdEndLoop final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdEndLoop(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;
@@ -86,6 +93,7 @@ class KANDREL_API zvParserCmdEndLoop final : public zvParserCommand<T> {
 template <class T>
 class KANDREL_API zvParserCmdEndFacet final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdEndFacet(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;
@@ -95,6 +103,7 @@ class KANDREL_API zvParserCmdEndFacet final : public zvParserCommand<T> {
 template <class T>
 class KANDREL_API zvParserCmdEndSolid final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdEndSolid(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;
@@ -105,6 +114,7 @@ class KANDREL_API zvParserCmdEndSolid final : public zvParserCommand<T> {
 template <class T>
 class KANDREL_API zvParserCmdEndBlock final : public zvParserCommand<T> {
  public:
+  /// Works on `file`, as all commands do.
   explicit zvParserCmdEndBlock(misc::zvAutoPointer<zvSTLFile<T>> file)
       : zvParserCommand<T>(std::move(file)) {}
   void Execute(std::string_view line, int number) override;

@@ -28,6 +28,7 @@ namespace cadcam {
 template <class T>
 class KANDREL_API zvParserSTL : public zvParser<zvSTLFile<T>> {
  public:
+  /// Fills `file`, which is shared, with the triangles of the text that it parses.
   explicit zvParserSTL(misc::zvAutoPointer<zvSTLFile<T>> file);
   ~zvParserSTL() override;
 

@@ -47,11 +47,13 @@ class KANDREL_API zvSTLFile {
   /// Within a solid. The end is reached then: what follows isn't read.
   [[nodiscard]] bool EndSolid() noexcept;
 
+  /// Where the text stands: what has begun and not ended, and whether a solid has ended.
   bool IsInSolid() const noexcept { return m_isInSolid; }
   bool IsInFacet() const noexcept { return m_isInFacet; }
   bool IsInLoop() const noexcept { return m_isInLoop; }
   bool IsEndReached() const noexcept { return m_isEndReached; }
 
+  /// The triangles whose loops have ended so far.
   const zvTMesh<T>& GetMesh() const noexcept { return m_mesh; }
   /// Hands the mesh over; the object is only destroyed afterwards.
   zvTMesh<T> TakeMesh() noexcept { return std::move(m_mesh); }

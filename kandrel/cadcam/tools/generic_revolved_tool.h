@@ -21,6 +21,7 @@ class KANDREL_API zvGenericRevolvedTool final : public zvRevolvedTool {
   zvGenericRevolvedTool(const Part& cuttingPart, const Part& nonCuttingPart, const Arbor& arbor,
                         const Holder& holder, Units units);
 
+  /// The parts as the constructor took them; heights count from each part's own start.
   const Part& GetCuttingPart() const noexcept { return m_cuttingPart; }
   const Part& GetNonCuttingPart() const noexcept { return m_nonCuttingPart; }
 

@@ -22,6 +22,7 @@ class KANDREL_API zvLatheTool final : public zvTool {
 
   const Holder& GetHolder() const override { return m_holder; }
   const Arbor& GetArbor() const override { return m_arbor; }
+  /// The solid of the insert, as the constructor took it.
   const Part& GetSolid() const noexcept { return m_solid; }
 
   /// 0: it is not round.

@@ -14,6 +14,7 @@ namespace cadcam {
 class KANDREL_API zvEndMill final : public zvTypedToolOf<zvEndMill> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -21,6 +22,7 @@ class KANDREL_API zvEndMill final : public zvTypedToolOf<zvEndMill> {
 class KANDREL_API zvSpherMill final : public zvTypedToolOf<zvSpherMill> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -29,6 +31,7 @@ class KANDREL_API zvSpherMill final : public zvTypedToolOf<zvSpherMill> {
 class KANDREL_API zvBullMill final : public zvTypedToolOf<zvBullMill, zvHasCornerRadius> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -41,6 +44,7 @@ class KANDREL_API zvFaceMill final
                            zvHasCornerRadiusType> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -48,6 +52,7 @@ class KANDREL_API zvFaceMill final
 class KANDREL_API zvRadMill final : public zvTypedToolOf<zvRadMill, zvHasRadius> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -60,6 +65,7 @@ class KANDREL_API zvChamferMill final
                            zvHasCornerRadiusType> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -72,6 +78,7 @@ class KANDREL_API zvSlotMill final
   /// Compares the first radius of a revolved arbor with that of the tool.
   class KANDREL_API ArborSolidValidator : public zvRevolvedSolidVisitor<double> {
    public:
+    /// `toolRadius` is half the tool's diameter, in the arbor's units.
     explicit ArborSolidValidator(double toolRadius) : m_toolRadius(toolRadius) {}
     using zvRevolvedSolidVisitor::Visit;
     void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
@@ -82,11 +89,14 @@ class KANDREL_API zvSlotMill final
 
   using zvTypedTool::zvTypedTool;
   zvSlotMill() = default;
+  /// `length` is flute length and shoulder length in one; in the second form with a shoulder of its
+  /// own. Lengths are in `units`.
   zvSlotMill(double diameter, const Holder& holder, double length, const Arbor& arbor,
              double cornerRadius, cadcam::cornerRadiusType type, Units units);
   zvSlotMill(double diameter, const Holder& holder, double length, const Arbor& arbor,
              double cornerRadius, cadcam::cornerRadiusType type,
              const zvShoulderDefinitionExtender& shoulder, Units units);
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -96,6 +106,7 @@ class KANDREL_API zvTaperMill final
     : public zvTypedToolOf<zvTaperMill, zvHasCornerRadius, zvHasTaperAngle, zvHasCornerRadiusType> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -106,6 +117,7 @@ class KANDREL_API zvDoveMill final
     : public zvTypedToolOf<zvDoveMill, zvHasCornerRadius, zvHasCornerRadiusType, zvHasTaperAngle> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 
   /// Diameter at the end of the flutes.
@@ -133,6 +145,7 @@ class KANDREL_API zvLolMill final : public zvTypedToolOf<zvLolMill, zvHasNeckDia
   /// checks that all types share.
   zvLolMill(double diameter, const Holder& holder, double shoulderLength, double fluteLength,
             const Arbor& arbor, Units units);
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -151,12 +164,14 @@ class KANDREL_API zvBarrelMill final
 
   using zvTypedTool::zvTypedTool;
   zvBarrelMill() = default;
+  /// Lengths are in `units`; in the second form with a shoulder of its own.
   zvBarrelMill(double upperDiameter, double diameter, const Holder& holder, double shoulderLength,
                double fluteLength, const Arbor& arbor, double cornerRadius, double profileRadius,
                Units units);
   zvBarrelMill(double upperDiameter, double diameter, const Holder& holder, double shoulderLength,
                double fluteLength, const Arbor& arbor, double cornerRadius, double profileRadius,
                const zvShoulderDefinitionExtender& shoulder, Units units);
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 
@@ -166,6 +181,7 @@ class KANDREL_API zvConvexTipMill final
     : public zvTypedToolOf<zvConvexTipMill, zvHasCornerRadius, zvHasTipRadius> {
  public:
   using zvTypedToolOf::zvTypedToolOf;
+  /// The row of data of the class.
   static const zvToolType kType;
 };
 

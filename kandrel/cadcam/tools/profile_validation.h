@@ -61,12 +61,14 @@ class KANDREL_API zvProfileValidation {
   };
   using Points = std::vector<geoDef::zv2dPoint<double>>;
 
+  /// Throws with these ids; the class that derives from this one says which.
   explicit zvProfileValidation(const Reports& reports) : m_reports(reports) {}
   zvProfileValidation(const zvProfileValidation&) = default;
   zvProfileValidation& operator=(const zvProfileValidation&) = default;
 
   /// Validate, with these as the points of property 1.
   void Validate(const Profile& profile, const Points& points) const;
+  /// Whether the profile has more than one element.
   static bool HasSeveralElements(const Profile& profile);
 
  private:

@@ -67,6 +67,7 @@ class KANDREL_API zvRevolvedSolidDefinition final
   /// units.
   zvRevolvedSolidDefinition(Profile profile, Units units);
 
+  /// The profile as the constructor took it, x being the radius and y the height.
   const Profile& GetProfile() const noexcept { return m_profile; }
 
   /// Of the profile's elements, where a contour counts as one.
@@ -104,6 +105,7 @@ class KANDREL_API zvExtrudedSolidDefinition final
   zvExtrudedSolidDefinition(std::vector<PolyLine> polyLines, T height, const zvTPoint3d<T>& point,
                             Units units);
 
+  /// The outlines of the prism, in the order of the constructor's argument.
   const std::vector<PolyLine>& GetPolyLines() const noexcept { return m_polyLines; }
   /// The first of the polylines; an empty one where there is none.
   const PolyLine& GetContour() const noexcept;
@@ -130,6 +132,7 @@ class KANDREL_API zvMeshSolidDefinition final
   /// The solid's units are those of the mesh.
   explicit zvMeshSolidDefinition(zvTMesh<T> mesh);
 
+  /// The mesh, in its own units.
   const zvTMesh<T>& GetMesh() const noexcept { return m_mesh; }
   /// The largest z of the mesh, 0 without vertices.
   T GetHeight() const override;

@@ -18,6 +18,7 @@ template <class T>
 class zvSolidDefinitionVisitor {
  public:
   virtual ~zvSolidDefinitionVisitor() = default;
+  /// The slots: one for each class, and the last for a class beyond these.
   virtual void Visit(const zvMeshSolidDefinition<T>& solid) = 0;
   virtual void Visit(const zvExtrudedSolidDefinition<T>& solid) = 0;
   virtual void Visit(const zvRevolvedSolidDefinition<T>& solid) = 0;
@@ -29,6 +30,7 @@ template <class T>
 class zvSolidDefinitionVisitorGetter {
  public:
   virtual ~zvSolidDefinitionVisitorGetter() = default;
+  /// The slots: one for each class, and the last for a class beyond these.
   virtual void Visit(zvMeshSolidDefinition<T>& solid) = 0;
   virtual void Visit(zvExtrudedSolidDefinition<T>& solid) = 0;
   virtual void Visit(zvRevolvedSolidDefinition<T>& solid) = 0;

@@ -30,15 +30,19 @@ class KANDREL_API zvTool : public measures::zvMeasurable {
   using Holder = zvHolderDefinition<double>;
   using Arbor = zvArborDefinition<double>;
 
+  /// Holder and arbor, which belong to the tool, and the length from the tip to the arbor, in the
+  /// tool's units.
   virtual const Holder& GetHolder() const = 0;
   virtual const Arbor& GetArbor() const = 0;
   virtual double GetShoulderLength() const = 0;
   /// The arbor's height plus the shoulder length.
   virtual double GetTotalLength() const;
+  /// From the tip to where it ceases to cut, in the tool's units.
   virtual double GetFluteLength() const = 0;
   /// Both call the visitor's slot of the tool's own class or branch.
   virtual void AcceptVisitor(zvToolBranchVisitor& visitor) const = 0;
   virtual void AcceptVisitor(zvToolVisitor& visitor) const = 0;
+  /// The diameter in the tool's units; 0 for a lathe tool.
   virtual double GetDiameter() const = 0;
 
   /// Throw what zvHolderValidation and zvArborValidation report of a revolved solid. Of an extruded
@@ -79,6 +83,7 @@ class KANDREL_API zvRevolvedTool : public zvTool {
     void Visit(const zvExtrudedSolidDefinition<double>& solid) override;
     void Visit(const zvRevolvedSolidDefinition<double>& solid) override;
   };
+  /// The same of an arbor.
   class KANDREL_API ArborValidator : public zvRevolvedSolidVisitor<double> {
    public:
     using zvRevolvedSolidVisitor::Visit;
@@ -94,6 +99,7 @@ class KANDREL_API zvRevolvedTool : public zvTool {
   const Arbor& GetArbor() const override { return m_arbor; }
 
  protected:
+  /// Whether a constructor checks its values.
   enum class Checks { none, all };
 
   /// With checks: throws zvcadcamException 2106 "Couldn't construct a zvRevolvedTool object",

@@ -34,11 +34,14 @@ class KANDREL_API zvRevolvedToolApproximation {
   /// The approximation's copy.
   virtual const zvRevolvedTool& GetTool() const = 0;
 
+  /// The largest distance of a chord from its curve, in the tool's units.
   T GetTolerance() const noexcept { return m_tolerance; }
 
  protected:
+  /// Takes the tolerance without a check: the derived class has looked at it.
   explicit zvRevolvedToolApproximation(T tolerance) : m_tolerance(tolerance) {}
 
+  /// Sets what the two getters return.
   void SetProfiles(Profile cutting, Profile nonCutting);
 
  private:

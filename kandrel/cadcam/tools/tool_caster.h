@@ -51,6 +51,7 @@ class KANDREL_API zvToolCaster {
   };
 
   zvToolCaster() = delete;
+  /// The same object; a pointer shares its count.
   static const zvTypedRevolvedTool& Cast(const zvTool& tool);
   static zvTypedRevolvedTool& Cast(zvTool& tool);
   static misc::zvAutoPointer<zvTypedRevolvedTool> Cast(const misc::zvAutoPointer<zvTool>& tool);

@@ -15,6 +15,7 @@ namespace cadcam {
 
 /// The parts of a tool that have a mesh each, and the mask of one: 1 << part.
 enum zvToolMeshPart : int { cuttingPart, nonCuttingPart, arborPart, holderPart };
+/// The mask of all four.
 inline constexpr unsigned kAllToolMeshParts = 15;
 
 /// How meshes of tools are made.
@@ -26,6 +27,7 @@ struct zvToolMeshRules {
   /// The parts wanted; the mesh of any other is empty.
   unsigned parts = kAllToolMeshParts;
 
+  /// True where the mesh of the part is to be made.
   bool Wants(zvToolMeshPart part) const noexcept { return (parts >> part & 1u) != 0; }
 };
 
@@ -42,6 +44,7 @@ class KANDREL_API zvToolMeshBase {
   virtual const zvTMesh<T>& GetMesh(int part) const;
 
  protected:
+  /// Four empty meshes in these units. Throws zvmeasuresException 2141 for units that are none.
   explicit zvToolMeshBase(measures::zvUnitsFactory::Units units);
 
   /// Sets a mesh, or leaves it empty where the rules don't want it; `maker` returns it.
@@ -98,6 +101,7 @@ class KANDREL_API zvToolPartMeshCreator : public zvSolidDefinitionVisitor<double
 template <class T>
 class KANDREL_API zvRevolvedToolMeshCreator : public zvToolVisitor, public zvToolMeshBase<T> {
  public:
+  /// Makes what the rules want of the tool that it visits, in `units`.
   zvRevolvedToolMeshCreator(const zvToolMeshRules& rules, measures::zvUnitsFactory::Units units)
       : zvToolMeshBase<T>(units), m_rules(rules) {}
 
@@ -145,6 +149,7 @@ class KANDREL_API zvRevolvedToolMeshCreator : public zvToolVisitor, public zvToo
 template <class T>
 class KANDREL_API zvLatheToolMeshCreator : public zvToolMeshBase<T> {
  public:
+  /// Makes what the rules want of the tool, which isn't kept.
   zvLatheToolMeshCreator(const zvLatheTool& tool, const zvToolMeshRules& rules);
 };
 

@@ -58,13 +58,14 @@ enum class zvToolParameter {
 
 /// One parameter: where it is kept and what it may be.
 struct zvToolParameterRow {
+  /// What a parameter is: it decides unit and check.
   enum class Kind { length, angle, cornerRadiusType, count };
   using Field = std::variant<double zvToolNumbers::*, cornerRadiusType zvToolNumbers::*,
                              std::uint32_t zvToolNumbers::*>;
 
-  std::string_view name;
+  std::string_view name;  ///< as files and texts write it
   Kind kind;
-  Field field;
+  Field field;  ///< the member of zvToolNumbers that holds it
   /// A number below `lowest` - `slack` or above `highest`, or one that is none, fails with the
   /// zvcadcamException `id`. Some types have bounds of their own.
   double lowest;

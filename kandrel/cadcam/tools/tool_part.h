@@ -32,8 +32,10 @@ class KANDREL_API zvToolPartDefinition : public measures::zvMeasurable {
   /// height). Two zeros are a part without extent, which all checks let pass.
   zvToolPartDefinition(T height, T radius, Units units);
 
+  /// A deep copy: the solid is cloned.
   zvToolPartDefinition(const zvToolPartDefinition& other);
   zvToolPartDefinition(zvToolPartDefinition&&) noexcept = default;
+  /// A deep copy: the solid is cloned.
   zvToolPartDefinition& operator=(const zvToolPartDefinition& other);
   zvToolPartDefinition& operator=(zvToolPartDefinition&&) noexcept = default;
 

@@ -36,6 +36,7 @@ class zvBoreBar;
 class KANDREL_API zvToolVisitor {
  public:
   virtual ~zvToolVisitor() = default;
+  /// The slots: one for each class, and the last for a class beyond these.
   virtual void Visit(const zvLatheTool& tool) = 0;
   virtual void Visit(const zvGenericRevolvedTool& tool) = 0;
   virtual void Visit(const zvConvexTipMill& tool) = 0;
@@ -66,6 +67,7 @@ class KANDREL_API zvToolVisitor {
 class KANDREL_API zvToolBranchVisitor {
  public:
   virtual ~zvToolBranchVisitor() = default;
+  /// The slots: one for each branch.
   virtual void Visit(const zvLatheTool& tool) = 0;
   virtual void Visit(const zvGenericRevolvedTool& tool) = 0;
   virtual void Visit(const zvTypedRevolvedTool& tool) = 0;

@@ -22,6 +22,7 @@ class KANDREL_API zvTypedRevolvedTool : public zvRevolvedTool {
     /// Throws zvmeasuresException 2141 for unknown units, and as the setters do.
     zvShoulderDefinitionExtender(double shoulderDiameter, double shoulderBaseLength, Units units);
 
+    /// The diameter, and how far from the tip the shoulder reaches, in the definition's units.
     double GetShoulderDiameter() const noexcept { return m_diameter; }
     double GetShoulderBaseLength() const noexcept { return m_baseLength; }
     /// Throw zvcadcamException 2185 for a diameter and 2186 for a length that is not above 1e-12.
@@ -42,6 +43,7 @@ class KANDREL_API zvTypedRevolvedTool : public zvRevolvedTool {
   double GetDiameter() const override { return m_numbers.diameter; }
   double GetFluteLength() const override { return m_numbers.fluteLength; }
   double GetShoulderLength() const override { return m_numbers.shoulderLength; }
+  /// The shoulder that the tool has of its own, or that its type derives from the parameters.
   const zvShoulderDefinitionExtender& GetShoulderDefinition() const noexcept { return m_shoulder; }
 
   /// True when the shoulder differs by more than 1e-12 from the type's own.

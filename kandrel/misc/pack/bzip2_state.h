@@ -13,6 +13,7 @@ namespace pack {
 /// each result of the library.
 class KANDREL_API zvBzip2State {
  public:
+  /// What it is open for.
   enum Mode : int {
     kReading = 0,
     kWriting = 1,
@@ -39,6 +40,7 @@ class KANDREL_API zvBzip2State {
   /// Throws "Unknown exception!" where the library fails, whatever its result.
   void Close();
 
+  /// Whether Open has succeeded and Close hasn't come yet.
   bool IsOpen() const noexcept { return m_mode != kClosed; }
   /// The length that stood in front when reading, that of the data so far when writing.
   misc::zvStreamSize GetLength() const noexcept { return m_length; }

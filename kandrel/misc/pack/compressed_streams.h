@@ -19,6 +19,7 @@ using misc::zvFile;
 
 /// Gives back what malloc gave.
 struct zvFree {
+  /// Frees the memory.
   void operator()(void* memory) const noexcept { std::free(memory); }
 };
 using zvBytes = std::unique_ptr<unsigned char, zvFree>;
@@ -33,6 +34,7 @@ using zvBytes = std::unique_ptr<unsigned char, zvFree>;
 /// left behind.
 class KANDREL_API zvCompressedOutputFileStream : public misc::zvBinOutputStream {
  public:
+  /// How the bytes are packed.
   enum Method : int {
     kBzip2 = 1,
     kZlib = 2,

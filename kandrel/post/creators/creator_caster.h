@@ -21,6 +21,7 @@
 /// that whoever derives a creator of a type of its own answers for the cast.
 class KANDREL_API zvPostedTPCreatorCaster {
  public:
+  /// The class that a cast asks for.
   enum VerifyInstance : std::int32_t {
     verify3ax = 0,
     verify4ax = 1,
@@ -32,18 +33,22 @@ class KANDREL_API zvPostedTPCreatorCaster {
 
   // A const pointer gives a const one: the interface has it so.
   // NOLINTBEGIN(readability-const-return-type)
+  /// To a 3-axis creator.
   static const zvPosted3axTPCreator& SafeCast3ax(const zvPostedTPCreator& creator);
   static const misc::zvAutoPointer<zvPosted3axTPCreator> SafeCast3ax(const Pointer& creator);
   static misc::zvAutoPointer<zvPosted3axTPCreator> SafeCast3ax(Pointer& creator);
 
+  /// To a 4-axis creator.
   static const zvPosted4axTPCreator& SafeCast4ax(const zvPostedTPCreator& creator);
   static const misc::zvAutoPointer<zvPosted4axTPCreator> SafeCast4ax(const Pointer& creator);
   static misc::zvAutoPointer<zvPosted4axTPCreator> SafeCast4ax(Pointer& creator);
 
+  /// To a 5-axis creator.
   static const zvPosted5axTPCreator& SafeCast5ax(const zvPostedTPCreator& creator);
   static const misc::zvAutoPointer<zvPosted5axTPCreator> SafeCast5ax(const Pointer& creator);
   static misc::zvAutoPointer<zvPosted5axTPCreator> SafeCast5ax(Pointer& creator);
 
+  /// To a 6-axis creator.
   static const zvPosted6axTPCreator& SafeCast6ax(const zvPostedTPCreator& creator);
   static const misc::zvAutoPointer<zvPosted6axTPCreator> SafeCast6ax(const Pointer& creator);
   static misc::zvAutoPointer<zvPosted6axTPCreator> SafeCast6ax(Pointer& creator);

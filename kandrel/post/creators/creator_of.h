@@ -39,6 +39,7 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
         m_solver(Derived::MakeSolver(machDef, par, partOrigin, toolLengthCompensation)) {
     SetInstanceType(Derived::kInstance);
   }
+  /// The same for a machine whose class isn't known.
   zvCreatorOf(const misc::zvAutoPointer<post::zvMachDef>& machDef,
               const post::zv5axControlDef& control, const post::zvKDRParam& par,
               const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation)
@@ -59,6 +60,7 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
   /// constructor: a caller can so check the solutions of one machine against the limits of another.
   /// What else stays with that one is said by each creator. Throws as the constructors do.
   void SetMachDef(const MachDef& machDef) { m_machDef = post::Normalised(machDef); }
+  /// The same for a machine whose class isn't known.
   void SetMachDef(const misc::zvAutoPointer<post::zvMachDef>& machDef) {
     SetMachDef(Derived::AsOwnClass(*machDef));
   }
@@ -72,6 +74,7 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
 
   /// The result of the last Post; null before the first.
   const ListPointer& GetPostedList() const noexcept { return m_posted.Get(); }
+  /// The same, so that the list can be moved out.
   ListPointer& GetPostedList() noexcept { return m_posted.Get(); }
   /// Empties the present list and starts a new one with copies of the moves of `list`.
   void SetPostedList(const ListPointer& list) { m_posted.Set(list); }

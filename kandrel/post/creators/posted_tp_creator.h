@@ -38,6 +38,7 @@
 ///    second reference, once what Post returned is gone. It may outlive the creator then.
 class KANDREL_API zvPostedTPCreator {
  public:
+  /// The class of a creator; instanceBase for one of no known class.
   enum InstanceType : std::int32_t {
     instanceBase = 0,
     instance3ax = 1,
@@ -54,6 +55,7 @@ class KANDREL_API zvPostedTPCreator {
   /// Empties the posted list, also for whoever shares it; does nothing before the first posting.
   virtual void ClearPostedList() = 0;
 
+  /// The control definition that the creator refers to, and its own copy of the parameters.
   const post::zv5axControlDef& GetControlDef() const noexcept { return m_controlDef; }
   const post::zvKDRParam& GetPar() const noexcept { return m_par; }
   /// Added to every part position on the way to machine coordinates, in the machine's units.
@@ -61,6 +63,7 @@ class KANDREL_API zvPostedTPCreator {
   /// Length from the tool tip to the spindle's reference point along the spindle direction, in the
   /// machine's units.
   const double& GetToolLengthCompensationValue() const noexcept { return m_toolLengthCompensation; }
+  /// Of which class the creator is.
   const InstanceType& GetInstanceType() const noexcept { return m_instanceType; }
 
   /// May be null. A copy of the pointer shares the matrix.
@@ -100,11 +103,15 @@ class KANDREL_API zvPostedTPCreator {
   zvPostedTPCreator& operator=(const zvPostedTPCreator&) = delete;
 
  protected:
+  /// For derived classes. Control and part origin are referred to, the parameters copied:
+  /// properties 1 and 2.
   zvPostedTPCreator(const post::zv5axControlDef& control, const post::zvKDRParam& par,
                     const cadcam::zvTPoint3d<double>& partOrigin, double toolLengthCompensation);
   /// The copy has a matrix of its own; its instance type restarts at 0.
   zvPostedTPCreator(const zvPostedTPCreator& other);
 
+  /// For derived classes: the instance type, the creator's own copy of the parameters, and the
+  /// report of the last Post.
   void SetInstanceType(InstanceType type) noexcept { m_instanceType = type; }
   post::zvKDRParam& Par() noexcept { return m_par; }
   /// What the posting is at, for Post and what it calls alone.
@@ -114,6 +121,7 @@ class KANDREL_API zvPostedTPCreator {
   }
 
   using SectionIterator = std::list<misc::zvAutoPointer<cadcam::zvTPSection>>::const_iterator;
+  /// The type of a section. Throws as the public form does.
   post::zvPostedMove::Types GetPostedMoveType(const SectionIterator& section) const;
 
   /// Flattens a toolpath into an array of its move count (post::Flatten), aligned where a matrix is

@@ -64,6 +64,7 @@ class KANDREL_API zvKDR5AxBase {
   zvKDR5AxBase& operator=(const zvKDR5AxBase&) = delete;
   ~zvKDR5AxBase();
 
+  /// What the façade was given and refers to; lengths in the machine's units.
   const post::zvMachDef& GetMachDef() const noexcept { return m_machDef; }
   const post::zv5axControlDef& GetControlDef() const noexcept { return m_controlDef; }
   const post::zvKDRParam& GetPar() const noexcept { return m_par; }

@@ -76,11 +76,13 @@ class KANDREL_API zvBlockLaw {
   /// The sum of the machine's own lengths and the part origin's.
   double GetSize() const noexcept { return m_size; }
 
+  /// What the law needs of a line, worked out.
   Station StationAt(const Line& line) const noexcept;
   /// The same for a line after another one, in less time where both turn little: angles are added
   /// to those of the line before, for 32 lines at most, which adds 1e-14 of rounding. `station` is
   /// not `previous`.
   void MoveOn(const Station& previous, const Line& line, Station& station) const noexcept;
+  /// Where a line puts the tool.
   Pose PoseAt(const Line& line) const noexcept { return StationAt(line).pose; }
 
   /// Bounds without an angle's sine, some 40 ns: never too small, often far too large. For lines

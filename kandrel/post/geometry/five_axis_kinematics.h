@@ -34,6 +34,8 @@ class KANDREL_API zv5axKinematics {
                   double toolLengthCompensation);
   zv5axKinematics(const zv5axMachDef&, const Point&&, double) = delete;
 
+  /// Where the linear axes stand for a tip at `p_part`; the angles in degrees or by their turns, or
+  /// as the move has them.
   Point MachinePosition(const Point& p_part, double firstAngle, double secondAngle) const noexcept {
     return MachinePosition(p_part, zvTurn::OfDegrees(firstAngle), zvTurn::OfDegrees(secondAngle));
   }
@@ -55,6 +57,7 @@ class KANDREL_API zv5axKinematics {
 
   /// The tool's orientation in the part's frame, a unit vector. In radians.
   Point OrientationFromAnglesRad(double firstRad, double secondRad) const noexcept;
+  /// The same in degrees, and at the angles of a posted move.
   Point OrientationFromAngles(double firstDeg, double secondDeg) const noexcept;
   Point Orientation(const zvPosted5axMove& move) const noexcept {
     return OrientationFromAngles(move.GetAngle(0), move.GetAngle(1));

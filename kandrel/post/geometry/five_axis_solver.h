@@ -26,7 +26,7 @@ namespace post {
 struct zvRotarySolution {
   double firstAngle = 0;
   double secondAngle = 0;
-  cadcam::zvTPoint3d<double> position;
+  cadcam::zvTPoint3d<double> position;  ///< in the machine's units
 };
 
 /// Both ways, with the pole status that zvPosted5axMove has.
@@ -35,6 +35,7 @@ struct zvRotarySolutions {
   zvRotarySolution mirror;
   std::uint32_t poleStatus = kDetermined;
 
+  /// The solution that a flag names.
   const zvRotarySolution& Of(bool isMirror) const noexcept { return isMirror ? mirror : first; }
 };
 
@@ -56,7 +57,7 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   /// The pole tolerance worked out for this machine: made once for many moves.
   struct PoleCone : zvPoleCone {
     bool onSecondPole = false;
-    double c2 = 0;  // spindle and second axis, snapped when on the pole
+    double c2 = 0;  ///< spindle and second axis, snapped when on the pole
     double q2 = 0;
   };
 
@@ -67,9 +68,11 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
   zv5axMoveSolver(const zv5axMachDef&, const zvKDRParam&&, const Point&, double) = delete;
   zv5axMoveSolver(const zv5axMachDef&, const zvKDRParam&, const Point&&, double) = delete;
 
+  /// What it was made with.
   const zvKDRParam& GetParameters() const noexcept { return *m_par; }
   const zv5axKinematics& GetKinematics() const noexcept { return m_kinematics; }
 
+  /// Whether poleHandling was 1 when the solver was made.
   bool HasLimitKeeper() const noexcept { return m_limitKeeper.has_value(); }
 
   /// `deg` 1e308 or more means poleAngleTolerance of the parameters.
@@ -128,6 +131,7 @@ class KANDREL_API zv5axMoveSolver : public zv5axMachDef {
       TakeAngleFrom(previous, current);
   }
 
+  /// As zv5axKinematics; angles in degrees.
   Point MachinePosition(const Point& p_part, double firstAngle, double secondAngle) const noexcept {
     return m_kinematics.MachinePosition(p_part, firstAngle, secondAngle);
   }

@@ -47,6 +47,7 @@ class KANDREL_API zvOrientationCone {
     return IsNear(dir_tool) ? Onto(dir_tool) : dir_tool;
   }
 
+  /// The axis of the cone, a unit vector, and the cosine of the angle between it and the spindle.
   const Point& GetAxis() const noexcept { return m_axis; }
   double GetCosine() const noexcept { return m_cosine; }
 
@@ -104,10 +105,13 @@ class KANDREL_API zv4axKinematics {
 
   /// The machine that they are of, with the default's units and limits.
   zv4axMachDef MachDef() const;
+  /// What they compute with; the part origin is the caller's.
   const zvOrientationCone& GetCone() const noexcept { return m_cone; }
   const zv4axConstants& GetConstants() const noexcept { return m_constants; }
   const Point& GetPartOrigin() const noexcept { return *m_partOrigin; }
 
+  /// Where the linear axes stand for a tip at `p_part`; the angle in degrees or by its turn, or as
+  /// the move has it.
   Point MachinePosition(const Point& p_part, double deg) const noexcept {
     return MachinePosition(p_part, zvTurn::OfDegrees(deg));
   }

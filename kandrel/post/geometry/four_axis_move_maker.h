@@ -30,6 +30,7 @@ class KANDREL_API zvPosted4axMoveMaker {
   zvPosted4axMoveMaker(const zv4axMachDef&, const zvKDRParam&&, const Point&, double) = delete;
   zvPosted4axMoveMaker(const zv4axMachDef&, const zvKDRParam&, const Point&&, double) = delete;
 
+  /// The kinematics, which live as long as the maker.
   const zv4axKinematics& GetKinematics() const noexcept { return m_kinematics; }
 
   /// `deg` exactly 1e308 means poleAngleTolerance of the parameters.

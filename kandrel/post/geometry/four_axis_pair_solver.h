@@ -21,6 +21,7 @@ class zv4axPairSolver {
  public:
   using Move = zvPosted4axMove;
 
+  /// `poleEps` as for zv4axKinematics::Angle.
   zv4axPairSolver(const zv4axKinematics& kinematics, const zvOrientationCone& cone, double poleEps)
       : m_kinematics(kinematics),
         m_isOnTable(kinematics.GetConstants().isOnTable),

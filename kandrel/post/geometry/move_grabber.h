@@ -15,6 +15,7 @@ namespace cadcam {
 /// zvCNCMove throws zvPostException 2503.
 class KANDREL_API zvMoveGrabber : public zvCNCMoveVisitor {
  public:
+  /// Overwrites `target`.
   explicit zvMoveGrabber(zv5axMove& target) : m_target(&target) {}
 
   void Visit(const zv5axMove& move) override;
@@ -54,6 +55,8 @@ class KANDREL_API zvMoveView {
     }
   }
 
+  /// What the move holds, in the part's frame; the feed in length per minute. A move without
+  /// extended data gives its position and orientation for them, and 0 for the id.
   const Point& GetPosition() const noexcept { return *m_position; }
   const Point& GetOrientation() const noexcept { return *m_orientation; }
   double GetFeed() const noexcept { return m_base->GetFeed(); }

@@ -48,6 +48,7 @@ namespace post {
 struct zvPoleCone {
   double eps = 0;  ///< 1 - cos(half-angle)^2
 
+  /// `deg` is the half-angle.
   KANDREL_API static zvPoleCone OfDegrees(double deg) noexcept;
 
   /// For the cosine c between a unit orientation and the axis: 1 - c^2 is the same for both ends of

@@ -42,6 +42,7 @@ class KANDREL_API zvPosted3axMoveMaker {
                                        {type, sourceIndex, inserted, smallMoves});
   }
 
+  /// A transformation that stands in place of everything else; null for none. It is shared.
   const misc::zvAutoPointer<zvTransformation3d>& GetTransformation() const noexcept {
     return m_transformation;
   }

@@ -14,12 +14,15 @@ class zvTransformation3d {
 
   /// The identity.
   zvTransformation3d() = default;
+  /// Of these two; nothing is checked.
   zvTransformation3d(const Rotation& rotation, const Point& translation)
       : m_rotation(rotation), m_translation(translation) {}
 
+  /// R and t.
   const Rotation& GetRotation() const noexcept { return m_rotation; }
   const Point& GetTranslation() const noexcept { return m_translation; }
 
+  /// The point R p + t.
   Point operator*(const Point& p) const {
     const Rotation& r = m_rotation;
     return Point{r(0, 0) * p.x + r(0, 1) * p.y + r(0, 2) * p.z,

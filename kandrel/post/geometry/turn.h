@@ -17,8 +17,10 @@ struct KANDREL_API zvTurn {
   double cosine = 1;
   double sine = 0;
 
+  /// The turn by an angle.
   static zvTurn OfDegrees(double deg) noexcept;
   static zvTurn OfRadians(double rad) noexcept;
+  /// The turn back.
   zvTurn Reversed() const noexcept { return {cosine, -sine}; }
 };
 
@@ -28,6 +30,7 @@ template <class Number>
 struct ArmOf {
   using Point = cadcam::zvTPoint3d<Number>;
 
+  /// The arm from the line through `pivot` along the unit vector `direction` to `p`.
   ArmOf(const Point& p, const Point& direction, const Point& pivot)
       : v(p - pivot), across(Cross(direction, v)) {}
 

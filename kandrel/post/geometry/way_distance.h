@@ -32,10 +32,12 @@ class zvWaySegment {
  public:
   using Point = cadcam::zvTPoint3d<double>;
 
+  /// From one end to the other, which may be one point.
   zvWaySegment(const Point& from, const Point& to) : m_from(from), m_step(to - from) {
     const double squared = m_step.SquaredLength();
     m_inverse = squared > 0 ? 1 / squared : 0;
   }
+  /// How far a point is from the segment.
   double Distance(const Point& p) const noexcept { return misc::Sqrt(SquaredDistance(p)); }
   double SquaredDistance(const Point& p) const noexcept {
     return (p - m_from - Along(p) * m_step).SquaredLength();
@@ -74,6 +76,7 @@ class zvWayArc {
     if (areOpposite) m_before = m_past;
   }
 
+  /// The square of the distance of the unit vector `t` from the sector.
   double SquaredDistance(const Point& t) const noexcept {
     if (IsAbove(t)) return Dot(m_normal, t) * Dot(m_normal, t);
     return std::min(SquaredOffRay(t, m_from), SquaredOffRay(t, m_to));
@@ -85,6 +88,7 @@ class zvWayArc {
       return AngleOfSine(misc::Sqrt(squared));
     return IsAbove(t) ? AngleOfSine(Height(t)) : std::min(AngleTo(t, m_from), AngleTo(t, m_to));
   }
+  /// Whether the arc is a ray, the unit normal of its plane, and how far a point is off that plane.
   bool IsRay() const noexcept { return m_isRay; }
   const Point& GetNormal() const noexcept { return m_normal; }
   double Height(const Point& t) const noexcept { return std::fabs(Dot(m_normal, t)); }

@@ -16,6 +16,7 @@ class zv5axControlDef {
     angleLimit180 = 2,   ///< wrapped to (-180, 180]
   };
 
+  /// The rule of each axis.
   angleLimit GetFirstAxisLimit() const noexcept { return m_firstAxisLimit; }
   angleLimit GetSecondAxisLimit() const noexcept { return m_secondAxisLimit; }
   void SetFirstAxisLimit(angleLimit limit) noexcept { m_firstAxisLimit = limit; }

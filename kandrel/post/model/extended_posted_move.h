@@ -17,6 +17,7 @@ class KANDREL_API zvExtendedPostedMove final {
   using Point = cadcam::zvTPoint3d<double>;
 
   zvExtendedPostedMove() = default;
+  /// Takes all as it is.
   zvExtendedPostedMove(const Point& extendedPoint, const Point& extendedVector,
                        std::uint32_t extendedId, bool hasExtendedData, std::int32_t sourceIndex,
                        bool inserted)
@@ -27,6 +28,8 @@ class KANDREL_API zvExtendedPostedMove final {
         m_hasExtendedData(hasExtendedData),
         m_inserted(inserted) {}
 
+  /// Contact point and vector, in the part's frame, and the caller's id; they count where
+  /// HasExtendedData says so.
   const Point& GetExtendedPoint() const noexcept { return m_extendedPoint; }
   const Point& GetExtendedVector() const noexcept { return m_extendedVector; }
   std::uint32_t GetExtendedId() const noexcept { return m_extendedId; }
@@ -42,6 +45,7 @@ class KANDREL_API zvExtendedPostedMove final {
     m_extendedPoint = point;
     m_hasExtendedData = true;
   }
+  /// These leave that mark as it is.
   void SetExtendedVector(const Point& vector) noexcept { m_extendedVector = vector; }
   void SetExtendedId(std::uint32_t id) noexcept { m_extendedId = id; }
   void SetHasExtendedData(bool value) noexcept { m_hasExtendedData = value; }
@@ -52,6 +56,7 @@ class KANDREL_API zvExtendedPostedMove final {
   /// within 1e-12 in length, and the id.
   bool operator==(const zvExtendedPostedMove& other) const;
 
+  /// Memory from the stock of blocks. Throws std::bad_alloc.
   static void* operator new(std::size_t size);
   static void operator delete(void* memory) noexcept;
 

@@ -49,17 +49,22 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
   /// and zvPostException 5039 where a direction or pivot is infinite or NaN.
   virtual void Normalize();
 
+  /// The direction in which the spindle points, from the tool's tip to the spindle, in the part's
+  /// frame.
   const Point& GetSpindleDirection() const noexcept { return m_spindleDirection; }
   void SetSpindleDirection(const Point& direction) noexcept { m_spindleDirection = direction; }
+  /// The number that stands for the class.
   NumbersOfAxes GetNumbersOfAxes() const noexcept { return m_numbersOfAxes; }
   /// Set by each class; a value that disagrees with the class is refused where it is used (5031,
   /// 5043).
   void SetNumbersOfAxes(NumbersOfAxes value) noexcept { m_numbersOfAxes = value; }
+  /// The range of each linear axis, in the definition's units.
   const Point& GetMinLimits() const noexcept { return m_minLimits; }
   const Point& GetMaxLimits() const noexcept { return m_maxLimits; }
   void SetMinLimits(const Point& limits) noexcept { m_minLimits = limits; }
   void SetMaxLimits(const Point& limits) noexcept { m_maxLimits = limits; }
 
+  /// Where the linear axes point, in the part's frame.
   const Point& GetXAxisDirection() const noexcept { return m_axes.x; }
   const Point& GetYAxisDirection() const noexcept { return m_axes.y; }
   const Point& GetZAxisDirection() const noexcept { return m_axes.z; }
@@ -72,10 +77,13 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
   const misc::zvAutoPointer<const Matrix>& GetInverseAxisMatrix() const noexcept {
     return m_inverseAxisMatrix;
   }
+  /// Whether the axes count as the identity: property 2.
   bool IsIdentityTransform() const noexcept { return m_isIdentityTransform; }
 
  protected:
+  /// For derived classes: the defaults.
   explicit zvMachDef(NumbersOfAxes numbersOfAxes);
+  /// For derived classes. Throws as the class says.
   zvMachDef(NumbersOfAxes numbersOfAxes, Units units, const Point& spindleDirection,
             const Point& minLimits, const Point& maxLimits, const Point& xAxisDirection,
             const Point& yAxisDirection, const Point& zAxisDirection);
@@ -107,6 +115,7 @@ class KANDREL_API zvMachDef : public measures::zvMeasurable {
 class KANDREL_API zv3axMachDef : public zvMachDef {
  public:
   zv3axMachDef();
+  /// Throws as zvMachDef says.
   zv3axMachDef(Units units, const Point& spindleDirection, const Point& minLimits,
                const Point& maxLimits, const Point& xAxisDirection, const Point& yAxisDirection,
                const Point& zAxisDirection);
@@ -136,11 +145,13 @@ class KANDREL_API zv4axMachDef : public zvMachDef {
   /// 0: the axis lies in the head and turns the tool; else on the table and turns the part.
   std::int32_t GetRotaryOnWorkpiece() const noexcept { return m_rotaryOnWorkpiece; }
   void SetRotaryOnWorkpiece(std::int32_t value) noexcept { m_rotaryOnWorkpiece = value; }
+  /// The direction about which the axis turns, right-handed.
   const Point& GetRotationDirection() const noexcept { return m_rotationDirection; }
   void SetRotationDirection(const Point& direction) noexcept { m_rotationDirection = direction; }
   /// A point on the axis.
   const Point& GetRotationPivot() const noexcept { return m_rotationPivot; }
   void SetRotationPivot(const Point& pivot) noexcept { m_rotationPivot = pivot; }
+  /// The range of the axis, degrees.
   double GetMinAngle() const noexcept { return m_minAngle; }
   double GetMaxAngle() const noexcept { return m_maxAngle; }
   void SetMinAngle(double deg) noexcept { m_minAngle = deg; }
@@ -187,6 +198,8 @@ class KANDREL_API zv5axMachDef : public zvMachDef {
   /// One of the four kinds, or a number that counts as the third.
   std::int32_t GetFiveAxisKind() const noexcept { return m_fiveAxisKind; }
   void SetFiveAxisKind(std::int32_t kind) noexcept { m_fiveAxisKind = kind; }
+  /// The directions about which the axes turn, right-handed; a point on each axis; and their ranges
+  /// in degrees.
   const Point& GetFirstRotationDirection() const noexcept { return m_firstRotationDirection; }
   const Point& GetSecondRotationDirection() const noexcept { return m_secondRotationDirection; }
   void SetFirstRotationDirection(const Point& p) noexcept { m_firstRotationDirection = p; }
@@ -242,6 +255,8 @@ class KANDREL_API zv6axMachDef : public zvMachDef {
   /// Checked at construction and otherwise unused: the three flags decide.
   std::int32_t GetFiveAxisKind() const noexcept { return m_fiveAxisKind; }
   void SetFiveAxisKind(std::int32_t kind) noexcept { m_fiveAxisKind = kind; }
+  /// The directions about which the axes turn, right-handed; a point on each axis; and their ranges
+  /// in degrees.
   const Point& GetFirstRotationDirection() const noexcept { return m_firstRotationDirection; }
   const Point& GetSecondRotationDirection() const noexcept { return m_secondRotationDirection; }
   const Point& GetThirdRotationDirection() const noexcept { return m_thirdRotationDirection; }

@@ -17,6 +17,7 @@ class KANDREL_API zvMachDefBuilder {
  public:
   /// Kind 0, no names, no definition.
   zvMachDefBuilder() = default;
+  /// A copy has a clone of the definition.
   zvMachDefBuilder(const zvMachDefBuilder& other);
   zvMachDefBuilder(zvMachDefBuilder&& other) noexcept = default;
   zvMachDefBuilder& operator=(const zvMachDefBuilder& other);
@@ -25,6 +26,7 @@ class KANDREL_API zvMachDefBuilder {
 
   /// Stores a clone. Throws "Accessing NULL pointer" for a null pointer and changes nothing then.
   void SetMachDef(const misc::zvAutoPointer<zvMachDef>& machDef);
+  /// The definition stored, null where there is none.
   const misc::zvAutoPointer<zvMachDef>& GetMachDef() const noexcept { return m_machDef; }
   /// In the order X, Y, Z, then the rotary axes. Not checked.
   void SetAxisNames(const std::vector<std::wstring>& names) { m_axisNames = names; }

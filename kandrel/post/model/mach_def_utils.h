@@ -15,16 +15,19 @@ class KANDREL_API zvMachDefUtils {
  public:
   zvMachDefUtils() = delete;
 
+  /// A copy of the definition as its own class.
   static zv3axMachDef Cast3ax(const zvMachDef& machDef);
   static zv4axMachDef Cast4ax(const zvMachDef& machDef);
   static zv5axMachDef Cast5ax(const zvMachDef& machDef);
   static zv6axMachDef Cast6ax(const zvMachDef& machDef);
 
+  /// The definition itself as its own class.
   static const zv3axMachDef& As3ax(const zvMachDef& machDef);
   static const zv4axMachDef& As4ax(const zvMachDef& machDef);
   static const zv5axMachDef& As5ax(const zvMachDef& machDef);
   static const zv6axMachDef& As6ax(const zvMachDef& machDef);
 
+  /// The same object, its count shared.
   static misc::zvAutoPointer<zv3axMachDef> Cast3ax(const misc::zvAutoPointer<zvMachDef>& machDef);
   static misc::zvAutoPointer<zv4axMachDef> Cast4ax(const misc::zvAutoPointer<zvMachDef>& machDef);
   static misc::zvAutoPointer<zv5axMachDef> Cast5ax(const misc::zvAutoPointer<zvMachDef>& machDef);
@@ -39,6 +42,7 @@ class KANDREL_API zvMachDefUtils {
   /// Accepts definitions of one class and throws for the others.
   class KANDREL_API zvCastingRevolvedChecker : public zvMachineVisitor {
    public:
+    /// Accepts this class alone.
     explicit zvCastingRevolvedChecker(zvMachDef::NumbersOfAxes expected) : m_expected(expected) {}
 
     void Visit(const zv6axMachDef& machDef) override;

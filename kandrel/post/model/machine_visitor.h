@@ -14,6 +14,7 @@ class zv6axMachDef;
 /// A definition calls the slot of its own class: zvMachDef::AcceptVisitor.
 class KANDREL_API zvMachineVisitor {
  public:
+  /// The slots: one for each class.
   virtual void Visit(const zv6axMachDef& machDef) = 0;
   virtual void Visit(const zv5axMachDef& machDef) = 0;
   virtual void Visit(const zv4axMachDef& machDef) = 0;

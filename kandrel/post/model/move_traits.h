@@ -15,6 +15,7 @@ struct zvMoveTraits;
 /// Of one axis, whose index is not looked at. Such moves carry no pole status.
 template <>
 struct zvMoveTraits<zvPosted4axMove> {
+  /// The index is not looked at; nothing is ever at a pole.
   static constexpr int kAxes = 1;
   static double Angle(const zvPosted4axMove& move, int) noexcept { return move.GetRotaryAngle(); }
   static void SetAngle(zvPosted4axMove& move, int, double deg) noexcept {
@@ -27,6 +28,7 @@ struct zvMoveTraits<zvPosted4axMove> {
 /// Of axes 0 and 1; at a pole one of the two is undetermined.
 template <>
 struct zvMoveTraits<zvPosted5axMove> {
+  /// Index 0 is the first axis, 1 the second; degrees.
   static constexpr int kAxes = 2;
   static double Angle(const zvPosted5axMove& move, int axis) noexcept {
     return move.GetAngle(static_cast<std::int16_t>(axis));

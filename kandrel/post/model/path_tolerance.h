@@ -22,7 +22,9 @@ class KANDREL_API zvPathTolerance {
   /// above 0 and finite: NaN, infinity, zero and negative values.
   zvPathTolerance(double tip, double axis);
 
+  /// Whether a tolerance is set: a default one isn't.
   bool IsOn() const noexcept { return m_tip > 0; }
+  /// Bounds for the tip, in the path's units, and for the tool's axis, in degrees; 0 when off.
   double GetTip() const noexcept { return m_tip; }
   double GetAxis() const noexcept { return m_axis; }
 

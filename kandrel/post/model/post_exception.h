@@ -74,6 +74,7 @@ class KANDREL_API zvPostException : public misc::zvExceptionOf<zvPostException> 
   explicit zvPostException(std::uint32_t id, int detail = 0);
   zvPostException(std::uint32_t id, const misc::zvException& previous);
 
+  /// All ids that have a text, ascending.
   static misc::zvMessageTable Table() noexcept;
 };
 
@@ -95,5 +96,6 @@ class KANDREL_API zvKandrelException : public misc::zvExceptionOf<zvKandrelExcep
   explicit zvKandrelException(std::uint32_t id, int detail = 0);
   zvKandrelException(std::uint32_t id, const misc::zvException& previous);
 
+  /// All ids that have a text, ascending.
   static misc::zvMessageTable Table() noexcept;
 };

@@ -14,6 +14,7 @@ class zvPostedList {
   using Pointer = misc::zvAutoPointer<List>;
 
   zvPostedList() = default;
+  /// A copy starts without a list.
   zvPostedList(const zvPostedList&) : zvPostedList() {}
   zvPostedList& operator=(const zvPostedList&) = delete;
   ~zvPostedList() {
@@ -24,6 +25,7 @@ class zvPostedList {
     }
   }
 
+  /// The present list, shared; null until Renew or Set.
   Pointer& Get() noexcept { return m_list; }
   const Pointer& Get() const noexcept { return m_list; }
 

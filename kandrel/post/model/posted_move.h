@@ -45,10 +45,12 @@ class KANDREL_API zvPostedMove {
         m_feed(feed),
         m_type(type),
         m_rapid(rapid) {}
+  /// With an extended block that holds these.
   zvPostedMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                double feed, bool rapid, Types type, const Point& extendedPoint,
                const Point& extendedVector, std::uint32_t extendedId, bool hasExtendedData,
                std::int32_t sourceIndex, bool inserted);
+  /// A copy has a block of its own.
   zvPostedMove(const zvPostedMove& other);
   zvPostedMove(zvPostedMove&&) noexcept = default;
   zvPostedMove& operator=(const zvPostedMove& other);
@@ -58,6 +60,7 @@ class KANDREL_API zvPostedMove {
   /// Calls the visitor's slot of the move's own class.
   virtual void AcceptVisitor(zvPostedVisitor& visitor) const;
 
+  /// The link that the move lies on, or none.
   Types GetType() const noexcept { return m_type; }
   void SetType(Types type) noexcept { m_type = type; }
   /// X, Y, Z of the machine's linear axes.
@@ -69,6 +72,8 @@ class KANDREL_API zvPostedMove {
   /// Tool orientation in the same frame, from the tip towards the spindle.
   const Point& GetOrientation() const noexcept { return m_orientation; }
   void SetOrientation(const Point& orientation) noexcept { m_orientation = orientation; }
+  /// Whether it runs at rapid speed; and its feed in length per minute, which a rapid move carries
+  /// too.
   bool IsRapid() const noexcept { return m_rapid; }
   void SetRapid(bool rapid) noexcept { m_rapid = rapid; }
   double GetFeed() const noexcept { return m_feed; }
@@ -76,6 +81,7 @@ class KANDREL_API zvPostedMove {
   /// Carried, copied and compared, never computed.
   float GetReservedSingle() const noexcept { return m_reservedSingle; }
   void SetReservedSingle(float value) noexcept { m_reservedSingle = value; }
+  /// Seconds from the move before to this one.
   double GetMoveTime() const noexcept { return m_moveTime; }
   void SetMoveTime(double seconds) noexcept { m_moveTime = seconds; }
 
@@ -85,8 +91,12 @@ class KANDREL_API zvPostedMove {
   void SetExtended(const Point& extendedPoint, const Point& extendedVector,
                    std::uint32_t extendedId, bool hasExtendedData, std::int32_t sourceIndex,
                    bool inserted);
+  /// Whether it is a small move.
   bool HasNoExtended() const noexcept { return m_extended == nullptr; }
 
+  /// What the extended block holds: contact point and vector in the part's frame, the caller's id,
+  /// the index of the toolpath move, and whether a pass has put the move in. All throw
+  /// zvPostException 5048 where there is no block.
   const Point& GetExtendedPoint() const { return Extended().GetExtendedPoint(); }
   const Point& GetExtendedVector() const { return Extended().GetExtendedVector(); }
   std::uint32_t GetExtendedId() const { return Extended().GetExtendedId(); }
@@ -137,7 +147,10 @@ class KANDREL_API zvPosted3axMove : public zvPostedMove {
 /// Adds the angle of the one rotary axis.
 class KANDREL_API zvPosted4axMove : public zvPostedMove {
  public:
+  /// At the origin with angle 0; a small move has no extended block.
   explicit zvPosted4axMove(bool smallMove) : zvPostedMove(smallMove) {}
+  /// `rotaryAngle` in degrees, all else as for zvPostedMove; the second form makes an extended
+  /// block.
   zvPosted4axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                   double rotaryAngle, double feed, bool rapid, Types type)
       : zvPostedMove(machinePosition, partPosition, orientation, feed, rapid, type),
@@ -152,6 +165,7 @@ class KANDREL_API zvPosted4axMove : public zvPostedMove {
 
   void AcceptVisitor(zvPostedVisitor& visitor) const override;
 
+  /// Degrees, as the axis stands: wound, or as the control wants it.
   double GetRotaryAngle() const noexcept { return m_rotaryAngle; }
   void SetRotaryAngle(double deg) noexcept { m_rotaryAngle = deg; }
   /// Adds `turns` times 360 degrees.
@@ -159,6 +173,7 @@ class KANDREL_API zvPosted4axMove : public zvPostedMove {
   /// The circular distance of the two angles, in [0, 180].
   double AngleDistance(const zvPosted4axMove& other) const noexcept;
 
+  /// As zvPostedMove, and the angles within 1e-12.
   bool operator==(const zvPosted4axMove& other) const;
 
  private:
@@ -177,7 +192,10 @@ enum zvPoleStatus : std::uint32_t {
 /// second.
 class KANDREL_API zvPosted5axMove : public zvPostedMove {
  public:
+  /// At the origin with angles 0; a small move has no extended block.
   explicit zvPosted5axMove(bool smallMove) : zvPostedMove(smallMove) {}
+  /// Angles in degrees, all else as for zvPostedMove; `poleStatus` is a zvPoleStatus; the second
+  /// form makes an extended block.
   zvPosted5axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                   double firstAngle, double secondAngle, std::uint32_t poleStatus, double feed,
                   bool rapid, Types type)
@@ -214,6 +232,7 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
   std::uint32_t GetPoleStatus() const noexcept { return m_poleStatus; }
   void SetPoleStatus(std::uint32_t status) noexcept { m_poleStatus = status; }
 
+  /// As zvPostedMove, the angles within 1e-12 and the pole status exactly.
   bool operator==(const zvPosted5axMove& other) const;
 
  private:
@@ -224,7 +243,9 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
 /// Adds the angles of three rotary axes.
 class KANDREL_API zvPosted6axMove : public zvPostedMove {
  public:
+  /// At the origin with angles 0; a small move has no extended block.
   explicit zvPosted6axMove(bool smallMove) : zvPostedMove(smallMove) {}
+  /// Angles in degrees, all else as for zvPosted5axMove; the second form makes an extended block.
   zvPosted6axMove(const Point& machinePosition, const Point& partPosition, const Point& orientation,
                   double firstAngle, double secondAngle, double thirdAngle,
                   std::uint32_t poleStatus, double feed, bool rapid, Types type)
@@ -265,6 +286,7 @@ class KANDREL_API zvPosted6axMove : public zvPostedMove {
   std::uint32_t GetPoleStatus() const noexcept { return m_poleStatus; }
   void SetPoleStatus(std::uint32_t status) noexcept { m_poleStatus = status; }
 
+  /// As zvPostedMove, the angles within 1e-12 and the pole status exactly.
   bool operator==(const zvPosted6axMove& other) const;
 
  private:

@@ -14,6 +14,7 @@ class zvPosted6axMove;
 /// A move calls the slot of its own class: zvPostedMove::AcceptVisitor.
 class KANDREL_API zvPostedVisitor {
  public:
+  /// The slots: one for each class.
   virtual void Visit(const zvPosted6axMove& move) = 0;
   virtual void Visit(const zvPosted5axMove& move) = 0;
   virtual void Visit(const zvPosted4axMove& move) = 0;

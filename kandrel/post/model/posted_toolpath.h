@@ -27,6 +27,7 @@ class KANDREL_API zvPostedTP {
   zvPostedTP& operator=(zvPostedTP&&) = default;
   virtual ~zvPostedTP();
 
+  /// The moves in the order in which they are run.
   virtual iterator Begin();
   virtual const_iterator Begin() const;
   virtual iterator End();
@@ -44,6 +45,7 @@ class KANDREL_API zvPostedTP {
   virtual std::vector<double> GetPartMin() const;
   virtual std::vector<double> GetPartMax() const;
 
+  /// How many moves there are.
   std::size_t GetCount() const noexcept { return m_moves.size(); }
 
   /// Null when no alignment was used.

@@ -14,6 +14,7 @@ namespace post {
 /// zvException 2183 "Abstract function called".
 class KANDREL_API zvPostedVisitorMoveType : public zvPostedVisitor {
  public:
+  /// Writes into `type`.
   explicit zvPostedVisitorMoveType(int& type) : m_type(&type) {}
 
   void Visit(const zvPosted6axMove& move) override;
@@ -41,9 +42,12 @@ class KANDREL_API zvPostedExtentVisitor : public zvPostedVisitor {
   void Visit(const zvPostedMove& move) override;
 
  protected:
+  /// Which position is folded.
   enum class Position { kMachine, kPart };
+  /// Whether the smallest or the largest values are kept.
   enum class Side { kMin, kMax };
 
+  /// Folds into `extent`, which outlives the visitor.
   zvPostedExtentVisitor(std::vector<double>& extent, Position position, Side side)
       : m_extent(&extent), m_position(position), m_side(side) {}
 
@@ -59,6 +63,7 @@ class KANDREL_API zvPostedExtentVisitor : public zvPostedVisitor {
 /// The smallest machine position and angles.
 class KANDREL_API zvPostedVisitorMachMin : public zvPostedExtentVisitor {
  public:
+  /// Folds into `extent`, which outlives the visitor.
   explicit zvPostedVisitorMachMin(std::vector<double>& extent)
       : zvPostedExtentVisitor(extent, Position::kMachine, Side::kMin) {}
 };
@@ -66,6 +71,7 @@ class KANDREL_API zvPostedVisitorMachMin : public zvPostedExtentVisitor {
 /// The largest machine position and angles.
 class KANDREL_API zvPostedVisitorMachMax : public zvPostedExtentVisitor {
  public:
+  /// Folds into `extent`, which outlives the visitor.
   explicit zvPostedVisitorMachMax(std::vector<double>& extent)
       : zvPostedExtentVisitor(extent, Position::kMachine, Side::kMax) {}
 };
@@ -73,6 +79,7 @@ class KANDREL_API zvPostedVisitorMachMax : public zvPostedExtentVisitor {
 /// The smallest part position and angles.
 class KANDREL_API zvPostedVisitorPartMin : public zvPostedExtentVisitor {
  public:
+  /// Folds into `extent`, which outlives the visitor.
   explicit zvPostedVisitorPartMin(std::vector<double>& extent)
       : zvPostedExtentVisitor(extent, Position::kPart, Side::kMin) {}
 };
@@ -80,6 +87,7 @@ class KANDREL_API zvPostedVisitorPartMin : public zvPostedExtentVisitor {
 /// The largest part position and angles.
 class KANDREL_API zvPostedVisitorPartMax : public zvPostedExtentVisitor {
  public:
+  /// Folds into `extent`, which outlives the visitor.
   explicit zvPostedVisitorPartMax(std::vector<double>& extent)
       : zvPostedExtentVisitor(extent, Position::kPart, Side::kMax) {}
 };

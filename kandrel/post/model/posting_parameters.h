@@ -26,11 +26,13 @@ class KANDREL_API zvKDRParam {
     checkRotaryAxes = 2,  ///< nothing on a 3-axis machine
     checkAllAxes = 3,
   };
+  /// Which of the two solutions of its first move a posting takes, on machines that have two.
   enum FirstMoveRule : std::int32_t {
     bySolutionIndex = 0,
     byFirstAxis = 1,   ///< the solution whose first axis lies nearer to firstMovePreferredAngle
     bySecondAxis = 2,  ///< the same with the second axis
   };
+  /// The solution that bySolutionIndex takes.
   enum SolutionIndex : std::int32_t {
     firstSolution = 0,
     mirrorSolution = 1,
@@ -80,6 +82,7 @@ class KANDREL_API zvKDRParam {
   /// MaxAngleStep applies whether or not this is set.
   bool GetInterpolateByDistance() const noexcept { return m_interpolateByDistance; }
   void SetInterpolateByDistance(bool value) noexcept { m_interpolateByDistance = value; }
+  /// What is done about limits.
   LimitsCheck GetLimitsCheck() const noexcept { return m_limitsCheck; }
   void SetLimitsCheck(LimitsCheck value) noexcept { m_limitsCheck = value; }
   /// Slack of the rotary limit tests of a whole run.
@@ -91,8 +94,10 @@ class KANDREL_API zvKDRParam {
   /// Any value but 0 takes the mirror solution.
   SolutionIndex GetFirstMoveSolutionIndex() const noexcept { return m_firstMoveSolutionIndex; }
   void SetFirstMoveSolutionIndex(SolutionIndex value) noexcept { m_firstMoveSolutionIndex = value; }
+  /// The angle that FirstMoveRule prefers, degrees.
   double GetFirstMovePreferredAngle() const noexcept { return m_firstMovePreferredAngle; }
   void SetFirstMovePreferredAngle(double deg) noexcept { m_firstMovePreferredAngle = deg; }
+  /// Whether rapid moves are interpolated too.
   bool GetInterpolateRapidMoves() const noexcept { return m_interpolateRapidMoves; }
   void SetInterpolateRapidMoves(bool value) noexcept { m_interpolateRapidMoves = value; }
   /// Old files bring 0, which is none of the three.

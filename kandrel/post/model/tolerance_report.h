@@ -18,6 +18,7 @@ struct zvToleranceReport {
     double tip = 0;            ///< bounds of what the block leaves the path by
     double axis = 0;
   };
+  /// How many lines are kept.
   static constexpr std::size_t kMostLines = 16;
 
   std::uint32_t count = 0;               ///< of all such lines
@@ -25,12 +26,15 @@ struct zvToleranceReport {
   double largestTip = 0;                 ///< of all such lines
   double largestAxis = 0;
 
+  /// Adds a block that leaves the path by more than the tolerance: the index of its later line,
+  /// that line's source, and bounds of what tip and axis leave it by.
   void Add(std::uint32_t index, std::int32_t source, double tip, double axis) noexcept {
     if (count < kMostLines) lines[count] = {index, source, tip, axis};
     ++count;
     largestTip = std::max(largestTip, tip);
     largestAxis = std::max(largestAxis, axis);
   }
+  /// Whether no block was added.
   bool IsHeld() const noexcept { return count == 0; }
   /// How many of `lines` are set.
   std::size_t GetLineCount() const noexcept { return count < kMostLines ? count : kMostLines; }

@@ -27,11 +27,13 @@ class KANDREL_API zvBlockRules {
   /// below what numbers hold at that size.
   zvBlockRules(const zvPathTolerance& tolerance, const zvKDRParam& par, double size);
 
+  /// What the rules were made with.
   const zvPathTolerance& GetTolerance() const noexcept { return m_tolerance; }
   double GetSize() const noexcept { return m_size; }
   /// maxAngleStep and interpolationDistance; 0 for none.
   double GetStep() const noexcept { return m_step; }
   double GetDistance() const noexcept { return m_distance; }
+  /// From now on steps of any length are taken.
   void ForgetDistance() noexcept { m_distance = 0; }
 
   /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the

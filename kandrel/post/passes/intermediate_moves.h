@@ -20,6 +20,7 @@ enum class zvBlendedOrientations { kAsGiven, kUnitVectors, kOfCurrent };
 /// have the second one's type.
 class KANDREL_API zvIntermediateMoves {
  public:
+  /// Refers to neither move: what is needed of them is copied.
   zvIntermediateMoves(const zvPostedMove& previous, const zvPostedMove& current, bool smallMoves,
                       zvBlendedOrientations orientations);
 
@@ -28,6 +29,7 @@ class KANDREL_API zvIntermediateMoves {
   /// when the blended orientation is exactly zero.
   const cadcam::zvCNCMove& At(double t);
 
+  /// The type of the moves between.
   zvPostedMove::Types GetType() const noexcept { return m_type; }
   /// A small move has no record to hold these: 0 and false.
   std::int32_t GetSourceIndex() const noexcept { return m_sourceIndex; }

@@ -53,6 +53,7 @@ class zvListLimits {
   using Traits = zvMoveTraits<Move>;
   using Ranges = std::array<zvRotaryRange, Traits::kAxes>;
 
+  /// `limitTolerance`, in degrees: how far a rotary axis may leave its range.
   template <class MachDef>
   zvListLimits(List& list, const MachDef& machDef, double limitTolerance)
       : m_list(list),

@@ -34,6 +34,7 @@ class zvRepairMachine {
   zvRepairMachine(const zvRepairMachine&) = delete;
   zvRepairMachine& operator=(const zvRepairMachine&) = delete;
 
+  /// Those of the solver.
   const auto& Kinematics() const noexcept { return m_solver.GetKinematics(); }
 
   /// Lifted by retractDistance, or with retractToLimits to the linear limits, along the tool as it

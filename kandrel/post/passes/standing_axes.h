@@ -20,6 +20,7 @@ struct zvStandingAxes {
   double firstAngle = 0;
   double secondAngle = 0;
 
+  /// Whether both stand at exactly 0.
   KANDREL_API bool AreAtZero() const noexcept;
 };
 

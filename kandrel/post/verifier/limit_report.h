@@ -51,6 +51,7 @@ class KANDREL_API zvLimitReport {
   /// to the limits, wherever the part stands.
   std::span<const zvLimitBreach> AddUnbound(const Line& line);
 
+  /// Whether a linear axis has left its range in any line so far.
   bool HasLinearBreach() const noexcept { return m_hasLinearBreach; }
 
   /// The shortest shift of the part origin, in the machine's units, after which the linear axes of

@@ -13,6 +13,7 @@ namespace post {
 /// One thing that is wrong with a line, or with the block that ends there. Lengths in the machine's
 /// units, angles in degrees, feeds in length and rotary speeds in degrees per minute.
 struct zvPostingFinding {
+  /// What is found of a line or block.
   enum Kind : std::int32_t {
     kTipOffWay = 0,  ///< the tip leaves its way by more than the tolerance: `value` is the bound
                      ///< of its distance
@@ -40,9 +41,9 @@ struct zvPostingFinding {
   std::uint64_t line = 0;    ///< counted from 0; of a block, its later line
   std::int64_t source = -1;  ///< the move of the flattened toolpath that the line runs to; -1: none
   int axis = -1;             ///< 0 to 2 linear, 3 to 5 rotary; -1 where no axis is meant
-  double value = 0;
-  double bound = 0;
-  double excess = 0;  ///< how far the value lies beyond the bound, never negative
+  double value = 0;          ///< what the kind says
+  double bound = 0;          ///< what it is held against, for kinds that name one
+  double excess = 0;         ///< how far the value lies beyond the bound, never negative
 };
 
 /// The outcome of a verification.
@@ -68,6 +69,7 @@ struct zvPostingVerdict {
   std::vector<zvPostingFinding> findings;
   std::array<std::uint64_t, zvPostingFinding::kKinds> counts{};
 
+  /// Whether nothing was found.
   bool IsClean() const noexcept {
     for (const std::uint64_t count : counts)
       if (count != 0) return false;
@@ -86,6 +88,8 @@ struct zvVerifiedBlock {
 class KANDREL_API zvBlockSink {
  public:
   virtual ~zvBlockSink();
+  /// Called once for each feed block, in the order of the lines; what it throws ends the
+  /// verification.
   virtual void Take(const zvVerifiedBlock& block) = 0;
 };
 

@@ -29,11 +29,11 @@ struct zvVerifiedMachine;
 struct zvPostedLine {
   using Point = cadcam::zvTPoint3d<double>;
 
-  Point p_mach;
+  Point p_mach;                  ///< positions of the linear axes
   std::array<double, 3> degs{};  ///< 0 for an axis that the machine lacks
-  Point p_part;
-  Point dir_tool{0, 0, 1};
-  double feed = 0;
+  Point p_part;                  ///< the tip in the part's frame
+  Point dir_tool{0, 0, 1};       ///< from the tip towards the spindle
+  double feed = 0;               ///< length per minute
   bool isRapid = false;
   /// The move of the flattened toolpath that the line comes from; -1 where that isn't known: then
   /// also `isInserted` is not, and places tell which line is a move of the toolpath.
@@ -75,6 +75,7 @@ class KANDREL_API zvPostingVerifier {
   zvPostingVerifier(const zvMachDef& machDef, const zv5axControlDef& control,
                     const Point& partOrigin, double toolLengthCompensation);
 
+  /// What the posting must keep to; a change counts for verifications that begin later.
   const zvVerifierRules& GetRules() const noexcept { return m_rules; }
   void SetRules(const zvVerifierRules& rules) { m_rules = rules; }
 

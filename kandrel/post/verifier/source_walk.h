@@ -27,6 +27,7 @@ class zvSourceWalk {
   /// How many moves are looked at ahead.
   static constexpr std::size_t kAhead = 16;
 
+  /// Refers to the toolpath, which must outlive the walk; stands before its first move.
   zvSourceWalk(const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
       : m_reader(toolpath, alignment), m_count(static_cast<std::int64_t>(toolpath.GetMoveCount())) {
     Fill(1);
@@ -40,6 +41,7 @@ class zvSourceWalk {
   const zvSourceMove& Last() const noexcept { return m_index == 0 ? Next() : m_last; }
   /// The next one; at the end the last.
   const zvSourceMove& Next() const noexcept { return m_filled == 0 ? m_last : m_ahead[m_first]; }
+  /// Whether no move is left.
   bool IsAtEnd() const noexcept { return m_filled == 0; }
   /// The one so many behind the next, which is 0; null behind the end or too far ahead.
   const zvSourceMove* Ahead(std::size_t distance) {

@@ -40,7 +40,7 @@ struct zvLineView {
   double feed;
   bool isRapid;
   bool isInserted;
-  std::int64_t source;  // -1: not known
+  std::int64_t source;  ///< -1: not known
 };
 
 /// Takes the lines of a posting one after the other. Refers to all that it is given.
@@ -48,10 +48,12 @@ class zvVerification {
  public:
   using Point = cadcam::zvTPoint3d<double>;
 
+  /// `sink` may be null. Throws as zvSourceWalk for what is wrong with the toolpath as such.
   zvVerification(const zvVerifiedMachine& machine, const zvVerifierRules& rules,
                  const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment,
                  zvBlockSink* sink);
 
+  /// Takes the next line; and, after the last one, says what was found.
   void Take(const zvLineView& line);
   zvPostingVerdict Finish();
 
@@ -82,6 +84,7 @@ class zvVerification {
   /// The rapid lines that a posting put in on its way to a feed move: lifts over lines of the path,
   /// and what turns in the air between them.
   struct Flight {
+    /// A line at an end of the flight; the position in the part's frame.
     struct Line {
       std::uint64_t line;
       std::int64_t source;

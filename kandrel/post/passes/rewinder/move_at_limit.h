@@ -17,6 +17,7 @@ namespace post {
 /// What a search between two neighbours has found.
 template <class Move>
 struct zvLimitMove {
+  /// How the move at the limit came about.
   enum class Kind {
     kNotBetween,  // the limit doesn't lie between the two
     kFound,       // `move` reaches it by itself, or is a copy of one of the two
@@ -39,9 +40,11 @@ class zvLimitMoveFinder {
   using Traits = zvMoveTraits<Move>;
   using Result = zvLimitMove<Move>;
 
+  /// Refers to the machine; the range is copied, in degrees.
   zvLimitMoveFinder(const Machine& machine, int axis, const zvRotaryRange& range, bool smallMoves)
       : m_machine(machine), m_axis(axis), m_range(range), m_smallMoves(smallMoves) {}
 
+  /// The move at the limit between two neighbours of the list.
   Result Find(const Move& a, const Move& b) const {
     for (const Move* end : {&a, &b}) {
       const double deg = Traits::Angle(*end, m_axis);

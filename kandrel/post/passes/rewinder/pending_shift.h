@@ -30,6 +30,7 @@ class zvPendingShift {
     std::size_t index;
   };
 
+  /// Refers to the list.
   explicit zvPendingShift(List& list) : m_list(list) {}
 
   /// Begins with an axis and no shift.
@@ -40,10 +41,12 @@ class zvPendingShift {
     MeasureSuffixes();
   }
 
+  /// How many moves the list had at Start, its first one, and the place behind its last.
   std::size_t Count() const { return m_count; }
   const Cursor& First() const { return m_first; }
   Cursor End() { return {m_list.end(), m_count}; }
 
+  /// To the next move.
   static void Advance(Cursor& cursor) {
     ++cursor.node;
     ++cursor.index;

@@ -30,11 +30,13 @@ class zvRewindPlaceFinder {
   using Traits = zvMoveTraits<Move>;
   using Cursor = typename zvPendingShift<Move>::Cursor;
 
+  /// Where the axis may turn.
   struct Place {
     Iterator node;  ///< the axis turns behind it
     double shift;   ///< by whole turns, degrees: fewer than asked for where that helps already
   };
 
+  /// `range` is copied, in degrees; `axis` is the index of the one that is rewound.
   zvRewindPlaceFinder(List& list, const zvPendingShift<Move>& moves, int axis,
                       const zvRotaryRange& range)
       : m_list(list), m_moves(moves), m_axis(axis), m_range(range) {}

@@ -26,6 +26,7 @@ class zvRewindTurn {
   using Iterator = typename List::iterator;
   using Traits = zvMoveTraits<Move>;
 
+  /// `axis` is the index of the one that is rewound.
   zvRewindTurn(List& list, int axis, const zvKDRParam& par, bool smallMoves, const Machine& machine)
       : m_list(list), m_axis(axis), m_par(par), m_smallMoves(smallMoves), m_machine(machine) {}
 
@@ -35,6 +36,7 @@ class zvRewindTurn {
     return move;
   }
 
+  /// The move with the tool lifted off the part along its axis, as the machine retracts.
   Move Lifted(const Move& move) const { return m_machine.Retract(move); }
 
   /// The lift over a move at the limit. Between two rapid moves, as lifts to the linear limits are,
