@@ -5,7 +5,8 @@ set(KANDREL_REPORT AUTO CACHE STRING
 set_property(CACHE KANDREL_REPORT PROPERTY STRINGS AUTO ON OFF)
 
 # Build folders beside each other share one template: npm runs once for all of them.
-if(PROJECT_BINARY_DIR MATCHES "^${PROJECT_SOURCE_DIR}/build/[^/]+$")
+cmake_path(GET PROJECT_BINARY_DIR PARENT_PATH kandrel_web_beside)
+if(kandrel_web_beside STREQUAL "${PROJECT_SOURCE_DIR}/build")
   set(kandrel_web_default ${PROJECT_SOURCE_DIR}/build/web)
 else()
   set(kandrel_web_default ${PROJECT_BINARY_DIR}/web)

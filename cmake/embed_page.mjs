@@ -22,6 +22,7 @@ cut(0, at);
 cut(at, at + place.length);
 cut(at + place.length, page.length);
 
+// With its length: to count a long text is more than a compiler does for a constant.
 // Octal escapes end after three digits, so that a digit may follow; ?? could begin a trigraph.
 const literal = (bytes) => {
   let text = "";
@@ -31,7 +32,7 @@ const literal = (bytes) => {
       text += `\\${byte.toString(8).padStart(3, "0")}`;
     else text += String.fromCharCode(byte);
   }
-  return `    "${text}"`;
+  return `    std::string_view("${text}", ${bytes.length})`;
 };
 
 writeFileSync(to, `// Written by cmake/embed_page.mjs; what it is made from is what to change.

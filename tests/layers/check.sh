@@ -10,7 +10,7 @@ files() {
   if [ -e .git ] && git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
     git ls-files -co --exclude-standard
   else
-    find . -type f -not -path './build*' -not -path './out/*' -not -path './.git/*' | sed 's|^\./||'
+    find . -type f -not -path './build*' -not -path './out/*' -not -path './.git/*' -not -path '*/node_modules/*' | sed 's|^\./||'
   fi | while IFS= read -r file; do
     if [ -f "$file" ]; then printf '%s\n' "$file"; fi
   done | LC_ALL=C sort

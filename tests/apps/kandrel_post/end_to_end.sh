@@ -214,6 +214,12 @@ exec 4>&-
 [ $? -eq 1 ] || complain "a file size limit is no failure"
 grep -q '^error 0: limited/posted.csv: cannot be written' stderr || complain "$(cat stderr)"
 [ ! -e limited ] || complain "a file size limit leaves files"
+if [[ $files == *report.html* ]]; then
+  (ulimit -f 3 && exec "$app" post -m preset:mill3_metric -t square.cl -o limited) >stdout 2>stderr
+  [ $? -eq 1 ] || complain "a page that can't be written is no failure"
+  grep -q '^error 0: limited/report.html: cannot be written' stderr || complain "$(cat stderr)"
+  [ ! -e limited ] || complain "a page that can't be written leaves files"
+fi
 
 # A process that may have little memory says so.
 if ! nm -D "$app" 2>/dev/null | grep -q __asan; then

@@ -68,6 +68,7 @@ if command -v npm >/dev/null && node -e 'process.exit(parseInt(process.versions.
   [ "$(defined first)" = "$(defined second)" ] || complain "another page in another folder"
 
   echo '<!-- changed --><b>"\?</b>' >>"$work/web/src/page.html"
+  head -c 200000 /dev/zero | tr "\0" x >>"$work/web/src/page.html"
   configure second || complain "configuring fails after a change"
   expect second '^-- Building the page'
   defined second | grep -q 'changed' || complain "a change of the page isn't seen"
