@@ -290,7 +290,7 @@ export class View3d {
   makeTool() {
     this.tool = new Group();
     const {outline, toolHeight: top} = this;
-    this.toolMaterial = new MeshLambertMaterial({side: DoubleSide, transparent: true, opacity: 0.82});
+    this.toolMaterial = new MeshLambertMaterial({side: DoubleSide, transparent: true, opacity: 0.7});
     if (outline.length > 1) {
       const geometry = new LatheGeometry(outline.map((p) => new Vector2(p[0], p[1])), 40);
       geometry.rotateX(Math.PI / 2);
