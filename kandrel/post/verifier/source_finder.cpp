@@ -1,5 +1,6 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
+#include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/verifier/source_finder.h>
 
 #include <algorithm>
@@ -21,6 +22,10 @@ zvBlockLaw::Way WayBetween(const zvSourceMove& from, const zvSourceMove& to) {
   return {{from.tip, UnitOf(from.dir_tool)}, {to.tip, UnitOf(to.dir_tool)}};
 }
 
+bool IsBetweenOpposites(const zvBlockLaw::Way& way) {
+  return (way.from.axis + way.to.axis).SquaredLength() <= misc::kOpposite * misc::kOpposite;
+}
+
 }  // namespace
 
 void AddFinding(zvPostingVerdict& verdict, const zvVerifierRules& rules,
@@ -29,8 +34,9 @@ void AddFinding(zvPostingVerdict& verdict, const zvVerifierRules& rules,
   if (verdict.findings.size() < rules.mostFindings) verdict.findings.push_back(finding);
 }
 
-void zvSourceFinder::Report(Finding::Kind kind, double value, double bound, double excess) {
-  AddFinding(m_verdict, m_rules, {kind, GetLine(), m_sourceOfLine, -1, value, bound, excess});
+void zvSourceFinder::Report(Finding::Kind kind, double value, double bound, double excess,
+                            int axis) {
+  AddFinding(m_verdict, m_rules, {kind, GetLine(), m_sourceOfLine, axis, value, bound, excess});
 }
 
 std::int64_t zvSourceFinder::FindSource(const zvLineView& line, Judged& judged,
@@ -43,7 +49,6 @@ std::int64_t zvSourceFinder::FindSource(const zvLineView& line, Judged& judged,
   m_sourceOfLine = m_source.GetNextIndex();
   Find(line, judged);
   if (!judged.isLift) m_flight.reset();
-  m_lastDegs = line.degs;
   return m_sourceOfLine;
 }
 
@@ -116,6 +121,8 @@ bool zvSourceFinder::IsBlendedFeed(double feed) const {
 void zvSourceFinder::Pass() {
   m_source.Advance();
   m_along = 0;
+  m_turned = 0;
+  m_turn = {};
   m_maybeThere = false;
 }
 
@@ -196,31 +203,28 @@ void zvSourceFinder::TakeRapid(const zvLineView& line, const Judged& judged) {
   }
   const Segment& segment = SegmentHere();
   const bool isOnPath = segment.line.Distance(line.p_part) <= m_slack;
-  if (!m_source.Next().isRapid) return TakeFlight(line, isOnPath);
+  if (!m_source.Next().isRapid) return TakeFlight(line, judged, isOnPath);
   if (!isOnPath || m_previous == nullptr) return;
   // A lift goes up and down again on a step along the tool.
   const Judged& previous = *m_previous;
   if (IsOver(line.p_part, previous.p_part, previous.dir_tool) ||
       IsOver(previous.p_part, line.p_part, judged.dir_tool))
     return;
-  const double along = segment.line.Along(line.p_part) * segment.length;
-  if (!(along >= m_along - m_slack))
-    Report(Finding::kGoesBack, m_along - along, 0, m_along - along);
-  m_along = std::max(m_along, along);
+  CheckOrder(line, judged, segment, segment.arc.Angle(judged.dir_tool));
 }
 
 // On a feed step the tool leaves the path along itself, turns in the air, and comes down along
-// itself. A lift on a step along the tool lies on the path as well: then only a turn explains it.
-void zvSourceFinder::TakeFlight(const zvLineView& line, bool isOnPath) {
+// itself: only between its first line and its last do rotary axes turn. A lift on a step along the
+// tool lies on the path as well: then only a turn explains it.
+void zvSourceFinder::TakeFlight(const zvLineView& line, const Judged& judged, bool isOnPath) {
   if (m_previous == nullptr) return;
   const Judged& previous = *m_previous;
-  if (!m_flight) {
-    m_flight.emplace(
-        Flight{previous.p_part, previous.dir_tool, false, line.degs != m_lastDegs, {}, {}});
-  }
+  const bool isFirst = !m_flight;
+  if (isFirst) m_flight.emplace(Flight{previous.p_part, previous.dir_tool});
   Flight& flight = *m_flight;
   const Flight::Line taken{GetLine(), m_sourceOfLine, line.p_part, isOnPath};
-  if (IsOver(line.p_part, flight.p_part, flight.dir_tool)) {
+  const bool isTurned = isFirst && !StandsAsBefore(judged);
+  if (!isTurned && IsOver(line.p_part, flight.p_part, flight.dir_tool)) {
     flight.isLifted = true;
     const bool isThere = PlainLength(line.p_part - flight.p_part) <= m_slack;
     if (isOnPath && !isThere && !flight.onPath) flight.onPath = taken;
@@ -230,19 +234,32 @@ void zvSourceFinder::TakeFlight(const zvLineView& line, bool isOnPath) {
   }
 }
 
+// Whether the rotary axes stand as in the line before.
+bool zvSourceFinder::StandsAsBefore(const Judged& judged) const {
+  const zvBlockLaw::Line& from = m_previous->station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  return std::fabs(to.firstAngle - from.firstAngle) <= misc::kAngleBorder &&
+         std::fabs(to.secondAngle - from.secondAngle) <= misc::kAngleBorder;
+}
+
 // What the next line says of the flight before it.
 void zvSourceFinder::SettleFlight(const zvLineView& line, const Judged& judged) {
   Flight& flight = *m_flight;
-  if (line.degs != m_lastDegs) flight.hasTurned = true;
+  const bool isTurned = !StandsAsBefore(judged);
+  if (isTurned) flight.hasTurned = true;
   if (flight.doubt) {
-    const bool isDrop = IsOver(flight.doubt->p_part, judged.p_part, judged.dir_tool);
+    const bool isDrop = !isTurned && IsOver(flight.doubt->p_part, judged.p_part, judged.dir_tool);
     if (isDrop && flight.doubt->isOnPath && !flight.onPath) flight.onPath = flight.doubt;
     if (!isDrop && (!line.isRapid || flight.doubt->isOnPath || !flight.isLifted))
       ReportRapid(*flight.doubt);
     flight.isLifted = flight.isLifted || isDrop;
     flight.doubt.reset();
   }
-  if (!line.isRapid && flight.onPath && !flight.hasTurned) ReportRapid(*flight.onPath);
+  // Where it comes down as it has left, it has turned by whole turns, which a control that wraps
+  // doesn't see.
+  if (!line.isRapid && flight.onPath && !flight.hasTurned &&
+      !(PlainLength(judged.p_part - flight.p_part) <= m_slack))
+    ReportRapid(*flight.onPath);
 }
 
 // Of a line before this one, among the findings in its place.
@@ -278,13 +295,55 @@ void zvSourceFinder::TakeInserted(const zvLineView& line, Judged& judged) {
     if (!(off <= m_slack)) Report(Finding::kTipOffSource, off, m_slack, off - m_slack);
   }
   judged.sourceTipOff = CountedOff(off);
-  const double along = segment->line.Along(line.p_part) * segment->length;
+  const double angle = segment->arc.Angle(judged.dir_tool);
+  CheckOrder(line, judged, *segment, angle);
+  // Between opposite orientations no arc is the shortest: the machine goes its own way.
+  if (!(angle <= kSameDirection) && !IsBetweenOpposites(segment->way)) judged.sourceOff = angle;
+  CheckFeed(line, std::max(m_source.Last().feed, m_source.Next().feed));
+}
+
+// Inserted lines go on on their segment, and where the tip stands on their arc.
+void zvSourceFinder::CheckOrder(const zvLineView& line, const Judged& judged,
+                                const Segment& segment, double offArc) {
+  const double along = segment.line.Along(line.p_part) * segment.length;
   if (!(along >= m_along - m_slack))
     Report(Finding::kGoesBack, m_along - along, 0, m_along - along);
+  if (m_previous != nullptr && !m_previous->isLift && along <= m_along + m_slack)
+    CheckTurn(judged, segment, offArc);
+  else
+    m_turn = {};
   m_along = std::max(m_along, along);
-  const double angle = segment->arc.Angle(judged.dir_tool);
-  if (!(angle <= kSameDirection)) judged.sourceOff = angle;
-  CheckFeed(line, std::max(m_source.Last().feed, m_source.Next().feed));
+}
+
+// On the spot a tool that stands, or that leaves its arc, has its axes turn evenly from one end to
+// the other: none of them turns back. On its arc the tool doesn't; beside a pole, where it hardly
+// turns, its axes tell.
+void zvSourceFinder::CheckTurn(const Judged& judged, const Segment& segment, double offArc) {
+  const double slack = m_rules.lineAxis;
+  const bool isOnArc = offArc <= slack * misc::kRadiansPerDegree &&
+                       !(PlainLength(judged.dir_tool - m_previous->dir_tool) <= kSameDirection);
+  if (isOnArc != m_isOnArc) m_turn = {};
+  m_isOnArc = isOnArc;
+  double back = 0;
+  if (isOnArc) {
+    const double turned = DegOfChord(PlainLength(judged.dir_tool - segment.way.from.axis));
+    back = m_turned - turned;
+    m_turned = std::max(m_turned, turned);
+    if (!(back <= slack)) return Report(Finding::kTurnsBack, back, 0, back);
+  }
+  const bool mayTurnBack = isOnArc && back <= kSameDirection * misc::kDegreesPerRadian;
+  const zvBlockLaw::Line& from = m_previous->station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const std::array<double, 2> turn{to.firstAngle - from.firstAngle,
+                                   to.secondAngle - from.secondAngle};
+  for (std::size_t i = 0; i < turn.size(); ++i) {
+    if (!(std::fabs(turn[i]) > slack)) continue;
+    if (turn[i] * m_turn[i] < 0 && !mayTurnBack) {
+      const auto axis = static_cast<int>(i) + zvLimitType::kFirstRotary;
+      return Report(Finding::kTurnsBack, std::fabs(turn[i]), 0, std::fabs(turn[i]), axis);
+    }
+    m_turn[i] = turn[i];
+  }
 }
 
 void zvSourceFinder::TakeAsThere() {

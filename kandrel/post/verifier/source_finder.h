@@ -76,8 +76,8 @@ class zvSourceFinder {
     Point dir_tool;
     bool isLifted = false;
     bool hasTurned = false;
-    std::optional<Line> doubt;   // the last, if only the next line can tell
-    std::optional<Line> onPath;  // the first of its lifts that lies on the path
+    std::optional<Line> doubt{};   // the last, if only the next line can tell
+    std::optional<Line> onPath{};  // the first of its lifts that lies on the path
   };
 
   void Find(const zvLineView& line, Judged& judged);
@@ -86,7 +86,11 @@ class zvSourceFinder {
   bool MatchAhead(const zvLineView& line, Judged& judged);
   void TakeInserted(const zvLineView& line, Judged& judged);
   void TakeRapid(const zvLineView& line, const Judged& judged);
-  void TakeFlight(const zvLineView& line, bool isOnPath);
+  void TakeFlight(const zvLineView& line, const Judged& judged, bool isOnPath);
+  void CheckOrder(const zvLineView& line, const Judged& judged, const Segment& segment,
+                  double offArc);
+  void CheckTurn(const Judged& judged, const Segment& segment, double offArc);
+  bool StandsAsBefore(const Judged& judged) const;
   void SettleFlight(const zvLineView& line, const Judged& judged);
   void ReportRapid(const Flight::Line& line);
   bool IsOver(const Point& p_part, const Point& below, const Point& dir_tool) const;
@@ -98,7 +102,7 @@ class zvSourceFinder {
   double CountedOff(double off) const;
   void CheckFeed(const zvLineView& line, double most);
   std::uint64_t GetLine() const noexcept { return m_verdict.lines - 1; }
-  void Report(Finding::Kind kind, double value, double bound, double excess);
+  void Report(Finding::Kind kind, double value, double bound, double excess, int axis = -1);
 
   zvPostingVerdict& m_verdict;
   const zvVerifierRules& m_rules;
@@ -106,10 +110,12 @@ class zvSourceFinder {
   std::int64_t m_sourceOfLine = -1;
   double m_size = 0;
   double m_slack = 0;
-  double m_along = 0;         // how far inserted lines have come on their segment
-  bool m_maybeThere = false;  // the line before may stand for the next source move
+  double m_along = 0;              // how far inserted lines have come on their segment
+  double m_turned = 0;             // the same on its arc where the tip stands, degrees
+  std::array<double, 2> m_turn{};  // the last turn of each rotary axis there
+  bool m_isOnArc = false;          // the tool turned along its arc then
+  bool m_maybeThere = false;       // the line before may stand for the next source move
   const Judged* m_previous = nullptr;
-  std::array<double, 3> m_lastDegs{};  // of the line before, as it is written
   std::optional<Flight> m_flight;
   std::optional<Segment> m_segment;  // the last that was asked for
 };

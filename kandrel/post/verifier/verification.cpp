@@ -168,12 +168,14 @@ void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
     Report(Finding::kLineAxisOff, 5, line.degs[2], m_thirdAngle, off - m_rules.thirdAxis);
 }
 
-// The tool is put along an axis that may stand anywhere then; with one rotary axis, along the
-// spindle as it points at 0 and 180 degrees.
+// Beside an axis that may stand anywhere when the tool is put along it; with one rotary axis, along
+// the spindle as it points at 0 and 180 degrees. Also on the way there from the edge of the cone:
+// line and tool both stand in it then.
 bool zvVerification::IsOnPole(const Judged& judged) const {
   if (m_hasSecondPole) return true;
-  const double sine = Cross(judged.station.pose.axis, m_pole).Length();
-  return m_rotary > 0 && sine <= m_rules.lineAxis * misc::kRadiansPerDegree;
+  const double most = (m_rules.lineAxis + m_rules.poleAngleTolerance) * misc::kRadiansPerDegree;
+  return m_rotary > 0 && Cross(judged.station.pose.axis, m_pole).Length() <= most &&
+         Cross(judged.dir_tool, m_pole).Length() <= most;
 }
 
 void zvVerification::CheckLimits(const zvLineView& line) {
@@ -285,7 +287,7 @@ void zvVerification::CheckTurns(const zvLineView& line, const Judged& judged) {
                                     to.secondAngle - from.secondAngle};
   // On the spot a turn takes what time the control gives it, however little rounding moves the tip.
   const double way = PlainLength(judged.p_part - previous.p_part);
-  const bool isTimed = line.feed > 0 && way > m_slack;
+  const bool isTimed = line.feed > 0 && way > m_slack - m_rules.lineLength;
   for (std::size_t i = 0; i < RotaryCount(); ++i) {
     const int axis = static_cast<int>(i) + zvLimitType::kFirstRotary;
     const double turn = std::fabs(turns[i]);
