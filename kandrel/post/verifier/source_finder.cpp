@@ -210,7 +210,7 @@ void zvSourceFinder::TakeRapid(const zvLineView& line, const Judged& judged) {
   if (IsOver(line.p_part, previous.p_part, previous.dir_tool) ||
       IsOver(previous.p_part, line.p_part, judged.dir_tool))
     return;
-  CheckOrder(line, judged, segment, segment.arc.Angle(judged.dir_tool));
+  CheckOrder(line, judged, segment);
 }
 
 // On a feed step the tool leaves the path along itself, turns in the air, and comes down along
@@ -296,7 +296,7 @@ void zvSourceFinder::TakeInserted(const zvLineView& line, Judged& judged) {
   }
   judged.sourceTipOff = CountedOff(off);
   const double angle = segment->arc.Angle(judged.dir_tool);
-  CheckOrder(line, judged, *segment, angle);
+  CheckOrder(line, judged, *segment);
   // Between opposite orientations no arc is the shortest: the machine goes its own way.
   if (!(angle <= kSameDirection) && !IsBetweenOpposites(segment->way)) judged.sourceOff = angle;
   CheckFeed(line, std::max(m_source.Last().feed, m_source.Next().feed));
@@ -304,12 +304,12 @@ void zvSourceFinder::TakeInserted(const zvLineView& line, Judged& judged) {
 
 // Inserted lines go on on their segment, and where the tip stands on their arc.
 void zvSourceFinder::CheckOrder(const zvLineView& line, const Judged& judged,
-                                const Segment& segment, double offArc) {
+                                const Segment& segment) {
   const double along = segment.line.Along(line.p_part) * segment.length;
   if (!(along >= m_along - m_slack))
     Report(Finding::kGoesBack, m_along - along, 0, m_along - along);
   if (m_previous != nullptr && !m_previous->isLift && along <= m_along + m_slack)
-    CheckTurn(judged, segment, offArc);
+    CheckTurn(judged, segment);
   else
     m_turn = {};
   m_along = std::max(m_along, along);
@@ -318,15 +318,18 @@ void zvSourceFinder::CheckOrder(const zvLineView& line, const Judged& judged,
 // On the spot a tool that stands, or that leaves its arc, has its axes turn evenly from one end to
 // the other: none of them turns back. On its arc the tool doesn't; beside a pole, where it hardly
 // turns, its axes tell.
-void zvSourceFinder::CheckTurn(const Judged& judged, const Segment& segment, double offArc) {
+void zvSourceFinder::CheckTurn(const Judged& judged, const Segment& segment) {
   const double slack = m_rules.lineAxis;
+  // In the cone of a pole the tool's own axis is ahead of the lines' or behind it.
+  const Point& toolAxis = judged.station.pose.axis;
+  const double offArc = segment.arc.Angle(toolAxis);
   const bool isOnArc = offArc <= slack * misc::kRadiansPerDegree &&
-                       !(PlainLength(judged.dir_tool - m_previous->dir_tool) <= kSameDirection);
+                       !(PlainLength(toolAxis - m_previous->station.pose.axis) <= kSameDirection);
   if (isOnArc != m_isOnArc) m_turn = {};
   m_isOnArc = isOnArc;
   double back = 0;
   if (isOnArc) {
-    const double turned = DegOfChord(PlainLength(judged.dir_tool - segment.way.from.axis));
+    const double turned = DegOfChord(PlainLength(toolAxis - segment.way.from.axis));
     back = m_turned - turned;
     m_turned = std::max(m_turned, turned);
     if (!(back <= slack)) return Report(Finding::kTurnsBack, back, 0, back);

@@ -87,9 +87,8 @@ class zvSourceFinder {
   void TakeInserted(const zvLineView& line, Judged& judged);
   void TakeRapid(const zvLineView& line, const Judged& judged);
   void TakeFlight(const zvLineView& line, const Judged& judged, bool isOnPath);
-  void CheckOrder(const zvLineView& line, const Judged& judged, const Segment& segment,
-                  double offArc);
-  void CheckTurn(const Judged& judged, const Segment& segment, double offArc);
+  void CheckOrder(const zvLineView& line, const Judged& judged, const Segment& segment);
+  void CheckTurn(const Judged& judged, const Segment& segment);
   bool StandsAsBefore(const Judged& judged) const;
   void SettleFlight(const zvLineView& line, const Judged& judged);
   void ReportRapid(const Flight::Line& line);
