@@ -93,6 +93,9 @@ class FindingText {
       case Finding::kGoesBack:
         return fmt::format("it lies {:.4g} {} behind the line before it on the toolpath", f.value,
                            m_unit);
+      case Finding::kTurnsBack:
+        return fmt::format("{} turns back by {:.4g} deg while the tip stands",
+                           f.axis >= 0 ? Axis(f) : "the tool", f.value);
       case Finding::kNotFinite:
         return "it has a number that is infinite or not a number";
       case Finding::kKinds:

@@ -32,6 +32,8 @@ struct zvPostingFinding {
     kSourceOrder,    ///< the line names the source move `value` where `source` was due
     kSourceUnknown,  ///< the line names the source move `value`, and the toolpath has none such
     kGoesBack,   ///< an inserted line lies behind the one before it on their segment, by `value`
+    kTurnsBack,  ///< the same of a turn on the spot: by `value` degrees, on the arc of the tool or,
+                 ///< where that stands, of `axis`
     kWholeTurn,  ///< a feed block turns `axis` by `value`, above half a turn
     kNotFinite,  ///< a number of the line is infinite or NaN: nothing else of it is judged
     kKinds,      ///< not a kind: how many there are

@@ -59,7 +59,8 @@ struct zvPostedLine {
 ///    happens between them is not judged. One that the posting put in lies on a rapid step of the
 ///    path, or is a lift: on a feed step it stands off the path along the tool axis of the line
 ///    that is left or of the one that is come to, or between two such.
-/// 4. A turn on the spot takes no time at any feed: its speed is not judged.
+/// 4. A turn on the spot takes no time at any feed: its speed is not judged. Lines that divide one
+///    go on as well, on the arc of the tool or, where that stands, each axis in its sense.
 ///
 /// Threads may share a verifier. Linear in the number of lines, in memory of its own that doesn't
 /// grow with them but by the findings kept.

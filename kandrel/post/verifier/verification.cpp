@@ -17,15 +17,8 @@ namespace {
 using Point = zvVerification::Point;
 using Finding = zvPostingFinding;
 
-/// How far a source move's direction and an inserted line's may be off each other, in radians, and
-/// count as the same: far above rounding, below what any tolerance asks.
-constexpr double kSameDirection = 1e-9;
-/// The same of a place, as a part of the size of the line's numbers.
-constexpr double kSamePlace = 1e-12;
 /// The cosine from which on a tool stands along an axis: 1e-6 rad.
 constexpr double kAlongAxis = 1 - 5e-13;
-/// What a feed may be above its source's by, as a part: blends of two equal ones round.
-constexpr double kFeedSlack = 1e-9;
 
 bool IsFinite(const zvLineView& line) {
   double sum = line.feed * 0;
@@ -38,26 +31,12 @@ double SizeOf(const Point& p) {
   return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
 }
 
-Point Unit(const Point& dir) {
-  // Most have the length 1 but for rounding, and serve as they are.
-  if (std::fabs(dir.SquaredLength() - 1) <= 1e-15 || dir.IsZero()) return dir;
-  return dir / dir.Length();
-}
-
 bool IsAlong(const Point& a, const Point& b) {
   return std::fabs(Dot(a, b)) > kAlongAxis;
 }
 
-double DegOfChord(double chord) {
-  return 2 * AngleOfSine(chord / 2) * misc::kDegreesPerRadian;
-}
-
 bool IsWrapped(zv5axControlDef::angleLimit limit) {
   return limit == zv5axControlDef::angleLimit360 || limit == zv5axControlDef::angleLimit180;
-}
-
-zvBlockLaw::Way WayBetween(const zvSourceMove& from, const zvSourceMove& to) {
-  return {{from.tip, Unit(from.dir_tool)}, {to.tip, Unit(to.dir_tool)}};
 }
 
 }  // namespace
@@ -69,7 +48,7 @@ zvVerification::zvVerification(const zvVerifiedMachine& machine, const zvVerifie
       m_rules(rules),
       m_law(&machine.law),
       m_sink(sink),
-      m_source(toolpath, alignment) {
+      m_finder(m_verdict, rules, toolpath, alignment) {
   const zvMachDef& machDef = machine.machDef;
   const zv5axControlDef& control = machine.control;
   m_isWrapped = {IsWrapped(control.GetFirstAxisLimit()), IsWrapped(control.GetSecondAxisLimit())};
@@ -95,9 +74,7 @@ zvVerification::zvVerification(const zvVerifiedMachine& machine, const zvVerifie
 
 void zvVerification::Report(Finding::Kind kind, int axis, double value, double bound,
                             double excess) {
-  ++m_verdict.counts[static_cast<std::size_t>(kind)];
-  if (m_verdict.findings.size() >= m_rules.mostFindings) return;
-  m_verdict.findings.push_back({kind, m_line, m_sourceOfLine, axis, value, bound, excess});
+  AddFinding(m_verdict, m_rules, {kind, m_line, m_sourceOfLine, axis, value, bound, excess});
 }
 
 void zvVerification::Take(const zvLineView& line) {
@@ -105,13 +82,8 @@ void zvVerification::Take(const zvLineView& line) {
   if (!IsFinite(line)) {
     m_sourceOfLine = line.source;
     Report(Finding::kNotFinite, -1, 0, 0, 0);
-    // It may stand for the move that is due all the same.
-    const bool isDue = line.source < 0 ? line.p_part == m_source.Next().tip
-                                       : !line.isInserted && line.source == m_source.GetNextIndex();
-    if (isDue && !m_source.IsAtEnd()) Pass();
+    m_finder.PassUnjudged(line);
     m_hasPrevious = false;
-    if (m_flight && m_flight->doubt) ReportRapid(*m_flight->doubt);
-    m_flight.reset();
     return;
   }
   Judged& judged = m_judged[m_current];
@@ -120,22 +92,22 @@ void zvVerification::Take(const zvLineView& line) {
     m_law->MoveOn(Previous().station, Unwrapped(line), judged.station);
   else
     judged.station = m_law->StationAt(Unwrapped(line));
-  m_size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
-  m_slack = m_rules.lineTip * m_size + m_rules.lineLength;
+  // The size of the line's numbers and the machine's.
+  const double size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
+  m_slack = m_rules.lineTip * size + m_rules.lineLength;
+  m_finder.SetSlack(size, m_slack);
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
   const Point& dir_mach = judged.station.pose.axis;
   // Where there is none it is off by half a turn.
-  judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : Unit(line.dir_tool);
+  judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : UnitOf(line.dir_tool);
   // Of a line without a number its place tells whether it is inserted.
   if (m_rules.hasMarkers &&
-      (line.isInserted || (line.source < 0 && !IsAt(m_source.Next(), line, judged))))
+      (line.isInserted || (line.source < 0 && !m_finder.IsAtNext(line, judged))))
     judged.dir_tool = dir_mach;
   judged.tipOff = PlainLength(judged.station.pose.tip - judged.p_part);
   judged.axisOff = PlainLength(dir_mach - judged.dir_tool);
 
-  if (m_flight) SettleFlight(line, judged);
-  m_sourceOfLine = FindSource(line, judged);
-  if (!judged.isLift) m_flight.reset();
+  m_sourceOfLine = m_finder.FindSource(line, judged, m_hasPrevious ? &Previous() : nullptr);
   CheckPose(line, judged);
   CheckLimits(line);
   if (m_hasPrevious && !line.isRapid) {
@@ -144,7 +116,6 @@ void zvVerification::Take(const zvLineView& line) {
     CheckTurns(line, judged);
   }
   m_hasPrevious = true;
-  m_lastDegs = line.degs;
   m_current = 1 - m_current;
 }
 
@@ -159,12 +130,7 @@ void zvVerification::ChooseLaw(Judged& judged) {
 }
 
 zvPostingVerdict zvVerification::Finish() {
-  if (m_flight && m_flight->doubt) ReportRapid(*m_flight->doubt);
-  if (m_maybeThere) TakeAsThere();
-  m_line = m_verdict.lines;
-  m_sourceOfLine = m_source.GetNextIndex();
-  const auto missing = static_cast<double>(m_source.GetCount() - m_source.GetNextIndex());
-  if (missing > 0) Report(Finding::kSourceMissing, -1, missing, 0, missing);
+  m_finder.Finish();
   return std::move(m_verdict);
 }
 
@@ -187,275 +153,6 @@ zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
   return unwrapped;
 }
 
-// Returns the source move that the line runs to.
-std::int64_t zvVerification::FindSource(const zvLineView& line, Judged& judged) {
-  judged.isLift = false;
-  judged.sourceOff = 0;
-  judged.sourceTipOff = 0;
-  const std::int64_t due = m_source.GetNextIndex();
-  m_sourceOfLine = due;
-  if (line.source < 0) {
-    const zvSourceMove* after = m_maybeThere ? m_source.Ahead(1) : nullptr;
-    if (after != nullptr && IsAt(*after, line, judged) && !IsAt(m_source.Next(), line, judged))
-      TakeAsThere();
-    const bool isThere = !m_source.IsAtEnd() && IsAt(m_source.Next(), line, judged);
-    // Turns on the spot may be divided by lines that stand there too, at feeds between the two.
-    if (isThere && !IsBlendedFeed(line.feed)) {
-      Match(line, judged);
-    } else {
-      TakeInserted(line, judged);
-      m_maybeThere = m_maybeThere || isThere;
-    }
-    return m_sourceOfLine;
-  }
-  const auto value = static_cast<double>(line.source);
-  const std::int64_t last = m_source.GetCount() - 1;
-  if (line.source > last) {
-    Report(Finding::kSourceUnknown, -1, value, static_cast<double>(last),
-           static_cast<double>(line.source - last));
-    return m_sourceOfLine;
-  }
-  // Inserted lines have the number of the move before them or of the one after them.
-  if (line.source < due - (line.isInserted ? 1 : 0)) {
-    Report(Finding::kSourceOrder, -1, value, static_cast<double>(due),
-           static_cast<double>(due - line.source));
-    return m_sourceOfLine;
-  }
-  if (line.source > due) SkipMissing(line.source - due);
-  if (line.isInserted)
-    TakeInserted(line, judged);
-  else
-    Match(line, judged);
-  return m_sourceOfLine;
-}
-
-// Whether a line without a number stands where a source move does.
-bool zvVerification::IsAt(const zvSourceMove& move, const zvLineView& line,
-                          const Judged& judged) const {
-  if (line.isRapid != move.isRapid) return false;
-  if (line.p_part == move.tip && line.dir_tool == move.dir_tool) return true;
-  return PlainLength(line.p_part - move.tip) <= m_slack &&
-         PlainLength(judged.dir_tool - Unit(move.dir_tool)) <=
-             m_rules.lineAxis * misc::kRadiansPerDegree;
-}
-
-// Whether a feed is not the next source move's and one that a line before it may have.
-bool zvVerification::IsBlendedFeed(double feed) const {
-  const double last = m_source.Last().feed;
-  const double next = m_source.Next().feed;
-  return feed != next && feed <= std::max(last, next);
-}
-
-// Goes past the next source move.
-void zvVerification::Pass() {
-  m_source.Advance();
-  m_along = 0;
-  m_maybeThere = false;
-}
-
-// The line stands for the next source move.
-void zvVerification::Match(const zvLineView& line, Judged& judged) {
-  const zvSourceMove& move = m_source.Next();
-  if (!(line.p_part == move.tip)) {
-    const double off = PlainLength(line.p_part - move.tip);
-    judged.sourceTipOff = CountedOff(off);
-    if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
-  }
-  if (!(line.dir_tool == move.dir_tool)) {
-    const double deg = DegOfChord(PlainLength(judged.dir_tool - Unit(move.dir_tool)));
-    if (!(deg <= m_rules.lineAxis))
-      Report(Finding::kAxisOffSource, -1, deg, m_rules.lineAxis, deg - m_rules.lineAxis);
-  }
-  CheckFeed(line, move.feed);
-  if (line.isRapid != move.isRapid) Report(Finding::kRapid, -1, line.isRapid, move.isRapid, 0);
-  Pass();
-  ++m_verdict.sources;
-}
-
-// What a place is off the path by, but for rounding. Beyond the slack it is a finding by itself.
-double zvVerification::CountedOff(double off) const {
-  return off > kSamePlace * m_size && off <= m_slack ? off : 0;
-}
-
-void zvVerification::CheckFeed(const zvLineView& line, double most) {
-  if (line.isRapid || line.feed == most) return;
-  if (!(line.feed <= most + kFeedSlack * std::fabs(most)))
-    Report(Finding::kFeed, -1, line.feed, most, line.feed - most);
-}
-
-void zvVerification::SkipMissing(std::int64_t count) {
-  auto& findings = m_verdict.findings;
-  const auto value = static_cast<double>(count);
-  if (!findings.empty() && findings.back().kind == Finding::kSourceMissing &&
-      findings.back().line == m_line) {
-    findings.back().value += value;
-    findings.back().excess += value;
-  } else {
-    Report(Finding::kSourceMissing, -1, value, 0, value);
-  }
-  for (; count > 0 && !m_source.IsAtEnd(); --count) Pass();
-  m_sourceOfLine = m_source.GetNextIndex();
-}
-
-const zvVerification::Segment& zvVerification::SegmentHere() {
-  if (!m_segment || m_segment->next != m_source.GetNextIndex()) {
-    const zvBlockLaw::Way way = WayBetween(m_source.Last(), m_source.Next());
-    m_segment.emplace(Segment{m_source.GetNextIndex(), way, zvWaySegment(way.from.tip, way.to.tip),
-                              zvWayArc(way.from.axis, way.to.axis, way.from.axis),
-                              PlainLength(way.to.tip - way.from.tip)});
-  }
-  return *m_segment;
-}
-
-// Whether a place is that of a lift, or of none, from a line of the path along its tool. The tool
-// may stand off the line's orientation by what a line's axis may, and so may the lift.
-bool zvVerification::IsOver(const Point& p_part, const Point& below, const Point& dir_tool) const {
-  const Point away = p_part - below;
-  const double height = Dot(away, dir_tool);
-  const double tilt =
-      (m_rules.lineAxis + m_rules.poleAngleTolerance) * misc::kRadiansPerDegree * height;
-  return height >= -m_slack && PlainLength(away - height * dir_tool) <= m_slack + tilt;
-}
-
-// A rapid line that stands for no source move: it lies on a rapid step of the path, or off the path
-// in the air.
-void zvVerification::TakeRapid(const zvLineView& line, const Judged& judged) {
-  if (m_maybeThere) {
-    // Where a rapid step follows it was the line before that stood for the source move.
-    const zvSourceMove* const next = m_source.Ahead(1);
-    if (next != nullptr && next->isRapid) {
-      TakeAsThere();
-      m_sourceOfLine = m_source.GetNextIndex();
-    }
-  }
-  const Segment& segment = SegmentHere();
-  const bool isOnPath = segment.line.Distance(line.p_part) <= m_slack;
-  if (!m_source.Next().isRapid) return TakeFlight(line, isOnPath);
-  if (!isOnPath || !m_hasPrevious) return;
-  // A lift goes up and down again on a step along the tool.
-  const Judged& previous = Previous();
-  if (IsOver(line.p_part, previous.p_part, previous.dir_tool) ||
-      IsOver(previous.p_part, line.p_part, judged.dir_tool))
-    return;
-  const double along = segment.line.Along(line.p_part) * segment.length;
-  if (!(along >= m_along - m_slack))
-    Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
-  m_along = std::max(m_along, along);
-}
-
-// On a feed step the tool leaves the path along itself, turns in the air, and comes down along
-// itself. A lift on a step along the tool lies on the path as well: then only a turn explains it.
-void zvVerification::TakeFlight(const zvLineView& line, bool isOnPath) {
-  if (!m_hasPrevious) return;
-  const Judged& previous = Previous();
-  if (!m_flight) {
-    m_flight.emplace(
-        Flight{previous.p_part, previous.dir_tool, false, line.degs != m_lastDegs, {}, {}});
-  }
-  Flight& flight = *m_flight;
-  const Flight::Line taken{m_line, m_sourceOfLine, line.p_part, isOnPath};
-  if (IsOver(line.p_part, flight.p_part, flight.dir_tool)) {
-    flight.isLifted = true;
-    const bool isThere = PlainLength(line.p_part - flight.p_part) <= m_slack;
-    if (isOnPath && !isThere && !flight.onPath) flight.onPath = taken;
-  } else if (!flight.isLifted ||
-             !(PlainLength(line.p_mach - previous.station.line.p_mach) <= m_slack)) {
-    flight.doubt = taken;  // no turn that leaves the linear axes where they are
-  }
-}
-
-// What the next line says of the flight before it.
-void zvVerification::SettleFlight(const zvLineView& line, const Judged& judged) {
-  Flight& flight = *m_flight;
-  if (line.degs != m_lastDegs) flight.hasTurned = true;
-  if (flight.doubt) {
-    const bool isDrop = IsOver(flight.doubt->p_part, judged.p_part, judged.dir_tool);
-    if (isDrop && flight.doubt->isOnPath && !flight.onPath) flight.onPath = flight.doubt;
-    if (!isDrop && (!line.isRapid || flight.doubt->isOnPath || !flight.isLifted))
-      ReportRapid(*flight.doubt);
-    flight.isLifted = flight.isLifted || isDrop;
-    flight.doubt.reset();
-  }
-  if (!line.isRapid && flight.onPath && !flight.hasTurned) ReportRapid(*flight.onPath);
-}
-
-// Of a line before this one, among the findings in its place.
-void zvVerification::ReportRapid(const Flight::Line& line) {
-  auto& findings = m_verdict.findings;
-  const std::size_t kept = findings.size();
-  const std::uint64_t here = std::exchange(m_line, line.line);
-  const std::int64_t source = std::exchange(m_sourceOfLine, line.source);
-  Report(Finding::kRapid, -1, 1, 0, 0);
-  m_line = here;
-  m_sourceOfLine = source;
-  if (findings.size() == kept) return;
-  const auto place =
-      std::upper_bound(findings.begin(), findings.end() - 1, findings.back(),
-                       [](const Finding& a, const Finding& b) { return a.line < b.line; });
-  std::rotate(place, findings.end() - 1, findings.end());
-}
-
-// A line that stands for no source move.
-void zvVerification::TakeInserted(const zvLineView& line, Judged& judged) {
-  judged.isLift = line.isRapid;
-  if (line.isRapid) return TakeRapid(line, judged);
-  const Segment* segment = &SegmentHere();
-  double off = segment->line.Distance(line.p_part);
-  if (!(off <= m_slack) && m_maybeThere) {
-    // It was the line before that stood for the source move.
-    TakeAsThere();
-    m_sourceOfLine = m_source.GetNextIndex();
-    if (!m_source.IsAtEnd() && IsAt(m_source.Next(), line, judged)) return Match(line, judged);
-    segment = &SegmentHere();
-    off = segment->line.Distance(line.p_part);
-  }
-  if (!(off <= m_slack)) {
-    if (MatchAhead(line, judged)) return;
-    segment = &SegmentHere();
-    off = segment->line.Distance(line.p_part);
-    if (!(off <= m_slack)) Report(Finding::kTipOffSource, -1, off, m_slack, off - m_slack);
-  }
-  judged.sourceTipOff = CountedOff(off);
-  const double along = segment->line.Along(line.p_part) * segment->length;
-  if (!(along >= m_along - m_slack))
-    Report(Finding::kGoesBack, -1, m_along - along, 0, m_along - along);
-  m_along = std::max(m_along, along);
-  const double angle = segment->arc.Angle(judged.dir_tool);
-  if (!(angle <= kSameDirection)) judged.sourceOff = angle;
-  CheckFeed(line, std::max(m_source.Last().feed, m_source.Next().feed));
-}
-
-void zvVerification::TakeAsThere() {
-  Pass();
-  ++m_verdict.sources;
-}
-
-// Where a line lies off its segment, source moves may be missing before it: true if it stands for
-// one of the next. Where it lies on one of the next segments, those before that are.
-bool zvVerification::MatchAhead(const zvLineView& line, Judged& judged) {
-  if (line.source < 0) {
-    for (std::size_t k = 1; k < zvSourceWalk::kAhead; ++k) {
-      const zvSourceMove* move = m_source.Ahead(k);
-      if (move == nullptr) break;
-      if (!IsAt(*move, line, judged)) continue;
-      SkipMissing(static_cast<std::int64_t>(k));
-      Match(line, judged);
-      return true;
-    }
-  }
-  const zvSourceMove* from = m_source.Ahead(0);
-  for (std::size_t k = 1; k < zvSourceWalk::kAhead; ++k) {
-    const zvSourceMove* to = m_source.Ahead(k);
-    if (to == nullptr) break;
-    if (zvWaySegment(from->tip, to->tip).Distance(line.p_part) <= m_slack) {
-      SkipMissing(static_cast<std::int64_t>(k));
-      break;
-    }
-    from = to;
-  }
-  return false;
-}
-
 void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
   if (!(judged.tipOff <= m_slack))
     Report(Finding::kLineTipOff, -1, judged.tipOff, m_slack, judged.tipOff - m_slack);
@@ -471,12 +168,14 @@ void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
     Report(Finding::kLineAxisOff, 5, line.degs[2], m_thirdAngle, off - m_rules.thirdAxis);
 }
 
-// The tool is put along an axis that may stand anywhere then; with one rotary axis, along the
-// spindle as it points at 0 and 180 degrees.
+// Beside an axis that may stand anywhere when the tool is put along it; with one rotary axis, along
+// the spindle as it points at 0 and 180 degrees. Also on the way there from the edge of the cone:
+// line and tool both stand in it then.
 bool zvVerification::IsOnPole(const Judged& judged) const {
   if (m_hasSecondPole) return true;
-  const double sine = Cross(judged.station.pose.axis, m_pole).Length();
-  return m_rotary > 0 && sine <= m_rules.lineAxis * misc::kRadiansPerDegree;
+  const double most = (m_rules.lineAxis + m_rules.poleAngleTolerance) * misc::kRadiansPerDegree;
+  return m_rotary > 0 && Cross(judged.station.pose.axis, m_pole).Length() <= most &&
+         Cross(judged.dir_tool, m_pole).Length() <= most;
 }
 
 void zvVerification::CheckLimits(const zvLineView& line) {
@@ -549,11 +248,11 @@ void zvVerification::CheckBlock(const Judged& judged) {
   nearer.tip += tipOff;
   bound = {std::min(bound.tip, nearer.tip), std::min(bound.axis, nearer.axis)};
   // On its own way and on that of the source, where the two part: between cones of one rotary axis.
-  const bool hasSourceWay = sourceOff > 0 && m_segment.has_value() && known.axis < kInfinite;
+  const zvBlockLaw::Way* const sourceWay = m_finder.LastWay();
+  const bool hasSourceWay = sourceOff > 0 && sourceWay != nullptr && known.axis < kInfinite;
   if (hasSourceWay)
-    bound.axis =
-        std::max(bound.axis,
-                 m_law->BoundAbove(previous.station, judged.station, m_segment->way, known).axis);
+    bound.axis = std::max(
+        bound.axis, m_law->BoundAbove(previous.station, judged.station, *sourceWay, known).axis);
   if (tolerance.IsOn() && (bound.tip > tolerance.GetTip() || bound.axis > tolerance.GetAxis())) {
     // What is proved to hold is no finding, though a bound may come out 2% larger.
     const zvBlockDeviation tip{tolerance.GetTip() - tipOff, kInfinite};
@@ -570,7 +269,7 @@ void zvVerification::CheckBlock(const Judged& judged) {
     }
     if (bound.axis > tolerance.GetAxis()) {
       if (holds(axis) &&
-          (!hasSourceWay || m_law->Holds(previous.station, judged.station, m_segment->way, axis)))
+          (!hasSourceWay || m_law->Holds(previous.station, judged.station, *sourceWay, axis)))
         bound.axis = tolerance.GetAxis();
       else
         Report(Finding::kAxisOffWay, -1, bound.axis, tolerance.GetAxis(),
@@ -594,7 +293,7 @@ void zvVerification::CheckTurns(const zvLineView& line, const Judged& judged) {
                                     to.secondAngle - from.secondAngle};
   // On the spot a turn takes what time the control gives it, however little rounding moves the tip.
   const double way = PlainLength(judged.p_part - previous.p_part);
-  const bool isTimed = line.feed > 0 && way > m_slack;
+  const bool isTimed = line.feed > 0 && way > m_slack - m_rules.lineLength;
   for (std::size_t i = 0; i < RotaryCount(); ++i) {
     const int axis = static_cast<int>(i) + zvLimitType::kFirstRotary;
     const double turn = std::fabs(turns[i]);

@@ -20,8 +20,8 @@ struct zvVerifierRules {
   zvKDRParam::LimitsCheck limitsCheck = zvKDRParam::checkAllAxes;
   /// Slack of rotary limits, degrees, as zvKDRParam's.
   double limitTolerance = 0.0001;
-  /// How far the tool may stand off a line's orientation where it stands along a rotary axis,
-  /// degrees: zvKDRParam's poleAngleTolerance, within which postings put it there.
+  /// How far the tool may stand off a line's orientation where both are this near to a rotary
+  /// axis, degrees: zvKDRParam's poleAngleTolerance, within which postings put the tool along it.
   double poleAngleTolerance = 0.01;
   /// How far a line of the machine may lie off the place that it is for: in parts of the size of
   /// the machine's lengths, and in degrees. Postings of this library keep 1e-9, and angles that
@@ -31,7 +31,8 @@ struct zvVerifierRules {
   double lineAxis = 1.7e-3;
   /// How far a third axis, which stands, may be written off its angle, degrees.
   double thirdAxis = 1e-6;
-  /// A length on top of lineTip, for a text of few decimals.
+  /// A length on top of lineTip, for a text of few decimals. Not for rotary speeds: blocks shorter
+  /// than it are judged as well.
   double lineLength = 0;
   /// Inserted lines hold a marker in place of their orientation, as those of an interpolationMode
   /// other than 0 do: it isn't looked at, and the tool axis has no way but from line to line.

@@ -510,6 +510,178 @@ TEST(PostingVerifier, CountsWhatLinesOfFewDecimalsLieOffThePath) {
   }
 }
 
+/// A posting on the default machine as lines of anybody, and its path.
+struct Neutral {
+  PathBuilder path;
+  std::vector<zvPostedLine> lines;
+};
+Neutral NeutralBy(const FiveAxisScene& scene, const Source& source,
+                  const post::zvPathTolerance& tolerance, bool isNumbered) {
+  Neutral neutral{Build(source), {}};
+  auto creator = scene.Creator();
+  creator.SetPathTolerance(tolerance);
+  for (const Line& line : PostBy(creator, neutral.path).lines)
+    neutral.lines.push_back(NeutralOf(line, isNumbered));
+  return neutral;
+}
+
+// From the edge of a wide cone the tool tilts onto the pole within the tolerance.
+TEST(PostingVerifier, AllowsBesideAPoleWhatTheParametersDo) {
+  FiveAxisScene scene;
+  scene.machine.kind = 2;
+  scene.machine.first = {0, 0, -1};
+  scene.machine.second = {0, 1, 0};
+  scene.machine.secondPivot = {0, 0, 180};
+  scene.toolLength = 80;
+  scene.par.SetMaxAngleStep(0.5);
+  scene.par.SetPoleAngleTolerance(1);
+  const Source source{{{-49, 23, 21}, {0.0348, 0.0405, 0.99857}},
+                      {{-48.2, -1.8, -0.1}, {0.00042, -0.0003125, 1}},
+                      {{-48.2, -24.25, -0.1}, {0.105174, -0.050057, 2.497285}}};
+  for (const bool isNumbered : {true, false}) {
+    const auto [path, lines] = NeutralBy(scene, source, {0.87, 1.4195}, isNumbered);
+    ASSERT_GT(lines.size(), 100u);
+    zvPostingVerifier verifier = VerifierOf(scene);
+    post::zvVerifierRules rules = verifier.GetRules();
+    rules.tolerance = {0.87, 1.4195};
+    verifier.SetRules(rules);
+    EXPECT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
+    // Without the width it is seen.
+    rules.poleAngleTolerance = 0.01;
+    verifier.SetRules(rules);
+    EXPECT_GT(Verified(verifier, path, lines).counts[Finding::kLineAxisOff], 100u);
+  }
+}
+
+// Where the tip stands the tool goes on on its arc; where that stands as well, or has none between
+// opposite orientations, the axes go on.
+TEST(PostingVerifier, SeesLinesOfATurnOnTheSpotSwapped) {
+  FiveAxisScene scene;
+  scene.par.SetMaxAngleStep(3);
+  scene.par.SetMaxAngleJump(360);
+  const Point tip{10, 20, 30};
+  struct Case {
+    const char* what;
+    Source source;
+    int axis;  // of the finding, -1 for the tool's arc
+  };
+  const std::vector<Case> cases{
+      {"an arc", {{tip, scene.Tool(10, 20)}, {tip, scene.Tool(60, 50)}}, -1},
+      {"over a pole", {{tip, scene.Tool(0, 20)}, {tip, scene.Tool(180, 20)}}, -1},
+      {"on a pole",
+       {{tip - Point{5, 0, 0}, scene.Tool(10, 20)},
+        {tip, {0, 0, 1}},
+        {tip + Point{5, 0, 0}, scene.Tool(130, 20)}},
+       3},
+      {"opposite", {{tip, scene.Tool(10, 20)}, {tip, -scene.Tool(10, 20)}}, 3},
+  };
+  for (const Case& c : cases) {
+    for (const bool isNumbered : {true, false}) {
+      SCOPED_TRACE(testing::Message() << c.what << isNumbered);
+      const auto [path, lines] = NeutralBy(scene, c.source, {0.01, 0.1}, isNumbered);
+      const zvPostingVerifier verifier = VerifierOf(scene);
+      ASSERT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
+      // Two in the middle of what stands, with one before them that turns as they do.
+      std::size_t k = 0;
+      for (std::size_t i = 0; i + 3 < lines.size(); ++i) {
+        const auto stands = [&](std::size_t j) { return Distance(lines[j].p_part, tip) < 1e-9; };
+        if (stands(i) && stands(i + 3) && k == 0) k = i + 1;
+      }
+      ASSERT_GT(k, 0u);
+      for (const std::size_t at : {k, k + 1}) {
+        auto swapped = lines;
+        std::swap(swapped[at], swapped[at + 1]);
+        EXPECT_EQ(PlacesOf(Verified(verifier, path, swapped)),
+                  (std::vector<Place>{{Finding::kTurnsBack, at + 1, c.axis}}))
+            << at;
+      }
+    }
+  }
+}
+
+// Between opposite orientations the machine goes its own way, which is no finding.
+TEST(PostingVerifier, FindsNothingBetweenOppositeOrientations) {
+  Seeded random;
+  int held = 0;
+  for (int i = 0; i < 60; ++i) {
+    SCOPED_TRACE(i);
+    FiveAxisScene scene = RandomScene(random);
+    scene.par.SetMaxAngleJump(360);
+    const Point dir = scene.Tool(random.Real(-170, 170), random.Real(-80, 80));
+    const Point tip = random.Vector(100);
+    const Source source{{tip, dir}, {tip + random.Vector(10), -dir}};
+    const post::zvPathTolerance tolerance(random.Real(0.001, 0.1), random.Real(0.02, 0.5));
+    const PathBuilder path = Build(source);
+    auto creator = scene.Creator();
+    creator.SetPathTolerance(tolerance);
+    if (PostBy(creator, path).id != 0 || !creator.GetToleranceReport().IsHeld()) continue;
+    ++held;
+    zvPostingVerifier verifier = VerifierOf(scene);
+    post::zvVerifierRules rules = verifier.GetRules();
+    rules.tolerance = tolerance;
+    verifier.SetRules(rules);
+    ASSERT_EQ(PlacesOf(verifier.Verify(path, *creator.GetPostedList())), std::vector<Place>{});
+  }
+  EXPECT_GT(held, 20);
+}
+
+// A lift leaves the path with the rotary axes as they stand, and comes down as they stand then.
+TEST(PostingVerifier, TellsALiftFromATurningStepAlongTheTool) {
+  FiveAxisScene scene;
+  scene.par.SetMaxAngleStep(0.5);
+  const Point low = scene.Tool(40, 30);
+  for (const double way : {30.0, -30.0}) {
+    const Source source{{{40, 5, 55}, low, 1000},
+                        {Point{40, 5, 55} + way * low, scene.Tool(41, 33), 1000}};
+    for (const bool isNumbered : {true, false}) {
+      SCOPED_TRACE(testing::Message() << way << isNumbered);
+      const auto [path, lines] = NeutralBy(scene, source, {}, isNumbered);
+      const zvPostingVerifier verifier = VerifierOf(scene);
+      ASSERT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
+      ASSERT_GT(lines.size(), 5u);
+      for (const std::size_t k : {std::size_t{1}, lines.size() / 2, lines.size() - 2}) {
+        auto rapid = lines;
+        rapid[k].isRapid = true;
+        EXPECT_EQ(PlacesOf(Verified(verifier, path, rapid)),
+                  (std::vector<Place>{{Finding::kRapid, k, -1}}));
+      }
+    }
+  }
+}
+
+// By a whole turn, of which a wrapped angle tells nothing: the tool comes down where it left.
+TEST(PostingVerifier, TakesALiftThatTurnsByAWholeTurnOnAStepAlongTheTool) {
+  const FiveAxisScene scene;
+  const Point up = scene.Tool(40, 30);
+  const Source source{{{40, 5, 55}, up, 1000}, {Point{40, 5, 55} + 30 * up, up, 1000}};
+  for (const bool isNumbered : {true, false}) {
+    auto [path, lines] = NeutralBy(scene, source, {}, isNumbered);
+    ASSERT_EQ(lines.size(), 2u);
+    zvPostedLine drop = lines[0], lift = lines[0];
+    drop.isInserted = lift.isInserted = isNumbered;
+    lift.isRapid = true;
+    lift.p_part += 20 * up;
+    lift.p_mach = lines[0].p_mach + (lines[1].p_mach - lines[0].p_mach) * (20.0 / 30);
+    lines.insert(lines.begin() + 1, {lift, lift, drop});
+    EXPECT_EQ(PlacesOf(Verified(VerifierOf(scene), path, lines)), std::vector<Place>{});
+  }
+}
+
+// A line tolerance is for places: how fast an axis turns in a block shorter than it is seen.
+TEST(PostingVerifier, JudgesSpeedsInBlocksShorterThanTheLineTolerance) {
+  const FiveAxisScene scene;
+  const Source source{{{0, 0, 0}, scene.Tool(40, 30)}, {{0.004, 0, 0}, scene.Tool(40, 31)}};
+  const auto [path, lines] = NeutralBy(scene, source, {}, true);
+  zvPostingVerifier verifier = VerifierOf(scene);
+  post::zvVerifierRules rules = verifier.GetRules();
+  rules.lineLength = 0.005;
+  rules.maxRotarySpeed = 10000;
+  verifier.SetRules(rules);
+  const zvPostingVerdict verdict = Verified(verifier, path, lines);
+  EXPECT_EQ(PlacesOf(verdict), (std::vector<Place>{{Finding::kRotarySpeed, 1, 4}}));
+  EXPECT_NEAR(verdict.rotarySpeed.value, 1 * 1000 / 0.004, 1);
+}
+
 TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {
   Seeded random;
   SixAxisScene scene = RandomSixAxisScene(random);
