@@ -21,7 +21,7 @@ struct zvBlockDeviation {
 /// In the part's frame the tip stands at U + Ra (V + Rb W) and the tool points along Ra Rb s: Ra
 /// and Rb turn about fixed directions by the first and the second rotary angle, s is the spindle,
 /// and of U, V, W one is the nose of the machine plus a constant, two are constants. Which one says
-/// where the rotary axes stand. The header of block_law.cpp has the bounds that follow from this
+/// where the rotary axes stand. The header of block_bounds.cpp has the bounds that follow from this
 /// form.
 ///
 /// 1. A third rotary axis stands and has no influence, an axis system within 1e-5 of the identity
