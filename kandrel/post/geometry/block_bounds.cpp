@@ -56,12 +56,7 @@ using Station = zvBlockLaw::Station;
 using Way = zvBlockLaw::Way;
 
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
-/// What is added for rounding: of the size of the numbers, and of radians.
-constexpr double kRounding = 1e-13;
-constexpr double kAxisRounding = 2e-13;
-/// What bounds may be above what is reached: as a factor, in length and as a sine (1e-6 degrees).
-constexpr double kNear = 1.02;
-constexpr double kNearLength = 1e-9;
+/// zvBlockLaw::kNearDeg as a sine.
 constexpr double kNearSine = 1.7e-8;
 /// The largest turn, radians, that is looked at piece by piece, and that of one piece at first.
 constexpr double kLargestTurn = 10 * misc::kPi;
@@ -121,8 +116,9 @@ class zvBlockMotion {
   Place At(double s) const noexcept {
     const Point& first = m_law.m_first;
     const Point& second = m_law.m_second;
-    const zvTurn one = m_first == 0 ? m_from.first : m_from.first + TurnOf(s * m_first);
-    const zvTurn two = m_second == 0 ? m_from.second : m_from.second + TurnOf(s * m_second);
+    const zvTurnPair& turns = m_from.turns;
+    const zvTurn one = m_first == 0 ? turns.First() : turns.First() + TurnOf(s * m_first);
+    const zvTurn two = m_second == 0 ? turns.Second() : turns.Second() + TurnOf(s * m_second);
     Place place;
     if constexpr (kIsTip) {
       Point outer = m_law.m_outer;
@@ -170,7 +166,7 @@ class zvBlockMotion {
     if (m_first != 0 && m_second != 0) return all;
     // The second axis as the part sees it is turned by the first, which stands.
     const Point direction =
-        m_second == 0 ? m_law.m_first : Turned(m_law.m_second, m_law.m_first, m_from.first);
+        m_second == 0 ? m_law.m_first : Turned(m_law.m_second, m_law.m_first, m_from.turns.First());
     const double rate = m_first + m_second;
     return std::min(all, std::fabs(rate * rate * rate) * PlainLength(Cross(direction, normal)));
   }
@@ -191,15 +187,15 @@ class zvBlockMotion {
     const Point& second = m_law.m_second;
     const double a = std::fabs(m_first);
     const double b = std::fabs(m_second);
-    const Point step = to.arm - m_from.arm;
+    const Point step = to.Arm() - m_from.Arm();
     // F' is off the mean rate by half of what F'' makes, F off the line by an eighth. Where the
     // nose is the innermost, F'' is 2 v F' - v v Rb W as well.
     double second2 = m_second2;
     if (m_law.m_carrier == Carrier::kInner)
       second2 =
           std::min(second2, b * (2 * PlainLength(Cross(second, step)) + second2 + b * m_across));
-    const Point arc0 = Cross(first, m_from.arm);
-    const Point arc1 = Cross(first, to.arm);
+    const Point arc0 = Cross(first, m_from.Arm());
+    const Point arc1 = Cross(first, to.Arm());
     const double across =
         misc::Sqrt(std::max(arc0.SquaredLength(), arc1.SquaredLength())) + second2 / 8;
     const double rate = PlainLength(Cross(first, step)) + second2 / 2;
@@ -218,10 +214,10 @@ class zvBlockMotion {
     const double a = std::fabs(m_first);
     const double b = std::fabs(m_second);
     const double second2 = b * b * m_acrossSpindle;
-    const double across = misc::Sqrt(std::max(Cross(first, m_from.dir).SquaredLength(),
-                                              Cross(first, to.dir).SquaredLength())) +
+    const double across = misc::Sqrt(std::max(Cross(first, m_from.Dir()).SquaredLength(),
+                                              Cross(first, to.Dir()).SquaredLength())) +
                           second2 / 8;
-    const double rate = PlainLength(Cross(first, to.dir - m_from.dir)) + second2 / 2;
+    const double rate = PlainLength(Cross(first, to.Dir() - m_from.Dir())) + second2 / 2;
     const double all = a * (a * across + 2 * rate) + second2;
     const Point step = to.pose.axis - m_from.pose.axis;
     const double squared = step.SquaredLength();
@@ -233,10 +229,11 @@ class zvBlockMotion {
     // t'' = A a x (A a x t + 2 B b x t) + B b x (B b x t), with b as the part sees it.
     const Point acrossFirst = Cross(normal, first) * m_first;
     const auto along = [&](const Station& at) {
+      const Point second = Turned(m_law.m_second, first, at.turns.First());
       const Point byFirst = Cross(first, at.pose.axis) * m_first;
-      const Point bySecond = Cross(at.second_part, at.pose.axis) * m_second;
+      const Point bySecond = Cross(second, at.pose.axis) * m_second;
       return std::fabs(Dot(acrossFirst, byFirst + 2.0 * bySecond) +
-                       m_second * Dot(Cross(normal, at.second_part), bySecond));
+                       m_second * Dot(Cross(normal, second), bySecond));
     };
     const double turn = a + b;
     return std::min(all, std::max(along(m_from), along(to)) + turn * turn * turn * turn / 8);
@@ -381,8 +378,8 @@ class Search {
     if (IsTooMuch()) return;
     const Point& halfway = Curve::Of(middle);
     const double upper = m_curve.Upper(Controls(from, halfway, to), middle, piece.to - piece.from);
-    if (depth == kDeepest ||
-        upper <= std::max({m_content.known, kNear * m_reached, m_reached + m_content.near})) {
+    if (depth == kDeepest || upper <= std::max({m_content.known, zvBlockLaw::kNear * m_reached,
+                                                m_reached + m_content.near})) {
       m_bound = std::max(m_bound, upper);
       return;
     }
@@ -409,7 +406,7 @@ zvBlockDeviation Searched(const Motion& motion, const Station& from, const Stati
   zvBlockDeviation bound = known;
   if (known.tip < kInfinite) {
     const TipCurve tip{motion, zvWaySegment(way.from.tip, way.to.tip)};
-    bound.tip = Search(motion, tip, {kNearLength, known.tip, allowed.tip})
+    bound.tip = Search(motion, tip, {zvBlockLaw::kNearLength, known.tip, allowed.tip})
                     .Over(pieces, from.pose.tip, motion.At<true>(0.5), to.pose.tip);
   }
   if (known.axis < kInfinite) {

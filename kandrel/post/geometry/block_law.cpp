@@ -49,6 +49,13 @@ zvBlockLaw::zvBlockLaw(const zvMachDef& machDef, const Point& partOrigin,
   }
   m_outer = m_outer - partOrigin;
   m_size = SizeOf(m_outer) + SizeOf(m_middle) + SizeOf(m_inner) + std::fabs(l);
+  m_firsts = PairOf(m_first, m_first);
+  m_seconds = PairOf(m_second, m_second);
+  m_outers = PairOf(m_outer, {});
+  m_middles = PairOf(m_middle, {});
+  m_inners = PairOf(m_inner, m_spindle);
+  m_radians = misc::Lanes{m_hasFirst ? misc::kRadiansPerDegree : 0,
+                          m_hasSecond ? misc::kRadiansPerDegree : 0};
 }
 
 // A table at the angle a has turned the part by a about its axis: from the part the tip is seen
@@ -113,49 +120,48 @@ void zvBlockLaw::Take(const zv5axMachDef& machDef, double toolLength) {
 zvBlockLaw::Station zvBlockLaw::StationAt(const Line& line) const noexcept {
   Station station;
   station.line = line;
-  if (m_hasFirst) station.first = zvTurn::OfDegrees(line.firstAngle);
-  if (m_hasSecond) station.second = zvTurn::OfDegrees(line.secondAngle);
+  const zvTurn first = m_hasFirst ? zvTurn::OfDegrees(line.firstAngle) : zvTurn();
+  const zvTurn second = m_hasSecond ? zvTurn::OfDegrees(line.secondAngle) : zvTurn();
+  station.turns = {misc::Lanes{first.cosine, second.cosine}, misc::Lanes{first.sine, second.sine}};
   Stand(station);
   return station;
 }
 
 void zvBlockLaw::MoveOn(const Station& previous, const Line& line,
                         Station& station) const noexcept {
-  const double first = (line.firstAngle - previous.line.firstAngle) * misc::kRadiansPerDegree;
-  const double second = (line.secondAngle - previous.line.secondAngle) * misc::kRadiansPerDegree;
-  constexpr double kSmall = 0.2;
-  if (previous.steps == kMostSteps || !(std::fabs(first) < kSmall && std::fabs(second) < kSmall)) {
+  const misc::Lanes turns = TurnsBetween(previous.line, line);
+  if (previous.steps == kMostSteps || !misc::AreAll(misc::Abs(turns) < misc::Spread(kSeriesTurn)))
+      [[unlikely]] {
     station = StationAt(line);
     return;
   }
   station.line = line;
   station.steps = previous.steps + 1;
-  if (m_hasFirst) station.first = previous.first + TurnOf(first);
-  if (m_hasSecond) station.second = previous.second + TurnOf(second);
+  station.turns = TurnedOn(previous.turns, turns);
   Stand(station);
 }
 
 // Where the tool stands with the angles turned.
 void zvBlockLaw::Stand(Station& station) const noexcept {
   const Point& p = station.line.p_mach;
-  station.nose = m_isIdentity ? p : p.x * m_x + p.y * m_y + p.z * m_z;
-  Point outer = m_outer;
-  Point middle = m_middle;
-  Point inner = m_inner;
-  NoseOf(outer, middle, inner) += station.nose;
-  if (m_hasSecond) {
-    inner = Turned(inner, m_second, station.second);
-    station.dir = Turned(m_spindle, m_second, station.second);
-  } else {
-    station.dir = m_spindle;
-  }
-  station.arm = middle + inner;
-  station.pose = {outer + station.arm, station.dir};
-  station.second_part = m_second;
-  if (!m_hasFirst) return;
-  station.pose = {outer + Turned(station.arm, m_first, station.first),
-                  Turned(station.dir, m_first, station.first)};
-  if (m_hasSecond) station.second_part = Turned(m_second, m_first, station.first);
+  const Point nose = m_isIdentity ? p : p.x * m_x + p.y * m_y + p.z * m_z;
+  station.nose = nose;
+  Pair outer = m_outers;
+  Pair middle = m_middles;
+  Pair inner = m_inners;
+  NoseOf(outer, middle, inner) += PairOf(nose, {});
+  const zvTurnPair& turns = station.turns;
+  if (m_hasSecond)
+    inner = Turned(inner, m_seconds, misc::Spread(turns.cosine[1]), misc::Spread(turns.sine[1]));
+  station.reaches = inner;
+  station.lengths = misc::Sqrt(inner.SquaredLength());
+  const Pair arms = middle + inner;
+  station.arms = arms;
+  Pair pose = arms;
+  if (m_hasFirst)
+    pose = Turned(arms, m_firsts, misc::Spread(turns.cosine[0]), misc::Spread(turns.sine[0]));
+  pose += outer;
+  station.pose = {{pose.x[0], pose.y[0], pose.z[0]}, {pose.x[1], pose.y[1], pose.z[1]}};
 }
 
 }  // namespace post

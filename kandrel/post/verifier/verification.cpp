@@ -28,10 +28,13 @@ constexpr double kAlongAxis = 1 - 5e-13;
 constexpr double kFeedSlack = 1e-9;
 
 bool IsFinite(const zvLineView& line) {
-  double sum = line.feed * 0;
-  for (const double deg : line.degs) sum += deg * 0;
-  return sum == 0 && cadcam::IsFinite(line.p_mach) && cadcam::IsFinite(line.p_part) &&
-         cadcam::IsFinite(line.dir_tool);
+  const auto zero = [](double a, double b) { return misc::Lanes{a, b} * misc::Spread(0); };
+  // Finite numbers times 0 sum up to 0; infinity and NaN give NaN.
+  const misc::Lanes sum =
+      zero(line.p_mach.x, line.p_mach.y) + zero(line.p_mach.z, line.p_part.x) +
+      zero(line.p_part.y, line.p_part.z) + zero(line.dir_tool.x, line.dir_tool.y) +
+      zero(line.dir_tool.z, line.feed) + zero(line.degs[0], line.degs[1]) + zero(line.degs[2], 0);
+  return sum[0] + sum[1] == 0;
 }
 
 double SizeOf(const Point& p) {
@@ -91,6 +94,27 @@ zvVerification::zvVerification(const zvVerifiedMachine& machine, const zvVerifie
     m_hasSecondPole = IsAlong(six.GetSpindleDirection(), six.GetSecondRotationDirection());
     m_thirdAngle = six.GetThirdAngle();
   }
+  constexpr double kInfinite = std::numeric_limits<double>::infinity();
+  std::array<double, 6> least;
+  std::array<double, 6> most;
+  least.fill(-kInfinite);
+  most.fill(kInfinite);
+  if (ChecksLinearAxes(rules.limitsCheck)) {
+    for (int axis = 0; axis < 3; ++axis) {
+      least[static_cast<std::size_t>(axis)] = machDef.GetMinLimits()[axis] - misc::kEqual;
+      most[static_cast<std::size_t>(axis)] = machDef.GetMaxLimits()[axis] + misc::kEqual;
+    }
+  }
+  if (ChecksRotaryAxes(rules.limitsCheck)) {
+    for (std::size_t axis = 0; axis < RotaryCount(); ++axis) {
+      least[3 + axis] = m_ranges[axis].min - rules.limitTolerance;
+      most[3 + axis] = m_ranges[axis].max + rules.limitTolerance;
+    }
+  }
+  for (std::size_t i = 0; i < 3; ++i) {
+    m_least[i] = misc::Lanes{least[2 * i], least[2 * i + 1]};
+    m_most[i] = misc::Lanes{most[2 * i], most[2 * i + 1]};
+  }
 }
 
 void zvVerification::Report(Finding::Kind kind, int axis, double value, double bound,
@@ -100,48 +124,66 @@ void zvVerification::Report(Finding::Kind kind, int axis, double value, double b
   m_verdict.findings.push_back({kind, m_line, m_sourceOfLine, axis, value, bound, excess});
 }
 
+void zvVerification::TakeNotFinite(const zvLineView& line) {
+  m_sourceOfLine = line.source;
+  Report(Finding::kNotFinite, -1, 0, 0, 0);
+  // It may stand for the move that is due all the same.
+  const bool isDue = line.source < 0 ? line.p_part == m_source.Next().tip
+                                     : !line.isInserted && line.source == m_source.GetNextIndex();
+  if (isDue && !m_source.IsAtEnd()) Pass();
+  m_hasPrevious = false;
+  if (m_flight && m_flight->doubt) ReportRapid(*m_flight->doubt);
+  m_flight.reset();
+}
+
 void zvVerification::Take(const zvLineView& line) {
   m_line = m_verdict.lines++;
-  if (!IsFinite(line)) {
-    m_sourceOfLine = line.source;
-    Report(Finding::kNotFinite, -1, 0, 0, 0);
-    // It may stand for the move that is due all the same.
-    const bool isDue = line.source < 0 ? line.p_part == m_source.Next().tip
-                                       : !line.isInserted && line.source == m_source.GetNextIndex();
-    if (isDue && !m_source.IsAtEnd()) Pass();
-    m_hasPrevious = false;
-    if (m_flight && m_flight->doubt) ReportRapid(*m_flight->doubt);
-    m_flight.reset();
-    return;
-  }
+  if (!IsFinite(line)) [[unlikely]]
+    return TakeNotFinite(line);
   Judged& judged = m_judged[m_current];
   judged.p_part = line.p_part;
-  if (m_hasPrevious)
+  if (m_hasPrevious) [[likely]]
     m_law->MoveOn(Previous().station, Unwrapped(line), judged.station);
   else
     judged.station = m_law->StationAt(Unwrapped(line));
   m_size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
   m_slack = m_rules.lineTip * m_size + m_rules.lineLength;
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
-  const Point& dir_mach = judged.station.pose.axis;
+  const zvBlockLaw::Pose& pose = judged.station.pose;
   // Where there is none it is off by half a turn.
-  judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : Unit(line.dir_tool);
+  judged.dir_tool = line.dir_tool.IsZero() ? -pose.axis : Unit(line.dir_tool);
   // Of a line without a number its place tells whether it is inserted.
   if (m_rules.hasMarkers &&
       (line.isInserted || (line.source < 0 && !IsAt(m_source.Next(), line, judged))))
-    judged.dir_tool = dir_mach;
-  judged.tipOff = PlainLength(judged.station.pose.tip - judged.p_part);
-  judged.axisOff = PlainLength(dir_mach - judged.dir_tool);
+    judged.dir_tool = pose.axis;
+  const misc::Lanes off = misc::Sqrt(
+      (zvBlockLaw::PairOf(pose.tip, pose.axis) - zvBlockLaw::PairOf(judged.p_part, judged.dir_tool))
+          .SquaredLength());
+  judged.tipOff = off[0];
+  judged.axisOff = off[1];
 
-  if (m_flight) SettleFlight(line, judged);
-  m_sourceOfLine = FindSource(line, judged);
+  if (m_flight) [[unlikely]]
+    SettleFlight(line, judged);
+  if (IsNext(line)) [[likely]] {
+    judged.sourceTipOff = 0;
+    judged.sourceOff = 0;
+    judged.isLift = false;
+    m_sourceOfLine = m_source.GetNextIndex();
+    Pass();
+    ++m_verdict.sources;
+  } else {
+    m_sourceOfLine = FindSource(line, judged);
+  }
   if (!judged.isLift) m_flight.reset();
-  CheckPose(line, judged);
-  CheckLimits(line);
+  const misc::Lanes mostOff{m_slack, m_rules.lineAxis * misc::kRadiansPerDegree};
+  if (m_rotary == 3 || !misc::AreAll(off <= mostOff)) [[unlikely]]
+    CheckPose(line, judged);
+  if (!IsInLimits(line)) [[unlikely]]
+    CheckLimits(line);
   if (m_hasPrevious && !line.isRapid) {
     ++m_verdict.blocks;
     CheckBlock(judged);
-    CheckTurns(line, judged);
+    if (!TurnsSlower(line, judged)) CheckTurns(line, judged);
   }
   m_hasPrevious = true;
   m_lastDegs = line.degs;
@@ -185,6 +227,15 @@ zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
   unwrap(0, unwrapped.firstAngle, previous.firstAngle);
   unwrap(1, unwrapped.secondAngle, previous.secondAngle);
   return unwrapped;
+}
+
+// Whether a line says all that the next source move does, and nothing else.
+bool zvVerification::IsNext(const zvLineView& line) const {
+  const zvSourceMove& next = m_source.Next();
+  const bool isNamed =
+      line.source < 0 || (line.source == m_source.GetNextIndex() && !line.isInserted);
+  return line.p_part == next.tip && line.dir_tool == next.dir_tool && line.feed == next.feed &&
+         line.isRapid == next.isRapid && isNamed && !m_maybeThere && !m_source.IsAtEnd();
 }
 
 // Returns the source move that the line runs to.
@@ -479,6 +530,16 @@ bool zvVerification::IsOnPole(const Judged& judged) const {
   return m_rotary > 0 && sine <= m_rules.lineAxis * misc::kRadiansPerDegree;
 }
 
+// Whether all axes stand within their ranges as they are written.
+bool zvVerification::IsInLimits(const zvLineView& line) const {
+  const misc::Lanes places[]{
+      {line.p_mach.x, line.p_mach.y}, {line.p_mach.z, line.degs[0]}, {line.degs[1], 0}};
+  misc::LaneMask isIn = misc::And(m_least[0] <= places[0], places[0] <= m_most[0]);
+  for (std::size_t i = 1; i < 3; ++i)
+    isIn = misc::And(isIn, misc::And(m_least[i] <= places[i], places[i] <= m_most[i]));
+  return misc::AreAll(isIn);
+}
+
 void zvVerification::CheckLimits(const zvLineView& line) {
   if (ChecksLinearAxes(m_rules.limitsCheck)) {
     const Point& low = m_machine.machDef.GetMinLimits();
@@ -518,7 +579,45 @@ void zvVerification::CheckRotaryLimit(std::size_t axis, double deg) {
          isBelow ? min : max, isBelow ? below : above);
 }
 
-void zvVerification::CheckBlock(const Judged& judged) {
+// What a block may leave its way by without being looked at: the largest of those before it, or
+// what is allowed.
+zvBlockDeviation zvVerification::Known() const {
+  const zvBlockDeviation known{m_verdict.tip.value, m_verdict.axis.value};
+  const zvPathTolerance& tolerance = m_rules.tolerance;
+  if (!tolerance.IsOn()) return known;
+  return {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
+}
+
+// By an estimate, and without a division or a root where that serves. Angles are x + 0.18 x^3 at
+// most, for x the sum of their sine and of the chords that are added.
+bool zvVerification::StaysWithinKnown(const Judged& judged) const {
+  const Judged& previous = Previous();
+  const misc::Lanes off = misc::Max(misc::Lanes{previous.tipOff, previous.axisOff},
+                                    misc::Lanes{judged.tipOff, judged.axisOff});
+  const misc::Lanes sourceOff = misc::Max(misc::Lanes{previous.sourceTipOff, previous.sourceOff},
+                                          misc::Lanes{judged.sourceTipOff, judged.sourceOff});
+  constexpr misc::Lanes kLargest{std::numeric_limits<double>::infinity(), 0.2};
+  constexpr misc::Lanes kCube{0, 0.18};
+  const misc::Lanes most = m_law->Estimate(previous.station, judged.station).most + off + sourceOff;
+  return misc::AreAll(misc::And(most < kLargest, most + kCube * most * most * most <= m_known));
+}
+
+// Notes what a block reaches in its middle.
+void zvVerification::ReachMiddle(const zvBlockLaw::Way& way, const Judged& judged) {
+  const zvBlockLaw::Line& from = Previous().station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const zvBlockLaw::Pose pose =
+      m_law->PoseAt({(from.p_mach + to.p_mach) * 0.5, (from.firstAngle + to.firstAngle) / 2,
+                     (from.secondAngle + to.secondAngle) / 2});
+  const double tip = zvWaySegment(way.from.tip, way.to.tip).Distance(pose.tip);
+  m_reached.tip = std::max(m_reached.tip, tip);
+  // As a sine: Angle rounds up.
+  const double sine =
+      misc::Sqrt(zvWayArc(way.from.axis, way.to.axis, pose.axis).SquaredDistance(pose.axis));
+  m_reached.axis = std::max(m_reached.axis, sine * misc::kDegreesPerRadian);
+}
+
+void zvVerification::CheckBlockClosely(const Judged& judged) {
   const Judged& previous = Previous();
   const zvBlockLaw::Way way{{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}};
   const double sourceOff = previous.isLift ? 0 : std::max(previous.sourceOff, judged.sourceOff);
@@ -528,20 +627,37 @@ void zvVerification::CheckBlock(const Judged& judged) {
   zvBlockDeviation known;
   zvBlockDeviation bound{kInfinite, kInfinite};
   if (m_sink == nullptr) {
-    known = {m_verdict.tip.value, m_verdict.axis.value};
-    if (tolerance.IsOn())
-      known = {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
-    bound = m_law->Guess(previous.station, judged.station);
-    bound.tip += std::max(previous.tipOff, judged.tipOff) + tipOff;
-    bound.axis += DegOfChord(std::max(previous.axisOff, judged.axisOff) + sourceOff);
-    if (bound.tip <= known.tip) known.tip = kInfinite;
-    if (bound.axis <= known.axis) known.axis = kInfinite;
-    if (known.tip == kInfinite && known.axis == kInfinite) return;
+    known = Known();
+    const double ownOff = std::max(previous.tipOff, judged.tipOff) + tipOff;
+    const double ownChord = std::max(previous.axisOff, judged.axisOff) + sourceOff;
+    const zvBlockEstimate estimate = m_law->Estimate(previous.station, judged.station);
+    bound = {estimate.most[0], AngleOfSine(estimate.most[1]) * misc::kDegreesPerRadian};
+    if (!(bound.tip < kInfinite && bound.axis < kInfinite))
+      bound = m_law->Guess(previous.station, judged.station);
+    bound.tip += ownOff;
+    bound.axis += DegOfChord(ownChord);
+    // What is as near to what is reached here or before as a bound has to be is one.
+    const double axisLeast = (estimate.least[1] - ownChord) * misc::kDegreesPerRadian;
+    m_reached.tip = std::max(m_reached.tip, estimate.least[0] - ownOff);
+    m_reached.axis = std::max(m_reached.axis, axisLeast);
+    const double mostTip = tolerance.IsOn() ? tolerance.GetTip() : kInfinite;
+    const double mostAxis = tolerance.IsOn() ? tolerance.GetAxis() : kInfinite;
+    const auto isNear = [](double most, double reached, double near) {
+      return most <= std::max(zvBlockLaw::kNear * reached, reached + near);
+    };
+    if (bound.tip <= known.tip ||
+        (bound.tip <= mostTip && isNear(bound.tip, m_reached.tip, zvBlockLaw::kNearLength)))
+      known.tip = kInfinite;
+    if (bound.axis <= known.axis ||
+        (bound.axis <= mostAxis && isNear(bound.axis, m_reached.axis, zvBlockLaw::kNearDeg)))
+      known.axis = kInfinite;
   }
-  zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way,
-                                              {std::max(0.0, known.tip - tipOff), known.axis});
-  nearer.tip += tipOff;
-  bound = {std::min(bound.tip, nearer.tip), std::min(bound.axis, nearer.axis)};
+  if (known.tip < kInfinite || known.axis < kInfinite) {
+    const zvBlockDeviation nearer = m_law->BoundAbove(
+        previous.station, judged.station, way, {std::max(0.0, known.tip - tipOff), known.axis});
+    bound = {std::min(bound.tip, nearer.tip + tipOff), std::min(bound.axis, nearer.axis)};
+    if (m_sink == nullptr) ReachMiddle(way, judged);
+  }
   // On its own way and on that of the source, where the two part: between cones of one rotary axis.
   const bool hasSourceWay = sourceOff > 0 && m_segment.has_value() && known.axis < kInfinite;
   if (hasSourceWay)
@@ -573,11 +689,29 @@ void zvVerification::CheckBlock(const Judged& judged) {
   }
   Raise(m_verdict.tip, bound.tip);
   Raise(m_verdict.axis, bound.axis);
+  const zvBlockDeviation next = Known();
+  m_known = misc::Lanes{next.tip, next.axis * misc::kRadiansPerDegree * (1 - 1e-15)};
   if (m_sink != nullptr) m_sink->Take({m_line, m_sourceOfLine, bound});
 }
 
 void zvVerification::Raise(zvPostingVerdict::Largest& largest, double value) const {
   if (!(value <= largest.value)) largest = {value, m_line, m_sourceOfLine};
+}
+
+// Whether no axis turns faster than one has, or may, or by more than half a turn: by squares, of
+// which the last digit may be off.
+bool zvVerification::TurnsSlower(const zvLineView& line, const Judged& judged) const {
+  const Judged& previous = Previous();
+  const zvBlockLaw::Line& from = previous.station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const misc::Lanes turns = misc::Abs(misc::Lanes{to.firstAngle, to.secondAngle} -
+                                      misc::Lanes{from.firstAngle, from.secondAngle});
+  const misc::Lanes speeds = turns * line.feed;
+  const double most = std::min(m_verdict.rotarySpeed.value, m_rules.maxRotarySpeed);
+  const double known = most * most * (judged.p_part - previous.p_part).SquaredLength();
+  return known < std::numeric_limits<double>::infinity() &&
+         misc::AreAll(misc::And(turns <= misc::Spread(misc::kFullTurnDeg / 2),
+                                speeds * speeds <= misc::Spread(known * (1 - 1e-14))));
 }
 
 void zvVerification::CheckTurns(const zvLineView& line, const Judged& judged) {

@@ -3,6 +3,7 @@
 
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/lanes.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/geometry/way_distance.h>
 #include <kandrel/post/model/control_def.h>
@@ -65,8 +66,8 @@ class zvVerification {
     Point dir_tool;           // a unit vector
     double tipOff = 0;        // what the machine puts the tip off the line by
     double axisOff = 0;       // the same of the tool axis, as a chord
-    double sourceOff = 0;     // what the orientation lies off the source's arc by, radians
     double sourceTipOff = 0;  // what the part position lies off the source's move or segment by
+    double sourceOff = 0;     // what the orientation lies off the source's arc by, radians
     bool isLift = false;      // a rapid line that the posting put in
   };
 
@@ -101,6 +102,8 @@ class zvVerification {
   zvBlockLaw::Line Unwrapped(const zvLineView& line);
   void ChooseLaw(Judged& judged);
 
+  void TakeNotFinite(const zvLineView& line);
+  bool IsNext(const zvLineView& line) const;
   std::int64_t FindSource(const zvLineView& line, Judged& judged);
   bool IsAt(const zvSourceMove& move, const zvLineView& line, const Judged& judged) const;
   void Match(const zvLineView& line, Judged& judged);
@@ -121,9 +124,17 @@ class zvVerification {
   void CheckFeed(const zvLineView& line, double most);
   void CheckPose(const zvLineView& line, const Judged& judged);
   bool IsOnPole(const Judged& judged) const;
+  bool IsInLimits(const zvLineView& line) const;
   void CheckLimits(const zvLineView& line);
   void CheckRotaryLimit(std::size_t axis, double deg);
-  void CheckBlock(const Judged& judged);
+  void CheckBlock(const Judged& judged) {
+    if (m_sink != nullptr || !StaysWithinKnown(judged)) CheckBlockClosely(judged);
+  }
+  bool StaysWithinKnown(const Judged& judged) const;
+  void CheckBlockClosely(const Judged& judged);
+  zvBlockDeviation Known() const;
+  void ReachMiddle(const zvBlockLaw::Way& way, const Judged& judged);
+  bool TurnsSlower(const zvLineView& line, const Judged& judged) const;
   void CheckTurns(const zvLineView& line, const Judged& judged);
   void Raise(zvPostingVerdict::Largest& largest, double value) const;
   void Report(Finding::Kind kind, int axis, double value, double bound, double excess);
@@ -138,6 +149,8 @@ class zvVerification {
   Point m_pole;                  // the direction of the tool in the part at which an axis is free
   bool m_hasSecondPole = false;  // the second axis is free everywhere
   double m_thirdAngle = 0;
+  std::array<misc::Lanes, 3> m_least{};  // X and Y, Z and the first rotary axis, the second
+  std::array<misc::Lanes, 3> m_most{};
 
   zvPostingVerdict m_verdict;
   std::uint64_t m_line = 0;
@@ -153,6 +166,8 @@ class zvVerification {
   std::array<Judged, 2> m_judged;
   std::size_t m_current = 0;
   std::optional<Segment> m_segment;  // the last that was asked for
+  misc::Lanes m_known{};             // what Known says, the axis in radians less rounding
+  zvBlockDeviation m_reached;        // what some block reaches: a maximum may be kNear above it
 };
 
 }  // namespace post
