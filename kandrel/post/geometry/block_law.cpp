@@ -117,6 +117,29 @@ void zvBlockLaw::Take(const zv5axMachDef& machDef, double toolLength) {
   }
 }
 
+// Where the tool stands with the angles turned.
+inline void zvBlockLaw::Stand(Station& station) const noexcept {
+  const Point& p = station.line.p_mach;
+  const Point nose = m_isIdentity ? p : p.x * m_x + p.y * m_y + p.z * m_z;
+  station.nose = nose;
+  Pair outer = m_outers;
+  Pair middle = m_middles;
+  Pair inner = m_inners;
+  NoseOf(outer, middle, inner) += PairOf(nose, {});
+  const zvTurnPair& turns = station.turns;
+  if (m_hasSecond)
+    inner = Turned(inner, m_seconds, misc::Spread(turns.cosine[1]), misc::Spread(turns.sine[1]));
+  station.reaches = inner;
+  station.lengths = misc::Sqrt(inner.SquaredLength());
+  const Pair arms = middle + inner;
+  station.arms = arms;
+  Pair pose = arms;
+  if (m_hasFirst)
+    pose = Turned(arms, m_firsts, misc::Spread(turns.cosine[0]), misc::Spread(turns.sine[0]));
+  pose += outer;
+  station.pose = {{pose.x[0], pose.y[0], pose.z[0]}, {pose.x[1], pose.y[1], pose.z[1]}};
+}
+
 zvBlockLaw::Station zvBlockLaw::StationAt(const Line& line) const noexcept {
   Station station;
   station.line = line;
@@ -139,29 +162,6 @@ void zvBlockLaw::MoveOn(const Station& previous, const Line& line,
   station.steps = previous.steps + 1;
   station.turns = TurnedOn(previous.turns, turns);
   Stand(station);
-}
-
-// Where the tool stands with the angles turned.
-void zvBlockLaw::Stand(Station& station) const noexcept {
-  const Point& p = station.line.p_mach;
-  const Point nose = m_isIdentity ? p : p.x * m_x + p.y * m_y + p.z * m_z;
-  station.nose = nose;
-  Pair outer = m_outers;
-  Pair middle = m_middles;
-  Pair inner = m_inners;
-  NoseOf(outer, middle, inner) += PairOf(nose, {});
-  const zvTurnPair& turns = station.turns;
-  if (m_hasSecond)
-    inner = Turned(inner, m_seconds, misc::Spread(turns.cosine[1]), misc::Spread(turns.sine[1]));
-  station.reaches = inner;
-  station.lengths = misc::Sqrt(inner.SquaredLength());
-  const Pair arms = middle + inner;
-  station.arms = arms;
-  Pair pose = arms;
-  if (m_hasFirst)
-    pose = Turned(arms, m_firsts, misc::Spread(turns.cosine[0]), misc::Spread(turns.sine[0]));
-  pose += outer;
-  station.pose = {{pose.x[0], pose.y[0], pose.z[0]}, {pose.x[1], pose.y[1], pose.z[1]}};
 }
 
 }  // namespace post

@@ -154,7 +154,7 @@ class KANDREL_API zvBlockLaw {
   static constexpr double kRounding = 1e-13;
   static constexpr double kAxisRounding = 2e-13;
 
-  void Stand(Station& station) const noexcept;
+  [[gnu::always_inline]] inline void Stand(Station& station) const noexcept;
   /// What either axis turns by from a line to another one, radians.
   misc::Lanes TurnsBetween(const Line& from, const Line& to) const noexcept {
     return (misc::Lanes{to.firstAngle, to.secondAngle} -

@@ -41,10 +41,11 @@ double SizeOf(const Point& p) {
   return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
 }
 
-Point Unit(const Point& dir) {
+[[gnu::always_inline]] inline Point Unit(const Point& dir) {
   // Most have the length 1 but for rounding, and serve as they are.
-  if (std::fabs(dir.SquaredLength() - 1) <= 1e-15 || dir.IsZero()) return dir;
-  return dir / dir.Length();
+  if (std::fabs(dir.SquaredLength() - 1) <= 1e-15) [[likely]]
+    return dir;
+  return dir.IsZero() ? dir : dir / dir.Length();
 }
 
 bool IsAlong(const Point& a, const Point& b) {
@@ -136,16 +137,43 @@ void zvVerification::TakeNotFinite(const zvLineView& line) {
   m_flight.reset();
 }
 
+// Whether a line says all that the next source move does, and nothing else.
+inline bool zvVerification::IsNext(const zvLineView& line) const {
+  const zvSourceMove& next = m_source.Next();
+  const bool isNamed =
+      line.source < 0 || (line.source == m_source.GetNextIndex() && !line.isInserted);
+  return line.p_part == next.tip && line.dir_tool == next.dir_tool && line.feed == next.feed &&
+         line.isRapid == next.isRapid && isNamed && !m_maybeThere && !m_source.IsAtEnd();
+}
+
+// Whether no axis turns faster than one has, or may, or by more than half a turn: by squares, of
+// which the last digit may be off.
+inline bool zvVerification::TurnsSlower(const zvLineView& line, const Judged& judged) const {
+  const Judged& previous = Previous();
+  const zvBlockLaw::Line& from = previous.station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const misc::Lanes turns = misc::Abs(misc::Lanes{to.firstAngle, to.secondAngle} -
+                                      misc::Lanes{from.firstAngle, from.secondAngle});
+  const misc::Lanes speeds = turns * line.feed;
+  const double most = std::min(m_verdict.rotarySpeed.value, m_rules.maxRotarySpeed);
+  const double known = most * most * (judged.p_part - previous.p_part).SquaredLength();
+  return known < std::numeric_limits<double>::infinity() &&
+         misc::AreAll(misc::And(turns <= misc::Spread(misc::kFullTurnDeg / 2),
+                                speeds * speeds <= misc::Spread(known * (1 - 1e-14))));
+}
+
 void zvVerification::Take(const zvLineView& line) {
   m_line = m_verdict.lines++;
   if (!IsFinite(line)) [[unlikely]]
     return TakeNotFinite(line);
   Judged& judged = m_judged[m_current];
   judged.p_part = line.p_part;
+  zvBlockLaw::Line unwrapped{line.p_mach, line.degs[0], line.degs[1]};
+  if (m_isWrapped[0] || m_isWrapped[1]) Unwrap(unwrapped);
   if (m_hasPrevious) [[likely]]
-    m_law->MoveOn(Previous().station, Unwrapped(line), judged.station);
+    m_law->MoveOn(Previous().station, unwrapped, judged.station);
   else
-    judged.station = m_law->StationAt(Unwrapped(line));
+    judged.station = m_law->StationAt(unwrapped);
   m_size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
   m_slack = m_rules.lineTip * m_size + m_rules.lineLength;
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
@@ -212,9 +240,7 @@ zvPostingVerdict zvVerification::Finish() {
 
 // A control that wraps goes the shorter way: whole turns are added so that angles run on. Of just
 // half a turn both ways are as short, and the numbers tell.
-zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
-  zvBlockLaw::Line unwrapped{line.p_mach, line.degs[0], line.degs[1]};
-  if (!m_isWrapped[0] && !m_isWrapped[1]) return unwrapped;
+void zvVerification::Unwrap(zvBlockLaw::Line& line) {
   const zvBlockLaw::Line& previous = Previous().station.line;
   const auto unwrap = [&](std::size_t axis, double& deg, double before) {
     if (!m_isWrapped[axis]) return;
@@ -224,18 +250,8 @@ zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
     m_carried[axis] += more;
     deg += more;
   };
-  unwrap(0, unwrapped.firstAngle, previous.firstAngle);
-  unwrap(1, unwrapped.secondAngle, previous.secondAngle);
-  return unwrapped;
-}
-
-// Whether a line says all that the next source move does, and nothing else.
-bool zvVerification::IsNext(const zvLineView& line) const {
-  const zvSourceMove& next = m_source.Next();
-  const bool isNamed =
-      line.source < 0 || (line.source == m_source.GetNextIndex() && !line.isInserted);
-  return line.p_part == next.tip && line.dir_tool == next.dir_tool && line.feed == next.feed &&
-         line.isRapid == next.isRapid && isNamed && !m_maybeThere && !m_source.IsAtEnd();
+  unwrap(0, line.firstAngle, previous.firstAngle);
+  unwrap(1, line.secondAngle, previous.secondAngle);
 }
 
 // Returns the source move that the line runs to.
@@ -696,22 +712,6 @@ void zvVerification::CheckBlockClosely(const Judged& judged) {
 
 void zvVerification::Raise(zvPostingVerdict::Largest& largest, double value) const {
   if (!(value <= largest.value)) largest = {value, m_line, m_sourceOfLine};
-}
-
-// Whether no axis turns faster than one has, or may, or by more than half a turn: by squares, of
-// which the last digit may be off.
-bool zvVerification::TurnsSlower(const zvLineView& line, const Judged& judged) const {
-  const Judged& previous = Previous();
-  const zvBlockLaw::Line& from = previous.station.line;
-  const zvBlockLaw::Line& to = judged.station.line;
-  const misc::Lanes turns = misc::Abs(misc::Lanes{to.firstAngle, to.secondAngle} -
-                                      misc::Lanes{from.firstAngle, from.secondAngle});
-  const misc::Lanes speeds = turns * line.feed;
-  const double most = std::min(m_verdict.rotarySpeed.value, m_rules.maxRotarySpeed);
-  const double known = most * most * (judged.p_part - previous.p_part).SquaredLength();
-  return known < std::numeric_limits<double>::infinity() &&
-         misc::AreAll(misc::And(turns <= misc::Spread(misc::kFullTurnDeg / 2),
-                                speeds * speeds <= misc::Spread(known * (1 - 1e-14))));
 }
 
 void zvVerification::CheckTurns(const zvLineView& line, const Judged& judged) {

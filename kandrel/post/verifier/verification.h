@@ -99,11 +99,11 @@ class zvVerification {
 
   const Judged& Previous() const noexcept { return m_judged[1 - m_current]; }
   std::size_t RotaryCount() const noexcept { return m_rotary < 2 ? m_rotary : 2; }
-  zvBlockLaw::Line Unwrapped(const zvLineView& line);
+  void Unwrap(zvBlockLaw::Line& line);
   void ChooseLaw(Judged& judged);
 
   void TakeNotFinite(const zvLineView& line);
-  bool IsNext(const zvLineView& line) const;
+  [[gnu::always_inline]] inline bool IsNext(const zvLineView& line) const;
   std::int64_t FindSource(const zvLineView& line, Judged& judged);
   bool IsAt(const zvSourceMove& move, const zvLineView& line, const Judged& judged) const;
   void Match(const zvLineView& line, Judged& judged);
@@ -134,7 +134,8 @@ class zvVerification {
   void CheckBlockClosely(const Judged& judged);
   zvBlockDeviation Known() const;
   void ReachMiddle(const zvBlockLaw::Way& way, const Judged& judged);
-  bool TurnsSlower(const zvLineView& line, const Judged& judged) const;
+  [[gnu::always_inline]] inline bool TurnsSlower(const zvLineView& line,
+                                                 const Judged& judged) const;
   void CheckTurns(const zvLineView& line, const Judged& judged);
   void Raise(zvPostingVerdict::Largest& largest, double value) const;
   void Report(Finding::Kind kind, int axis, double value, double bound, double excess);
