@@ -1,4 +1,5 @@
 #include <kandrel/misc/range_exception.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/model/path_tolerance.h>
 #include <tests/support/four_axis_scenes.h>
@@ -108,6 +109,7 @@ TEST(BlockLaw, PutsTipAndToolWhereRigidBodiesDo) {
 TEST(BlockLaw, BoundsWhatIsReachedAndHardlyMore) {
   Seeded random;
   double tightest = 0;
+  int estimated = 0, sufficient = 0;
   for (int i = 0; i < 6000; ++i) {
     SCOPED_TRACE(i);
     const Machine machine = Machine::Draw(random);
@@ -162,8 +164,24 @@ TEST(BlockLaw, BoundsWhatIsReachedAndHardlyMore) {
     if (reached.axis < 89) {
       ASSERT_GE(guess.axis, reached.axis - 1e-8);
     }
+    const zvBlockLaw::Station from = machine.law.StationAt(a), to = machine.law.StationAt(b);
+    const post::zvBlockEstimate estimate = machine.law.Estimate(from, to);
+    ASSERT_GE(estimate.most[0], reached.tip - slack);
+    ASSERT_LE(estimate.least[0], 1.0001 * reached.tip + slack);  // sampled near the middle
+    if (reached.axis < 89) {
+      ASSERT_GE(estimate.most[1], std::sin(reached.axis * misc::kRadiansPerDegree) - 1e-10);
+      ASSERT_LE(estimate.least[1],
+                1.0001 * std::sin(reached.axis * misc::kRadiansPerDegree) + 1e-10);
+    }
+    // Of small turns it is nearly always a bound by itself.
+    if (turn < 3 && reached.tip > 1e-4) {
+      ++estimated;
+      sufficient += estimate.most[0] <= zvBlockLaw::kNear * estimate.least[0];
+    }
     tightest = std::max(tightest, guess.tip > 1e-6 ? reached.tip / guess.tip : 0);
   }
+  EXPECT_GT(estimated, 500);
+  EXPECT_GT(sufficient, 0.9 * estimated);
   EXPECT_GT(tightest, 0.9) << "a guess of a plain turn is nearly what is reached";
 }
 
