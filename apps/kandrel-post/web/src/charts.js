@@ -550,7 +550,7 @@ export class Charts {
   tell(chart, cursor) {
     const {spec} = chart;
     const value = spec.isStepped ? (cursor.row < 0 ? NaN : spec.values[cursor.row]) :
-      cursor.valueOf(spec.values);
+      cursor.valueOf(spec.values, spec.wrapped);
     chart.tellValue(value);
   }
 
