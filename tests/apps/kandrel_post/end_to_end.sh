@@ -76,7 +76,7 @@ grep -q '^source moves *8$' stdout || complain "summary: $(cat stdout)"
 ! grep -q '^note' stdout || complain "a note without a cause: $(cat stdout)"
 [ "$(wc -l <out/of/here/posted.csv)" -eq 9 ] || complain "lines of posted.csv"
 tail -1 out/of/here/posted.nc | grep -q '^N[0-9]* M30$' || complain "end of posted.nc"
-[ "$(ls -A out/of/here | wc -l)" -eq 3 ] || complain "files left: $(ls -A out/of/here)"
+[ "$(ls -A out/of/here | wc -l)" -eq 4 ] || complain "files left: $(ls -A out/of/here)"
 "$app" machine show preset:mill3_metric --json >given_back.json
 expect 0 "" post -m given_back.json -t square.cl -o out2 --origin -1.5,.5,-3e0 \
   --tool-length -2 --set maxAngleStep=1 --set limitsCheck=3 --control 360,180 --small
