@@ -148,6 +148,7 @@ class KANDREL_API zvBlockLaw {
 
  private:
   friend class zvBlockMotion;
+  friend class zvPoseBound;
   /// Which of U, V and W moves with the nose.
   enum class Carrier { kOuter, kMiddle, kInner };
 
