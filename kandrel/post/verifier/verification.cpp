@@ -19,6 +19,7 @@ using Finding = zvPostingFinding;
 
 /// The cosine from which on a tool stands along an axis: 1e-6 rad.
 constexpr double kAlongAxis = 1 - 5e-13;
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 bool IsFinite(const zvLineView& line) {
   const auto zero = [](double a, double b) { return misc::Lanes{a, b} * misc::Spread(0); };
@@ -73,7 +74,6 @@ zvVerification::zvVerification(const zvVerifiedMachine& machine, const zvVerifie
     m_hasSecondPole = IsAlong(six.GetSpindleDirection(), six.GetSecondRotationDirection());
     m_thirdAngle = six.GetThirdAngle();
   }
-  constexpr double kInfinite = std::numeric_limits<double>::infinity();
   std::array<double, 6> least;
   std::array<double, 6> most;
   least.fill(-kInfinite);
@@ -312,62 +312,87 @@ void zvVerification::ReachMiddle(const zvBlockLaw::Way& way, const Judged& judge
   m_reached.axis = std::max(m_reached.axis, sine * misc::kDegreesPerRadian);
 }
 
-void zvVerification::CheckBlockClosely(const Judged& judged) {
+zvVerification::Block zvVerification::BlockTo(const Judged& judged) const {
   const Judged& previous = Previous();
-  const zvBlockLaw::Way way{{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}};
   const double sourceOff = previous.isLift ? 0 : std::max(previous.sourceOff, judged.sourceOff);
   const double tipOff = previous.isLift ? 0 : std::max(previous.sourceTipOff, judged.sourceTipOff);
-  const zvPathTolerance& tolerance = m_rules.tolerance;
-  constexpr double kInfinite = std::numeric_limits<double>::infinity();
-  zvBlockDeviation known;
+  return {previous.station,
+          judged.station,
+          {{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}},
+          sourceOff > 0 ? m_finder.LastWay() : nullptr,
+          tipOff,
+          std::max(previous.tipOff, judged.tipOff) + tipOff,
+          std::max(previous.axisOff, judged.axisOff) + sourceOff};
+}
+
+zvBlockDeviation zvVerification::Estimated(const Block& block,
+                                           const zvBlockEstimate& estimate) const {
+  zvBlockDeviation bound{estimate.most[0], AngleOfSine(estimate.most[1]) * misc::kDegreesPerRadian};
+  if (!(bound.tip < kInfinite && bound.axis < kInfinite))
+    bound = m_law->Guess(block.from, block.to);
+  return {bound.tip + block.ownOff, bound.axis + DegOfChord(block.ownChord)};
+}
+
+// A smaller bound than the one at hand where that is above what is known, infinite for one that
+// serves. The tool axis is held against its own way and that of the source, where the two part:
+// between cones of one rotary axis.
+zvBlockDeviation zvVerification::Searched(const Block& block, zvBlockDeviation bound,
+                                          const zvBlockDeviation& known) const {
+  if (!(known.tip < kInfinite || known.axis < kInfinite)) return bound;
+  const zvBlockDeviation nearer = m_law->BoundAbove(
+      block.from, block.to, block.way, {std::max(0.0, known.tip - block.tipOff), known.axis});
+  bound = {std::min(bound.tip, nearer.tip + block.tipOff), std::min(bound.axis, nearer.axis)};
+  if (block.sourceWay != nullptr && known.axis < kInfinite)
+    bound.axis =
+        std::max(bound.axis, m_law->BoundAbove(block.from, block.to, *block.sourceWay, known).axis);
+  return bound;
+}
+
+// Hands the block's own deviation to the sink.
+void zvVerification::TellBlock(const Judged& judged) {
+  const Block block = BlockTo(judged);
+  zvBlockDeviation known = m_rules.sinkFloor;
   zvBlockDeviation bound{kInfinite, kInfinite};
-  const zvBlockDeviation& floor = m_rules.sinkFloor;
-  const bool isMaximumAll = m_sink == nullptr;  // a maximum may come out of any block near it
-  if (isMaximumAll || floor.tip > 0 || floor.axis > 0) {
-    known = Known();
-    if (!isMaximumAll) known = {std::min(known.tip, floor.tip), std::min(known.axis, floor.axis)};
-    const double ownOff = std::max(previous.tipOff, judged.tipOff) + tipOff;
-    const double ownChord = std::max(previous.axisOff, judged.axisOff) + sourceOff;
-    const zvBlockEstimate estimate = m_law->Estimate(previous.station, judged.station);
-    bound = {estimate.most[0], AngleOfSine(estimate.most[1]) * misc::kDegreesPerRadian};
-    if (!(bound.tip < kInfinite && bound.axis < kInfinite))
-      bound = m_law->Guess(previous.station, judged.station);
-    bound.tip += ownOff;
-    bound.axis += DegOfChord(ownChord);
-    // What is as near to what is reached here or before as a bound has to be is one.
-    const double axisLeast = (estimate.least[1] - ownChord) * misc::kDegreesPerRadian;
-    m_reached.tip = std::max(m_reached.tip, estimate.least[0] - ownOff);
-    m_reached.axis = std::max(m_reached.axis, axisLeast);
-    const double mostTip = tolerance.IsOn() ? tolerance.GetTip() : kInfinite;
-    const double mostAxis = tolerance.IsOn() ? tolerance.GetAxis() : kInfinite;
-    const auto isNear = [isMaximumAll](double most, double reached, double near) {
-      return isMaximumAll && most <= std::max(zvBlockLaw::kNear * reached, reached + near);
-    };
-    if (bound.tip <= known.tip ||
-        (bound.tip <= mostTip && isNear(bound.tip, m_reached.tip, zvBlockLaw::kNearLength)))
-      known.tip = kInfinite;
-    if (bound.axis <= known.axis ||
-        (bound.axis <= mostAxis && isNear(bound.axis, m_reached.axis, zvBlockLaw::kNearDeg)))
-      known.axis = kInfinite;
+  if (known.tip > 0 || known.axis > 0) {
+    bound = Estimated(block, m_law->Estimate(block.from, block.to));
+    if (bound.tip <= known.tip) known.tip = kInfinite;
+    if (bound.axis <= known.axis) known.axis = kInfinite;
   }
+  m_sink->Take({m_line, m_sourceOfLine, Searched(block, bound, known)});
+}
+
+void zvVerification::CheckBlockClosely(const Judged& judged) {
+  const Block block = BlockTo(judged);
+  const zvPathTolerance& tolerance = m_rules.tolerance;
+  zvBlockDeviation known = Known();
+  const zvBlockEstimate estimate = m_law->Estimate(block.from, block.to);
+  zvBlockDeviation bound = Estimated(block, estimate);
+  // What is as near to what is reached here or before as a bound has to be is one.
+  const double axisLeast = (estimate.least[1] - block.ownChord) * misc::kDegreesPerRadian;
+  m_reached.tip = std::max(m_reached.tip, estimate.least[0] - block.ownOff);
+  m_reached.axis = std::max(m_reached.axis, axisLeast);
+  const double mostTip = tolerance.IsOn() ? tolerance.GetTip() : kInfinite;
+  const double mostAxis = tolerance.IsOn() ? tolerance.GetAxis() : kInfinite;
+  const auto isNear = [](double most, double reached, double near) {
+    return most <= std::max(zvBlockLaw::kNear * reached, reached + near);
+  };
+  if (bound.tip <= known.tip ||
+      (bound.tip <= mostTip && isNear(bound.tip, m_reached.tip, zvBlockLaw::kNearLength)))
+    known.tip = kInfinite;
+  if (bound.axis <= known.axis ||
+      (bound.axis <= mostAxis && isNear(bound.axis, m_reached.axis, zvBlockLaw::kNearDeg)))
+    known.axis = kInfinite;
   if (known.tip < kInfinite || known.axis < kInfinite) {
-    const zvBlockDeviation nearer = m_law->BoundAbove(
-        previous.station, judged.station, way, {std::max(0.0, known.tip - tipOff), known.axis});
-    bound = {std::min(bound.tip, nearer.tip + tipOff), std::min(bound.axis, nearer.axis)};
-    if (isMaximumAll) ReachMiddle(way, judged);
+    bound = Searched(block, bound, known);
+    ReachMiddle(block.way, judged);
   }
-  // On its own way and on that of the source, where the two part: between cones of one rotary axis.
-  const zvBlockLaw::Way* const sourceWay = m_finder.LastWay();
-  const bool hasSourceWay = sourceOff > 0 && sourceWay != nullptr && known.axis < kInfinite;
-  if (hasSourceWay)
-    bound.axis = std::max(
-        bound.axis, m_law->BoundAbove(previous.station, judged.station, *sourceWay, known).axis);
   if (tolerance.IsOn() && (bound.tip > tolerance.GetTip() || bound.axis > tolerance.GetAxis())) {
     // What is proved to hold is no finding, though a bound may come out 2% larger.
-    const zvBlockDeviation tip{tolerance.GetTip() - tipOff, kInfinite};
+    const zvBlockDeviation tip{tolerance.GetTip() - block.tipOff, kInfinite};
     const zvBlockDeviation axis{kInfinite, tolerance.GetAxis()};
+    const bool hasSourceWay = block.sourceWay != nullptr && known.axis < kInfinite;
     const auto holds = [&](const zvBlockDeviation& most) {
-      return m_law->Holds(previous.station, judged.station, way, most);
+      return m_law->Holds(block.from, block.to, block.way, most);
     };
     if (bound.tip > tolerance.GetTip()) {
       if (holds(tip))
@@ -378,7 +403,7 @@ void zvVerification::CheckBlockClosely(const Judged& judged) {
     }
     if (bound.axis > tolerance.GetAxis()) {
       if (holds(axis) &&
-          (!hasSourceWay || m_law->Holds(previous.station, judged.station, *sourceWay, axis)))
+          (!hasSourceWay || m_law->Holds(block.from, block.to, *block.sourceWay, axis)))
         bound.axis = tolerance.GetAxis();
       else
         Report(Finding::kAxisOffWay, -1, bound.axis, tolerance.GetAxis(),
@@ -389,7 +414,6 @@ void zvVerification::CheckBlockClosely(const Judged& judged) {
   Raise(m_verdict.axis, bound.axis);
   const zvBlockDeviation next = Known();
   m_known = misc::Lanes{next.tip, next.axis * misc::kRadiansPerDegree * (1 - 1e-15)};
-  if (m_sink != nullptr) m_sink->Take({m_line, m_sourceOfLine, bound});
 }
 
 void zvVerification::Raise(zvPostingVerdict::Largest& largest, double value) const {

@@ -50,6 +50,17 @@ class zvVerification {
   using Finding = zvPostingFinding;
   using Judged = zvJudgedLine;
 
+  /// What the machine does between two lines, and what it ought to do.
+  struct Block {
+    const zvBlockLaw::Station& from;
+    const zvBlockLaw::Station& to;
+    zvBlockLaw::Way way;
+    const zvBlockLaw::Way* sourceWay;  // of the toolpath, where the tool axis leaves it; or null
+    double tipOff;                     // what the part positions lie off the source by
+    double ownOff;                     // the same and what the machine puts the tip off them by
+    double ownChord;                   // the same of the tool axis
+  };
+
   const Judged& Previous() const noexcept { return m_judged[1 - m_current]; }
   std::size_t RotaryCount() const noexcept { return m_rotary < 2 ? m_rotary : 2; }
   void Unwrap(zvBlockLaw::Line& line);
@@ -62,10 +73,16 @@ class zvVerification {
   void CheckLimits(const zvLineView& line);
   void CheckRotaryLimit(std::size_t axis, double deg);
   void CheckBlock(const Judged& judged) {
-    if (m_sink != nullptr || !StaysWithinKnown(judged)) CheckBlockClosely(judged);
+    if (!StaysWithinKnown(judged)) CheckBlockClosely(judged);
+    if (m_sink != nullptr) TellBlock(judged);
   }
   bool StaysWithinKnown(const Judged& judged) const;
   void CheckBlockClosely(const Judged& judged);
+  void TellBlock(const Judged& judged);
+  Block BlockTo(const Judged& judged) const;
+  zvBlockDeviation Estimated(const Block& block, const zvBlockEstimate& estimate) const;
+  zvBlockDeviation Searched(const Block& block, zvBlockDeviation bound,
+                            const zvBlockDeviation& known) const;
   zvBlockDeviation Known() const;
   void ReachMiddle(const zvBlockLaw::Way& way, const Judged& judged);
   [[gnu::always_inline]] inline bool TurnsSlower(const zvLineView& line,
