@@ -10,7 +10,7 @@ files() {
   if [ -e .git ] && git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
     git ls-files -co --exclude-standard
   else
-    find . -type f -not -path './build*' -not -path './out/*' -not -path './.git/*' | sed 's|^\./||'
+    find . -type f -not -path './build*' -not -path './out/*' -not -path './.git/*' -not -path '*/node_modules/*' | sed 's|^\./||'
   fi | while IFS= read -r file; do
     if [ -f "$file" ]; then printf '%s\n' "$file"; fi
   done | LC_ALL=C sort
@@ -40,13 +40,15 @@ includes() {
       if (path ~ /^kandrel\/kintree\//) return 9
       return -1
     }
-    # The floor of a folder of kandrel-post, host <- out <- cl, csv, machine, samples <- commands; of
-    # one floor, none includes another. 0 for what stands in none, and above all of them main.cpp.
+    # The floor of a folder of kandrel-post, host <- out <- cl, csv, machine, samples <- pictures <-
+    # commands; of one floor, none includes another. 0 for what stands in none, and above all of them
+    # main.cpp.
     function floor(folder) {
       if (folder == "host") return 1
       if (folder == "out") return 2
       if (folder == "cl" || folder == "csv" || folder == "machine" || folder == "samples") return 3
-      if (folder == "commands") return 4
+      if (folder == "pictures") return 4
+      if (folder == "commands") return 5
       return 0
     }
     function report(text) { print FILENAME ":" FNR ": " text; found = 1 }
