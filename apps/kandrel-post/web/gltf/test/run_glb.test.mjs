@@ -270,6 +270,8 @@ const turning = [
   ['on the spot', 'preset:trunnion_ca', round(70, (i) => Math.floor(i / 4)), plain, 210],
   ['on the spot, wrapped', 'preset:trunnion_ca', round(70, (i) => Math.floor(i / 4)),
     ['--control', '360,180', ...plain], 210],
+  // This machine leaves the tool's length out, but not of a path along its spindle.
+  ['a path of three axes', 'preset:table_table_cb', sample('square'), [], 0],
   ['wound', 'preset:mill4_table_a', sample('worm'), [], 1],
   ['small', 'preset:trunnion_ca', sample('screw'), ['--small'], 1],
   ['aligned', 'preset:mill3_metric', sample('tilted_pocket'), ['--set', 'alignToolpath=true'], 0],
