@@ -61,6 +61,7 @@ class zvPolledEnd {
   bool m_isWalk = false;
 };
 
+/// An end of the list's own iterators, or of those that are given.
 template <class List>
 explicit zvPolledEnd(List&) -> zvPolledEnd<decltype(std::declval<List&>().begin())>;
 template <class List, class Iterator>

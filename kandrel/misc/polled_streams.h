@@ -31,10 +31,12 @@ class KANDREL_API zvPolledInput final : public zvBinInputStream {
 /// zvBinOutputFile.
 class KANDREL_API zvPolledOutput final : public zvBinOutputStream {
  public:
+  /// Refers to both; `total` is how many bytes are to come, 0 where that is not known.
   zvPolledOutput(zvBinOutputStream& stream, zvProgress* progress, zvStreamSize total = 0,
                  zvProgress::Stage stage = zvProgress::kWriting);
 
   void Write(const void* buffer, const zvStreamSize& size) override;
+  /// All is written: the stage ends. Throws zvCancelled, and what the hook throws.
   void Finish() { m_polling.Finish(); }
 
  private:

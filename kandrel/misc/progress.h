@@ -69,6 +69,7 @@ class KANDREL_API zvPolling final : public zvProgress {
   /// Null asks nobody.
   explicit zvPolling(zvProgress* hook = nullptr) noexcept : m_hook(hook) {}
 
+  /// The hook that is asked, or null; not owned.
   zvProgress* GetHook() const noexcept { return m_hook; }
   /// Whether work is to be cut short after the hook has cancelled or thrown.
   bool HasStopped() const noexcept { return m_hasStopped; }

@@ -82,6 +82,7 @@ class KANDREL_API zvBlockLaw {
     Point nose;           ///< in the directions of the part's axes
     int steps = 0;        ///< how many MoveOn have led here from a line that was worked out whole
 
+    /// V + Rb W and Rb s.
     Point Arm() const noexcept { return {arms.x[0], arms.y[0], arms.z[0]}; }
     Point Dir() const noexcept { return {arms.x[1], arms.y[1], arms.z[1]}; }
   };

@@ -42,10 +42,11 @@ class KANDREL_API zvPoseBound {
 
   /// What is reached at most, and at least.
   struct Range {
-    double most = std::numeric_limits<double>::infinity();
-    double least = 0;
+    double most = std::numeric_limits<double>::infinity();  ///< an upper bound
+    double least = 0;                                       ///< a lower bound
   };
 
+  /// Of the machine that a law has; nothing is referred to.
   explicit zvPoseBound(const zvBlockLaw& law) noexcept;
 
   /// What is reached at most by the tips and the sum of the turns, in radians, alone: some 5 ns,

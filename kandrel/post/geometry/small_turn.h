@@ -50,6 +50,7 @@ struct zvTurnPair {
   misc::Lanes cosine{1, 1};
   misc::Lanes sine{0, 0};
 
+  /// One of the two.
   zvTurn First() const noexcept { return {cosine[0], sine[0]}; }
   zvTurn Second() const noexcept { return {cosine[1], sine[1]}; }
 };

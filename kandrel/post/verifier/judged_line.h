@@ -23,7 +23,7 @@ struct zvLineView {
   double feed;
   bool isRapid;
   bool isInserted;
-  std::int64_t source;  // -1: not known
+  std::int64_t source;  ///< -1: not known
 };
 
 /// A line as it is judged.
@@ -32,12 +32,12 @@ struct zvJudgedLine {
 
   zvBlockLaw::Station station;
   Point p_part;
-  Point dir_tool;           // a unit vector
-  double tipOff = 0;        // what the machine puts the tip off the line by
-  double axisOff = 0;       // the same of the tool axis, as a chord
-  double sourceOff = 0;     // what the orientation lies off the source's arc by, radians
-  double sourceTipOff = 0;  // what the part position lies off the source's move or segment by
-  bool isLift = false;      // a rapid line that the posting put in
+  Point dir_tool;           ///< a unit vector
+  double tipOff = 0;        ///< what the machine puts the tip off the line by
+  double axisOff = 0;       ///< the same of the tool axis, as a chord
+  double sourceOff = 0;     ///< what the orientation lies off the source's arc by, radians
+  double sourceTipOff = 0;  ///< what the part position lies off the source's move or segment by
+  bool isLift = false;      ///< a rapid line that the posting put in
 };
 
 /// An orientation of any length as a unit vector; zero stays zero.

@@ -28,6 +28,7 @@ class zvSourceFinder {
   using Point = cadcam::zvTPoint3d<double>;
   using Judged = zvJudgedLine;
 
+  /// Stands before the first line and the first move.
   zvSourceFinder(zvPostingVerdict& verdict, const zvVerifierRules& rules,
                  const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
       : m_verdict(verdict), m_rules(rules), m_source(toolpath, alignment) {}
@@ -77,6 +78,7 @@ class zvSourceFinder {
   /// The rapid lines that a posting put in on its way to a feed move: lifts over lines of the path,
   /// and what turns in the air between them.
   struct Flight {
+    /// A line at an end of the flight; the position in the part's frame.
     struct Line {
       std::uint64_t line;
       std::int64_t source;

@@ -162,11 +162,12 @@ void ExpectDeviations(const Page& page) {
     }
     const auto& most = page.run.at("maxima").at(name);
     const double value = static_cast<float>(most.at("value").get<double>());
-    // What is too small to be seen may be told larger.
+    // What is too small to be seen may be told larger; a maximum may stand 2% above a block's own.
     const double floor = std::string(name) == "tip" ? 0.01 / 64 : 0.1 / 64;
-    EXPECT_NEAR(largest, value, value > floor ? 0 : floor) << name;
+    EXPECT_LE(largest, std::max(value * (1 + 1e-7), floor)) << name;
+    EXPECT_GE(largest * 1.0201 + 1e-9, value) << name;
     if (value > floor) {
-      EXPECT_EQ(values[most.at("line").get<std::size_t>()], value) << name;
+      EXPECT_GE(values[most.at("line").get<std::size_t>()] * 1.0201, value) << name;
     }
   }
 }
