@@ -98,7 +98,7 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
     const post::zvAlignMatrix matrix = GetAlignMatrix();
     Polling().Start();
     try {
-      const ListPointer list = post();
+      ListPointer list = post();
       Polling().Finish();
       list->SetPolling(nullptr);
       return list;
