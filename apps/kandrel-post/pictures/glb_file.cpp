@@ -1,5 +1,7 @@
 #include "kandrel-post/pictures/glb_file.h"
 
+#include <kandrel/version.h>
+
 #include <limits>
 #include <string>
 #include <utility>
@@ -29,7 +31,8 @@ void NumberSink::Flush() {
 }
 
 GlbFile::GlbFile() {
-  m_json["asset"] = {{"version", "2.0"}, {"generator", "kandrel-post " KANDREL_POST_VERSION}};
+  m_json["asset"] = {{"version", "2.0"},
+                     {"generator", std::string("kandrel-post ").append(misc::kKandrelVersion)}};
 }
 
 int GlbFile::AddArray(const Array& array, Fill fill) {
