@@ -32,7 +32,7 @@ void NumberSink::Flush() {
 
 GlbFile::GlbFile() {
   m_json["asset"] = {{"version", "2.0"},
-                     {"generator", std::string("kandrel-post ").append(misc::kKandrelVersion)}};
+                     {"generator", "kandrel-post " + std::string(misc::kKandrelVersion)}};
 }
 
 int GlbFile::AddArray(const Array& array, Fill fill) {
