@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Runs what the guides run and holds what it prints against what they say. A line
+# Runs what the pages run and holds what it prints against what they say. A line
 # <!-- prints: COMMAND --> in front of a block tells; the block's first lines are told where it ends
-# in a line "...". Commands run in one folder for each guide, with the files of examples/machine and
-# of machines in it.
+# in a line "...". Where <!-- bytes: COMMAND --> stands, the block is bytes: 00xN are N zeros, .. six,
+# and an offset in front, | and all from a semicolon on count for nothing. Commands run in one folder
+# for each page, with the files of examples/machine and of machines in it.
 #
 #   guide_output.sh ROOT FOLDER...    the folders have the programs
 set -euo pipefail
@@ -15,21 +16,35 @@ trap 'rm -rf "$work"' EXIT
 
 checked=0
 failed=0
-for page in "$root"/docs/guides/*.md; do
+for page in "$root"/docs/guides/*.md "$root"/docs/formats/*.md; do
   folder=$work/$(basename "$page" .md)
   cp -r "$root/examples/machine" "$folder"
   cp -r "$root"/machines/* "$folder"
   # NUMBER.command and NUMBER.block of each.
   awk -v folder="$folder" '
-    /^<!-- prints: .* -->$/ { file = folder "/" ++n; print substr($0, 14, length($0) - 17) > (file ".command"); next }
-    /^```/ && inside { inside = 0; close(file ".block"); file = ""; next }
-    /^```/ && file != "" { inside = 1; printf "" > (file ".block"); next }
-    inside { print > (file ".block") }' "$page"
+    /^<!-- (prints|bytes): .* -->$/ {
+      file = folder "/" ++n
+      kind = $2 == "bytes:" ? ".bytes" : ".block"
+      sub(/^<!-- [a-z]+: /, ""); sub(/ -->$/, "")
+      print > (file ".command")
+      next
+    }
+    /^```/ && inside { inside = 0; close(file kind); file = ""; next }
+    /^```/ && file != "" { inside = 1; printf "" > (file kind); next }
+    inside { print > (file kind) }' "$page"
   for ((i = 1; ; ++i)); do
     [ -e "$folder/$i.command" ] || break
     checked=$((checked + 1))
     (cd "$folder" && bash -o pipefail "$i.command") >"$folder/$i.out" 2>&1 || true
-    if [ "$(tail -n 1 "$folder/$i.block")" = ... ]; then
+    if [ -e "$folder/$i.bytes" ]; then
+      sed -E 's/;.*//; s/^[0-9A-F]{4}  //; s/\|//g' "$folder/$i.bytes" | tr ' ' '\n' | awk '
+        NF == 0 { next }
+        sub(/^\.\./, "") { for (k = 0; k < 6; ++k) print "00" }
+        sub(/^00x/, "") { for (k = $0 + 0; k > 0; --k) print "00"; next }
+        { print tolower($0) }' >"$folder/$i.block"
+      od -An -v -tx1 -w1 "$folder/$i.out" | tr -d ' ' >"$folder/$i.hex"
+      mv "$folder/$i.hex" "$folder/$i.out"
+    elif [ "$(tail -n 1 "$folder/$i.block")" = ... ]; then
       sed -i '$d' "$folder/$i.block"
       head -n "$(wc -l <"$folder/$i.block")" "$folder/$i.out" >"$folder/$i.head"
       mv "$folder/$i.head" "$folder/$i.out"
@@ -38,4 +53,4 @@ for page in "$root"/docs/guides/*.md; do
   done
 done
 [ $failed -eq 0 ] || exit 1
-[ $checked -ge 8 ] || { echo "guide_output: $checked outputs found, more expected"; exit 1; }
+[ $checked -ge 10 ] || { echo "guide_output: $checked outputs found, more expected"; exit 1; }
