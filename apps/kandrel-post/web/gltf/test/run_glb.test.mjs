@@ -10,9 +10,9 @@ import {
   fileOf, jsonOf, kandrelPost, keysOf, numbersOf, play, post, repository, sample, scratch,
 } from '../lib/support.mjs';
 
-// Floats of a machine of some metres; millimetres or inches alike, as the latter are fewer.
-const TIP = 2e-3;
-const AXIS = 1e-4;
+// What floats leave of a machine of some metres: some 5e-5 is seen. Of inches as many, which is less.
+const TIP = 5e-4;
+const AXIS = 1e-5;
 const MOST_SAMPLES = 250;
 const MIDDLES = 60;
 
@@ -169,6 +169,35 @@ for (const name of files) {
   });
 }
 
+// Machines that nobody builds: left-handed, skew and scaled linear axes, a spindle from below, sides
+// other than their flags say, and a third axis with an angle.
+const odd = {
+  skew: {
+    axes: 5, names: ['X', 'Y', 'Z', 'C', 'B'], spindle: [0, 0, -1], fiveAxisKind: 2,
+    xAxis: [-2, 0, 0], yAxis: [0.5, 1, 0], zAxis: [0, 0.1, 0.4],
+    rotary: [{ direction: [0, 0, -3], pivot: [1, 2, 3] }, { direction: [0, 2, 0], pivot: [4, 5, 180] }],
+  },
+  'both in the head': {
+    axes: 5, names: ['X', 'Y', 'Z', 'C', 'A'], fiveAxisKind: 1,
+    rotary: [{ direction: [0, 0, 1], pivot: [30, 20, 70] }, { direction: [1, 0, 0], pivot: [-5, 9, 250] }],
+  },
+  six: {
+    axes: 6, names: ['X', 'Y', 'Z', 'C', 'B', 'W'], thirdAngle: 33,
+    firstOnWorkpiece: 0, secondOnWorkpiece: 1, thirdOnWorkpiece: 1,
+    rotary: [{ direction: [0, 0, -1], pivot: [1, 2, 3] }, { direction: [0, 1, 0], pivot: [0, 5, 180] },
+      { direction: [0, 0, 1], pivot: [9, 0, 0] }],
+  },
+  'four in the head': {
+    axes: 4, names: ['X', 'Y', 'Z', 'A'], rotaryOnWorkpiece: 0,
+    rotary: [{ direction: [1, 0, 0], pivot: [7, -8, 90] }],
+  },
+};
+for (const [what, machine] of Object.entries(odd))
+  test(`machine ${what}`, async () => {
+    const name = fileOf(JSON.stringify(machine), '.json');
+    await check(name, paths(name)[0], lengths.metric);
+  });
+
 // Whatever is done to a machine's file, the tool is where the posting has it.
 cpSync(join(repository, 'machines'), join(scratch, 'machines'), { recursive: true });
 const turn = (matrix, axis) => [`<axis id="${axis}"`,
@@ -241,6 +270,8 @@ const turning = [
   ['on the spot', 'preset:trunnion_ca', round(70, (i) => Math.floor(i / 4)), plain, 210],
   ['on the spot, wrapped', 'preset:trunnion_ca', round(70, (i) => Math.floor(i / 4)),
     ['--control', '360,180', ...plain], 210],
+  // This machine leaves the tool's length out, but not of a path along its spindle.
+  ['a path of three axes', 'preset:table_table_cb', sample('square'), [], 0],
   ['wound', 'preset:mill4_table_a', sample('worm'), [], 1],
   ['small', 'preset:trunnion_ca', sample('screw'), ['--small'], 1],
   ['aligned', 'preset:mill3_metric', sample('tilted_pocket'), ['--set', 'alignToolpath=true'], 0],
