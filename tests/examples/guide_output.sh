@@ -14,10 +14,11 @@ for folder in "$@"; do PATH=$(realpath "$folder"):$PATH; done
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+pages=0
 checked=0
 failed=0
-for page in "$root"/docs/guides/*.md "$root"/docs/formats/*.md; do
-  folder=$work/$(basename "$page" .md)
+for page in "$root"/README.md "$root"/docs/guides/*.md "$root"/docs/formats/*.md; do
+  folder=$work/$((++pages))
   cp -r "$root/examples/machine" "$folder"
   cp -r "$root"/machines/* "$folder"
   # NUMBER.command and NUMBER.block of each.
@@ -53,4 +54,4 @@ for page in "$root"/docs/guides/*.md "$root"/docs/formats/*.md; do
   done
 done
 [ $failed -eq 0 ] || exit 1
-[ $checked -ge 10 ] || { echo "guide_output: $checked outputs found, more expected"; exit 1; }
+[ $checked -ge 11 ] || { echo "guide_output: $checked outputs found, more expected"; exit 1; }
