@@ -51,6 +51,15 @@ find "$prefix/include/kandrel" -name '*.h' -print0 | xargs -0 -r -n 4 -P "$jobs"
   done' "$prefix/include"
 by_cmake shared -DCMAKE_PREFIX_PATH="$prefix"
 by_pkg_config shared/by_pkg_config "$prefix"
+say "consumer: the program of the first guide, as its page has it"
+mkdir -p "$work/host"
+for file in examples/host/CMakeLists.txt examples/01_post_in_memory.cpp; do
+  tests/examples/guide_code.sh docs/guides/first-posting.md $file >"$work/host/$(basename $file)"
+done
+mv "$work/host/01_post_in_memory.cpp" "$work/host/main.cpp"
+cmake -S "$work/host" -B "$work/host/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/host/build"
+[ "$("$work/host/build/host" | wc -l)" -eq 181 ] || fail "the guide's program prints other lines"
 readelf -d "$work/shared/by_pkg_config" | grep -q 'NEEDED.*libkandrel\.so\.[0-9]' ||
   fail "the program does not ask for the library by its soname"
 "$prefix/bin/kandrel-post" --version | grep -qx "kandrel-post $(pkg-config --modversion kandrel)"
