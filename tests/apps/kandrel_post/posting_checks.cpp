@@ -10,6 +10,7 @@
 #include <tests/support/four_axis_scenes.h>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace tests {
 
@@ -36,25 +37,33 @@ Lines PostedLines(const std::string& fileName) {
   std::string line;
   std::getline(file, line);
   while (std::getline(file, line)) {
-    std::vector<std::string> columns(1);
-    for (const char c : line) c == ',' ? columns.push_back("") : columns.back().push_back(c);
-    EXPECT_EQ(columns.size(), 20u) << line;
-    if (columns.size() != 20) break;
-    const auto number = [&](std::size_t i) { return std::strtod(columns[i].c_str(), nullptr); };
+    // Where each column begins.
+    std::array<const char*, 20> columns = {line.c_str()};
+    std::size_t count = 1;
+    for (const char* at = line.c_str(); (at = std::strchr(at, ',')) != nullptr; ++count)
+      if (++at; count < columns.size()) columns[count] = at;
+    EXPECT_EQ(count, columns.size()) << line;
+    if (count != columns.size()) break;
+    const auto ends = [](char c) { return c == ',' || c == 0; };
+    const auto isEmpty = [&](std::size_t i) { return ends(columns[i][0]); };
+    const auto isOne = [&](std::size_t i) { return columns[i][0] == '1' && ends(columns[i][1]); };
+    const auto number = [&](std::size_t i) {
+      return isEmpty(i) ? 0 : std::strtod(columns[i], nullptr);
+    };
     const auto three = [&](std::size_t i) {
       return Point{number(i), number(i + 1), number(i + 2)};
     };
     Line& posted = lines.emplace_back();
     posted.type = static_cast<int>(number(1));
-    posted.rapid = columns[2] == "1";
+    posted.rapid = isOne(2);
     posted.machine = three(5);
-    for (std::size_t i = 8; i < 11 && !columns[i].empty(); ++i) posted.degs.push_back(number(i));
+    for (std::size_t i = 8; i < 11 && !isEmpty(i); ++i) posted.degs.push_back(number(i));
     posted.part = three(11);
     posted.orientation = three(14);
-    EXPECT_EQ(columns[18].empty(), columns[19].empty()) << line;
-    posted.isSmall = columns[18].empty();
+    EXPECT_EQ(isEmpty(18), isEmpty(19)) << line;
+    posted.isSmall = isEmpty(18);
     posted.source = static_cast<int>(number(18));
-    posted.inserted = columns[19] == "1";
+    posted.inserted = isOne(19);
   }
   return lines;
 }
