@@ -40,7 +40,7 @@ function(kandrel_build_page web key why)
   file(COPY ${web}/package.json ${web}/package-lock.json ${web}/build.mjs ${web}/src
     DESTINATION ${work})
   # One try after a failure: a registry that can't be reached shall not hold the build up.
-  execute_process(COMMAND ${KANDREL_NPM} ci --prefer-offline --ignore-scripts --no-audit --no-fund
+  execute_process(COMMAND ${KANDREL_NPM} ci --omit=dev --prefer-offline --ignore-scripts --no-audit --no-fund
       --fetch-retries=1 --fetch-retry-mintimeout=1000 --fetch-timeout=60000
     WORKING_DIRECTORY ${work} TIMEOUT 300
     RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)

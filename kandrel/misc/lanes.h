@@ -59,6 +59,15 @@ inline double Sqrt(double x) noexcept {
 #endif
 }
 
+/// Returns the larger of two numbers in each lane; the second where either is NaN.
+inline Lanes Max(Lanes a, Lanes b) noexcept {
+#if defined(__SSE2__)
+  return _mm_max_pd(a, b);
+#else
+  return Lanes{a[0] > b[0] ? a[0] : b[0], a[1] > b[1] ? a[1] : b[1]};
+#endif
+}
+
 /// True when the mask holds in both lanes.
 inline bool AreAll(LaneMask mask) noexcept {
 #if defined(__SSE2__)

@@ -27,8 +27,6 @@ constexpr int kFirstRotary = 3;
 /// How far two places may be apart, as a part of the machine's size, and two directions: far above
 /// the rounding of floats, of which machine files are read, and below what can be seen.
 constexpr double kSamePlace = 1e-5;
-/// The same for what a transform does to lengths and angles: files have few decimals.
-constexpr double kSameShape = 1e-4;
 
 Matrix ToDouble(const kintree::mkdMatrix& matrix) {
   Matrix copy;
@@ -49,23 +47,8 @@ Point Turned(const Matrix& matrix, const Point& v) {
   return matrix * v - Column(matrix, 3);
 }
 
-// Keeps right angles and the proportion of all lengths, so that glTF has a form for it and for its
-// inverse.
-bool KeepsShapes(const Matrix& matrix) {
-  const Point x = Column(matrix, 0), y = Column(matrix, 1), z = Column(matrix, 2);
-  const double squared = x.SquaredLength();
-  if (!(squared > 0) || !IsFinite(x) || !IsFinite(y) || !IsFinite(z) ||
-      !IsFinite(Column(matrix, 3)))
-    return false;
-  const auto isNone = [&](double difference) {
-    return std::fabs(difference) <= kSameShape * squared;
-  };
-  return isNone(y.SquaredLength() - squared) && isNone(z.SquaredLength() - squared) &&
-         isNone(Dot(x, y)) && isNone(Dot(y, z)) && isNone(Dot(z, x)) && matrix(3, 0) == 0 &&
-         matrix(3, 1) == 0 && matrix(3, 2) == 0 && matrix(3, 3) == 1;
-}
-
-// Makes nodes of the objects that it visits, which stand in pre-order.
+// Makes nodes of the objects that it visits, which stand in pre-order. Transforms of files turn and
+// shift and no more: the reader sees to that.
 class NodeMaker final : public kintree::mkdKOConstVisitor {
  public:
   NodeMaker(MachineModel& model, const std::vector<std::wstring>& axisNames)
@@ -83,10 +66,8 @@ class NodeMaker final : public kintree::mkdKOConstVisitor {
     }
     m_node.zero = m_frame;
     object.AcceptVisitor(*this);
-    m_isShaped = m_isShaped && KeepsShapes(m_frame);
     m_places[&node] = {m_model.Add(m_node), m_frame};
   }
-  bool IsShaped() const noexcept { return m_isShaped; }
 
   void Visit(const kintree::mkdTranslationalAxis& axis) override { TakeAxis(axis, {}, false); }
   void Visit(const kintree::mkdRotationalAxis& axis) override {
@@ -138,7 +119,6 @@ class NodeMaker final : public kintree::mkdKOConstVisitor {
   std::map<const kintree::mkdKinematicNode*, Place> m_places;
   ModelNode m_node;
   Matrix m_frame;
-  bool m_isShaped = true;
 };
 
 // The posting has read the file already, and told what there was to tell.
@@ -214,8 +194,7 @@ std::optional<MachineModel> ModelOfFile(const std::string& fileName, const Machi
   model.isOfFile = true;
   NodeMaker maker(model, machine.builder.GetAxisNames());
   for (const kintree::mkdKinematicNode& node : file->GetTree()) maker.Add(node);
-  if (!maker.IsShaped() || !AddFrames(model, plain) || !MoveAlike(model, plain))
-    return std::nullopt;
+  if (!AddFrames(model, plain) || !MoveAlike(model, plain)) return std::nullopt;
   return model;
 }
 

@@ -22,9 +22,10 @@ zvBlockRules::zvBlockRules(const zvPathTolerance& tolerance, const zvKDRParam& p
       m_size(size),
       m_farthest(tolerance.GetTip() / misc::kSmallestTipPart - size),
       m_step(par.GetMaxAngleStep() > 0 ? par.GetMaxAngleStep() : 0),
-      m_distance(par.GetInterpolateByDistance() && par.GetInterpolationDistance() > 0
-                     ? par.GetInterpolationDistance()
-                     : 0) {
+      m_ownDistance(par.GetInterpolateByDistance() && par.GetInterpolationDistance() > 0
+                        ? par.GetInterpolationDistance()
+                        : 0),
+      m_distance(m_ownDistance) {
   if (!(tolerance.GetTip() >= misc::kSmallestTipTolerance)) RefuseAt({});
   RequireHeldAt({});
   if (!(tolerance.GetAxis() >= misc::kSmallestAxisTolerance))

@@ -33,8 +33,8 @@ class KANDREL_API zvBlockRules {
   /// maxAngleStep and interpolationDistance; 0 for none.
   double GetStep() const noexcept { return m_step; }
   double GetDistance() const noexcept { return m_distance; }
-  /// From now on steps of any length are taken.
-  void ForgetDistance() noexcept { m_distance = 0; }
+  /// Whether the parameters' interpolationDistance counts: at first it does.
+  void KeepDistance(bool keeps) noexcept { m_distance = keeps ? m_ownDistance : 0; }
 
   /// Throws misc::zvRangeException for a part position so far off that numbers don't hold the
   /// tolerance there.
@@ -66,6 +66,7 @@ class KANDREL_API zvBlockRules {
   double m_size;
   double m_farthest;
   double m_step;
+  double m_ownDistance;  // of the parameters
   double m_distance;
 };
 

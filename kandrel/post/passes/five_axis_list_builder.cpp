@@ -87,7 +87,8 @@ void zv5axListBuilder::Settle(const Move& previous, Move& current,
     return;
   }
   try {
-    m_keeper->RequireHeldAt(previous->GetPartPosition());
+    // A feed move before has been current; what lies between two stands where they do.
+    if (previous->IsRapid() || m_index == 1) m_keeper->RequireHeldAt(previous->GetPartPosition());
     m_keeper->RequireHeldAt(current->GetPartPosition());
     m_solver.FixPoleAngle(*previous, *current);
     if (!m_keeper->IsPlain(*previous, *current)) m_keeper->Join(m_list, current, solutions);

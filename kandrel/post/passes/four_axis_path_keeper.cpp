@@ -17,8 +17,6 @@ namespace {
 
 /// Degrees up to which a bound of a piece of the cone by its square is of use.
 constexpr double kSmallTurn = 20;
-/// What a guess of a length may be of what is allowed: the rest is for rounding.
-constexpr double kOfAllowed = 0.95;
 /// What is held of a tolerance: whole turns that are added later round the angles anew.
 constexpr double kKept = 0.999;
 
@@ -110,9 +108,8 @@ zv4axPathKeeper::zv4axPathKeeper(const zvPosted4axMoveMaker& maker,
               SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
                   SizeOf(maker.GetKinematics().GetConstants().pivot)),
       m_law(maker.GetKinematics().MachDef(), partOrigin, toolLengthCompensation),
+      m_poseBound(m_law),
       m_smallMoves(smallMoves),
-      m_isOnTable(maker.GetKinematics().GetConstants().isOnTable),
-      m_toAxis(partOrigin - maker.GetKinematics().GetConstants().pivot),
       m_cone(maker.MakePoleCone(misc::kNarrowestPole)) {
   // Between two directions of the cone, 2 h apart about its axis a, the plane of their arc goes
   // through k a + r cos(h) e and f, where k and r are cosine and sine of the cone's half-angle and
@@ -122,9 +119,8 @@ zv4axPathKeeper::zv4axPathKeeper(const zvPosted4axMoveMaker& maker,
   constexpr double kCosineAndAngle = 1.05;  // of a small turn: the cosine, and an angle by its sine
   m_bend = std::fabs(k) * std::sqrt(std::max(0.0, 1 - k * k)) / 8 * kCosineAndAngle;
   m_plainTurn = m_rules.GetStep() > 0 ? std::min(m_rules.GetStep(), kSmallTurn) : kSmallTurn;
-  m_plainTip = 8 * kOfAllowed * tolerance.GetTip();
+  m_plainTip = kKept * tolerance.GetTip();
   m_plainAxis = (tolerance.GetAxis() - misc::kSnappedTool) * misc::kRadiansPerDegree;
-  m_armOfHead = std::fabs(toolLengthCompensation);
 }
 
 zv4axPathKeeper::Place zv4axPathKeeper::PlaceOf(const Move& move) const {

@@ -7,6 +7,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/geometry/four_axis_move_maker.h>
+#include <kandrel/post/geometry/pose_bound.h>
 #include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_parameters.h>
@@ -30,8 +31,7 @@ namespace post {
 /// 2. There is no leap: what points alike stands alike. A move counts as on a pole, at exactly 0 or
 ///    180 degrees, only where angles can't be solved.
 /// 3. Between opposite orientations the axis turns half round, on either side. A flat cone holds
-/// the
-///    tolerance there too.
+///    the tolerance there too.
 ///
 /// Refers to the maker.
 class KANDREL_API zv4axPathKeeper {
@@ -58,20 +58,20 @@ class KANDREL_API zv4axPathKeeper {
 
   /// Whether a block clearly needs no line. Of two moves as they were solved, wound or not.
   ///
-  /// It asks for the bound of zvBlockLaw's Guess with sums of coordinates in place of lengths. By
-  /// A radians the tip leaves its line by at most (A^2 r + 2 A d) / 8: r is its distance from the
-  /// axis, d what the slides go by; only A^2 r / 8 in the head, where r is the tool's length. The
-  /// tool leaves its arc by what a piece of the cone does, m_bend A^2.
+  /// By zvPoseBound for the tip; the tool leaves its arc by what a piece of the cone does, m_bend
+  /// times the square of the turn.
   bool IsPlain(const Move& from, const Move& to) const noexcept {
-    const double turn = std::fabs(to.GetRotaryAngle() - from.GetRotaryAngle());
-    if (!(turn <= m_plainTurn)) return false;
-    const double rad = turn * misc::kRadiansPerDegree;
-    double most = rad * m_armOfHead;
-    if (m_isOnTable)
-      most = rad * std::max(Reach(from), Reach(to)) +
-             2 * SumOf(to.GetMachinePosition() - from.GetMachinePosition());
-    if (!(rad * most <= m_plainTip && rad * rad * m_bend <= m_plainAxis)) return false;
-    return !(m_rules.GetDistance() > 0) || PartDistance(from, to) <= m_rules.GetDistance();
+    const double deg = to.GetRotaryAngle() - from.GetRotaryAngle();
+    if (!(std::fabs(deg) <= m_plainTurn)) return false;
+    const double rad = deg * misc::kRadiansPerDegree;
+    if (!(rad * rad * m_bend <= m_plainAxis)) return false;
+    if (m_rules.GetDistance() > 0 && !(PartDistance(from, to) <= m_rules.GetDistance()))
+      return false;
+    const Point& start = from.GetPartPosition();
+    const Point& end = to.GetPartPosition();
+    if (m_poseBound.Roughly(start, end, std::fabs(rad)) <= m_plainTip) return true;
+    // Of one axis the tool's is not asked for.
+    return m_poseBound.TipOff({start, {}}, {end, {}}, rad, 0, 0, m_plainTip).most <= m_plainTip;
   }
 
   /// Puts the lines between `to`, a feed move, and the move before it. Angles are not wound. Throws
@@ -93,11 +93,6 @@ class KANDREL_API zv4axPathKeeper {
   class Walk;
   struct Place;
 
-  static double SumOf(const Point& p) noexcept {
-    return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
-  }
-  double Reach(const Move& move) const noexcept { return SumOf(move.GetPartPosition() + m_toAxis); }
-
   Place PlaceOf(const Move& move) const;
   Place EndOf(const Move& from, const Move& to) const;
   double Use(const Place& from, const Place& to) const;
@@ -107,14 +102,12 @@ class KANDREL_API zv4axPathKeeper {
   const zvPosted4axMoveMaker& m_maker;
   zvBlockRules m_rules;
   zvBlockLaw m_law;
+  zvPoseBound m_poseBound;
   bool m_smallMoves;
-  bool m_isOnTable;
   double m_plainTurn = 0;
-  double m_plainTip = 0;   // 8 times what a guess may be
+  double m_plainTip = 0;
   double m_plainAxis = 0;  // radians
   double m_bend = 0;       // of the cone: what a piece of it leaves its arc by, over its square
-  double m_armOfHead = 0;
-  Point m_toAxis;  // from part positions to places measured from the pivot
   zvPosted4axMoveMaker::PoleCone m_cone;
   bool m_hasBroken = false;
 };

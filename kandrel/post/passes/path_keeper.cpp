@@ -48,6 +48,12 @@ zvBlockLaw::Line LineOf(const zvPosted5axMove& move) {
   return {move.GetMachinePosition(), move.GetAngle(0), move.GetAngle(1)};
 }
 
+// Most orientations are unit vectors already.
+Point UnitOf(const Point& orientation) {
+  const double squared = orientation.SquaredLength();
+  return std::fabs(squared - 1) <= 1e-14 ? orientation : orientation / std::sqrt(squared);
+}
+
 // The shortest arc between two orientations, turned evenly.
 class Arc {
  public:
@@ -324,6 +330,7 @@ zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTole
               SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
                   SizeOf(solver.GetFirstRotationPivot()) + SizeOf(solver.GetSecondRotationPivot())),
       m_law(solver, partOrigin, toolLengthCompensation),
+      m_poseBound(m_law),
       m_smallMoves(smallMoves) {
   const zvKDRParam& par = solver.GetParameters();
   // What tilts from the edge of the cone onto the pole, over no way, takes the tip at most 3/8 w^2
@@ -337,6 +344,8 @@ zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTole
   m_cone = solver.MakePoleCone(m_coneDeg);
   m_allowed = {kKept * tolerance.GetTip(), kKept * tolerance.GetAxis()};
   m_plain = {m_allowed.tip, m_allowed.axis - m_coneDeg - misc::kSnappedTool};
+  m_plainTurn = std::sqrt(8 * std::sin(std::clamp(m_plain.axis, 0.0, misc::kFullTurnDeg / 4) *
+                                       misc::kRadiansPerDegree));
   // An axis on whose pole the tool can't stand has none: its second one doesn't take the spindle
   // there.
   try {
@@ -379,13 +388,55 @@ double zv5axPathKeeper::Use(const Place& from, const Place& to) const {
   return std::max({use, tip, axis});
 }
 
-bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
+bool zv5axPathKeeper::KeepsSteps(const Move& from, const Move& to) const {
   const double turn = std::max(std::fabs(to.GetAngle(0) - from.GetAngle(0)),
                                std::fabs(to.GetAngle(1) - from.GetAngle(1)));
   if (m_rules.GetStep() > 0 && !(turn <= m_rules.GetStep())) return false;
   if (m_rules.GetDistance() > 0 && !(PartDistance(from, to) <= m_rules.GetDistance())) return false;
   // Two undetermined moves stand at the same angle, whichever they will take.
-  if (from.GetPoleStatus() != to.GetPoleStatus()) return false;
+  return from.GetPoleStatus() == to.GetPoleStatus();
+}
+
+// What a solved line has the tool off its orientation by, radians.
+double zv5axPathKeeper::AxisOff(const Move& move, const Point& axis) const {
+  const auto isSnapped = [](double deg) {
+    return deg == 0 || std::fabs(deg) == misc::kFullTurnDeg / 2;
+  };
+  constexpr double kOfSolving = 1e-9;
+  double deg = isSnapped(move.GetAngle(0)) || isSnapped(move.GetAngle(1)) ? misc::kSnappedTool : 0;
+  if (m_cone.onSecondPole ||
+      m_cone.Holds(Dot(axis, m_solver.GetKinematics().GetFirstWorkingDirection())))
+    deg += m_coneDeg;
+  return deg * misc::kRadiansPerDegree + kOfSolving;
+}
+
+bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
+  if (!KeepsSteps(from, to)) return false;
+  const double first = (to.GetAngle(0) - from.GetAngle(0)) * misc::kRadiansPerDegree;
+  const double second = (to.GetAngle(1) - from.GetAngle(1)) * misc::kRadiansPerDegree;
+  const double turns = std::fabs(first) + std::fabs(second);
+  // The tool axis is off its arc by the eighth of the square of its turns at most, as a sine.
+  const bool isAxisPlain = turns <= m_plainTurn;
+  if (isAxisPlain &&
+      m_poseBound.Roughly(from.GetPartPosition(), to.GetPartPosition(), turns) <= m_plain.tip)
+    return true;
+  const zvBlockLaw::Pose start{from.GetPartPosition(), UnitOf(from.GetOrientation())};
+  const zvBlockLaw::Pose end{to.GetPartPosition(), UnitOf(to.GetOrientation())};
+  const double axisOff = std::max(AxisOff(from, start.axis), AxisOff(to, end.axis));
+  const zvPoseBound::Range tip =
+      m_poseBound.TipOff(start, end, first, second, axisOff, m_plain.tip);
+  if (isAxisPlain && tip.most <= m_plain.tip) return true;
+  if (tip.least > m_allowed.tip) return false;
+  // The end of one block is the start of the next.
+  const zvBlockLaw::Station from2 =
+      m_behind && IsSame(m_behind->line, LineOf(from)) ? *m_behind : m_law.StationAt(LineOf(from));
+  const zvBlockLaw::Station& to2 = m_behind.emplace(m_law.StationAt(LineOf(to)));
+  return m_law.Holds(from2, to2, {start, end}, m_allowed);
+}
+
+// The same of lines that stand as they were made later.
+bool zv5axPathKeeper::StandsPlainly(const Move& from, const Move& to) {
+  if (!KeepsSteps(from, to)) return false;
   const zvBlockDeviation most = m_law.Glance(LineOf(from), LineOf(to));
   if (most.tip <= m_plain.tip && most.axis <= m_plain.axis) return true;
   // The end of one block is the start of the next.
@@ -393,16 +444,7 @@ bool zv5axPathKeeper::IsPlain(const Move& from, const Move& to) {
       m_behind && IsSame(m_behind->line, LineOf(from)) ? *m_behind : m_law.StationAt(LineOf(from));
   const zvBlockLaw::Station& end = m_behind.emplace(m_law.StationAt(LineOf(to)));
   const zvBlockDeviation off = m_law.Guess(start, end);
-  if (off.tip <= m_plain.tip && off.axis <= m_plain.axis) return true;
-  // A guess is seldom this much above what is reached.
-  constexpr double kFarAbove = 3;
-  if (!(off.tip <= kFarAbove * m_allowed.tip && off.axis <= kFarAbove * m_allowed.axis))
-    return false;
-  const auto wayOf = [](const Move& move) {
-    const Point& o = move.GetOrientation();
-    return zvBlockLaw::Pose{move.GetPartPosition(), o / o.Length()};
-  };
-  return m_law.Holds(start, end, {wayOf(from), wayOf(to)}, m_allowed);
+  return off.tip <= m_plain.tip && off.axis <= m_plain.axis;
 }
 
 void zv5axPathKeeper::Join(List& list, Iterator to, const zvRotarySolutions& solutions) {
@@ -432,12 +474,14 @@ void zv5axPathKeeper::Thin(List& list, Iterator from, Iterator to) const {
 
 std::uint32_t zv5axPathKeeper::Keep(List& list, double maxAngleJump) {
   if (list.GetCount() < 2) return 0;
-  m_rules.ForgetDistance();  // all steps have been kept by it; those between lifted lines need not
+  // Join has kept all steps by it but those between opposite orientations; between lifted lines
+  // nobody needs it.
+  m_rules.KeepDistance(false);
   std::uint32_t divided = 0;
   misc::zvPolledEnd end(list);
   for (Iterator from = list.begin(), to = std::next(from); end.IsBefore(to); from = to++) {
     list.PrefetchAfter(*to);
-    if (to->IsRapid() || IsPlain(*from, *to)) continue;
+    if (to->IsRapid() || StandsPlainly(*from, *to)) continue;
     if (Use(PlaceOf(*from), PlaceOf(*to)) <= 1) continue;
     divided += Divide(list, from, to, maxAngleJump);
   }
@@ -445,9 +489,11 @@ std::uint32_t zv5axPathKeeper::Keep(List& list, double maxAngleJump) {
 }
 
 bool zv5axPathKeeper::Divide(List& list, Iterator from, Iterator to, double maxAngleJump) {
+  m_rules.KeepDistance(AreOpposite(from->GetOrientation(), to->GetOrientation()));
   Walk walk(*this, list, to, nullptr);
   const zvMarchResult result = walk.Run();
   if (result.canBeThin) Thin(list, from, to);
+  m_rules.KeepDistance(false);
   for (Iterator a = from; result.leaps != 0 && a != to;) {
     const Iterator b = std::next(a);
     if (!(Use(PlaceOf(*a), PlaceOf(*b)) <= 1)) DivideLeap(list, a, b, maxAngleJump);
@@ -484,7 +530,7 @@ zvToleranceReport zv5axPathKeeper::Report(const List& list) {
   misc::zvPolledEnd end(list);
   for (auto to = std::next(from); end.IsBefore(to); from = to++, ++index) {
     // A plain block keeps to its way when its lines stand on it, which those of a leap don't.
-    if (to->IsRapid() || (!m_hasLeaps && IsPlain(*from, *to))) continue;
+    if (to->IsRapid() || (!m_hasLeaps && StandsPlainly(*from, *to))) continue;
     const Place a = PlaceOf(*from);
     const Place b = PlaceOf(*to);
     const zvBlockDeviation off = m_law.Bound(a.line, b.line, {a.pose, b.pose});

@@ -6,6 +6,7 @@
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/geometry/five_axis_solver.h>
+#include <kandrel/post/geometry/pose_bound.h>
 #include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/tolerance_report.h>
@@ -59,8 +60,8 @@ class KANDREL_API zv5axPathKeeper {
   /// tolerance there.
   void RequireHeldAt(const Point& p_part) const { m_rules.RequireHeldAt(p_part); }
 
-  /// Whether a block clearly needs no line; false where one of the two is determined and the other
-  /// isn't.
+  /// Whether a block clearly needs no line, of two moves as they were solved; false where one of
+  /// the two is determined and the other isn't.
   bool IsPlain(const Move& from, const Move& to);
 
   /// Puts the lines between `to`, a feed move with these solutions, and the move before it, and
@@ -90,6 +91,9 @@ class KANDREL_API zv5axPathKeeper {
   struct Place;
 
   static Place PlaceOf(const Move& move);
+  bool KeepsSteps(const Move& from, const Move& to) const;
+  bool StandsPlainly(const Move& from, const Move& to);
+  double AxisOff(const Move& move, const Point& axis) const;
   double Use(const Place& from, const Place& to) const;
   bool IsOnPole(const Point& orientation) const;
   void Thin(List& list, Iterator from, Iterator to) const;
@@ -99,11 +103,13 @@ class KANDREL_API zv5axPathKeeper {
   const zv5axMoveSolver& m_solver;
   zvBlockRules m_rules;
   zvBlockLaw m_law;
+  zvPoseBound m_poseBound;
   bool m_smallMoves;
   double m_coneDeg;
   zv5axMoveSolver::PoleCone m_cone;
   zvBlockDeviation m_allowed;
   zvBlockDeviation m_plain;                     // what a guess may be
+  double m_plainTurn;                           // of which the square has a tool axis that is
   std::optional<zvBlockLaw::Station> m_behind;  // of the line asked about last
   bool m_hasPole = false;                       // of the first axis, within reach
   bool m_hasLeftTurns = false;

@@ -33,7 +33,8 @@ inline double PartsOf(double blocks) {
 /// they may be and even in the end. What a block uses is told as a fraction of its greatest length,
 /// so that it grows in proportion to the length: the root of a deviation, which grows by its
 /// square, and a turn as it is. The next length follows from that of the last, and where the guess
-/// was too long or far too short it is mended; on a smooth step most lines are solved once.
+/// was too long or far too short it is mended; on a smooth step most lines are solved once. Where
+/// two blocks do, of which the second needs less length than the first, the line is moved there.
 ///
 /// `Walk` stands on a line that is settled:
 ///   GetPlace()     its parameter
@@ -51,6 +52,8 @@ inline double PartsOf(double blocks) {
 template <class Walk>
 zvMarchResult March(Walk& walk, double end) {
   constexpr double kAim = detail::kAimOfMarch;
+  constexpr double kAlmost = 0.995;
+  constexpr double kWidestShift = 0.9;
   constexpr double kMeager = 0.6;    // a block that uses less is tried longer, once
   constexpr double kSlimmest = 0.1;  // a step shrinks and grows within these
   constexpr double kWidest = 4;
@@ -63,6 +66,9 @@ zvMarchResult March(Walk& walk, double end) {
   bool isMended = false;  // the block from here has been tried at another length
   double shorter = 0;     // a length that is allowed, while a longer one is tried
   double fewest = 1;      // parts that have not failed from here
+  double whole = 0;       // what the rest would use as one block
+  double exact = 0;       // a length that is tried as it is
+  int shifts = 0;         // how often, from here
   for (;;) {
     const double from = walk.GetPlace();
     const double rest = end - from;
@@ -70,21 +76,39 @@ zvMarchResult March(Walk& walk, double end) {
     // the same for ever.
     const double parts = std::max(fewest, detail::PartsOf(rest / step));
     const bool isLast = !(parts > 1 && rest > kShortest);
-    const double length = isLast ? rest : std::max(rest / parts, kShortest);
+    const double even = exact > 0 ? exact : rest / parts;
+    const double length = isLast ? rest : std::max(even, kShortest);
     const double used = walk.Try(isLast ? end : from + length);
     if (used <= 1) {
+      // Of two halves the other one would use too much; a little more here, and both do.
+      if (!isLast && parts == 2 && shifts == 0 && whole - used > 1 && whole < 2) {
+        shifts = 1;
+        shorter = length;
+        exact = std::min(length * (whole / 2) / used, kWidestShift * rest);
+        continue;
+      }
       if (!isLast && !isMended && used < kMeager) {
         isMended = true;
         shorter = length;
         step = length * std::min(kAim / used, kWidest);
         continue;
       }
+    } else if (shifts == 1 && exact * kAlmost > shorter * used) {
+      shifts = 2;
+      exact *= kAlmost / used;
+      continue;
     } else if (shorter > 0) {
       step = shorter;
-      shorter = 0;
+      shorter = exact = 0;
+      continue;
+    } else if (!isLast && parts == 2 && shifts == 0 && used < whole && whole < 2) {
+      shifts = 2;
+      exact = length * (whole / 2) / used;
       continue;
     } else if (length > kShortest && !walk.IsTiny(length)) {
+      exact = 0;
       isMended = true;
+      if (isLast) whole = used;
       fewest = parts + 1;
       step = length * (used > 1 ? std::clamp(kAim / used, kSlimmest, kAim) : kSlimmest);
       continue;
@@ -99,8 +123,10 @@ zvMarchResult March(Walk& walk, double end) {
     result.canBeThin = result.canBeThin || last + share < 1;
     last = share;
     step = length * (used <= 1 ? std::min(kAim / used, kWidest) : kWidest);
+    if (exact > 0) step = end - walk.GetPlace();  // which is thought to do
     isMended = false;
-    shorter = 0;
+    shorter = whole = exact = 0;
+    shifts = 0;
     fewest = 1;
   }
 }

@@ -41,10 +41,12 @@ struct zvJudgedLine {
 };
 
 /// An orientation of any length as a unit vector; zero stays zero.
-inline cadcam::zvTPoint3d<double> UnitOf(const cadcam::zvTPoint3d<double>& dir) {
+[[gnu::always_inline]] inline cadcam::zvTPoint3d<double> UnitOf(
+    const cadcam::zvTPoint3d<double>& dir) {
   // Most have the length 1 but for rounding, and serve as they are.
-  if (std::fabs(dir.SquaredLength() - 1) <= 1e-15 || dir.IsZero()) return dir;
-  return dir / dir.Length();
+  if (std::fabs(dir.SquaredLength() - 1) <= 1e-15) [[likely]]
+    return dir;
+  return dir.IsZero() ? dir : dir / dir.Length();
 }
 
 /// The angle of a chord of the unit circle, degrees, never too small.

@@ -39,12 +39,9 @@ void zvSourceFinder::Report(Finding::Kind kind, double value, double bound, doub
   AddFinding(m_verdict, m_rules, {kind, GetLine(), m_sourceOfLine, axis, value, bound, excess});
 }
 
-std::int64_t zvSourceFinder::FindSource(const zvLineView& line, Judged& judged,
-                                        const Judged* previous) {
+std::int64_t zvSourceFinder::Search(const zvLineView& line, Judged& judged,
+                                    const Judged* previous) {
   m_previous = previous;
-  judged.isLift = false;
-  judged.sourceOff = 0;
-  judged.sourceTipOff = 0;
   if (m_flight) SettleFlight(line, judged);
   m_sourceOfLine = m_source.GetNextIndex();
   Find(line, judged);
@@ -115,15 +112,6 @@ bool zvSourceFinder::IsBlendedFeed(double feed) const {
   const double last = m_source.Last().feed;
   const double next = m_source.Next().feed;
   return feed != next && feed <= std::max(last, next);
-}
-
-// Goes past the next source move.
-void zvSourceFinder::Pass() {
-  m_source.Advance();
-  m_along = 0;
-  m_turned = 0;
-  m_turn = {};
-  m_maybeThere = false;
 }
 
 // The line stands for the next source move.

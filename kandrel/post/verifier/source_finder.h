@@ -43,7 +43,18 @@ class zvSourceFinder {
   }
   /// Returns the source move that the line runs to, and says in `judged` what it lies off the path
   /// by. `previous` is the line before, null where none is to be compared with.
-  std::int64_t FindSource(const zvLineView& line, Judged& judged, const Judged* previous);
+  [[gnu::always_inline]] std::int64_t FindSource(const zvLineView& line, Judged& judged,
+                                                 const Judged* previous) {
+    judged.isLift = false;
+    judged.sourceOff = 0;
+    judged.sourceTipOff = 0;
+    if (m_flight || !IsNext(line)) [[unlikely]]
+      return Search(line, judged, previous);
+    const std::int64_t source = m_source.GetNextIndex();
+    Pass();
+    ++m_verdict.sources;
+    return source;
+  }
   /// For a line of which nothing can be judged.
   void PassUnjudged(const zvLineView& line);
   void Finish();
@@ -80,6 +91,15 @@ class zvSourceFinder {
     std::optional<Line> onPath{};  // the first of its lifts that lies on the path
   };
 
+  /// Whether a line says all that the next source move does, and nothing else.
+  bool IsNext(const zvLineView& line) const noexcept {
+    const zvSourceMove& next = m_source.Next();
+    const bool isNamed =
+        line.source < 0 || (line.source == m_source.GetNextIndex() && !line.isInserted);
+    return line.p_part == next.tip && line.dir_tool == next.dir_tool && line.feed == next.feed &&
+           line.isRapid == next.isRapid && isNamed && !m_maybeThere && !m_source.IsAtEnd();
+  }
+  std::int64_t Search(const zvLineView& line, Judged& judged, const Judged* previous);
   void Find(const zvLineView& line, Judged& judged);
   bool IsAt(const zvSourceMove& move, const zvLineView& line, const Judged& judged) const;
   void Match(const zvLineView& line, Judged& judged);
@@ -94,7 +114,14 @@ class zvSourceFinder {
   void ReportRapid(const Flight::Line& line);
   bool IsOver(const Point& p_part, const Point& below, const Point& dir_tool) const;
   void SkipMissing(std::int64_t count);
-  void Pass();
+  /// Goes past the next source move.
+  void Pass() {
+    m_source.Advance();
+    m_along = 0;
+    m_turned = 0;
+    m_turn = {};
+    m_maybeThere = false;
+  }
   void TakeAsThere();
   bool IsBlendedFeed(double feed) const;
   const Segment& SegmentHere();

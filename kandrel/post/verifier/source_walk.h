@@ -38,42 +38,46 @@ class zvSourceWalk {
   std::int64_t GetNextIndex() const noexcept { return m_index; }
 
   /// The one before; the next one where there is none.
-  const zvSourceMove& Last() const noexcept { return m_index == 0 ? Next() : m_last; }
+  const zvSourceMove& Last() const noexcept { return m_index == 0 ? Next() : Behind(); }
   /// The next one; at the end the last.
-  const zvSourceMove& Next() const noexcept { return m_filled == 0 ? m_last : m_ahead[m_first]; }
+  const zvSourceMove& Next() const noexcept { return m_filled == 0 ? Behind() : m_moves[m_first]; }
   /// Whether no move is left.
   bool IsAtEnd() const noexcept { return m_filled == 0; }
   /// The one so many behind the next, which is 0; null behind the end or too far ahead.
   const zvSourceMove* Ahead(std::size_t distance) {
     Fill(distance + 1);
-    return distance < m_filled ? &m_ahead[(m_first + distance) % kAhead] : nullptr;
+    return distance < m_filled ? &m_moves[(m_first + distance) % kKept] : nullptr;
   }
 
   /// Goes past the next one; not at the end.
   void Advance() {
-    m_last = m_ahead[m_first];
-    m_first = (m_first + 1) % kAhead;
-    --m_filled;
+    m_first = (m_first + 1) % kKept;
     ++m_index;
-    Fill(1);
+    if (--m_filled == 0) Fill(1);
   }
 
  private:
+  static constexpr std::size_t kKept = 2 * kAhead;  // those ahead, and the last one
+
+  const zvSourceMove& Behind() const noexcept { return m_moves[(m_first - 1) % kKept]; }
+
   void Fill(std::size_t wanted) {
     while (m_filled < wanted && m_filled < kAhead && !m_isDone) {
       m_isDone = !m_reader.Next();
       if (m_isDone) return;
       const zvMoveView& move = m_reader.GetMove();
-      m_ahead[(m_first + m_filled++) % kAhead] = {move.GetPosition(), move.GetOrientation(),
-                                                  move.GetFeed(), move.IsRapid()};
+      zvSourceMove& kept = m_moves[(m_first + m_filled++) % kKept];
+      kept.tip = move.GetPosition();
+      kept.dir_tool = move.GetOrientation();
+      kept.feed = move.GetFeed();
+      kept.isRapid = move.IsRapid();
     }
   }
 
   zvPathReader m_reader;
   std::int64_t m_count;
   std::int64_t m_index = 0;
-  zvSourceMove m_last;
-  std::array<zvSourceMove, kAhead> m_ahead;
+  std::array<zvSourceMove, kKept> m_moves;
   std::size_t m_first = 0;
   std::size_t m_filled = 0;
   bool m_isDone = false;

@@ -21,10 +21,13 @@ using Finding = zvPostingFinding;
 constexpr double kAlongAxis = 1 - 5e-13;
 
 bool IsFinite(const zvLineView& line) {
-  double sum = line.feed * 0;
-  for (const double deg : line.degs) sum += deg * 0;
-  return sum == 0 && cadcam::IsFinite(line.p_mach) && cadcam::IsFinite(line.p_part) &&
-         cadcam::IsFinite(line.dir_tool);
+  const auto zero = [](double a, double b) { return misc::Lanes{a, b} * misc::Spread(0); };
+  // Finite numbers times 0 sum up to 0; infinity and NaN give NaN.
+  const misc::Lanes sum =
+      zero(line.p_mach.x, line.p_mach.y) + zero(line.p_mach.z, line.p_part.x) +
+      zero(line.p_part.y, line.p_part.z) + zero(line.dir_tool.x, line.dir_tool.y) +
+      zero(line.dir_tool.z, line.feed) + zero(line.degs[0], line.degs[1]) + zero(line.degs[2], 0);
+  return sum[0] + sum[1] == 0;
 }
 
 double SizeOf(const Point& p) {
@@ -70,6 +73,27 @@ zvVerification::zvVerification(const zvVerifiedMachine& machine, const zvVerifie
     m_hasSecondPole = IsAlong(six.GetSpindleDirection(), six.GetSecondRotationDirection());
     m_thirdAngle = six.GetThirdAngle();
   }
+  constexpr double kInfinite = std::numeric_limits<double>::infinity();
+  std::array<double, 6> least;
+  std::array<double, 6> most;
+  least.fill(-kInfinite);
+  most.fill(kInfinite);
+  if (ChecksLinearAxes(rules.limitsCheck)) {
+    for (int axis = 0; axis < 3; ++axis) {
+      least[static_cast<std::size_t>(axis)] = machDef.GetMinLimits()[axis] - misc::kEqual;
+      most[static_cast<std::size_t>(axis)] = machDef.GetMaxLimits()[axis] + misc::kEqual;
+    }
+  }
+  if (ChecksRotaryAxes(rules.limitsCheck)) {
+    for (std::size_t axis = 0; axis < RotaryCount(); ++axis) {
+      least[3 + axis] = m_ranges[axis].min - rules.limitTolerance;
+      most[3 + axis] = m_ranges[axis].max + rules.limitTolerance;
+    }
+  }
+  for (std::size_t i = 0; i < 3; ++i) {
+    m_least[i] = misc::Lanes{least[2 * i], least[2 * i + 1]};
+    m_most[i] = misc::Lanes{most[2 * i], most[2 * i + 1]};
+  }
 }
 
 void zvVerification::Report(Finding::Kind kind, int axis, double value, double bound,
@@ -77,43 +101,69 @@ void zvVerification::Report(Finding::Kind kind, int axis, double value, double b
   AddFinding(m_verdict, m_rules, {kind, m_line, m_sourceOfLine, axis, value, bound, excess});
 }
 
+void zvVerification::TakeNotFinite(const zvLineView& line) {
+  m_sourceOfLine = line.source;
+  Report(Finding::kNotFinite, -1, 0, 0, 0);
+  m_finder.PassUnjudged(line);
+  m_hasPrevious = false;
+}
+
+// Whether no axis turns faster than one has, or may, or by more than half a turn: by squares, of
+// which the last digit may be off.
+inline bool zvVerification::TurnsSlower(const zvLineView& line, const Judged& judged) const {
+  const Judged& previous = Previous();
+  const zvBlockLaw::Line& from = previous.station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const misc::Lanes turns = misc::Abs(misc::Lanes{to.firstAngle, to.secondAngle} -
+                                      misc::Lanes{from.firstAngle, from.secondAngle});
+  const misc::Lanes speeds = turns * line.feed;
+  const double most = std::min(m_verdict.rotarySpeed.value, m_rules.maxRotarySpeed);
+  const double known = most * most * (judged.p_part - previous.p_part).SquaredLength();
+  return known < std::numeric_limits<double>::infinity() &&
+         misc::AreAll(misc::And(turns <= misc::Spread(misc::kFullTurnDeg / 2),
+                                speeds * speeds <= misc::Spread(known * (1 - 1e-14))));
+}
+
 void zvVerification::Take(const zvLineView& line) {
   m_line = m_verdict.lines++;
-  if (!IsFinite(line)) {
-    m_sourceOfLine = line.source;
-    Report(Finding::kNotFinite, -1, 0, 0, 0);
-    m_finder.PassUnjudged(line);
-    m_hasPrevious = false;
-    return;
-  }
+  if (!IsFinite(line)) [[unlikely]]
+    return TakeNotFinite(line);
   Judged& judged = m_judged[m_current];
   judged.p_part = line.p_part;
-  if (m_hasPrevious)
-    m_law->MoveOn(Previous().station, Unwrapped(line), judged.station);
+  zvBlockLaw::Line unwrapped{line.p_mach, line.degs[0], line.degs[1]};
+  if (m_isWrapped[0] || m_isWrapped[1]) Unwrap(unwrapped);
+  if (m_hasPrevious) [[likely]]
+    m_law->MoveOn(Previous().station, unwrapped, judged.station);
   else
-    judged.station = m_law->StationAt(Unwrapped(line));
+    judged.station = m_law->StationAt(unwrapped);
   // The size of the line's numbers and the machine's.
   const double size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
   m_slack = m_rules.lineTip * size + m_rules.lineLength;
   m_finder.SetSlack(size, m_slack);
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
-  const Point& dir_mach = judged.station.pose.axis;
+  const zvBlockLaw::Pose& pose = judged.station.pose;
   // Where there is none it is off by half a turn.
-  judged.dir_tool = line.dir_tool.IsZero() ? -dir_mach : UnitOf(line.dir_tool);
+  judged.dir_tool = line.dir_tool.IsZero() ? -pose.axis : UnitOf(line.dir_tool);
   // Of a line without a number its place tells whether it is inserted.
   if (m_rules.hasMarkers &&
       (line.isInserted || (line.source < 0 && !m_finder.IsAtNext(line, judged))))
-    judged.dir_tool = dir_mach;
-  judged.tipOff = PlainLength(judged.station.pose.tip - judged.p_part);
-  judged.axisOff = PlainLength(dir_mach - judged.dir_tool);
+    judged.dir_tool = pose.axis;
+  const misc::Lanes off = misc::Sqrt(
+      (zvBlockLaw::PairOf(pose.tip, pose.axis) - zvBlockLaw::PairOf(judged.p_part, judged.dir_tool))
+          .SquaredLength());
+  judged.tipOff = off[0];
+  judged.axisOff = off[1];
 
   m_sourceOfLine = m_finder.FindSource(line, judged, m_hasPrevious ? &Previous() : nullptr);
-  CheckPose(line, judged);
-  CheckLimits(line);
+  const misc::Lanes mostOff{m_slack, m_rules.lineAxis * misc::kRadiansPerDegree};
+  if (m_rotary == 3 || !misc::AreAll(off <= mostOff)) [[unlikely]]
+    CheckPose(line, judged);
+  if (!IsInLimits(line)) [[unlikely]]
+    CheckLimits(line);
   if (m_hasPrevious && !line.isRapid) {
     ++m_verdict.blocks;
     CheckBlock(judged);
-    CheckTurns(line, judged);
+    if (!TurnsSlower(line, judged)) CheckTurns(line, judged);
   }
   m_hasPrevious = true;
   m_current = 1 - m_current;
@@ -136,9 +186,7 @@ zvPostingVerdict zvVerification::Finish() {
 
 // A control that wraps goes the shorter way: whole turns are added so that angles run on. Of just
 // half a turn both ways are as short, and the numbers tell.
-zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
-  zvBlockLaw::Line unwrapped{line.p_mach, line.degs[0], line.degs[1]};
-  if (!m_isWrapped[0] && !m_isWrapped[1]) return unwrapped;
+void zvVerification::Unwrap(zvBlockLaw::Line& line) {
   const zvBlockLaw::Line& previous = Previous().station.line;
   const auto unwrap = [&](std::size_t axis, double& deg, double before) {
     if (!m_isWrapped[axis]) return;
@@ -148,9 +196,8 @@ zvBlockLaw::Line zvVerification::Unwrapped(const zvLineView& line) {
     m_carried[axis] += more;
     deg += more;
   };
-  unwrap(0, unwrapped.firstAngle, previous.firstAngle);
-  unwrap(1, unwrapped.secondAngle, previous.secondAngle);
-  return unwrapped;
+  unwrap(0, line.firstAngle, previous.firstAngle);
+  unwrap(1, line.secondAngle, previous.secondAngle);
 }
 
 void zvVerification::CheckPose(const zvLineView& line, const Judged& judged) {
@@ -176,6 +223,16 @@ bool zvVerification::IsOnPole(const Judged& judged) const {
   const double most = (m_rules.lineAxis + m_rules.poleAngleTolerance) * misc::kRadiansPerDegree;
   return m_rotary > 0 && Cross(judged.station.pose.axis, m_pole).Length() <= most &&
          Cross(judged.dir_tool, m_pole).Length() <= most;
+}
+
+// Whether all axes stand within their ranges as they are written.
+bool zvVerification::IsInLimits(const zvLineView& line) const {
+  const misc::Lanes places[]{
+      {line.p_mach.x, line.p_mach.y}, {line.p_mach.z, line.degs[0]}, {line.degs[1], 0}};
+  misc::LaneMask isIn = misc::And(m_least[0] <= places[0], places[0] <= m_most[0]);
+  for (std::size_t i = 1; i < 3; ++i)
+    isIn = misc::And(isIn, misc::And(m_least[i] <= places[i], places[i] <= m_most[i]));
+  return misc::AreAll(isIn);
 }
 
 void zvVerification::CheckLimits(const zvLineView& line) {
@@ -217,7 +274,45 @@ void zvVerification::CheckRotaryLimit(std::size_t axis, double deg) {
          isBelow ? min : max, isBelow ? below : above);
 }
 
-void zvVerification::CheckBlock(const Judged& judged) {
+// What a block may leave its way by without being looked at: the largest of those before it, or
+// what is allowed.
+zvBlockDeviation zvVerification::Known() const {
+  const zvBlockDeviation known{m_verdict.tip.value, m_verdict.axis.value};
+  const zvPathTolerance& tolerance = m_rules.tolerance;
+  if (!tolerance.IsOn()) return known;
+  return {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
+}
+
+// By an estimate, and without a division or a root where that serves. Angles are x + 0.18 x^3 at
+// most, for x the sum of their sine and of the chords that are added.
+bool zvVerification::StaysWithinKnown(const Judged& judged) const {
+  const Judged& previous = Previous();
+  const misc::Lanes off = misc::Max(misc::Lanes{previous.tipOff, previous.axisOff},
+                                    misc::Lanes{judged.tipOff, judged.axisOff});
+  const misc::Lanes sourceOff = misc::Max(misc::Lanes{previous.sourceTipOff, previous.sourceOff},
+                                          misc::Lanes{judged.sourceTipOff, judged.sourceOff});
+  constexpr misc::Lanes kLargest{std::numeric_limits<double>::infinity(), 0.2};
+  constexpr misc::Lanes kCube{0, 0.18};
+  const misc::Lanes most = m_law->Estimate(previous.station, judged.station).most + off + sourceOff;
+  return misc::AreAll(misc::And(most < kLargest, most + kCube * most * most * most <= m_known));
+}
+
+// Notes what a block reaches in its middle.
+void zvVerification::ReachMiddle(const zvBlockLaw::Way& way, const Judged& judged) {
+  const zvBlockLaw::Line& from = Previous().station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const zvBlockLaw::Pose pose =
+      m_law->PoseAt({(from.p_mach + to.p_mach) * 0.5, (from.firstAngle + to.firstAngle) / 2,
+                     (from.secondAngle + to.secondAngle) / 2});
+  const double tip = zvWaySegment(way.from.tip, way.to.tip).Distance(pose.tip);
+  m_reached.tip = std::max(m_reached.tip, tip);
+  // As a sine: Angle rounds up.
+  const double sine =
+      misc::Sqrt(zvWayArc(way.from.axis, way.to.axis, pose.axis).SquaredDistance(pose.axis));
+  m_reached.axis = std::max(m_reached.axis, sine * misc::kDegreesPerRadian);
+}
+
+void zvVerification::CheckBlockClosely(const Judged& judged) {
   const Judged& previous = Previous();
   const zvBlockLaw::Way way{{previous.p_part, previous.dir_tool}, {judged.p_part, judged.dir_tool}};
   const double sourceOff = previous.isLift ? 0 : std::max(previous.sourceOff, judged.sourceOff);
@@ -227,26 +322,40 @@ void zvVerification::CheckBlock(const Judged& judged) {
   zvBlockDeviation known;
   zvBlockDeviation bound{kInfinite, kInfinite};
   const zvBlockDeviation& floor = m_rules.sinkFloor;
-  if (m_sink == nullptr || floor.tip > 0 || floor.axis > 0) {
-    known = {m_verdict.tip.value, m_verdict.axis.value};
-    if (tolerance.IsOn())
-      known = {std::min(known.tip, tolerance.GetTip()), std::min(known.axis, tolerance.GetAxis())};
-    if (m_sink != nullptr)
-      known = {std::min(known.tip, floor.tip), std::min(known.axis, floor.axis)};
-    bound = m_law->Guess(previous.station, judged.station);
-    bound.tip += std::max(previous.tipOff, judged.tipOff) + tipOff;
-    bound.axis += DegOfChord(std::max(previous.axisOff, judged.axisOff) + sourceOff);
-    if (bound.tip <= known.tip) known.tip = kInfinite;
-    if (bound.axis <= known.axis) known.axis = kInfinite;
-    if (known.tip == kInfinite && known.axis == kInfinite) {
-      if (m_sink != nullptr) m_sink->Take({m_line, m_sourceOfLine, bound});
-      return;
-    }
+  const bool isMaximumAll = m_sink == nullptr;  // a maximum may come out of any block near it
+  if (isMaximumAll || floor.tip > 0 || floor.axis > 0) {
+    known = Known();
+    if (!isMaximumAll) known = {std::min(known.tip, floor.tip), std::min(known.axis, floor.axis)};
+    const double ownOff = std::max(previous.tipOff, judged.tipOff) + tipOff;
+    const double ownChord = std::max(previous.axisOff, judged.axisOff) + sourceOff;
+    const zvBlockEstimate estimate = m_law->Estimate(previous.station, judged.station);
+    bound = {estimate.most[0], AngleOfSine(estimate.most[1]) * misc::kDegreesPerRadian};
+    if (!(bound.tip < kInfinite && bound.axis < kInfinite))
+      bound = m_law->Guess(previous.station, judged.station);
+    bound.tip += ownOff;
+    bound.axis += DegOfChord(ownChord);
+    // What is as near to what is reached here or before as a bound has to be is one.
+    const double axisLeast = (estimate.least[1] - ownChord) * misc::kDegreesPerRadian;
+    m_reached.tip = std::max(m_reached.tip, estimate.least[0] - ownOff);
+    m_reached.axis = std::max(m_reached.axis, axisLeast);
+    const double mostTip = tolerance.IsOn() ? tolerance.GetTip() : kInfinite;
+    const double mostAxis = tolerance.IsOn() ? tolerance.GetAxis() : kInfinite;
+    const auto isNear = [isMaximumAll](double most, double reached, double near) {
+      return isMaximumAll && most <= std::max(zvBlockLaw::kNear * reached, reached + near);
+    };
+    if (bound.tip <= known.tip ||
+        (bound.tip <= mostTip && isNear(bound.tip, m_reached.tip, zvBlockLaw::kNearLength)))
+      known.tip = kInfinite;
+    if (bound.axis <= known.axis ||
+        (bound.axis <= mostAxis && isNear(bound.axis, m_reached.axis, zvBlockLaw::kNearDeg)))
+      known.axis = kInfinite;
   }
-  zvBlockDeviation nearer = m_law->BoundAbove(previous.station, judged.station, way,
-                                              {std::max(0.0, known.tip - tipOff), known.axis});
-  nearer.tip += tipOff;
-  bound = {std::min(bound.tip, nearer.tip), std::min(bound.axis, nearer.axis)};
+  if (known.tip < kInfinite || known.axis < kInfinite) {
+    const zvBlockDeviation nearer = m_law->BoundAbove(
+        previous.station, judged.station, way, {std::max(0.0, known.tip - tipOff), known.axis});
+    bound = {std::min(bound.tip, nearer.tip + tipOff), std::min(bound.axis, nearer.axis)};
+    if (isMaximumAll) ReachMiddle(way, judged);
+  }
   // On its own way and on that of the source, where the two part: between cones of one rotary axis.
   const zvBlockLaw::Way* const sourceWay = m_finder.LastWay();
   const bool hasSourceWay = sourceOff > 0 && sourceWay != nullptr && known.axis < kInfinite;
@@ -278,6 +387,8 @@ void zvVerification::CheckBlock(const Judged& judged) {
   }
   Raise(m_verdict.tip, bound.tip);
   Raise(m_verdict.axis, bound.axis);
+  const zvBlockDeviation next = Known();
+  m_known = misc::Lanes{next.tip, next.axis * misc::kRadiansPerDegree * (1 - 1e-15)};
   if (m_sink != nullptr) m_sink->Take({m_line, m_sourceOfLine, bound});
 }
 

@@ -3,6 +3,7 @@
 
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/lanes.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/limit_tests.h>
@@ -51,14 +52,24 @@ class zvVerification {
 
   const Judged& Previous() const noexcept { return m_judged[1 - m_current]; }
   std::size_t RotaryCount() const noexcept { return m_rotary < 2 ? m_rotary : 2; }
-  zvBlockLaw::Line Unwrapped(const zvLineView& line);
+  void Unwrap(zvBlockLaw::Line& line);
   void ChooseLaw(Judged& judged);
 
+  void TakeNotFinite(const zvLineView& line);
   void CheckPose(const zvLineView& line, const Judged& judged);
   bool IsOnPole(const Judged& judged) const;
+  bool IsInLimits(const zvLineView& line) const;
   void CheckLimits(const zvLineView& line);
   void CheckRotaryLimit(std::size_t axis, double deg);
-  void CheckBlock(const Judged& judged);
+  void CheckBlock(const Judged& judged) {
+    if (m_sink != nullptr || !StaysWithinKnown(judged)) CheckBlockClosely(judged);
+  }
+  bool StaysWithinKnown(const Judged& judged) const;
+  void CheckBlockClosely(const Judged& judged);
+  zvBlockDeviation Known() const;
+  void ReachMiddle(const zvBlockLaw::Way& way, const Judged& judged);
+  [[gnu::always_inline]] inline bool TurnsSlower(const zvLineView& line,
+                                                 const Judged& judged) const;
   void CheckTurns(const zvLineView& line, const Judged& judged);
   void Raise(zvPostingVerdict::Largest& largest, double value) const;
   void Report(Finding::Kind kind, int axis, double value, double bound, double excess);
@@ -73,6 +84,8 @@ class zvVerification {
   Point m_pole;                  // the direction of the tool in the part at which an axis is free
   bool m_hasSecondPole = false;  // the second axis is free everywhere
   double m_thirdAngle = 0;
+  std::array<misc::Lanes, 3> m_least{};  // X and Y, Z and the first rotary axis, the second
+  std::array<misc::Lanes, 3> m_most{};
 
   zvPostingVerdict m_verdict;
   zvSourceFinder m_finder;
@@ -83,6 +96,8 @@ class zvVerification {
   bool m_hasPrevious = false;
   std::array<Judged, 2> m_judged;
   std::size_t m_current = 0;
+  misc::Lanes m_known{};       // what Known says, the axis in radians less rounding
+  zvBlockDeviation m_reached;  // what some block reaches: a maximum may be kNear above it
 };
 
 }  // namespace post

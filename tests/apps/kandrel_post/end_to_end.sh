@@ -76,8 +76,9 @@ grep -q '^source moves *8$' stdout || complain "summary: $(cat stdout)"
 ! grep -q '^note' stdout || complain "a note without a cause: $(cat stdout)"
 [ "$(wc -l <out/of/here/posted.csv)" -eq 9 ] || complain "lines of posted.csv"
 tail -1 out/of/here/posted.nc | grep -q '^N[0-9]* M30$' || complain "end of posted.nc"
-files="posted.csv posted.nc run.kdr"
-"$app" --version | grep -q '^report.html left out' || files="posted.csv posted.nc report.html run.kdr"
+files="posted.csv posted.nc run.glb run.kdr"
+"$app" --version | grep -q '^report.html left out' ||
+  files="posted.csv posted.nc report.html run.glb run.kdr"
 [ "$(cd out/of/here && echo .[!.]* *)" = ".[!.]* $files" ] || complain "files left: $(ls -A out/of/here)"
 "$app" machine show preset:mill3_metric --json >given_back.json
 expect 0 "" post -m given_back.json -t square.cl -o out2 --origin -1.5,.5,-3e0 \

@@ -367,13 +367,17 @@ TEST(PathTolerance, NoBlockIsLongerThanTheDistance) {
     FiveAxisScene scene = Trunnion();
     scene.par.SetInterpolateByDistance(true);
     scene.par.SetInterpolationDistance(distance);
-    const Source source{{{10, 0, 0}, Direction(6, 0)}, {{110, 9, 0}, Direction(6, 20)}};
-    const Held held = PostHeld(scene, source, {tip, 0.1});
-    EXPECT_EQ(held.outcome.id, id);
-    const Lines& lines = held.outcome.lines;
-    EXPECT_EQ(static_cast<double>(lines.size()) > 100 / distance, id == 0);
-    for (std::size_t k = 1; k < lines.size(); ++k)
-      ASSERT_LE((lines[k].part - lines[k - 1].part).Length(), distance + 1e-9) << k;
+    scene.par.SetMaxAngleJump(190);
+    // On an arc and between opposite orientations, which have none.
+    for (const Point& end : {Direction(6, 20), Direction(174, 180)}) {
+      const Source source{{{10, 0, 0}, Direction(6, 0)}, {{110, 9, 0}, end}};
+      const Held held = PostHeld(scene, source, {tip, 0.1});
+      EXPECT_EQ(held.outcome.id, id);
+      const Lines& lines = held.outcome.lines;
+      EXPECT_EQ(static_cast<double>(lines.size()) > 100 / distance, id == 0);
+      for (std::size_t k = 1; id == 0 && k < lines.size(); ++k)
+        ASSERT_LE((lines[k].part - lines[k - 1].part).Length(), distance + 1e-9) << k;
+    }
   }
 }
 

@@ -1,12 +1,16 @@
 #include <kandrel/misc/range_exception.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/pose_bound.h>
 #include <kandrel/post/model/path_tolerance.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/laws.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
 
+#include <algorithm>
 #include <limits>
+#include <vector>
 
 namespace tests {
 
@@ -68,6 +72,21 @@ zvBlockLaw::Line Between(const zvBlockLaw::Line& a, const zvBlockLaw::Line& b, d
           a.secondAngle * (1 - s) + b.secondAngle * s};
 }
 
+// Puts the linear axes where the tip stands there.
+void PutTip(const Machine& machine, zvBlockLaw::Line& line, const Point& tip) {
+  const auto shiftBy = [&](const Point& p) {
+    return machine.At({line.p_mach + p, line.firstAngle, line.secondAngle}).tip -
+           machine.At(line).tip;
+  };
+  for (int k = 0; k < 8; ++k) {
+    const Point off = machine.At(line).tip - tip;
+    const Point ex = shiftBy({1, 0, 0}), ey = shiftBy({0, 1, 0}), ez = shiftBy({0, 0, 1});
+    const double det = Dot(Cross(ex, ey), ez);
+    line.p_mach -=
+        Point{Dot(Cross(ey, ez), off), Dot(Cross(ez, ex), off), Dot(Cross(ex, ey), off)} / det;
+  }
+}
+
 // From the shorter arc between two unit vectors, worked out apart from the library.
 double DegOffArc(const Point& t, const Point& from, const Point& to) {
   const double ends = std::min(DegBetween(t, from), DegBetween(t, to));
@@ -108,6 +127,7 @@ TEST(BlockLaw, PutsTipAndToolWhereRigidBodiesDo) {
 TEST(BlockLaw, BoundsWhatIsReachedAndHardlyMore) {
   Seeded random;
   double tightest = 0;
+  int estimated = 0, sufficient = 0;
   for (int i = 0; i < 6000; ++i) {
     SCOPED_TRACE(i);
     const Machine machine = Machine::Draw(random);
@@ -122,18 +142,7 @@ TEST(BlockLaw, BoundsWhatIsReachedAndHardlyMore) {
     if (random.Chance(0.5)) {
       // The linear axes are put where the tip goes on by a little only.
       const Point back = way.to.tip - way.from.tip - random.Vector(turn);
-      for (int k = 0; k < 8; ++k) {
-        const Point off = machine.At(b).tip - (way.to.tip - back);
-        const Point ex = machine.At({b.p_mach + Point{1, 0, 0}, b.firstAngle, b.secondAngle}).tip -
-                         machine.At(b).tip;
-        const Point ey = machine.At({b.p_mach + Point{0, 1, 0}, b.firstAngle, b.secondAngle}).tip -
-                         machine.At(b).tip;
-        const Point ez = machine.At({b.p_mach + Point{0, 0, 1}, b.firstAngle, b.secondAngle}).tip -
-                         machine.At(b).tip;
-        const double det = Dot(Cross(ex, ey), ez);
-        b.p_mach -=
-            Point{Dot(Cross(ey, ez), off), Dot(Cross(ez, ex), off), Dot(Cross(ex, ey), off)} / det;
-      }
+      PutTip(machine, b, way.to.tip - back);
       way.to = machine.At(b);
     }
     if (random.Chance(0.1)) way.to.tip = way.from.tip;
@@ -162,9 +171,77 @@ TEST(BlockLaw, BoundsWhatIsReachedAndHardlyMore) {
     if (reached.axis < 89) {
       ASSERT_GE(guess.axis, reached.axis - 1e-8);
     }
+    const zvBlockLaw::Station from = machine.law.StationAt(a), to = machine.law.StationAt(b);
+    const post::zvBlockEstimate estimate = machine.law.Estimate(from, to);
+    ASSERT_GE(estimate.most[0], reached.tip - slack);
+    ASSERT_LE(estimate.least[0], 1.0001 * reached.tip + slack);  // sampled near the middle
+    if (reached.axis < 89) {
+      ASSERT_GE(estimate.most[1], std::sin(reached.axis * misc::kRadiansPerDegree) - 1e-10);
+      ASSERT_LE(estimate.least[1],
+                1.0001 * std::sin(reached.axis * misc::kRadiansPerDegree) + 1e-10);
+    }
+    // Of small turns it is nearly always a bound by itself.
+    if (turn < 3 && reached.tip > 1e-4) {
+      ++estimated;
+      sufficient += estimate.most[0] <= zvBlockLaw::kNear * estimate.least[0];
+    }
     tightest = std::max(tightest, guess.tip > 1e-6 ? reached.tip / guess.tip : 0);
   }
+  EXPECT_GT(estimated, 500);
+  EXPECT_GT(sufficient, 0.9 * estimated);
   EXPECT_GT(tightest, 0.9) << "a guess of a plain turn is nearly what is reached";
+}
+
+// Poses say nearly as much, with tool axes that are known so well.
+TEST(PoseBound, BoundsWhatTheTipReachesAndHardlyMore) {
+  Seeded random;
+  std::vector<double> ratios;
+  for (int i = 0; i < 6000; ++i) {
+    SCOPED_TRACE(i);
+    const Machine machine = Machine::Draw(random);
+    if (machine.rotary == 0) continue;
+    const double turn = std::pow(10.0, random.Real(-4, 0.63));
+    const auto step = [&] { return random.Chance(0.2) ? 0 : turn * random.Real(-1, 1); };
+    const zvBlockLaw::Line a{random.Vector(500), random.Real(-400, 400), random.Real(-400, 400)};
+    zvBlockLaw::Line b{a.p_mach, a.firstAngle + step(), a.secondAngle + step()};
+    if (machine.rotary == 1) b.secondAngle = a.secondAngle;
+    zvBlockLaw::Pose from = machine.At(a), to;
+    if (random.Chance(0.7))
+      PutTip(machine, b, from.tip + random.Vector(std::pow(10.0, random.Real(-3, 1))));
+    to = machine.At(b);
+    const double is = Sampled(machine, a, b, {from, to}).tip;
+    const double off = random.Chance(0.5) ? 1e-9 : std::pow(10.0, random.Real(-6, -3));
+    for (zvBlockLaw::Pose* pose : {&from, &to}) {
+      const Point away = Cross(pose->axis, random.UnitVector());
+      if (off > 1e-9 && away.Length() > 0.1)
+        pose->axis = (pose->axis + away / away.Length() * off * 0.99).Normalized();
+    }
+    const double rad = std::acos(-1.0) / 180;
+    const post::zvPoseBound bound(machine.law);
+    const double first = (b.firstAngle - a.firstAngle) * rad;
+    const double second = (b.secondAngle - a.secondAngle) * rad;
+    const double turns = std::fabs(first) + std::fabs(second);
+    const auto reach = [&](double enough) {
+      return bound.TipOff(from, to, first, second, off, enough);
+    };
+    const double slack = 1e-12 * (machine.size + a.p_mach.Length() + b.p_mach.Length());
+    const post::zvPoseBound::Range range = reach(0);
+    ASSERT_GE(range.most, is - slack);
+    ASSERT_LE(range.least, is * 1.0001 + slack);
+    ASSERT_GE(reach(1e9).most, range.most);
+    ASSERT_GE(bound.Roughly(from.tip, to.tip, turns), is - slack);
+    if (off <= 1e-9 && is > 1e-5) ratios.push_back(range.most / is);
+    // Far turns and what is no number have no bound.
+    ASSERT_EQ(bound.Roughly(from.tip, to.tip, 0.2), kInfinite);
+    ASSERT_EQ(bound.TipOff(from, to, 0.2, 0, off, 1e9).most, kInfinite);
+    ASSERT_EQ(bound.TipOff(from, to, kNaN, 0, off, 1e9).most, kInfinite);
+    to.tip.x = kNaN;
+    ASSERT_FALSE(bound.TipOff(from, to, 0.1, 0.01, off, 1e9).most <= 1e9);
+  }
+  ASSERT_GT(ratios.size(), 1000U);
+  std::sort(ratios.begin(), ratios.end());
+  // Far more where the pivots of two axes lie across them, as in many of these machines.
+  EXPECT_LT(ratios[ratios.size() / 4], 1.15);
 }
 
 // Of a table that turns about Z: a tip 10 off the axis runs on a circle while its way is the chord.

@@ -61,6 +61,27 @@ TEST(StepMarch, BlocksAreAsLongAsTheyMayBe) {
   }
 }
 
+// Halves would be three blocks where one of them uses a little too much.
+TEST(StepMarch, TwoBlocksDoWhereHalvesDont) {
+  struct Case {
+    double slope;    // of what a length uses
+    double reserve;  // what is allowed comes out as less
+    std::size_t blocks;
+  };
+  for (const auto& [slope, reserve, blocks] :
+       {Case{0.1, 1, 2}, Case{0.1, 0.98, 2}, Case{-0.1, 1, 2}, Case{-0.1, 0.98, 2},
+        Case{0.01, 1, 2}, Case{-1.5, 1, 3}}) {
+    const auto at = [slope = slope](double t) { return t * (1.985 + slope * (t - 1)); };
+    NumberWalk walk{[&, reserve = reserve](double a, double b) {
+      const double used = at(b) - at(a);
+      return used <= 1 ? reserve * used : used;
+    }};
+    EXPECT_EQ(post::March(walk, 1).leaps, 0);
+    EXPECT_EQ(walk.places.size() - 1, blocks) << slope << " " << reserve;
+    EXPECT_LE(walk.tries, 6);
+  }
+}
+
 TEST(StepMarch, LeapsAreMadeTinyAndCounted) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   struct Case {

@@ -41,13 +41,19 @@ export class Cursor {
     return way > 0 ? (this.x - from) / way : 1;
   }
 
-  // A column's value here, linear between rows; NaN where it has none.
-  valueOf(values) {
+  // A column's value here, linear between rows; NaN where it has none. An angle that the control
+  // wraps goes the shorter way: `wrapped` is '360' or '180' then.
+  valueOf(values, wrapped = 'none') {
     const {row} = this;
     if (row < 0) return NaN;
     const part = this.part;
     if (row === 0 || part === 1) return values[row];
-    return values[row - 1] + part * (values[row] - values[row - 1]);
+    let way = values[row] - values[row - 1];
+    if (wrapped === 'none' || Math.abs(way) <= 180) return values[row - 1] + part * way;
+    way -= 360 * Math.round(way / 360);
+    const low = wrapped === '360' ? 0 : -180;
+    const value = values[row - 1] + part * way - low;
+    return value - 360 * Math.floor(value / 360) + low;
   }
 
   tell() {

@@ -2,8 +2,9 @@
 
 import {kFlag} from './run.js';
 
-// Angles may pass their limits by rounding; the posting has a slack of its own, which is larger.
-const kLimitSlack = 1e-4;
+// By so much angles may pass their limits, as a posting without other parameters lets them, and
+// rounding.
+const kLimitSlack = 1.0001e-4;
 
 function rowsWith(flags, bit) {
   let count = 0;
@@ -27,7 +28,8 @@ function excessOf(axis, value) {
   return Math.min(beyond(turned), beyond(turned - 360));
 }
 
-// Extents of the finite values of an axis and what of it leaves the limits.
+// Extents of the finite values of an axis and what of it leaves the limits. Limits that the posting
+// has checked, by a slack that it was given, are its own to judge, and the verification's.
 export function studyAxis(axis, slack = kLimitSlack) {
   const {values} = axis;
   const facts = {min: NaN, max: NaN, broken: 0, outside: 0, firstRow: -1, worstRow: -1, excess: 0};
@@ -39,6 +41,7 @@ export function studyAxis(axis, slack = kLimitSlack) {
     }
     if (!(v >= facts.min)) facts.min = v;
     if (!(v <= facts.max)) facts.max = v;
+    if (axis.isChecked) continue;
     const excess = excessOf(axis, v);
     if (!(excess > slack)) continue;
     if (facts.outside++ === 0) facts.firstRow = i;

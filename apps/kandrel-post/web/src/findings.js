@@ -32,11 +32,10 @@ export function gatherFindings(run, facts) {
       const value = axis.values[row];
       const isMax = axis.max !== null && value > axis.max;
       found.push({
-        row, axis: axis.letter, value, unit: axis.isRotary ? 'deg' : unit, isFault: axis.isChecked,
+        row, axis: axis.letter, value, unit: axis.isRotary ? 'deg' : unit, isFault: false,
         allowed: isMax ? axis.max : axis.min, beyond: study.excess,
         what: `leaves its ${isMax ? 'upper' : 'lower'} limit on ` +
-          `${plural(study.outside, 'line', 'lines')}, here furthest` +
-          (axis.isChecked ? '' : '; limits were not checked'),
+          `${plural(study.outside, 'line', 'lines')}, here furthest; limits were not checked`,
       });
     }
     if (study.broken > 0) {

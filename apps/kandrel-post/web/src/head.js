@@ -53,9 +53,8 @@ export function fillHead(run, facts, goTo) {
   run.axes.forEach((axis, i) => {
     const {outside, excess} = facts.axes[i];
     if (outside === 0) return;
-    verdict.append(badge(axis.isChecked ? 'bad' : 'warn', `${axis.letter} leaves its limits by ` +
-      `${formatDigits(excess, 4)} ${axis.isRotary ? 'deg' : unit}` +
-      (axis.isChecked ? '' : ', which was not checked')));
+    verdict.append(badge('warn', `${axis.letter} leaves its limits by ` +
+      `${formatDigits(excess, 4)} ${axis.isRotary ? 'deg' : unit}, which was not checked`));
   });
   const notHeld = info.notHeld?.count ?? 0;
   if (notHeld > 0) {

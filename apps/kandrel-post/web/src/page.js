@@ -37,6 +37,7 @@ function chartSpecs(run, facts, found) {
     unit: axis.isRotary ? 'deg' : unit,
     kind: axis.isRotary ? 'rotary' : 'linear',
     values: axis.values,
+    wrapped: axis.wrapped,
     extent: facts.axes[i],
     min: axis.min,
     max: axis.max,

@@ -67,7 +67,7 @@ export class Readout {
   update() {
     const {run, cursor} = this;
     for (const {now, at, percent, axis} of this.rows) {
-      const value = cursor.valueOf(axis.values);
+      const value = cursor.valueOf(axis.values, axis.wrapped);
       now.data = formatFixed(value, run.unit === 'in' && !axis.isRotary ? 4 : 3);
       at.style.left = Number.isFinite(value) ? `${percent(value)}%` : '0';
     }

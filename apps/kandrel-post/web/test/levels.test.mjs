@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import {test} from 'node:test';
 
+import {Cursor} from '../src/cursor.js';
 import {studyAxis} from '../src/facts.js';
 import {formatClock, formatCount, formatDigits, formatFixed, formatNumber} from '../src/format.js';
 import {Extremes, pickPoints} from '../src/levels.js';
@@ -54,11 +55,24 @@ test('what leaves the limits is found, with whole turns of a wrapped angle', () 
     [axis([-130], {max: null}), 1, 10],
     [axis([350, 250], {wrapped: '360'}), 0, 0],
     [axis([40, 200], {wrapped: '360'}), 2, 40],
+    [axis([30.2], {isChecked: true}), 0, 0],
   ];
   cases.forEach(([given, outside, excess], k) => {
     const found = studyAxis(given);
     assert.deepEqual([found.outside, found.excess], [outside, excess], `case ${k}`);
   });
+});
+
+test('between lines angles go as the control turns them', () => {
+  const cursor = new Cursor({n: 2, x: [0, 4], x0: 0, x1: 4});
+  cursor.setX(3);
+  const cases = [
+    [[350, 10], 'none', 95], [[350, 10], '360', 5], [[10, 350], '360', 355],
+    [[170, -170], '180', -175], [[-170, 170], '180', 175], [[0, 90], '360', 67.5],
+  ];
+  for (const [values, wrapped, wanted] of cases) {
+    assert.ok(Math.abs(cursor.valueOf(values, wrapped) - wanted) < 1e-9, `${values} ${wrapped}`);
+  }
 });
 
 test('numbers look the same everywhere', () => {

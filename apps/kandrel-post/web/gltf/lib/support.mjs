@@ -1,6 +1,6 @@
 // Runs kandrel-post and plays what it writes. Nothing here knows how a machine moves: places come
 // from posted.csv alone.
-import { execFileSync } from 'node:child_process';
+import { execFileSync, spawnSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
@@ -32,10 +32,12 @@ export function sample(name) {
   return samples.get(name);
 }
 
-/** Posts and returns the lines of posted.csv, as numbers, and the bytes of run.glb. */
+/** Posts and returns the lines of posted.csv, as numbers, the bytes of run.glb and what was told. */
 export function post(machine, toolPath, ...options) {
   const folder = join(scratch, `${++files}`);
-  kandrelPost('post', '-m', machine, '-t', toolPath, '-o', folder, ...options);
+  const command = ['post', '-m', machine, '-t', toolPath, '-o', folder, ...options];
+  const { status, stderr } = spawnSync(program, command, { encoding: 'utf8' });
+  if (status !== 0) throw new Error(`${command.join(' ')}: ${stderr}`);
   const [head, ...rows] = readFileSync(join(folder, 'posted.csv'), 'utf8').trim().split('\n');
   const columns = head.split(',');
   const lines = rows.map((row) =>
@@ -43,7 +45,7 @@ export function post(machine, toolPath, ...options) {
       row.split(',').map((cell, i) => [columns[i], cell === '' ? null : Number(cell)])));
   const bytes = readFileSync(join(folder, 'run.glb'));
   rmSync(folder, { recursive: true });
-  return { lines, bytes };
+  return { lines, bytes, notes: stderr };
 }
 
 /** The JSON of a .glb, without a library. */

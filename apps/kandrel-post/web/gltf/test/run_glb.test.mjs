@@ -1,13 +1,13 @@
 // run.glb of every kind of machine: the Khronos validator has nothing to say, and three.js puts the
 // tool where posted.csv has it, seen from the part.
 import assert from 'node:assert/strict';
-import { readdirSync } from 'node:fs';
+import { cpSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { basename, join } from 'node:path';
 import test from 'node:test';
 import * as three from 'three';
 import validator from 'gltf-validator';
 import {
-  fileOf, jsonOf, kandrelPost, keysOf, numbersOf, play, post, repository, sample,
+  fileOf, jsonOf, kandrelPost, keysOf, numbersOf, play, post, repository, sample, scratch,
 } from '../lib/support.mjs';
 
 // Floats of a machine of some metres; millimetres or inches alike, as the latter are fewer.
@@ -124,7 +124,7 @@ function checkMiddles(run, machine, lines, times, keys, wrapped, names) {
 
 async function check(machineName, toolPath, options = [], wrapped = [false, false], most = MOST_SAMPLES) {
   const machine = show(machineName);
-  const { lines, bytes } = post(machineName, toolPath, ...options);
+  const { lines, bytes, notes } = post(machineName, toolPath, ...options);
   await validate(bytes);
   const { times, keys } = checkKeys(bytes, lines);
   const run = await play(bytes);
@@ -145,7 +145,7 @@ async function check(machineName, toolPath, options = [], wrapped = [false, fals
   for (const i of few(lines.length, most))
     for (const [c, column] of ['part_x', 'part_y', 'part_z'].entries())
       assert.equal(points[3 * i + c], Math.fround(lines[i][column]));
-  return { run, widest };
+  return { run, widest, notes };
 }
 
 const lengths = { metric: ['--origin', '11,-7,60', '--tool-length', '120'],
@@ -161,12 +161,47 @@ for (const name of presets) {
 for (const name of files) {
   test(`machine file ${basename(name)}`, async () => {
     const machine = join(repository, 'machines', name);
-    const { run } = await check(machine, paths(machine)[0], lengths.metric);
+    const { run, notes } = await check(machine, paths(machine)[0], lengths.metric);
+    assert.equal(notes, '');
     const bodies = [];
     run.scene.traverse((node) => { if (node.isMesh) bodies.push(node.name); });
     assert.ok(run.find('chuck').isMesh && bodies.length > 5, bodies.join());
   });
 }
+
+// Whatever is done to a machine's file, the tool is where the posting has it.
+cpSync(join(repository, 'machines'), join(scratch, 'machines'), { recursive: true });
+const turn = (matrix, axis) => [`<axis id="${axis}"`,
+  `<transform id="turned" initialvalue="${matrix}"><axis id="${axis}"`];
+const quarter = '0,-1,0,0, 1,0,0,0, 0,0,1,40, 0,0,0,1';
+const changed = [
+  ['a turn about its axis', 'mill3', [turn(quarter, 'Z'), [/<\/axis>(\s*)<\/base>/, '</axis></transform></base>']],
+    true, ['Z_frame', 'turned', 'chuck']],
+  ['a turn across its axis', 'mill3', [turn(quarter, 'Y'), [/<\/axis>(\s*)<axis id="Z"/, '</axis></transform><axis id="Z"']],
+    false, []],
+  ['a part that lies on its side', 'trunnion_ca', [['1,0,0,0, 0,1,0,0, 0,0,1,60', '0,0,1,3, 0,1,0,4, -1,0,0,60']],
+    true, ['chuck']],
+  ['a tool that looks down', 'head_table_bc', [['1,0,0,0, 0,1,0,0, 0,0,1,-120', '1,0,0,0, 0,-1,0,0, 0,0,-1,7']],
+    true, ['chuck']],
+  ['the other word', 'trunnion_ca', [['name="workpiece"', 'name="werkstueck"'],
+    ['tool,chuck" group2="workpiece,', 'tool,chuck" group2="werkstueck,']], true, ['werkstueck', 'chuck']],
+  ['an old file of other directions', 'mill3', [['version="1.4"', 'version="1.2"'],
+    ['id="Z" type="translation" x="0" y="0" z="1"', 'id="Z" type="translation" x="0" y="0" z="-1"']],
+    false, []],
+];
+for (const [what, name, changes, isOfFile, nodes] of changed)
+  test(`machine file with ${what}`, async () => {
+    const machine = join(scratch, 'machines', `${what.replaceAll(' ', '_')}.xml`);
+    let text = readFileSync(join(scratch, 'machines', `${name}.xml`), 'latin1');
+    for (const [from, to] of changes) {
+      assert.ok(text.search(from) >= 0, `${from}`);
+      text = text.replace(from, to);
+    }
+    writeFileSync(machine, text, 'latin1');
+    const { run, notes } = await check(machine, paths(machine)[0], lengths.metric);
+    assert.equal(notes.startsWith('note: run.glb has plain bodies'), !isOfFile, notes);
+    for (const node of nodes) assert.ok(run.find(node), node);
+  });
 
 test('the root turns up and scales', async () => {
   for (const [machine, metre] of [['preset:mill3_metric', 0.001], ['preset:mill3_inch', 0.0254]]) {
