@@ -6,6 +6,7 @@
 #include <tests/kintree/machine_files.h>
 #include <tests/support/numbers.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/text_numbers.h>
 #include <tests/support/throws_id.h>
 #include <unistd.h>
 
@@ -28,7 +29,7 @@ std::string Shortened(const std::string& value) {
   std::string text;
   for (std::sregex_iterator at(value.begin(), value.end(), kNumber), end; at != end; ++at) {
     char number[32];
-    std::snprintf(number, sizeof number, "%.7g", std::strtod(at->str().c_str(), nullptr));
+    std::snprintf(number, sizeof number, "%.7g", tests::NumberFrom(at->str().c_str()));
     (text += text.empty() ? "" : ",") += number;
   }
   return text;

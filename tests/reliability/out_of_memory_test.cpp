@@ -177,6 +177,7 @@ TEST_F(Files, Machines) {
   const std::string bytes = FileText(KANDREL_SOURCE_DIR "/fuzz/corpus/machine_file/whole");
   const std::wstring name = folder.WidePath("m.xml");
   const kintree::zvV2XMLReader reader(name);
+  const Reports reports;
   ExpectAllOrNothing([&]() -> Result {
     const auto machine = reader.ReadBytes(bytes, nullptr);
     return [=] {

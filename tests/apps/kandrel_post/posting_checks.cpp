@@ -8,6 +8,7 @@
 #include <kandrel/persistence/settings_file.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/four_axis_scenes.h>
+#include <tests/support/text_numbers.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -22,8 +23,8 @@ Source SourceMoves(const std::filesystem::path& fileName) {
     if (!line.starts_with("GOTO/")) continue;
     std::vector<double> numbers;
     const char* at = line.c_str() + 4;
-    for (char* end = nullptr; *at == '/' || *at == ','; at = end)
-      numbers.push_back(std::strtod(at + 1, &end));
+    for (const char* end = nullptr; *at == '/' || *at == ','; at = end)
+      numbers.push_back(tests::NumberFrom(at + 1, &end));
     if (numbers.size() == 6) axis = {numbers[3], numbers[4], numbers[5]};
     numbers.resize(3);
     moves.push_back({{numbers[0], numbers[1], numbers[2]}, axis, -1});
@@ -48,7 +49,7 @@ Lines PostedLines(const std::string& fileName) {
     const auto isEmpty = [&](std::size_t i) { return ends(columns[i][0]); };
     const auto isOne = [&](std::size_t i) { return columns[i][0] == '1' && ends(columns[i][1]); };
     const auto number = [&](std::size_t i) {
-      return isEmpty(i) ? 0 : std::strtod(columns[i], nullptr);
+      return isEmpty(i) ? 0 : tests::NumberFrom(columns[i]);
     };
     const auto three = [&](std::size_t i) {
       return Point{number(i), number(i + 1), number(i + 2)};
@@ -113,8 +114,8 @@ void ExpectNcRules(const std::string& text, std::size_t moves) {
     ASSERT_EQ(word, fmt::format("N{}", 10 + 5 * blocks++));
     bool turns = false, feed = false, moved = false;
     while (words >> word) {
-      char* end = nullptr;
-      const double value = std::strtod(word.c_str() + 1, &end);
+      const char* end = nullptr;
+      const double value = tests::NumberFrom(word.c_str() + 1, &end);
       ASSERT_TRUE(*end == 0 && std::isfinite(value)) << line;
       if (word == "G93" || word == "G94") {
         inverse = word == "G93";
