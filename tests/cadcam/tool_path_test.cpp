@@ -1,7 +1,6 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/misc_exception.h>
-#include <kandrel/misc/platform.h>
 #include <tests/support/seeded.h>
 #include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
@@ -182,7 +181,7 @@ TEST(ToolPathTree, WalksAndInsertsAsThePlainImageAtEveryLevel) {
     }
     CheckInsertions(level, image, random);
   };
-  const int trees = misc::platform::IsAddressSanitized() ? 150 : 500;
+  const int trees = tests::Rounds(500);
   for (int i = 0; i < trees && !HasFatalFailure(); ++i) {
     SCOPED_TRACE(i);
     check(zvToolPath(zvUnitsFactory::metric), RandomImage<PathTags>(random, tag));
@@ -400,7 +399,7 @@ TEST(SectionVisitors, AreGivenTheSectionOfEveryMove) {
 
 // A walk that searches its way through the empty sections anew at each step takes minutes here.
 TEST(ToolPathLarge, WalksTakeLinearTime) {
-  const Tag moves = misc::platform::IsAddressSanitized() ? 50000 : 200000;
+  const auto moves = static_cast<Tag>(tests::Rounds(200000));
   Tags all(moves);
   std::iota(all.begin(), all.end(), 0u);
   SliceTags leadingEmpty(moves), scattered(2 * moves), trailingEmpty{all};

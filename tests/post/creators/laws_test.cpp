@@ -8,7 +8,7 @@ namespace tests {
 
 namespace {
 
-constexpr int kPostings = 2400;
+const int kPostings = Rounds(2400);
 
 enum PathSort { kSweep, kThroughPole, kScrew, kJumps, kConstant, kRepeats, kPathSorts };
 
