@@ -14,7 +14,10 @@ constexpr std::size_t kLongestPath = 260;
 
 // The conversion goes in before the file is opened: later it would only serve what comes after.
 void Imbue(std::wios& stream, std::unique_ptr<zvCodecvt> conversion) {
-  stream.imbue(std::locale(std::locale::classic(), conversion.release()));
+  // A locale that finds no memory for itself has not taken the conversion.
+  const std::locale locale(std::locale::classic(), conversion.get());
+  static_cast<void>(conversion.release());
+  stream.imbue(locale);
 }
 
 }  // namespace

@@ -181,7 +181,8 @@ TEST(ToolPathTree, WalksAndInsertsAsThePlainImageAtEveryLevel) {
     }
     CheckInsertions(level, image, random);
   };
-  for (int i = 0; i < 500 && !HasFatalFailure(); ++i) {
+  const int trees = tests::Rounds(500);
+  for (int i = 0; i < trees && !HasFatalFailure(); ++i) {
     SCOPED_TRACE(i);
     check(zvToolPath(zvUnitsFactory::metric), RandomImage<PathTags>(random, tag));
     check(zvTPPass(), RandomImage<PassTags>(random, tag));
@@ -398,12 +399,12 @@ TEST(SectionVisitors, AreGivenTheSectionOfEveryMove) {
 
 // A walk that searches its way through the empty sections anew at each step takes minutes here.
 TEST(ToolPathLarge, WalksTakeLinearTime) {
-  constexpr Tag kMoves = 200000;
-  Tags all(kMoves);
+  const auto moves = static_cast<Tag>(tests::Rounds(200000));
+  Tags all(moves);
   std::iota(all.begin(), all.end(), 0u);
-  SliceTags leadingEmpty(kMoves), scattered(2 * kMoves), trailingEmpty{all};
+  SliceTags leadingEmpty(moves), scattered(2 * moves), trailingEmpty{all};
   leadingEmpty.push_back(all);
-  trailingEmpty.resize(kMoves);
+  trailingEmpty.resize(moves);
   for (const Tag i : all) scattered[2 * i] = {i};
   for (const SliceTags& slice : {leadingEmpty, scattered, trailingEmpty}) {
     zvToolPath path = MakePath({{slice}});

@@ -6,9 +6,11 @@
 #include <tests/kintree/machine_files.h>
 #include <tests/support/numbers.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/text_numbers.h>
 #include <tests/support/throws_id.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <map>
@@ -22,15 +24,17 @@ namespace fs = std::filesystem;
 // Attributes by element and name, "axis X@minvalue"; numbers with seven digits.
 using Attributes = std::map<std::string, std::string>;
 
+std::string Shortened(double number) {
+  char text[32];
+  return {text, std::to_chars(text, std::end(text), number, std::chars_format::general, 7).ptr};
+}
+
 std::string Shortened(const std::string& value) {
   static const std::regex kNumber(R"(-?\d+\.?\d*(e-?\d+)?)");
   if (value.find_first_not_of("-.,e 0123456789") != std::string::npos) return value;
   std::string text;
-  for (std::sregex_iterator at(value.begin(), value.end(), kNumber), end; at != end; ++at) {
-    char number[32];
-    std::snprintf(number, sizeof number, "%.7g", std::strtod(at->str().c_str(), nullptr));
-    (text += text.empty() ? "" : ",") += number;
-  }
+  for (std::sregex_iterator at(value.begin(), value.end(), kNumber), end; at != end; ++at)
+    (text += text.empty() ? "" : ",") += Shortened(NumberFrom(at->str()));
   return text;
 }
 
@@ -118,7 +122,7 @@ class MachineOverwrite : public testing::Test {
 void Expect(Attributes& changes, const std::string& axis, const std::vector<const char*>& names,
             const Numbers& numbers) {
   for (std::size_t i = 0; i < names.size(); ++i)
-    changes["axis " + axis + '@' + names[i]] = Shortened(std::to_string(numbers[i]));
+    changes["axis " + axis + '@' + names[i]] = Shortened(numbers[i]);
 }
 
 // The toolpath that a machine without one gets below its workpiece's transform.

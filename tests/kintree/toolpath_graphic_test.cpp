@@ -24,6 +24,7 @@ Graphic Read(const std::string& text) {
 // The colour and the points of each polyline, e.g. "111: 123 456, ".
 std::string InWords(const Graphic& graphic) {
   std::ostringstream words;
+  words.imbue(std::locale::classic());
   for (std::size_t i = 0; i < graphic.GetNumberOfPolyLines(); ++i) {
     const auto& c = graphic.GetColour(i);
     words << c.x << c.y << c.z << ':';

@@ -6,7 +6,9 @@
 
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <locale>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -22,6 +24,7 @@ namespace tests {
 class CommaLocale {
  public:
   CommaLocale() {
+    if (const char* place = std::getenv("LOCPATH")) m_placeBefore = place;
     // The C library never frees what it makes of LOCPATH.
     if (__lsan_disable != nullptr) __lsan_disable();
     Set();
@@ -30,9 +33,9 @@ class CommaLocale {
   CommaLocale(const CommaLocale&) = delete;
   CommaLocale& operator=(const CommaLocale&) = delete;
   ~CommaLocale() {
-    std::locale::global(std::locale::classic());
-    std::setlocale(LC_ALL, "C");
-    ::unsetenv("LOCPATH");
+    std::locale::global(m_before);
+    std::setlocale(LC_ALL, m_nameBefore.c_str());
+    m_placeBefore ? ::setenv("LOCPATH", m_placeBefore->c_str(), 1) : ::unsetenv("LOCPATH");
   }
 
   /// False where localedef or what it works from is missing.
@@ -54,6 +57,11 @@ class CommaLocale {
     std::snprintf(text, sizeof text, "%.1f", 0.5);
     m_isSet = std::string(text) == "0,5";
   }
+
+  // What was set for the whole program.
+  std::locale m_before;
+  std::string m_nameBefore = std::setlocale(LC_ALL, nullptr);
+  std::optional<std::string> m_placeBefore;
 
   ScratchFolder m_folder;
   bool m_isSet = false;

@@ -11,24 +11,17 @@
 
 using namespace tests::watch;
 
-namespace {
-
-bool IsRefused() {
-  if (g_left.load(std::memory_order_relaxed) == kNever) return false;
-  const std::int64_t left = g_left.fetch_sub(1);
-  const bool isRefused = g_lasts ? left <= 0 : left == 0;
-  if (isRefused) g_hasStruck = true;
-  return isRefused;
-}
-
-}  // namespace
-
 // Those of arrays call these.
 void* operator new(std::size_t size) {
   g_count.fetch_add(1, std::memory_order_relaxed);
-  if (!IsRefused())
-    if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
-  throw std::bad_alloc();
+  void* memory = nullptr;
+  if (!IsRefused()) {
+    g_isInNew = true;
+    memory = std::malloc(size != 0 ? size : 1);
+    g_isInNew = false;
+  }
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
 }
 void operator delete(void* memory) noexcept {
   std::free(memory);

@@ -18,6 +18,20 @@ inline std::atomic<std::int64_t> g_left{kNever};  // requests that are still ser
 inline std::atomic<bool> g_lasts{false}, g_hasStruck{false};
 inline std::atomic<std::size_t> g_mapped{0}, g_peak{0};
 inline std::function<bool()>* g_releaseHook = nullptr;
+inline thread_local bool g_isInNew = false;
+
+/// Counts a request down, and says whether it is to fail.
+inline bool IsRefused() {
+  if (g_left.load(std::memory_order_relaxed) == kNever) return false;
+  const std::int64_t left = g_left.fetch_sub(1);
+  const bool isRefused = g_lasts ? left <= 0 : left == 0;
+  if (isRefused) g_hasStruck = true;
+  return isRefused;
+}
+/// The same, where operator new has not been asked already.
+inline bool IsMallocRefused() {
+  return !g_isInNew && IsRefused();
+}
 }  // namespace watch
 
 /// Calls of operator new since the program started, on all threads.
@@ -36,8 +50,9 @@ inline void ResetPeak() {
   watch::g_peak = watch::g_mapped.load();
 }
 
-/// While it lives, requests for memory fail: operator new, pages of the system, and the system's
-/// room for something to do at a thread's end. One at a time.
+/// While it lives, requests for memory fail: operator new, pages of the system, the system's room
+/// for something to do at a thread's end, and malloc where the program links malloc_watch.cpp. One
+/// at a time.
 class MemoryFailure {
  public:
   /// The request after `requests` others fails, and with `lasts` all that follow.
@@ -52,6 +67,11 @@ class MemoryFailure {
 
   /// A request has failed.
   bool HasStruck() const { return watch::g_hasStruck; }
+  /// The same; from now on none fails.
+  bool Ends() {
+    watch::g_left = watch::kNever;
+    return HasStruck();
+  }
 };
 
 /// While it lives, `hook` is asked whenever the library gives pages back; the system takes them

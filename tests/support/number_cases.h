@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <tests/support/text_numbers.h>
 
 #include <fstream>
 #include <sstream>
@@ -32,7 +33,7 @@ inline std::vector<NumberCase> NumberCases(const std::string& fileName) {
       if (word == "|")
         c.groups.emplace_back();
       else
-        c.groups.back().push_back(std::stod(word));  // nan and inf too
+        c.groups.back().push_back(tests::NumberFrom(word));  // nan and inf too
   }
   EXPECT_FALSE(cases.empty()) << fileName;
   return cases;

@@ -33,8 +33,11 @@ class ScratchFolder {
 };
 
 inline std::string FileText(const std::string& fileName) {
-  std::ifstream file(fileName, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ifstream file(fileName, std::ios::binary | std::ios::ate);
+  if (!file) return {};
+  std::string text(static_cast<std::size_t>(file.tellg()), '\0');
+  file.seekg(0).read(text.data(), static_cast<std::streamsize>(text.size()));
+  return text;
 }
 
 inline void WriteFile(const std::string& fileName, std::string_view bytes) {

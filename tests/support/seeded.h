@@ -3,6 +3,7 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/misc/platform.h>
 #include <tests/support/testing.h>
 
 #include <random>
@@ -45,5 +46,10 @@ class Seeded {
 
   std::mt19937_64 m_engine;
 };
+
+/// How many of so many random cases are tried: a third where a sanitizer makes all of them long.
+inline int Rounds(int count) {
+  return misc::platform::IsAddressSanitized() ? count / 3 : count;
+}
 
 }  // namespace tests

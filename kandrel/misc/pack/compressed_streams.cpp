@@ -36,6 +36,12 @@ zvBytes Allocate(std::size_t size) {
   return bytes;
 }
 
+// What zlib has come to, for a failure of this text.
+void Expect(int result, const wchar_t* text) {
+  if (result == Z_MEM_ERROR) throw std::bad_alloc();
+  if (result != Z_OK) Fail(text);
+}
+
 zvFile OpenToWrite(const std::wstring& path) {
   std::string bytes;
   errno = 0;
@@ -116,8 +122,8 @@ void zvCompressedOutputFileStream::WriteZlib(std::FILE* file, const unsigned cha
   const zvBytes packed = Allocate(packedSize);
   const Bytef nothing = 0;
   if (plain == nullptr) plain = &nothing;
-  if (compress2(packed.get(), &packedSize, plain, m_size, kLevel) != Z_OK || packedSize > kLargest)
-    Fail(L"Failed to compress data");
+  Expect(compress2(packed.get(), &packedSize, plain, m_size, kLevel), L"Failed to compress data");
+  if (packedSize > kLargest) Fail(L"Failed to compress data");
   const std::array<std::uint32_t, 2> lengths = {static_cast<std::uint32_t>(packedSize),
                                                 static_cast<std::uint32_t>(m_size)};
   if (std::fwrite(kZlibTag.data(), sizeof kZlibTag, 1, file) != 1 ||
@@ -166,8 +172,8 @@ void zvCompressedInputFileStream::Decompress() {
   auto size =
       static_cast<uLongf>(std::min<std::uint64_t>(lengths[1], kLargestGain * packedSize + 64));
   m_buffer = Allocate(size);
-  if (packed == nullptr || uncompress(m_buffer.get(), &size, packed.get(), packedSize) != Z_OK)
-    Fail(L"Failed to decompress data");
+  if (packed == nullptr) Fail(L"Failed to decompress data");
+  Expect(uncompress(m_buffer.get(), &size, packed.get(), packedSize), L"Failed to decompress data");
   m_size = size;
   GetWindow() = {m_buffer.get(), m_buffer.get() + size};
 }

@@ -8,8 +8,10 @@
 #include <kandrel/persistence/settings_file.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/four_axis_scenes.h>
+#include <tests/support/text_numbers.h>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace tests {
 
@@ -21,8 +23,8 @@ Source SourceMoves(const std::filesystem::path& fileName) {
     if (!line.starts_with("GOTO/")) continue;
     std::vector<double> numbers;
     const char* at = line.c_str() + 4;
-    for (char* end = nullptr; *at == '/' || *at == ','; at = end)
-      numbers.push_back(std::strtod(at + 1, &end));
+    for (const char* end = nullptr; *at == '/' || *at == ','; at = end)
+      numbers.push_back(tests::NumberFrom(at + 1, &end));
     if (numbers.size() == 6) axis = {numbers[3], numbers[4], numbers[5]};
     numbers.resize(3);
     moves.push_back({{numbers[0], numbers[1], numbers[2]}, axis, -1});
@@ -36,25 +38,33 @@ Lines PostedLines(const std::string& fileName) {
   std::string line;
   std::getline(file, line);
   while (std::getline(file, line)) {
-    std::vector<std::string> columns(1);
-    for (const char c : line) c == ',' ? columns.push_back("") : columns.back().push_back(c);
-    EXPECT_EQ(columns.size(), 20u) << line;
-    if (columns.size() != 20) break;
-    const auto number = [&](std::size_t i) { return std::strtod(columns[i].c_str(), nullptr); };
+    // Where each column begins.
+    std::array<const char*, 20> columns = {line.c_str()};
+    std::size_t count = 1;
+    for (const char* at = line.c_str(); (at = std::strchr(at, ',')) != nullptr; ++count)
+      if (++at; count < columns.size()) columns[count] = at;
+    EXPECT_EQ(count, columns.size()) << line;
+    if (count != columns.size()) break;
+    const auto ends = [](char c) { return c == ',' || c == 0; };
+    const auto isEmpty = [&](std::size_t i) { return ends(columns[i][0]); };
+    const auto isOne = [&](std::size_t i) { return columns[i][0] == '1' && ends(columns[i][1]); };
+    const auto number = [&](std::size_t i) {
+      return isEmpty(i) ? 0 : tests::NumberFrom(columns[i]);
+    };
     const auto three = [&](std::size_t i) {
       return Point{number(i), number(i + 1), number(i + 2)};
     };
     Line& posted = lines.emplace_back();
     posted.type = static_cast<int>(number(1));
-    posted.rapid = columns[2] == "1";
+    posted.rapid = isOne(2);
     posted.machine = three(5);
-    for (std::size_t i = 8; i < 11 && !columns[i].empty(); ++i) posted.degs.push_back(number(i));
+    for (std::size_t i = 8; i < 11 && !isEmpty(i); ++i) posted.degs.push_back(number(i));
     posted.part = three(11);
     posted.orientation = three(14);
-    EXPECT_EQ(columns[18].empty(), columns[19].empty()) << line;
-    posted.isSmall = columns[18].empty();
+    EXPECT_EQ(isEmpty(18), isEmpty(19)) << line;
+    posted.isSmall = isEmpty(18);
     posted.source = static_cast<int>(number(18));
-    posted.inserted = columns[19] == "1";
+    posted.inserted = isOne(19);
   }
   return lines;
 }
@@ -104,8 +114,8 @@ void ExpectNcRules(const std::string& text, std::size_t moves) {
     ASSERT_EQ(word, fmt::format("N{}", 10 + 5 * blocks++));
     bool turns = false, feed = false, moved = false;
     while (words >> word) {
-      char* end = nullptr;
-      const double value = std::strtod(word.c_str() + 1, &end);
+      const char* end = nullptr;
+      const double value = tests::NumberFrom(word.c_str() + 1, &end);
       ASSERT_TRUE(*end == 0 && std::isfinite(value)) << line;
       if (word == "G93" || word == "G94") {
         inverse = word == "G93";

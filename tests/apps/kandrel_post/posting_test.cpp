@@ -4,6 +4,7 @@
 #include <kandrel-post/machine/presets.h>
 #include <kandrel-post/samples/samples.h>
 #include <tests/support/data_folder.h>
+#include <tests/support/text_numbers.h>
 
 #include <charconv>
 #include <cstdio>
@@ -265,7 +266,7 @@ TEST(Summary, TellsPolesRewindingsTurnsAndNotes) {
     ASSERT_EQ(run.exitCode, 0) << run.failure;
     for (std::size_t i = 4; i < c.size(); ++i)
       EXPECT_NE(run.summary.find(c[i]), std::string::npos) << c[i] << run.summary;
-    const double limit = std::stod(c.at(3));
+    const double limit = tests::NumberFrom(c.at(3));
     if (limit == 0) continue;
     EXPECT_EQ(run.summary.find("  outside"), std::string::npos) << run.summary;
     const auto posted = tests::PostedLines(scratch.Path("out/posted.csv"));

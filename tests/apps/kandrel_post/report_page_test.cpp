@@ -1,6 +1,7 @@
 // report.html: what it holds is what posted.csv and the summary say; which lines a long run keeps.
 #include <kandrel-post/pictures/held_lines.h>
 #include <kandrel-post/pictures/page_template.h>
+#include <tests/support/text_numbers.h>
 
 #include <charconv>
 #include <cmath>
@@ -87,7 +88,7 @@ Columns CsvColumns(const std::string& fileName) {
     std::istringstream words(line + ",");
     for (const std::string& column : names) {
       std::getline(words, name, ',');
-      columns[column].push_back(name.empty() ? std::nan("") : std::strtod(name.c_str(), nullptr));
+      columns[column].push_back(name.empty() ? std::nan("") : tests::NumberFrom(name.c_str()));
     }
   }
   return columns;

@@ -2,6 +2,7 @@
 // what is right is found to be.
 #include <kandrel-post/commands/verdict_text.h>
 #include <kandrel-post/machine/argument.h>
+#include <tests/support/text_numbers.h>
 
 #include <set>
 
@@ -55,7 +56,7 @@ void Change(Table& table, const std::string& change) {
   } else {
     const auto column = std::find(table[0].begin(), table[0].end(), what) - table[0].begin();
     std::string& field = (*at)[static_cast<std::size_t>(column)];
-    field = fmt::format("{}", std::stod(field) + by);
+    field = fmt::format("{}", tests::NumberFrom(field) + by);
   }
 }
 

@@ -1,6 +1,7 @@
 // posted.csv and posted.nc, from moves made by hand.
 #include <kandrel-post/out/csv_writer.h>
 #include <kandrel-post/out/nc_writer.h>
+#include <tests/support/text_numbers.h>
 
 #include "support.h"
 
@@ -41,8 +42,8 @@ TEST(CsvWriter, WritesEveryColumnAndLeavesWhatAMoveLacksEmpty) {
 std::vector<std::vector<double>> Lists(const std::string& text) {
   std::vector<std::vector<double>> lists(1);
   for (const char* at = text.c_str(); *at != 0; at += *at != 0) {
-    char* end = nullptr;
-    lists.back().push_back(std::strtod(at, &end));
+    const char* end = nullptr;
+    lists.back().push_back(tests::NumberFrom(at, &end));
     at = end;
     if (*at == ';') lists.emplace_back();
   }

@@ -7,6 +7,7 @@
 #include <tests/support/numbers.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/testing.h>
+#include <tests/support/text_numbers.h>
 #include <tests/support/throws_id.h>
 
 namespace cadcam {
@@ -325,7 +326,7 @@ std::string SaidByAdmesh(const std::string& file) {
 }
 
 double NumberBehind(const std::string& text, const std::string& words) {
-  return std::strtod(text.c_str() + text.find(words) + words.size(), nullptr);
+  return tests::NumberFrom(text.c_str() + text.find(words) + words.size());
 }
 
 TEST(STLReader, ForeignFilesAreReadAsOthersReadThem) {

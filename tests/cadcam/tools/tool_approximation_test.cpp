@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/tools/tool_mesh.h>
 #include <tests/cadcam/tools/tool_cases.h>
 #include <tests/support/numbers.h>
+#include <tests/support/text_numbers.h>
 #include <tests/support/throws_id.h>
 
 namespace cadcam {
@@ -57,7 +58,8 @@ TEST(ToolApproximation, OutlinesFollowFromTheParameters) {
       for (const std::string& row : tests::SplitAt(columns[column], ';')) {
         if (row.find(',') == std::string::npos) continue;  // nothing but a blank
         rows.emplace_back();
-        for (const std::string& n : tests::SplitAt(row, ',')) rows.back().push_back(std::stod(n));
+        for (const std::string& n : tests::SplitAt(row, ','))
+          rows.back().push_back(tests::NumberFrom(n));
         EXPECT_EQ(rows.back().size(), each);
       }
       return rows;

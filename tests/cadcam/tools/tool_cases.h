@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/tools/tool_types.h>
 #include <kandrel/cadcam/tools/typed_revolved_tool.h>
 #include <tests/support/testing.h>
+#include <tests/support/text_numbers.h>
 
 #include <fstream>
 
@@ -28,7 +29,7 @@ inline Points PointsOf(const std::string& text) {
   Points points;
   for (const std::string& pair : SplitAt(text, ';')) {
     const auto xy = SplitAt(pair, ',');
-    points.push_back({std::stod(xy.at(0)), std::stod(xy.at(1))});
+    points.push_back({tests::NumberFrom(xy.at(0)), tests::NumberFrom(xy.at(1))});
   }
   return points;
 }
@@ -57,11 +58,12 @@ inline void Apply(cadcam::zvToolValues& values, const Settings& settings) {
       values.arbor = PartOf<cadcam::zvTool::Arbor>(text);
     } else if (name == "shoulder") {
       const auto numbers = SplitAt(text, ',');
-      values.shoulder.emplace(std::stod(numbers.at(0)), std::stod(numbers.at(1)), kMetric);
+      values.shoulder.emplace(tests::NumberFrom(numbers.at(0)), tests::NumberFrom(numbers.at(1)),
+                              kMetric);
     } else if (const auto parameter = cadcam::FindToolParameter(name)) {
-      EXPECT_TRUE(SetParameter(values.numbers, *parameter, std::stod(text))) << name;
+      EXPECT_TRUE(SetParameter(values.numbers, *parameter, tests::NumberFrom(text))) << name;
     } else {
-      NumberOf(values.numbers, name) = std::stod(text);
+      NumberOf(values.numbers, name) = tests::NumberFrom(text);
     }
   }
 }

@@ -2,6 +2,7 @@
 #include <kandrel/cadcam/tools/profile_validation.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
+#include <tests/support/text_numbers.h>
 #include <tests/support/throws_id.h>
 
 #include "tool_cases.h"
@@ -32,7 +33,7 @@ TEST(ToolChecks, EachStopsJustBeyondItsToleranceWithItsIdAndCauses) {
     }
     const auto tool = c.type->make(values);
     for (const auto& [name, text] : c.expected) {
-      const double expected = std::stod(text), found = NumberOf(*tool, name);
+      const double expected = tests::NumberFrom(text), found = NumberOf(*tool, name);
       if (std::isinf(expected))
         EXPECT_EQ(found, expected) << name;
       else
@@ -75,7 +76,7 @@ TEST(ToolDefaults, AreTheseAndSixOfThemWouldBeRefused) {
     EXPECT_FALSE(tool->HasShoulderDefinition());
     EXPECT_EQ(tool->Clone()->GetDiameter(), expected.numbers.diameter);
     for (const auto& [name, text] : c.expected)
-      EXPECT_NEAR(NumberOf(*tool, name), std::stod(text), 1e-13) << name;
+      EXPECT_NEAR(NumberOf(*tool, name), tests::NumberFrom(text), 1e-13) << name;
     if (c.isGood) {
       tool->Validate();
       continue;

@@ -56,8 +56,9 @@ Source AnyPath(const FourAxisScene& scene, Seeded& random) {
 TEST(FourAxisTolerance, IsHeldWhateverTheMachine) {
   Seeded random;
   int held = 0, reported = 0;
-  std::size_t more = 0;
-  for (int i = 0; i < 1500; ++i) {
+  const int rounds = Rounds(1500);
+  int more = 0;
+  for (int i = 0; i < rounds; ++i) {
     SCOPED_TRACE(i);
     FourAxisScene scene = RandomFourAxisScene(random);
     scene.par.SetMaxAngleStep(random.Chance(0.2) ? 0 : random.Real(0.5, 40));
@@ -91,12 +92,12 @@ TEST(FourAxisTolerance, IsHeldWhateverTheMachine) {
           << k;
     }
     ++(report.IsHeld() ? held : reported);
-    more += outcome.lines.size() - source.size();
+    more += static_cast<int>(outcome.lines.size() - source.size());
     if (HasFailure()) return;
   }
-  EXPECT_GT(held, 900);
-  EXPECT_GT(reported, 100);
-  EXPECT_GT(more, 100000u);
+  EXPECT_GT(held, 0.6 * rounds);
+  EXPECT_GT(reported, rounds / 15);
+  EXPECT_GT(more, 66 * rounds);
 }
 
 FourAxisScene Table(double openingDeg = 90) {

@@ -164,7 +164,7 @@ TYPED_TEST_SUITE(Laws, Machines);
 TYPED_TEST(Laws, HoldForEveryLine) {
   constexpr int kRotary = TypeParam::kRotary;
   Steps steps;
-  const int count = std::is_same_v<TypeParam, SixAxes> ? kPostings / 10 : kPostings;
+  const int count = Rounds(std::is_same_v<TypeParam, SixAxes> ? kPostings / 10 : kPostings);
   this->ForEachPosting(count, [&](const auto& scene, const Source& source, const Outcome& outcome) {
     const Lines& lines = outcome.lines;
     const Rules rules = Rules::Of(scene);

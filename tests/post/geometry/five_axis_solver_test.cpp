@@ -47,8 +47,9 @@ void ExpectOnModel(const FiveAxisScene& scene, const zvRotarySolutions& solution
 
 TEST(FiveAxisSolver, PutsTipAndToolOnTheRigidModelInBothSolutions) {
   Seeded random;
+  const int rounds = Rounds(2000);
   int solved = 0, refused = 0;
-  for (int i = 0; i < 2000; ++i) {
+  for (int i = 0; i < rounds; ++i) {
     SCOPED_TRACE(i);
     const FiveAxisScene scene = RandomScene(random);
     // The smallest and the largest angle between tool and first axis over a whole turn of the
@@ -84,8 +85,8 @@ TEST(FiveAxisSolver, PutsTipAndToolOnTheRigidModelInBothSolutions) {
       if (HasFatalFailure()) return;
     }
   }
-  EXPECT_GT(solved, 10000);
-  EXPECT_GT(refused, 1000);
+  EXPECT_GT(solved, 5 * rounds);
+  EXPECT_GT(refused, rounds / 2);
 }
 
 TEST(FiveAxisSolver, NamesPolesAndLeavesTheirAngleAtZero) {
@@ -236,8 +237,9 @@ void LeaveASlot(FiveAxisScene& scene, const Point& p_part, double second, Seeded
 // Angle and position belong together, and lie inside wherever an angle can.
 TEST(FiveAxisPoleLimits, FindAnAngleInsideWhereThereIsOne) {
   Seeded random;
+  const int rounds = Rounds(3000);
   int found = 0, none = 0, slots = 0;
-  for (int i = 0; i < 3000; ++i) {
+  for (int i = 0; i < rounds; ++i) {
     SCOPED_TRACE(i);
     FiveAxisScene scene;
     scene.par.SetPoleHandling(zvKDRParam::keepWithinLimits);
@@ -287,9 +289,9 @@ TEST(FiveAxisPoleLimits, FindAnAngleInsideWhereThereIsOne) {
       ASSERT_LT(inside, 21);
     }
   }
-  EXPECT_GT(found, 100);
-  EXPECT_GT(none, 100);
-  EXPECT_GT(slots, 1000);
+  EXPECT_GT(found, rounds / 30);
+  EXPECT_GT(none, rounds / 30);
+  EXPECT_GT(slots, rounds / 3);
 }
 
 TEST(FiveAxisPoleLimits, CountOnlyWhereTheFirstAxisCanCarryThePole) {
