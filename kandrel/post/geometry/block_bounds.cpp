@@ -484,8 +484,12 @@ bool zvBlockLaw::Holds(const Station& from, const Station& to, const Way& way,
                        const zvBlockDeviation& allowed) const noexcept {
   const double tipOff = std::max(PlainLength(from.pose.tip - way.from.tip),  //
                                  PlainLength(to.pose.tip - way.to.tip));
-  const double axisOff = std::max(PlainLength(from.pose.axis - way.from.axis),
-                                  PlainLength(to.pose.axis - way.to.axis));
+  // What both ends are off their arc by on one side their chord is too, and the arc between them,
+  // further out, by more.
+  const double axisOff = 2 *
+                         std::max(PlainLength(from.pose.axis - way.from.axis),
+                                  PlainLength(to.pose.axis - way.to.axis)) /
+                         PlainLength(from.pose.axis + to.pose.axis);
   const zvBlockMotion motion(*this, from, to);
   const double size = motion.Size() + SizeOf(way.from.tip) + SizeOf(way.to.tip);
   if (!(motion.TurnSize() < kInfinite) || !(size + AxisSize(way) < kInfinite)) return false;

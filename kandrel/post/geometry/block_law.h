@@ -104,7 +104,8 @@ class KANDREL_API zvBlockLaw {
   Pose PoseAt(const Line& line) const noexcept { return StationAt(line).pose; }
 
   /// Bounds without an angle's sine, some 40 ns: never too small, often far too large. For lines
-  /// whose poses are those of the way, but for rounding; what they are off it by comes on top.
+  /// whose poses are those of the way, but for rounding. What tips are off it by comes on top; what
+  /// tool axes are, divided by the cosine of half the angle between the two.
   zvBlockDeviation Guess(const Station& from, const Station& to) const noexcept;
   zvBlockDeviation Guess(const Line& from, const Line& to) const noexcept {
     return Guess(StationAt(from), StationAt(to));

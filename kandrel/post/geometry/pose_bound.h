@@ -96,7 +96,7 @@ class KANDREL_API zvPoseBound {
       return Range{(size + slack) / 8 + rounding, std::max(0.0, (size - slack) / 8 - rounding)};
     };
     const Range range = rangeOf(second2.SquaredLength());
-    if (range.most <= enough) return range;
+    if (range.most <= enough) return {range.most, 0};
     const double squared = shift.SquaredLength();
     const double along = Dot(second2, shift);
     // The largest |p''| is within 24 times the bound: P, and half of the largest |p'''|.

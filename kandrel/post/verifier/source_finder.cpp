@@ -305,16 +305,17 @@ void zvSourceFinder::CheckOrder(const zvLineView& line, const Judged& judged,
 
 // On the spot a tool that stands, or that leaves its arc, has its axes turn evenly from one end to
 // the other: none of them turns back. On its arc the tool doesn't; beside a pole, where it hardly
-// turns, its axes tell.
+// turns, its axes tell. Where it comes onto a pole they may go on the other way.
 void zvSourceFinder::CheckTurn(const Judged& judged, const Segment& segment) {
   const double slack = m_rules.lineAxis;
   // In the cone of a pole the tool's own axis is ahead of the lines' or behind it.
   const Point& toolAxis = judged.station.pose.axis;
   const double offArc = segment.arc.Angle(toolAxis);
-  const bool isOnArc = offArc <= slack * misc::kRadiansPerDegree &&
-                       !(PlainLength(toolAxis - m_previous->station.pose.axis) <= kSameDirection);
-  if (isOnArc != m_isOnArc) m_turn = {};
+  const bool stands = PlainLength(toolAxis - m_previous->station.pose.axis) <= kSameDirection;
+  const bool isOnArc = offArc <= slack * misc::kRadiansPerDegree && !stands;
+  if (isOnArc != m_isOnArc || stands != m_stands) m_turn = {};
   m_isOnArc = isOnArc;
+  m_stands = stands;
   double back = 0;
   if (isOnArc) {
     const double turned = DegOfChord(PlainLength(toolAxis - segment.way.from.axis));

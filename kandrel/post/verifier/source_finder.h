@@ -142,6 +142,7 @@ class zvSourceFinder {
   double m_turned = 0;             // the same on its arc where the tip stands, degrees
   std::array<double, 2> m_turn{};  // the last turn of each rotary axis there
   bool m_isOnArc = false;          // the tool turned along its arc then
+  bool m_stands = false;           // or not at all
   bool m_maybeThere = false;       // the line before may stand for the next source move
   const Judged* m_previous = nullptr;
   std::optional<Flight> m_flight;

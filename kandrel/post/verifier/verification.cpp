@@ -19,6 +19,9 @@ using Finding = zvPostingFinding;
 
 /// The cosine from which on a tool stands along an axis: 1e-6 rad.
 constexpr double kAlongAxis = 1 - 5e-13;
+/// Between two ends that are off their arc on one side its middle is off by more, as their chord is
+/// nearer to the origin: 1 / cos 0.2 for the largest turns that have an estimate.
+constexpr double kMostAside = 1.03;
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 bool IsFinite(const zvLineView& line) {
@@ -293,7 +296,9 @@ bool zvVerification::StaysWithinKnown(const Judged& judged) const {
                                           misc::Lanes{judged.sourceTipOff, judged.sourceOff});
   constexpr misc::Lanes kLargest{std::numeric_limits<double>::infinity(), 0.2};
   constexpr misc::Lanes kCube{0, 0.18};
-  const misc::Lanes most = m_law->Estimate(previous.station, judged.station).most + off + sourceOff;
+  constexpr misc::Lanes kAside{1, kMostAside};
+  const misc::Lanes most =
+      m_law->Estimate(previous.station, judged.station).most + kAside * (off + sourceOff);
   return misc::AreAll(misc::And(most < kLargest, most + kCube * most * most * most <= m_known));
 }
 
@@ -330,7 +335,10 @@ zvBlockDeviation zvVerification::Estimated(const Block& block,
   zvBlockDeviation bound{estimate.most[0], AngleOfSine(estimate.most[1]) * misc::kDegreesPerRadian};
   if (!(bound.tip < kInfinite && bound.axis < kInfinite))
     bound = m_law->Guess(block.from, block.to);
-  return {bound.tip + block.ownOff, bound.axis + DegOfChord(block.ownChord)};
+  // What both ends are off by on one side their chord is too, and the arc by more.
+  const double middle = PlainLength(block.from.pose.axis + block.to.pose.axis) / 2;
+  const double aside = AngleOfSine(block.ownChord / middle) * misc::kDegreesPerRadian;
+  return {bound.tip + block.ownOff, bound.axis + aside};
 }
 
 // A smaller bound than the one at hand where that is above what is known, infinite for one that
@@ -368,7 +376,8 @@ void zvVerification::CheckBlockClosely(const Judged& judged) {
   const zvBlockEstimate estimate = m_law->Estimate(block.from, block.to);
   zvBlockDeviation bound = Estimated(block, estimate);
   // What is as near to what is reached here or before as a bound has to be is one.
-  const double axisLeast = (estimate.least[1] - block.ownChord) * misc::kDegreesPerRadian;
+  const double axisLeast =
+      (estimate.least[1] - kMostAside * block.ownChord) * misc::kDegreesPerRadian;
   m_reached.tip = std::max(m_reached.tip, estimate.least[0] - block.ownOff);
   m_reached.axis = std::max(m_reached.axis, axisLeast);
   const double mostTip = tolerance.IsOn() ? tolerance.GetTip() : kInfinite;

@@ -1,3 +1,4 @@
+#include <kandrel/misc/angles.h>
 #include <kandrel/misc/range_exception.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/block_law.h>
@@ -9,7 +10,9 @@
 #include <tests/support/three_axis_scenes.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace tests {
@@ -257,6 +260,30 @@ TEST(BlockLaw, KnowsTheSagOfACircle) {
     EXPECT_GE(bound.tip, sag);
     EXPECT_LE(bound.tip, 1.02 * sag + 1e-9);
     EXPECT_LE(bound.axis, 1e-6) << "the tool swings in the plane of its arc";
+  }
+}
+
+// The tool turns by h to either side of Z; the way's ends lie off it sideways by d, and so its
+// middle by more: atan(tan d / cos h).
+TEST(BlockLaw, KnowsThatAnArcBesideTheTurnIsFurthestInItsMiddle) {
+  post::zv5axMachDef machine;
+  machine.SetFiveAxisKind(post::zv5axMachDef::kBothInHead);
+  machine.SetFirstRotationDirection({1, 0, 0});
+  machine.SetSecondRotationDirection({0, 1, 0});
+  const zvBlockLaw law(machine, {0, 0, 0}, 0);
+  for (const auto& [h, d] : {std::pair{5.7, 1.0}, {5.7, 5.0}, {14.0, 1.0}, {14.0, 5.0}}) {
+    const zvBlockLaw::Line a{{0, 0, 0}, -h, 0};
+    const zvBlockLaw::Line b{{0, 0, 0}, h, 0};
+    const double off = d * misc::kRadiansPerDegree;
+    const auto aside = [&](const zvBlockLaw::Pose& pose) {
+      return zvBlockLaw::Pose{pose.tip,
+                              pose.axis * std::cos(off) + zvBlockLaw::Point{std::sin(off), 0, 0}};
+    };
+    const zvBlockLaw::Way way{aside(law.PoseAt(a)), aside(law.PoseAt(b))};
+    const double reached =
+        std::atan(std::tan(off) / std::cos(h * misc::kRadiansPerDegree)) * misc::kDegreesPerRadian;
+    EXPECT_FALSE(law.Holds(a, b, way, {1, reached * (1 - 1e-6)})) << h << ' ' << d;
+    EXPECT_TRUE(law.Holds(a, b, way, {1, reached * 1.02})) << h << ' ' << d;
   }
 }
 
