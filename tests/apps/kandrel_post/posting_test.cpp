@@ -245,7 +245,10 @@ TEST(Limits, RefusedRunTellsEveryBreachAndTheShiftThatClearsThem) {
     // From there no linear limit refuses the run any longer.
     const auto numbers = [](const std::string& text) {
       Point p;
-      EXPECT_EQ(std::sscanf(text.c_str(), "%lf,%lf,%lf", &p.x, &p.y, &p.z), 3) << text;
+      char comma = 0;
+      std::istringstream words(text);
+      words.imbue(std::locale::classic());
+      EXPECT_TRUE(words >> p.x >> comma >> p.y >> comma >> p.z) << text;
       return p;
     };
     const Point moved = numbers(c.at(3)) + numbers(rest.substr(rest.find_last_of(' ') + 1));

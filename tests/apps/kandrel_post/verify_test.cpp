@@ -43,6 +43,7 @@ std::string Text(const Table& table) {
 // "drop LINE", "swap LINE" with the next, or "COLUMN LINE BY", where BY is added.
 void Change(Table& table, const std::string& change) {
   std::istringstream words(change);
+  words.imbue(std::locale::classic());
   std::string what;
   std::size_t line = 0;
   double by = 0;

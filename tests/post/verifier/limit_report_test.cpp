@@ -26,6 +26,7 @@ struct BreachCase {
 
 std::string Line(const zvLimitBreach& b) {
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   text << b.limit.limitAxis << "<>"[b.limit.limitSide] << ' ' << b.value << ' ' << b.bound << ' '
        << b.excess << ';';
   return text.str();
