@@ -584,7 +584,9 @@ TEST(PostingVerifier, SeesLinesOfATurnOnTheSpotSwapped) {
       // Two in the middle of what stands, with one before them that turns as they do.
       std::size_t k = 0;
       for (std::size_t i = 0; i + 3 < lines.size(); ++i) {
-        const auto stands = [&](std::size_t j) { return Distance(lines[j].p_part, tip) < 1e-9; };
+        const auto stands = [&lines = lines, &tip](std::size_t j) {
+          return Distance(lines[j].p_part, tip) < 1e-9;
+        };
         if (stands(i) && stands(i + 3) && k == 0) k = i + 1;
       }
       ASSERT_GT(k, 0u);
