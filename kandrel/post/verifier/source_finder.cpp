@@ -308,6 +308,11 @@ void zvSourceFinder::CheckOrder(const zvLineView& line, const Judged& judged,
 // turns, its axes tell. Where it comes onto a pole they may go on the other way.
 void zvSourceFinder::CheckTurn(const Judged& judged, const Segment& segment) {
   const double slack = m_rules.lineAxis;
+  const zvBlockLaw::Line& from = m_previous->station.line;
+  const zvBlockLaw::Line& to = judged.station.line;
+  const std::array<double, 2> turn{to.firstAngle - from.firstAngle,
+                                   to.secondAngle - from.secondAngle};
+  if (std::fabs(turn[0]) <= slack && std::fabs(turn[1]) <= slack) return;  // tells nothing
   // In the cone of a pole the tool's own axis is ahead of the lines' or behind it.
   const Point& toolAxis = judged.station.pose.axis;
   const double offArc = segment.arc.Angle(toolAxis);
@@ -324,10 +329,6 @@ void zvSourceFinder::CheckTurn(const Judged& judged, const Segment& segment) {
     if (!(back <= slack)) return Report(Finding::kTurnsBack, back, 0, back);
   }
   const bool mayTurnBack = isOnArc && back <= kSameDirection * misc::kDegreesPerRadian;
-  const zvBlockLaw::Line& from = m_previous->station.line;
-  const zvBlockLaw::Line& to = judged.station.line;
-  const std::array<double, 2> turn{to.firstAngle - from.firstAngle,
-                                   to.secondAngle - from.secondAngle};
   for (std::size_t i = 0; i < turn.size(); ++i) {
     if (!(std::fabs(turn[i]) > slack)) continue;
     if (turn[i] * m_turn[i] < 0 && !mayTurnBack) {

@@ -349,15 +349,18 @@ zvBlockDeviation zvVerification::Searched(const Block& block, zvBlockDeviation b
   if (!(known.tip < kInfinite || known.axis < kInfinite)) return bound;
   const zvBlockDeviation nearer = m_law->BoundAbove(
       block.from, block.to, block.way, {std::max(0.0, known.tip - block.tipOff), known.axis});
-  bound = {std::min(bound.tip, nearer.tip + block.tipOff), std::min(bound.axis, nearer.axis)};
-  if (block.sourceWay != nullptr && known.axis < kInfinite)
+  bound.tip = std::min(bound.tip, nearer.tip + block.tipOff);
+  if (!(known.axis < kInfinite)) return bound;
+  bound.axis = std::min(bound.axis, nearer.axis);
+  if (block.sourceWay != nullptr)
     bound.axis =
         std::max(bound.axis, m_law->BoundAbove(block.from, block.to, *block.sourceWay, known).axis);
   return bound;
 }
 
-// Hands the block's own deviation to the sink.
-void zvVerification::TellBlock(const Judged& judged) {
+// Hands the block's own deviation to the sink: no more than the tolerance where it is proved to
+// hold.
+void zvVerification::TellBlock(const Judged& judged, bool holdsTip, bool holdsAxis) {
   const Block block = BlockTo(judged);
   zvBlockDeviation known = m_rules.sinkFloor;
   zvBlockDeviation bound{kInfinite, kInfinite};
@@ -366,7 +369,11 @@ void zvVerification::TellBlock(const Judged& judged) {
     if (bound.tip <= known.tip) known.tip = kInfinite;
     if (bound.axis <= known.axis) known.axis = kInfinite;
   }
-  m_sink->Take({m_line, m_sourceOfLine, Searched(block, bound, known)});
+  bound = Searched(block, bound, known);
+  const zvPathTolerance& tolerance = m_rules.tolerance;
+  if (tolerance.IsOn() && holdsTip) bound.tip = std::min(bound.tip, tolerance.GetTip());
+  if (tolerance.IsOn() && holdsAxis) bound.axis = std::min(bound.axis, tolerance.GetAxis());
+  m_sink->Take({m_line, m_sourceOfLine, bound});
 }
 
 void zvVerification::CheckBlockClosely(const Judged& judged) {

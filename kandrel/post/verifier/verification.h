@@ -73,12 +73,19 @@ class zvVerification {
   void CheckLimits(const zvLineView& line);
   void CheckRotaryLimit(std::size_t axis, double deg);
   void CheckBlock(const Judged& judged) {
+    const std::uint64_t tips = CountOf(Finding::kTipOffWay);
+    const std::uint64_t axes = CountOf(Finding::kAxisOffWay);
     if (!StaysWithinKnown(judged)) CheckBlockClosely(judged);
-    if (m_sink != nullptr) TellBlock(judged);
+    if (m_sink != nullptr)
+      TellBlock(judged, CountOf(Finding::kTipOffWay) == tips,
+                CountOf(Finding::kAxisOffWay) == axes);
   }
   bool StaysWithinKnown(const Judged& judged) const;
   void CheckBlockClosely(const Judged& judged);
-  void TellBlock(const Judged& judged);
+  void TellBlock(const Judged& judged, bool holdsTip, bool holdsAxis);
+  std::uint64_t CountOf(Finding::Kind kind) const noexcept {
+    return m_verdict.counts[static_cast<std::size_t>(kind)];
+  }
   Block BlockTo(const Judged& judged) const;
   zvBlockDeviation Estimated(const Block& block, const zvBlockEstimate& estimate) const;
   zvBlockDeviation Searched(const Block& block, zvBlockDeviation bound,
