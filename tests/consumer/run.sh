@@ -66,11 +66,10 @@ readelf -d "$work/shared/by_pkg_config" | grep -q 'NEEDED.*libkandrel\.so\.[0-9]
 
 # What is proved here is the package, so the library is compiled once, the quick way: what another
 # project builds is also what is installed as the static package.
-tree=(-DKANDREL_TREE="$PWD" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKANDREL_PRECOMPILE=ON)
 say "consumer: add_subdirectory"
-by_cmake tree -DKANDREL_FORM=add_subdirectory "${tree[@]}" -DKANDREL_INSTALL=ON
+by_cmake tree --preset tree -DKANDREL_FORM=add_subdirectory
 say "consumer: FetchContent"
-by_cmake tree -DKANDREL_FORM=fetch_content "${tree[@]}"
+by_cmake tree --preset tree -DKANDREL_FORM=fetch_content
 
 say "consumer: static"
 cmake --install "$work/tree" --prefix "$work/static-prefix" >/dev/null
