@@ -29,5 +29,6 @@ void zvXMLInputSurround::Visit() {
   m_machDef = interpreter.MakeMachDef();
   m_axisNames = interpreter.GetAxisNames();
   m_version = machine->GetVersion();
+  m_machine = machine;
   m_visited = true;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/cadcam/point3d.h>
+#include <kandrel/kintree/kintree_mach_def.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/model/mach_def.h>
@@ -54,12 +55,19 @@ class KANDREL_API zvXMLInputSurround {
   const Names& GetTranAxisFound() const noexcept { return m_tranAxisFound; }
   float GetVersion() const noexcept { return m_version; }
 
+  /// The machine that the last reading has found the axes in, with its objects and their meshes;
+  /// null where it has failed, and before. Shared with whoever holds it.
+  const misc::zvAutoPointer<kintree::zvKintreeMachDef>& GetMachine() const noexcept {
+    return m_machine;
+  }
+
  private:
   void Visit();
 
   Point m_spindleDirection;
   std::wstring m_path;
   MachDefPointer m_machDef;
+  misc::zvAutoPointer<kintree::zvKintreeMachDef> m_machine;
   Names m_axisNames;
   bool m_visited = false;
   Names m_rotAxisFound;

@@ -37,6 +37,7 @@ post::zvMachDefBuilder zvMachDefReader::Read() {
   m_rotAxisFound.clear();
   m_tranAxisFound.clear();
   m_activateSpindleRotation = false;
+  m_machine = {};
   m_fileAtEnd = m_path;
   post::zvMachDefBuilder builder;
   const std::wstring settingsPath = SettingsPath(m_path);
@@ -58,6 +59,7 @@ post::zvMachDefBuilder zvMachDefReader::Read() {
   zvXMLInputSurround input(m_path, names, spindle);
   builder.SetMachDef(input.GetMachDef());
   if (kind == kFromMachineFile) builder.SetAxisNames(input.GetAxisName());
+  m_machine = input.GetMachine();
   m_rotAxisFound = input.GetRotAxisFound();
   m_tranAxisFound = input.GetTranAxisFound();
   if (!m_activateSpindleRotation)

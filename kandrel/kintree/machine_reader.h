@@ -1,6 +1,8 @@
 // zvMachDefReader: the posting machine of a machine description file and its settings file.
 #pragma once
 
+#include <kandrel/kintree/kintree_mach_def.h>
+#include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/model/mach_def_builder.h>
 
@@ -33,11 +35,17 @@ class KANDREL_API zvMachDefReader {
   /// See zvXMLInputSurround; empty where the machine file wasn't opened.
   const std::vector<std::wstring>& GetRotAxisFound() const noexcept { return m_rotAxisFound; }
   const std::vector<std::wstring>& GetTranAxisFound() const noexcept { return m_tranAxisFound; }
+  /// Of the last Read: the machine file's objects with their meshes, for whoever shows them; null
+  /// where the machine file wasn't opened, or the reading failed. Shared with whoever holds it.
+  const misc::zvAutoPointer<kintree::zvKintreeMachDef>& GetMachine() const noexcept {
+    return m_machine;
+  }
 
  private:
   std::wstring m_path;
   std::wstring m_fileAtEnd;
   std::vector<std::wstring> m_rotAxisFound;
   std::vector<std::wstring> m_tranAxisFound;
+  misc::zvAutoPointer<kintree::zvKintreeMachDef> m_machine;
   bool m_activateSpindleRotation = false;
 };

@@ -22,6 +22,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -38,6 +39,7 @@
 #include "kandrel-post/commands/verdict_text.h"
 #include "kandrel-post/host/errors.h"
 #include "kandrel-post/host/progress.h"
+#include "kandrel-post/host/side_task.h"
 #include "kandrel-post/machine/argument.h"
 #include "kandrel-post/machine/machine.h"
 #include "kandrel-post/machine/run_log.h"
@@ -64,6 +66,12 @@ constexpr std::size_t kMostFindingsInPage = 1000;
 // What of a tolerance the page doesn't tell from nothing: less than its colours do.
 constexpr double kPartNotShown = 1.0 / 64;
 
+// run.glb, which is written while the posting is verified and logged.
+struct RunModelFile {
+  std::unique_ptr<RunModel> model;
+  SideTask writing;  // goes first, and waits
+};
+
 struct Job {
   const PostOptions& options;
   const Machine& machine;
@@ -71,6 +79,7 @@ struct Job {
   const cadcam::zvToolPath& toolPath;
   post::zvPathTolerance tolerance;
   HeldLines* lines;  // for the page; null for none
+  RunModelFile& modelFile;
 };
 
 // What a walk over the posted moves has shown.
@@ -78,7 +87,6 @@ struct Walked {
   PostedStatistics statistics;
   std::uint64_t polesCrossed = 0;
   bool hasModel = false;  // run.glb
-  std::vector<std::string> modelNotes{};
 };
 
 struct PostOutcome {
@@ -144,10 +152,11 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
   CsvWriter csv(folder.Create("posted.csv"));
   NcWriter nc(folder.Create("posted.nc"), job.machine.name, NamesByAxis(job.machine), inch,
               wrapped);
-  std::optional<RunModel> model;
+  std::unique_ptr<RunModel>& model = job.modelFile.model;
   if (job.options.report)
-    model.emplace(job.machine, job.options.machine,
-                  ModelSetup{job.options.origin, job.options.toolLength}, wrapped, count);
+    model = std::make_unique<RunModel>(job.machine, job.options.machine,
+                                       ModelSetup{job.options.origin, job.options.toolLength},
+                                       wrapped, count);
   Walked walked{PostedStatistics(wrapped)};
   std::optional<PoleCounter> poles = MakePoleCounter(job);
   if (job.lines != nullptr) job.lines->Start(count, counts);
@@ -165,8 +174,8 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
   });
   nc.Finish();
   if (model) {
-    walked.hasModel = model->Finish(folder);
-    walked.modelNotes = model->GetNotes();
+    walked.hasModel = model->Prepare(folder);
+    job.modelFile.writing.Start([&model] { model->Finish(); });
   }
   if (poles) walked.polesCrossed = poles->GetCrossed();
   return walked;
@@ -301,12 +310,14 @@ void RunPost(const PostOptions& options) {
   OutputFolder folder(options.folder);
   HeldLines lines(WrappedAxes(options.control));
   const bool hasPage = options.report && !PageTemplate().empty();
+  RunModelFile modelFile;
   const Job job{options,
                 machine,
                 par,
                 program.toolPath,
                 PathToleranceOf(options.tolerance, program.toolPath.GetUnits()),
-                hasPage ? &lines : nullptr};
+                hasPage ? &lines : nullptr,
+                modelFile};
   const PostOutcome outcome = PostOrTellLimits(job, folder, progress);
 
   Report report = MakeReport(job, outcome);
@@ -322,8 +333,10 @@ void RunPost(const PostOptions& options) {
                                  par.GetLimitsCheck(), tool, summary}),
                     lines, static_cast<std::size_t>(AxisCount(machine)));
   }
+  modelFile.writing.Finish();
   progress.Stop();
-  for (const std::string& note : outcome.walked.modelNotes) Note(note);
+  if (modelFile.model)
+    for (const std::string& note : modelFile.model->GetNotes()) Note(note);
   // Printed before the files get their names: a job whose summary can't be written leaves none.
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(summary);

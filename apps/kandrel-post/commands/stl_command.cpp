@@ -8,6 +8,7 @@
 
 #include "kandrel-post/commands/commands.h"
 #include "kandrel-post/host/errors.h"
+#include "kandrel-post/host/progress.h"
 #include "kandrel-post/out/stl_output.h"
 #include "kandrel-post/out/text_sink.h"
 
@@ -46,21 +47,30 @@ std::string AsJson(const zvTMesh<float>& mesh, const char* form) {
 }  // namespace
 
 void ShowSTL(const std::string& file, bool json) {
+  Progress progress;
+  progress.Stage("reading");
   zvTMesh<float> mesh;
   const char* const form = Load(file, mesh) == zvSTLForm::text ? "text" : "binary";
+  progress.Stop();
   TextSink out(STDOUT_FILENO, "standard output");
   out.Put(json ? AsJson(mesh, form) : InWords(mesh, form));
   out.Flush();
 }
 
 void ConvertSTL(const std::string& in, const std::string& out, std::optional<bool> toText) {
+  Progress progress;
+  progress.Stage("reading");
   zvTMesh<float> mesh;
   const zvSTLForm from = Load(in, mesh);
   const zvSTLForm to = !toText ? from : *toText ? zvSTLForm::text : zvSTLForm::binary;
-  if (from == zvSTLForm::binary || to == zvSTLForm::binary) return WriteMesh(out, mesh, to);
+  if (from == zvSTLForm::binary || to == zvSTLForm::binary) {
+    progress.Stage("writing");
+    return WriteMesh(out, mesh, to);
+  }
   // A text may have more digits than a float keeps.
   zvTMesh<double> fine;
   Load(in, fine);
+  progress.Stage("writing");
   WriteMesh(out, fine, to);
 }
 

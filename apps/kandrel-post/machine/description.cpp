@@ -59,7 +59,9 @@ Machine ReadMachineDescription(const std::string& fileName) {
           misc::zvException(0, L"The ending .xml has to be in small letters, as has .kds."));
     });
   try {
-    return {.name = path.stem().string(), .builder = reader.Read()};
+    Machine machine{.name = path.stem().string(), .builder = reader.Read()};
+    machine.objects = reader.GetMachine();
+    return machine;
   } catch (...) {
     ThrowInFile(misc::ToUtf8(reader.GetFileAtEnd()));
   }

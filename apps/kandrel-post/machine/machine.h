@@ -1,6 +1,8 @@
 // A machine as this program handles it.
 #pragma once
 
+#include <kandrel/kintree/kintree_mach_def.h>
+#include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/basic_types_reader.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/mach_def_builder.h>
@@ -16,6 +18,8 @@ struct Machine {
   post::zvMachDefBuilder builder{};
   std::vector<misc::zvBILostData> lostData{};  ///< what a settings file had to be changed in
   std::vector<std::string> absentKeys{};  ///< of its JSON: "names", "rotary[0].min"; defaults stand
+  /// The objects of the machine description file that the builder comes from; else null.
+  misc::zvAutoPointer<kintree::zvKintreeMachDef> objects{};
 };
 
 /// 3 to 6.

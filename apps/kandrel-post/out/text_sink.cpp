@@ -28,6 +28,10 @@ TextSink::TextSink(int descriptor, std::string name)
     : m_descriptor(descriptor), m_name(std::move(name)), m_buffer(kBlock) {}
 
 void TextSink::Put(std::string_view text) {
+  if (text.size() >= kBlock) {
+    Flush();
+    return Write(text);
+  }
   while (!text.empty()) {
     char* const room = Room(1);
     const std::size_t bytes = std::min(text.size(), kBlock - m_used);
@@ -43,16 +47,17 @@ void TextSink::PutInteger(std::uint64_t value) {
 }
 
 void TextSink::Flush() {
-  const char* from = m_buffer.data();
-  std::size_t left = std::exchange(m_used, 0);
-  while (left != 0) {
-    const ssize_t written = ::write(m_descriptor, from, left);
+  Write({m_buffer.data(), std::exchange(m_used, 0)});
+}
+
+void TextSink::Write(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(m_descriptor, text.data(), text.size());
     if (written < 0) {
       if (errno == EINTR) continue;
       FailWithErrno(m_name, "cannot be written", errno);
     }
-    from += written;
-    left -= static_cast<std::size_t>(written);
+    text.remove_prefix(static_cast<std::size_t>(written));
   }
 }
 

@@ -18,8 +18,9 @@ char* WriteShortest(char* out, double value);
 /// Writes `value` with `decimals` places and never as a negative zero; returns the text's end.
 char* WriteFixed(char* out, double value, int decimals);
 
-/// Collects text and writes it to a file descriptor in blocks. Every operation that writes fails
-/// with error 0, which names the file, when the system does not take the bytes.
+/// Collects text and writes it to a file descriptor in blocks; a longer text goes there at once.
+/// Every operation that writes fails with error 0, which names the file, when the system does not
+/// take the bytes.
 class TextSink {
  public:
   /// `name` is what failures call the file. The descriptor stays the caller's.
@@ -40,6 +41,7 @@ class TextSink {
  private:
   static constexpr std::size_t kBlock = std::size_t{1} << 16;
 
+  void Write(std::string_view text);
   char* Room(std::size_t bytes) {
     if (kBlock - m_used < bytes) Flush();
     return m_buffer.data() + m_used;

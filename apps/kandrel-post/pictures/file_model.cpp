@@ -4,8 +4,6 @@
 #include <kandrel/kintree/kinematic_axis.h>
 #include <kandrel/kintree/kinematic_visitor.h>
 #include <kandrel/kintree/kintree_mach_def.h>
-#include <kandrel/kintree/machine_file_reader.h>
-#include <kandrel/kintree/message_hook.h>
 #include <kandrel/misc/text.h>
 
 #include <algorithm>
@@ -13,7 +11,6 @@
 #include <map>
 #include <utility>
 
-#include "kandrel-post/host/errors.h"
 #include "kandrel-post/pictures/machine_model.h"
 
 namespace kandrel_post {
@@ -121,18 +118,6 @@ class NodeMaker final : public kintree::mkdKOConstVisitor {
   Matrix m_frame;
 };
 
-// The posting has read the file already, and told what there was to tell.
-class QuietReading {
- public:
-  QuietReading() : m_before(kintree::SetMessageHook([](const std::wstring&) {})) {}
-  QuietReading(const QuietReading&) = delete;
-  QuietReading& operator=(const QuietReading&) = delete;
-  ~QuietReading() { kintree::SetMessageHook(m_before); }
-
- private:
-  kintree::MessageHook m_before;
-};
-
 std::optional<std::size_t> FindNode(const MachineModel& model, std::string_view name) {
   const auto found = std::find_if(model.nodes.begin(), model.nodes.end(),
                                   [&](const ModelNode& node) { return node.name == name; });
@@ -181,19 +166,15 @@ bool MoveAlike(const MachineModel& a, const MachineModel& b) {
 
 }  // namespace
 
-std::optional<MachineModel> ModelOfFile(const std::string& fileName, const Machine& machine,
-                                        const MachineModel& plain) {
-  // With any other kind of settings file the machine is that file's, and there may be none here.
-  if (machine.builder.GetKind() != 0 && machine.builder.GetKind() != 1) return std::nullopt;
-  const QuietReading quiet;
-  const auto metric =
-      misc::MakeAutoPointer<measures::zvUnitsFactory::Units>(measures::zvUnitsFactory::metric);
-  const auto file = kintree::zvV2XMLReader(PathOf(fileName, "a machine description")).Read(metric);
-  if (file->GetUnits() != machine.builder.GetMachDef()->GetUnits()) return std::nullopt;
+std::optional<MachineModel> ModelOfFile(const Machine& machine, const MachineModel& plain) {
+  // With any other kind of settings file the machine is that file's: no objects were read.
+  if (!machine.objects) return std::nullopt;
+  const kintree::zvKintreeMachDef& file = *machine.objects;
+  if (file.GetUnits() != machine.builder.GetMachDef()->GetUnits()) return std::nullopt;
   MachineModel model;
   model.isOfFile = true;
   NodeMaker maker(model, machine.builder.GetAxisNames());
-  for (const kintree::mkdKinematicNode& node : file->GetTree()) maker.Add(node);
+  for (const kintree::mkdKinematicNode& node : file.GetTree()) maker.Add(node);
   if (!AddFrames(model, plain) || !MoveAlike(model, plain)) return std::nullopt;
   return model;
 }

@@ -2,6 +2,8 @@
 
 #include <kandrel/version.h>
 
+#include <array>
+#include <bit>
 #include <limits>
 #include <string>
 #include <utility>
@@ -18,7 +20,7 @@ constexpr std::uint32_t kDataChunk = 0x004E4942;  // "BIN"
 constexpr std::uint32_t kVersion = 2;
 constexpr std::uint64_t kHeader = 12;
 constexpr std::uint64_t kChunkHeader = 8;
-constexpr std::uint64_t kNumber = 4;  // bytes of each number of either kind
+constexpr std::size_t kNumber = 4;  // bytes of each number of either kind
 
 std::uint64_t ComponentsOf(std::string_view type) {
   return type == "VEC4" ? 4 : type == "VEC3" ? 3 : 1;
@@ -26,8 +28,16 @@ std::uint64_t ComponentsOf(std::string_view type) {
 
 }  // namespace
 
-void NumberSink::Flush() {
-  m_sink.Put(std::string_view(m_buffer.data(), std::exchange(m_used, 0)));
+void NumberSink::PutBytes(std::span<const std::byte> bytes) {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  if constexpr (std::endian::native == std::endian::little) {
+    m_sink.Put(text);
+  } else {
+    for (std::size_t i = 0; i < text.size(); i += kNumber) {
+      const std::array<char, kNumber> number{text[i + 3], text[i + 2], text[i + 1], text[i]};
+      m_sink.Put(std::string_view(number.data(), number.size()));
+    }
+  }
 }
 
 GlbFile::GlbFile() {
@@ -78,13 +88,11 @@ void GlbFile::Write(TextSink& sink) {
   numbers.Put(static_cast<std::uint32_t>(kHeader + kChunkHeader + text.size() + dataBytes));
   numbers.Put(static_cast<std::uint32_t>(text.size()));
   numbers.Put(kJsonChunk);
-  numbers.Flush();
   sink.Put(text);
   if (m_bytes == 0) return;
   numbers.Put(static_cast<std::uint32_t>(m_bytes));
   numbers.Put(kDataChunk);
   for (const Fill& fill : m_fills) fill(numbers);
-  numbers.Flush();
 }
 
 }  // namespace kandrel_post

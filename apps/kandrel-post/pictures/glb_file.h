@@ -1,42 +1,37 @@
 // Files of glTF 2.0 in their binary form (.glb): JSON, and the numbers that it refers to.
 #pragma once
 
-#include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <span>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "kandrel-post/out/text_sink.h"
 
 namespace kandrel_post {
 
-/// Puts little-endian numbers into a sink, whatever the machine.
+/// Puts numbers of four bytes into a sink, little-endian whatever the machine. Many at a time: each
+/// call copies.
 class NumberSink {
  public:
   explicit NumberSink(TextSink& sink) : m_sink(sink) {}
-  NumberSink(const NumberSink&) = delete;
-  NumberSink& operator=(const NumberSink&) = delete;
-  /// Drops what was not flushed.
-  ~NumberSink() = default;
 
-  void Put(std::uint32_t number) {
-    if (m_used == m_buffer.size()) Flush();
-    for (unsigned bits = 0; bits < 32; bits += 8)
-      m_buffer[m_used++] = static_cast<char>(number >> bits);
+  void Put(std::uint32_t number) { Put(std::span<const std::uint32_t>(&number, 1)); }
+  /// Of floats, of whole numbers of 32 bits or of arrays of either.
+  template <class Number>
+  void Put(std::span<const Number> numbers) {
+    static_assert(sizeof(Number) % 4 == 0 && std::is_trivially_copyable_v<Number>);
+    PutBytes(std::as_bytes(numbers));
   }
-  void Put(float number) { Put(std::bit_cast<std::uint32_t>(number)); }
-
-  /// Hands everything to the sink.
-  void Flush();
 
  private:
+  void PutBytes(std::span<const std::byte> bytes);
+
   TextSink& m_sink;
-  std::array<char, 4096> m_buffer{};
-  std::size_t m_used = 0;
 };
 
 /// A file that is put together piece by piece and then written in one go. Arrays of numbers are

@@ -88,9 +88,8 @@ MachineModel ModelOfDefinition(const Machine& machine, const MachineValues& valu
 
 /// The objects of the machine description file that `machine` comes from. Nothing where a posting's
 /// axes don't move them as `plain` moves: a definition takes no notice of turned transforms and the
-/// like, and a settings file may replace it. Throws as kintree::zvV2XMLReader.
-std::optional<MachineModel> ModelOfFile(const std::string& fileName, const Machine& machine,
-                                        const MachineModel& plain);
+/// like, and a settings file may replace it.
+std::optional<MachineModel> ModelOfFile(const Machine& machine, const MachineModel& plain);
 
 /// The values of a definition with unit vectors as directions; of six axes, the sides as postings
 /// take them. Linear axes that count as those of the part are exactly these.

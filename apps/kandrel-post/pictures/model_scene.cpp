@@ -1,13 +1,14 @@
 #include "kandrel-post/pictures/model_scene.h"
 
-#include <kandrel/misc/tolerances.h>
-#include <kandrel/misc/trigonometry.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <memory>
-#include <numeric>
+#include <span>
+#include <utility>
+
+#include "kandrel-post/pictures/turn_keys.h"
 
 namespace kandrel_post {
 
@@ -36,15 +37,6 @@ constexpr const char* kUnlit = "KHR_materials_unlit";
 
 Json ToJson(const Point& p) {
   return {p.x, p.y, p.z};
-}
-
-// Half the angle's cosine comes last.
-std::array<double, 4> QuaternionOf(const Point& direction, double deg) {
-  // Two turns bring it back to where it was; an angle of many turns keeps its digits.
-  constexpr double kPeriodDeg = 2 * misc::kFullTurnDeg;
-  const double reduced = std::fabs(deg) <= kPeriodDeg ? deg : std::remainder(deg, kPeriodDeg);
-  const misc::zvSineAndCosine half = misc::SineAndCosineOfDegrees(reduced / 2);
-  return {direction.x * half.sine, direction.y * half.sine, direction.z * half.sine, half.cosine};
 }
 
 float ToFloat(double number) {
@@ -92,11 +84,10 @@ Box BoxOf(const std::vector<Floats>& points) {
   return box;
 }
 
-int AddVertices(GlbFile& file, const std::vector<Floats>& points, GlbFile::Fill fill) {
-  Box box = BoxOf(points);
+int AddVertices(GlbFile& file, std::size_t count, Box box, GlbFile::Fill fill) {
   return file.AddArray({.type = "VEC3",
                         .use = GlbFile::Use::vertices,
-                        .count = points.size(),
+                        .count = count,
                         .min = std::move(box.min),
                         .max = std::move(box.max)},
                        std::move(fill));
@@ -110,9 +101,36 @@ int AddIndices(GlbFile& file, std::uint64_t count, GlbFile::Fill fill) {
                        std::move(fill));
 }
 
-void PutPoints(NumberSink& sink, const std::vector<Floats>& points) {
-  for (const Floats& p : points)
-    for (const float number : p) sink.Put(number);
+template <class Number>
+GlbFile::Fill PutAll(const std::vector<Number>& numbers) {
+  return [&numbers](NumberSink& sink) { sink.Put(std::span(numbers)); };
+}
+
+/// How many keys or lines are worked out before they are put.
+constexpr std::size_t kAtOnce = 1024;
+
+// Puts kWidth floats for each of `count` keys; make(first, count, floats) works out some of them.
+template <std::size_t kWidth, class Make>
+void PutKeys(NumberSink& sink, std::size_t count, const Make& make) {
+  std::array<float, kWidth * kAtOnce> floats;
+  for (std::size_t first = 0; first < count; first += kAtOnce) {
+    const std::size_t some = std::min(kAtOnce, count - first);
+    make(first, some, floats.data());
+    sink.Put(std::span<const float>(floats.data(), kWidth * some));
+  }
+}
+
+// Puts both ends of each line of a kind.
+void PutLines(NumberSink& sink, const std::vector<PathLine>& lines, PathLine kind) {
+  std::array<std::uint32_t, 2 * kAtOnce> ends;
+  std::size_t used = 0;
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    if (lines[i] != kind) continue;
+    ends[used++] = static_cast<std::uint32_t>(i - 1);
+    ends[used++] = static_cast<std::uint32_t>(i);
+    if (used == ends.size()) sink.Put(std::span<const std::uint32_t>(ends.data(), used)), used = 0;
+  }
+  sink.Put(std::span<const std::uint32_t>(ends.data(), used));
 }
 
 // A mesh in which equal vertices are one, without triangles that have no area for that.
@@ -158,8 +176,11 @@ void ModelScene::Make(const std::string& name, measures::zvUnitsFactory::Units u
   const double metres =
       units == measures::zvUnitsFactory::inch ? kMetresOfInch : kMetresOfMillimetre;
   const double half = std::sqrt(0.5);
-  const int root = AddNode(
-      {{"name", name}, {"rotation", {-half, 0, 0, half}}, {"scale", {metres, metres, metres}}}, -1);
+  ChooseNames(name);
+  const int root = AddNode({{"name", m_names.back()},
+                            {"rotation", {-half, 0, 0, half}},
+                            {"scale", {metres, metres, metres}}},
+                           -1);
   ReadMotions();
   for (std::size_t i = 0; i < m_model.nodes.size(); ++i) Place(i, root);
   AddPath(m_nodeOf[m_model.path]);
@@ -173,14 +194,39 @@ void ModelScene::Make(const std::string& name, measures::zvUnitsFactory::Units u
                               {"samplers", std::move(m_samplers)}});
 }
 
+// Which object keeps its name, where several have one, comes first; the others get what is left, so
+// that nobody's own name is given away. The first of a definition's objects is its base, which is
+// no more than a body: it goes behind the axes.
+void ModelScene::ChooseNames(const std::string& ofRoot) {
+  const std::vector<ModelNode>& nodes = m_model.nodes;
+  const auto parentOf = [&](std::size_t at) { return static_cast<std::size_t>(nodes[at].parent); };
+  std::vector<std::size_t> order{parentOf(m_model.tip), m_model.tip, parentOf(m_model.path),
+                                 m_model.path};
+  for (std::size_t i = 1; i < nodes.size(); ++i)
+    if (std::find(order.begin(), order.begin() + 4, i) == order.begin() + 4) order.push_back(i);
+  if (std::find(order.begin(), order.end(), 0) == order.end()) order.push_back(0);
+  order.push_back(nodes.size());
+  for (const ModelNode& node : nodes) m_names.push_back(node.name);
+  m_names.push_back(ofRoot);
+  std::vector<std::size_t> late;
+  for (const std::size_t at : order)
+    if (!m_taken.insert(m_names[at]).second) late.push_back(at);
+  for (const std::size_t at : late) m_names[at] = NewName(m_names[at]);
+}
+
+std::string ModelScene::NewName(const std::string& wanted) {
+  std::string name = wanted;
+  for (int number = 2; !m_taken.insert(name).second; ++number)
+    name = wanted + " " + std::to_string(number);
+  return name;
+}
+
 void ModelScene::ReadMotions() {
   const std::size_t keys = m_run.times.size();
   if (keys == 0) return;
   m_times = m_file.AddArray(
       {.type = "SCALAR", .count = keys, .min = {m_run.times.front()}, .max = {m_run.times.back()}},
-      [this_times = &m_run.times](NumberSink& sink) {
-        for (const float time : *this_times) sink.Put(time);
-      });
+      PutAll(m_run.times));
   bool isStill = true;
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const float first = m_run.slides[0][axis];
@@ -209,6 +255,7 @@ void ModelScene::ReadMotions() {
 // Adds what an object needs: nodes that turn back, that move, and its own.
 void ModelScene::Place(std::size_t at, int root) {
   const ModelNode& node = m_model.nodes[at];
+  const std::string& name = m_names[at];
   const bool isAtRoot = node.parent == ModelNode::kNone;
   int parent = isAtRoot ? root : m_nodeOf[static_cast<std::size_t>(node.parent)];
   Matrix local =
@@ -216,21 +263,21 @@ void ModelScene::Place(std::size_t at, int root) {
                : Inverse(m_model.nodes[static_cast<std::size_t>(node.parent)].zero) * node.zero;
   int& placed = m_nodeOf[at];
   if (node.axis == ModelNode::kNone) {
-    Json json = {{"name", node.name}};
+    Json json = {{"name", name}};
     PutPlace(json, local);
     placed = AddNode(std::move(json), parent);
   } else {
     if (!IsShift(local)) {
-      Json frame = {{"name", node.name + " frame"}};
+      Json frame = {{"name", NewName(name + " frame")}};
       PutPlace(frame, local);
       parent = AddNode(std::move(frame), parent);
       local = Matrix::Identity();
     }
-    placed = node.axis < kFirstRotary ? AddSlide(node, ShiftOf(local), parent)
-                                      : AddTurn(node, ShiftOf(local), parent);
+    placed = node.axis < kFirstRotary ? AddSlide(node, name, ShiftOf(local), parent)
+                                      : AddTurn(node, name, ShiftOf(local), parent);
   }
   if (!node.body) return;
-  const int mesh = AddBody(node.name, *node.body);
+  const int mesh = AddBody(name, *node.body);
   if (mesh >= 0) m_nodes[static_cast<std::size_t>(placed)]["mesh"] = mesh;
 }
 
@@ -241,40 +288,45 @@ int ModelScene::AddNode(Json node, int parent) {
   return added;
 }
 
-int ModelScene::AddSlide(const ModelNode& node, const Point& shift, int parent) {
+int ModelScene::AddSlide(const ModelNode& node, const std::string& name, const Point& shift,
+                         int parent) {
   const auto axis = static_cast<std::size_t>(node.axis);
   const Motion& motion = m_motions[axis];
-  const int added =
-      AddNode({{"name", node.name}, {"translation", ToJson(shift + node.direction * motion.value)}},
-              parent);
+  const int added = AddNode(
+      {{"name", name}, {"translation", ToJson(shift + node.direction * motion.value)}}, parent);
   if (!motion.hasKeys) return added;
   const int sampler = AddSampler(
       "VEC3", [&slides = m_run.slides, axis, shift, way = node.direction](NumberSink& sink) {
-        for (const Floats& at : slides) {
-          const Point p = shift + way * at[axis];
-          for (int i = 0; i < 3; ++i) sink.Put(ToFloat(p[i]));
-        }
+        PutKeys<3>(sink, slides.size(), [&](std::size_t first, std::size_t count, float* to) {
+          for (std::size_t i = first; i < first + count; ++i) {
+            const Point p = shift + way * slides[i][axis];
+            *to++ = ToFloat(p.x);
+            *to++ = ToFloat(p.y);
+            *to++ = ToFloat(p.z);
+          }
+        });
       });
   AddChannel(added, "translation", sampler);
   return added;
 }
 
-int ModelScene::AddTurn(const ModelNode& node, const Point& shift, int parent) {
+int ModelScene::AddTurn(const ModelNode& node, const std::string& name, const Point& shift,
+                        int parent) {
   const auto axis = static_cast<std::size_t>(node.axis);
   const Motion& motion = m_motions[axis];
   int sampler = -1;
   if (motion.hasKeys)
     sampler = AddSampler("VEC4", [&degs = m_run.turns[axis - kFirstRotary], parts = motion.parts,
                                   direction = node.direction](NumberSink& sink) {
-      for (const double deg : degs)
-        for (const double number : QuaternionOf(direction, deg / parts))
-          sink.Put(static_cast<float>(number));
+      PutKeys<4>(sink, degs.size(), [&](std::size_t first, std::size_t count, float* to) {
+        PutQuaternions(direction, std::span(degs).subspan(first, count), parts, to);
+      });
     });
   for (int part = 1;; ++part) {
     const bool isLast = part == motion.parts;
-    Json json = {{"name", isLast ? node.name
-                                 : node.name + " turn " + std::to_string(part) + " of " +
-                                       std::to_string(motion.parts)}};
+    Json json = {{"name", isLast ? name
+                                 : NewName(name + " turn " + std::to_string(part) + " of " +
+                                           std::to_string(motion.parts))}};
     if (part == 1 && !shift.IsZero()) json["translation"] = ToJson(shift);
     json["rotation"] = QuaternionOf(node.direction, motion.value / motion.parts);
     parent = AddNode(std::move(json), parent);
@@ -328,13 +380,13 @@ int ModelScene::AddBody(const std::string& name, const ModelBody& body) {
     const auto triangles = std::make_shared<const Triangles>(*body.mesh);
     if (triangles->corners.empty()) return -1;
     primitive["attributes"] = {
-        {"POSITION", AddVertices(m_file, triangles->vertices, [triangles](NumberSink& sink) {
-           PutPoints(sink, triangles->vertices);
-         })}};
-    primitive["indices"] =
-        AddIndices(m_file, triangles->corners.size(), [triangles](NumberSink& sink) {
-          for (const std::uint32_t corner : triangles->corners) sink.Put(corner);
-        });
+        {"POSITION", AddVertices(m_file, triangles->vertices.size(), BoxOf(triangles->vertices),
+                                 [triangles](NumberSink& sink) {
+                                   sink.Put(std::span(std::as_const(triangles->vertices)));
+                                 })}};
+    primitive["indices"] = AddIndices(
+        m_file, triangles->corners.size(),
+        [triangles](NumberSink& sink) { sink.Put(std::span(std::as_const(triangles->corners))); });
     if (isOfFile) m_bodies[body.source] = primitive;
   }
   primitive["material"] = material;
@@ -345,29 +397,26 @@ int ModelScene::AddBody(const std::string& name, const ModelBody& body) {
 }
 
 void ModelScene::AddPath(int node) {
-  const std::vector<Floats>& points = m_run.path;
-  const std::vector<bool>& isRapid = m_run.isRapid;
-  std::array<std::uint64_t, 2> lines{};
-  for (std::size_t i = 1; i < points.size(); ++i)
-    if (points[i] != points[i - 1]) ++lines[isRapid[i] ? 1 : 0];
-  if (lines[0] + lines[1] == 0) return;
-  const int vertices =
-      AddVertices(m_file, points, [&points](NumberSink& sink) { PutPoints(sink, points); });
+  const std::vector<PathLine>& lines = m_run.lines;
+  const auto countOf = [&](PathLine kind) {
+    return static_cast<std::uint64_t>(std::count(lines.begin(), lines.end(), kind));
+  };
+  if (countOf(PathLine::none) == lines.size()) return;
+  const int vertices = AddVertices(
+      m_file, m_run.path.size(),
+      {{m_run.lowest.begin(), m_run.lowest.end()}, {m_run.highest.begin(), m_run.highest.end()}},
+      PutAll(m_run.path));
   Json primitives = Json::array();
-  for (const bool wanted : {false, true}) {
-    const std::uint64_t count = 2 * lines[wanted ? 1 : 0];
+  for (const PathLine kind : {PathLine::feed, PathLine::rapid}) {
+    const std::uint64_t count = 2 * countOf(kind);
     if (count == 0) continue;
-    const int indices = AddIndices(m_file, count, [&points, &isRapid, wanted](NumberSink& sink) {
-      for (std::size_t i = 1; i < points.size(); ++i) {
-        if (isRapid[i] != wanted || points[i] == points[i - 1]) continue;
-        sink.Put(static_cast<std::uint32_t>(i - 1));
-        sink.Put(static_cast<std::uint32_t>(i));
-      }
-    });
-    primitives.push_back({{"attributes", {{"POSITION", vertices}}},
-                          {"indices", indices},
-                          {"material", AddMaterial(wanted ? kRapidColour : kFeedColour, true)},
-                          {"mode", kLines}});
+    const int indices = AddIndices(
+        m_file, count, [&lines, kind](NumberSink& sink) { PutLines(sink, lines, kind); });
+    primitives.push_back(
+        {{"attributes", {{"POSITION", vertices}}},
+         {"indices", indices},
+         {"material", AddMaterial(kind == PathLine::rapid ? kRapidColour : kFeedColour, true)},
+         {"mode", kLines}});
   }
   m_file.Json()["extensionsUsed"] = {kUnlit};
   m_nodes[static_cast<std::size_t>(node)]["mesh"] =

@@ -9,10 +9,6 @@
 #include <limits>
 #include <utility>
 
-#include "kandrel-post/host/errors.h"
-#include "kandrel-post/pictures/glb_file.h"
-#include "kandrel-post/pictures/model_scene.h"
-
 namespace kandrel_post {
 
 namespace {
@@ -58,9 +54,7 @@ RunModel::RunModel(const Machine& machine, const std::string& machineArgument,
       m_wrapped(wrapped),
       m_rotary(static_cast<std::size_t>(std::min(m_values.RotaryCount(), 2))) {
   if (machineArgument.ends_with(".xml")) {
-    auto ofFile =
-        NamingFile(machineArgument, [&] { return ModelOfFile(machineArgument, machine, m_model); });
-    if (ofFile)
+    if (auto ofFile = ModelOfFile(machine, m_model))
       m_model = std::move(*ofFile);
     else
       m_notes.emplace_back(
@@ -73,15 +67,14 @@ RunModel::RunModel(const Machine& machine, const std::string& machineArgument,
   m_slides.reserve(count);
   for (std::size_t i = 0; i < m_rotary; ++i) m_turns[i].reserve(count);
   m_path.reserve(count);
-  m_isRapid.reserve(count);
+  m_pathLines.reserve(count);
 }
 
 void RunModel::Write(const PostedRow& row) {
   if (++m_lines > kMostLines) return;
   const post::zvPostedMove& move = row.move;
   const bool isFirst = m_lines == 1;
-  m_path.push_back(ToFloats(move.GetPartPosition()));
-  m_isRapid.push_back(move.IsRapid());
+  TakePathPoint(row);
   Enclose(m_extent.minPart, m_extent.maxPart, move.GetPartPosition(), isFirst);
   Enclose(m_extent.minSlides, m_extent.maxSlides, move.GetMachinePosition(), isFirst);
   for (std::size_t i = 0; i < m_rotary; ++i) {
@@ -102,6 +95,15 @@ void RunModel::Write(const PostedRow& row) {
   for (std::size_t i = 0; i < m_rotary; ++i) m_firstAxes[kFirstRotary + i] = m_degs[i];
 }
 
+// Between two points that are the same, no line is drawn.
+void RunModel::TakePathPoint(const PostedRow& row) {
+  const Floats p = ToFloats(row.move.GetPartPosition());
+  const bool isDrawn = !m_path.empty() && p != m_path.back();
+  const PathLine line = row.move.IsRapid() ? PathLine::rapid : PathLine::feed;
+  m_pathLines.push_back(isDrawn ? line : PathLine::none);
+  m_path.push_back(p);
+}
+
 void RunModel::TakeKey(const PostedRow& row) {
   const double seconds = row.move.GetMoveTime();
   m_seconds += seconds;
@@ -109,7 +111,7 @@ void RunModel::TakeKey(const PostedRow& row) {
   bool isNew = m_times.empty();
   float time = ToFloat(m_seconds);
   if (!isNew && seconds > 0) {
-    time = std::max(time, std::nextafter(m_times.back(), kLargest));
+    if (!(time > m_times.back())) time = std::nextafter(m_times.back(), kLargest);
     isNew = time > m_times.back() && time - m_seconds <= kMostLate;
   }
   if (isNew) {
@@ -140,7 +142,7 @@ void RunModel::ChooseTip() {
   }
 }
 
-bool RunModel::Finish(OutputFolder& folder) {
+bool RunModel::Prepare(OutputFolder& folder) {
   if (m_lines > kMostLines) {
     m_notes = {"run.glb is left out: no such file holds as many lines"};
     return false;
@@ -150,15 +152,20 @@ bool RunModel::Finish(OutputFolder& folder) {
     if (!m_model.isOfFile) AddPlainBodies(m_model, m_values, m_setup, m_extent);
     AddPlainTool(m_model, m_values, m_setup, m_extent);
   }
-  GlbFile file;
-  ModelScene(file, m_model, {m_times, m_slides, m_turns, m_path, m_isRapid})
+  ModelScene(m_file, m_model,
+             {m_times, m_slides, m_turns, m_path, m_pathLines, ToFloats(m_extent.minPart),
+              ToFloats(m_extent.maxPart)})
       .Make(m_machine.name, m_values.units);
-  if (!file.Fits()) {
+  if (!m_file.Fits()) {
     m_notes = {"run.glb is left out: it would be longer than such a file can be"};
     return false;
   }
-  file.Write(folder.Create("run.glb"));
+  m_sink = &folder.Create("run.glb");
   return true;
+}
+
+void RunModel::Finish() {
+  if (m_sink != nullptr) m_file.Write(*m_sink);
 }
 
 }  // namespace kandrel_post

@@ -12,7 +12,10 @@
 #include "kandrel-post/machine/machine.h"
 #include "kandrel-post/out/output_folder.h"
 #include "kandrel-post/out/posted_row.h"
+#include "kandrel-post/out/text_sink.h"
+#include "kandrel-post/pictures/glb_file.h"
 #include "kandrel-post/pictures/machine_model.h"
+#include "kandrel-post/pictures/model_scene.h"
 #include "kandrel-post/pictures/plain_bodies.h"
 
 namespace kandrel_post {
@@ -32,13 +35,16 @@ namespace kandrel_post {
 class RunModel {
  public:
   /// `lines` is how many are to come, `wrapped` which rotary axes the control wraps. The machine
-  /// must outlive the object. Throws as kintree::zvV2XMLReader for a machine description file.
+  /// must outlive the object.
   RunModel(const Machine& machine, const std::string& machineArgument, const ModelSetup& setup,
            const std::array<bool, 3>& wrapped, std::uint64_t lines);
 
   void Write(const PostedRow& row);
-  /// Writes run.glb, or nothing where it would be longer than such a file can be: false then.
-  bool Finish(OutputFolder& folder);
+  /// Makes run.glb, or nothing where it would be longer than such a file can be: false then.
+  bool Prepare(OutputFolder& folder);
+  /// Writes what Prepare has made. Uses nothing but this object and the file, so that it can go on
+  /// beside other work.
+  void Finish();
 
   /// What the file can't show as one might expect; a sentence each.
   const std::vector<std::string>& GetNotes() const noexcept { return m_notes; }
@@ -50,6 +56,7 @@ class RunModel {
   static constexpr double kMostLate = 0.01;                ///< seconds
   static constexpr std::uint64_t kMostLines = 40'000'000;  ///< so that a file of 32 bits holds them
 
+  void TakePathPoint(const PostedRow& row);
   void TakeKey(const PostedRow& row);
   void ChooseTip();
 
@@ -70,11 +77,13 @@ class RunModel {
   std::array<std::vector<double>, 3> m_turns;
   // By lines.
   std::vector<Floats> m_path;
-  std::vector<bool> m_isRapid;
+  std::vector<PathLine> m_pathLines;
   RunExtent m_extent;
   MachineModel::AxisValues m_firstAxes{};
   Point m_firstTip;
   std::vector<std::string> m_notes;
+  GlbFile m_file;
+  TextSink* m_sink = nullptr;  // the folder's; null where there is no file
 };
 
 }  // namespace kandrel_post

@@ -66,10 +66,6 @@ constexpr int kDeepest = 14;
 /// sqrt(3) / 216: the error of a quadratic interpolant for a third derivative of 1.
 constexpr double kQuadraticError = 0.008018753738744802;
 
-double SizeOf(const Point& p) noexcept {
-  return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
-}
-
 }  // namespace
 
 /// One block's motion: its rates, and where it stands in between.

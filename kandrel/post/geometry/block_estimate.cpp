@@ -46,6 +46,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/geometry/small_turn.h>
+#include <kandrel/post/geometry/way_distance.h>
 
 #include <cmath>
 #include <limits>
@@ -65,13 +66,9 @@ constexpr double kCubicError = 0.008018753738744802;
 /// For what belongs to the tool axis alone.
 constexpr Lanes kOfAxis{0, 1};
 
-/// The sum of the coordinates' sizes, which is no less than the length.
-Lanes SizeOf(const Pair& p) noexcept {
+/// The same as post::SizeOf, of both.
+Lanes SizesOf(const Pair& p) noexcept {
   return misc::Abs(p.x) + misc::Abs(p.y) + misc::Abs(p.z);
-}
-
-double SizeOf(const zvBlockLaw::Point& p) noexcept {
-  return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
 }
 
 }  // namespace
@@ -98,7 +95,7 @@ zvBlockEstimate zvBlockLaw::Estimate(const Station& from, const Station& to) con
     const Pair reach = (from.reaches + to.reaches) * Spread(0.5);
     const Pair reachRate = to.reaches - from.reaches;
     bend += Cross(m_seconds, reachRate + reachRate - Cross(m_seconds, reach) * second) * second;
-    const Lanes mean = SizeOf(reachRate);
+    const Lanes mean = SizesOf(reachRate);
     const Lanes bent = b * misc::Max(from.lengths, to.lengths);
     static_assert(1.25 * (1 - kSeriesTurn) >= 1);
     second2 = 1.25 * b * (2.0 * mean + bent);
@@ -106,8 +103,8 @@ zvBlockEstimate zvBlockLaw::Estimate(const Station& from, const Station& to) con
     second3 = b * b * (3.0 * most + 2.0 * bent);
     second4 = b * b * b * (4.0 * most + 3.0 * bent);
   }
-  const Lanes rateSize = SizeOf(rate);
-  const Lanes turningSize = SizeOf(turning);
+  const Lanes rateSize = SizesOf(rate);
+  const Lanes turningSize = SizesOf(turning);
   const Lanes mostRate = rateSize + 0.5 * second2;
   const Lanes mostTurning = turningSize + a * (0.5 * mostRate + 0.125 * second2);
   const Lanes third = a * (a * (mostTurning + 3.0 * mostRate) + 3.0 * second2) + second3;

@@ -1,6 +1,7 @@
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/geometry/small_turn.h>
+#include <kandrel/post/geometry/way_distance.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 
@@ -11,10 +12,6 @@ namespace post {
 namespace {
 
 using Point = zvBlockLaw::Point;
-
-double SizeOf(const Point& p) noexcept {
-  return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
-}
 
 }  // namespace
 

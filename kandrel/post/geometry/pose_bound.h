@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/post/geometry/block_law.h>
+#include <kandrel/post/geometry/way_distance.h>
 
 #include <algorithm>
 #include <cmath>
@@ -107,10 +108,6 @@ class KANDREL_API zvPoseBound {
  private:
   static constexpr double kRounding = 1e-13;  // of the size of the numbers
   static constexpr double kFarthestTurn = 0.15;
-
-  static double SizeOf(const Point& p) noexcept {
-    return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
-  }
 
   bool m_isInHead;
   bool m_isNoseInner;

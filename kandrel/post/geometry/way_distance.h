@@ -16,6 +16,11 @@ inline double PlainLength(const cadcam::zvTPoint3d<double>& v) noexcept {
   return misc::Sqrt(v.SquaredLength());
 }
 
+/// The sum of the coordinates' sizes, which is no less than the length.
+inline double SizeOf(const cadcam::zvTPoint3d<double>& p) noexcept {
+  return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
+}
+
 /// The angle of a bound of its sine, never too small: up to 0.3 by the series, whose terms from the
 /// seventh power on are below 0.06 x^7. From 1 on it says nothing.
 inline double AngleOfSine(double sine) noexcept {

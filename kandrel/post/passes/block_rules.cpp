@@ -35,7 +35,8 @@ zvBlockRules::zvBlockRules(const zvPathTolerance& tolerance, const zvKDRParam& p
 
 void zvBlockRules::RefuseAt(const Point& p_part) const {
   throw misc::zvRangeException<double>(
-      std::max(misc::kSmallestTipTolerance, misc::kSmallestTipPart * (m_size + SizeOf(p_part))),
+      std::max(misc::kSmallestTipTolerance,
+               misc::kSmallestTipPart * (m_size + LargestCoordinate(p_part))),
       std::nullopt, m_tolerance.GetTip());
 }
 

@@ -12,7 +12,7 @@
 namespace post {
 
 /// The largest coordinate of a point.
-inline double SizeOf(const cadcam::zvTPoint3d<double>& p) noexcept {
+inline double LargestCoordinate(const cadcam::zvTPoint3d<double>& p) noexcept {
   return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
 }
 

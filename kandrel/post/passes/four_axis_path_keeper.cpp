@@ -105,8 +105,8 @@ zv4axPathKeeper::zv4axPathKeeper(const zvPosted4axMoveMaker& maker,
                                  bool smallMoves)
     : m_maker(maker),
       m_rules(tolerance, par,
-              SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
-                  SizeOf(maker.GetKinematics().GetConstants().pivot)),
+              LargestCoordinate(partOrigin) + std::fabs(toolLengthCompensation) +
+                  LargestCoordinate(maker.GetKinematics().GetConstants().pivot)),
       m_law(maker.GetKinematics().MachDef(), partOrigin, toolLengthCompensation),
       m_poseBound(m_law),
       m_smallMoves(smallMoves),

@@ -327,8 +327,9 @@ zv5axPathKeeper::zv5axPathKeeper(const zv5axMoveSolver& solver, const zvPathTole
                                  bool smallMoves, const std::function<double()>& reach)
     : m_solver(solver),
       m_rules(tolerance, solver.GetParameters(),
-              SizeOf(partOrigin) + std::fabs(toolLengthCompensation) +
-                  SizeOf(solver.GetFirstRotationPivot()) + SizeOf(solver.GetSecondRotationPivot())),
+              LargestCoordinate(partOrigin) + std::fabs(toolLengthCompensation) +
+                  LargestCoordinate(solver.GetFirstRotationPivot()) +
+                  LargestCoordinate(solver.GetSecondRotationPivot())),
       m_law(solver, partOrigin, toolLengthCompensation),
       m_poseBound(m_law),
       m_smallMoves(smallMoves) {

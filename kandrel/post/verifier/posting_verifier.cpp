@@ -116,6 +116,7 @@ zvPostingVerdict zvPostingVerifier::VerifyList(const cadcam::zvToolPath& toolpat
   misc::zvPolling polling(m_progress);
   polling.Enter(misc::zvProgress::kVerifying);
   zvVerification verification(Machine(), m_rules, toolpath, m_rules.alignment, sink);
+  verification.SetPolling(polling.Get());
   misc::zvPolledEnd end(polling.Get(), list.begin(), list.end(), list.GetCount());
   for (auto move = list.begin(); end.IsBefore(move); ++move) {
     list.PrefetchAfter(*move);
@@ -155,6 +156,7 @@ zvPostingVerdict zvPostingVerifier::Verify(const cadcam::zvToolPath& toolpath,
   zvVerification verification(Machine(), m_rules, toolpath, own ? own : m_rules.alignment, sink);
   MoveTaker taker(*m_machDef, verification);
   misc::zvPolling polling(m_progress);
+  verification.SetPolling(polling.Get());
   polling.Enter(misc::zvProgress::kVerifying);
   misc::zvPolledEnd end(polling.Get(), posted.Begin(), posted.End(), posted.GetCount());
   for (auto move = posted.Begin(); end.IsBefore(move); ++move) (**move).AcceptVisitor(taker);
@@ -166,6 +168,7 @@ zvPostingVerdict zvPostingVerifier::Verify(const cadcam::zvToolPath& toolpath, c
                                            zvBlockSink* sink) const {
   zvVerification verification(Machine(), m_rules, toolpath, m_rules.alignment, sink);
   misc::zvPolling polling(m_progress);
+  verification.SetPolling(polling.Get());
   polling.Enter(misc::zvProgress::kVerifying);
   polling.StartWalk(toolpath.GetMoveCount());  // nobody knows how many lines will come
   zvPostedLine line;

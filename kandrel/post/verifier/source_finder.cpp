@@ -154,7 +154,10 @@ void zvSourceFinder::SkipMissing(std::int64_t count) {
   } else {
     Report(Finding::kSourceMissing, value, 0, value);
   }
-  for (; count > 0 && !m_source.IsAtEnd(); --count) Pass();
+  for (; count > 0 && !m_source.IsAtEnd(); --count) {
+    Pass();
+    if (m_polling != nullptr) m_polling->Touch(1);
+  }
   m_sourceOfLine = m_source.GetNextIndex();
 }
 

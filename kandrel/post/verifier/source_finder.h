@@ -3,6 +3,7 @@
 
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/geometry/way_distance.h>
 #include <kandrel/post/verifier/judged_line.h>
@@ -32,6 +33,9 @@ class zvSourceFinder {
   zvSourceFinder(zvPostingVerdict& verdict, const zvVerifierRules& rules,
                  const cadcam::zvToolPath& toolpath, const zvAlignMatrix& alignment)
       : m_verdict(verdict), m_rules(rules), m_source(toolpath, alignment) {}
+
+  /// Who is asked while many source moves are passed over; null, at first, for nobody.
+  void SetPolling(misc::zvPolling* polling) noexcept { m_polling = polling; }
 
   /// The size of the next line's numbers and the machine's, and what its lengths may be off by.
   void SetSlack(double size, double slack) noexcept {
@@ -135,6 +139,7 @@ class zvSourceFinder {
   zvPostingVerdict& m_verdict;
   const zvVerifierRules& m_rules;
   zvSourceWalk m_source;
+  misc::zvPolling* m_polling = nullptr;
   std::int64_t m_sourceOfLine = -1;
   double m_size = 0;
   double m_slack = 0;

@@ -34,8 +34,14 @@ bool IsFinite(const zvLineView& line) {
   return sum[0] + sum[1] == 0;
 }
 
-double SizeOf(const Point& p) {
-  return std::fabs(p.x) + std::fabs(p.y) + std::fabs(p.z);
+// The largest number for what is above all.
+double Finite(double size) {
+  return std::min(size, std::numeric_limits<double>::max());
+}
+
+// What is no number bounds nothing.
+zvBlockDeviation Bound(double tip, double axis) {
+  return {tip < kInfinite ? tip : kInfinite, axis < kInfinite ? axis : kInfinite};
 }
 
 bool IsAlong(const Point& a, const Point& b) {
@@ -139,9 +145,10 @@ void zvVerification::Take(const zvLineView& line) {
     m_law->MoveOn(Previous().station, unwrapped, judged.station);
   else
     judged.station = m_law->StationAt(unwrapped);
-  // The size of the line's numbers and the machine's.
-  const double size = 1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part);
-  m_slack = m_rules.lineTip * size + m_rules.lineLength;
+  // The size of the line's numbers and the machine's. Where the sum is too large for a number the
+  // slack is not infinite for that: a distance that is would pass.
+  const double size = Finite(1 + m_law->GetSize() + SizeOf(line.p_mach) + SizeOf(line.p_part));
+  m_slack = Finite(m_rules.lineTip * size + m_rules.lineLength);
   m_finder.SetSlack(size, m_slack);
   if (m_line == 0 && m_machine.standingLaw != nullptr) ChooseLaw(judged);
   const zvBlockLaw::Pose& pose = judged.station.pose;
@@ -338,7 +345,7 @@ zvBlockDeviation zvVerification::Estimated(const Block& block,
   // What both ends are off by on one side their chord is too, and the arc by more.
   const double middle = PlainLength(block.from.pose.axis + block.to.pose.axis) / 2;
   const double aside = AngleOfSine(block.ownChord / middle) * misc::kDegreesPerRadian;
-  return {bound.tip + block.ownOff, bound.axis + aside};
+  return Bound(bound.tip + block.ownOff, bound.axis + aside);
 }
 
 // A smaller bound than the one at hand where that is above what is known, infinite for one that
@@ -402,7 +409,7 @@ void zvVerification::CheckBlockClosely(const Judged& judged) {
     bound = Searched(block, bound, known);
     ReachMiddle(block.way, judged);
   }
-  if (tolerance.IsOn() && (bound.tip > tolerance.GetTip() || bound.axis > tolerance.GetAxis())) {
+  if (tolerance.IsOn() && !(bound.tip <= tolerance.GetTip() && bound.axis <= tolerance.GetAxis())) {
     // What is proved to hold is no finding, though a bound may come out 2% larger.
     const zvBlockDeviation tip{tolerance.GetTip() - block.tipOff, kInfinite};
     const zvBlockDeviation axis{kInfinite, tolerance.GetAxis()};
@@ -410,14 +417,14 @@ void zvVerification::CheckBlockClosely(const Judged& judged) {
     const auto holds = [&](const zvBlockDeviation& most) {
       return m_law->Holds(block.from, block.to, block.way, most);
     };
-    if (bound.tip > tolerance.GetTip()) {
+    if (!(bound.tip <= tolerance.GetTip())) {
       if (holds(tip))
         bound.tip = tolerance.GetTip();
       else
         Report(Finding::kTipOffWay, -1, bound.tip, tolerance.GetTip(),
                bound.tip - tolerance.GetTip());
     }
-    if (bound.axis > tolerance.GetAxis()) {
+    if (!(bound.axis <= tolerance.GetAxis())) {
       if (holds(axis) &&
           (!hasSourceWay || m_law->Holds(block.from, block.to, *block.sourceWay, axis)))
         bound.axis = tolerance.GetAxis();

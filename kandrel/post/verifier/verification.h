@@ -4,6 +4,7 @@
 #include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/lanes.h>
+#include <kandrel/misc/progress.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/limit_tests.h>
@@ -41,6 +42,9 @@ class zvVerification {
                  zvBlockSink* sink);
   zvVerification(const zvVerification&) = delete;  // the finder refers to its verdict
   zvVerification& operator=(const zvVerification&) = delete;
+
+  /// Who is asked while one line is looked at, where that takes long; null, at first, for nobody.
+  void SetPolling(misc::zvPolling* polling) noexcept { m_finder.SetPolling(polling); }
 
   /// Takes the next line; and, after the last one, says what was found.
   void Take(const zvLineView& line);

@@ -4,8 +4,10 @@
 #include <kandrel-post/pictures/run_model.h>
 #include <tests/support/numbers.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "support.h"
@@ -70,8 +72,10 @@ struct Move {
   double x = 0;
 };
 
-Glb Written(const std::vector<Move>& moves, bool isWrapped = false) {
-  const kandrel_post::Machine machine = kandrel_post::MakePreset("trunnion_ca");
+Glb Written(const std::vector<Move>& moves, bool isWrapped = false,
+            const std::vector<std::wstring>& axisNames = {}) {
+  kandrel_post::Machine machine = kandrel_post::MakePreset("trunnion_ca");
+  if (!axisNames.empty()) machine.builder.SetAxisNames(axisNames);
   const tests::ScratchFolder scratch;
   kandrel_post::OutputFolder folder(scratch.Path("out"));
   kandrel_post::RunModel model(machine, "preset:trunnion_ca", {{1, 2, 3}, 50},
@@ -82,7 +86,8 @@ Glb Written(const std::vector<Move>& moves, bool isWrapped = false) {
     move.SetMoveTime(m.seconds);
     model.Write(kandrel_post::RowOf(move));
   }
-  EXPECT_TRUE(model.Finish(folder));
+  EXPECT_TRUE(model.Prepare(folder));
+  model.Finish();
   EXPECT_TRUE(model.GetNotes().empty());
   folder.Commit();
   return Glb(tests::FileText(scratch.Path("out/run.glb")));
@@ -155,6 +160,42 @@ TEST(RunModel, HasAKeyForEachLineThatTakesTimeAndNodesForTheWidestTurn) {
     const float* const last = keys.data() + keys.size() - 4;
     EXPECT_NEAR(std::fabs(last[3]), std::fabs(std::cos(half)), 1e-6);
     EXPECT_NEAR(last[2] * std::cos(half) + last[3] * std::sin(half), 0, 1e-6);
+  }
+}
+
+TEST(RunModel, GivesNoNameTwice) {
+  const struct {
+    std::vector<std::wstring> axes;
+    std::vector<std::string> shown;  // of the axes, by their order
+  } cases[] = {
+      {{L"X", L"Y", L"Z", L"C", L"A"}, {"X", "Y", "Z", "C", "A"}},
+      {{L"tool", L"tip", L"path", L"workpiece", L"base"},
+       {"tool 2", "tip 2", "path 2", "workpiece 2", "base"}},
+      {{L"X", L"X", L"X 2", L"C turn 1 of 2", L"C"}, {"X", "X 3", "X 2", "C turn 1 of 2", "C"}},
+      {{L"trunnion_ca", L"C turn 1 of 2", L"", L"C", L"C"},
+       {"trunnion_ca", "C turn 1 of 2", "Z", "C", "C 2"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.shown[0]);
+    const Glb glb = Written({{0, 0, 0, 0}, {1, 340, 340, 1}}, false, c.axes);
+    std::map<std::string, const Json*> nodes;
+    for (const Json& node : glb.json["nodes"])
+      EXPECT_TRUE(nodes.emplace(node["name"], &node).second) << node["name"];
+    for (const std::string& name : c.shown) EXPECT_EQ(nodes.count(name), 1u) << name;
+    const auto isBelow = [&](const char* above, const char* below) {
+      const auto at = static_cast<std::size_t>(
+          std::find_if(glb.json["nodes"].begin(), glb.json["nodes"].end(),
+                       [&](const Json& node) { return node["name"] == below; }) -
+          glb.json["nodes"].begin());
+      const Json& children = nodes.at(above)->at("children");
+      return std::find(children.begin(), children.end(), Json(at)) != children.end();
+    };
+    EXPECT_TRUE(isBelow("tool", "tip"));
+    EXPECT_TRUE(isBelow("workpiece", "path"));
+    // Each axis moves in its own node.
+    EXPECT_EQ(glb.Keys(c.shown[0], "output"), (std::vector<float>{0, 0, 0, 1, 0, 0}));
+    EXPECT_NO_THROW(glb.Channel(c.shown[3]));
+    EXPECT_NO_THROW(glb.Channel(c.shown[4]));
   }
 }
 

@@ -3,6 +3,7 @@
 #include <tests/support/outcome.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
+#include <tests/support/throws_id.h>
 
 #include <functional>
 #include <limits>
@@ -235,6 +236,36 @@ TEST(PostingVerifier, FindsNothingInPostingsOfSixAxes) {
   EXPECT_GT(posted, 66);
 }
 
+struct CountingHook : misc::zvProgress {
+  bool Report(Stage, double) override { return ++calls < endsAt; }
+  std::size_t calls = 0, endsAt = std::numeric_limits<std::size_t>::max();
+};
+
+// One line may tell of a toolpath of any length that its moves are missing.
+TEST(PostingVerifier, AsksWhileManyMissingMovesArePassedOver) {
+  constexpr std::size_t kMoves = 50000;
+  const FiveAxisScene scene;
+  Source source;
+  for (std::size_t i = 0; i < kMoves; ++i)
+    source.push_back({{0.01 * static_cast<double>(i), 0, 0}, {0, 0, 1}, 1000});
+  const PathBuilder path = Build(source);
+  const std::vector<Line> posted = Post(scene, path).lines;
+  const std::vector<zvPostedLine> lines{NeutralOf(posted.front()), NeutralOf(posted.back())};
+  zvPostingVerifier verifier = VerifierOf(scene);
+  CountingHook hook;
+  verifier.SetProgress(&hook);
+  const zvPostingVerdict verdict = Verified(verifier, path, lines);
+  EXPECT_EQ(verdict.sources, 2u);
+  EXPECT_EQ(PlacesOf(verdict), (std::vector<Place>{{Finding::kSourceMissing, 1, -1}}));
+  EXPECT_GE(hook.calls, kMoves / 4096);
+
+  CountingHook canceller;
+  canceller.endsAt = hook.calls / 2;
+  verifier.SetProgress(&canceller);
+  EXPECT_TRUE(ThrowsId<misc::zvCancelled>([&] { Verified(verifier, path, lines); }, 9000));
+  EXPECT_EQ(canceller.calls, canceller.endsAt);
+}
+
 /// A posting of five axes whose source moves stand in every fourth line, with three lines inserted
 /// after each; and what it takes to verify it.
 class Mutants : public testing::Test {
@@ -310,6 +341,11 @@ TEST_F(Mutants, AreFoundWithTheirLine) {
        },
        {{Finding::kWholeTurn, k, 4}}},
       {"no number", [nan](Lines& l) { l[k].p_mach.y = nan; }, {{Finding::kNotFinite, k, -1}}},
+      {"too large to be added up",
+       [](Lines& l) { l[k].p_mach.x = l[k].p_mach.y = 1.7e308; },
+       {{Finding::kLineTipOff, k, -1},
+        {Finding::kLinearLimit, k, 0},
+        {Finding::kLinearLimit, k, 1}}},
       {"the source move dropped",
        [at](Lines& l) { l.erase(at(l, k)); },
        {{Finding::kSourceMissing, k, -1}}},

@@ -187,6 +187,11 @@ const odd = {
     rotary: [{ direction: [0, 0, -1], pivot: [1, 2, 3] }, { direction: [0, 1, 0], pivot: [0, 5, 180] },
       { direction: [0, 0, 1], pivot: [9, 0, 0] }],
   },
+  // The tool's own nodes and the part's keep their names.
+  'named like our nodes': {
+    axes: 5, names: ['tool', 'path', 'workpiece', 'base', 'A'], fiveAxisKind: 3,
+    rotary: [{ direction: [0, 0, 1] }, { direction: [1, 0, 0], pivot: [0, 0, -50] }],
+  },
   'four in the head': {
     axes: 4, names: ['X', 'Y', 'Z', 'A'], rotaryOnWorkpiece: 0,
     rotary: [{ direction: [1, 0, 0], pivot: [7, -8, 90] }],
