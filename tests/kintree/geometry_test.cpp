@@ -1,16 +1,9 @@
 #include <kandrel/cadcam/tools/mills.h>
-#include <kandrel/kintree/geometry.h>
 #include <kandrel/kintree/held_tool.h>
-#include <tests/support/kinematics.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
+#include <tests/kintree/machine_files.h>
 
 namespace kintree {
 namespace {
-
-using misc::MakeAutoPointer;
-using tests::kInch;
-using tests::kMetric;
 
 TEST(Geometry, MeshesAndGraphicsAreSharedAndChangeTheirUnitsOnce) {
   const auto mesh = MakeAutoPointer<cadcam::zvTMesh<float>>();
@@ -50,15 +43,15 @@ TEST(HeldTool, ShowsTheCuttingPartOfItsToolInTheObjectsUnits) {
   mkdHeldTool::Appearances looks;
   looks[mkdHeldTool::holder] = {{{0, 1, 1}}, {{1, 1, 0}}, true, false};
   mkdHeldTool held(L"tool", tool, 0.1, looks, kMetric);
-  EXPECT_EQ(held.GetMesh()->GetMinimum(), tests::FloatVector(-5, -5, 0));
-  EXPECT_EQ(held.GetMesh()->GetMaximum(), tests::FloatVector(5, 5, 20));
+  EXPECT_EQ(held.GetMesh()->GetMinimum(), FloatVector(-5, -5, 0));
+  EXPECT_EQ(held.GetMesh()->GetMaximum(), FloatVector(5, 5, 20));
   EXPECT_EQ(held.GetMeshVersion(), 0u);
   EXPECT_EQ(held.GetTool().Get(), tool.Get());
   EXPECT_TRUE(held.GetPartAppearance(mkdHeldTool::arbor).isVisible);
   EXPECT_FALSE(held.GetPartAppearance(mkdHeldTool::holder).isVisible);
   EXPECT_TRUE(held.GetPartAppearance(mkdHeldTool::holder).isDefaultTaken);
   EXPECT_EQ(held.GetPartAppearance(mkdHeldTool::holder).defaultAppearance.colour,
-            tests::FloatVector(1, 1, 0));
+            FloatVector(1, 1, 0));
 
   held.SetUnits(kInch);
   EXPECT_NEAR(tool->GetDiameter(), 10 / 25.4, 1e-12);
@@ -66,7 +59,7 @@ TEST(HeldTool, ShowsTheCuttingPartOfItsToolInTheObjectsUnits) {
   EXPECT_NEAR(held.GetMesh()->GetMaximum().z, 20 / 25.4, 1e-6);
   const mkdHeldTool metric(L"tool", tool, 0.1, {}, kMetric);
   EXPECT_NEAR(metric.GetMesh()->GetMaximum().z, 20, 1e-5);
-  EXPECT_TRUE(tests::ThrowsNull([] { mkdHeldTool(L"tool", nullptr, 0.1, {}, kMetric); }));
+  EXPECT_TRUE(ThrowsNull([] { mkdHeldTool(L"tool", nullptr, 0.1, {}, kMetric); }));
 }
 
 }  // namespace

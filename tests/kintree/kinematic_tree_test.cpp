@@ -1,20 +1,9 @@
-#include <kandrel/kintree/kinematic_tree.h>
-#include <kandrel/kintree/kintree_exception.h>
 #include <kandrel/misc/range_exception.h>
-#include <tests/support/kinematics.h>
+#include <tests/kintree/machine_files.h>
 #include <tests/support/seeded.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
 
 namespace kintree {
 namespace {
-
-using tests::Body;
-using tests::Shift;
-using tests::Slide;
-using tests::Swivel;
-using tests::ThrowsId;
-using Failure = zvMachineSimulatorException;
 
 class Recorder final : public mkdKinematicObjectObserver {
  public:
@@ -49,9 +38,9 @@ TEST(KinematicTree, MovingAnAxisMovesAllBelowItAndNothingElse) {
   EXPECT_EQ(recorder.told, (std::vector<std::wstring>{L"Z", L"part"}));
   x->SetValue(10);
   z->SetValue(5);
-  EXPECT_EQ(tests::Apply(part->GetWorldTransform(), {1, 0, 0}), tests::Point(10, 1, 105));
+  EXPECT_EQ(Apply(part->GetWorldTransform(), {1, 0, 0}), Point(10, 1, 105));
   EXPECT_EQ(fixed->GetCompositeMatrix(), Shift(0, 0, 100));
-  EXPECT_EQ(c->GetCurrentDirection(), tests::FloatVector(0, 0, 1));
+  EXPECT_EQ(c->GetCurrentDirection(), FloatVector(0, 0, 1));
 
   recorder.told.clear();
   tree.SetWorldTransform(*tree.FindNode(*c), Shift(1, 1, 1));
@@ -84,7 +73,7 @@ TEST(KinematicTree, ObjectsStandInATreeOnceAndBelowOneOfIt) {
   EXPECT_TRUE(
       ThrowsId<Failure>([&] { tree.Add(y, other.Get()); }, 1, L"Invalid parent object (other)"));
   EXPECT_TRUE(ThrowsId<Failure>([&] { tree.Add(y, y.Get()); }, 1, L"Invalid parent object (Y)"));
-  EXPECT_TRUE(tests::ThrowsNull([&] { tree.Add(nullptr, nullptr); }));
+  EXPECT_TRUE(ThrowsNull([&] { tree.Add(nullptr, nullptr); }));
   EXPECT_EQ(tree.GetSize(), 1u);
   EXPECT_EQ(tree.FindNode(*y), nullptr);
 
@@ -191,9 +180,13 @@ TEST(KinematicTree, ACopyOfAnObjectStandsAlone) {
   EXPECT_EQ(x->GetValue(), 0);
   EXPECT_EQ(body->GetWorldTransform(), mkdMatrix::Identity());
   EXPECT_EQ(mkdPolygonalGeometry(*body).GetObserver(), nullptr);
-  *x = copy;  // the place in the tree is no part of the value
+  // Name, kind and the place in the tree are no part of the value.
+  *x = *Slide(L"Y", {0, 1, 0});
   x->SetValue(8);
-  EXPECT_EQ(body->GetWorldTransform(), Shift(8, 0, 0));
+  EXPECT_EQ(body->GetWorldTransform(), Shift(0, 8, 0));
+  EXPECT_EQ(x->GetName(), L"X");
+  static_cast<mkdCoordinateTransform&>(*x) = *Transform(L"T");
+  EXPECT_EQ(x->GetKindTags()[0], 3);
 }
 
 }  // namespace

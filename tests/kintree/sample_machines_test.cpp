@@ -1,7 +1,6 @@
 // The sample machines of the folder machines, and machines made of them: what posting reads of
 // their files moves their trees as the toolpath says.
 #include <kandrel/kintree/held_tool.h>
-#include <kandrel/kintree/machine_file_writer.h>
 #include <kandrel/kintree/machine_reader.h>
 #include <kandrel/persistence/settings_file.h>
 #include <kandrel/post/creators/five_axis_creator.h>
@@ -9,11 +8,8 @@
 #include <kandrel/post/creators/three_axis_creator.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <tests/kintree/machine_files.h>
-#include <tests/support/kinematics.h>
 #include <tests/support/memory_streams.h>
-#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
-#include <tests/support/scratch_folder.h>
 #include <tests/support/seeded.h>
 
 namespace tests {

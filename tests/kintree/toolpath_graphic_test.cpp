@@ -1,22 +1,17 @@
 #include <kandrel/cadcam/stl_parser_exception.h>
 #include <kandrel/kintree/toolpath_graphic.h>
-#include <kandrel/misc/misc_exception.h>
+#include <tests/kintree/machine_files.h>
 #include <tests/support/memory_streams.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
 
 namespace kintree {
 namespace {
 
 using Graphic = zvToolPathGraphic<float>;
 
-constexpr auto kMetric = measures::zvUnitsFactory::metric;
-
 Graphic Read(const std::string& text) {
   Graphic graphic(kMetric);
   graphic.Begin({}, {9, 9, 9});  // goes
-  tests::MemoryInput stream(text);
+  MemoryInput stream(text);
   ReadToolPathGraphic(stream, graphic);
   return graphic;
 }
@@ -51,11 +46,11 @@ TEST(ToolPathGraphic, ReadsPolylinesPointsAndColours) {
 TEST(ToolPathGraphic, RefusesOtherWordsAndWhatIsNoNumber) {
   using cadcam::zvParserException;
   for (const char* text : {"XX", "PA 1 2 3 4", "pa 1 2 3", "PA 1 2 3\n\nRG 1 2 3"})
-    EXPECT_TRUE(tests::ThrowsId<zvParserException>([&] { Read(text); }, 6251, L"Unknown keyword !"))
+    EXPECT_TRUE(ThrowsId<zvParserException>([&] { Read(text); }, 6251, L"Unknown keyword !"))
         << text;
   for (const char* text :
        {"PA", "PA 1 2", "PA 1 2 PT", "PA 1 2 nan", "PA 1e39 0 0", "RGB 1 2 x", "PA 1,5 2 3"})
-    EXPECT_TRUE(tests::ThrowsId<misc::zvmiscException>([&] { Read(text); }, 2579)) << text;
+    EXPECT_TRUE(ThrowsId<misc::zvmiscException>([&] { Read(text); }, 2579)) << text;
   try {
     Read("PA 1 2 3\n\nRG 1 2 3");
     FAIL();
@@ -65,7 +60,7 @@ TEST(ToolPathGraphic, RefusesOtherWordsAndWhatIsNoNumber) {
   Graphic kept(kMetric);
   kept.Begin({}, {1, 2, 3});
   const std::string cut = "PT 4 5 6 PT 7";
-  tests::MemoryInput stream(cut);
+  MemoryInput stream(cut);
   EXPECT_THROW(ReadToolPathGraphic(stream, kept), misc::zvmiscException);
   EXPECT_EQ(InWords(kept), "000: 123, ");
 }
@@ -80,9 +75,9 @@ TEST(ToolPathGraphic, ATextOfManyBlocksIsReadWhole) {
 }
 
 TEST(ToolPathGraphic, AMissingFileIsAnEmptyGraphic) {
-  const tests::ScratchFolder folder;
+  const ScratchFolder folder;
   Graphic graphic(kMetric);
-  tests::WriteFile(folder.Path("p.asc"), "PA 1 2 3 PE 4 5 6");
+  WriteFile(folder.Path("p.asc"), "PA 1 2 3 PE 4 5 6");
   EXPECT_TRUE(LoadToolPathGraphic(folder.WidePath("p.asc"), graphic));
   EXPECT_EQ(InWords(graphic), "111: 123 456, ");
   EXPECT_FALSE(LoadToolPathGraphic(folder.WidePath("none.asc"), graphic));
@@ -95,7 +90,7 @@ TEST(ToolPathGraphic, IndicesAreChecked) {
   for (const auto& action : std::vector<std::function<void()>>{[&] { graphic.Append({}); },
                                                                [&] { graphic.GetColour(0); },
                                                                [&] { graphic.GetPoints(0); }})
-    EXPECT_TRUE(tests::ThrowsId<misc::zvmiscException>(action, 2052));
+    EXPECT_TRUE(ThrowsId<misc::zvmiscException>(action, 2052));
 }
 
 }  // namespace

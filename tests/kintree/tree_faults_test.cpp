@@ -1,40 +1,12 @@
-// What goes wrong with a tree and its machine files only now and then: numbers at the edge of
-// floats, observers that interfere, failing memory, odd machines and settings.
+// What goes wrong with a tree only now and then: numbers at the edge of floats, and observers that
+// interfere.
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/kintree/held_tool.h>
-#include <kandrel/kintree/kintree_exception.h>
-#include <kandrel/kintree/machine_overwrite.h>
-#include <kandrel/kintree/machine_reader.h>
-#include <kandrel/kintree/machine_visitors.h>
 #include <kandrel/misc/range_exception.h>
-#include <kandrel/persistence/settings_file.h>
-#include <kandrel/post/model/mach_def_utils.h>
-#include <kandrel/post/model/post_exception.h>
-#include <sys/stat.h>
 #include <tests/kintree/machine_files.h>
-#include <tests/support/kinematics.h>
-#include <tests/support/memory_watch.h>
-#include <tests/support/numbers.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
 
 namespace kintree {
 namespace {
-
-using misc::MakeAutoPointer;
-using tests::Body;
-using tests::FloatVector;
-using tests::kInch;
-using tests::kInfinity;
-using tests::kMetric;
-using tests::kNaN;
-using tests::Shift;
-using tests::Slide;
-using tests::Swivel;
-using tests::ThrowsId;
-using Failure = zvMachineSimulatorException;
-using Names = std::vector<std::wstring>;
 
 TEST(TreeFaults, ADirectionAlongABaseVectorIsExactlyThat) {
   const struct {
@@ -105,43 +77,6 @@ TEST(TreeFaults, UnitsThatAreThereAlreadyReachNoParts) {
   metric->SetValue(900);
   metric->SetUnits(kInch);
   EXPECT_THROW(metric->SetWorldTransform(mkdMatrix::Identity()), misc::zvRangeException<double>);
-}
-
-TEST(TreeFaults, AssigningLeavesNameKindAndPlace) {
-  zvKintreeMachDef machine(kMetric);
-  const auto x = Slide(L"X"), y = Slide(L"Y", {0, 1, 0});
-  const auto t = tests::Transform(L"T");
-  for (const mkdKinematicObjectPointer& object : std::vector<mkdKinematicObjectPointer>{x, y, t})
-    machine.AddObject(object, nullptr);
-  *x = *y;
-  EXPECT_EQ(machine.GetObject(L"X")->GetName(), L"X");
-  EXPECT_EQ(x->GetInitialDirection(), FloatVector(0, 1, 0));
-  static_cast<mkdCoordinateTransform&>(*x) = *t;
-  EXPECT_EQ(x->GetKindTags()[0], 3);
-}
-
-TEST(TreeFaults, ACopyThatFindsNoMemoryLeavesNoTrace) {
-  mkdKinematicTree tree;
-  const auto x = Slide(L"X"), y = Slide(L"Y");
-  const auto body = Body(L"body");
-  tree.Add(x, nullptr);
-  tree.Add(y, x.Get());
-  tree.Add(body, y.Get());
-  bool isRefused = true;
-  int refusals = 0;
-  for (std::uint64_t served = 0; isRefused; ++served) {
-    isRefused = false;
-    try {
-      const tests::MemoryFailure failure(served, false);
-      const auto copy = std::make_unique<mkdKinematicTree>(tree);
-    } catch (const std::bad_alloc&) {
-      isRefused = true;
-      ++refusals;
-    }
-    x->SetValue(static_cast<double>(served));
-    EXPECT_EQ(body->GetWorldTransform(), Shift(static_cast<float>(served), 0, 0));
-  }
-  EXPECT_GT(refusals, 3);
 }
 
 // Does something once, when a matrix that is told of shifts by more than 5.
@@ -254,52 +189,6 @@ TEST(TreeFaults, AMatrixOfAnObjectThatMovesIsTakenAsItWas) {
   EXPECT_EQ(scene.Shifts(), (std::vector<float>{12, 12, 12, 14}));
 }
 
-TEST(TreeFaults, AMachineTellsTheObserversThatItStillHas) {
-  struct Observer final : zvKintreeMachDefObserver {
-    void OnObjectAdded(const zvKintreeMachDef&, const mkdKinematicObjectPointer&) override {
-      ++told;
-      if (action) action();
-    }
-    int told = 0;
-    std::function<void()> action;
-  };
-  zvKintreeMachDef machine(kMetric);
-  Observer first, second, added;
-  first.action = [&] {
-    machine.RemoveObserver(second);
-    machine.AddObserver(added);
-    first.action = nullptr;
-  };
-  machine.AddObserver(first);
-  machine.AddObserver(second);
-  machine.AddObject(Slide(L"X"), nullptr);
-  EXPECT_EQ((std::vector{first.told, second.told, added.told}), (std::vector{1, 0, 0}));
-  machine.AddObject(Slide(L"Y"), nullptr);
-  EXPECT_EQ((std::vector{first.told, second.told, added.told}), (std::vector{2, 0, 1}));
-}
-
-TEST(TreeFaults, AWalkWithinAWalkGivesTheNodeBack) {
-  struct Walker final : mkdMSHelperKOVisitor {
-    using mkdMSHelperKOVisitor::mkdMSHelperKOVisitor;
-    using mkdMSHelperKOVisitor::Visit;
-    void Visit(mkdTranslationalAxis& axis) override {
-      Walk(&axis);
-      ASSERT_NE(GetCurrentNode(), nullptr);
-      EXPECT_EQ(GetCurrentNode()->GetObject().Get(), &axis);
-      ++visits;
-    }
-    int visits = 0;
-  };
-  zvKintreeMachDef machine(kMetric);
-  const auto x = Slide(L"X");
-  machine.AddObject(x, nullptr);
-  machine.AddObject(Slide(L"Y"), x);
-  Walker walker(machine);
-  walker.Walk();
-  EXPECT_EQ(walker.visits, 3);
-  EXPECT_EQ(walker.GetCurrentNode(), nullptr);
-}
-
 TEST(TreeFaults, AHeldToolThatIsRefusedLeavesTheCallersTool) {
   for (const double tolerance : {kNaN, 0.0, -1.0, -kInfinity, 1e300}) {
     const auto tool = MakeAutoPointer<cadcam::zvEndMill>();
@@ -309,193 +198,6 @@ TEST(TreeFaults, AHeldToolThatIsRefusedLeavesTheCallersTool) {
         [&] { mkdHeldTool(L"tool", tool, tolerance, {}, kInch); }, 0, text));
     EXPECT_EQ(tool->GetUnits(), kMetric);
     EXPECT_EQ(tool->GetDiameter(), 10);
-  }
-}
-
-TEST(TreeFaults, AnUnknownAccessHasNoTextOfAnother) {
-  for (const int access : {-1, 3, 6})
-    EXPECT_EQ(
-        exceptions::zvFileAccessException(L"m", exceptions::zvFileAccessException::Access(access))
-            .GetMessage(),
-        L"File 'm' Unknown error.");
-}
-
-const std::string kX = "x='1' y='0' z='0'", kY = "x='0' y='1' z='0'", kZ = "x='0' y='0' z='1'";
-const std::string kTool = tests::Geometry("tool", "objtype='tool'");
-const std::string kPart = tests::Geometry("workpiece", "objtype='workpiece'");
-
-std::string Carrier(const std::string& id, const std::string& direction,
-                    const std::string& inside) {
-  return "<axis id='" + id + "' " + direction + ">" + inside + "</axis>";
-}
-std::string Turning(const std::string& id, const std::string& direction,
-                    const std::string& inside) {
-  return Carrier(id, direction + " type='rotation' rzx='0' rzy='0' rzz='0'", inside);
-}
-std::string XYZ(const std::string& inside) {
-  return Carrier("X", kX, Carrier("Y", kY, Carrier("Z", kZ, inside)));
-}
-
-class OddMachines : public testing::Test {
- protected:
-  post::zvMachDefBuilder Read(const std::string& body, const std::string& version = "1.4") {
-    tests::WriteFile(m_folder.Path("m.xml"),
-                     tests::MachineFile(body, "units='metric' version='" + version + "'"));
-    return m_reader.Read();
-  }
-  void Settings(const Names& names) {
-    post::zv3axMachDef machDef;
-    machDef.SetSpindleDirection({0, 1, 0});
-    post::zvMachDefBuilder builder;
-    builder.SetKind(1);
-    builder.SetAxisNames(names);
-    builder.SetMachDef(machDef.Clone());
-    zvKDSOutput(m_folder.WidePath("m.kds"), builder);
-  }
-
-  tests::ScratchFolder m_folder;
-  zvMachDefReader m_reader{m_folder.WidePath("m.xml")};
-};
-
-TEST_F(OddMachines, AreReadToTheLetter) {
-  const std::string fixture = tests::Geometry("fixture", "objtype='geometry'");
-  const std::string tool = tests::Geometry("Tool", "objtype='tool'");  // carried by nothing
-  const std::string cPart = Turning("C", kZ, kPart);
-  const struct {
-    const char* what;
-    std::string body;
-    Names names;
-    int onWorkpieceOrKind;
-    Names rotaries, translations;
-  } cases[] = {
-      {"the rotary axis of a Tool is ignored",
-       Turning("B", kY, tool) + XYZ(cPart),
-       {L"X", L"Y", L"Z", L"C"},
-       1,
-       {L"B", L"C"},
-       {L"X", L"Y", L"Z"}},
-      {"a Tool says which side a rotary axis is on",
-       XYZ(Turning("A", kX, tool + kPart)),
-       {L"X", L"Y", L"Z", L"A"},
-       0,
-       {L"A"},
-       {L"X", L"Y", L"Z"}},
-      {"a rotary axis above both, workpiece first",
-       Turning("A", kX, cPart + XYZ(kTool)),
-       {L"X", L"Y", L"Z", L"C", L"A"},
-       3,
-       {L"A", L"C"},
-       {L"X", L"Y", L"Z"}},
-      {"a rotary axis above both, tool first",
-       Turning("A", kX, XYZ(kTool) + cPart),
-       {L"X", L"Y", L"Z", L"C", L"A"},
-       2,
-       {L"A", L"C"},
-       {L"X", L"Y", L"Z"}},
-      {"a fourth translation axis is lost",
-       Carrier("U", kX, fixture) + XYZ(kTool) + cPart,
-       {L"X", L"Y", L"Z", L"C"},
-       1,
-       {L"C"},
-       {L"X", L"Y", L"Z", L"Z"}},
-      {"directions that are 1 but for rounding",
-       Carrier("P", "x='0.9999999' y='0' z='0'",
-               Carrier("Q", "x='0' y='1.0000002' z='0'",
-                       Carrier("R", "x='0' y='0' z='0.9999998'", kTool))) +
-           cPart,
-       {L"P", L"Q", L"R", L"C"},
-       1,
-       {L"C"},
-       {L"P", L"Q", L"R"}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    const post::zvMachDefBuilder builder = Read(c.body);
-    const post::zvMachDef& machDef = *builder.GetMachDef();
-    EXPECT_EQ(builder.GetAxisNames(), c.names);
-    if (c.names.size() == 4)
-      EXPECT_EQ(post::zvMachDefUtils::As4ax(machDef).GetRotaryOnWorkpiece(), c.onWorkpieceOrKind);
-    else
-      EXPECT_EQ(post::zvMachDefUtils::As5ax(machDef).GetFiveAxisKind(), c.onWorkpieceOrKind);
-    EXPECT_EQ(m_reader.GetRotAxisFound(), c.rotaries);
-    EXPECT_EQ(m_reader.GetTranAxisFound(), c.translations);
-  }
-  // Parallel to the last digit: two rotary axes that are one.
-  EXPECT_TRUE(ThrowsId<post::zvPostException>(
-      [&] {
-        Read(XYZ(kTool) + Turning("A", "x='0.9999999' y='0' z='0'",
-                                  Turning("B", "x='1.0000002' y='0' z='0'", kPart)));
-      },
-      5002));
-}
-
-TEST_F(OddMachines, AnAxisThatMovesTheWorkpieceIsTurnedRoundWithItsZeros) {
-  const auto builder = Read(Carrier("X", kX, kPart) + Carrier("Y", kY, Carrier("Z", kZ, kTool)));
-  const auto direction = builder.GetMachDef()->GetXAxisDirection();
-  EXPECT_EQ(direction, tests::Point(-1, 0, 0));
-  EXPECT_TRUE(std::signbit(direction.y) && std::signbit(direction.z));
-  EXPECT_FALSE(std::signbit(builder.GetMachDef()->GetYAxisDirection().x));
-}
-
-TEST_F(OddMachines, WithNamesTheLastTranslationAxisGivesTheUnits) {
-  const std::string body =
-      XYZ(kTool) + "<machine_data version='1.4' units='inch'/>" + Carrier("U", kX, "");
-  EXPECT_EQ(Read(body).GetMachDef()->GetUnits(), kMetric);
-  Settings({L"X", L"Y", L"Z"});
-  EXPECT_EQ(Read(body).GetMachDef()->GetUnits(), kInch);
-}
-
-TEST_F(OddMachines, SettingsWithoutNamesLeaveTheFilesAxesAndSpindle) {
-  for (const bool hasNames : {false, true}) {
-    Settings(hasNames ? Names{L"X", L"Y", L"Z"} : Names{});
-    const post::zvMachDefBuilder builder = Read(XYZ(kTool) + Turning("C", kZ, kPart));
-    EXPECT_EQ(builder.GetKind(), 1);
-    EXPECT_EQ(builder.GetAxisNames().size(), hasNames ? 3u : 0u);
-    EXPECT_EQ(builder.GetMachDef()->GetNumbersOfAxes(),
-              hasNames ? post::zvMachDef::threeAxes : post::zvMachDef::fourAxes);
-    EXPECT_EQ(builder.GetMachDef()->GetSpindleDirection(),
-              hasNames ? tests::Point(0, 1, 0) : tests::Point(0, 0, 1));
-  }
-}
-
-TEST_F(OddMachines, SettingsThatCannotBeReadAreNotPassedOver) {
-  const std::string path = m_folder.Path("m.kds");
-  const std::wstring widePath = m_folder.WidePath("m.kds");
-  const struct {
-    const char* what;
-    std::function<void()> make;
-    bool isRefused;
-  } cases[] = {
-      {"folder", [&] { std::filesystem::create_directory(path); }, false},
-      {"pipe", [&] { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); }, true},
-      {"device", [&] { std::filesystem::create_symlink("/dev/zero", path); }, true},
-      {"loop", [&] { std::filesystem::create_symlink("m.kds", path); }, true},
-      {"link to nothing", [&] { std::filesystem::create_symlink("none", path); }, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    c.make();
-    const auto read = [&] { Read(XYZ(kTool)); };
-    if (c.isRefused)
-      EXPECT_TRUE(ThrowsId<misc::zvException>(read, 0, L"File open failed.\n" + widePath));
-    else
-      EXPECT_NO_THROW(read());
-    std::filesystem::remove(path);
-  }
-}
-
-TEST_F(OddMachines, AFileThatGainedAToolpathIsOverwrittenAgainAndAgain) {
-  const std::string unit = "initialvalue='1,0,0,0,0,1,0,0,0,0,1,0,0,0,0,1'";
-  Read(XYZ(kTool) + "<transform id='workpiece_transform' " + unit + ">" + kPart + "</transform>",
-       "1.3");
-  post::zv3axMachDef machDef;
-  for (const double limit : {10.0, 20.0, 30.0}) {
-    machDef.SetMaxLimits({limit, limit, limit});
-    const auto pointer = machDef.Clone();
-    zvXMLOverwrite(m_folder.WidePath("m.xml"), pointer, {}).Overwrite();
-    EXPECT_EQ(m_reader.Read().GetMachDef()->GetMaxLimits(), tests::Point(limit, limit, limit));
-    const auto machine = zvV2XMLReader(m_folder.WidePath("m.xml")).Read(nullptr);
-    EXPECT_EQ(tests::Nested(machine), "X(Y(Z(tool))),workpiece_transform(workpiece,toolpath)");
   }
 }
 
