@@ -1,21 +1,9 @@
-#include <kandrel/cadcam/cadcam_exception.h>
-#include <kandrel/misc/misc_exception.h>
 #include <kandrel/persistence/settings_file.h>
 #include <kandrel/persistence/writer_parameters.h>
-#include <kandrel/post/model/post_exception.h>
-#include <tests/support/bytes.h>
-#include <tests/support/memory_streams.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
+#include <tests/persistence/records.h>
 
-using misc::zvmiscException;
+using namespace tests;
 using post::zvMachDefBuilder;
-using post::zvPostException;
-using tests::Bytes;
-using tests::MemoryInput;
-using tests::ThrowsId;
-using Names = std::vector<std::wstring>;
 
 namespace {
 
@@ -38,7 +26,7 @@ zvKDSInput Read(const std::string& bytes) {
 }
 
 std::string Written(const zvMachDefBuilder& builder) {
-  tests::MemoryOutput stream;
+  MemoryOutput stream;
   const zvKDSOutput output(stream, builder);
   return stream.GetBytes();
 }
@@ -61,8 +49,7 @@ TEST(SettingsFile, IsWhatIsWrittenDownAndComesBack) {
   EXPECT_EQ(read.GetMachDefBld().GetKind(), 0);
   EXPECT_TRUE(read.ActivateSpindleRotation());
   EXPECT_TRUE(read.GetLostData().empty());
-  for (std::size_t size = 0; size < kThreeAxes.size(); ++size)
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { Read(kThreeAxes.substr(0, size)); }, 2018)) << size;
+  ExpectPrefixesRefused(kThreeAxes, [](const std::string& bytes) { Read(bytes); });
 }
 
 TEST(SettingsFile, NamesBeyondTheAxesAreDropped) {
@@ -141,21 +128,21 @@ TEST(SettingsFile, WhatIsNoneIsRefused) {
 }
 
 TEST(SettingsFile, FilesAreWrittenAndReadByTheirPath) {
-  const tests::ScratchFolder folder;
+  const ScratchFolder folder;
   const std::string path = folder.Path("machine.kds");
   const std::wstring wide = folder.WidePath("machine.kds");
-  tests::WriteFile(path, std::string(1000, 'x'));
+  WriteFile(path, std::string(1000, 'x'));
   const zvMachDefBuilder builder =
       Builder(misc::MakeAutoPointer<post::zv3axMachDef>(), {L"X", L"Y", L"Z"});
   const zvKDSOutput output(wide, builder);
-  EXPECT_EQ(tests::FileText(path), kThreeAxes);
+  EXPECT_EQ(FileText(path), kThreeAxes);
   EXPECT_EQ(zvKDSInput(wide).GetMachDefBld().GetAxisNames().size(), 3u);
-  tests::WriteFile(path, kThreeAxes.substr(0, 187));
+  WriteFile(path, kThreeAxes.substr(0, 187));
   EXPECT_TRUE(ThrowsId<zvmiscException>([&] { zvKDSInput input(wide); }, 2148));
   EXPECT_TRUE(ThrowsId<zvmiscException>([&] { zvKDSOutput full(L"/dev/full", builder); }, 2149));
   // Without a definition the header has gone out already.
-  EXPECT_TRUE(tests::ThrowsNull([&] { zvKDSOutput null(wide, zvMachDefBuilder()); }));
-  EXPECT_EQ(tests::FileText(path), kThreeAxes.substr(0, 10));
+  EXPECT_TRUE(ThrowsNull([&] { zvKDSOutput null(wide, zvMachDefBuilder()); }));
+  EXPECT_EQ(FileText(path), kThreeAxes.substr(0, 10));
 }
 
 TEST(WriterParameters, HoldWhatTheyAreGiven) {
