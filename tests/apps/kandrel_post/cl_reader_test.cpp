@@ -4,12 +4,10 @@
 
 namespace {
 
-using tests::FailureText;
-using tests::ReadClText;
-using tests::Shown;
+using namespace tests;
 
 TEST(ClReader, ReadsEveryFormOfTheStatementsItKnows) {
-  for (const auto& c : tests::Cases("cl_good.txt")) {
+  for (const auto& c : Cases("cl_good.txt")) {
     const std::string shown = Shown(ReadClText(c.at(0)).toolPath);
     EXPECT_EQ(shown, c.at(1)) << c.at(0);
     // Wherever a block of the file ends.
@@ -35,7 +33,7 @@ TEST(ClReader, TellsWhatItFound) {
 }
 
 TEST(ClReader, RefusesWhatItDoesNotUnderstandAndNamesTheLine) {
-  for (const auto& c : tests::Cases("cl_bad.txt"))
+  for (const auto& c : Cases("cl_bad.txt"))
     EXPECT_EQ(FailureText([&] { ReadClText(c.at(0)); }), "test.cl:" + c.at(1)) << c.at(0);
 }
 

@@ -6,8 +6,8 @@
 
 namespace {
 
+using namespace tests;
 using cadcam::zvToolPath;
-using tests::Shown;
 
 std::string Written(const zvToolPath& toolPath) {
   return tests::Written(
@@ -17,7 +17,7 @@ std::string Written(const zvToolPath& toolPath) {
 TEST(ClWriter, WritesTextThatReadsBackToTheSameTree) {
   // Empty containers, rapid moves in contours, feeds that come and go, axes that are no unit
   // vectors, and numbers at the ends of what a double holds.
-  zvToolPath odd = tests::ReadClText(
+  zvToolPath odd = ReadClText(
                        "UNITS/INCHES\n$$ PASS\n$$ PASS\n$$ SLICE\n$$ SLICE\n$$ LINK 4294967295\n"
                        "$$ CONTOUR\nRAPID\nGOTO/0.1,-0,3,0,0.3,2\nFEDRAT/12.5\nGOTO/1,2,3\n"
                        "$$ LINK 1\nFEDRAT/0\nGOTO/1,2,3,0,0,1\n$$ PASS\nFEDRAT/1\nGOTO/0,0,0")
@@ -27,7 +27,7 @@ TEST(ClWriter, WritesTextThatReadsBackToTheSameTree) {
                                  std::numeric_limits<double>::denorm_min(), 1.0 / 3),
       cadcam::zvTPoint3d<double>(0, 0, 1), 0.1 + 0.2, false));
   const std::string text = Written(odd);
-  const zvToolPath again = tests::ReadClText(text).toolPath;
+  const zvToolPath again = ReadClText(text).toolPath;
   EXPECT_EQ(again.GetUnits(), odd.GetUnits());
   EXPECT_EQ(Shown(again), Shown(odd));
   EXPECT_EQ(Written(again), text);
@@ -39,7 +39,7 @@ TEST(Samples, ReadBackAndMoveRapidlyAcrossOnlyAboveThePart) {
   for (const kandrel_post::Sample& sample : kandrel_post::Samples()) {
     SCOPED_TRACE(sample.name);
     const zvToolPath made = sample.make();
-    const kandrel_post::ClProgram read = tests::ReadClText(Written(made));
+    const kandrel_post::ClProgram read = ReadClText(Written(made));
     EXPECT_EQ(read.toolPath.GetUnits(), made.GetUnits());
     EXPECT_EQ(Shown(read.toolPath), Shown(made));
     EXPECT_EQ(read.feedlessCount, 0u);

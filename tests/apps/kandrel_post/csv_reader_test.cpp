@@ -5,6 +5,7 @@
 
 namespace {
 
+using namespace tests;
 using kandrel_post::PostedCsvReader;
 
 kandrel_post::ByteSource SourceOf(std::string_view text, std::size_t bytesAtATime) {
@@ -25,7 +26,7 @@ std::string Shown(const post::zvPostedLine& line) {
 
 std::string ShownText(std::string_view text, int rotaryCount, std::size_t bytesAtATime) {
   std::string shown;
-  const std::string failure = tests::FailureText([&] {
+  const std::string failure = FailureText([&] {
     PostedCsvReader reader(SourceOf(text, bytesAtATime), "test.csv", rotaryCount);
     for (post::zvPostedLine line; reader.Next(line);) shown += Shown(line);
   });
@@ -33,7 +34,7 @@ std::string ShownText(std::string_view text, int rotaryCount, std::size_t bytesA
 }
 
 TEST(CsvReader, TakesTheFormOfPostedCsvAndNamesTheLineThatIsNot) {
-  for (const auto& c : tests::Cases("csv.txt"))
+  for (const auto& c : Cases("csv.txt"))
     for (const std::size_t bytesAtATime : {std::size_t{1}, std::size_t{1000}}) {
       SCOPED_TRACE(c.at(1));
       const std::string shown = ShownText(c.at(1), std::stoi(c.at(0)), bytesAtATime);
@@ -49,7 +50,7 @@ TEST(CsvReader, KeepsALineWithoutEndOutOfTheMemory) {
     given += bytes;
     return bytes;
   };
-  EXPECT_EQ(tests::FailureText([&] { PostedCsvReader(source, "test.csv", 0); }),
+  EXPECT_EQ(FailureText([&] { PostedCsvReader(source, "test.csv", 0); }),
             "test.csv:1: a line of at most 65536 characters expected");
   EXPECT_LT(given, std::size_t{1} << 22);
 }

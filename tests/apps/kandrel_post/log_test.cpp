@@ -10,11 +10,11 @@
 
 namespace {
 
+using namespace tests;
 using nlohmann::json;
-using tests::RunLine;
 
 TEST(Logs, OfPostingsAreShownAndReplayed) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string cl = scratch.Path("part.cl"), out = scratch.Path("out"), log = out + "/run.kdr";
   std::ofstream(cl) << "PARTNO/run\nUNITS/MM\nMULTAX/ON\n$$ PASS\n$$ SLICE\n$$ LINK 3\nFEDRAT/600\n"
                        "RAPID\nGOTO/0,0,20\n$$ CONTOUR\nGOTO/0,0,0\nGOTO/10,5,0,0,0.6,0.8\n"
@@ -23,8 +23,8 @@ TEST(Logs, OfPostingsAreShownAndReplayed) {
                     " --origin 1,2,3 --tool-length 4 --set maxAngleStep=1.5 --control 180,360")
                 .exitCode,
             0);
-  EXPECT_EQ(RunLine("log cl " + log).summary, tests::FileText(cl));
-  EXPECT_EQ(RunLine("log csv " + log).summary, tests::FileText(out + "/posted.csv"));
+  EXPECT_EQ(RunLine("log cl " + log).summary, FileText(cl));
+  EXPECT_EQ(RunLine("log csv " + log).summary, FileText(out + "/posted.csv"));
   EXPECT_EQ(RunLine("log replay " + log).exitCode, 0);
   const json shown = json::parse(RunLine("log show --json " + log).summary);
   EXPECT_EQ(shown.at("version"), 226);
@@ -43,7 +43,7 @@ TEST(Logs, OfPostingsAreShownAndReplayed) {
             std::string::npos);
 
   // A line that was changed: the time of the last one, which ends 8 bytes before "NULL".
-  std::string bytes = tests::FileText(log);
+  std::string bytes = FileText(log);
   const double time = 77;
   const std::size_t end = bytes.size() - 12 - 6;  // matrix; mark of contact data, source, inserted
   std::memcpy(bytes.data() + end - sizeof time, &time, sizeof time);
@@ -57,7 +57,7 @@ TEST(Logs, OfPostingsAreShownAndReplayed) {
 
 // A log of small moves in which one isn't, or of others in which one is small.
 TEST(Logs, OfMixedMovesAreReplayed) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string cl = scratch.Path("part.cl"), log = scratch.Path("out/run.kdr");
   std::ofstream(cl) << "GOTO/0,0,20\nGOTO/1,0,20\nGOTO/2,0,20\nFINI\n";
   for (const bool isSmall : {false, true}) {
@@ -65,7 +65,7 @@ TEST(Logs, OfMixedMovesAreReplayed) {
                       (isSmall ? " --small" : ""))
                   .exitCode,
               0);
-    std::string bytes = tests::FileText(log);
+    std::string bytes = FileText(log);
     // From the end: the matrix, "NULL", and the record of the last move with its extended block.
     const std::size_t record = isSmall ? 94 : 100, flag = 81;
     const std::size_t last = bytes.size() - 12 - record;
@@ -82,7 +82,7 @@ TEST(Logs, OfMixedMovesAreReplayed) {
 }
 
 TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string cl = scratch.Path("part.cl"), empty = scratch.Path("empty.cl");
   std::ofstream(cl) << "GOTO/0,0,20\nFINI\n";
   std::ofstream(empty) << "FINI\n";
@@ -93,7 +93,7 @@ TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
                                                               {"trunnion_ca", empty, true}};
   for (const auto& [options, path, hasLog] : cases) {
     SCOPED_TRACE(options + path);
-    const tests::ScratchFolder out;
+    const ScratchFolder out;
     const auto run =
         RunLine(std::string("post -t ") + path + " -o " + out.Path("o") + " -m preset:" + options);
     ASSERT_EQ(run.exitCode, 0) << run.failure;
@@ -105,7 +105,7 @@ TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
 
 // Of a version in which the sources of lines are found by their places: the first has none.
 TEST(Logs, OfOldVersionsShowWhatWasInsertedInFront) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string log = scratch.Path("old.kdr");
   std::filesystem::copy_file(std::string(KANDREL_SOURCE_DIR) + "/fuzz/corpus/log/log_v183", log);
   const std::string csv = RunLine("log csv " + log).summary;
@@ -115,9 +115,9 @@ TEST(Logs, OfOldVersionsShowWhatWasInsertedInFront) {
 
 TEST(Logs, SiblingsAreShownByTheirTags) {
   using Manager = zvKDRBinaryIOManager;
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const auto show = [&](const char* tag, const auto& save) {
-    tests::MemoryOutput bytes;
+    MemoryOutput bytes;
     save(bytes);
     std::string text = bytes.GetBytes();
     text.replace(0, 4, tag);

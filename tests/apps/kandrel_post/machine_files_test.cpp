@@ -12,8 +12,7 @@
 
 namespace {
 
-using tests::Outcome;
-using tests::RunLine;
+using namespace tests;
 
 std::string Shown(const std::string& machine, const std::string& option = "") {
   const Outcome run = RunLine("machine show " + machine + " " + option);
@@ -31,10 +30,10 @@ std::string AllOf(const std::string& text, const std::string& pattern, const std
 }
 
 TEST(SettingsFiles, ShowTheMachineThatWasWritten) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   for (const kandrel_post::Preset& preset : kandrel_post::Presets()) {
     const std::string file = scratch.Path(preset.name + ".kds");
-    tests::WriteSettingsFile(file, kandrel_post::MakePreset(preset.name).builder);
+    WriteSettingsFile(file, kandrel_post::MakePreset(preset.name).builder);
     EXPECT_EQ(Shown(file, "--json"), Shown("preset:" + preset.name, "--json"));
     EXPECT_EQ(Shown(file), Shown("preset:" + preset.name));
   }
@@ -42,17 +41,17 @@ TEST(SettingsFiles, ShowTheMachineThatWasWritten) {
 
 // Any names do: in words and JSON on the way there and back, and in NC text, in both forms.
 TEST(AxisNames, StandWhereTheyCanAndElseTheirDefaults) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string json = scratch.Path("m.json"), kds = scratch.Path("m.kds");
   const std::string out = scratch.Path("out");
   std::ofstream(scratch.Path("m.cl")) << "RAPID\nGOTO/1,2,3\nFINI\n";
-  for (const auto& c : tests::Cases("axis_names.txt")) {
+  for (const auto& c : Cases("axis_names.txt")) {
     SCOPED_TRACE(c.at(0) + c.at(1));
     const auto axes = static_cast<std::size_t>(std::stoi(c[0]));
     const std::string rotary = axes < 6 ? "" : R"(, "rotary": [{}, {}, {"direction": [1, 0, 0]}])";
     std::ofstream(json) << R"({"axes": )" << c[0] << R"(, "names": )" << c[1] << rotary << "}";
     const auto builder = kandrel_post::ReadMachineFile(json).builder;
-    tests::WriteSettingsFile(kds, builder);
+    WriteSettingsFile(kds, builder);
     const std::string shown = Shown(json, "--json");
     EXPECT_NE(shown.find("\"names\": " + c[1] + ",\n"), std::string::npos) << shown;
     if (axes == 6 || builder.GetAxisNames().size() <= axes) {
@@ -68,7 +67,7 @@ TEST(AxisNames, StandWhereTheyCanAndElseTheirDefaults) {
       ASSERT_EQ(run.exitCode, 0) << run.failure;
       EXPECT_EQ(AllOf(run.summary, "\n  (\\S+) +[-0-9.]+ +[-0-9.]+ +\\S+ +[0-9.e+]+(?=\n)", "|"),
                 c[2]);
-      const std::string nc = tests::FileText(out + "/posted.nc");
+      const std::string nc = FileText(out + "/posted.nc");
       EXPECT_TRUE(written.empty() || nc == written) << nc << written;
       written = nc;
     }
@@ -90,14 +89,14 @@ TEST(AxisNames, StandWhereTheyCanAndElseTheirDefaults) {
 
 // Settings files of five axes as they were written long ago.
 std::string OldSettings(std::initializer_list<double> directions, double minAngle) {
-  tests::Bytes bytes;
+  Bytes bytes;
   bytes.Raw("KDS ").Int({108}).Hex("01 00").Int({1, 3}).Double({0, 0, 1}).Double(directions);
   bytes.Double({0, 0, 0, 0, 0, 0, minAngle, -120, 100000, 120});
   return bytes.Double({-500, -500, -500, 500, 500, 500}).Int({0});
 }
 
 TEST(SettingsFiles, SayWhatHadToBeChanged) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string file = scratch.Path("old.kds"), path = scratch.Path("m.cl");
   std::ofstream(path) << "RAPID\nGOTO/1,2,3\nFINI\n";
   const auto expect = [&](const std::string& bytes, const std::string& rotary,
@@ -120,7 +119,7 @@ TEST(SettingsFiles, SayWhatHadToBeChanged) {
 }
 
 TEST(SettingsFiles, AreNamedWhereTheyCantBeRead) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string file = scratch.Path("cut.KDS");
   std::ofstream(file, std::ios::binary) << OldSettings({0, 0, 1, 1, 0, 0}, -90).substr(0, 99);
   EXPECT_EQ(RunLine("machine show " + file).failure,
@@ -130,7 +129,7 @@ TEST(SettingsFiles, AreNamedWhereTheyCantBeRead) {
 }
 
 TEST(SettingsFiles, AreNoJsonWhereANumberIsNotFinite) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string file = scratch.Path("old.kds");
   for (const double number :
        {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
@@ -153,7 +152,7 @@ TEST(MachineDescriptions, ShowNoZeroWithASign) {
 }
 
 TEST(MachineDescriptions, AreReadAndOverwritten) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string machines = std::string(KANDREL_SOURCE_DIR) + "/machines/";
   const std::string file = scratch.Path("t.xml"), json = scratch.Path("t.json");
   std::filesystem::copy_file(machines + "trunnion_ca.xml", file);
@@ -161,20 +160,20 @@ TEST(MachineDescriptions, AreReadAndOverwritten) {
   EXPECT_EQ(shown, Shown("preset:trunnion_ca", "--json"));
   const std::string narrow = std::regex_replace(shown, std::regex("-120"), "-119.5");
   ASSERT_NE(narrow, shown);
-  tests::WriteFile(json, narrow);
+  WriteFile(json, narrow);
   ASSERT_EQ(RunLine("machine overwrite " + file + " --from " + json).exitCode, 0);
   EXPECT_EQ(Shown(file, "--json"), narrow);
   // Without names the axes are looked for under those that are usual: C and B.
-  const std::string before = tests::FileText(file);
-  tests::WriteFile(json, std::regex_replace(narrow, std::regex("\"names\": [^\n]*\n"), ""));
+  const std::string before = FileText(file);
+  WriteFile(json, std::regex_replace(narrow, std::regex("\"names\": [^\n]*\n"), ""));
   const Outcome run = RunLine("machine overwrite " + file + " --from " + json);
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_TRUE(run.failure.starts_with("error 5042: ")) << run.failure;
-  EXPECT_EQ(tests::FileText(file), before);
+  EXPECT_EQ(FileText(file), before);
   // A settings file of kind 2 stands for the machine file.
   auto builder = kandrel_post::MakePreset("mill3_metric").builder;
   builder.SetKind(2);
-  tests::WriteSettingsFile(scratch.Path("none.kds"), builder);
+  WriteSettingsFile(scratch.Path("none.kds"), builder);
   EXPECT_EQ(Shown(scratch.Path("none.xml"), "--json"), Shown("preset:mill3_metric", "--json"));
   EXPECT_EQ(RunLine("machine show " + scratch.Path("no.xml")).failure,
             "error 0: Xml file not found.\n  caused by 0: There is no such file.\n  caused by 0: " +
@@ -182,7 +181,7 @@ TEST(MachineDescriptions, AreReadAndOverwritten) {
 }
 
 TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string file = scratch.Path("t.xml"), json = scratch.Path("t.json");
   const std::string five = R"("axes": 5, "names": ["X", "Y", "Z", "C", "A"])";
   const std::string limits =
@@ -234,14 +233,14 @@ TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
   for (const auto& c : cases) {
     std::filesystem::copy_file(machines + "trunnion_ca.xml", file,
                                std::filesystem::copy_options::overwrite_existing);
-    tests::WriteFile(json, "{" + c.json + "}");
+    WriteFile(json, "{" + c.json + "}");
     const Outcome run = RunLine("machine overwrite " + file + " --from " + json);
     const bool isError = c.told.starts_with("error");
     EXPECT_EQ(run.exitCode, isError ? 1 : 0);
     EXPECT_EQ(run.failure, c.told + (isError ? "  caused by 0: " + file + "\n" : "")) << c.json;
   }
-  tests::WriteFile(json, "{" + five + limits + "]}");
-  tests::WriteFile(scratch.Path("t.kds"), "");
+  WriteFile(json, "{" + five + limits + "]}");
+  WriteFile(scratch.Path("t.kds"), "");
   std::filesystem::remove(scratch.Path("shared/chuck.stl"));
   std::filesystem::remove(scratch.Path("chuck.stl"));
   std::filesystem::copy_file(machines + "trunnion_ca.xml", file,
@@ -254,7 +253,7 @@ TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
   std::filesystem::remove(scratch.Path("t.kds"));
   std::filesystem::copy_file(machines + "fork_ca.xml", file,
                              std::filesystem::copy_options::overwrite_existing);
-  tests::WriteFile(json, RunLine("machine show " + file + " --json").summary);
+  WriteFile(json, RunLine("machine show " + file + " --json").summary);
   EXPECT_NE(RunLine("machine overwrite " + file + " --from " + json)
                 .failure.find("note: Both rotary axes are in the head: the first pivot is"),
             std::string::npos);
@@ -262,26 +261,24 @@ TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
 
 // The example of the page moves the tool over the part as it is told to.
 TEST(MachineDescriptions, PostTheExampleOfTheirPage) {
-  const tests::ScratchFolder scratch;
-  const std::string page = tests::FileText(KANDREL_SOURCE_DIR "/docs/machine-files.md");
+  const ScratchFolder scratch;
+  const std::string page = FileText(KANDREL_SOURCE_DIR "/docs/machine-files.md");
   const std::size_t begin = page.find("<?xml");
-  tests::WriteFile(scratch.Path("mill.xml"), page.substr(begin, page.find("```", begin) - begin));
-  tests::WriteFile(scratch.Path("m.cl"), "RAPID\nGOTO/10,20,5\nFINI\n");
+  WriteFile(scratch.Path("mill.xml"), page.substr(begin, page.find("```", begin) - begin));
+  WriteFile(scratch.Path("m.cl"), "RAPID\nGOTO/10,20,5\nFINI\n");
   const Outcome run = RunLine("post -m " + scratch.Path("mill.xml") + " -t " +
                               scratch.Path("m.cl") + " -o " + scratch.Path("out"));
   ASSERT_EQ(run.exitCode, 0) << run.failure;
-  EXPECT_NE(
-      tests::FileText(scratch.Path("out/posted.nc")).find("G0 X10.0000 Y20.0000 Z5.0000 C0.0000\n"),
-      std::string::npos);
+  EXPECT_NE(FileText(scratch.Path("out/posted.nc")).find("G0 X10.0000 Y20.0000 Z5.0000 C0.0000\n"),
+            std::string::npos);
 }
 
 TEST(MachineDescriptions, NameTheFileAndTheReasonWhereTheyCantBeRead) {
-  const tests::ScratchFolder scratch;
-  const std::string good = tests::FileText(std::string(KANDREL_SOURCE_DIR) + "/machines/mill3.xml");
+  const ScratchFolder scratch;
+  const std::string good = FileText(std::string(KANDREL_SOURCE_DIR) + "/machines/mill3.xml");
   const std::string none = "error 0: Xml file not found.\n";
   std::filesystem::create_directories(scratch.Path("folder.xml"));
-  tests::WriteSettingsFile(scratch.Path("cut.kds"),
-                           kandrel_post::MakePreset("mill3_metric").builder);
+  WriteSettingsFile(scratch.Path("cut.kds"), kandrel_post::MakePreset("mill3_metric").builder);
   const struct {
     std::string file, bytes, settings, told, blamed;
   } cases[] = {
@@ -301,9 +298,9 @@ TEST(MachineDescriptions, NameTheFileAndTheReasonWhereTheyCantBeRead) {
   };
   for (const auto& c : cases) {
     const std::string file = scratch.Path(c.file);
-    if (!std::filesystem::is_directory(file)) tests::WriteFile(file, c.bytes);
+    if (!std::filesystem::is_directory(file)) WriteFile(file, c.bytes);
     const std::string settings = std::filesystem::path(file).replace_extension("kds").string();
-    if (!c.settings.empty()) tests::WriteFile(settings, c.settings);
+    if (!c.settings.empty()) WriteFile(settings, c.settings);
     EXPECT_EQ(RunLine("machine show " + file).failure,
               c.told + "  caused by 0: " + scratch.Path(c.blamed) + "\n");
   }

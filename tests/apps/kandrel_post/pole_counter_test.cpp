@@ -8,11 +8,13 @@
 
 namespace {
 
+using namespace tests;
+
 constexpr double kRadians = std::numbers::pi / 180;
 
 // Enters and leaves a pole: through a line on it, between two lines, and not where the tool lifts.
 TEST(PoleCounter, CountsPolesThatFeedMovesCross) {
-  for (const tests::NumberCase& k : tests::NumberCases("../apps/kandrel_post/data/poles.txt")) {
+  for (const NumberCase& k : NumberCases("../apps/kandrel_post/data/poles.txt")) {
     const std::vector<double>& tilts = k[0];
     kandrel_post::PoleCounter counter({0, 0, 2}, 0.01);
     for (std::size_t i = 0; i < tilts.size(); ++i) {

@@ -6,17 +6,17 @@
 #include <kandrel/cadcam/tools/tool_types.h>
 #include <tests/support/numbers.h>
 #include <tests/support/throws_id.h>
+#include <tests/support/toolpath_builders.h>
 
 #include "support.h"
 
 namespace {
 
+using namespace tests;
 using kandrel_post::DescribeTool;
 using kandrel_post::MakeTool;
 using kandrel_post::ToolToJson;
 using kandrel_post::UsageError;
-
-constexpr auto kMetric = measures::zvUnitsFactory::metric;
 
 std::string Json(const std::string& type, const std::vector<std::string>& settings) {
   return ToolToJson(*MakeTool(type, settings));
@@ -94,8 +94,8 @@ TEST(ToolArgument, OneLengthTakesBothNames) {
 // The default is shown although it would be refused; once anything is set, it is.
 TEST(ToolArgument, ChecksWhatIsSet) {
   EXPECT_EQ(MakeTool("zvFaceMill", {})->GetDiameter(), 1);
-  EXPECT_EQ(tests::IdOf([] { MakeTool("zvFaceMill", {"diameter=2"}); }), 2133u);
-  EXPECT_EQ(tests::IdOf([] { MakeTool("zvEndMill", {"shoulderDiameter=0"}); }), 2185u);
+  EXPECT_EQ(IdOf([] { MakeTool("zvFaceMill", {"diameter=2"}); }), 2133u);
+  EXPECT_EQ(IdOf([] { MakeTool("zvEndMill", {"shoulderDiameter=0"}); }), 2185u);
   const std::pair<const char*, const char*> wrong[] = {{"zvMill", ""},
                                                        {"", ""},
                                                        {"zvEndMill", "diameter"},
@@ -135,9 +135,9 @@ TEST(ToolText, TellsPartsOfAllKinds) {
 
 TEST(ToolText, WhatIsNotFiniteIsNoJson) {
   cadcam::zvToolValues values = cadcam::FindToolType("zvEndMill")->makeDefault()->GetValues();
-  values.numbers.diameter = tests::kInfinity;
+  values.numbers.diameter = kInfinity;
   const auto tool = cadcam::FindToolType("zvEndMill")->make(values);
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>(
+  EXPECT_TRUE(ThrowsId<misc::zvException>(
       [&] { ToolToJson(*tool); }, 0, L"a tool with a number that is not finite can't be JSON"));
   EXPECT_NE(DescribeTool(*tool).find("  diameter           \"inf\"\n"), std::string::npos);
 }

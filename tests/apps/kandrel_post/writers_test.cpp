@@ -7,10 +7,10 @@
 
 namespace {
 
+using namespace tests;
 using kandrel_post::RowOf;
 using post::zvPosted3axMove;
 using post::zvPosted5axMove;
-using tests::Written;
 using Point = post::zvPostedMove::Point;
 
 TEST(CsvWriter, WritesEveryColumnAndLeavesWhatAMoveLacksEmpty) {
@@ -43,7 +43,7 @@ std::vector<std::vector<double>> Lists(const std::string& text) {
   std::vector<std::vector<double>> lists(1);
   for (const char* at = text.c_str(); *at != 0; at += *at != 0) {
     const char* end = nullptr;
-    lists.back().push_back(tests::NumberFrom(at, &end));
+    lists.back().push_back(NumberFrom(at, &end));
     at = end;
     if (*at == ';') lists.emplace_back();
   }
@@ -77,9 +77,9 @@ std::string NcProgram(const std::string& machine, const std::string& moves) {
 }
 
 TEST(NcWriter, WritesAxesThatChangeAndFeedsThatAControlCanTake) {
-  for (const auto& c : tests::Cases("nc.txt")) {
+  for (const auto& c : Cases("nc.txt")) {
     std::string program;
-    const std::string failure = tests::FailureText([&] { program = NcProgram(c.at(0), c.at(1)); });
+    const std::string failure = FailureText([&] { program = NcProgram(c.at(0), c.at(1)); });
     EXPECT_EQ(program + failure, c.at(2)) << c.at(0) << c.at(1);
   }
   EXPECT_EQ(kandrel_post::NcWriter::NumberOf(0), 20u);
