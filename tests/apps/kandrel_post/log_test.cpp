@@ -27,16 +27,19 @@ TEST(Logs, OfPostingsAreShownAndReplayed) {
   EXPECT_EQ(RunLine("log csv " + log).summary, FileText(out + "/posted.csv"));
   EXPECT_EQ(RunLine("log replay " + log).exitCode, 0);
   const json shown = json::parse(RunLine("log show --json " + log).summary);
-  EXPECT_EQ(shown.at("version"), 226);
-  EXPECT_EQ(shown.at("control"), json({"180", "360"}));
-  EXPECT_EQ(shown.at("origin"), json({1, 2, 3}));
-  EXPECT_EQ(shown.at("toolLength"), 4);
-  EXPECT_EQ(shown.at("parameters").at("maxAngleStep"), 1.5);
-  EXPECT_EQ(shown.at("tool").at("type"), "zvEndMill");
-  const json counts = {{"passes", 1}, {"slices", 1}, {"sections", 2}, {"moves", 4}};
-  for (const auto& count : counts.items())
-    EXPECT_EQ(shown.at("counts").at(count.key()), count.value());
-  EXPECT_EQ(shown.at("lostData"), json::array());
+  const std::pair<const char*, json> told[] = {{"/version", 226},
+                                               {"/control", {"180", "360"}},
+                                               {"/origin", {1, 2, 3}},
+                                               {"/toolLength", 4},
+                                               {"/parameters/maxAngleStep", 1.5},
+                                               {"/tool/type", "zvEndMill"},
+                                               {"/counts/passes", 1},
+                                               {"/counts/slices", 1},
+                                               {"/counts/sections", 2},
+                                               {"/counts/moves", 4},
+                                               {"/lostData", json::array()}};
+  for (const auto& [place, value] : told)
+    EXPECT_EQ(shown.at(json::json_pointer(place)), value) << place;
   std::ofstream(scratch.Path("m.json")) << shown.at("machine").dump();
   EXPECT_EQ(RunLine("machine show " + scratch.Path("m.json")).exitCode, 0);
   EXPECT_NE(RunLine("log show " + log).summary.find("\n  maxAngleStep             1.5\n"),
@@ -116,41 +119,35 @@ TEST(Logs, OfOldVersionsShowWhatWasInsertedInFront) {
 TEST(Logs, SiblingsAreShownByTheirTags) {
   using Manager = zvKDRBinaryIOManager;
   const ScratchFolder scratch;
-  const auto show = [&](const char* tag, const auto& save) {
-    MemoryOutput bytes;
-    save(bytes);
-    std::string text = bytes.GetBytes();
-    text.replace(0, 4, tag);
-    std::ofstream(scratch.Path("f.kdr"), std::ios::binary) << text;
-    return json::parse(RunLine("log show --json " + scratch.Path("f.kdr")).summary);
-  };
   const post::zv5axMachDef machDef;
   const post::zv5axControlDef control;
   const post::zvKDRParam par(measures::zvUnitsFactory::metric);
   const cadcam::zvTPoint3d<double> origin;
   const zvKDR5AxBase base(machDef, control, par, origin, 9);
   const zvKDRWriterParam writer(measures::zvUnitsFactory::inch);
-  EXPECT_EQ(show("KDRM", [&](auto& out) { Manager::SaveMachineDefinition(out, machDef); })
-                .at("machine")
-                .at("axes"),
-            5);
-  EXPECT_EQ(
-      show("KDRC", [&](auto& out) { Manager::SaveControlDefinition(out, control); }).at("control"),
-      json({"none", "none"}));
-  EXPECT_EQ(show("KDRP", [&](auto& out) { Manager::SaveKandrelParams(out, par); })
-                .at("parameters")
-                .at("poleHandling"),
-            3);
-  EXPECT_EQ(show("KDRT", [&](auto& out) { Manager::SaveToolParams(out, 12.5); }).at("toolLength"),
-            12.5);
-  EXPECT_EQ(show("KDRW", [&](auto& out) { Manager::SaveWriterParams(out, writer); })
-                .at("writer")
-                .at("toolComment"),
-            "SAMPLE TOOL");
-  const json all =
-      show("KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); });
-  EXPECT_EQ(all.at("toolLength"), 9);
-  EXPECT_EQ(all.at("writer").at("units"), "inch");
+  const std::tuple<const char*, std::function<void(MemoryOutput&)>, const char*, json> cases[] = {
+      {"KDRM", [&](auto& out) { Manager::SaveMachineDefinition(out, machDef); }, "/machine/axes",
+       5},
+      {"KDRC",
+       [&](auto& out) { Manager::SaveControlDefinition(out, control); },
+       "/control",
+       {"none", "none"}},
+      {"KDRP", [&](auto& out) { Manager::SaveKandrelParams(out, par); }, "/parameters/poleHandling",
+       3},
+      {"KDRT", [&](auto& out) { Manager::SaveToolParams(out, 12.5); }, "/toolLength", 12.5},
+      {"KDRW", [&](auto& out) { Manager::SaveWriterParams(out, writer); }, "/writer/toolComment",
+       "SAMPLE TOOL"},
+      {"KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); }, "/toolLength",
+       9},
+      {"KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); },
+       "/writer/units", "inch"}};
+  for (const auto& [tag, save, place, value] : cases) {
+    MemoryOutput bytes;
+    save(bytes);
+    std::ofstream(scratch.Path("f.kdr"), std::ios::binary) << tag << bytes.GetBytes().substr(4);
+    const json shown = json::parse(RunLine("log show --json " + scratch.Path("f.kdr")).summary);
+    EXPECT_EQ(shown.at(json::json_pointer(place)), value) << place;
+  }
   // The other commands take logs alone, and a tag of none is refused by all.
   for (const char* const line : {"log csv ", "log cl ", "log replay "})
     EXPECT_TRUE(RunLine(line + scratch.Path("f.kdr")).failure.starts_with("error 2019: ")) << line;

@@ -133,11 +133,6 @@ TEST_P(Posting, StandsWhereItSaysOrIsRefused) {
 
 INSTANTIATE_TEST_SUITE_P(All, Posting, testing::ValuesIn(AllPaths()), NameOf);
 
-void Replace(std::string& text, std::string_view word, const std::string& by) {
-  for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += by.size())
-    text.replace(at, word.size(), by);
-}
-
 // One line, and below it lines that belong to it.
 bool IsFailure(const std::string& text) {
   static const std::regex first("[^ ].*"), below("  (caused by [0-9]+:|breach|shift) .+");

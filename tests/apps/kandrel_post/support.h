@@ -62,6 +62,11 @@ inline std::vector<std::vector<std::string>> Cases(std::string_view fileName) {
   return cases;
 }
 
+inline void Replace(std::string& text, std::string_view word, const std::string& by) {
+  for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += by.size())
+    text.replace(at, word.size(), by);
+}
+
 /// The text of what `action` throws; "" when it throws nothing.
 template <class Action>
 std::string FailureText(Action&& action) {
