@@ -155,6 +155,7 @@ TEST(KinematicTree, KeptTransformsAreThoseOfTheFirstUntilTheLastIsReleased) {
   tree.KeepTransforms(*body);
   x->SetValue(2);
   EXPECT_EQ(tree.KeepTransforms(*x).useCount, 2u);
+  EXPECT_EQ(mkdKinematicTree(tree).FindKeptTransforms(*x)->useCount, 2u);
   tree.ReleaseTransforms(*x);
   ASSERT_NE(tree.FindKeptTransforms(*x), nullptr);
   EXPECT_EQ(tree.FindKeptTransforms(*x)->world, mkdMatrix::Identity());

@@ -119,20 +119,27 @@ TEST(KintreeMachDef, ACopyHasItsOwnTreeAndNamesAndSharesTheObjects) {
 TEST(KintreeMachDef, UnitsGoOnToTheObjectsUnlessOnlyTheLabelChanges) {
   zvKintreeMachDef machine(kMetric);
   const auto x = Slide(L"X");
-  const auto a = Swivel(L"A", {1, 0, 0}, {0, 0, 254});
+  const auto a = Swivel(L"A", {1, 0, 0}, {25.4f, 0, 254});
+  const auto transform = Transform(L"T");
   const auto body = Body(L"body");
   body->GetMesh()->AddVertex({25.4f, 0, 0});
   machine.AddObject(x, nullptr);
   machine.AddObject(a, x);
   machine.AddObject(body, a);
+  machine.AddObject(transform, a);
+  x->SetMaximum(508);
+  transform->SetLocalMatrix(Shift(1, 2, 3));
   machine.SetUnits(kInch, true);
   EXPECT_EQ(machine.GetUnits(), kInch);
   EXPECT_EQ(x->GetUnits(), kMetric);
   machine.SetUnits(kMetric, true);
   const zvKintreeMachDef copy(machine);
   machine.SetUnits(kInch);
-  EXPECT_NEAR(x->GetMaximum(), 1000 / 25.4, 1e-12);
-  EXPECT_EQ(a->GetPivot().z, 10);
+  EXPECT_NEAR(x->GetMinimum(), -1000 / 25.4, 1e-12);
+  EXPECT_NEAR(x->GetMaximum(), 508 / 25.4, 1e-12);
+  EXPECT_EQ(a->GetPivot(), FloatVector(1, 0, 10));
+  EXPECT_EQ(a->GetMaximum(), 1000);
+  EXPECT_EQ(transform->GetLocalMatrix(), Shift(1, 2, 3));
   EXPECT_EQ(body->GetMesh()->GetVertices()[0].x, 1);
   zvKintreeMachDef(copy).SetUnits(kInch);  // the objects are in inch already
   EXPECT_EQ(a->GetPivot().z, 10);

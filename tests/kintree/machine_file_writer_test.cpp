@@ -104,20 +104,13 @@ mkdPolygonalGeometry::Mesh MeshOf(int triangles) {
 TEST(MachineFileWriter, MeshesWithoutAFileAreWritten) {
   const ScratchFolder folder;
   zvKintreeMachDef machine(zvUnitsFactory::metric);
-  const auto add = [&]<class Body>(const wchar_t* name, int triangles, Body*) {
-    machine.AddObject(
-        MakeAutoPointer<Body>(name, MeshOf(triangles), std::wstring(L"/nowhere/") + name + L".stl",
-                              zvUnitsFactory::metric),
-        nullptr);
-  };
-  add(L"g", 2, static_cast<mkdPolygonalGeometry*>(nullptr));
-  add(L"w", 1, static_cast<mkdWorkPiece*>(nullptr));
-  add(L"s", 2, static_cast<mkdStockGeometry*>(nullptr));
-  add(L"i", 3, static_cast<mkdInitialStock*>(nullptr));
-  add(L"empty", 0, static_cast<mkdPolygonalGeometry*>(nullptr));
-  machine.AddObject(
-      MakeAutoPointer<mkdPolygonalGeometry>(L"null", nullptr, L"null.stl", zvUnitsFactory::metric),
-      nullptr);
+  const auto add = [&](const mkdKinematicObjectPointer& body) { machine.AddObject(body, nullptr); };
+  add(MakeAutoPointer<mkdPolygonalGeometry>(L"g", MeshOf(2), L"/nowhere/g.stl", kMetric));
+  add(MakeAutoPointer<mkdWorkPiece>(L"w", MeshOf(1), L"/nowhere/w.stl", kMetric));
+  add(MakeAutoPointer<mkdStockGeometry>(L"s", MeshOf(2), L"/nowhere/s.stl", kMetric));
+  add(MakeAutoPointer<mkdInitialStock>(L"i", MeshOf(3), L"/nowhere/i.stl", kMetric));
+  add(MakeAutoPointer<mkdPolygonalGeometry>(L"empty", MeshOf(0), L"/nowhere/empty.stl", kMetric));
+  add(MakeAutoPointer<mkdPolygonalGeometry>(L"null", nullptr, L"null.stl", kMetric));
   WriteFile(folder.Path("s.stl"), "kept");
   Written(machine, folder);
   const std::pair<const char*, int> cases[] = {{"g.stl", 2}, {"w.stl", 1}};
@@ -211,37 +204,43 @@ class OddValidator final : public misc::zvValueValidator<double> {
 
 TEST(MachineFileWriter, WhatCannotBeWrittenLeavesTheFileAsItWas) {
   const ScratchFolder folder;
-  WriteFile(folder.Path("out.xml"), "old");
-  const auto write = [&](const Machine& machine) {
-    return [&folder, machine] { zvV2XMLWriter(*machine, folder.WidePath("out.xml")).Write(); };
+  const auto addDeep = [](const Machine& machine) {
+    mkdKinematicObjectPointer parent;
+    for (int depth = 0; depth < 98; ++depth) {
+      const mkdKinematicObjectPointer object = Transform(std::to_wstring(depth));
+      machine->AddObject(object, parent);
+      parent = object;
+    }
   };
-  Machine machine = ReadBody(Axis("X"));
-  As<mkdAxis>(machine, L"X").SetMaximum(kNaN);
-  EXPECT_TRUE(ThrowsId<misc::zvmiscException>(write(machine), 2579));
-  machine = ReadBody("");
-  machine->SetVersion(std::numeric_limits<float>::infinity());
-  EXPECT_TRUE(ThrowsId<misc::zvmiscException>(write(machine), 2579));
-  machine = ReadBody(Axis("X"));
-  As<mkdAxis>(machine, L"X").SetValidator(MakeAutoPointer<OddValidator>());
-  EXPECT_TRUE(
-      ThrowsId<misc::zvException>(write(machine), 0, L"Unknown discrete value validator visited"));
-  machine = ReadBody(Axis("X"));
-  zvCollisionCheck check;
-  check.second.kind = static_cast<zvCollisionGroup::Kind>(7);
-  machine->SetCollisionCheck(L"c", check);
-  EXPECT_TRUE(ThrowsId<misc::zvException>(write(machine), 0,
-                                          L"Undefined implementation of collision group type! "));
-  machine = ReadBody("");
-  mkdKinematicObjectPointer parent;
-  for (int depth = 0; depth < 98; ++depth) {
-    const mkdKinematicObjectPointer object =
-        MakeAutoPointer<mkdCoordinateTransform>(std::to_wstring(depth), zvUnitsFactory::metric);
-    machine->AddObject(object, parent);
-    parent = object;
+  const auto addCheck = [](const Machine& machine) {
+    zvCollisionCheck check;
+    check.second.kind = static_cast<zvCollisionGroup::Kind>(7);
+    machine->SetCollisionCheck(L"c", check);
+  };
+  const auto setRange = [](const Machine& m) { As<mkdAxis>(m, L"X").SetMaximum(kNaN); };
+  const auto setVersion = [](const Machine& m) {
+    m->SetVersion(std::numeric_limits<float>::infinity());
+  };
+  const auto setValidator = [](const Machine& machine) {
+    As<mkdAxis>(machine, L"X").SetValidator(MakeAutoPointer<OddValidator>());
+  };
+  const std::tuple<std::function<void(const Machine&)>, std::uint32_t, const wchar_t*> cases[] = {
+      {setRange, 2579, L"Conversion from string to value failed."},
+      {setVersion, 2579, L"Conversion from string to value failed."},
+      {setValidator, 0, L"Unknown discrete value validator visited"},
+      {addCheck, 0, L"Undefined implementation of collision group type! "},
+      {addDeep, 0, L"A machine file can't hold objects so deep below each other"}};
+  for (const auto& [spoil, id, text] : cases) {
+    WriteFile(folder.Path("out.xml"), "old");
+    const Machine machine = ReadBody(Axis("X"));
+    spoil(machine);
+    const auto write = [&] { Written(*machine, folder); };
+    if (id != 0)
+      EXPECT_TRUE(ThrowsId<misc::zvmiscException>(write, id, text));
+    else
+      EXPECT_TRUE(ThrowsId<misc::zvException>(write, id, text));
+    EXPECT_EQ(FileText(folder.Path("out.xml")), "old");
   }
-  EXPECT_TRUE(ThrowsId<misc::zvException>(
-      write(machine), 0, L"A machine file can't hold objects so deep below each other"));
-  EXPECT_EQ(FileText(folder.Path("out.xml")), "old");
 }
 
 TEST(MachineFileWriter, WhatTheSystemRefusesIsToldByTheFile) {

@@ -8,23 +8,6 @@
 namespace kintree {
 namespace {
 
-TEST(TreeFaults, ADirectionAlongABaseVectorIsExactlyThat) {
-  const struct {
-    FloatVector given, unit;
-  } cases[] = {
-      {{0.9999999f, 0, 0}, {1, 0, 0}},
-      {{0, -1.0000002f, 0}, {0, -1, 0}},
-      {{0, 0, 1e-40f}, {0, 0, 1}},
-      {{-3e38f, 0, 0}, {-1, 0, 0}},
-      {{0.70710682f, 0.70710682f, 0}, {0.70710682f, 0.70710682f, 0}},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Slide(L"X", c.given)->GetInitialDirection(), c.unit);
-    EXPECT_EQ(Swivel(L"A", c.given)->GetCurrentDirection(), c.unit);
-  }
-  EXPECT_TRUE(std::signbit(Slide(L"X", {1, -0.0f, 0})->GetInitialDirection().y));
-}
-
 TEST(TreeFaults, WhatFloatsCantHoldIsRefusedAndChangesNothing) {
   const auto x = Slide(L"X", {0.6f, 0.8f, 0});
   const auto a = Swivel(L"A", {0, 0, 1}, {3e38f, -3e38f, 0});
@@ -97,6 +80,10 @@ struct Scene {
     tree->Add(b3, y.Get());
     tree->Add(last, nullptr);
   }
+  void Watch(const std::wstring& name, mkdKinematicObjectObserver* observer) const {
+    for (const auto& node : *tree)
+      if (node.GetValue()->GetName() == name) node.GetValue()->SetObserver(observer);
+  }
   std::vector<float> Shifts() const {
     std::vector<float> shifts;
     for (const mkdKinematicObject* object :
@@ -135,8 +122,7 @@ TEST(TreeFaults, AnObserverThatMovesHasTheLastWord) {
     Scene scene;
     Interference observer;
     observer.action = [&] { c.action(scene); };
-    for (const auto& node : *scene.tree)
-      if (node.GetValue()->GetName() == c.watched) node.GetValue()->SetObserver(&observer);
+    scene.Watch(c.watched, &observer);
     c.motion(scene);
     EXPECT_EQ(observer.action, nullptr);
     EXPECT_EQ(scene.Shifts(), c.shifts);
@@ -145,29 +131,25 @@ TEST(TreeFaults, AnObserverThatMovesHasTheLastWord) {
 
 // The sanitizer sees it if anything that is gone is touched.
 TEST(TreeFaults, AnObserverMayTakeOutObjectsAndTrees) {
+  const auto takeOutBoth = [](Scene& s) {
+    s.tree->Remove(*std::exchange(s.b3, nullptr));
+    s.tree->Remove(*std::exchange(s.y, nullptr));
+  };
+  const auto takeOutAll = [](Scene& s) { s = {}; };
   const std::tuple<std::wstring, std::function<void(Scene&)>> cases[] = {
       {L"b1", [](Scene& s) { s.tree->Remove(*std::exchange(s.b1, nullptr)); }},
       {L"b1", [](Scene& s) { s.tree->Remove(*std::exchange(s.b2, nullptr)); }},
-      {L"b2",
-       [](Scene& s) {
-         s.tree->Remove(*std::exchange(s.b3, nullptr));
-         s.tree->Remove(*std::exchange(s.y, nullptr));
-       }},
-      {L"b3",
-       [](Scene& s) {
-         s.tree->Remove(*std::exchange(s.b3, nullptr));
-         s.tree->Remove(*std::exchange(s.y, nullptr));
-       }},
-      {L"b1", [](Scene& s) { s = {}; }},
-      {L"b3", [](Scene& s) { s = {}; }},
+      {L"b2", takeOutBoth},
+      {L"b3", takeOutBoth},
+      {L"b1", takeOutAll},
+      {L"b3", takeOutAll},
   };
   for (const auto& [watched, action] : cases) {
     SCOPED_TRACE(misc::ToUtf8(watched));
     Scene scene;
     Interference observer;
     observer.action = [&scene, act = action] { act(scene); };
-    for (const auto& node : *scene.tree)
-      if (node.GetValue()->GetName() == watched) node.GetValue()->SetObserver(&observer);
+    scene.Watch(watched, &observer);
     mkdAxis& x = *scene.x;
     x.SetValue(9);
     EXPECT_EQ(observer.action, nullptr);
