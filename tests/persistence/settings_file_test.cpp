@@ -145,35 +145,6 @@ TEST(SettingsFile, FilesAreWrittenAndReadByTheirPath) {
   EXPECT_EQ(FileText(path), kThreeAxes.substr(0, 10));
 }
 
-TEST(WriterParameters, HoldWhatTheyAreGiven) {
-  const auto inch = measures::zvUnitsFactory::inch;
-  zvKDRWriterParam p(inch);
-  const auto fields = [&] {
-    return std::tuple(p.GetOutputAbsoluteMachineCoordsFlag(), p.GetUnits(), p.GetProgNo(),
-                      p.GetAxisNames(), p.GetToolComment(), p.GetToolPathComment(),
-                      p.GetToolNumber(), p.GetStartLineNo(), p.GetLineNoIncrement(),
-                      p.GetSpindleSpeed(), static_cast<int>(p.GetOutputCoordinatesType()),
-                      static_cast<int>(p.GetOutputNCFormat()));
-  };
-  using Strings = std::wstring;
-  EXPECT_EQ(fields(), std::tuple(false, inch, 1, Names({L"X", L"Y", L"Z", L"A", L"B"}),
-                                 Strings(L"SAMPLE TOOL"), Strings(L"SOME 5 AXIS OPERATION"), 1, 10,
-                                 5, 1000, 0, 0));
-  p.SetOutputAbsoluteMachineCoordsFlag(true);
-  p.SetProgNo(2);
-  p.SetToolComment(L"t");
-  p.SetToolPathComment(L"p");
-  p.SetToolNumber(3);
-  p.SetStartLineNo(4);
-  p.SetLineNoIncrement(6);
-  p.SetSpindleSpeed(7);
-  p.SetOutputCoordinatesType(static_cast<zvKDRWriterParam::OutputCoordinatesType>(8));
-  p.SetOutputNCFormat(static_cast<zvKDRWriterParam::OutputNCFormat>(9));
-  p.SetAxisNames({L"X", L"x"}, 2);
-  EXPECT_EQ(fields(), std::tuple(true, inch, 2, Names({L"X", L"x"}), Strings(L"t"), Strings(L"p"),
-                                 3, 4, 6, 7, 8, 9));
-}
-
 TEST(WriterParameters, NamesAreCounted) {
   zvKDRWriterParam p(measures::zvUnitsFactory::metric);
   const Names six = {L"X", L"Y", L"Z", L"A", L"B", L"C"};
