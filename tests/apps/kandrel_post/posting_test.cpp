@@ -61,21 +61,6 @@ class Posting : public testing::TestWithParam<PresetAndPath> {
     return true;
   }
 
-  // What was posted last, with these options at its end, on the machine of a settings file.
-  void ExpectSameOnSettingsFile(const fs::path& file, const std::string& options) const {
-    const auto written = [&] {
-      return FileText(m_scratch.Path("out/posted.csv")) + FileText(m_scratch.Path("out/posted.nc"));
-    };
-    const std::string& preset = std::get<0>(GetParam());
-    const std::string machine = m_scratch.Path(preset + ".kds");
-    const std::string given = written();
-    WriteSettingsFile(machine, kandrel_post::MakePreset(preset).builder);
-    const Outcome run = RunLine(fmt::format("post -m {} -t {} -o {} {}", machine, file.string(),
-                                            m_scratch.Path("out"), options));
-    EXPECT_EQ(run.exitCode, 0) << run.failure;
-    EXPECT_EQ(written(), given);
-  }
-
   // Posts the file and checks all that is written.
   void ExpectGood(const fs::path& file, const std::string& options) const {
     const bool small = options.ends_with("--small");
@@ -124,7 +109,6 @@ TEST_P(Posting, StandsWhereItSaysOrIsRefused) {
     const std::string nc = FileText(m_scratch.Path("out/posted.nc"));
     ExpectGood(file, "--small");
     EXPECT_EQ(FileText(m_scratch.Path("out/posted.nc")), nc);
-    ExpectSameOnSettingsFile(file, "--small --origin -12.5,20,-35 --tool-length -80");
   } else if (m_values.axes == 3) {
     // Of another way to post: the source's places are found among those put between.
     ExpectGood(file, "--set interpolateByDistance=true --small");

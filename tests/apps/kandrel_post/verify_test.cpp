@@ -88,16 +88,6 @@ TEST(Verify, FindsWhatWasChangedInLinesWithItsLineAndNothingElse) {
   }
 }
 
-TEST(Verify, RefusesAPathInOtherUnitsAsPostDoes) {
-  const ScratchFolder scratch;
-  const std::string file = SampleFile(scratch, "face_inch");
-  for (const std::string& command :
-       {std::string("verify posted.csv"), "post -o " + scratch.Path("out")})
-    EXPECT_TRUE(RunLine(fmt::format("{} -m preset:mill3_metric -t {}", command, file))
-                    .failure.starts_with("error 5033: "))
-        << command;
-}
-
 TEST(Verify, HasWordsForEachFindingAndRoundsUpWhatIsAboveADigit) {
   using post::zvPostingFinding;
   const kandrel_post::Machine machine = kandrel_post::LoadMachine("preset:trunnion_ca");
