@@ -1,7 +1,6 @@
 // The cases of machine_file_cases.txt, a line each.
 #include <tests/kintree/machine_files.h>
 
-#include <fstream>
 #include <regex>
 
 namespace tests {
