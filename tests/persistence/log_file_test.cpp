@@ -1,16 +1,12 @@
 #include <kandrel/cadcam/tools/hole_tools.h>
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/misc/pack/compressed_streams.h>
-#include <kandrel/misc/polled_streams.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/persistence/log_parts.h>
 #include <kandrel/persistence/source_references.h>
 #include <kandrel/post/creators/creator_caster.h>
 #include <tests/persistence/records.h>
 #include <tests/support/every_creator.h>
-
-#include <fstream>
-#include <optional>
 
 namespace {
 
@@ -51,39 +47,6 @@ struct Setup : Workshop<C> {
 using ThreeAxes = Setup<zvPosted3axTPCreator>;
 using FiveAxes = Setup<zvPosted5axTPCreator>;
 using SixAxes = Setup<zvPosted6axTPCreator>;
-
-// Ends the work at the call of its number.
-struct EndingHook final : misc::zvProgress {
-  explicit EndingHook(int endsAt) : left(endsAt) {}
-  bool Report(Stage, double) override { return left-- > 0; }
-
-  int left;
-};
-
-// Through polled streams a log comes out the same, or not at all.
-TEST(PolledLog, IsCancelledAtEachPoll) {
-  const FiveAxes setup;
-  const auto creator = setup.Make();
-  creator->Post(Path(true), false);
-  MemoryOutput plain;
-  zvKDROutput(plain, creator, Path(true), setup.tool);
-  const auto copy = [&](int endsAt) {
-    EndingHook hook(endsAt);
-    MemoryInput bytes(plain.GetBytes());
-    misc::zvPolledInput in(bytes, &hook, plain.GetBytes().size());
-    zvKDRInput log(in);
-    MemoryOutput again;
-    misc::zvPolledOutput out(again, &hook);
-    zvKDROutput(out, log.GetPostedTPCreator(), log.GetToolPath(), *log.GetTool());
-    EXPECT_EQ(again.GetBytes(), plain.GetBytes());
-  };
-  int polls = 0;
-  for (;; ++polls) {
-    if (IdOf([&] { copy(polls); }) == 0) break;
-    EXPECT_TRUE(ThrowsId<misc::zvCancelled>([&] { copy(polls); }, zvmiscException::kCancelled));
-  }
-  EXPECT_GE(polls, static_cast<int>(plain.GetBytes().size() / 1024));
-}
 
 template <class T>
 class Logs : public testing::Test {};

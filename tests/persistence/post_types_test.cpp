@@ -3,7 +3,6 @@
 #include <kandrel/post/model/mach_def_utils.h>
 #include <tests/persistence/records.h>
 #include <tests/support/outcome.h>
-#include <tests/support/seeded.h>
 
 using namespace tests;
 using post::zvBIPostTypes;

@@ -115,16 +115,6 @@ TEST(SettingsFile, WhatIsNoneIsRefused) {
   EXPECT_TRUE(ThrowsId<zvKandrelException>(refusedHeader("KDS\n", 227), 2019));
   for (const std::int64_t version : {0ll, 2ll, 227ll, 0xFFFFFFFFll})
     EXPECT_TRUE(ThrowsId<cadcam::zvcadcamException>(refusedHeader("KDS ", version), 2027));
-  // What had to be changed can be asked for.
-  const std::string parallel =
-      Bytes()
-          .Raw("KDS ")
-          .Int({108})
-          .Hex("01 00")
-          .Int({1, 3})
-          .Double({0, 0, 1, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 0, 0, -1, -2, 1, 2, -1, -1, -1, 1, 1, 1})
-          .Int({0});
-  EXPECT_EQ(Read(parallel).GetLostData(), (std::vector<misc::zvBILostData>{{L"BinLostData", 5}}));
 }
 
 TEST(SettingsFile, FilesAreWrittenAndReadByTheirPath) {

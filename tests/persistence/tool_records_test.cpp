@@ -9,8 +9,6 @@
 #include <kandrel/persistence/tools_writer.h>
 #include <tests/persistence/records.h>
 
-#include <sstream>
-
 namespace {
 
 using namespace tests;
