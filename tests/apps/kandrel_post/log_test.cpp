@@ -3,7 +3,6 @@
 #include <tests/support/scratch_folder.h>
 #include <tests/support/testing.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "posting_checks.h"

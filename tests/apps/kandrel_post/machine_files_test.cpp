@@ -153,13 +153,6 @@ TEST(MachineDescriptions, AreReadAndOverwritten) {
   WriteFile(json, narrow);
   ASSERT_EQ(RunLine("machine overwrite " + file + " --from " + json).exitCode, 0);
   EXPECT_EQ(Shown(file, "--json"), narrow);
-  // Without names the axes are looked for under those that are usual: C and B.
-  const std::string before = FileText(file);
-  WriteFile(json, std::regex_replace(narrow, std::regex("\"names\": [^\n]*\n"), ""));
-  const Outcome run = RunLine("machine overwrite " + file + " --from " + json);
-  EXPECT_EQ(run.exitCode, 1);
-  EXPECT_TRUE(run.failure.starts_with("error 5042: ")) << run.failure;
-  EXPECT_EQ(FileText(file), before);
   // A settings file of kind 2 stands for the machine file.
   auto builder = kandrel_post::MakePreset("mill3_metric").builder;
   builder.SetKind(2);

@@ -6,8 +6,6 @@
 #include <kandrel/post/model/mach_def_builder.h>
 #include <tests/support/laws.h>
 
-#include <filesystem>
-
 #include "support.h"
 
 namespace tests {
