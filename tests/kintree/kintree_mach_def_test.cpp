@@ -1,20 +1,8 @@
-#include <kandrel/kintree/kintree_exception.h>
-#include <kandrel/kintree/kintree_mach_def.h>
-#include <kandrel/misc/units_factory.h>
-#include <tests/support/kinematics.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
+
+#include <tests/kintree/machine_files.h>
 
 namespace kintree {
 namespace {
-
-using tests::Body;
-using tests::kInch;
-using tests::kMetric;
-using tests::Slide;
-using tests::Swivel;
-using tests::ThrowsId;
-using Failure = zvMachineSimulatorException;
 
 class Recorder final : public zvKintreeMachDefObserver {
  public:
@@ -22,10 +10,12 @@ class Recorder final : public zvKintreeMachDefObserver {
                      const mkdKinematicObjectPointer& object) override {
     told.push_back(object->GetName());
     wasThere &= machine.GetObject(object->GetName()) == object;
+    if (action) std::exchange(action, nullptr)();
   }
 
-  std::vector<std::wstring> told;
+  Names told;
   bool wasThere = true;
+  std::function<void()> action;
 };
 
 TEST(KintreeMachDef, ASecondObjectOfANameIsRefusedAndTheFirstStays) {
@@ -39,7 +29,7 @@ TEST(KintreeMachDef, ASecondObjectOfANameIsRefusedAndTheFirstStays) {
                                 L"An object with this identifier already exists (X)"));
   EXPECT_TRUE(
       ThrowsId<Failure>([&] { machine.AddObject(y, stranger); }, 1, L"Invalid parent object (Z)"));
-  EXPECT_TRUE(tests::ThrowsNull([&] { machine.AddObject(nullptr, x); }));
+  EXPECT_TRUE(ThrowsNull([&] { machine.AddObject(nullptr, x); }));
   EXPECT_EQ(machine.GetTree().GetSize(), 1u);
   EXPECT_EQ(machine.GetObject(L"X"), x);
   EXPECT_TRUE(ThrowsId<Failure>([&] { machine.GetObject(L"Y"); }, 0, L"Object not found (Y)"));
@@ -51,8 +41,23 @@ TEST(KintreeMachDef, ASecondObjectOfANameIsRefusedAndTheFirstStays) {
   machine.AddObject(Body(L""), y);
   EXPECT_TRUE(ThrowsId<Failure>([&] { machine.AddObject(Body(L""), y); }, 5,
                                 L"An object with this identifier already exists"));
-  EXPECT_EQ(recorder.told, (std::vector<std::wstring>{L"X", L"Y"}));
+  EXPECT_EQ(recorder.told, (Names{L"X", L"Y"}));
   EXPECT_TRUE(recorder.wasThere);
+}
+
+TEST(KintreeMachDef, TheObserversThatItStillHasAreTold) {
+  zvKintreeMachDef machine(kMetric);
+  Recorder first, second, added;
+  first.action = [&] {
+    machine.RemoveObserver(second);
+    machine.AddObserver(added);
+  };
+  machine.AddObserver(first);
+  machine.AddObserver(second);
+  for (const wchar_t* name : {L"X", L"Y"}) machine.AddObject(Slide(name), nullptr);
+  EXPECT_EQ(first.told, (Names{L"X", L"Y"}));
+  EXPECT_EQ(second.told, Names());
+  EXPECT_EQ(added.told, Names{L"Y"});
 }
 
 TEST(KintreeMachDef, AnObjectOfNoClassOfItsOwnIsRefusedAndLeavesNothing) {
@@ -60,7 +65,7 @@ TEST(KintreeMachDef, AnObjectOfNoClassOfItsOwnIsRefusedAndLeavesNothing) {
     Odd() : mkdKinematicObject(L"odd", {}, kMetric) {}
   };
   zvKintreeMachDef machine(kMetric);
-  const auto odd = misc::MakeAutoPointer<Odd>();
+  const auto odd = MakeAutoPointer<Odd>();
   EXPECT_TRUE(ThrowsId<exceptions::zvKintreeException>([&] { machine.AddObject(odd, nullptr); }, 0,
                                                        L"Cannot visit abstract class"));
   EXPECT_EQ(machine.GetTree().GetSize(), 0u);
@@ -98,14 +103,14 @@ TEST(KintreeMachDef, ACopyHasItsOwnTreeAndNamesAndSharesTheObjects) {
   EXPECT_EQ(assigned.GetNode(L"body").GetParent(), &assigned.GetNode(L"X"));
   x->SetValue(3);
   for (const wchar_t* name : {L"body", L"new"})
-    EXPECT_EQ(assigned.GetObject(name)->GetWorldTransform(), tests::Shift(3, 0, 0));
+    EXPECT_EQ(assigned.GetObject(name)->GetWorldTransform(), Shift(3, 0, 0));
 
   EXPECT_EQ(assigned.GetUnits(), kMetric);
   EXPECT_EQ(assigned.GetName(), L"mill");
   EXPECT_EQ(assigned.GetSchema(), L"toolpath.scm");
   EXPECT_EQ(assigned.GetVersion(), 1.5f);
   EXPECT_EQ(assigned.GetWriterVersion(), 1.6f);
-  EXPECT_EQ(assigned.GetFiles(), std::vector<std::wstring>{L"base.stl"});
+  EXPECT_EQ(assigned.GetFiles(), Names{L"base.stl"});
   EXPECT_FALSE(assigned.IsSliderShown(L"X"));
   EXPECT_EQ(assigned.GetPreprocessors().at(0).instanceName, L"instance");
   EXPECT_EQ(assigned.GetCollisionChecks().at(L"1").second.names.at(0), L"X");
@@ -114,20 +119,27 @@ TEST(KintreeMachDef, ACopyHasItsOwnTreeAndNamesAndSharesTheObjects) {
 TEST(KintreeMachDef, UnitsGoOnToTheObjectsUnlessOnlyTheLabelChanges) {
   zvKintreeMachDef machine(kMetric);
   const auto x = Slide(L"X");
-  const auto a = Swivel(L"A", {1, 0, 0}, {0, 0, 254});
+  const auto a = Swivel(L"A", {1, 0, 0}, {25.4f, 0, 254});
+  const auto transform = Transform(L"T");
   const auto body = Body(L"body");
   body->GetMesh()->AddVertex({25.4f, 0, 0});
   machine.AddObject(x, nullptr);
   machine.AddObject(a, x);
   machine.AddObject(body, a);
+  machine.AddObject(transform, a);
+  x->SetMaximum(508);
+  transform->SetLocalMatrix(Shift(1, 2, 3));
   machine.SetUnits(kInch, true);
   EXPECT_EQ(machine.GetUnits(), kInch);
   EXPECT_EQ(x->GetUnits(), kMetric);
   machine.SetUnits(kMetric, true);
   const zvKintreeMachDef copy(machine);
   machine.SetUnits(kInch);
-  EXPECT_NEAR(x->GetMaximum(), 1000 / 25.4, 1e-12);
-  EXPECT_EQ(a->GetPivot().z, 10);
+  EXPECT_NEAR(x->GetMinimum(), -1000 / 25.4, 1e-12);
+  EXPECT_NEAR(x->GetMaximum(), 508 / 25.4, 1e-12);
+  EXPECT_EQ(a->GetPivot(), FloatVector(1, 0, 10));
+  EXPECT_EQ(a->GetMaximum(), 1000);
+  EXPECT_EQ(transform->GetLocalMatrix(), Shift(1, 2, 3));
   EXPECT_EQ(body->GetMesh()->GetVertices()[0].x, 1);
   zvKintreeMachDef(copy).SetUnits(kInch);  // the objects are in inch already
   EXPECT_EQ(a->GetPivot().z, 10);
@@ -138,14 +150,14 @@ TEST(KintreeMachDef, UnitsGoOnToTheObjectsUnlessOnlyTheLabelChanges) {
 // A look through all others for each of them would take an hour.
 TEST(KintreeMachDef, TakesAndFindsAHundredThousandObjects) {
   zvKintreeMachDef machine(kMetric);
-  const auto root = tests::Transform(L"root");
+  const auto root = Transform(L"root");
   machine.AddObject(root, nullptr);
-  for (int i = 0; i < 100000; ++i) machine.AddObject(tests::Transform(std::to_wstring(i)), root);
+  for (int i = 0; i < 100000; ++i) machine.AddObject(Transform(std::to_wstring(i)), root);
   EXPECT_EQ(machine.GetNode(L"root").GetChildren().size(), 100000u);
   EXPECT_EQ(machine.GetObject(L"99999")->GetName(), L"99999");
-  root->SetLocalMatrix(tests::Shift(1, 0, 0));
+  root->SetLocalMatrix(Shift(1, 0, 0));
   machine.GetTree().SetWorldTransform(mkdMatrix::Identity());
-  EXPECT_EQ(machine.GetObject(L"7")->GetWorldTransform(), tests::Shift(1, 0, 0));
+  EXPECT_EQ(machine.GetObject(L"7")->GetWorldTransform(), Shift(1, 0, 0));
 }
 
 }  // namespace

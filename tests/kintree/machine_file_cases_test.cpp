@@ -1,9 +1,6 @@
 // The cases of machine_file_cases.txt, a line each.
-#include <kandrel/kintree/kintree_exception.h>
-#include <kandrel/kintree/machine_file_writer.h>
 #include <tests/kintree/machine_files.h>
 
-#include <fstream>
 #include <regex>
 
 namespace tests {

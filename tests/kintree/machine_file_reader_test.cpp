@@ -1,26 +1,15 @@
-#include <kandrel/kintree/geometry.h>
 #include <kandrel/kintree/held_tool.h>
-#include <kandrel/kintree/kintree_exception.h>
-#include <kandrel/misc/misc_exception.h>
 #include <sys/stat.h>
 #include <tests/kintree/machine_files.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/throws_id.h>
 
 namespace kintree {
 namespace {
 
 using measures::zvUnitsFactory;
-using tests::As;
-using tests::Axis;
-using tests::Geometry;
-using tests::ReadBody;
-using Machine = zvV2XMLReader::Machine;
-using Semantic = exceptions::zvKintreeMachDefSemanticException;
 using Vector = cadcam::zvTPoint3d<float>;
 
 zvV2XMLReader::DefaultUnits Inch() {
-  return misc::MakeAutoPointer<zvUnitsFactory::Units>(zvUnitsFactory::inch);
+  return MakeAutoPointer<zvUnitsFactory::Units>(zvUnitsFactory::inch);
 }
 
 Machine ReadBytes(const std::string& bytes, const zvV2XMLReader::DefaultUnits& units = nullptr) {
@@ -38,9 +27,8 @@ TEST(MachineFileReader, ObjectsHaveWhatIsNotWritten) {
   const std::tuple<const wchar_t*, double, bool> values[] = {
       {L"S", 0.25, true}, {L"S", 1, false}, {L"L", 2, true}, {L"L", 0, false}};
   for (const auto& [name, value, isTaken] : values)
-    EXPECT_EQ(
-        tests::IdOf([&, axis = name, to = value] { As<mkdAxis>(machine, axis).SetValue(to); }),
-        isTaken ? 0 : tests::kNullPointer);
+    EXPECT_EQ(IdOf([&, axis = name, to = value] { As<mkdAxis>(machine, axis).SetValue(to); }),
+              isTaken ? 0 : kNullPointer);
   const auto& stock = As<mkdStockGeometry>(machine, L"g");
   EXPECT_EQ(stock.GetAppearance(), (zvAppearance{{1, 0, 0}, 0.5f, 0, L""}));
   EXPECT_EQ(stock.GetMesh()->GetUnits(), zvUnitsFactory::inch);
@@ -48,7 +36,7 @@ TEST(MachineFileReader, ObjectsHaveWhatIsNotWritten) {
   EXPECT_EQ(machine->GetSchema(), L"/nowhere/toolpath.scm");
   EXPECT_EQ(machine->GetFiles(), std::vector<std::wstring>{L"/nowhere/toolpath.scm"});
   EXPECT_EQ(machine->GetCollisionChecks().at(L"c").name, L"");
-  EXPECT_TRUE(tests::ThrowsId<zvMachineSimulatorException>(
+  EXPECT_TRUE(ThrowsId<zvMachineSimulatorException>(
       [&] { ReadBody("<transform id='workpiece_transform'/>" + Axis("toolpath")); }, 5,
       L"An object with this identifier already exists (toolpath)"));
 }
@@ -57,39 +45,36 @@ TEST(MachineFileReader, PartsOfAToolHaveTheirColours) {
   const Vector orange{1, 0.50196081f, 0}, grey{0.5f, 0.5f, 0.5f}, cyan{0, 1, 1},
       arbor{0.75294119f, 0, 0}, old{0.7529411911964417f, 0.7529411911964417f, 0.7529411911964417f},
       own{0.1f, 0.2f, 0.3f};
-  const char* const all =
-      "cuttr='.1' cuttg='.2' cuttb='.3' noncuttr='.1' noncuttg='.2' noncuttb='.3' arborr='.1' "
-      "arborg='.2' arborb='.3' holderr='.1' holderg='.2' holderb='.3' clrr='.1' clrg='.2' "
-      "clrb='.3'";
+  std::string all;
+  for (const std::string part : {"cutt", "noncutt", "arbor", "holder", "clr"})
+    all += part + "r='.1' " + part + "g='.2' " + part + "b='.3' ";
+  // Not the default is what differs from it here.
   const struct {
     const char* version;
-    const char* attributes;
-    std::array<Vector, 4> current;
-    std::array<bool, 4> isDefault;
+    std::string attributes;
+    std::array<Vector, 4> current, usual;
   } cases[] = {
-      {"1.4", "", {orange, grey, arbor, cyan}, {true, true, true, true}},
-      {"1.4", all, {own, own, own, own}, {}},
-      {"1.1999995", all, {own, own, own, own}, {}},
+      {"1.4", "", {orange, grey, arbor, cyan}, {orange, grey, arbor, cyan}},
+      {"1.4", all, {own, own, own, own}, {orange, grey, arbor, cyan}},
+      {"1.1999995", all, {own, own, own, own}, {orange, grey, arbor, cyan}},
       {"1.4",
        "cuttr='.1' cuttg='.2' holderb='.3'",
        {orange, grey, arbor, cyan},
-       {true, true, true, true}},
-      {"1.1", all, {own, grey, old, own}, {false, true, true, false}},
-      {"1.1", "clrr='.1' clrg='.2'", {orange, grey, old, cyan}, {true, true, true, true}},
+       {orange, grey, arbor, cyan}},
+      {"1.1", all, {own, grey, old, own}, {orange, grey, old, cyan}},
+      {"1.1", "clrr='.1' clrg='.2'", {orange, grey, old, cyan}, {orange, grey, old, cyan}},
   };
   for (const auto& c : cases) {
-    const Machine machine = ReadBody(
-        std::string("<geometry name='tool' alpha='0.5' reflectivity='0.25' ") + c.attributes + "/>",
-        std::string("units='metric' version='") + c.version + "'");
+    const Machine machine =
+        ReadBody("<geometry name='tool' alpha='0.5' reflectivity='0.25' " + c.attributes + "/>",
+                 std::string("units='metric' version='") + c.version + "'");
     const auto& tool = As<mkdHeldTool>(machine, L"tool");
-    const std::array<Vector, 4> usual = {
-        orange, grey, c.version[2] == '1' && c.version[3] == 0 ? old : arbor, cyan};
     for (std::size_t i = 0; i < mkdHeldTool::kParts; ++i) {
       const auto& look = tool.GetPartAppearances()[i];
       EXPECT_EQ(look.current, (zvAppearance{c.current[i], 0.5f, 0.25f, L""})) << c.attributes << i;
-      EXPECT_EQ(look.defaultAppearance.colour, usual[i]) << c.version << i;
+      EXPECT_EQ(look.defaultAppearance.colour, c.usual[i]) << c.version << i;
       EXPECT_EQ(look.defaultAppearance.alpha, 0.5f);
-      EXPECT_EQ(look.isDefaultTaken, c.isDefault[i]) << c.attributes << i;
+      EXPECT_EQ(look.isDefaultTaken, c.current[i] == c.usual[i]) << c.attributes << i;
       EXPECT_TRUE(look.isVisible);
     }
   }
@@ -102,14 +87,14 @@ TEST(MachineFileReader, PartsOfAToolHaveTheirColours) {
 }
 
 TEST(MachineFileReader, FilesAreFoundFromTheFolderOfTheMachine) {
-  const tests::ScratchFolder folder;
+  const ScratchFolder folder;
   std::filesystem::create_directory(folder.Path("Parts"));
   std::filesystem::create_directory(folder.Path("folder.stl"));
   std::filesystem::create_directory(folder.Path("machine"));
   ASSERT_EQ(mkfifo(folder.Path("pipe.stl").c_str(), 0600), 0);
   for (const char* name : {"Base.STL", "Parts/Base.stl", "outside.stl"})
-    tests::WriteFile(folder.Path(name), tests::TwoTriangles());
-  tests::WriteFile(folder.Path("path.asc"), "RGB 1 0 0\nPA 0 0 0; PE 1 2 3\n");
+    WriteFile(folder.Path(name), TwoTriangles());
+  WriteFile(folder.Path("path.asc"), "RGB 1 0 0\nPA 0 0 0; PE 1 2 3\n");
   const std::tuple<const char*, const char*, bool> cases[] = {
       {"Base.STL", "Base.STL", true},
       {"base.stl", "base.stl", false},
@@ -184,8 +169,8 @@ TEST(MachineFileReader, UnitsAndVersionAreThoseOfTheFileOrTheDefaults) {
 }
 
 TEST(MachineFileReader, PreprocessorsMustBeThere) {
-  const tests::ScratchFolder folder;
-  tests::WriteFile(folder.Path("p.lua"), "");
+  const ScratchFolder folder;
+  WriteFile(folder.Path("p.lua"), "");
   const auto read = [&](const std::string& attributes) {
     return ReadBody("<preprocessor " + attributes + "/>", "units='metric'",
                     folder.WidePath("m.xml"));
@@ -196,30 +181,26 @@ TEST(MachineFileReader, PreprocessorsMustBeThere) {
   EXPECT_EQ(machine->GetPreprocessors()[0].fileName, folder.WidePath("p.lua"));
   EXPECT_EQ(machine->GetFiles(), std::vector<std::wstring>{folder.WidePath("p.lua")});
   const std::wstring start = L"Semantic error in element <preprocessor>, ID - \" ";
-  EXPECT_TRUE(tests::ThrowsId<Semantic>(
+  EXPECT_TRUE(ThrowsId<Semantic>(
       [&] { read("fileName='p.lua'"); }, 0,
       start + L"instance \" : The preprocessor tag has no specified instance variable name"));
-  EXPECT_TRUE(tests::ThrowsId<Semantic>(
-      [&] { read("instance='p'"); }, 0,
-      start + L"fileName \" : The preprocessor tag has no specified filename"));
+  EXPECT_TRUE(
+      ThrowsId<Semantic>([&] { read("instance='p'"); }, 0,
+                         start + L"fileName \" : The preprocessor tag has no specified filename"));
   for (const char* name : {"q.lua", "../m.xml", "."})
-    EXPECT_TRUE(tests::ThrowsId<misc::zvException>(
+    EXPECT_TRUE(ThrowsId<misc::zvException>(
         [&] { read(std::string("instance='p' fileName='") + name + "'"); }, 0,
         L"Preprocessor source code file not found"));
 }
 
 TEST(MachineFileReader, FailuresOutsideElementsOfTheTreeComePlain) {
-  EXPECT_TRUE(tests::ThrowsId<Semantic>(
-      [] { ReadBody("", "name='m' version='1.4'"); }, 100,
-      L"Semantic error in element <machine_data>, ID - \" m \" : The machine has no specified "
-      L"units"));
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>([] { ReadBody("", "units='Inch'"); }, 2141,
-                                                 L"Unknown Units"));
-  EXPECT_TRUE(tests::ThrowsId<misc::zvmiscException>(
-      [] { ReadBody("", "version='a' units='inch'"); }, 2579));
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>([] { ReadBytes(""); }, 0, L"Xml file not found."));
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>([] { zvV2XMLReader(L"/no.xml").Read(nullptr); }, 0,
-                                                 L"Xml file not found."));
+  EXPECT_TRUE(ThrowsId<Semantic>([] { ReadBody("", "name='m' version='1.4'"); }, 100,
+                                 L"Semantic error in element <machine_data>, ID - \" m \" : The "
+                                 L"machine has no specified units"));
+  EXPECT_TRUE(
+      ThrowsId<misc::zvException>([] { ReadBody("", "units='Inch'"); }, 2141, L"Unknown Units"));
+  const auto read = [] { ReadBody("", "version='a' units='inch'"); };
+  EXPECT_TRUE(ThrowsId<misc::zvmiscException>(read, 2579));
 }
 
 std::string Deep(int levels, const std::string& id, const std::string& inside) {
@@ -231,21 +212,20 @@ std::string Deep(int levels, const std::string& id, const std::string& inside) {
 }
 
 TEST(MachineFileReader, DepthIsBounded) {
-  const tests::Reports reports;
+  const Reports reports;
   const Machine machine = ReadBytes(Deep(98, "t", ""), Inch());
   EXPECT_EQ(machine->GetTree().GetSize(), 98u);
   for (const int levels : {99, 5000})
-    EXPECT_TRUE(tests::ThrowsId<misc::zvException>([&] { ReadBytes(Deep(levels, "t", "")); }, 0,
-                                                   L"Xml file not found."));
+    EXPECT_TRUE(ThrowsId<misc::zvException>([&] { ReadBytes(Deep(levels, "t", "")); }, 0,
+                                            L"Xml file not found."));
   try {
     ReadBytes(Deep(97, std::string(100000, 'i'), "<axis id='X'/>"));
     ADD_FAILURE() << "nothing thrown";
   } catch (const Semantic& e) {
     ASSERT_EQ(e.GetCauses().size(), 98u);
     // Each element around a failure tells it again; the innermost is the failure itself.
-    EXPECT_EQ(e.GetCauses()[97], (misc::zvException::Cause{2579,
-                                                           L"Conversion from string to value "
-                                                           L"failed."}));
+    const misc::zvException::Cause innermost{2579, L"Conversion from string to value failed."};
+    EXPECT_EQ(e.GetCauses()[97], innermost);
     EXPECT_EQ(e.GetMessage().find(e.GetCauses()[0].second), e.GetMessage().find(L" : ") + 3);
     // The identifiers are cut to what a person reads.
     EXPECT_LT(e.GetMessage().size(), 110000u);

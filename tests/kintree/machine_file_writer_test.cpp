@@ -1,45 +1,34 @@
 #include <kandrel/cadcam/stl/stl_reader.h>
-#include <kandrel/kintree/geometry.h>
 #include <kandrel/kintree/held_tool.h>
-#include <kandrel/kintree/kintree_exception.h>
-#include <kandrel/kintree/machine_file_writer.h>
-#include <kandrel/misc/misc_exception.h>
 #include <tests/kintree/machine_files.h>
 #include <tests/support/comma_locale.h>
-#include <tests/support/numbers.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/throws_id.h>
 
 namespace kintree {
 namespace {
 
 using exceptions::zvFileAccessException;
 using measures::zvUnitsFactory;
-using tests::As;
-using tests::Axis;
-using tests::Geometry;
-using Machine = zvV2XMLReader::Machine;
 
-std::string Written(const zvKintreeMachDef& machine, const tests::ScratchFolder& folder,
+std::string Written(const zvKintreeMachDef& machine, const ScratchFolder& folder,
                     const std::string& name = "out.xml") {
   zvV2XMLWriter(machine, folder.WidePath(name)).Write();
-  return tests::FileText(folder.Path(name));
+  return FileText(folder.Path(name));
 }
 
 const std::string kLimits = "minvalue=\"-1000.00000000\" maxvalue=\"1000.00000000\" ";
 const std::string kX = "x=\"1.00000000\" y=\"0.00000000\" z=\"0.00000000\" ";
 
 TEST(MachineFileWriter, ElementsStandInTheirOrderAndNested) {
-  const tests::ScratchFolder folder;
-  tests::WriteFile(folder.Path("p.lua"), "");
+  const ScratchFolder folder;
+  WriteFile(folder.Path("p.lua"), "");
   const Machine machine =
-      tests::ReadBody("<collcheck id='0' group2='Y'/>" + Axis("Y") +
-                          "<axis id='X' x='1' y='0' z='0'>" + Axis("a,b") +
-                          "</axis>"
-                          "<collcheck id='2' group1='X,\"a,b\"' group2='Y' dynamic2='true'/>"
-                          "<collcheck id='1' group1='X' dynamic1='true'/>"
-                          "<preprocessor fileName='./p.lua' instance='run'/>",
-                      "version='1.45' units='inch'", folder.WidePath("m.xml"));
+      ReadBody("<collcheck id='0' group2='Y'/>" + Axis("Y") + "<axis id='X' x='1' y='0' z='0'>" +
+                   Axis("a,b") +
+                   "</axis>"
+                   "<collcheck id='2' group1='X,\"a,b\"' group2='Y' dynamic2='true'/>"
+                   "<collcheck id='1' group1='X' dynamic1='true'/>"
+                   "<preprocessor fileName='./p.lua' instance='run'/>",
+               "version='1.45' units='inch'", folder.WidePath("m.xml"));
   zvCollisionCheck named = machine->GetCollisionChecks().at(L"1");
   named.name = L"named";
   machine->SetCollisionCheck(L"1", named);
@@ -60,7 +49,7 @@ TEST(MachineFileWriter, ElementsStandInTheirOrderAndNested) {
       "</machine_definition>\n";
   EXPECT_EQ(Written(*machine, folder), expected);
   const Machine again = zvV2XMLReader(folder.WidePath("out.xml")).Read(nullptr);
-  EXPECT_EQ(tests::Nested(again), tests::Nested(machine));
+  EXPECT_EQ(Nested(again), Nested(machine));
   EXPECT_EQ(Written(*again, folder), [&] {
     std::string text = expected;  // a name is not read
     return text.replace(text.find("named"), 5, "1");
@@ -69,36 +58,36 @@ TEST(MachineFileWriter, ElementsStandInTheirOrderAndNested) {
 
 TEST(MachineFileWriter, OtherReadersTakeIt) {
   if (std::system("xmllint --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no xmllint";
-  const tests::ScratchFolder folder;
-  const Machine machine = tests::ReadBody(
-      Axis("&quot;&lt;&gt;&amp;\xC3\xA9\xC5\x82\xF0\x9F\x94\xA7&#9;&#10;&#13;]]&gt;--") +
-      Geometry("tool", "") + Geometry("stock", ""));
+  const ScratchFolder folder;
+  const Machine machine =
+      ReadBody(Axis("&quot;&lt;&gt;&amp;\xC3\xA9\xC5\x82\xF0\x9F\x94\xA7&#9;&#10;&#13;]]&gt;--") +
+               Geometry("tool", "") + Geometry("stock", ""));
   Written(*machine, folder);
   EXPECT_EQ(std::system(("xmllint --noout " + folder.Path("out.xml")).c_str()), 0);
 }
 
 TEST(MachineFileWriter, SourcesComeAlongUnlessTheyAreThere) {
-  const tests::ScratchFolder source, target;
+  const ScratchFolder source, target;
   std::filesystem::create_directories(source.Path("a"));
   std::filesystem::create_directories(source.Path("b"));
   const std::string large(200000, 'x');
-  tests::WriteFile(source.Path("a/one.stl"), tests::TwoTriangles());
-  tests::WriteFile(source.Path("b/one.stl"), "solid ascii\nendsolid\n");
-  tests::WriteFile(source.Path("r.bmp"), large);
-  tests::WriteFile(source.Path("kept.stl"), tests::TwoTriangles());
-  tests::WriteFile(source.Path("p.lua"), "lua");
-  tests::WriteFile(target.Path("kept.stl"), "mine");
-  const Machine machine = tests::ReadBody(
+  WriteFile(source.Path("a/one.stl"), TwoTriangles());
+  WriteFile(source.Path("b/one.stl"), "solid ascii\nendsolid\n");
+  WriteFile(source.Path("r.bmp"), large);
+  WriteFile(source.Path("kept.stl"), TwoTriangles());
+  WriteFile(source.Path("p.lua"), "lua");
+  WriteFile(target.Path("kept.stl"), "mine");
+  const Machine machine = ReadBody(
       Geometry("1", "geo='a/one.stl' reflectivityBitmapFileName='r.bmp'") +
           Geometry("2", "geo='b/one.stl'") + Geometry("3", "geo='kept.stl'") +
           Geometry("4", "geo='missing.stl'") + Geometry("5", "geo='a/../a'  objtype='stock'") +
           "<preprocessor fileName='p.lua' instance='p'/>",
       "units='metric'", source.WidePath("m.xml"));
   Written(*machine, target);
-  EXPECT_EQ(tests::FileText(target.Path("one.stl")), tests::TwoTriangles());
-  EXPECT_EQ(tests::FileText(target.Path("r.bmp")), large);
-  EXPECT_EQ(tests::FileText(target.Path("kept.stl")), "mine");
-  EXPECT_EQ(tests::FileText(target.Path("p.lua")), "lua");
+  EXPECT_EQ(FileText(target.Path("one.stl")), TwoTriangles());
+  EXPECT_EQ(FileText(target.Path("r.bmp")), large);
+  EXPECT_EQ(FileText(target.Path("kept.stl")), "mine");
+  EXPECT_EQ(FileText(target.Path("p.lua")), "lua");
   std::size_t files = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(target.Path("")))
     ++files;
@@ -106,30 +95,23 @@ TEST(MachineFileWriter, SourcesComeAlongUnlessTheyAreThere) {
 }
 
 mkdPolygonalGeometry::Mesh MeshOf(int triangles) {
-  const auto mesh = misc::MakeAutoPointer<cadcam::zvTMesh<float>>();
+  const auto mesh = MakeAutoPointer<cadcam::zvTMesh<float>>();
   for (int i = 0; i < triangles; ++i)
     mesh->AddTriangle({{{0, 0, 0}, {1, 0, 0}, {0, 1, static_cast<float>(i)}}}, {0, 0, 1});
   return mesh;
 }
 
 TEST(MachineFileWriter, MeshesWithoutAFileAreWritten) {
-  const tests::ScratchFolder folder;
+  const ScratchFolder folder;
   zvKintreeMachDef machine(zvUnitsFactory::metric);
-  const auto add = [&]<class Body>(const wchar_t* name, int triangles, Body*) {
-    machine.AddObject(misc::MakeAutoPointer<Body>(name, MeshOf(triangles),
-                                                  std::wstring(L"/nowhere/") + name + L".stl",
-                                                  zvUnitsFactory::metric),
-                      nullptr);
-  };
-  add(L"g", 2, static_cast<mkdPolygonalGeometry*>(nullptr));
-  add(L"w", 1, static_cast<mkdWorkPiece*>(nullptr));
-  add(L"s", 2, static_cast<mkdStockGeometry*>(nullptr));
-  add(L"i", 3, static_cast<mkdInitialStock*>(nullptr));
-  add(L"empty", 0, static_cast<mkdPolygonalGeometry*>(nullptr));
-  machine.AddObject(misc::MakeAutoPointer<mkdPolygonalGeometry>(L"null", nullptr, L"null.stl",
-                                                                zvUnitsFactory::metric),
-                    nullptr);
-  tests::WriteFile(folder.Path("s.stl"), "kept");
+  const auto add = [&](const mkdKinematicObjectPointer& body) { machine.AddObject(body, nullptr); };
+  add(MakeAutoPointer<mkdPolygonalGeometry>(L"g", MeshOf(2), L"/nowhere/g.stl", kMetric));
+  add(MakeAutoPointer<mkdWorkPiece>(L"w", MeshOf(1), L"/nowhere/w.stl", kMetric));
+  add(MakeAutoPointer<mkdStockGeometry>(L"s", MeshOf(2), L"/nowhere/s.stl", kMetric));
+  add(MakeAutoPointer<mkdInitialStock>(L"i", MeshOf(3), L"/nowhere/i.stl", kMetric));
+  add(MakeAutoPointer<mkdPolygonalGeometry>(L"empty", MeshOf(0), L"/nowhere/empty.stl", kMetric));
+  add(MakeAutoPointer<mkdPolygonalGeometry>(L"null", nullptr, L"null.stl", kMetric));
+  WriteFile(folder.Path("s.stl"), "kept");
   Written(machine, folder);
   const std::pair<const char*, int> cases[] = {{"g.stl", 2}, {"w.stl", 1}};
   for (const auto& [name, triangles] : cases) {
@@ -138,14 +120,14 @@ TEST(MachineFileWriter, MeshesWithoutAFileAreWritten) {
               triangles == 1 ? cadcam::zvSTLForm::text : cadcam::zvSTLForm::binary);
     EXPECT_EQ(mesh.GetTriangles().size(), static_cast<std::size_t>(triangles));
   }
-  EXPECT_EQ(tests::FileText(folder.Path("s.stl")), "kept");
+  EXPECT_EQ(FileText(folder.Path("s.stl")), "kept");
   for (const char* name : {"i.stl", "empty.stl", "null.stl"})
     EXPECT_FALSE(std::filesystem::exists(folder.Path(name))) << name;
 }
 
 // What is named by a machine file and isn't the machine's own is told of, and nothing else is.
 TEST(MachineFileWriter, WhatStaysInPlaceOfTheMachinesOwnIsTold) {
-  std::string other = tests::TwoTriangles();
+  std::string other = TwoTriangles();
   other[100] ^= 1;  // within the first corner
   const std::string text =
       "solid s\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\n"
@@ -158,12 +140,12 @@ TEST(MachineFileWriter, WhatStaysInPlaceOfTheMachinesOwnIsTold) {
     int triangles;                   // of a mesh that takes the place of the first, -1 for none
     bool isTold;
   } cases[] = {
-      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", "", -1, false},
-      {"a/b.stl", "b/b.stl", tests::TwoTriangles(), tests::TwoTriangles(), "", -1, false},
-      {"a/b.stl", "b/b.stl", tests::TwoTriangles(), other, "", -1, true},
-      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", tests::TwoTriangles(), -1, false},
-      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", other, -1, true},
-      {"a/b.stl", "a/b.stl", tests::TwoTriangles(), "", text, -1, true},
+      {"a/b.stl", "a/b.stl", TwoTriangles(), "", "", -1, false},
+      {"a/b.stl", "b/b.stl", TwoTriangles(), TwoTriangles(), "", -1, false},
+      {"a/b.stl", "b/b.stl", TwoTriangles(), other, "", -1, true},
+      {"a/b.stl", "a/b.stl", TwoTriangles(), "", TwoTriangles(), -1, false},
+      {"a/b.stl", "a/b.stl", TwoTriangles(), "", other, -1, true},
+      {"a/b.stl", "a/b.stl", TwoTriangles(), "", text, -1, true},
       {"a/b.stl", "a/b.stl", "", "", text, -1, true},
       {"b.stl", "b.stl", "", "", text, -1, false},
       {"b.stl", "b.stl", "", "", other, -1, false},
@@ -173,43 +155,43 @@ TEST(MachineFileWriter, WhatStaysInPlaceOfTheMachinesOwnIsTold) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
-    const tests::ScratchFolder folder;
+    const ScratchFolder folder;
     const auto write = [&](const std::string& name, const std::string& bytes) {
       std::filesystem::create_directories(std::filesystem::path(folder.Path(name)).parent_path());
-      if (!bytes.empty()) tests::WriteFile(folder.Path(name), bytes);
+      if (!bytes.empty()) WriteFile(folder.Path(name), bytes);
     };
     write(c.geo, c.source);
     write(c.also, c.alsoSource);
     if (c.there != "no STL") write("b.stl", c.there);
-    const Machine machine = tests::ReadBody(Geometry("1", "objtype='stock' geo='" + c.geo + "'") +
-                                                Geometry("2", "geo='" + c.also + "'"),
-                                            "units='metric'", folder.WidePath("m.xml"));
+    const Machine machine = ReadBody(Geometry("1", "objtype='stock' geo='" + c.geo + "'") +
+                                         Geometry("2", "geo='" + c.also + "'"),
+                                     "units='metric'", folder.WidePath("m.xml"));
     if (c.triangles >= 0) As<mkdStockGeometry>(machine, L"1").SetMesh(MeshOf(c.triangles));
     write("b.stl", c.there);
     {
-      const tests::Reports reports;
+      const Reports reports;
       Written(*machine, folder);
       ASSERT_EQ(reports.Get().size(), c.isTold ? 1u : 0u);
       if (!c.isTold) continue;
       EXPECT_NE(reports.Get()[0].find(L"'" + folder.WidePath("b.stl") + L"'"), std::wstring::npos);
     }
     // Whoever throws then keeps the machine file.
-    tests::WriteFile(folder.Path("out.xml"), "old");
+    WriteFile(folder.Path("out.xml"), "old");
     SetMessageHook([](const std::wstring& told) { throw misc::zvException(7, told); });
-    EXPECT_EQ(tests::IdOf([&] { Written(*machine, folder); }), 7u);
+    EXPECT_EQ(IdOf([&] { Written(*machine, folder); }), 7u);
     SetMessageHook(nullptr);
-    EXPECT_EQ(tests::FileText(folder.Path("out.xml")), "old");
+    EXPECT_EQ(FileText(folder.Path("out.xml")), "old");
   }
 }
 
 TEST(MachineFileWriter, AFileIsReplacedWholeAndKeepsItsPermissions) {
-  const tests::ScratchFolder folder;
-  tests::WriteFile(folder.Path("real.xml"), "old");
+  const ScratchFolder folder;
+  WriteFile(folder.Path("real.xml"), "old");
   std::filesystem::permissions(folder.Path("real.xml"), std::filesystem::perms(0640));
   std::filesystem::create_symlink("real.xml", folder.Path("out.xml"));
-  const std::string text = Written(*tests::ReadBody(Axis("X")), folder);
+  const std::string text = Written(*ReadBody(Axis("X")), folder);
   EXPECT_NE(text, "old");
-  EXPECT_EQ(tests::FileText(folder.Path("real.xml")), text);
+  EXPECT_EQ(FileText(folder.Path("real.xml")), text);
   EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("out.xml")));
   EXPECT_EQ(std::filesystem::status(folder.Path("real.xml")).permissions(),
             std::filesystem::perms(0640));
@@ -221,60 +203,66 @@ class OddValidator final : public misc::zvValueValidator<double> {
 };
 
 TEST(MachineFileWriter, WhatCannotBeWrittenLeavesTheFileAsItWas) {
-  const tests::ScratchFolder folder;
-  tests::WriteFile(folder.Path("out.xml"), "old");
-  const auto write = [&](const Machine& machine) {
-    return [&folder, machine] { zvV2XMLWriter(*machine, folder.WidePath("out.xml")).Write(); };
+  const ScratchFolder folder;
+  const auto addDeep = [](const Machine& machine) {
+    mkdKinematicObjectPointer parent;
+    for (int depth = 0; depth < 98; ++depth) {
+      const mkdKinematicObjectPointer object = Transform(std::to_wstring(depth));
+      machine->AddObject(object, parent);
+      parent = object;
+    }
   };
-  Machine machine = tests::ReadBody(Axis("X"));
-  As<mkdAxis>(machine, L"X").SetMaximum(tests::kNaN);
-  EXPECT_TRUE(tests::ThrowsId<misc::zvmiscException>(write(machine), 2579));
-  machine = tests::ReadBody("");
-  machine->SetVersion(std::numeric_limits<float>::infinity());
-  EXPECT_TRUE(tests::ThrowsId<misc::zvmiscException>(write(machine), 2579));
-  machine = tests::ReadBody(Axis("X"));
-  As<mkdAxis>(machine, L"X").SetValidator(misc::MakeAutoPointer<OddValidator>());
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>(write(machine), 0,
-                                                 L"Unknown discrete value validator visited"));
-  machine = tests::ReadBody(Axis("X"));
-  zvCollisionCheck check;
-  check.second.kind = static_cast<zvCollisionGroup::Kind>(7);
-  machine->SetCollisionCheck(L"c", check);
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>(
-      write(machine), 0, L"Undefined implementation of collision group type! "));
-  machine = tests::ReadBody("");
-  mkdKinematicObjectPointer parent;
-  for (int depth = 0; depth < 98; ++depth) {
-    const mkdKinematicObjectPointer object = misc::MakeAutoPointer<mkdCoordinateTransform>(
-        std::to_wstring(depth), zvUnitsFactory::metric);
-    machine->AddObject(object, parent);
-    parent = object;
+  const auto addCheck = [](const Machine& machine) {
+    zvCollisionCheck check;
+    check.second.kind = static_cast<zvCollisionGroup::Kind>(7);
+    machine->SetCollisionCheck(L"c", check);
+  };
+  const auto setRange = [](const Machine& m) { As<mkdAxis>(m, L"X").SetMaximum(kNaN); };
+  const auto setVersion = [](const Machine& m) {
+    m->SetVersion(std::numeric_limits<float>::infinity());
+  };
+  const auto setValidator = [](const Machine& machine) {
+    As<mkdAxis>(machine, L"X").SetValidator(MakeAutoPointer<OddValidator>());
+  };
+  const std::tuple<std::function<void(const Machine&)>, std::uint32_t, const wchar_t*> cases[] = {
+      {setRange, 2579, L"Conversion from string to value failed."},
+      {setVersion, 2579, L"Conversion from string to value failed."},
+      {setValidator, 0, L"Unknown discrete value validator visited"},
+      {addCheck, 0, L"Undefined implementation of collision group type! "},
+      {addDeep, 0, L"A machine file can't hold objects so deep below each other"}};
+  for (const auto& [spoil, id, text] : cases) {
+    WriteFile(folder.Path("out.xml"), "old");
+    const Machine machine = ReadBody(Axis("X"));
+    spoil(machine);
+    const auto write = [&] { Written(*machine, folder); };
+    if (id != 0)
+      EXPECT_TRUE(ThrowsId<misc::zvmiscException>(write, id, text));
+    else
+      EXPECT_TRUE(ThrowsId<misc::zvException>(write, id, text));
+    EXPECT_EQ(FileText(folder.Path("out.xml")), "old");
   }
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>(
-      write(machine), 0, L"A machine file can't hold objects so deep below each other"));
-  EXPECT_EQ(tests::FileText(folder.Path("out.xml")), "old");
 }
 
 TEST(MachineFileWriter, WhatTheSystemRefusesIsToldByTheFile) {
-  const tests::ScratchFolder folder;
-  const Machine machine = tests::ReadBody(Axis("X"));
+  const ScratchFolder folder;
+  const Machine machine = ReadBody(Axis("X"));
   const auto write = [&](const std::wstring& path) {
     return [&machine, path] { zvV2XMLWriter(*machine, path).Write(); };
   };
   for (const std::wstring& path :
        {folder.WidePath(""), folder.WidePath("no/out.xml"), std::wstring(L"/dev/full")})
-    EXPECT_TRUE(tests::ThrowsId<zvFileAccessException>(
-        write(path), 0, L"File '" + path + L"' could not be written."));
+    EXPECT_TRUE(ThrowsId<zvFileAccessException>(write(path), 0,
+                                                L"File '" + path + L"' could not be written."));
 }
 
 TEST(MachineFileWriter, NothingDependsOnTheLocale) {
   const auto rewritten = [] {
-    const Machine machine = tests::ReadBody(Axis("X", "minvalue='-1.5' maxvalue='2.5'"));
+    const Machine machine = ReadBody(Axis("X", "minvalue='-1.5' maxvalue='2.5'"));
     EXPECT_EQ(As<mkdAxis>(machine, L"X").GetMaximum(), 2.5);
     return zvV2XMLWriter(*machine, L"m.xml").GetBytes();
   };
   const std::string plain = rewritten();
-  const tests::CommaLocale locale;
+  const CommaLocale locale;
   if (!locale.IsSet()) GTEST_SKIP() << "no localedef, or nothing for it to work from";
   EXPECT_EQ(rewritten(), plain);
 }

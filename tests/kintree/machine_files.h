@@ -1,12 +1,16 @@
 // Machine files and machines of tests.
 #pragma once
 
-#include <kandrel/kintree/kinematic_axis.h>
-#include <kandrel/kintree/kintree_mach_def.h>
+#include <kandrel/kintree/kintree_exception.h>
 #include <kandrel/kintree/machine_file_reader.h>
+#include <kandrel/kintree/machine_file_writer.h>
 #include <kandrel/kintree/message_hook.h>
+#include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/text.h>
-#include <tests/support/testing.h>
+#include <tests/support/kinematics.h>
+#include <tests/support/numbers.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/throws_id.h>
 
 namespace tests {
 
@@ -14,16 +18,20 @@ inline std::string MachineFile(const std::string& body, const std::string& data)
   return "<machine_definition><machine_data " + data + "/>" + body + "</machine_definition>";
 }
 
+using Machine = kintree::zvV2XMLReader::Machine;
+using Names = std::vector<std::wstring>;
+using Failure = kintree::zvMachineSimulatorException;
+
 /// Reads such a file, without a default of its units, as if it stood in a folder that isn't there.
-inline kintree::zvV2XMLReader::Machine ReadBody(
-    const std::string& body, const std::string& data = "version='1.4' units='metric'",
-    const std::wstring& path = L"/nowhere/m.xml") {
+inline Machine ReadBody(const std::string& body,
+                        const std::string& data = "version='1.4' units='metric'",
+                        const std::wstring& path = L"/nowhere/m.xml") {
   return kintree::zvV2XMLReader(path).ReadBytes(MachineFile(body, data), nullptr);
 }
 
 /// An object as what it is; an object of another class throws std::bad_cast.
 template <class T>
-T& As(const kintree::zvV2XMLReader::Machine& machine, const std::wstring& name) {
+T& As(const Machine& machine, const std::wstring& name) {
   return dynamic_cast<T&>(*machine->GetObject(name));
 }
 
@@ -37,7 +45,7 @@ inline std::string Nested(const kintree::mkdKinematicNode& node) {
   }
   return text;
 }
-inline std::string Nested(const kintree::zvV2XMLReader::Machine& machine) {
+inline std::string Nested(const Machine& machine) {
   return Nested(machine->GetTree().GetRoot());
 }
 
@@ -84,3 +92,12 @@ inline std::string TwoTriangles() {
 }
 
 }  // namespace tests
+
+// The tests of this folder are written in the words of both.
+namespace kintree {
+
+using namespace tests;
+using misc::MakeAutoPointer;
+using Semantic = exceptions::zvKintreeMachDefSemanticException;
+
+}  // namespace kintree

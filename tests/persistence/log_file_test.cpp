@@ -1,120 +1,57 @@
-#include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tools/hole_tools.h>
 #include <kandrel/cadcam/tools/mills.h>
-#include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/pack/compressed_streams.h>
-#include <kandrel/misc/polled_streams.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/persistence/log_parts.h>
 #include <kandrel/persistence/source_references.h>
 #include <kandrel/post/creators/creator_caster.h>
-#include <kandrel/post/model/post_exception.h>
-#include <tests/support/bytes.h>
-#include <tests/support/memory_streams.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
-#include <tests/support/toolpath_builders.h>
-
-#include <fstream>
-#include <optional>
+#include <tests/persistence/records.h>
+#include <tests/support/every_creator.h>
 
 namespace {
 
-using cadcam::zvcadcamException;
-using misc::zvmiscException;
+using namespace tests;
 using post::zvPosted5axMove;
-using tests::Bytes;
-using tests::FileText;
-using tests::kMetric;
-using tests::MemoryInput;
-using tests::Point;
-using tests::ScratchFolder;
-using tests::ThrowsId;
 using Manager = zvKDRBinaryIOManager;
 
 // The same small path, with a link, a steep move and contact data, for all machines.
 cadcam::zvToolPath Path(bool turns) {
-  const Point tilted = turns ? Point(0.6, 0, 0.8) : Point(0, 0, 1);
-  return tests::PathBuilder()
-      .Link(3, {tests::Move3({0, 0, 10}, 500, true)})
-      .Contour(
-          {tests::Move3({0, 0, 0}), tests::Move5({10, 0, 0}, tilted), tests::Move3({20, 5, 0})})
+  const Point tilted = turns ? Point(0, 0.6, 0.8) : Point(0, 0, 1);
+  return PathBuilder()
+      .Link(3, {Move3({0, 0, 10}, 500, true)})
+      .Contour({Move3({0, 0, 0}), Move5({10, 0, 0}, tilted), Move3({20, 5, 0})})
       .Path();
 }
 
-// A set-up with a creator of each class.
-template <class C, class MachDef>
-struct Setup {
+// What a log holds, and a creator of each class.
+template <class C>
+struct Setup : Workshop<C> {
   using Creator = C;
   Setup() {
-    parameters.SetMaxAngleStep(2);
-    parameters.SetAlignToolpath(true);
-    control.SetFirstAxisLimit(post::zv5axControlDef::angleLimit360);
-    control.SetSecondAxisLimit(post::zv5axControlDef::angleLimit180);
+    this->par.SetMaxAngleStep(2);
+    this->par.SetAlignToolpath(true);
+    this->control.SetFirstAxisLimit(post::zv5axControlDef::angleLimit360);
+    this->control.SetSecondAxisLimit(post::zv5axControlDef::angleLimit180);
+    this->origin = {1, 2, 3};
+    this->toolLength = 75;
   }
-  misc::zvAutoPointer<Creator> Make() const {
-    return misc::MakeAutoPointer<Creator>(machDef, control, parameters, origin, 75);
+  misc::zvAutoPointer<C> Make() const {
+    return misc::MakeAutoPointer<C>(this->machDef, this->control, this->par, this->origin,
+                                    this->toolLength);
   }
-
-  MachDef machDef;
-  post::zv5axControlDef control;
-  post::zvKDRParam parameters{kMetric};
-  Point origin{1, 2, 3};
+  zvKDR5AxBase Base() const {
+    return {this->machDef, this->control, this->par, this->origin, this->toolLength};
+  }
   cadcam::zvBullMill tool;
 };
-struct ThreeAxes : Setup<zvPosted3axTPCreator, post::zv3axMachDef> {};
-struct FourAxes : Setup<zvPosted4axTPCreator, post::zv4axMachDef> {
-  FourAxes() { machDef.SetRotationDirection({0, 1, 0}); }
-};
-struct FiveAxes : Setup<zvPosted5axTPCreator, post::zv5axMachDef> {};
-struct SixAxes : Setup<zvPosted6axTPCreator, post::zv6axMachDef> {
-  SixAxes() { machDef.SetThirdRotationDirection({0, 1, 0}); }
-};
-
-// Ends the work at the call of its number.
-struct EndingHook final : misc::zvProgress {
-  explicit EndingHook(int endsAt) : left(endsAt) {}
-  bool Report(Stage, double) override { return left-- > 0; }
-
-  int left;
-};
-
-// Through polled streams a log comes out the same, or not at all.
-TEST(PolledLog, IsCancelledAtEachPoll) {
-  const FiveAxes setup;
-  const auto creator = setup.Make();
-  creator->Post(Path(true), false);
-  tests::MemoryOutput plain;
-  zvKDROutput(plain, creator, Path(true), setup.tool);
-  const auto copy = [&](int endsAt) {
-    EndingHook hook(endsAt);
-    MemoryInput bytes(plain.GetBytes());
-    misc::zvPolledInput in(bytes, &hook, plain.GetBytes().size());
-    zvKDRInput log(in);
-    tests::MemoryOutput again;
-    misc::zvPolledOutput out(again, &hook);
-    zvKDROutput(out, log.GetPostedTPCreator(), log.GetToolPath(), *log.GetTool());
-    EXPECT_EQ(again.GetBytes(), plain.GetBytes());
-  };
-  int polls = 0;
-  for (;; ++polls) {
-    if (tests::IdOf([&] { copy(polls); }) == 0) break;
-    EXPECT_TRUE(ThrowsId<misc::zvCancelled>([&] { copy(polls); }, zvmiscException::kCancelled));
-  }
-  EXPECT_GE(polls, static_cast<int>(plain.GetBytes().size() / 1024));
-}
+using ThreeAxes = Setup<zvPosted3axTPCreator>;
+using FiveAxes = Setup<zvPosted5axTPCreator>;
+using SixAxes = Setup<zvPosted6axTPCreator>;
 
 template <class T>
 class Logs : public testing::Test {};
-using Setups = testing::Types<ThreeAxes, FourAxes, FiveAxes, SixAxes>;
+using Setups = testing::Types<ThreeAxes, Setup<zvPosted4axTPCreator>, FiveAxes, SixAxes>;
 TYPED_TEST_SUITE(Logs, Setups);
-
-template <class Setup>
-constexpr bool kTurns = !std::is_same_v<Setup, ThreeAxes>;
-
-template <class Setup>
-constexpr bool kKeepsMatrix = std::is_same_v<Setup, ThreeAxes> || std::is_same_v<Setup, FourAxes>;
 
 template <class Creator>
 std::vector<typename Creator::Move> Lines(const Creator& creator) {
@@ -123,7 +60,7 @@ std::vector<typename Creator::Move> Lines(const Creator& creator) {
 
 template <class... Source>
 std::string Log(const Source&... source) {
-  tests::MemoryOutput out;
+  MemoryOutput out;
   zvKDROutput(out, source...);
   return out.GetBytes();
 }
@@ -139,7 +76,7 @@ misc::zvAutoPointer<Creator> CreatorOf(const std::string& bytes) {
 TYPED_TEST(Logs, OfCreatorsComeBackAndCanBeWrittenAgain) {
   const TypeParam setup;
   const auto creator = setup.Make();
-  const cadcam::zvToolPath path = Path(kTurns<TypeParam>);
+  const cadcam::zvToolPath path = Path(TypeParam::kAxes > 3);
   for (const bool isSmall : {false, true}) {
     if (isSmall && std::is_same_v<TypeParam, SixAxes>) continue;  // which nobody can read
     creator->Post(path, isSmall);
@@ -159,7 +96,7 @@ TYPED_TEST(Logs, OfCreatorsComeBackAndCanBeWrittenAgain) {
     const auto again = CreatorOf<typename TypeParam::Creator>(bytes);
     ASSERT_TRUE(again->GetPostedList());
     EXPECT_EQ(Lines(*again), Lines(*creator));
-    EXPECT_EQ(again->IsAlignMatrixValide(), kKeepsMatrix<TypeParam>);
+    EXPECT_EQ(again->IsAlignMatrixValide(), TypeParam::kAxes <= 4);
     EXPECT_EQ(Log(zvKDROutput::CreatorPointer(again), *log.GetToolPathPtr(), *log.GetTool()),
               bytes);
     // All that it refers to is alive, in copies too.
@@ -172,8 +109,8 @@ TYPED_TEST(Logs, OfCreatorsComeBackAndCanBeWrittenAgain) {
 
 TYPED_TEST(Logs, OfFacadesComeBackAndCanBeReplayed) {
   const TypeParam setup;
-  const cadcam::zvToolPath path = Path(kTurns<TypeParam>);
-  zvKDR5AxBase base(setup.machDef, setup.control, setup.parameters, setup.origin, 75);
+  const cadcam::zvToolPath path = Path(TypeParam::kAxes > 3);
+  zvKDR5AxBase base = setup.Base();
   const post::zvPostedTP& posted = base.Post(path);
   const std::string bytes = Log(base, path, posted, setup.tool);
   std::optional<zvKDR5AxBase> replayed;
@@ -181,7 +118,7 @@ TYPED_TEST(Logs, OfFacadesComeBackAndCanBeReplayed) {
     MemoryInput stream(bytes);
     zvKDRInput log(stream);
     // Behind a list of five and six axes stands a matrix that nobody reads.
-    const bool hasMore = std::is_same_v<TypeParam, FiveAxes> || std::is_same_v<TypeParam, SixAxes>;
+    const bool hasMore = TypeParam::kAxes > 4;
     EXPECT_EQ(stream.GetLeft(), hasMore ? Bytes().Wide("NULL").Get().size() : 0);
     EXPECT_EQ(log.GetPosted5axTP().GetCount(), posted.GetCount());
     EXPECT_EQ(log.GetPosted5axTP().GetCount(), 2 * posted.GetCount());
@@ -196,11 +133,11 @@ TYPED_TEST(Logs, WithoutALineAreWrittenAsTold) {
   const cadcam::zvToolPath path(kMetric);
   const auto creator = setup.Make();
   const zvKDROutput::CreatorPointer pointer = creator;
-  EXPECT_TRUE(tests::ThrowsNull([&] { Log(pointer, path, setup.tool); }));  // nothing posted
+  EXPECT_TRUE(ThrowsNull([&] { Log(pointer, path, setup.tool); }));  // nothing posted
   creator->Post(path, false);
   EXPECT_FALSE(
       CreatorOf<typename TypeParam::Creator>(Log(pointer, path, setup.tool))->GetPostedList());
-  zvKDR5AxBase base(setup.machDef, setup.control, setup.parameters, setup.origin, 75);
+  zvKDR5AxBase base = setup.Base();
   const std::string bytes = Log(base, path, base.Post(path), setup.tool);
   MemoryInput stream(bytes);
   if (std::is_same_v<TypeParam, FiveAxes>)
@@ -219,7 +156,7 @@ TEST(LogFiles, ArePlainOrCompressed) {
   const std::string bytes = Log(pointer, path, setup.tool);
   zvKDROutput(folder.WidePath("zlib"), pointer, path, setup.tool);
   EXPECT_EQ(FileText(folder.Path("zlib")).substr(0, 4), "ZLIB");
-  zvKDR5AxBase base(setup.machDef, setup.control, setup.parameters, setup.origin, 75);
+  zvKDR5AxBase base = setup.Base();
   const post::zvPostedTP& posted = base.Post(path);
   zvKDROutput(folder.WidePath("plain"), base, path, posted, setup.tool);
   EXPECT_EQ(FileText(folder.Path("plain")), Log(base, path, posted, setup.tool));
@@ -253,9 +190,9 @@ TEST(LogFiles, ArePlainOrCompressed) {
 }
 
 // A log of five axes of some version: a path of four moves in a line, and six posted moves.
-std::string OldLog(int v, int tag = 0) {
+std::string OldLog(int v, const char* tag = "KDR ") {
   Bytes b;
-  b.Raw(tag == 0 ? "KDR " : "KDRM").Int({v});
+  b.Raw(tag).Int({v});
   if (v >= 19) b.Byte(1);
   if (v >= 51) b.Byte(0);
   if (v >= 25) b.Int({1});
@@ -326,11 +263,10 @@ TEST(LogFiles, OfOldVersionsAreReadAndTheirSourcesFound) {
     EXPECT_EQ(sources,
               v < 184 ? (std::vector{-9, 0, -10, 1, 2, -12}) : std::vector<int>(6, -10 - 77));
   }
-  const std::string now = OldLog(226);
-  for (std::size_t size = 0; size < now.size(); ++size) {
-    MemoryInput stream(now.data(), size);
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { zvKDRInput log(stream); }, 2018)) << size;
-  }
+  ExpectPrefixesRefused(OldLog(226), [](const std::string& bytes) {
+    MemoryInput stream(bytes);
+    zvKDRInput log(stream);
+  });
 }
 
 TEST(LogFiles, OfOtherKindsAreRefused) {
@@ -340,7 +276,7 @@ TEST(LogFiles, OfOtherKindsAreRefused) {
   };
   for (const int version : {10, 227})
     EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { read(OldLog(version)); }, 2027));
-  EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { read(OldLog(226, 1)); }, 2019));
+  EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { read(OldLog(226, "KDRM")); }, 2019));
   std::string bytes = OldLog(226);
   bytes[14] = 4;  // number of axes
   EXPECT_TRUE(ThrowsId<post::zvPostException>([&] { read(bytes); }, 5024));
@@ -369,7 +305,7 @@ TYPED_TEST(Logs, SourcesAreFoundByPosition) {
                {{1, 1, 2}, {1, 1, 2}, {0, 1, 2}, {false, false, false}}};
   for (const auto& c : cases) {
     std::vector<cadcam::zvMovePointer> moves;
-    for (const double x : c.path) moves.push_back(tests::Move3({x, 0, 0}));
+    for (const double x : c.path) moves.push_back(Move3({x, 0, 0}));
     misc::zvMemoryPoolProvider provider;
     const auto list = misc::MakeAutoPointer<misc::zvMemoryPoolList<Move>>(provider);
     for (const double x : c.posted) {
@@ -378,7 +314,7 @@ TYPED_TEST(Logs, SourcesAreFoundByPosition) {
       move.SetSourceIndex(55);
       list->PushBack(move);
     }
-    persistence::FixReferenceBetweenTPAndpTP(tests::PathBuilder().Contour(moves).Path(), list);
+    persistence::FixReferenceBetweenTPAndpTP(PathBuilder().Contour(moves).Path(), list);
     std::vector<int> indices;
     std::vector<bool> inserted;
     for (const Move& move : *list) {
@@ -394,7 +330,7 @@ TYPED_TEST(Logs, SourcesAreFoundByPosition) {
 
 TEST(LogParts, AreSavedAndLoadedByTheirTags) {
   const auto saved = [](const auto& save) {
-    tests::MemoryOutput out;
+    MemoryOutput out;
     save(out);
     return out.GetBytes();
   };
@@ -404,37 +340,40 @@ TEST(LogParts, AreSavedAndLoadedByTheirTags) {
   const std::string control =
       saved([&](auto& out) { Manager::SaveControlDefinition(out, setup.control); });
   const std::string parameters =
-      saved([&](auto& out) { Manager::SaveKandrelParams(out, setup.parameters); });
+      saved([&](auto& out) { Manager::SaveKandrelParams(out, setup.par); });
   const std::string tool = saved([&](auto& out) { Manager::SaveToolParams(out, 12.5); });
-  zvKDRWriterParam par(tests::kInch);
+  zvKDRWriterParam par(kInch);
+  EXPECT_EQ(par.GetUnits(), kInch);
+  const std::string defaults = saved([&](auto& out) { Manager::SaveWriterParams(out, par); });
+  par.SetOutputAbsoluteMachineCoordsFlag(true);
+  par.SetProgNo(2);
   par.SetAxisNames({L"U", L"V"}, 2);
   par.SetToolComment(L"\x1F527");
+  par.SetToolPathComment(L"p");
+  par.SetToolNumber(3);
+  par.SetStartLineNo(4);
+  par.SetLineNoIncrement(6);
   par.SetSpindleSpeed(-5);
   par.SetOutputCoordinatesType(static_cast<zvKDRWriterParam::OutputCoordinatesType>(-2));
   par.SetOutputNCFormat(static_cast<zvKDRWriterParam::OutputNCFormat>(3));
   const std::string writer = saved([&](auto& out) { Manager::SaveWriterParams(out, par); });
-  zvKDR5AxBase base(setup.machDef, setup.control, setup.parameters, setup.origin, 75);
+  zvKDR5AxBase base = setup.Base();
   const std::string all = saved([&](auto& out) { Manager::SaveAllKandrelParams(out, base, par); });
 
   const auto header = [](const char* tag) {
     return Bytes().Raw(tag).Int({226}).Byte(1).Byte(0).Get();
   };
-  const std::string writerBytes = Bytes()
-                                      .Raw(header("KDRW"))
-                                      .Int({2})
-                                      .Byte(0)
-                                      .Int({1, 2})
-                                      .Wide("U")
-                                      .Wide("V")
-                                      .Int({2})
-                                      .Hex("3D D8 27 DD")
-                                      .Wide("SOME 5 AXIS OPERATION")
-                                      .Int({1, 10, 5, -5})
-                                      .Byte(-2);
+  Bytes defaultBytes = Bytes().Raw(header("KDRW")).Int({2}).Byte(0).Int({1, 5});
+  for (const char* text : {"X", "Y", "Z", "A", "B", "SAMPLE TOOL", "SOME 5 AXIS OPERATION"})
+    defaultBytes.Wide(text);
+  EXPECT_EQ(defaults, defaultBytes.Int({1, 10, 5, 1000}).Byte(0).Get());
+  Bytes writerBytes = Bytes().Raw(header("KDRW")).Int({2}).Byte(1).Int({2, 2});
+  writerBytes.Wide("U").Wide("V").Int({2}).Hex("3D D8 27 DD").Wide("p").Int({3, 4, 6, -5});
+  EXPECT_EQ(writer, writerBytes.Byte(-2).Get());
+  EXPECT_EQ(par.GetOutputNCFormat(), 3);
   EXPECT_EQ(tool, Bytes().Raw(header("KDRT")).Double({12.5}).Get());
   EXPECT_EQ(control, Bytes().Raw(header("KDRM")).Int({1, 2}).Get());
   EXPECT_EQ(parameters.substr(0, 10), header("KDRM"));
-  EXPECT_EQ(writer, writerBytes);
   EXPECT_EQ(all.substr(0, 10), header("KDRA"));
   EXPECT_EQ(all.substr(all.size() - writer.size()), writer);
 
@@ -444,38 +383,33 @@ TEST(LogParts, AreSavedAndLoadedByTheirTags) {
   misc::zvAutoPointer<zvKDR5AxBase> loadedBase;
   post::zv5axControlDef loadedControl;
   double value = 0;
-  const std::pair<const char*, std::function<void(misc::zvBinInputStream&)>> loaders[] = {
-      {"KDRM", [&](auto& in) { Manager::LoadMachineDefinition(in, machDef); }},
-      {"KDRC", [&](auto& in) { Manager::LoadControlDefinition(in, loadedControl); }},
-      {"KDRP", [&](auto& in) { Manager::LoadKandrelParams(in, loadedParameters); }},
-      {"KDRT", [&](auto& in) { Manager::LoadToolParams(in, value); }},
-      {"KDRW", [&](auto& in) { Manager::LoadWriterParams(in, loadedWriter); }},
-      {"KDRA", [&](auto& in) { Manager::LoadAllKandrelParams(in, loadedBase, loadedWriter); }}};
-  const std::pair<const char*, std::string> files[] = {
-      {"KDRM", machine},
-      {"KDRC", header("KDRC") + control.substr(10)},  // as the loader wants it
-      {"KDRP", header("KDRP") + parameters.substr(10)},
-      {"KDRT", tool},
-      {"KDRW", writer},
-      {"KDRA", all}};
-  for (const auto& loader : loaders)
-    for (const auto& file : files) {
-      const auto load = [&](const std::string& bytes) {
-        MemoryInput stream(bytes);
-        loader.second(stream);
+  // Under the tags that the loaders want.
+  const std::tuple<std::string, std::string, std::function<void(misc::zvBinInputStream&)>> cases[] =
+      {{"KDRM", machine, [&](auto& in) { Manager::LoadMachineDefinition(in, machDef); }},
+       {"KDRC", control, [&](auto& in) { Manager::LoadControlDefinition(in, loadedControl); }},
+       {"KDRP", parameters, [&](auto& in) { Manager::LoadKandrelParams(in, loadedParameters); }},
+       {"KDRT", tool, [&](auto& in) { Manager::LoadToolParams(in, value); }},
+       {"KDRW", writer, [&](auto& in) { Manager::LoadWriterParams(in, loadedWriter); }},
+       {"KDRA", all,
+        [&](auto& in) { Manager::LoadAllKandrelParams(in, loadedBase, loadedWriter); }}};
+  for (const auto& loader : cases)
+    for (const auto& file : cases) {
+      const std::string &tag = std::get<0>(file), bytes = tag + std::get<1>(file).substr(4);
+      const auto load = [&](const std::string& stored) {
+        MemoryInput stream(stored);
+        std::get<2>(loader)(stream);
         EXPECT_EQ(stream.GetLeft(), 0u);
       };
-      if (std::string(loader.first) != file.first) {
-        EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { load(file.second); }, 2019));
+      if (std::get<0>(loader) != tag) {
+        EXPECT_TRUE(ThrowsId<zvKandrelException>([&] { load(bytes); }, 2019));
         continue;
       }
-      EXPECT_NO_THROW(load(file.second)) << file.first;
+      EXPECT_NO_THROW(load(bytes)) << tag;
       for (const std::size_t size : {10u, 14u})
-        EXPECT_TRUE(ThrowsId<zvmiscException>([&] { load(file.second.substr(0, size)); }, 2018));
-      std::string future = file.second;
+        EXPECT_TRUE(ThrowsId<zvmiscException>([&] { load(bytes.substr(0, size)); }, 2018));
+      std::string future = bytes;
       future[4] = '\xE3';
-      const std::uint32_t id = tests::IdOf([&] { load(future); });
-      EXPECT_EQ(id, file.first[3] == 'T' || file.first[3] == 'W' ? 0u : 2027u) << file.first;
+      EXPECT_EQ(IdOf([&] { load(future); }), tag == "KDRT" || tag == "KDRW" ? 0u : 2027u) << tag;
     }
   EXPECT_EQ(value, 12.5);
   EXPECT_EQ(loadedControl.GetSecondAxisLimit(), post::zv5axControlDef::angleLimit180);

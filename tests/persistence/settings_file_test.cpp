@@ -1,21 +1,9 @@
-#include <kandrel/cadcam/cadcam_exception.h>
-#include <kandrel/misc/misc_exception.h>
 #include <kandrel/persistence/settings_file.h>
 #include <kandrel/persistence/writer_parameters.h>
-#include <kandrel/post/model/post_exception.h>
-#include <tests/support/bytes.h>
-#include <tests/support/memory_streams.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
+#include <tests/persistence/records.h>
 
-using misc::zvmiscException;
+using namespace tests;
 using post::zvMachDefBuilder;
-using post::zvPostException;
-using tests::Bytes;
-using tests::MemoryInput;
-using tests::ThrowsId;
-using Names = std::vector<std::wstring>;
 
 namespace {
 
@@ -38,7 +26,7 @@ zvKDSInput Read(const std::string& bytes) {
 }
 
 std::string Written(const zvMachDefBuilder& builder) {
-  tests::MemoryOutput stream;
+  MemoryOutput stream;
   const zvKDSOutput output(stream, builder);
   return stream.GetBytes();
 }
@@ -61,8 +49,7 @@ TEST(SettingsFile, IsWhatIsWrittenDownAndComesBack) {
   EXPECT_EQ(read.GetMachDefBld().GetKind(), 0);
   EXPECT_TRUE(read.ActivateSpindleRotation());
   EXPECT_TRUE(read.GetLostData().empty());
-  for (std::size_t size = 0; size < kThreeAxes.size(); ++size)
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { Read(kThreeAxes.substr(0, size)); }, 2018)) << size;
+  ExpectPrefixesRefused(kThreeAxes, [](const std::string& bytes) { Read(bytes); });
 }
 
 TEST(SettingsFile, NamesBeyondTheAxesAreDropped) {
@@ -128,63 +115,24 @@ TEST(SettingsFile, WhatIsNoneIsRefused) {
   EXPECT_TRUE(ThrowsId<zvKandrelException>(refusedHeader("KDS\n", 227), 2019));
   for (const std::int64_t version : {0ll, 2ll, 227ll, 0xFFFFFFFFll})
     EXPECT_TRUE(ThrowsId<cadcam::zvcadcamException>(refusedHeader("KDS ", version), 2027));
-  // What had to be changed can be asked for.
-  const std::string parallel =
-      Bytes()
-          .Raw("KDS ")
-          .Int({108})
-          .Hex("01 00")
-          .Int({1, 3})
-          .Double({0, 0, 1, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 0, 0, -1, -2, 1, 2, -1, -1, -1, 1, 1, 1})
-          .Int({0});
-  EXPECT_EQ(Read(parallel).GetLostData(), (std::vector<misc::zvBILostData>{{L"BinLostData", 5}}));
 }
 
 TEST(SettingsFile, FilesAreWrittenAndReadByTheirPath) {
-  const tests::ScratchFolder folder;
+  const ScratchFolder folder;
   const std::string path = folder.Path("machine.kds");
   const std::wstring wide = folder.WidePath("machine.kds");
-  tests::WriteFile(path, std::string(1000, 'x'));
+  WriteFile(path, std::string(1000, 'x'));
   const zvMachDefBuilder builder =
       Builder(misc::MakeAutoPointer<post::zv3axMachDef>(), {L"X", L"Y", L"Z"});
   const zvKDSOutput output(wide, builder);
-  EXPECT_EQ(tests::FileText(path), kThreeAxes);
+  EXPECT_EQ(FileText(path), kThreeAxes);
   EXPECT_EQ(zvKDSInput(wide).GetMachDefBld().GetAxisNames().size(), 3u);
-  tests::WriteFile(path, kThreeAxes.substr(0, 187));
+  WriteFile(path, kThreeAxes.substr(0, 187));
   EXPECT_TRUE(ThrowsId<zvmiscException>([&] { zvKDSInput input(wide); }, 2148));
   EXPECT_TRUE(ThrowsId<zvmiscException>([&] { zvKDSOutput full(L"/dev/full", builder); }, 2149));
   // Without a definition the header has gone out already.
-  EXPECT_TRUE(tests::ThrowsNull([&] { zvKDSOutput null(wide, zvMachDefBuilder()); }));
-  EXPECT_EQ(tests::FileText(path), kThreeAxes.substr(0, 10));
-}
-
-TEST(WriterParameters, HoldWhatTheyAreGiven) {
-  const auto inch = measures::zvUnitsFactory::inch;
-  zvKDRWriterParam p(inch);
-  const auto fields = [&] {
-    return std::tuple(p.GetOutputAbsoluteMachineCoordsFlag(), p.GetUnits(), p.GetProgNo(),
-                      p.GetAxisNames(), p.GetToolComment(), p.GetToolPathComment(),
-                      p.GetToolNumber(), p.GetStartLineNo(), p.GetLineNoIncrement(),
-                      p.GetSpindleSpeed(), static_cast<int>(p.GetOutputCoordinatesType()),
-                      static_cast<int>(p.GetOutputNCFormat()));
-  };
-  using Strings = std::wstring;
-  EXPECT_EQ(fields(), std::tuple(false, inch, 1, Names({L"X", L"Y", L"Z", L"A", L"B"}),
-                                 Strings(L"SAMPLE TOOL"), Strings(L"SOME 5 AXIS OPERATION"), 1, 10,
-                                 5, 1000, 0, 0));
-  p.SetOutputAbsoluteMachineCoordsFlag(true);
-  p.SetProgNo(2);
-  p.SetToolComment(L"t");
-  p.SetToolPathComment(L"p");
-  p.SetToolNumber(3);
-  p.SetStartLineNo(4);
-  p.SetLineNoIncrement(6);
-  p.SetSpindleSpeed(7);
-  p.SetOutputCoordinatesType(static_cast<zvKDRWriterParam::OutputCoordinatesType>(8));
-  p.SetOutputNCFormat(static_cast<zvKDRWriterParam::OutputNCFormat>(9));
-  p.SetAxisNames({L"X", L"x"}, 2);
-  EXPECT_EQ(fields(), std::tuple(true, inch, 2, Names({L"X", L"x"}), Strings(L"t"), Strings(L"p"),
-                                 3, 4, 6, 7, 8, 9));
+  EXPECT_TRUE(ThrowsNull([&] { zvKDSOutput null(wide, zvMachDefBuilder()); }));
+  EXPECT_EQ(FileText(path), kThreeAxes.substr(0, 10));
 }
 
 TEST(WriterParameters, NamesAreCounted) {

@@ -1,34 +1,19 @@
-#include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tools/generic_revolved_tool.h>
 #include <kandrel/cadcam/tools/hole_tools.h>
 #include <kandrel/cadcam/tools/lathe_tool.h>
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/cadcam/tools/tool_caster.h>
 #include <kandrel/cadcam/tools/tool_types.h>
-#include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/range_exception.h>
 #include <kandrel/persistence/tools_reader.h>
 #include <kandrel/persistence/tools_writer.h>
-#include <tests/support/bytes.h>
-#include <tests/support/memory_streams.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
-
-#include <sstream>
+#include <tests/persistence/records.h>
 
 namespace {
 
-using cadcam::zvcadcamException;
+using namespace tests;
 using cadcam::zvTool;
-using misc::zvmiscException;
-using tests::Bytes;
-using tests::MemoryInput;
-using tests::ThrowsId;
 using ToolPointer = misc::zvAutoPointer<zvTool>;
-
-constexpr int kNow = 226;
-constexpr auto kMetric = measures::zvUnitsFactory::metric;
-constexpr auto kInch = measures::zvUnitsFactory::inch;
 
 // One set of numbers, all different, that every type accepts.
 const std::map<std::string, double> kNumbers = {
@@ -115,7 +100,7 @@ ToolPointer Read(const std::string& bytes, int version,
 }
 
 std::string Written(const zvTool& tool) {
-  tests::MemoryOutput out;
+  MemoryOutput out;
   cadcam::zvBOTools(out, false).Write(tool);
   return out.GetBytes();
 }
@@ -175,8 +160,7 @@ TEST(ToolRecords, OfTheSmallestToolAreTheseBytes) {
       "01 00 00 00 00 00 00 00 00 00 F0 3F 00 00 00 00 00 00 F0 3F  | shoulder\n");
   ASSERT_EQ(bytes.size(), 172u);
   EXPECT_EQ(Written(tool), bytes);
-  for (std::size_t size = 0; size < bytes.size(); ++size)
-    EXPECT_TRUE(ThrowsId<zvmiscException>([&] { Read(bytes.substr(0, size), kNow); }, 2018));
+  ExpectPrefixesRefused(bytes, [](const std::string& cut) { Read(cut, kNow); });
 }
 
 TEST(ToolRecords, OfLatheAndGenericToolsComeBack) {
@@ -201,22 +185,20 @@ TEST(ToolRecords, OfLatheAndGenericToolsComeBack) {
 }
 
 TEST(ToolRecords, ThatCantBeMeantAreRefused) {
-  for (const int code : {23, -1, 0x7FFFFFFF})
-    EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { Read(Bytes().Int({code}), kNow); }, 2108));
-  const StoredType& endMill = kTypes[8];
-  EXPECT_TRUE(
-      ThrowsId<zvcadcamException>([&] { Read(Record(endMill, 24), 24, std::nullopt); }, 2139));
-  EXPECT_TRUE(ThrowsId<measures::zvmeasuresException>(
-      [&] {
-        Read(Bytes().Int({8, 3}), kNow);
-      },
-      2141));
-  // A default that its own class refuses is written, and not read.
-  EXPECT_TRUE(
-      ThrowsId<zvcadcamException>([&] { Read(Written(cadcam::zvSpotDrill()), kNow); }, 2118));
-  // The profiles of old solids.
-  const std::string old = Bytes().Int({8, 2}).Double({20, 18, 30}).Raw(Cylinder(2, 40, 6));
-  EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { Read(old, 60); }, 2027));
+  const std::tuple<std::string, int, std::uint32_t> cases[] = {
+      {Bytes().Int({23}), kNow, 2108},
+      {Bytes().Int({-1}), kNow, 2108},
+      {Bytes().Int({0x7FFFFFFF}), kNow, 2108},
+      // A default that its own class refuses is written, and not read.
+      {Written(cadcam::zvSpotDrill()), kNow, 2118},
+      // The profiles of old solids.
+      {Bytes().Int({8, 2}).Double({20, 18, 30}).Raw(Cylinder(2, 40, 6)), 60, 2027}};
+  for (const auto& c : cases)
+    EXPECT_TRUE(
+        ThrowsId<zvcadcamException>([&] { Read(std::get<0>(c), std::get<1>(c)); }, std::get<2>(c)));
+  const std::string old = Record(kTypes[8], 24), units = Bytes().Int({8, 3});
+  EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { Read(old, 24, std::nullopt); }, 2139));
+  EXPECT_TRUE(ThrowsId<measures::zvmeasuresException>([&] { Read(units, kNow); }, 2141));
 }
 
 // A generic tool whose first part is `solid`.
@@ -229,7 +211,7 @@ TEST(ToolRecords, SolidsAreReadOrRefused) {
     MemoryInput stream(solid);
     const auto read =
         cadcam::zvBITools(stream, kNow, false, std::nullopt, nullptr, true, false).ReadSolid();
-    tests::MemoryOutput out;
+    MemoryOutput out;
     cadcam::zvBOTools(out, false).Write(*read);
     return out.GetBytes();
   };

@@ -226,6 +226,24 @@ TEST_F(Files, Meshes) {
   }
 }
 
+// A copy that fails leaves the tree moving as it did.
+TEST(OutOfMemoryOf, CopiesOfTrees) {
+  kintree::mkdKinematicTree tree;
+  const auto x = Slide(L"X"), y = Slide(L"Y");
+  const auto body = Body(L"body");
+  tree.Add(x, nullptr);
+  tree.Add(y, x.Get());
+  tree.Add(body, y.Get());
+  ExpectAllOrNothing([&]() -> Result {
+    const kintree::mkdKinematicTree copy(tree);
+    return [&] {
+      x->SetValue(x->GetValue() + 1);
+      EXPECT_EQ(Apply(body->GetWorldTransform(), {}), Point(x->GetValue(), 0, 0));
+      return std::string("moved");
+    };
+  });
+}
+
 TEST(OutOfMemoryOf, ToolMeshes) {
   for (const char* type : {"zvBullMill", "zvDrill", "zvLolMill"}) {
     const auto tool = cadcam::FindToolType(type)->makeDefault();

@@ -27,6 +27,14 @@ expect() {
   [ "$code" -eq 0 ] || [ ! -s stdout ] || complain "standard output of $*: $(head -c 300 stdout)"
 }
 
+# shows TEXT ARGUMENT...: all of standard output of a job that does well.
+shows() {
+  local text=$1
+  shift
+  expect 0 "" "$@"
+  [ "$(cat stdout)" = "$text" ] || complain "standard output of $*: $(head -c 300 stdout)"
+}
+
 any=$'[^\n]*'
 
 expect 0 "" machine presets
@@ -41,14 +49,11 @@ for type in $(awk '{print $1}' stdout); do
   grep -q "^{ \"type\": \"$type\",$" stdout || complain "JSON of $type: $(cat stdout)"
 done
 expect 1 "error 2116: $any"$'\n'"  caused by 2117: $any" tool show zvBullMill --set cornerRadius=6
-expect 2 "zvMill: $any" tool show zvMill
 expect 2 "tipAngle=9: $any" tool show zvEndMill --set tipAngle=9
 
 # Their meshes. Where admesh is at hand, it finds nothing to mend.
 expect 0 "" tool mesh zvEndMill mill.stl --part cutting
-expect 0 "" stl show mill.stl --json
-[ "$(cat stdout)" = '{"form": "binary", "triangles": 64, "min": [-5, -5, 0], "max": [5, 5, 20]}' ] ||
-  complain "tool mesh: $(cat stdout)"
+shows '{"form": "binary", "triangles": 64, "min": [-5, -5, 0], "max": [5, 5, 20]}' stl show mill.stl --json
 expect 0 "" tool mesh zvDrill mill.stl --set units=inch --set tipAngle=90 --tolerance 0.0005
 if command -v admesh >/dev/null; then
   for type in zvBarrelMill zvBullMill zvChamferMill zvConvexTipMill zvDoveMill zvDrill zvGenericRevolvedTool \
@@ -64,7 +69,6 @@ expect 0 "" tool mesh zvSlotMill mesh.stl --part noncutting
 cp mill.stl old.stl
 expect 1 "error 2133: $any"$'\n'"  caused by 2123: $any" tool mesh zvFaceMill mill.stl
 expect 1 "error 0: profile tolerance larger than toolRadius" tool mesh zvEndMill mill.stl --tolerance 5
-expect 1 "error 0: Polygonization tolerance is invalid." tool mesh zvDrill mill.stl --tolerance -1
 expect 2 "--part: $any"$'\n'"$any" tool mesh zvEndMill mill.stl --part 2
 expect 2 "--tolerance: $any"$'\n'"$any" tool mesh zvEndMill mill.stl --tolerance nan
 cmp -s mill.stl old.stl || complain "a mesh that fails touches the older file"
@@ -85,8 +89,6 @@ expect 0 "" post -m given_back.json -t square.cl -o out2 --origin -1.5,.5,-3e0 \
   --tool-length -2 --set maxAngleStep=1 --set limitsCheck=3 --control 360,180 --small
 sed -n 2p out2/posted.csv | grep -q '^0,5,1,600,0,-1.5,0.5,15,,,,0,0,20,0,0,1,,,$' ||
   complain "posted with options: $(sed -n 2p out2/posted.csv)"
-printf '{"axes": 6, "rotary": [{}, {}, {"direction": [1, 0, 0]}]}' >six.json
-expect 0 "" post -m six.json -t square.cl -o six
 
 # Places that take no output: older files stay as they are.
 mkdir kept
@@ -115,23 +117,19 @@ grep -q '^error 0: standard output: ' stderr || complain "full: $(cat stderr)"
 facet='facet normal 0 0.6000000238418579 0.800000011920929\nouter loop\nvertex 0 -0 0\nvertex 0.1 0 0\nvertex 0 2.00000000001 0'
 printf "solid a\n$facet\nendloop\nendfacet\n$facet\nendloop\nendfacet\nendsolid" >text.stl
 json='"triangles": 2, "min": [0, 0, 0], "max": [0.1, 2, 0]}'
-expect 0 "" stl show text.stl --json
-[ "$(cat stdout)" = "{\"form\": \"text\", $json" ] || complain "stl show --json: $(cat stdout)"
+shows "{\"form\": \"text\", $json" stl show text.stl --json
 expect 0 "" stl show text.stl
 grep -q '^X  *0 to 0.1$' stdout || complain "stl show: $(cat stdout)"
 expect 0 "" stl convert text.stl binary.stl --binary
 [ "$(stat -c %s binary.stl)" -eq 184 ] || complain "size of a binary STL file"
-expect 0 "" stl show binary.stl --json
-[ "$(cat stdout)" = "{\"form\": \"binary\", $json" ] || complain "binary STL: $(cat stdout)"
+shows "{\"form\": \"binary\", $json" stl show binary.stl --json
 expect 0 "" stl convert binary.stl again.stl
 cmp -s binary.stl again.stl || complain "stl convert takes another form than that of its file"
 expect 0 "" stl convert text.stl text.stl
 kept='vertex 0 2.00000000001 0$\|normal 0 0.6000000238418579 0.800000011920929$'
 [ "$(grep -c "$kept" text.stl)" -eq 4 ] || complain "digits lost: $(cat text.stl)"
 printf 'solid\nendsolid' >none.stl
-expect 0 "" stl show none.stl --json
-[ "$(cat stdout)" = '{"form": "text", "triangles": 0, "min": null, "max": null}' ] ||
-  complain "stl show of no triangle: $(cat stdout)"
+shows '{"form": "text", "triangles": 0, "min": null, "max": null}' stl show none.stl --json
 printf 'solid\nvertex 1 2' >bad.stl
 expect 1 $'error 3504: [^\n]*\n  caused by 0: bad.stl:2' stl show bad.stl
 expect 1 $'error 3500: [^\n]*\n  caused by 0: nothing.stl' stl convert nothing.stl binary.stl

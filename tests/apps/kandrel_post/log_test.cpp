@@ -3,18 +3,17 @@
 #include <tests/support/scratch_folder.h>
 #include <tests/support/testing.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "posting_checks.h"
 
 namespace {
 
+using namespace tests;
 using nlohmann::json;
-using tests::RunLine;
 
 TEST(Logs, OfPostingsAreShownAndReplayed) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string cl = scratch.Path("part.cl"), out = scratch.Path("out"), log = out + "/run.kdr";
   std::ofstream(cl) << "PARTNO/run\nUNITS/MM\nMULTAX/ON\n$$ PASS\n$$ SLICE\n$$ LINK 3\nFEDRAT/600\n"
                        "RAPID\nGOTO/0,0,20\n$$ CONTOUR\nGOTO/0,0,0\nGOTO/10,5,0,0,0.6,0.8\n"
@@ -23,27 +22,30 @@ TEST(Logs, OfPostingsAreShownAndReplayed) {
                     " --origin 1,2,3 --tool-length 4 --set maxAngleStep=1.5 --control 180,360")
                 .exitCode,
             0);
-  EXPECT_EQ(RunLine("log cl " + log).summary, tests::FileText(cl));
-  EXPECT_EQ(RunLine("log csv " + log).summary, tests::FileText(out + "/posted.csv"));
+  EXPECT_EQ(RunLine("log cl " + log).summary, FileText(cl));
+  EXPECT_EQ(RunLine("log csv " + log).summary, FileText(out + "/posted.csv"));
   EXPECT_EQ(RunLine("log replay " + log).exitCode, 0);
   const json shown = json::parse(RunLine("log show --json " + log).summary);
-  EXPECT_EQ(shown.at("version"), 226);
-  EXPECT_EQ(shown.at("control"), json({"180", "360"}));
-  EXPECT_EQ(shown.at("origin"), json({1, 2, 3}));
-  EXPECT_EQ(shown.at("toolLength"), 4);
-  EXPECT_EQ(shown.at("parameters").at("maxAngleStep"), 1.5);
-  EXPECT_EQ(shown.at("tool").at("type"), "zvEndMill");
-  const json counts = {{"passes", 1}, {"slices", 1}, {"sections", 2}, {"moves", 4}};
-  for (const auto& count : counts.items())
-    EXPECT_EQ(shown.at("counts").at(count.key()), count.value());
-  EXPECT_EQ(shown.at("lostData"), json::array());
+  const std::pair<const char*, json> told[] = {{"/version", 226},
+                                               {"/control", {"180", "360"}},
+                                               {"/origin", {1, 2, 3}},
+                                               {"/toolLength", 4},
+                                               {"/parameters/maxAngleStep", 1.5},
+                                               {"/tool/type", "zvEndMill"},
+                                               {"/counts/passes", 1},
+                                               {"/counts/slices", 1},
+                                               {"/counts/sections", 2},
+                                               {"/counts/moves", 4},
+                                               {"/lostData", json::array()}};
+  for (const auto& [place, value] : told)
+    EXPECT_EQ(shown.at(json::json_pointer(place)), value) << place;
   std::ofstream(scratch.Path("m.json")) << shown.at("machine").dump();
   EXPECT_EQ(RunLine("machine show " + scratch.Path("m.json")).exitCode, 0);
   EXPECT_NE(RunLine("log show " + log).summary.find("\n  maxAngleStep             1.5\n"),
             std::string::npos);
 
   // A line that was changed: the time of the last one, which ends 8 bytes before "NULL".
-  std::string bytes = tests::FileText(log);
+  std::string bytes = FileText(log);
   const double time = 77;
   const std::size_t end = bytes.size() - 12 - 6;  // matrix; mark of contact data, source, inserted
   std::memcpy(bytes.data() + end - sizeof time, &time, sizeof time);
@@ -57,7 +59,7 @@ TEST(Logs, OfPostingsAreShownAndReplayed) {
 
 // A log of small moves in which one isn't, or of others in which one is small.
 TEST(Logs, OfMixedMovesAreReplayed) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string cl = scratch.Path("part.cl"), log = scratch.Path("out/run.kdr");
   std::ofstream(cl) << "GOTO/0,0,20\nGOTO/1,0,20\nGOTO/2,0,20\nFINI\n";
   for (const bool isSmall : {false, true}) {
@@ -65,7 +67,7 @@ TEST(Logs, OfMixedMovesAreReplayed) {
                       (isSmall ? " --small" : ""))
                   .exitCode,
               0);
-    std::string bytes = tests::FileText(log);
+    std::string bytes = FileText(log);
     // From the end: the matrix, "NULL", and the record of the last move with its extended block.
     const std::size_t record = isSmall ? 94 : 100, flag = 81;
     const std::size_t last = bytes.size() - 12 - record;
@@ -82,7 +84,7 @@ TEST(Logs, OfMixedMovesAreReplayed) {
 }
 
 TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string cl = scratch.Path("part.cl"), empty = scratch.Path("empty.cl");
   std::ofstream(cl) << "GOTO/0,0,20\nFINI\n";
   std::ofstream(empty) << "FINI\n";
@@ -93,7 +95,7 @@ TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
                                                               {"trunnion_ca", empty, true}};
   for (const auto& [options, path, hasLog] : cases) {
     SCOPED_TRACE(options + path);
-    const tests::ScratchFolder out;
+    const ScratchFolder out;
     const auto run =
         RunLine(std::string("post -t ") + path + " -o " + out.Path("o") + " -m preset:" + options);
     ASSERT_EQ(run.exitCode, 0) << run.failure;
@@ -105,7 +107,7 @@ TEST(Logs, AreLeftOutWhereTheyCouldNotBeRead) {
 
 // Of a version in which the sources of lines are found by their places: the first has none.
 TEST(Logs, OfOldVersionsShowWhatWasInsertedInFront) {
-  const tests::ScratchFolder scratch;
+  const ScratchFolder scratch;
   const std::string log = scratch.Path("old.kdr");
   std::filesystem::copy_file(std::string(KANDREL_SOURCE_DIR) + "/fuzz/corpus/log/log_v183", log);
   const std::string csv = RunLine("log csv " + log).summary;
@@ -115,42 +117,36 @@ TEST(Logs, OfOldVersionsShowWhatWasInsertedInFront) {
 
 TEST(Logs, SiblingsAreShownByTheirTags) {
   using Manager = zvKDRBinaryIOManager;
-  const tests::ScratchFolder scratch;
-  const auto show = [&](const char* tag, const auto& save) {
-    tests::MemoryOutput bytes;
-    save(bytes);
-    std::string text = bytes.GetBytes();
-    text.replace(0, 4, tag);
-    std::ofstream(scratch.Path("f.kdr"), std::ios::binary) << text;
-    return json::parse(RunLine("log show --json " + scratch.Path("f.kdr")).summary);
-  };
+  const ScratchFolder scratch;
   const post::zv5axMachDef machDef;
   const post::zv5axControlDef control;
   const post::zvKDRParam par(measures::zvUnitsFactory::metric);
   const cadcam::zvTPoint3d<double> origin;
   const zvKDR5AxBase base(machDef, control, par, origin, 9);
   const zvKDRWriterParam writer(measures::zvUnitsFactory::inch);
-  EXPECT_EQ(show("KDRM", [&](auto& out) { Manager::SaveMachineDefinition(out, machDef); })
-                .at("machine")
-                .at("axes"),
-            5);
-  EXPECT_EQ(
-      show("KDRC", [&](auto& out) { Manager::SaveControlDefinition(out, control); }).at("control"),
-      json({"none", "none"}));
-  EXPECT_EQ(show("KDRP", [&](auto& out) { Manager::SaveKandrelParams(out, par); })
-                .at("parameters")
-                .at("poleHandling"),
-            3);
-  EXPECT_EQ(show("KDRT", [&](auto& out) { Manager::SaveToolParams(out, 12.5); }).at("toolLength"),
-            12.5);
-  EXPECT_EQ(show("KDRW", [&](auto& out) { Manager::SaveWriterParams(out, writer); })
-                .at("writer")
-                .at("toolComment"),
-            "SAMPLE TOOL");
-  const json all =
-      show("KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); });
-  EXPECT_EQ(all.at("toolLength"), 9);
-  EXPECT_EQ(all.at("writer").at("units"), "inch");
+  const std::tuple<const char*, std::function<void(MemoryOutput&)>, const char*, json> cases[] = {
+      {"KDRM", [&](auto& out) { Manager::SaveMachineDefinition(out, machDef); }, "/machine/axes",
+       5},
+      {"KDRC",
+       [&](auto& out) { Manager::SaveControlDefinition(out, control); },
+       "/control",
+       {"none", "none"}},
+      {"KDRP", [&](auto& out) { Manager::SaveKandrelParams(out, par); }, "/parameters/poleHandling",
+       3},
+      {"KDRT", [&](auto& out) { Manager::SaveToolParams(out, 12.5); }, "/toolLength", 12.5},
+      {"KDRW", [&](auto& out) { Manager::SaveWriterParams(out, writer); }, "/writer/toolComment",
+       "SAMPLE TOOL"},
+      {"KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); }, "/toolLength",
+       9},
+      {"KDRA", [&](auto& out) { Manager::SaveAllKandrelParams(out, base, writer); },
+       "/writer/units", "inch"}};
+  for (const auto& [tag, save, place, value] : cases) {
+    MemoryOutput bytes;
+    save(bytes);
+    std::ofstream(scratch.Path("f.kdr"), std::ios::binary) << tag << bytes.GetBytes().substr(4);
+    const json shown = json::parse(RunLine("log show --json " + scratch.Path("f.kdr")).summary);
+    EXPECT_EQ(shown.at(json::json_pointer(place)), value) << place;
+  }
   // The other commands take logs alone, and a tag of none is refused by all.
   for (const char* const line : {"log csv ", "log cl ", "log replay "})
     EXPECT_TRUE(RunLine(line + scratch.Path("f.kdr")).failure.starts_with("error 2019: ")) << line;

@@ -10,18 +10,17 @@
 
 namespace {
 
+using namespace tests;
 using kandrel_post::Machine;
 using kandrel_post::ParseMachine;
 using kandrel_post::ValuesOf;
-using tests::Flat;
-using tests::Numbers;
 
 kandrel_post::MachineValues Values(std::string_view text) {
   return ValuesOf(*ParseMachine(text, "m.json").builder.GetMachDef());
 }
 
 TEST(MachineJson, ReadsEveryKeyAndTakesDefaultsForOthers) {
-  const auto builder = ParseMachine(tests::Cases("machine_good.txt").at(0).at(0), "m.json").builder;
+  const auto builder = ParseMachine(Cases("machine_good.txt").at(0).at(0), "m.json").builder;
   const std::vector<std::wstring> names{L"X", L"Y", L"Z", L"C", L"A"};
   EXPECT_EQ(builder.GetAxisNames(), names);
   const auto flat = [](const auto& v) {
@@ -51,7 +50,7 @@ TEST(MachineJson, PrintsAFormThatReadsBackForEveryClass) {
     EXPECT_EQ(machines.back().name, preset.name);
     EXPECT_FALSE(preset.description.empty()) << preset.name;
   }
-  for (const auto& c : tests::Cases("machine_good.txt"))
+  for (const auto& c : Cases("machine_good.txt"))
     machines.push_back(ParseMachine(c.at(0), "m.json"));
   for (const Machine& machine : machines) {
     const std::string json = MachineToJson(machine);
@@ -66,16 +65,16 @@ TEST(MachineJson, PrintsAFormThatReadsBackForEveryClass) {
 }
 
 TEST(MachineJson, NamesTheLineOfWhatItRefuses) {
-  for (const auto& c : tests::Cases("machine_bad.txt")) {
-    const std::string found = tests::FailureText([&] { ParseMachine(c.at(0), "m.json"); });
+  for (const auto& c : Cases("machine_bad.txt")) {
+    const std::string found = FailureText([&] { ParseMachine(c.at(0), "m.json"); });
     EXPECT_TRUE(found.starts_with("m.json:" + c.at(1))) << c.at(0) << "\n" << found;
   }
-  EXPECT_NE(tests::FailureText([&] { ParseMachine(std::string(100000, '['), "m.json"); }), "");
+  EXPECT_NE(FailureText([&] { ParseMachine(std::string(100000, '['), "m.json"); }), "");
   EXPECT_THROW(kandrel_post::MakePreset("mill"), kandrel_post::UsageError);
   // What makes no machine is left to the definition.
-  EXPECT_TRUE(tests::ThrowsId<post::zvPostException>(
-      [] { ParseMachine("{\"spindle\": [0,0,0]}", "m.json"); }, 5024,
-      L"Spindle direction vector with length 0 passed."));
+  EXPECT_TRUE(
+      ThrowsId<post::zvPostException>([] { ParseMachine("{\"spindle\": [0,0,0]}", "m.json"); },
+                                      5024, L"Spindle direction vector with length 0 passed."));
 }
 
 }  // namespace

@@ -1,13 +1,10 @@
 // Toolpath files and posted.csv read by means of the tests' own, and postings through the command
-// line's own entry, checked against the machine as rigid bodies: linear axes that carry a spindle,
-// a part that the table's axes turn, a tool that the head's axes turn.
+// line's own entry, checked against the machine as rigid bodies.
 #pragma once
 
 #include <kandrel-post/machine/values.h>
 #include <kandrel/post/model/mach_def_builder.h>
 #include <tests/support/laws.h>
-
-#include <filesystem>
 
 #include "support.h"
 
@@ -40,8 +37,6 @@ struct Outcome {
 
 /// Runs a command line, cut at its blanks, with `last` as one word at its end unless it is empty.
 Outcome RunLine(const std::string& line, const std::string& last = "");
-
-/// Runs a command line, cut at its blanks.
 
 void WriteSettingsFile(const std::string& fileName, const post::zvMachDefBuilder& builder);
 

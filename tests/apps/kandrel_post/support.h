@@ -13,19 +13,23 @@
 
 namespace tests {
 
-/// Reads CL text from memory, `bytesAtATime` bytes at a time.
-inline kandrel_post::ClProgram ReadClText(std::string_view text, std::size_t bytesAtATime = 1 << 20,
-                                          std::uint32_t linkType = 5) {
-  kandrel_post::ClOptions options;
-  options.rapidLinkType = linkType;
-  const auto source = [text, bytesAtATime](char* buffer, std::size_t bytes) mutable {
+/// A text as a source, `bytesAtATime` bytes at a time.
+inline kandrel_post::ByteSource SourceOf(std::string_view text, std::size_t bytesAtATime) {
+  return [text, bytesAtATime](char* buffer, std::size_t bytes) mutable {
     const std::size_t count = std::min({bytes, bytesAtATime, text.size()});
     std::memcpy(buffer, text.data(), count);
     text.remove_prefix(count);
     return count;
   };
+}
+
+/// Reads CL text from memory.
+inline kandrel_post::ClProgram ReadClText(std::string_view text, std::size_t bytesAtATime = 1 << 20,
+                                          std::uint32_t linkType = 5) {
+  kandrel_post::ClOptions options;
+  options.rapidLinkType = linkType;
   const std::string name = "test.cl";
-  return kandrel_post::ReadCl(source, name, options);
+  return kandrel_post::ReadCl(SourceOf(text, bytesAtATime), name, options);
 }
 
 /// A text in which \n, \t, \r, \xHH and \\ stand for what they do in C.
@@ -60,6 +64,11 @@ inline std::vector<std::vector<std::string>> Cases(std::string_view fileName) {
   }
   EXPECT_FALSE(cases.empty()) << fileName;
   return cases;
+}
+
+inline void Replace(std::string& text, std::string_view word, const std::string& by) {
+  for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += by.size())
+    text.replace(at, word.size(), by);
 }
 
 /// The text of what `action` throws; "" when it throws nothing.

@@ -6,17 +6,17 @@
 #include <kandrel/cadcam/tools/tool_types.h>
 #include <tests/support/numbers.h>
 #include <tests/support/throws_id.h>
+#include <tests/support/toolpath_builders.h>
 
 #include "support.h"
 
 namespace {
 
+using namespace tests;
 using kandrel_post::DescribeTool;
 using kandrel_post::MakeTool;
 using kandrel_post::ToolToJson;
 using kandrel_post::UsageError;
-
-constexpr auto kMetric = measures::zvUnitsFactory::metric;
 
 std::string Json(const std::string& type, const std::vector<std::string>& settings) {
   return ToolToJson(*MakeTool(type, settings));
@@ -53,67 +53,27 @@ TEST(ToolArgument, SetsEveryNumberByItsName) {
     }
 }
 
-TEST(ToolArgument, OneNumberOfAShoulderKeepsTheOtherOfTheType) {
-  const std::string shoulder = R"("shoulderDiameter": 18,
- "shoulderBaseLength": 9)";
-  EXPECT_NE(Json("zvChamferMill", {"fluteLength=5", "shoulderDiameter=18"}).find(shoulder),
-            std::string::npos);
-  EXPECT_NE(Json("zvChamferMill", {"fluteLength=5", "outsideDiameter=18", "shoulderBaseLength=9"})
-                .find(shoulder),
-            std::string::npos);
-}
-
-TEST(ToolArgument, UnitsComeFirstWhereverTheyStand) {
-  for (const auto& settings : std::vector<std::vector<std::string>>{
-           {"units=inch", "diameter=0.5"}, {"diameter=0.5", "units=inch"}}) {
-    const auto tool = MakeTool("zvEndMill", settings);
-    EXPECT_EQ(tool->GetUnits(), measures::zvUnitsFactory::inch);
-    EXPECT_EQ(tool->GetDiameter(), 0.5);
-    EXPECT_NEAR(tool->GetFluteLength() * 25.4, 20, 1e-13);
+TEST(ToolArgument, IsCheckedAndItsUnitsComeFirst) {
+  for (const auto& c : Cases("tools.txt")) {
+    SCOPED_TRACE(c.at(0));
+    std::istringstream words(c[0]);
+    std::string type;
+    std::getline(words, type, ';');
+    std::vector<std::string> settings;
+    for (std::string word; std::getline(words, word, ';');) settings.push_back(word);
+    if (c[0].ends_with(';')) settings.emplace_back();
+    std::string got;
+    try {
+      got = Json(type, settings);
+    } catch (const UsageError& e) {
+      got = std::string("usage: ") + e.what();
+    } catch (const misc::zvException& e) {
+      got = "error " + std::to_string(e.GetId());
+    }
+    EXPECT_NE(got.find(c.at(1)), std::string::npos) << got;
+    EXPECT_TRUE(got.starts_with('{') || got.starts_with(c[1])) << got;
   }
   EXPECT_NEAR(MakeTool("zvGenericRevolvedTool", {"units=inch"})->GetDiameter() * 25.4, 10, 1e-13);
-}
-
-// What tool show prints of a tool can be set again.
-TEST(ToolArgument, OneLengthTakesBothNames) {
-  for (const auto& settings : std::vector<std::vector<std::string>>{
-           {"shoulderLength=4"}, {"shoulderLength=6", "fluteLength=6"}}) {
-    const auto tool = MakeTool("zvSlotMill", settings);
-    EXPECT_EQ(tool->GetShoulderLength(), settings.size() > 1 ? 6 : 4);
-  }
-  try {
-    MakeTool("zvSlotMill", {"shoulderLength=4", "fluteLength=6"});
-    ADD_FAILURE();
-  } catch (const UsageError& e) {
-    EXPECT_STREQ(
-        e.what(),
-        "shoulderLength=4: 6 expected, the fluteLength: zvSlotMill has one length for both");
-  }
-}
-
-// The default is shown although it would be refused; once anything is set, it is.
-TEST(ToolArgument, ChecksWhatIsSet) {
-  EXPECT_EQ(MakeTool("zvFaceMill", {})->GetDiameter(), 1);
-  EXPECT_EQ(tests::IdOf([] { MakeTool("zvFaceMill", {"diameter=2"}); }), 2133u);
-  EXPECT_EQ(tests::IdOf([] { MakeTool("zvEndMill", {"shoulderDiameter=0"}); }), 2185u);
-  const std::pair<const char*, const char*> wrong[] = {{"zvMill", ""},
-                                                       {"", ""},
-                                                       {"zvEndMill", "diameter"},
-                                                       {"zvEndMill", "diameter="},
-                                                       {"zvEndMill", "diameter=nan"},
-                                                       {"zvEndMill", "diameter=1e999"},
-                                                       {"zvEndMill", "diameter=5 "},
-                                                       {"zvEndMill", "Diameter=5"},
-                                                       {"zvEndMill", "cornerRadius=1"},
-                                                       {"zvEndMill", "units=mm"},
-                                                       {"zvSlotMill", "shoulderLength=5"},
-                                                       {"zvTapRH", "threadParameter=1.5"},
-                                                       {"zvTapRH", "cornerRadiusType=-1"},
-                                                       {"zvTapRH", "threadParameter=4294967296"},
-                                                       {"zvLatheTool", "diameter=4"},
-                                                       {"zvGenericRevolvedTool", "diameter"}};
-  for (const auto& [type, setting] : wrong)
-    EXPECT_THROW(MakeTool(type, {setting}), UsageError) << type << ' ' << setting;
 }
 
 TEST(ToolText, TellsPartsOfAllKinds) {
@@ -135,9 +95,9 @@ TEST(ToolText, TellsPartsOfAllKinds) {
 
 TEST(ToolText, WhatIsNotFiniteIsNoJson) {
   cadcam::zvToolValues values = cadcam::FindToolType("zvEndMill")->makeDefault()->GetValues();
-  values.numbers.diameter = tests::kInfinity;
+  values.numbers.diameter = kInfinity;
   const auto tool = cadcam::FindToolType("zvEndMill")->make(values);
-  EXPECT_TRUE(tests::ThrowsId<misc::zvException>(
+  EXPECT_TRUE(ThrowsId<misc::zvException>(
       [&] { ToolToJson(*tool); }, 0, L"a tool with a number that is not finite can't be JSON"));
   EXPECT_NE(DescribeTool(*tool).find("  diameter           \"inf\"\n"), std::string::npos);
 }

@@ -1,17 +1,12 @@
 #include <kandrel/kintree/detail/machine_file_values.h>
-#include <kandrel/misc/misc_exception.h>
-#include <tests/support/numbers.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
+#include <tests/kintree/machine_files.h>
 
 namespace kintree::detail {
 namespace {
 
 template <class Action>
 testing::AssertionResult IsNoNumber(Action&& action) {
-  return tests::ThrowsId<misc::zvmiscException>(action, 2579,
-                                                L"Conversion from string to value failed.");
+  return ThrowsId<misc::zvmiscException>(action, 2579, L"Conversion from string to value failed.");
 }
 
 TEST(MachineFileValues, NumbersAreReadAndWrittenAsTheyAlwaysWere) {
@@ -34,7 +29,7 @@ TEST(MachineFileValues, NumbersAreReadAndWrittenAsTheyAlwaysWere) {
   EXPECT_EQ(NumberText(-1234.56789), "-1234.56789000");
   EXPECT_EQ(NumberTexts(std::vector<double>{0, 1.5, -2}), "0.00000000,1.50000000,-2.00000000");
   EXPECT_EQ(NumberTexts(std::vector<float>{}), "");
-  for (const double number : {tests::kNaN, tests::kInfinity, -tests::kInfinity})
+  for (const double number : {kNaN, kInfinity, -kInfinity})
     EXPECT_TRUE(IsNoNumber([&] { NumberText(number); }));
 }
 
@@ -75,8 +70,8 @@ TEST(MachineFileValues, NamesCountFromTheFolderOfTheFile) {
 }
 
 TEST(MachineFileValues, OnlyARegularFileIsAFile) {
-  const tests::ScratchFolder folder;
-  tests::WriteFile(folder.Path("f"), "");
+  const ScratchFolder folder;
+  WriteFile(folder.Path("f"), "");
   EXPECT_TRUE(IsFile(folder.WidePath("f")));
   EXPECT_FALSE(IsFile(folder.WidePath("")) || IsFile(L"/dev/zero") || IsFile(L""));
   EXPECT_TRUE(IsThere(folder.WidePath("")) && IsThere(L"/dev/zero"));

@@ -1,18 +1,14 @@
 #include <kandrel/kintree/detail/xml_document.h>
-#include <kandrel/misc/exception.h>
-#include <kandrel/misc/text.h>
 #include <sys/stat.h>
+#include <tests/kintree/machine_files.h>
 #include <tests/support/bytes.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/testing.h>
-#include <tests/support/throws_id.h>
 
 namespace kintree::detail {
 namespace {
 
 template <class Action>
 testing::AssertionResult IsNotFound(Action&& action) {
-  return tests::ThrowsId<misc::zvException>(action, 0, L"Xml file not found.");
+  return ThrowsId<misc::zvException>(action, 0, L"Xml file not found.");
 }
 
 TEST(XmlDocument, ElementsAndAttributesComeInTheirOrder) {
@@ -103,14 +99,14 @@ TEST(XmlDocument, WhatIsNoXmlIsNotFound) {
 }
 
 TEST(XmlDocument, OnlyRegularFilesAreRead) {
-  const tests::ScratchFolder folder;
-  tests::WriteFile(folder.Path("good.xml"), "<a/>");
+  const ScratchFolder folder;
+  WriteFile(folder.Path("good.xml"), "<a/>");
   EXPECT_EQ(XmlDocument::Load(folder.WidePath("good.xml")).First().GetTag(), "a");
-  tests::WriteFile(folder.Path("\xC3\xA9.xml"), "<b/>");
+  WriteFile(folder.Path("\xC3\xA9.xml"), "<b/>");
   EXPECT_EQ(XmlDocument::Load(folder.WidePath("\xC3\xA9.xml")).First().GetTag(), "b");
-  tests::WriteFile(folder.Path("empty.xml"), "");
+  WriteFile(folder.Path("empty.xml"), "");
   ASSERT_EQ(mkfifo(folder.Path("pipe.xml").c_str(), 0600), 0);
-  tests::WriteFile(folder.Path("large.xml"), "<a/>");
+  WriteFile(folder.Path("large.xml"), "<a/>");
   std::filesystem::resize_file(folder.Path("large.xml"), (std::uintmax_t{256} << 20) + 1);
   for (const char* name : {"empty.xml", "pipe.xml", "large.xml", "missing.xml", ""})
     EXPECT_TRUE(IsNotFound([&] { XmlDocument::Load(folder.WidePath(name)); })) << name;
