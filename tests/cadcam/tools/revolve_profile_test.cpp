@@ -32,11 +32,9 @@ TEST(MeshFactory, AsksForProfilesOfOneLength) {
   EXPECT_TRUE(ThrowsId<misc::zvException>(
       [] { Factory::Create({Line(3)}, kInch); }, 0,
       L"zvMeshFactory::ValidateProfiles -> Profile list must contain at least two profiles!"));
+  const std::vector<Line> uneven{Line(3), Line(3), Line(2)};
   EXPECT_TRUE(ThrowsId<misc::zvException>(
-      [] {
-        Factory::ValidateProfiles({Line(3), Line(3), Line(2)});
-      },
-      0,
+      [&] { Factory::ValidateProfiles(uneven); }, 0,
       L"zvMeshFactory::ValidateProfiles -> All profiles must contain the same number of points!"));
   // A flat strip: one triangle is left of the second pair, as the profiles meet at its top.
   const auto mesh = Factory::Create(
@@ -114,21 +112,23 @@ TEST(RevolveProfile, SweepsNothingWhereThereIsNoVolume) {
 
 TEST(RevolveProfile, RefusesWhatGivesNoMesh) {
   const Points cylinder{{5, 0}, {5, 4}};
-  for (const double tolerance : {0.0, -1.0, kNaN, 1e-300, 1e-12})
-    EXPECT_TRUE(ThrowsId<misc::zvException>([&] { Revolved(cylinder, tolerance); }, 0, kTolerance))
-        << tolerance;
-  for (const double angle : {-1.0, kNaN, 1e-9, 1e-320})
-    EXPECT_TRUE(
-        ThrowsId<misc::zvException>([&] { Revolved(cylinder, 0.1, 0, angle); }, 0, kTolerance))
-        << angle;
+  for (const auto& [tolerance, angle] : {std::pair{0.0, 0.0},
+                                         {-1, 0},
+                                         {kNaN, 0},
+                                         {1e-300, 0},
+                                         {1e-12, 0},
+                                         {0.1, -1},
+                                         {0.1, kNaN},
+                                         {0.1, 1e-9},
+                                         {0.1, 1e-320}})
+    EXPECT_TRUE(ThrowsId<misc::zvException>(
+        [&, t = tolerance, a = angle] { Revolved(cylinder, t, 0, a); }, 0, kTolerance))
+        << tolerance << ' ' << angle;
   for (const Points& points : {Points{{5, 0}, {5, kNaN}}, Points{{kNaN, 0}, {5, 3}},
                                Points{{5, 0}, {kInfinity, 3}}, Points{{5, 0}, {5, -kInfinity}}})
     EXPECT_TRUE(ThrowsId<zvtoolapproximationException>([&] { Revolved(points); }, 0));
-  EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-      [] {
-        Revolved<float>({{1e39, 0}, {5, 3}});
-      },
-      0));
+  const Points large{{1e39, 0}, {5, 3}};
+  EXPECT_TRUE(ThrowsId<zvtoolapproximationException>([&] { Revolved<float>(large); }, 0));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <kandrel/cadcam/tools/solid_users.h>
 #include <kandrel/cadcam/tools/tool_part.h>
 #include <kandrel/misc/misc_exception.h>
+#include <tests/support/numbers.h>
 #include <tests/support/throws_id.h>
 
 #include "tool_cases.h"
@@ -28,8 +29,7 @@ const Extruded kExtruded({{{{1, 2}, {3, 4}}}, {{{5, 6}}}}, 8, {1, 2, 3}, kMetric
 const Mesh kMesh = Corner();
 
 // A kind of its own.
-class Other : public Solid {
- public:
+struct Other : Solid {
   Other() : Solid(kMetric) {}
   Pointer Clone() const override { return misc::MakeAutoPointer<Other>(*this); }
   double GetHeight() const override { return 3; }
@@ -39,8 +39,6 @@ class Other : public Solid {
   void AcceptVisitor(zvSolidDefinitionVisitorGetter<double>& visitor) override {
     visitor.Visit(*this);
   }
-
- private:
   void Scale(Units, double) override {}
 };
 
@@ -70,18 +68,17 @@ TEST(Solids, KnowTheirHeightAndTheirPoints) {
 
 TEST(Solids, ScaleWhateverTheyHold) {
   Revolved revolved = kRevolved;
-  revolved.SetUnits(kInch);
-  EXPECT_NEAR(revolved.GetRadius() * 25.4, 7, 1e-14);
-  EXPECT_NEAR(revolved.GetHeight() * 25.4, 9, 1e-14);
   Extruded extruded = kExtruded;
-  extruded.SetUnits(kInch);
-  EXPECT_NEAR(extruded.GetHeight() * 25.4, 8, 1e-14);
-  EXPECT_NEAR(extruded.GetPoint().z * 25.4, 3, 1e-14);
-  EXPECT_NEAR(extruded.GetPolyLines()[0].points[1].y * 25.4, 4, 1e-14);
-  EXPECT_NEAR(extruded.GetPolyLines()[1].points[0].x * 25.4, 5, 1e-14);
   Mesh mesh = kMesh;
-  mesh.SetUnits(kInch);
-  EXPECT_NEAR(mesh.GetHeight(), 1, 1e-15);
+  for (Solid* solid : std::initializer_list<Solid*>{&revolved, &extruded, &mesh})
+    solid->SetUnits(kInch);
+  const tests::Numbers inInch =
+      tests::Flat(revolved.GetRadius(), revolved.GetHeight(), extruded.GetHeight(),
+                  extruded.GetPoint().z, extruded.GetPolyLines()[0].points[1].y,
+                  extruded.GetPolyLines()[1].points[0].x, mesh.GetHeight());
+  const tests::Numbers inMetric{7, 9, 8, 3, 4, 5, 25.4};
+  for (std::size_t i = 0; i < inMetric.size(); ++i)
+    EXPECT_NEAR(inInch.at(i) * 25.4, inMetric[i], 1e-13) << i;
   EXPECT_EQ(mesh.GetMesh().GetUnits(), kInch);
   mesh.SetUnits(kMetric, true);
   EXPECT_NEAR(mesh.GetHeight(), 1, 1e-15);
