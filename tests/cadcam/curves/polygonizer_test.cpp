@@ -83,19 +83,20 @@ TEST(Polygonizer, KeepsChordsOfEveryCurveWithinTheTolerance) {
     }
 
     const Ellipse e{RandomPoint(random, 5), RandomPoint(random, 20), RandomPoint(random, 20)};
-    ellipseError =
-        std::max(ellipseError, ChordError(PointsOf(Contour({e}), tolerance), [&](double t) {
-                                 const Point u = e.first - e.centre, v = e.second - e.centre;
-                                 const double angle = t * 2 * std::acos(-1.0);
-                                 return e.centre + std::cos(angle) * u + std::sin(angle) * v;
-                               }) / tolerance);
-
+    const auto onEllipse = [&](double t) {
+      const double angle = t * 2 * std::acos(-1.0);
+      return e.centre + std::cos(angle) * (e.first - e.centre) +
+             std::sin(angle) * (e.second - e.centre);
+    };
+    ellipseError = std::max(ellipseError,
+                            ChordError(PointsOf(Contour({e}), tolerance), onEllipse) / tolerance);
     const Parabola p{RandomPoint(random, 20), RandomPoint(random, 20)};
-    parabolaError =
-        std::max(parabolaError, ChordError(PointsOf(Contour({p}), tolerance), [&](double t) {
-                                  const Point d = p.end - p.vertex;
-                                  return p.vertex + Point{t * d.x, t * t * d.y};
-                                }) / tolerance);
+    const auto onParabola = [&](double t) {
+      const Point d = p.end - p.vertex;
+      return p.vertex + Point{t * d.x, t * t * d.y};
+    };
+    parabolaError = std::max(parabolaError,
+                             ChordError(PointsOf(Contour({p}), tolerance), onParabola) / tolerance);
   }
   for (const double error : {arcError, ellipseError, parabolaError}) {
     EXPECT_LE(error, 1 + 1e-6);
@@ -127,41 +128,36 @@ TEST(Polygonizer, JoinsElementsAndNeverTurnsBack) {
 TEST(Polygonizer, RefusesTolerancesAndRadiiThatGiveNoStep) {
   const wchar_t* const kTolerance = L"Polygonization tolerance is invalid.";
   const wchar_t* const kRadius = L"Arc radius is invalid.";
-  const Element arc = Arc({1, 2}, 5, 0, 90);
+  const auto refuses = [](const Contour& contour, double tolerance, const wchar_t* text) {
+    return ThrowsId<misc::zvException>([&] { PointsOf(contour, tolerance); }, 0, text);
+  };
+  const Element arc = Arc({1, 2}, 5, 0, 90), circle = Arc({}, 1000, 0, 360);
   const Element ellipse = Ellipse{{0, 0}, {2, 0}, {0, 3}};
   const Element parabola = Parabola{{0, 0}, {2, 4}};
   for (const double tolerance : {0.0, -0.1, -6.0, kNaN, -kInfinity, 1e-300, 1e-17})
     for (const Element& element : {arc, ellipse, parabola})
-      EXPECT_TRUE(ThrowsId<misc::zvException>([&] { PointsOf(Contour({element}), tolerance); }, 0,
-                                              kTolerance))
+      EXPECT_TRUE(refuses(Contour({element}), tolerance, kTolerance))
           << tolerance << ' ' << element.index();
   // Passes as a step, but for hundreds of millions of chords; and chords count together.
   EXPECT_GT(Polygonizer(1e-15).LargestStep(5), 0);
-  EXPECT_TRUE(ThrowsId<misc::zvException>([&] { PointsOf(Contour({arc}), 1e-15); }, 0, kTolerance));
-  const Element circle = Arc({}, 1000, 0, 360);
-  EXPECT_TRUE(ThrowsId<misc::zvException>(
-      [&] {
-        PointsOf(Contour({circle, circle}), 1e-8);
-      },
-      0, kTolerance));
+  EXPECT_TRUE(refuses(Contour({arc}), 1e-15, kTolerance));
+  EXPECT_TRUE(refuses(Contour({circle, circle}), 1e-8, kTolerance));
   // Two short of all that there may be; each arc has a chord of its own besides.
   Contour many({circle, Arc({}, 1000, 0, 177.36)});
   EXPECT_EQ(PointsOf(many, 1e-8).size(), 1048573u);
   for (int i = 0; i < 100; ++i) many.Add(Arc({}, 1000, 0, 1e-9));
   EXPECT_EQ(PointsOf(many, 1e-8).size(), 1048573u + 200);
 
-  for (const double radius : {0.0, 0.9e-12, -0.9e-12, kNaN})
+  for (const auto& [radius, text] : {std::pair{0.0, kRadius},
+                                     {0.9e-12, kRadius},
+                                     {-0.9e-12, kRadius},
+                                     {kNaN, kRadius},
+                                     {-5, kTolerance}})
     EXPECT_TRUE(
-        ThrowsId<misc::zvException>([&] { Polygonizer(0.1).LargestStep(radius); }, 0, kRadius))
+        ThrowsId<misc::zvException>([r = radius] { Polygonizer(0.1).LargestStep(r); }, 0, text))
         << radius;
-  EXPECT_TRUE(ThrowsId<misc::zvException>([] { Polygonizer(0.1).LargestStep(-5); }, 0, kTolerance));
-  EXPECT_TRUE(ThrowsId<misc::zvException>(
-      [] {
-        PointsOf(Contour({Ellipse{{1, 1}, {1, 1}, {1, 1}}}), 0.1);
-      },
-      0, kRadius));
-  EXPECT_TRUE(
-      ThrowsId<misc::zvException>([] { PointsOf(Contour({Arc({}, 0, 0, 0)}), 0.1); }, 0, kRadius));
+  EXPECT_TRUE(refuses(Contour({Ellipse{{1, 1}, {1, 1}, {1, 1}}}), 0.1, kRadius));
+  EXPECT_TRUE(refuses(Contour({Arc({}, 0, 0, 0)}), 0.1, kRadius));
 }
 
 }  // namespace
