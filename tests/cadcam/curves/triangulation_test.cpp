@@ -1,7 +1,7 @@
 #include <kandrel/cadcam/curves/triangulation.h>
 #include <kandrel/misc/mathdef_exception.h>
-#include <tests/cadcam/curves/random_contours.h>
 #include <tests/support/numbers.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include <map>
