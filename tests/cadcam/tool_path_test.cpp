@@ -112,6 +112,7 @@ void CheckWalks(Level& level, const Tags& expected) {
   const auto check = [&](auto& either) {  // constant or not
     ASSERT_EQ(TagsBetween(either.begin(), either.end()), expected);
     ASSERT_EQ(TagsBetween(either.rbegin(), either.rend()), reversed);
+    ASSERT_EQ(either.begin() == level.end(), expected.empty());
   };
   check(level);
   check(std::as_const(level));
@@ -265,7 +266,6 @@ TEST(ToolPathNull, ANullContainerThrowsAtAnyLevelAndPlace) {
       for (it = path.begin(); it != path.end(); ++it) ++met;
     }));
     EXPECT_TRUE(it == path.end()) << "a step that failed ends the walk";
-    it = path.end();
     EXPECT_TRUE(ThrowsNull([&] {
       for (; metBackward < moves.size(); ++metBackward) --it;
     }));

@@ -211,17 +211,12 @@ TEST(ToolApproximation, HoldsItsToolAndGivesTheShankInItsOwnCoordinates) {
       [&] { make(Holder(), Arbor(zvMeshSolidDefinition(zvTMesh<double>()))).GetArborProfile(); },
       2172));
   EXPECT_TRUE(make(Holder(), Arbor()).GetArborProfile().points.empty());
-  const double far = kInfinity;
+  const Points endless{{1, 0}, {kInfinity, 1}};
   EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-      [&] {
-        make(Holder(), Arbor({{1, 0}, {far, 1}}, kInch)).GetArborProfile();
-      },
+      [&] { make(Holder(), Arbor(endless, kInch)).GetArborProfile(); },
       zvtoolapproximationException::kInvalidArborProfile, L"Invalid Arbor Profile"));
   EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-      [&] {
-        make(Holder({{1, 0}, {far, 1}}, kInch), Arbor()).GetHolderProfile();
-      },
-      0));
+      [&] { make(Holder(endless, kInch), Arbor()).GetHolderProfile(); }, 0));
 
   const zvGenericRevolvedTool generic(zvToolPartDefinition<double>({{0, 0}, {5, 0}, {5, 9}}, kInch),
                                       zvToolPartDefinition<double>({{4, 0}, {4, 7}}, kInch),

@@ -217,12 +217,10 @@ TEST(ToolCaster, RefusesWhatIsNoTypedTool) {
   expect(zvLatheTool(), L"zvLatheTool");
   expect(zvGenericRevolvedTool(), L"zvGenericRevolvedTool");
   // A tool of no class that visitors know.
-  EXPECT_TRUE(ThrowsId<misc::zvException>(
-      [] {
-        const zvLatheTool lathe;
-        zvToolCaster::zvCasting2TypedRevolvedChecker().Visit(static_cast<const zvTool&>(lathe));
-      },
-      0, text(L"zvTool")));
+  zvToolCaster::zvCasting2TypedRevolvedChecker checker;
+  const zvLatheTool lathe;
+  EXPECT_TRUE(ThrowsId<misc::zvException>([&] { checker.Visit(static_cast<const zvTool&>(lathe)); },
+                                          0, text(L"zvTool")));
   EXPECT_TRUE(tests::ThrowsNull([] { zvToolCaster::Cast(misc::zvAutoPointer<zvTool>()); }));
 }
 
