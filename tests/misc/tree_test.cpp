@@ -35,7 +35,10 @@ TEST(Tree, RandomTreesWalkAsRecursionDoesAlsoCopiedAndCut) {
       nodes.push_back(&tree.Add(i, parent.GetParent() ? Tree::iterator(&parent) : tree.end()));
     }
     const Tree copy = tree;
-    EXPECT_EQ(PreOrder(copy), Walked(tree.GetRoot()));
+    const auto areSame = [](const Tree::Node& a, const Tree::Node& b) {
+      return a.GetValue() == b.GetValue() && a.GetParent()->GetValue() == b.GetParent()->GetValue();
+    };
+    EXPECT_TRUE(std::equal(copy.begin(), copy.end(), tree.begin(), tree.end(), areSame));
     EXPECT_EQ(PreOrder(copy), Walked(copy.GetRoot()));
     for (const Tree::Node* node : nodes) EXPECT_EQ(PreOrder(Tree::Below(*node)), Walked(*node));
     const Tree::Node& cut = *nodes[random.Integer(1, 59)];
