@@ -84,53 +84,48 @@ double AreaUnder(const std::vector<Point>& points) {
 }
 
 // The mirror image in which x and y have changed places.
-Contour Swapped(const Contour& contour) {
-  const auto swap = [](const Point& p) { return Point{p.y, p.x}; };
-  Contour swapped;
-  for (const Element& element : Walk(contour)) {
-    if (const auto* point = std::get_if<Point>(&element)) swapped.Add(swap(*point));
-    if (const auto* line = std::get_if<Line>(&element))
-      swapped.Add(Line{swap(line->start), swap(line->end)});
-    if (const auto* arc = std::get_if<Arc>(&element))
-      swapped.Add(Arc(swap(arc->GetCentre()), arc->GetRadius(),
-                      std::fmod(450 - arc->GetStartAngle(), 360), -arc->GetSweepAngle()));
-    if (const auto* parabola = std::get_if<Parabola>(&element))
-      swapped.Add(Parabola{swap(parabola->vertex), swap(parabola->end)});
-    if (const auto* e = std::get_if<Ellipse>(&element))
-      swapped.Add(Ellipse{swap(e->centre), swap(e->first), swap(e->second)});
-    if (const auto* lines = std::get_if<PolyLine>(&element)) {
-      PolyLine other;
-      for (const Point& p : lines->points) other.points.push_back(swap(p));
-      swapped.Add(other);
-    }
+struct Swap {
+  Point operator()(const Point& p) const { return {p.y, p.x}; }
+  Line operator()(const Line& line) const { return {(*this)(line.start), (*this)(line.end)}; }
+  Arc operator()(const Arc& arc) const {
+    return {(*this)(arc.GetCentre()), arc.GetRadius(), std::fmod(450 - arc.GetStartAngle(), 360),
+            -arc.GetSweepAngle()};
   }
-  return swapped;
-}
+  Parabola operator()(const Parabola& p) const { return {(*this)(p.vertex), (*this)(p.end)}; }
+  Ellipse operator()(const Ellipse& e) const {
+    return {(*this)(e.centre), (*this)(e.first), (*this)(e.second)};
+  }
+  PolyLine operator()(PolyLine lines) const {
+    for (Point& p : lines.points) p = (*this)(p);
+    return lines;
+  }
+  Contour operator()(const Contour& contour) const {
+    Contour swapped;
+    for (const Element& element : Walk(contour))
+      std::visit([&](const auto& e) { swapped.Add((*this)(e)); }, element);
+    return swapped;
+  }
+};
 
-// The same elements, with numbers that differ by no more than `tolerance`.
-testing::AssertionResult Near(const Contour& a, const Contour& b, double tolerance) {
+// The same elements, with numbers that differ by no more than 1e-10.
+testing::AssertionResult Near(const Contour& a, const Contour& b) {
   const auto numbers = [](const Contour& contour) {
-    std::vector<double> n;
-    const auto add = [&](const Point& p) { n.insert(n.end(), {p.x, p.y}); };
+    tests::Numbers n;
     for (const Element& element : contour.GetElements()) {
-      n.push_back(1000.0 * static_cast<double>(element.index()));
-      if (const auto* arc = std::get_if<Arc>(&element)) {
-        add(arc->GetCentre());
-        n.insert(n.end(), {arc->GetRadius(), arc->GetStartAngle(), arc->GetSweepAngle()});
-        continue;
-      }
-      if (const auto* lines = std::get_if<PolyLine>(&element))
-        for (const Point& p : lines->points) add(p);
-      add(*StartPoint(element));
-      add(*EndPoint(element));
+      const Contour alone({element});
+      const auto box = Extents(alone);
+      const auto* arc = std::get_if<Arc>(&element);
+      tests::Append(n,
+                    tests::Flat(element.index(), LengthOf(alone), arc ? arc->GetSweepAngle() : 0));
+      for (const Point& p : {*StartPoint(element), *EndPoint(element), box.minimum, box.maximum})
+        n.insert(n.end(), {p.x, p.y});
     }
     return n;
   };
   const auto x = numbers(a), y = numbers(b);
   if (x.size() != y.size()) return testing::AssertionFailure() << x.size() << " != " << y.size();
   for (std::size_t i = 0; i < x.size(); ++i)
-    // Angles and lengths of the size of 100.
-    if (!(std::fabs(x[i] - y[i]) <= 1000 * tolerance))
+    if (!(std::fabs(x[i] - y[i]) <= 1e-10))
       return testing::AssertionFailure() << "number " << i << ": " << x[i] << ", " << y[i];
   return testing::AssertionSuccess();
 }
@@ -274,11 +269,11 @@ TEST(Curves2d, SplittingCutsLinesAndArcsExactly) {
   };
   for (const auto& c : cases) {
     const auto [before, after] = SplitAtHeight(c.contour, c.height);
-    EXPECT_TRUE(Near(before, c.before, 1e-13)) << c.what;
-    EXPECT_TRUE(Near(after, c.after, 1e-13)) << c.what;
-    const auto [left, right] = SplitAtRadius(Swapped(c.contour), c.height);
-    EXPECT_TRUE(Near(left, Swapped(c.before), 1e-13)) << c.what;
-    EXPECT_TRUE(Near(right, Swapped(c.after), 1e-13)) << c.what;
+    EXPECT_TRUE(Near(before, c.before)) << c.what;
+    EXPECT_TRUE(Near(after, c.after)) << c.what;
+    const auto [left, right] = SplitAtRadius(Swap()(c.contour), c.height);
+    EXPECT_TRUE(Near(left, Swap()(c.before))) << c.what;
+    EXPECT_TRUE(Near(right, Swap()(c.after))) << c.what;
   }
 }
 

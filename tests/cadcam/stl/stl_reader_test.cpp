@@ -104,6 +104,7 @@ const TextCase kTextCases[] = {
     {kVertex, "vertex 0 2 0 0", 3504, 6},
     {kVertex, "vertex 0 2,0 0", 3504, 6},
     {kVertex, "vertex 0 0x2 0", 3504, 6},
+    {kVertex, "vertex 0 2-0", 3504, 6},
     {kVertex, "vertex 0\t2 0 0", 3504, 6},
     {kVertex, "vertex 0 2 0\r\r", 3504, 6},
     {kVertex, "vertex  -0. +2e0 .0E+3 ", 0, 1},

@@ -18,20 +18,9 @@ using Point = geoDef::zv2dPoint<double>;
 using tests::Points;
 using Profile = geoDef::zv2dPolyLine<double>;
 
-// Cutting and non-cutting profile of a tool of any type.
-class Profiles : public zvRevolvedToolMeshCreator<double> {
- public:
+struct Profiles : tests::Profiles {
   Profiles(const zvTool& tool, double tolerance)
-      : zvRevolvedToolMeshCreator({.tolerance = tolerance, .parts = 0}, tool.GetUnits()) {
-    tool.AcceptVisitor(static_cast<zvToolVisitor&>(*this));
-  }
-  Points cutting, nonCutting;
-
- protected:
-  void Take(const zvRevolvedToolApproximation<double>& approximation, double) override {
-    cutting = approximation.GetCuttingProfile().points;
-    nonCutting = approximation.GetNonCuttingProfile().points;
-  }
+      : tests::Profiles(tool, {.tolerance = tolerance, .parts = 0}) {}
 };
 
 testing::AssertionResult Near(const Points& a, const Points& b) {

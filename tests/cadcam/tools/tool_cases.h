@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/cadcam/tools/tool_mesh.h>
 #include <kandrel/cadcam/tools/tool_types.h>
 #include <kandrel/cadcam/tools/typed_revolved_tool.h>
 #include <tests/support/testing.h>
@@ -177,5 +178,23 @@ std::string FailureOf(Action&& action) {
   }
   return "nothing";
 }
+
+/// The meshes of a tool of any type, with the profiles of which they are made.
+class Profiles : public cadcam::zvRevolvedToolMeshCreator<double> {
+ public:
+  Profiles(const cadcam::zvTool& tool, const cadcam::zvToolMeshRules& rules)
+      : zvRevolvedToolMeshCreator(rules, tool.GetUnits()) {
+    tool.AcceptVisitor(static_cast<cadcam::zvToolVisitor&>(*this));
+  }
+  Points cutting, nonCutting;
+
+ protected:
+  void Take(const cadcam::zvRevolvedToolApproximation<double>& approximation,
+            double lift) override {
+    cutting = approximation.GetCuttingProfile().points;
+    nonCutting = approximation.GetNonCuttingProfile().points;
+    zvRevolvedToolMeshCreator::Take(approximation, lift);
+  }
+};
 
 }  // namespace tests

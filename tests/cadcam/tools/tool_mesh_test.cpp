@@ -200,20 +200,6 @@ double SweptVolume(const Points2d& profile) {
   return volume;
 }
 
-// Hands out the profiles of which the meshes are made.
-class Creator : public zvRevolvedToolMeshCreator<double> {
- public:
-  using zvRevolvedToolMeshCreator::zvRevolvedToolMeshCreator;
-  Points2d profiles[2];
-
- protected:
-  void Take(const zvRevolvedToolApproximation<double>& approximation, double lift) override {
-    profiles[0] = approximation.GetCuttingProfile().points;
-    profiles[1] = approximation.GetNonCuttingProfile().points;
-    zvRevolvedToolMeshCreator::Take(approximation, lift);
-  }
-};
-
 TEST(ToolMesh, IsClosedForToolsOfEveryType) {
   tests::Seeded random;
   int refused = 0;
@@ -222,9 +208,9 @@ TEST(ToolMesh, IsClosedForToolsOfEveryType) {
       const auto tool = RandomTool(*type, random);
       const double tolerance = tool->GetDiameter() / 2 * std::pow(10, random.Real(-3, -0.01));
       SCOPED_TRACE(std::string(type->name) + ' ' + std::to_string(i));
-      Creator creator({.tolerance = tolerance}, kMetric);
+      std::optional<tests::Profiles> made;
       try {
-        tool->AcceptVisitor(static_cast<zvToolVisitor&>(creator));
+        made.emplace(*tool, zvToolMeshRules{.tolerance = tolerance});
       } catch (const zvtoolapproximationException& e) {
         // No real outline: of the parameters that no check binds.
         static const std::set<std::string_view> kUnbound{"zvConvexTipMill", "zvBoreBar", "zvTapLH",
@@ -236,7 +222,7 @@ TEST(ToolMesh, IsClosedForToolsOfEveryType) {
       const auto inFloat = MeshesOf<float>(*tool, {.tolerance = tolerance});
       double last = 0;
       for (int part = 0; part < 4; ++part) {
-        const zvTMesh<double>& mesh = creator.GetMesh(part);
+        const zvTMesh<double>& mesh = made->GetMesh(part);
         EXPECT_TRUE(IsClosed(mesh)) << part;
         EXPECT_TRUE(IsClosed(inFloat.GetMesh(part))) << part;
         if (mesh.IsEmpty()) continue;
@@ -245,10 +231,10 @@ TEST(ToolMesh, IsClosedForToolsOfEveryType) {
         EXPECT_EQ(mesh.GetMaximum().y, mesh.GetMaximum().x);
         if (part > 1) continue;
         // Cutting and non-cutting part meet exactly where the flutes end.
-        if (!creator.GetMesh(nonCuttingPart).IsEmpty()) {
+        if (!made->GetMesh(nonCuttingPart).IsEmpty()) {
           EXPECT_EQ(part == 0 ? mesh.GetMaximum().z : mesh.GetMinimum().z, tool->GetFluteLength());
         }
-        const Points2d& profile = creator.profiles[part];
+        const Points2d& profile = part == 0 ? made->cutting : made->nonCutting;
         for (const auto& p : profile) {
           EXPECT_GE(p.y, last - 1e-9);  // rises or is level
           EXPECT_LE(p.x, mesh.GetMaximum().x + 1e-9);

@@ -33,6 +33,11 @@ const Holder kHolder(7, 6, kInch);
 const Arbor kArbor(5, 4, kInch);
 const Extender kShoulder(3, 45, kInch);
 
+// What is expected ends before the text where the file leaves it out.
+bool Begins(const std::string& failure, const std::string& expected) {
+  return failure == expected || failure.starts_with(expected + ": ");
+}
+
 // Both constructors of `Tool` put each argument where the settings have it.
 template <class Tool, class... Own>
 void ExpectTool(const std::string& settings, Own... own) {
@@ -311,18 +316,15 @@ TEST(GenericTool, IsToldByItsParts) {
                             tests::PartOf<Arbor>(arbor), Holder(2, 3, kMetric), kMetric);
     });
   };
-  const auto starts = [](const std::string& text, const char* with) {
-    return text.starts_with(with);
-  };
   EXPECT_EQ(failure("0,0;5,1;5,9", ""), "nothing");
-  EXPECT_PRED2(starts, failure("0,0;0,5", "5,0;5,1", "0,0;0,5"), "2106 2136");
-  EXPECT_PRED2(starts, failure("0,0;0,5", "0,0;0,5"), "2159 2198");
-  EXPECT_PRED2(starts, failure("5,0;5,5", "0,0;5,5;5,9"), "2159 2199");
-  EXPECT_PRED2(starts, failure("5,0;6,0", ""), "2159 2165");
-  EXPECT_PRED2(starts, failure("", ""), "2159 2165");
-  EXPECT_PRED2(starts, failure("5,0;5,5", "none"), "2159 0: Accessing NULL pointer");
-  EXPECT_PRED2(starts, failure("mesh", "5,0;5,5"), "2159 2172");
-  EXPECT_PRED2(starts, failure("5,0;5,5", "extruded"), "2159 2171");
+  EXPECT_PRED2(Begins, failure("0,0;0,5", "5,0;5,1", "0,0;0,5"), "2106 2136");
+  EXPECT_PRED2(Begins, failure("0,0;0,5", "0,0;0,5"), "2159 2198");
+  EXPECT_PRED2(Begins, failure("5,0;5,5", "0,0;5,5;5,9"), "2159 2199");
+  EXPECT_PRED2(Begins, failure("5,0;6,0", ""), "2159 2165");
+  EXPECT_PRED2(Begins, failure("", ""), "2159 2165");
+  EXPECT_PRED2(Begins, failure("5,0;5,5", "none"), "2159 0: Accessing NULL pointer");
+  EXPECT_PRED2(Begins, failure("mesh", "5,0;5,5"), "2159 2172");
+  EXPECT_PRED2(Begins, failure("5,0;5,5", "extruded"), "2159 2171");
 }
 
 TEST(LatheTool, HoldsAnySolid) {
@@ -344,11 +346,6 @@ TEST(LatheTool, HoldsAnySolid) {
   EXPECT_EQ(failure("0,0;0,5", "0,0;0,5"), "2175 2134: Invalid radius in holder profile");
   EXPECT_EQ(failure("mesh", "0,0;0,5"), "2175 2136: Invalid radius in arbor profile");
   EXPECT_EQ(failure("none", "none"), "nothing");
-}
-
-// What is expected ends before the text where the file leaves it out.
-bool Begins(const std::string& failure, const std::string& expected) {
-  return failure == expected || failure.starts_with(expected + ": ");
 }
 
 TEST(ToolChecks, EachStopsJustBeyondItsToleranceWithItsIdAndCauses) {
