@@ -121,12 +121,10 @@ void CheckBlends() {
                        Make<Move>(kP1, o2, 0, false, 0, 0))
         .GetOrientation();
   };
-  const auto fails = [&](double w1, const Point& o1, double w2, const Point& o2) {
-    return tests::ThrowsId<zvcadcamException>([&] { blend(w1, o1, w2, o2); }, 2189);
-  };
-  EXPECT_TRUE(fails(0.5, kZ, 0.5, -kZ));
-  EXPECT_TRUE(fails(0, kZ, 0, {1, 0, 0}));
-  EXPECT_TRUE(fails(1, {}, 0, kZ));
+  for (const auto& [w1, o1, w2, o2] :
+       {std::tuple{0.5, kZ, 0.5, -kZ}, {0, kZ, 0, {1, 0, 0}}, {1, {}, 0, kZ}})
+    EXPECT_TRUE(tests::ThrowsId<zvcadcamException>(
+        [&, a = w1, p = o1, b = w2, q = o2] { blend(a, p, b, q); }, 2189));
   // Almost opposite: unreliable, but a unit vector.
   EXPECT_NEAR(blend(0.5, kZ, 0.5, {1e-12, 0, -1}).Length(), 1, 1e-15);
   EXPECT_NEAR(blend(1, {0, 1e-200, 0}, 1, {}).Length(), 1, 1e-15);

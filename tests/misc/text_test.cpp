@@ -1,8 +1,9 @@
 #include <kandrel/misc/text.h>
+#include <kandrel/misc/tokeniser.h>
+#include <tests/support/comma_locale.h>
 #include <tests/support/numbers.h>
 #include <tests/support/testing.h>
 
-#include <clocale>
 #include <random>
 
 namespace misc {
@@ -13,6 +14,7 @@ TEST(Text, EveryCodePointGoesThereAndBack) {
   for (char32_t c = 0; c <= 0x10FFFF; ++c)
     if (c < 0xD800 || c > 0xDFFF) all += static_cast<wchar_t>(c);
   EXPECT_EQ(FromUtf8(ToUtf8(all)), all);
+  EXPECT_TRUE(IsUtf8(ToUtf8(all)) && IsUtf8(""));
   EXPECT_EQ(ToUtf8(L"\u00e4\u20ac\U0001F600"), "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
   EXPECT_EQ(ToUtf8(std::wstring(1, L'\0')), std::string(1, '\0'));
 }
@@ -33,7 +35,11 @@ TEST(Text, WhatIsNoCharacterIsReplaced) {
       {"\xE2\x82g", L"\uFFFD\uFFFDg"},
       {"\xE2\xE2\x82\xAC", L"\uFFFD\u20ac"},
   };
-  for (const auto& [bytes, text] : cases) EXPECT_EQ(FromUtf8(bytes), text) << bytes;
+  for (const auto& [bytes, text] : cases) {
+    EXPECT_EQ(FromUtf8(bytes), text) << bytes;
+    for (const char* ascii : {"", "1234567", "12345678"})
+      EXPECT_FALSE(IsUtf8(ascii + bytes)) << bytes;
+  }
 }
 
 TEST(Text, NumbersReadBackToTheirBits) {
@@ -61,15 +67,13 @@ TEST(Text, ANumberIsTheWholeTextOrNone) {
 }
 
 TEST(Text, TheLocaleChangesNothing) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
-  for (const char* name : {"de_DE.UTF-8", "de_DE", "fr_FR.UTF-8"})
-    if (std::setlocale(LC_ALL, name) != nullptr) break;
+  const tests::CommaLocale comma;
+  if (!comma.IsSet()) GTEST_SKIP() << "no locale to set";
   EXPECT_EQ(ToText(1234567.5), "1234567.5");
   double value = 0;
   EXPECT_TRUE(FromText("1.5", value));
   EXPECT_EQ(value, 1.5);
   EXPECT_EQ(FromUtf8("\xC3\xA4"), L"\u00e4");
-  std::setlocale(LC_ALL, before.c_str());
 }
 
 struct ScanCase {
@@ -96,7 +100,19 @@ TEST(Text, ANumberIsScannedAsFarAsItGoes) {
       {"1.00000005960464477540", 22, 1.0000000596046448, 1 + 0x1p-23},
       {"1e39", 4, 1e39, huge},
       {"-1e999", 6, -huge, -huge},
+      {"16777217", 8, 16777217, 16777216},
+      {"16777217.0000000001", 19, 16777217, 16777218},
+      {"3.4028235e+38", 13, 3.4028235e38, 3.4028235e38f},
+      {"0.000000000001e51", 17, 1e39, huge},
+      {"0.00000000000000000000000000000000000000000000000001e1", 54, 1e-49, 0},
+      {"123456789012e-60", 16, 123456789012e-60, 0},
+      {"1e-45", 5, 1e-45, 1.4e-45f},
       {"1e-46", 5, 1e-46, 0},
+      {"-1e-99", 6, -1e-99, -0.0},
+      {"1e9223372036854775807", 21, huge, huge},
+      {"1e9223372036854775808", 21, huge, huge},
+      {"-1e-9223372036854775807", 23, -0.0, -0.0},
+      {"10e-9223372036854775808", 23, 0, 0},
       {"1e99999999999999999999", 22, huge, huge},
       {"0.001e-99999999999999999999", 27, 0, 0},
       {"nan", 3, tests::kNaN, tests::kNaN},
@@ -115,8 +131,10 @@ TEST(Text, ANumberIsScannedAsFarAsItGoes) {
     float f = 7;
     EXPECT_EQ(ScanNumber(c.text, d), c.length) << c.text;
     EXPECT_EQ(ScanNumber(c.text, f), c.length) << c.text;
-    EXPECT_TRUE(d == c.asDouble || (std::isnan(d) && std::isnan(c.asDouble))) << c.text << ' ' << d;
-    EXPECT_TRUE(f == c.asFloat || (std::isnan(f) && std::isnan(c.asFloat))) << c.text << ' ' << f;
+    for (const auto& [found, expected] : {std::pair{d, c.asDouble}, {f, c.asFloat}}) {
+      EXPECT_TRUE(found == expected || (std::isnan(found) && std::isnan(expected))) << c.text;
+      EXPECT_EQ(std::signbit(found), std::signbit(expected)) << c.text;
+    }
   }
 }
 
@@ -133,18 +151,33 @@ TEST(Text, DecimalsAreFixed) {
   EXPECT_EQ(ToFixedText(-std::numeric_limits<double>::max(), 16).size(), 327u);
 }
 
-TEST(Text, Utf8IsValidOrNot) {
-  const std::pair<std::string_view, bool> cases[] = {
-      {"", true},
-      {"plain text of more than eight", true},
-      {"1234567\xC3\xA9", true},
-      {"12345678\xE2\x82\xAC\xF0\x9F\x98\x80", true},
-      {"12345678\xE9", false},
-      {"1234567\xC3", false},
-      {"\xC0\x80", false},
-      {"\xED\xA0\x80", false},
+using Strings = std::vector<std::wstring>;
+
+TEST(Tokeniser, SplitsOutsideQuotes) {
+  const std::pair<std::wstring, Strings> cases[] = {
+      {L"", {}},
+      {L",,,", {}},
+      {L"a,,b", {L"a", L"b"}},
+      {L",a, b,", {L"a", L" b"}},  // nothing is trimmed
+      {L"'a,b',c", {L"a,b", L"c"}},
+      {L"x'a,b'y,c", {L"xa,by", L"c"}},
+      {L"'',a,''''", {L"a"}},
+      {L"a,'b,c", {L"a", L"b,c"}},
+      {L"a'", {L"a"}},
+      {L"'a''b'", {L"ab"}},
+      {L"','", {L","}},
+      {L"\u00E9,\U0001F527", {L"\u00E9", L"\U0001F527"}},
   };
-  for (const auto& [text, isValid] : cases) EXPECT_EQ(IsUtf8(text), isValid) << text;
+  for (const auto& [text, tokens] : cases)
+    EXPECT_EQ(Tokens(std::wstring_view(text), L',', L'\''), tokens) << testing::PrintToString(text);
+}
+
+TEST(Tokeniser, GivesTheRestBehindAToken) {
+  zvTokeniser<char> tokens("  one \"tw o\"x three", ' ', '"');
+  std::string_view token;
+  std::string seen;
+  while (tokens.Next(token)) seen += std::string(token) + "|" + std::string(tokens.GetRest()) + ";";
+  EXPECT_EQ(seen, "one| \"tw o\"x three;tw ox| three;three|;");
 }
 
 }  // namespace

@@ -51,22 +51,18 @@ TEST(ValueValidator, ListedValuesAreTheOnlyOnesUnlessThereAreNone) {
 
 TEST(ValueValidator, VisitorsTellTheKindsApart) {
   struct Kind : zvValueValidatorVisitor<double> {
-    std::string kind;
-    void Visit(const zvSteppingBasedDiscreteValueValidator<double>&) override { kind = "step"; }
-    void Visit(const zvListBasedDiscreteValueValidator<double>&) override { kind = "list"; }
-    void Visit(const zvValueValidator<double>&) override { kind = "other"; }
-  };
+    void Visit(const zvSteppingBasedDiscreteValueValidator<double>&) override { kinds += "step "; }
+    void Visit(const zvListBasedDiscreteValueValidator<double>&) override { kinds += "list "; }
+    void Visit(const zvValueValidator<double>&) override { kinds += "other"; }
+    std::string kinds;
+  } kind;
   struct Own : zvValueValidator<double> {
     bool IsValid(const double&) const override { return false; }
   };
-  const auto kindOf = [](zvValueValidator<double>&& validator) {
-    Kind kind;
-    validator.AcceptVisitor(kind);
-    return kind.kind;
-  };
-  EXPECT_EQ(kindOf(zvSteppingBasedDiscreteValueValidator<double>(0, 1, 1)), "step");
-  EXPECT_EQ(kindOf(zvListBasedDiscreteValueValidator<double>({})), "list");
-  EXPECT_EQ(kindOf(Own()), "other");
+  zvSteppingBasedDiscreteValueValidator<double>(0, 1, 1).AcceptVisitor(kind);
+  zvListBasedDiscreteValueValidator<double>({}).AcceptVisitor(kind);
+  Own().AcceptVisitor(kind);
+  EXPECT_EQ(kind.kinds, "step list other");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include <kandrel/cadcam/curves/triangulation.h>
 #include <kandrel/misc/mathdef_exception.h>
-#include <tests/cadcam/curves/random_contours.h>
 #include <tests/support/numbers.h>
+#include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
 #include <map>
@@ -49,13 +49,9 @@ TEST(Triangulation, CutsPolygonsOfAnyShapeIntoTriangles) {
   Polygon comb, spiral;
   for (int i = 0; i < 40; ++i) comb.push_back({0.5 * i, i % 2 ? 10.0 : 0.0});
   comb.insert(comb.end(), {{30, 0}, {30, -1}, {-1, -1}});
-  for (int i = 0; i < 120; ++i) {
-    const double turn = 0.2 * i;
-    spiral.push_back({(1 + turn) * std::cos(turn), (1 + turn) * std::sin(turn)});
-  }
-  for (int i = 119; i >= 0; --i) {
-    const double turn = 0.2 * i;
-    spiral.push_back({(3 + turn) * std::cos(turn), (3 + turn) * std::sin(turn)});
+  for (int i = 0; i < 240; ++i) {  // out, and back beside
+    const double turn = 0.2 * std::min(i, 239 - i), radius = turn + (i < 120 ? 1 : 3);
+    spiral.push_back({radius * std::cos(turn), radius * std::sin(turn)});
   }
   const struct {
     const char* what;

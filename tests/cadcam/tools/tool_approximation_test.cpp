@@ -18,20 +18,9 @@ using Point = geoDef::zv2dPoint<double>;
 using tests::Points;
 using Profile = geoDef::zv2dPolyLine<double>;
 
-// Cutting and non-cutting profile of a tool of any type.
-class Profiles : public zvRevolvedToolMeshCreator<double> {
- public:
+struct Profiles : tests::Profiles {
   Profiles(const zvTool& tool, double tolerance)
-      : zvRevolvedToolMeshCreator({.tolerance = tolerance, .parts = 0}, tool.GetUnits()) {
-    tool.AcceptVisitor(static_cast<zvToolVisitor&>(*this));
-  }
-  Points cutting, nonCutting;
-
- protected:
-  void Take(const zvRevolvedToolApproximation<double>& approximation, double) override {
-    cutting = approximation.GetCuttingProfile().points;
-    nonCutting = approximation.GetNonCuttingProfile().points;
-  }
+      : tests::Profiles(tool, {.tolerance = tolerance, .parts = 0}) {}
 };
 
 testing::AssertionResult Near(const Points& a, const Points& b) {
@@ -53,47 +42,28 @@ TEST(ToolApproximation, OutlinesFollowFromTheParameters) {
     ++cases;
     const auto columns = tests::SplitAt(line + ' ', '|');
     ASSERT_EQ(columns.size(), 4u);
-    const auto numbers = [&](std::size_t column, std::size_t each) {
-      std::vector<std::vector<double>> rows;
-      for (const std::string& row : tests::SplitAt(columns[column], ';')) {
-        if (row.find(',') == std::string::npos) continue;  // nothing but a blank
-        rows.emplace_back();
-        for (const std::string& n : tests::SplitAt(row, ','))
-          rows.back().push_back(tests::NumberFrom(n));
-        EXPECT_EQ(rows.back().size(), each);
-      }
-      return rows;
-    };
-    const auto points = [&](std::size_t column) {
-      Points p;
-      for (const auto& row : numbers(column, 2)) p.push_back({row[0], row[1]});
-      return p;
-    };
     const std::size_t blank = line.find(' ');
     const auto tool = MakeTool(line.substr(0, blank), columns[0].substr(blank));
-    const Points cutting = points(1), nonCutting = points(2);
-    const auto circles = numbers(3, 3);
+    const Points cutting = tests::PointsOf(columns[1]), nonCutting = tests::PointsOf(columns[2]);
+    const auto circles = tests::RowsOf(columns[3]);
     // A chord for each arc shows its ends.
     const double coarse = tool->GetDiameter() / 2 - 1e-6;
     const Profiles ends(*tool, coarse);
     EXPECT_TRUE(Near(ends.cutting, cutting));
     EXPECT_TRUE(Near(ends.nonCutting, nonCutting));
-
-    const auto isOnCircle = [&](const Point& p) {
-      return std::any_of(circles.begin(), circles.end(), [&](const auto& c) {
-        return std::fabs(std::hypot(p.x - c[0], p.y - c[1]) - c[2]) < 1e-5;
-      });
-    };
     const Profiles fine(*tool, 1e-3 * coarse);
     std::size_t onCircles = 0;
     for (const Points* profile : {&fine.cutting, &fine.nonCutting})
       for (const Point& p : *profile) {
         const auto isAt = [&](const Point& q) { return std::hypot(p.x - q.x, p.y - q.y) < 1e-5; };
-        if (std::any_of(cutting.begin(), cutting.end(), isAt) ||
-            std::any_of(nonCutting.begin(), nonCutting.end(), isAt))
-          continue;
+        if (std::ranges::any_of(cutting, isAt) || std::ranges::any_of(nonCutting, isAt)) continue;
         ++onCircles;
-        EXPECT_TRUE(isOnCircle(p)) << p.x << ' ' << p.y;
+        EXPECT_TRUE(std::ranges::any_of(
+            circles,
+            [&](const auto& c) {
+              return std::fabs(std::hypot(p.x - c.at(0), p.y - c.at(1)) - c.at(2)) < 1e-5;
+            }))
+            << p.x << ' ' << p.y;
       }
     EXPECT_EQ(onCircles > 0, !circles.empty());
   }
@@ -102,20 +72,13 @@ TEST(ToolApproximation, OutlinesFollowFromTheParameters) {
 
 TEST(ToolApproximation, RefusesToolsThatTheirOwnChecksRefuse) {
   const struct {
-    const char* type;
-    std::uint32_t id, cause;
-  } cases[] = {{"zvFaceMill", 2133, 2123}, {"zvCtrDrill", 2111, 2112}, {"zvSpotDrill", 2118, 2112},
-               {"zvCSink", 2132, 2112},    {"zvTapRH", 2120, 2112},    {"zvTapLH", 2119, 2112}};
+    const char *type, *ids;
+  } cases[] = {{"zvFaceMill", "2133 2123: "},  {"zvCtrDrill", "2111 2112: "},
+               {"zvSpotDrill", "2118 2112: "}, {"zvCSink", "2132 2112: "},
+               {"zvTapRH", "2120 2112: "},     {"zvTapLH", "2119 2112: "}};
   for (const auto& c : cases) {
     const auto tool = FindToolType(c.type)->makeDefault();
-    try {
-      const Profiles none(*tool, kNaN);
-      ADD_FAILURE() << c.type;
-    } catch (const zvcadcamException& e) {
-      EXPECT_EQ(e.GetId(), c.id);
-      ASSERT_EQ(e.GetCauses().size(), 1u);
-      EXPECT_EQ(e.GetCauses()[0].first, c.cause);
-    }
+    EXPECT_TRUE(tests::FailureOf([&] { Profiles(*tool, kNaN); }).starts_with(c.ids)) << c.type;
   }
 }
 
@@ -138,15 +101,15 @@ TEST(ToolApproximation, RefusesTolerancesThatAreNotBelowTheRadius) {
 
 // Also where nothing is curved.
 TEST(ToolApproximation, RefusesTolerancesThatAreNotAboveZero) {
-  for (const char* type : {"zvEndMill", "zvDrill", "zvSpherMill"})
-    for (const double tolerance : {0.0, -0.1, -kInfinity})
-      EXPECT_TRUE(ThrowsId<misc::zvException>([&] { Profiles(*MakeTool(type), tolerance); }, 0,
+  const zvGenericRevolvedTool generic;
+  const auto mill = MakeTool("zvEndMill"), drill = MakeTool("zvDrill"),
+             ball = MakeTool("zvSpherMill");
+  for (const zvTool* tool :
+       std::initializer_list<const zvTool*>{&generic, mill.Get(), drill.Get(), ball.Get()})
+    for (const double tolerance : {0.0, -0.1, tool == &generic ? kNaN : -kInfinity})
+      EXPECT_TRUE(ThrowsId<misc::zvException>([&] { Profiles(*tool, tolerance); }, 0,
                                               L"Polygonization tolerance is invalid."))
-          << type << ' ' << tolerance;
-  for (const double tolerance : {0.0, -0.1, kNaN})
-    EXPECT_TRUE(ThrowsId<misc::zvException>([&] { Profiles(zvGenericRevolvedTool(), tolerance); },
-                                            0, L"Polygonization tolerance is invalid."))
-        << tolerance;
+          << tool->GetDiameter() << ' ' << tolerance;
 }
 
 // What a constructor has taken has profiles, in whichever units, and in copies.
@@ -191,29 +154,25 @@ TEST(ToolApproximation, EndsAndBeginsBothProfilesInOnePoint) {
 }
 
 TEST(ToolApproximation, RefusesParametersThatLeaveNoRealOutline) {
-  // Of which nothing is right of the axis.
-  const char* const kCutAway = "cornerRadius=100 cornerRadiusType=1 taperAngle=45";
-  const char* const kCutAwayWithShoulder =
-      "cornerRadius=100 cornerRadiusType=1 taperAngle=45 shoulder=2,1.2";
-  const char* const kTapCutAway =
+  const std::string cutAway = "cornerRadius=100 cornerRadiusType=1 taperAngle=45";
+  const std::string tap =
       "diameter=10 shoulderLength=40 fluteLength=20 cornerRadius=1000 cornerRadiusType=1 "
       "tipAngle=90";
-  const char* const kTapCutAwayWithShoulder =
-      "diameter=10 shoulderLength=40 fluteLength=20 cornerRadius=1000 cornerRadiusType=1 "
-      "tipAngle=90 shoulder=8,20";
-  for (const auto& [type, numbers] : {std::pair("zvConvexTipMill", "cornerRadius=11"),
-                                      {"zvConvexTipMill", "cornerRadius=8"},
-                                      {"zvConvexTipMill", "cornerRadius=10"},
-                                      {"zvConvexTipMill", "cornerRadius=7.50000001"},
-                                      {"zvConvexTipMill", "cornerRadius=7 fluteLength=1"},
-                                      {"zvBoreBar", kCutAway},
-                                      {"zvBoreBar", kCutAwayWithShoulder},
-                                      {"zvTapRH", kTapCutAway},
-                                      {"zvTapRH", kTapCutAwayWithShoulder},
-                                      {"zvRadMill", "radius=-0.1"},
-                                      {"zvRadMill", "radius=inf"},
-                                      {"zvEndMill", "diameter=inf"},
-                                      {"zvEndMill", "shoulderLength=inf"}}) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"zvConvexTipMill", "cornerRadius=11"},
+      {"zvConvexTipMill", "cornerRadius=8"},
+      {"zvConvexTipMill", "cornerRadius=10"},
+      {"zvConvexTipMill", "cornerRadius=7.50000001"},
+      {"zvConvexTipMill", "cornerRadius=7 fluteLength=1"},
+      {"zvBoreBar", cutAway},  // from here on nothing is right of the axis
+      {"zvBoreBar", cutAway + " shoulder=2,1.2"},
+      {"zvTapRH", tap},
+      {"zvTapRH", tap + " shoulder=8,20"},
+      {"zvRadMill", "radius=-0.1"},
+      {"zvRadMill", "radius=inf"},
+      {"zvEndMill", "diameter=inf"},
+      {"zvEndMill", "shoulderLength=inf"}};
+  for (const auto& [type, numbers] : cases) {
     const auto tool = MakeTool(type, numbers);
     EXPECT_TRUE(
         ThrowsId<zvtoolapproximationException>([&] { Profiles(*tool, 0.1); }, 0, L"Unknown error."))
@@ -241,17 +200,12 @@ TEST(ToolApproximation, HoldsItsToolAndGivesTheShankInItsOwnCoordinates) {
       [&] { make(Holder(), Arbor(zvMeshSolidDefinition(zvTMesh<double>()))).GetArborProfile(); },
       2172));
   EXPECT_TRUE(make(Holder(), Arbor()).GetArborProfile().points.empty());
-  const double far = kInfinity;
+  const Points endless{{1, 0}, {kInfinity, 1}};
   EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-      [&] {
-        make(Holder(), Arbor({{1, 0}, {far, 1}}, kInch)).GetArborProfile();
-      },
+      [&] { make(Holder(), Arbor(endless, kInch)).GetArborProfile(); },
       zvtoolapproximationException::kInvalidArborProfile, L"Invalid Arbor Profile"));
   EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-      [&] {
-        make(Holder({{1, 0}, {far, 1}}, kInch), Arbor()).GetHolderProfile();
-      },
-      0));
+      [&] { make(Holder(endless, kInch), Arbor()).GetHolderProfile(); }, 0));
 
   const zvGenericRevolvedTool generic(zvToolPartDefinition<double>({{0, 0}, {5, 0}, {5, 9}}, kInch),
                                       zvToolPartDefinition<double>({{4, 0}, {4, 7}}, kInch),

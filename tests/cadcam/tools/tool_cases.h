@@ -1,6 +1,8 @@
 // Tools as text: cases of the files in tests/cadcam/data.
 #pragma once
 
+#include <kandrel/cadcam/cadcam_exception.h>
+#include <kandrel/cadcam/tools/tool_mesh.h>
 #include <kandrel/cadcam/tools/tool_types.h>
 #include <kandrel/cadcam/tools/typed_revolved_tool.h>
 #include <tests/support/testing.h>
@@ -24,12 +26,22 @@ inline std::vector<std::string> SplitAt(const std::string& text, char separator)
   return parts;
 }
 
+/// "number,number;number,number"
+inline std::vector<std::vector<double>> RowsOf(const std::string& text) {
+  std::vector<std::vector<double>> rows;
+  for (const std::string& row : SplitAt(text, ';')) {
+    if (row.find(',') == std::string::npos) continue;  // nothing but blanks
+    rows.emplace_back();
+    for (const std::string& number : SplitAt(row, ',')) rows.back().push_back(NumberFrom(number));
+  }
+  return rows;
+}
 /// "radius,height;radius,height"
 inline Points PointsOf(const std::string& text) {
   Points points;
-  for (const std::string& pair : SplitAt(text, ';')) {
-    const auto xy = SplitAt(pair, ',');
-    points.push_back({tests::NumberFrom(xy.at(0)), tests::NumberFrom(xy.at(1))});
+  for (const auto& row : RowsOf(text)) {
+    EXPECT_EQ(row.size(), 2u) << text;
+    points.push_back({row.at(0), row.at(1)});
   }
   return points;
 }
@@ -103,18 +115,29 @@ inline std::vector<ToolCase> ToolCases(const std::string& fileName) {
   ToolCase group{};
   for (std::string line; std::getline(file, line);) {
     if (line.empty() || line[0] == '#') continue;
+    std::string given = line;
     if (line[0] == '[') {
-      const std::size_t end = line.find(']');
-      group.type = cadcam::FindToolType(line.substr(1, end - 1));
+      const std::size_t end = line.find(']') + 1, arrow = line.find("=> ");
+      group.type = cadcam::FindToolType(line.substr(1, end - 2));
       EXPECT_NE(group.type, nullptr) << line;
-      group.group = SettingsOf(line.substr(end + 1));
-      continue;
+      group.group = SettingsOf(line.substr(end, arrow - end));
+      if (arrow == std::string::npos) continue;
+      given = line.substr(arrow);
     }
     ToolCase c = group;
     c.line = std::string(group.type->name) + " " + line;
-    const std::size_t arrow = line.find("=> ");
-    c.given = SettingsOf(line.substr(0, arrow));
-    c.failure = line.substr(arrow + 3);
+    const std::size_t arrow = given.find("=> ");
+    c.given = SettingsOf(given.substr(0, arrow));
+    for (auto& [name, value] : c.given) {
+      const std::size_t bar = value.find('|');
+      if (bar == std::string::npos) continue;
+      ToolCase good = c;
+      value.erase(0, bar + 1);
+      for (auto& [sameName, both] : good.given) both = both.substr(0, both.find('|'));
+      good.isGood = true;
+      cases.push_back(good);
+    }
+    c.failure = given.substr(arrow + 3);
     c.isGood = c.failure.starts_with("ok");
     if (c.isGood) c.expected = SettingsOf(std::exchange(c.failure, "").substr(2));
     cases.push_back(c);
@@ -135,21 +158,19 @@ inline cadcam::zvToolType::ToolPointer MakeTool(const std::string& type,
 inline cadcam::zvToolValues GoodValues(const cadcam::zvToolType& type) {
   static const std::vector<ToolCase> cases = ToolCases("tool_checks.txt");
   cadcam::zvToolValues values = type.makeDefault()->GetValues();
-  for (const ToolCase& c : cases)
-    if (c.type == &type) {
-      Apply(values, c.group);
-      return values;
-    }
-  ADD_FAILURE() << "no case of " << type.name;
+  const auto own =
+      std::find_if(cases.begin(), cases.end(), [&](const ToolCase& c) { return c.type == &type; });
+  if (own != cases.end()) Apply(values, own->group);
   return values;
 }
 
-/// Ids of what `action` throws and of its causes, and the innermost text after a colon.
+/// Ids of the zvcadcamException that `action` throws and of its causes, and the innermost text
+/// after a colon.
 template <class Action>
 std::string FailureOf(Action&& action) {
   try {
     action();
-  } catch (const misc::zvException& e) {
+  } catch (const cadcam::zvcadcamException& e) {
     std::string ids = std::to_string(e.GetId());
     for (const auto& cause : e.GetCauses()) ids += " " + std::to_string(cause.first);
     const std::wstring& text = e.GetCauses().empty() ? e.GetMessage() : e.GetCauses().back().second;
@@ -157,5 +178,23 @@ std::string FailureOf(Action&& action) {
   }
   return "nothing";
 }
+
+/// The meshes of a tool of any type, with the profiles of which they are made.
+class Profiles : public cadcam::zvRevolvedToolMeshCreator<double> {
+ public:
+  Profiles(const cadcam::zvTool& tool, const cadcam::zvToolMeshRules& rules)
+      : zvRevolvedToolMeshCreator(rules, tool.GetUnits()) {
+    tool.AcceptVisitor(static_cast<cadcam::zvToolVisitor&>(*this));
+  }
+  Points cutting, nonCutting;
+
+ protected:
+  void Take(const cadcam::zvRevolvedToolApproximation<double>& approximation,
+            double lift) override {
+    cutting = approximation.GetCuttingProfile().points;
+    nonCutting = approximation.GetNonCuttingProfile().points;
+    zvRevolvedToolMeshCreator::Take(approximation, lift);
+  }
+};
 
 }  // namespace tests

@@ -1,24 +1,26 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tool_approximation_exception.h>
+#include <kandrel/cadcam/tools/mesh_factory.h>
 #include <kandrel/cadcam/tools/revolve_profile.h>
 #include <kandrel/cadcam/tools/tool_mesh.h>
 #include <kandrel/misc/mathdef_exception.h>
 #include <kandrel/misc/misc_exception.h>
-#include <tests/cadcam/tools/mesh_laws.h>
 #include <tests/cadcam/tools/tool_cases.h>
 #include <tests/support/numbers.h>
 #include <tests/support/points.h>
 #include <tests/support/seeded.h>
 #include <tests/support/throws_id.h>
 
+#include <map>
+
 namespace cadcam {
 namespace {
 
-using tests::IsClosed;
+using tests::kInfinity;
+using tests::kNaN;
 using tests::MakeTool;
 using tests::Point;
 using tests::ThrowsId;
-using tests::VolumeOf;
 using Points2d = tests::Points;
 using Part = zvToolPartDefinition<double>;
 using Holder = zvHolderDefinition<double>;
@@ -27,6 +29,62 @@ using Arbor = zvArborDefinition<double>;
 using tests::kInch;
 using tests::kMetric;
 const double kPi = std::acos(-1.0);
+
+template <class T>
+zvTPoint3d<double> VertexOf(const zvTMesh<T>& mesh, zvMeshIndex index) {
+  const auto& v = mesh.GetVertices()[static_cast<std::size_t>(index)];
+  return {v.x, v.y, v.z};
+}
+
+// The volume that a closed mesh encloses, above 0 where its triangles turn outwards.
+template <class T>
+double VolumeOf(const zvTMesh<T>& mesh) {
+  double volume = 0;
+  for (const auto& t : mesh.GetTriangles()) {
+    const auto [a, b, c] = t.corners;
+    volume += Dot(VertexOf(mesh, a), Cross(VertexOf(mesh, b), VertexOf(mesh, c))) / 6;
+  }
+  return volume;
+}
+
+// Every side belongs to two triangles, once in each direction, where vertices of one place count
+// as one; every triangle has three corners, and a normal that fits them; every vertex is used.
+template <class T>
+testing::AssertionResult IsClosed(const zvTMesh<T>& mesh) {
+  using Place = std::array<T, 3>;
+  std::map<std::pair<Place, Place>, int> sides;
+  std::vector<char> isUsed(mesh.GetVertices().size());
+  for (const auto& t : mesh.GetTriangles()) {
+    std::array<Place, 3> places;
+    for (std::size_t i = 0; i < 3; ++i) {
+      const auto corner = static_cast<std::size_t>(t.corners[i]);
+      const auto& v = mesh.GetVertices()[corner];
+      places[i] = {v.x, v.y, v.z};
+      isUsed[corner] = 1;
+    }
+    for (std::size_t i = 0; i < 3; ++i) {
+      const Place &from = places[i], &to = places[(i + 1) % 3];
+      if (from == to) return testing::AssertionFailure() << "two equal corners at z = " << from[2];
+      if (from < to)
+        ++sides[{from, to}];
+      else
+        sides[{to, from}] += 1000000;
+    }
+    const auto a = VertexOf(mesh, t.corners[0]);
+    const auto normal = Cross(VertexOf(mesh, t.corners[1]) - a, VertexOf(mesh, t.corners[2]) - a);
+    const zvTPoint3d<double> given(t.normal.x, t.normal.y, t.normal.z);
+    if (!(Dot(normal, given) > 0.99 * normal.Length()))
+      return testing::AssertionFailure() << "normal at z = " << a.z;
+  }
+  for (const auto& [side, uses] : sides)
+    if (uses != 1000001)
+      return testing::AssertionFailure()
+             << uses % 1000000 << " triangles on one side and " << uses / 1000000
+             << " on the other, at z = " << side.first[2] << " to " << side.second[2];
+  if (std::count(isUsed.begin(), isUsed.end(), 0) > 0)
+    return testing::AssertionFailure() << "vertex without triangle";
+  return testing::AssertionSuccess();
+}
 
 template <class T = double>
 zvToolMeshCreator<T> MeshesOf(const zvTool& tool, const zvToolMeshRules& rules = {}) {
@@ -48,25 +106,13 @@ TEST(ToolMesh, EnclosesTheVolumesOfTheDefaults) {
                {"zvBullMill", 1938.94, 1178.10},    {"zvDrill", 2432.73, 1507.96},
                {"zvChamferMill", 4501.90, 1570.80}, {"zvTaperMill", 2284.20, 314.61},
                {"zvDoveMill", 980.18, 1709.03},     {"zvLolMill", 339.29, 961.33}};
+  // What chords cut off.
   for (const auto& c : cases) {
-    const auto tool = MakeTool(c.type);
-    double before[2] = {0, 0};
-    for (const double tolerance : {0.016, 0.004, 0.001}) {
-      const auto meshes = MeshesOf(*tool, {.tolerance = tolerance});
-      const double short0 = c.cutting - VolumeOf(meshes.GetMesh(0));
-      const double short1 = c.nonCutting - VolumeOf(meshes.GetMesh(1));
-      // What chords cut off shrinks with the tolerance; it falls by four, but for whole numbers of
-      // steps and for the two decimals of the table.
-      for (const auto& [now, last] : {std::pair(short0, before[0]), std::pair(short1, before[1])})
-        if (last > 0) {
-          EXPECT_GT(last / (now + 0.01), 3.0) << c.type << ' ' << tolerance;
-          EXPECT_LT(last / (now - 0.01), 5.5) << c.type << ' ' << tolerance;
-        }
-      before[0] = short0;
-      before[1] = short1;
-    }
-    EXPECT_LT(before[0], 1e-3 * c.cutting) << c.type;
-    EXPECT_GT(before[0], 0) << c.type;
+    const auto meshes = MeshesOf(*MakeTool(c.type), {.tolerance = 0.001});
+    EXPECT_LT(VolumeOf(meshes.GetMesh(0)), c.cutting) << c.type;
+    EXPECT_GT(VolumeOf(meshes.GetMesh(0)), 0.999 * c.cutting) << c.type;
+    EXPECT_LT(VolumeOf(meshes.GetMesh(1)), c.nonCutting + 0.01) << c.type;
+    EXPECT_GT(VolumeOf(meshes.GetMesh(1)), 0.999 * c.nonCutting) << c.type;
   }
   const auto meshes = MeshesOf(*MakeTool("zvEndMill"));
   EXPECT_NEAR(VolumeOf(meshes.GetMesh(0)), 500 * kPi * AreaFactor(16), 1e-9);
@@ -154,20 +200,6 @@ double SweptVolume(const Points2d& profile) {
   return volume;
 }
 
-// Hands out the profiles of which the meshes are made.
-class Creator : public zvRevolvedToolMeshCreator<double> {
- public:
-  using zvRevolvedToolMeshCreator::zvRevolvedToolMeshCreator;
-  Points2d profiles[2];
-
- protected:
-  void Take(const zvRevolvedToolApproximation<double>& approximation, double lift) override {
-    profiles[0] = approximation.GetCuttingProfile().points;
-    profiles[1] = approximation.GetNonCuttingProfile().points;
-    zvRevolvedToolMeshCreator::Take(approximation, lift);
-  }
-};
-
 TEST(ToolMesh, IsClosedForToolsOfEveryType) {
   tests::Seeded random;
   int refused = 0;
@@ -176,9 +208,9 @@ TEST(ToolMesh, IsClosedForToolsOfEveryType) {
       const auto tool = RandomTool(*type, random);
       const double tolerance = tool->GetDiameter() / 2 * std::pow(10, random.Real(-3, -0.01));
       SCOPED_TRACE(std::string(type->name) + ' ' + std::to_string(i));
-      Creator creator({.tolerance = tolerance}, kMetric);
+      std::optional<tests::Profiles> made;
       try {
-        tool->AcceptVisitor(static_cast<zvToolVisitor&>(creator));
+        made.emplace(*tool, zvToolMeshRules{.tolerance = tolerance});
       } catch (const zvtoolapproximationException& e) {
         // No real outline: of the parameters that no check binds.
         static const std::set<std::string_view> kUnbound{"zvConvexTipMill", "zvBoreBar", "zvTapLH",
@@ -190,7 +222,7 @@ TEST(ToolMesh, IsClosedForToolsOfEveryType) {
       const auto inFloat = MeshesOf<float>(*tool, {.tolerance = tolerance});
       double last = 0;
       for (int part = 0; part < 4; ++part) {
-        const zvTMesh<double>& mesh = creator.GetMesh(part);
+        const zvTMesh<double>& mesh = made->GetMesh(part);
         EXPECT_TRUE(IsClosed(mesh)) << part;
         EXPECT_TRUE(IsClosed(inFloat.GetMesh(part))) << part;
         if (mesh.IsEmpty()) continue;
@@ -199,10 +231,10 @@ TEST(ToolMesh, IsClosedForToolsOfEveryType) {
         EXPECT_EQ(mesh.GetMaximum().y, mesh.GetMaximum().x);
         if (part > 1) continue;
         // Cutting and non-cutting part meet exactly where the flutes end.
-        if (!creator.GetMesh(nonCuttingPart).IsEmpty()) {
+        if (!made->GetMesh(nonCuttingPart).IsEmpty()) {
           EXPECT_EQ(part == 0 ? mesh.GetMaximum().z : mesh.GetMinimum().z, tool->GetFluteLength());
         }
-        const Points2d& profile = creator.profiles[part];
+        const Points2d& profile = part == 0 ? made->cutting : made->nonCutting;
         for (const auto& p : profile) {
           EXPECT_GE(p.y, last - 1e-9);  // rises or is level
           EXPECT_LE(p.x, mesh.GetMaximum().x + 1e-9);
@@ -259,20 +291,11 @@ TEST(ToolMesh, ExtrudesOutlinesAndTakesMeshesAsTheyAre) {
   };
   EXPECT_TRUE(meshOf(zvExtrudedSolidDefinition<double>({}, 3, {}, kInch)).IsEmpty());
   EXPECT_TRUE(meshOf(solid(corner, 0)).IsEmpty());
-  EXPECT_TRUE(ThrowsId<mathdef::zvWMException>(
-      [&] {
-        meshOf(solid({{0, 0}, {4, 3}, {4, 0}, {0, 4}}, 3));
-      },
-      7051));
-  EXPECT_TRUE(ThrowsId<mathdef::zvWMException>([&] { meshOf(solid({{0, 0}, {4, 3}}, 3)); }, 7051));
-  for (const double bad : {tests::kNaN, tests::kInfinity, 1e39}) {
-    EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-        [&] {
-          meshOf(solid({{0, 0}, {bad, 0}, {0, 1}}, 3));
-        },
-        0));
-    EXPECT_TRUE(ThrowsId<zvtoolapproximationException>([&] { meshOf(solid(corner, bad)); }, 0));
-  }
+  for (const Points2d& flat : {Points2d{{0, 0}, {4, 3}, {4, 0}, {0, 4}}, {{0, 0}, {4, 3}}})
+    EXPECT_TRUE(ThrowsId<mathdef::zvWMException>([&] { meshOf(solid(flat, 3)); }, 7051));
+  for (const double bad : {kNaN, kInfinity, 1e39})
+    for (const auto& body : {solid({{0, 0}, {bad, 0}, {0, 1}}, 3), solid(corner, bad)})
+      EXPECT_TRUE(ThrowsId<zvtoolapproximationException>([&] { meshOf(body); }, 0));
 
   zvTMesh<double> triangle(kInch);
   triangle.AddTriangle({Point(0, 0, 2), Point(1, 0, 2), Point(0, 1, 2)}, Point(0, 0, -1));
@@ -285,12 +308,10 @@ TEST(ToolMesh, ExtrudesOutlinesAndTakesMeshesAsTheyAre) {
   EXPECT_EQ(meshes.GetMesh(arborPart).GetMinimum().z, 2);
   EXPECT_EQ(meshes.GetMesh(holderPart).GetMinimum().z, 6);
   EXPECT_EQ(meshes.GetMesh(holderPart).GetMaximum().z, 11);
+  zvRevolvedToolMeshCreator<float> creator({}, kInch);
   EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-      [&] {
-        zvRevolvedToolMeshCreator<float> creator({}, kInch);
-        lathe.AcceptVisitor(static_cast<zvToolVisitor&>(creator));
-      },
-      2176, L"Couldn't handle zvLatheTool object"));
+      [&] { lathe.AcceptVisitor(static_cast<zvToolVisitor&>(creator)); }, 2176,
+      L"Couldn't handle zvLatheTool object"));
 }
 
 TEST(ToolMesh, RefusesWithNothingToAskFor) {
@@ -303,16 +324,126 @@ TEST(ToolMesh, RefusesWithNothingToAskFor) {
   EXPECT_TRUE(creator.GetCreator().IsNull());
   EXPECT_TRUE(ThrowsId<misc::zvException>([&] { creator.Visit(static_cast<const zvTool&>(*tool)); },
                                           0, L"Abstract class passed in ToolMeshCreator"));
-  for (const double tolerance : {-1.0, 0.0, 1e-300})
-    EXPECT_TRUE(ThrowsId<misc::zvException>([&] { MeshesOf(*tool, {.tolerance = tolerance}); }, 0,
-                                            L"Polygonization tolerance is invalid."))
-        << tolerance;
+  EXPECT_TRUE(ThrowsId<misc::zvException>([&] { MeshesOf(*tool, {.tolerance = 1e-300}); }, 0,
+                                          L"Polygonization tolerance is invalid."));
+  const Arbor endless({{1, 0}, {kInfinity, 3}}, kMetric);
   EXPECT_TRUE(ThrowsId<zvtoolapproximationException>(
-      [&] {
-        const Arbor arbor({{1, 0}, {tests::kInfinity, 3}}, kMetric);
-        MeshesOf(zvEndMill(10, Holder(), 9, 9, arbor, kMetric));
-      },
+      [&] { MeshesOf(zvEndMill(10, Holder(), 9, 9, endless, kMetric)); },
       zvtoolapproximationException::kInvalidArborProfile, L"Invalid Arbor Profile"));
+}
+
+using Profile = geoDef::zv2dPolyLine<double>;
+
+const wchar_t* const kTolerance = L"Polygonization tolerance is invalid.";
+
+template <class T = double>
+zvTMesh<T> Revolved(const Points2d& points, double tolerance = 0.1, double lift = 0,
+                    double largestAngle = 0) {
+  return zvRevolveProfileSrv<T>(tolerance, largestAngle).Revolve({points}, kInch, lift);
+}
+
+TEST(MeshFactory, AsksForProfilesOfOneLength) {
+  using Factory = zvMeshFactory<double>;
+  using Line = Factory::Profile;
+  EXPECT_TRUE(ThrowsId<misc::zvException>(
+      [] { Factory::Create({Line(3)}, kInch); }, 0,
+      L"zvMeshFactory::ValidateProfiles -> Profile list must contain at least two profiles!"));
+  const std::vector<Line> uneven{Line(3), Line(3), Line(2)};
+  EXPECT_TRUE(ThrowsId<misc::zvException>(
+      [&] { Factory::ValidateProfiles(uneven); }, 0,
+      L"zvMeshFactory::ValidateProfiles -> All profiles must contain the same number of points!"));
+  // A flat strip: one triangle is left of the second pair, as the profiles meet at its top.
+  const auto mesh = Factory::Create(
+      {{{0, 0, 0}, {0, 0, 1}}, {{1, 0, 0}, {1, 0, 1}}, {{2, 0, 0}, {1, 0, 1}}}, kInch);
+  EXPECT_EQ(mesh.GetUnits(), kInch);
+  EXPECT_EQ(mesh.GetVertices().size(), 5u);
+  ASSERT_EQ(mesh.GetTriangles().size(), 3u);
+  for (const auto& triangle : mesh.GetTriangles()) EXPECT_EQ(triangle.normal, Point(0, -1, 0));
+}
+
+TEST(RevolveProfile, TakesAsManyStepsAroundAsTheToleranceAsksFor) {
+  const struct {
+    double radius, tolerance, angle, count;
+  } cases[] = {{0.5, 0.1, 0, 8}, {5, 0.1, 0, 16}, {25, 0.1, 0, 36},  {5, 100, 0, 8},
+               {5, 0.1, 10, 36}, {5, 0.1, 9, 40}, {5, 0.1, 100, 16}, {5, 0.01, 0, 52}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(zvRevolveProfileSrv<double>(c.tolerance, c.angle).CountAround(c.radius), c.count)
+        << c.radius << ' ' << c.tolerance << ' ' << c.angle;
+    const auto mesh = Revolved({{0, 0}, {c.radius, 0}, {c.radius, 2}}, c.tolerance, 7, c.angle);
+    EXPECT_EQ(mesh.GetTriangles().size(), 4 * c.count);
+    EXPECT_EQ(mesh.GetMinimum(), Point(-c.radius, -c.radius, 7));
+    EXPECT_EQ(mesh.GetMaximum(), Point(c.radius, c.radius, 9));
+    EXPECT_EQ(mesh.GetUnits(), kInch);
+    EXPECT_TRUE(IsClosed(mesh));
+    const double turn = 2 * std::acos(-1.0) / c.count;
+    EXPECT_NEAR(VolumeOf(mesh), c.radius * c.radius * c.count * std::sin(turn), 1e-9);
+  }
+}
+
+TEST(RevolveProfile, EnclosesWhatAnyProfileSweeps) {
+  const double factor = 16 / (2 * kPi) * std::sin(2 * kPi / 16);
+  const struct {
+    const char* what;
+    Points2d points;
+    double volume;
+  } cases[] = {
+      {"open at both ends", {{5, 0}, {5, 4}}, 100 * kPi},
+      {"downwards", {{0, 4}, {5, 4}, {5, 0}}, 100 * kPi},
+      {"double cone", {{0, 0}, {5, 3}, {0, 6}}, 50 * kPi},
+      {"runs along the axis", {{0, -2}, {0, 0}, {5, 0}, {5, 4}, {0, 4}, {0, 9}}, 100 * kPi},
+      {"equal points", {{0, 0}, {5, 0}, {5, 0}, {5, 4}, {5, 4}}, 100 * kPi},
+      {"a hair off the axis", {{1e-13, 0}, {5, 0}, {5, 4}, {-1e-13, 4}}, 100 * kPi},
+      {"beyond the axis", {{-1, 0}, {5, 0}, {5, 4}, {-3, 4}}, 100 * kPi},
+      {"waist on the axis", {{5, 0}, {0, 3}, {5, 6}}, 50 * kPi},
+      {"level step", {{0, 0}, {5, 0}, {5, 2}, {3, 2}, {3, 5}}, 77 * kPi},
+      {"disc without thickness", {{5, 0}, {5, 3}, {0, 3}, {4, 3}}, 75 * kPi},
+      {"rim without thickness", {{0, 0}, {5, 0}, {5, 3}, {7, 3}, {5, 3}, {0, 3}}, 75 * kPi},
+      {"axis behind a spike", {{5, 0}, {5, 5}, {0, 5}, {0, 8}, {2, 8}, {0, 8}}, 125 * kPi},
+      {"axis before a spike", {{5, 0}, {0, 0}, {0, 3}, {5, 3}, {5, 6}}, 75 * kPi},
+      {"hollow", {{5, 0}, {5, 4}, {3, 4}, {3, 1}}, (100 - 27) * kPi},
+  };
+  for (const auto& c : cases) {
+    EXPECT_TRUE(IsClosed(Revolved(c.points))) << c.what;
+    EXPECT_NEAR(VolumeOf(Revolved(c.points)), factor * c.volume, 1e-9) << c.what;
+    EXPECT_TRUE(IsClosed(Revolved<float>(c.points, 0.1, 1e4))) << c.what;
+    EXPECT_NEAR(VolumeOf(Revolved<float>(c.points)), factor * c.volume, 1e-3) << c.what;
+  }
+  // What stood behind the spike is gone with it.
+  EXPECT_EQ(Revolved({{5, 0}, {5, 5}, {0, 5}, {0, 8}, {2, 8}, {0, 8}}).GetMaximum().z, 5);
+}
+
+TEST(RevolveProfile, SweepsNothingWhereThereIsNoVolume) {
+  for (const Points2d& points :
+       {Points2d{}, Points2d{{5, 1}}, Points2d{{0, 0}, {0, 0}}, Points2d{{0, 0}, {0, 5}},
+        Points2d{{3, 1}, {5, 1}}, Points2d{{-3, 0}, {-3, 7}}, Points2d{{1e-13, 0}, {1e-13, 7}}}) {
+    EXPECT_TRUE(Revolved(points).IsEmpty());
+    EXPECT_TRUE(Revolved(points, kNaN).IsEmpty());
+  }
+  // Heights that the numbers of the mesh can't tell apart.
+  EXPECT_TRUE(Revolved<float>({{5, 0}, {5, 1e-6}}, 0.1, 1000).IsEmpty());
+  EXPECT_TRUE(IsClosed(Revolved<float>({{5, 0}, {4, 1e-6}, {4, 1}}, 0.1, 1000)));
+}
+
+TEST(RevolveProfile, RefusesWhatGivesNoMesh) {
+  const Points2d cylinder{{5, 0}, {5, 4}};
+  for (const auto& [tolerance, angle] : {std::pair{0.0, 0.0},
+                                         {-1, 0},
+                                         {kNaN, 0},
+                                         {1e-300, 0},
+                                         {1e-12, 0},
+                                         {0.1, -1},
+                                         {0.1, kNaN},
+                                         {0.1, 1e-9},
+                                         {0.1, 1e-320}})
+    EXPECT_TRUE(ThrowsId<misc::zvException>(
+        [&, t = tolerance, a = angle] { Revolved(cylinder, t, 0, a); }, 0, kTolerance))
+        << tolerance << ' ' << angle;
+  for (const Points2d& points :
+       {Points2d{{5, 0}, {5, kNaN}}, Points2d{{kNaN, 0}, {5, 3}}, Points2d{{5, 0}, {kInfinity, 3}},
+        Points2d{{5, 0}, {5, -kInfinity}}})
+    EXPECT_TRUE(ThrowsId<zvtoolapproximationException>([&] { Revolved(points); }, 0));
+  const Points2d large{{1e39, 0}, {5, 3}};
+  EXPECT_TRUE(ThrowsId<zvtoolapproximationException>([&] { Revolved<float>(large); }, 0));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// What all classes of tools do: constructors, getters, copies, visitors, units.
+// What all classes of tools do: constructors, getters, visitors, units, checks.
+#include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/cadcam/tools/generic_revolved_tool.h>
 #include <kandrel/cadcam/tools/hole_tools.h>
 #include <kandrel/cadcam/tools/lathe_tool.h>
@@ -7,6 +8,7 @@
 #include <kandrel/cadcam/tools/tool_caster.h>
 #include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
+#include <tests/support/text_numbers.h>
 #include <tests/support/throws_id.h>
 
 #include "tool_cases.h"
@@ -14,8 +16,12 @@
 namespace cadcam {
 namespace {
 
+using tests::Apply;
 using tests::kInch;
+using tests::kInfinity;
 using tests::kMetric;
+using tests::kNaN;
+using tests::NumberOf;
 using tests::ThrowsId;
 using Extender = zvTypedRevolvedTool::zvShoulderDefinitionExtender;
 using Arbor = zvTool::Arbor;
@@ -27,19 +33,23 @@ const Holder kHolder(7, 6, kInch);
 const Arbor kArbor(5, 4, kInch);
 const Extender kShoulder(3, 45, kInch);
 
-template <class Tool>
-std::string Name() {
-  return std::string(Tool::kType.name);
+// What is expected ends before the text where the file leaves it out.
+bool Begins(const std::string& failure, const std::string& expected) {
+  return failure == expected || failure.starts_with(expected + ": ");
 }
 
-// Both constructors of `Tool` put each argument where `numbers` has it.
+// Both constructors of `Tool` put each argument where the settings have it.
 template <class Tool, class... Own>
-void ExpectTool(const zvToolNumbers& numbers, Own... own) {
-  SCOPED_TRACE(Name<Tool>());
+void ExpectTool(const std::string& settings, Own... own) {
+  SCOPED_TRACE(Tool::kType.name);
+  zvToolValues expected{.numbers = {.diameter = 20, .fluteLength = 40, .shoulderLength = 50},
+                        .holder = {},
+                        .arbor = {}};
+  Apply(expected, tests::SettingsOf(settings));
   const Tool plain(20, kHolder, 50, 40, kArbor, own..., kInch);
   const Tool withShoulder(20, kHolder, 50, 40, kArbor, own..., kShoulder, kInch);
   for (const Tool* tool : {&plain, &withShoulder}) {
-    EXPECT_EQ(tool->GetNumbers(), numbers);
+    EXPECT_EQ(tool->GetNumbers(), expected.numbers);
     EXPECT_EQ(tool->GetUnits(), kInch);
     EXPECT_EQ(tool->GetHolder().GetHeight(), 7);
     EXPECT_EQ(tool->GetArbor().GetHeight(), 5);
@@ -51,40 +61,26 @@ void ExpectTool(const zvToolNumbers& numbers, Own... own) {
   EXPECT_EQ(withShoulder.GetShoulderDefinition().GetShoulderBaseLength(), 45);
 }
 
-constexpr zvToolNumbers kCommon{.diameter = 20, .fluteLength = 40, .shoulderLength = 50};
-zvToolNumbers With(double zvToolNumbers::*field, double value, zvToolNumbers numbers = kCommon) {
-  numbers.*field = value;
-  return numbers;
-}
-zvToolNumbers With(Type type, zvToolNumbers numbers = kCommon) {
-  numbers.cornerRadiusType = type;
-  return numbers;
-}
-
 TEST(Tools, ConstructorsTakeTheirValuesInOrder) {
-  using N = zvToolNumbers;
-  const N corner = With(&N::cornerRadius, 1.5, With(Type::given));
-  const N tap = With(&N::tipAngle, 70, corner);
-  N thread = tap;
-  thread.threadParameter = 9;
-  ExpectTool<zvEndMill>(kCommon);
-  ExpectTool<zvSpherMill>(kCommon);
-  ExpectTool<zvReamer>(kCommon);
-  ExpectTool<zvCntrBore>(kCommon);
-  ExpectTool<zvBullMill>(With(&N::cornerRadius, 1.5), 1.5);
-  ExpectTool<zvRadMill>(With(&N::radius, 1.5), 1.5);
-  ExpectTool<zvLolMill>(With(&N::neckDiameter, 15), 15);
-  ExpectTool<zvDrill>(With(&N::tipAngle, 70), 70);
-  ExpectTool<zvSpotDrill>(With(&N::tipAngle, 70), 70);
-  ExpectTool<zvCtrDrill>(With(&N::tipAngle, 70, With(&N::shoulderAngle, 60)), 70, 60);
-  ExpectTool<zvConvexTipMill>(With(&N::cornerRadius, 1.5, With(&N::tipRadius, 12)), 1.5, 12);
-  ExpectTool<zvFaceMill>(With(&N::outsideDiameter, 33, With(&N::taperAngle, 30, corner)), 1.5, 33,
-                         30, Type::given);
-  ExpectTool<zvChamferMill>(With(&N::outsideDiameter, 33, With(&N::taperAngle, 30, corner)), 1.5,
-                            30, 33, Type::given);
-  ExpectTool<zvTaperMill>(With(&N::taperAngle, 30, corner), 1.5, 30, Type::given);
-  ExpectTool<zvBoreBar>(With(&N::taperAngle, 30, corner), 1.5, 30, Type::given);
-  ExpectTool<zvDoveMill>(With(&N::taperAngle, 8, corner), 1.5, Type::given, 8);
+  ExpectTool<zvEndMill>("");
+  ExpectTool<zvSpherMill>("");
+  ExpectTool<zvReamer>("");
+  ExpectTool<zvCntrBore>("");
+  ExpectTool<zvBullMill>("cornerRadius=1.5", 1.5);
+  ExpectTool<zvRadMill>("radius=1.5", 1.5);
+  ExpectTool<zvLolMill>("neckDiameter=15", 15);
+  ExpectTool<zvDrill>("tipAngle=70", 70);
+  ExpectTool<zvSpotDrill>("tipAngle=70", 70);
+  ExpectTool<zvCtrDrill>("tipAngle=70 shoulderAngle=60", 70, 60);
+  ExpectTool<zvConvexTipMill>("cornerRadius=1.5 tipRadius=12", 1.5, 12);
+  const std::string corner = "cornerRadius=1.5 cornerRadiusType=1 ";
+  const std::string cone = corner + "taperAngle=30 ", tap = corner + "tipAngle=70 ";
+  const std::string wide = cone + "outsideDiameter=33", thread = tap + "threadParameter=9";
+  ExpectTool<zvFaceMill>(wide, 1.5, 33, 30, Type::given);
+  ExpectTool<zvChamferMill>(wide, 1.5, 30, 33, Type::given);
+  ExpectTool<zvTaperMill>(cone, 1.5, 30, Type::given);
+  ExpectTool<zvBoreBar>(cone, 1.5, 30, Type::given);
+  ExpectTool<zvDoveMill>(corner + "taperAngle=8", 1.5, Type::given, 8);
   ExpectTool<zvCSink>(tap, 1.5, Type::given, 70);
   ExpectTool<zvTapRH>(thread, 1.5, Type::given, 70, 9u);
   ExpectTool<zvTapLH>(thread, 1.5, Type::given, 70, 9u);
@@ -92,18 +88,20 @@ TEST(Tools, ConstructorsTakeTheirValuesInOrder) {
   // The two that differ in what comes before.
   const zvSlotMill slot(20, kHolder, 10, kArbor, 1.5, Type::given, kInch);
   const zvSlotMill stepped(20, kHolder, 45, kArbor, 1.5, Type::given, kShoulder, kInch);
-  N length = corner;
-  length.fluteLength = length.shoulderLength = 10;
-  EXPECT_EQ(slot.GetNumbers(), length);
+  EXPECT_EQ(slot.GetNumbers(), (zvToolNumbers{.diameter = 20,
+                                              .fluteLength = 10,
+                                              .shoulderLength = 10,
+                                              .cornerRadius = 1.5,
+                                              .cornerRadiusType = Type::given}));
   EXPECT_TRUE(stepped.HasShoulderDefinition());
   const zvBarrelMill barrel(11, 20, kHolder, 30, 18, kArbor, 0.2, 12, kInch);
   const zvBarrelMill barrelStepped(11, 20, kHolder, 50, 18, kArbor, 0.2, 12, kShoulder, kInch);
-  EXPECT_EQ(barrel.GetNumbers(), (N{.diameter = 20,
-                                    .fluteLength = 18,
-                                    .shoulderLength = 30,
-                                    .cornerRadius = 0.2,
-                                    .profileRadius = 12,
-                                    .upperDiameter = 11}));
+  EXPECT_EQ(barrel.GetNumbers(), (zvToolNumbers{.diameter = 20,
+                                                .fluteLength = 18,
+                                                .shoulderLength = 30,
+                                                .cornerRadius = 0.2,
+                                                .profileRadius = 12,
+                                                .upperDiameter = 11}));
   EXPECT_TRUE(barrelStepped.HasShoulderDefinition());
   // The neck of a lollipop mill is the arbor's beginning where none is given.
   const zvLolMill lol(20, kHolder, 50, 40, kArbor, kInch);
@@ -128,20 +126,17 @@ TEST(Tools, ConstructorsTakeTheirValuesInOrder) {
 // A tool's own getters name what GetNumbers has.
 TEST(Tools, GettersBearTheNamesOfTheirNumbers) {
   const zvFaceMill face(20, kHolder, 50, 40, kArbor, 1, 33, 30, Type::given, kInch);
-  EXPECT_EQ(tests::Flat(face.GetDiameter(), face.GetFluteLength(), face.GetShoulderLength(),
-                        face.GetCornerRadius(), face.GetOutsideDiameter(), face.GetTaperAngle(),
-                        face.GetCornerRadiusType()),
-            (tests::Numbers{20, 40, 50, 1, 33, 30, 1}));
-  EXPECT_EQ(zvRadMill(20, kHolder, 50, 40, kArbor, 3, kInch).GetRadius(), 3);
-  const zvBarrelMill barrel;
-  EXPECT_EQ(tests::Flat(barrel.GetUpperDiameter(), barrel.GetProfileRadius()),
-            (tests::Numbers{10, 12}));
-  EXPECT_EQ(zvConvexTipMill().GetTipRadius(), 10);
-  EXPECT_EQ(zvLolMill().GetNeckDiameter(), 6);
   const zvCtrDrill drill(20, kHolder, 50, 40, kArbor, 70, 60, kInch);
-  EXPECT_EQ(tests::Flat(drill.GetTipAngle(), drill.GetShoulderAngle()), (tests::Numbers{70, 60}));
-  EXPECT_EQ(zvTapLH(20, kHolder, 50, 40, kArbor, 0, Type::none, 70, 5u, kInch).GetThreadParameter(),
-            5u);
+  const zvTapLH tap(20, kHolder, 50, 40, kArbor, 0, Type::none, 70, 5u, kInch);
+  const zvBarrelMill barrel;
+  EXPECT_EQ(
+      tests::Flat(face.GetDiameter(), face.GetFluteLength(), face.GetShoulderLength(),
+                  face.GetCornerRadius(), face.GetOutsideDiameter(), face.GetTaperAngle(),
+                  face.GetCornerRadiusType(), drill.GetTipAngle(), drill.GetShoulderAngle(),
+                  tap.GetThreadParameter(), barrel.GetUpperDiameter(), barrel.GetProfileRadius(),
+                  zvConvexTipMill().GetTipRadius(), zvLolMill().GetNeckDiameter(),
+                  zvRadMill(20, kHolder, 50, 40, kArbor, 3, kInch).GetRadius()),
+      (tests::Numbers{20, 40, 50, 1, 33, 30, 1, 70, 60, 5, 10, 12, 10, 6, 3}));
   EXPECT_NEAR(zvDoveMill().GetUpperDiameter(), 8, 1e-13);
 }
 
@@ -158,52 +153,27 @@ static_assert(!kTakes<zvTaperMill, double, double, Type>);
 static_assert(!kTakes<zvEndMill, Units, Units>);
 
 // Tells the slot that was called by the class of its argument.
-class SlotNamer : public zvToolVisitor {
- public:
+template <class Visitor, class... Tools>
+struct SlotNamer : Visitor {
   std::string name;
-
- private:
-  template <class Tool>
-  void Keep(const Tool&) {
+};
+template <class Visitor, class Tool, class... Rest>
+struct SlotNamer<Visitor, Tool, Rest...> : SlotNamer<Visitor, Rest...> {
+  using SlotNamer<Visitor, Rest...>::Visit;
+  void Visit(const Tool&) override {
     if constexpr (requires { Tool::kType; })
-      name = Name<Tool>();
+      this->name = Tool::kType.name;
     else
-      name = typeid(Tool).name();
+      this->name = typeid(Tool).name();
   }
-  void Visit(const zvLatheTool& t) override { Keep(t); }
-  void Visit(const zvGenericRevolvedTool& t) override { Keep(t); }
-  void Visit(const zvConvexTipMill& t) override { Keep(t); }
-  void Visit(const zvBarrelMill& t) override { Keep(t); }
-  void Visit(const zvTapRH& t) override { Keep(t); }
-  void Visit(const zvTapLH& t) override { Keep(t); }
-  void Visit(const zvTaperMill& t) override { Keep(t); }
-  void Visit(const zvSpotDrill& t) override { Keep(t); }
-  void Visit(const zvSpherMill& t) override { Keep(t); }
-  void Visit(const zvSlotMill& t) override { Keep(t); }
-  void Visit(const zvReamer& t) override { Keep(t); }
-  void Visit(const zvRadMill& t) override { Keep(t); }
-  void Visit(const zvLolMill& t) override { Keep(t); }
-  void Visit(const zvFaceMill& t) override { Keep(t); }
-  void Visit(const zvEndMill& t) override { Keep(t); }
-  void Visit(const zvDrill& t) override { Keep(t); }
-  void Visit(const zvDoveMill& t) override { Keep(t); }
-  void Visit(const zvCtrDrill& t) override { Keep(t); }
-  void Visit(const zvCSink& t) override { Keep(t); }
-  void Visit(const zvCntrBore& t) override { Keep(t); }
-  void Visit(const zvChamferMill& t) override { Keep(t); }
-  void Visit(const zvBullMill& t) override { Keep(t); }
-  void Visit(const zvBoreBar& t) override { Keep(t); }
-  void Visit(const zvTool& t) override { Keep(t); }
 };
-class BranchNamer : public zvToolBranchVisitor {
- public:
-  std::string name;
-
- private:
-  void Visit(const zvLatheTool&) override { name = "lathe"; }
-  void Visit(const zvGenericRevolvedTool&) override { name = "generic"; }
-  void Visit(const zvTypedRevolvedTool& tool) override { name = tool.GetType().name; }
-};
+using BranchNamer =
+    SlotNamer<zvToolBranchVisitor, zvLatheTool, zvGenericRevolvedTool, zvTypedRevolvedTool>;
+using ClassNamer =
+    SlotNamer<zvToolVisitor, zvLatheTool, zvGenericRevolvedTool, zvConvexTipMill, zvBarrelMill,
+              zvTapRH, zvTapLH, zvTaperMill, zvSpotDrill, zvSpherMill, zvSlotMill, zvReamer,
+              zvRadMill, zvLolMill, zvFaceMill, zvEndMill, zvDrill, zvDoveMill, zvCtrDrill, zvCSink,
+              zvCntrBore, zvChamferMill, zvBullMill, zvBoreBar, zvTool>;
 
 template <class Visitor>
 std::string Visited(const zvTool& tool) {
@@ -218,9 +188,10 @@ TEST(Tools, AreToldApartByVisitors) {
     const auto tool = type->makeDefault();
     const auto clone = tool->Clone();
     EXPECT_LT(last, type->name);
-    EXPECT_EQ(Visited<SlotNamer>(*tool), type->name);
-    EXPECT_EQ(Visited<SlotNamer>(*clone), type->name);
-    EXPECT_EQ(Visited<BranchNamer>(*tool), type->name);
+    for (const zvTool* each : std::initializer_list<const zvTool*>{tool.Get(), clone.Get()}) {
+      EXPECT_EQ(Visited<ClassNamer>(*each), type->name);
+      EXPECT_EQ(Visited<BranchNamer>(*each), typeid(zvTypedRevolvedTool).name());
+    }
     EXPECT_EQ(FindToolType(type->name), type);
     const zvTool& constant = *clone;
     EXPECT_EQ(&zvToolCaster::Cast(constant), clone.Get());
@@ -233,29 +204,13 @@ TEST(Tools, AreToldApartByVisitors) {
   }
   EXPECT_EQ(ToolTypes().size(), 21u);
   EXPECT_EQ(FindToolType("EndMill"), nullptr);
-  EXPECT_EQ(Visited<SlotNamer>(zvLatheTool()), typeid(zvLatheTool).name());
-  EXPECT_EQ(Visited<BranchNamer>(zvLatheTool()), "lathe");
-  EXPECT_EQ(Visited<SlotNamer>(zvGenericRevolvedTool()), typeid(zvGenericRevolvedTool).name());
-  EXPECT_EQ(Visited<BranchNamer>(zvGenericRevolvedTool()), "generic");
+  const zvLatheTool lathe;
+  const zvGenericRevolvedTool generic;
+  for (const zvTool* tool : std::initializer_list<const zvTool*>{&lathe, &generic}) {
+    EXPECT_EQ(Visited<ClassNamer>(*tool), typeid(*tool).name());
+    EXPECT_EQ(Visited<BranchNamer>(*tool), typeid(*tool).name());
+  }
 }
-
-// A tool of no class that the visitors know.
-class OtherTool : public zvTool {
- public:
-  OtherTool() : zvTool(kMetric) {}
-  const Holder& GetHolder() const override { return kHolder; }
-  const Arbor& GetArbor() const override { return kArbor; }
-  double GetShoulderLength() const override { return 1; }
-  double GetFluteLength() const override { return 1; }
-  double GetDiameter() const override { return 1; }
-  void AcceptVisitor(zvToolBranchVisitor&) const override {}
-  void AcceptVisitor(zvToolVisitor& visitor) const override { visitor.Visit(*this); }
-  misc::zvAutoPointer<zvTool> Clone() const override { return nullptr; }
-  void Validate() const override {}
-
- private:
-  void Scale(Units, double) override {}
-};
 
 TEST(ToolCaster, RefusesWhatIsNoTypedTool) {
   const auto text = [](const std::wstring& name) {
@@ -266,7 +221,11 @@ TEST(ToolCaster, RefusesWhatIsNoTypedTool) {
   };
   expect(zvLatheTool(), L"zvLatheTool");
   expect(zvGenericRevolvedTool(), L"zvGenericRevolvedTool");
-  expect(OtherTool(), L"zvTool");
+  // A tool of no class that visitors know.
+  zvToolCaster::zvCasting2TypedRevolvedChecker checker;
+  const zvLatheTool lathe;
+  EXPECT_TRUE(ThrowsId<misc::zvException>([&] { checker.Visit(static_cast<const zvTool&>(lathe)); },
+                                          0, text(L"zvTool")));
   EXPECT_TRUE(tests::ThrowsNull([] { zvToolCaster::Cast(misc::zvAutoPointer<zvTool>()); }));
 }
 
@@ -276,46 +235,39 @@ double FirstX(const Part& part) {
 
 // Lengths follow the units, angles and the rest stay; there is one law for all types.
 TEST(Tools, ScaleTheirLengthsAndTheirParts) {
+  // All lengths, then all else.
+  const auto measure = [](const zvTypedRevolvedTool& tool) {
+    const zvToolNumbers& n = tool.GetNumbers();
+    const Extender& shoulder = tool.GetShoulderDefinition();
+    std::array<tests::Numbers, 2> all{
+        tests::Flat(n.diameter, n.fluteLength, n.shoulderLength, shoulder.GetShoulderDiameter(),
+                    shoulder.GetShoulderBaseLength(), FirstX(tool.GetArbor()),
+                    tool.GetHolder().GetHeight()),
+        tests::Flat(tool.HasShoulderDefinition())};
+    for (const zvToolParameter parameter : tool.GetType().parameters)
+      all[RowOf(parameter).kind == zvToolParameterRow::Kind::length ? 0 : 1].push_back(
+          GetParameter(n, parameter));
+    return all;
+  };
   for (const zvToolType* type : ToolTypes())
     for (const bool hasShoulder : {false, true}) {
       SCOPED_TRACE(type->name);
       zvToolValues values = tests::GoodValues(*type);
       if (hasShoulder) values.shoulder.emplace(1.25, values.numbers.fluteLength, kMetric);
       const auto tool = type->make(values);
-      const auto scaled = type->make(values);
-      const zvToolNumbers before = scaled->GetNumbers();
-      const bool had = scaled->HasShoulderDefinition();
-      const double diameter = scaled->GetShoulderDefinition().GetShoulderDiameter();
-      const double base = scaled->GetShoulderDefinition().GetShoulderBaseLength();
-      scaled->SetUnits(kInch);
-      const auto expectLength = [](double inInch, double inMetric) {
-        EXPECT_NEAR(inInch * 25.4, inMetric, 1e-13 * std::abs(inMetric));
-      };
-      const zvToolNumbers& after = scaled->GetNumbers();
-      expectLength(after.diameter, before.diameter);
-      expectLength(after.fluteLength, before.fluteLength);
-      expectLength(after.shoulderLength, before.shoulderLength);
-      for (const zvToolParameter parameter : type->parameters) {
-        const double was = GetParameter(before, parameter), is = GetParameter(after, parameter);
-        if (RowOf(parameter).kind == zvToolParameterRow::Kind::length)
-          expectLength(is, was);
-        else
-          EXPECT_EQ(is, was);
-      }
-      EXPECT_EQ(scaled->HasShoulderDefinition(), had);
-      expectLength(scaled->GetShoulderDefinition().GetShoulderDiameter(), diameter);
-      expectLength(scaled->GetShoulderDefinition().GetShoulderBaseLength(), base);
-      EXPECT_EQ(scaled->GetShoulderDefinition().GetUnits(), kInch);
-      expectLength(FirstX(scaled->GetArbor()), FirstX(tool->GetArbor()));
-      expectLength(scaled->GetHolder().GetHeight(), tool->GetHolder().GetHeight());
-      EXPECT_EQ(scaled->GetArbor().GetUnits(), kInch);
-      EXPECT_EQ(scaled->GetArbor().GetSolidDefinition()->GetUnits(), kInch);
+      const auto [lengths, rest] = measure(*tool);
+      tool->SetUnits(kInch);
+      const auto scaled = measure(*tool);
+      EXPECT_EQ(scaled[1], rest);
+      for (std::size_t i = 0; i < lengths.size(); ++i)
+        EXPECT_NEAR(scaled[0].at(i) * 25.4, lengths[i], 1e-13 * std::abs(lengths[i])) << i;
+      EXPECT_EQ(tool->GetShoulderDefinition().GetUnits(), kInch);
+      EXPECT_EQ(tool->GetArbor().GetUnits(), kInch);
+      EXPECT_EQ(tool->GetArbor().GetSolidDefinition()->GetUnits(), kInch);
       // With another label alone, the parts too keep their numbers.
-      const double x = FirstX(scaled->GetArbor());
-      scaled->SetUnits(kMetric, true);
-      EXPECT_EQ(FirstX(scaled->GetArbor()), x);
-      EXPECT_EQ(scaled->GetArbor().GetSolidDefinition()->GetUnits(), kMetric);
-      EXPECT_EQ(scaled->GetNumbers(), after);
+      tool->SetUnits(kMetric, true);
+      EXPECT_EQ(measure(*tool), scaled);
+      EXPECT_EQ(tool->GetArbor().GetSolidDefinition()->GetUnits(), kMetric);
     }
 }
 
@@ -343,24 +295,6 @@ TEST(Tools, ConvertPartsThatComeInOtherUnits) {
   tool.Validate();
 }
 
-// A copy doesn't share its solids, and is not checked.
-TEST(Tools, CopiesStandAlone) {
-  const zvDrill drill;
-  zvDrill copy(drill);
-  EXPECT_NE(copy.GetHolder().GetSolidDefinition().Get(),
-            drill.GetHolder().GetSolidDefinition().Get());
-  copy.SetUnits(kInch);
-  EXPECT_EQ(drill.GetUnits(), kMetric);
-  EXPECT_EQ(FirstX(drill.GetArbor()), 4);
-  EXPECT_EQ(drill.GetDiameter(), 8);
-  copy = drill;
-  EXPECT_EQ(copy.GetDiameter(), 8);
-  const zvCSink refused;
-  const zvCSink same(refused);
-  EXPECT_EQ(same.GetNumbers(), refused.GetNumbers());
-  EXPECT_EQ(tests::IdOf([&] { same.Validate(); }), 2132u);
-}
-
 TEST(GenericTool, IsToldByItsParts) {
   const Part cutting(tests::PointsOf("0,0;3,1;7,2;6,9"), kMetric);
   const Part other(4, 2, kMetric);
@@ -382,18 +316,15 @@ TEST(GenericTool, IsToldByItsParts) {
                             tests::PartOf<Arbor>(arbor), Holder(2, 3, kMetric), kMetric);
     });
   };
-  const auto starts = [](const std::string& text, const char* with) {
-    return text.starts_with(with);
-  };
   EXPECT_EQ(failure("0,0;5,1;5,9", ""), "nothing");
-  EXPECT_PRED2(starts, failure("0,0;0,5", "5,0;5,1", "0,0;0,5"), "2106 2136");
-  EXPECT_PRED2(starts, failure("0,0;0,5", "0,0;0,5"), "2159 2198");
-  EXPECT_PRED2(starts, failure("5,0;5,5", "0,0;5,5;5,9"), "2159 2199");
-  EXPECT_PRED2(starts, failure("5,0;6,0", ""), "2159 2165");
-  EXPECT_PRED2(starts, failure("", ""), "2159 2165");
-  EXPECT_PRED2(starts, failure("5,0;5,5", "none"), "2159 0: Accessing NULL pointer");
-  EXPECT_PRED2(starts, failure("mesh", "5,0;5,5"), "2159 2172");
-  EXPECT_PRED2(starts, failure("5,0;5,5", "extruded"), "2159 2171");
+  EXPECT_PRED2(Begins, failure("0,0;0,5", "5,0;5,1", "0,0;0,5"), "2106 2136");
+  EXPECT_PRED2(Begins, failure("0,0;0,5", "0,0;0,5"), "2159 2198");
+  EXPECT_PRED2(Begins, failure("5,0;5,5", "0,0;5,5;5,9"), "2159 2199");
+  EXPECT_PRED2(Begins, failure("5,0;6,0", ""), "2159 2165");
+  EXPECT_PRED2(Begins, failure("", ""), "2159 2165");
+  EXPECT_PRED2(Begins, failure("5,0;5,5", "none"), "2159 0: Accessing NULL pointer");
+  EXPECT_PRED2(Begins, failure("mesh", "5,0;5,5"), "2159 2172");
+  EXPECT_PRED2(Begins, failure("5,0;5,5", "extruded"), "2159 2171");
 }
 
 TEST(LatheTool, HoldsAnySolid) {
@@ -415,6 +346,200 @@ TEST(LatheTool, HoldsAnySolid) {
   EXPECT_EQ(failure("0,0;0,5", "0,0;0,5"), "2175 2134: Invalid radius in holder profile");
   EXPECT_EQ(failure("mesh", "0,0;0,5"), "2175 2136: Invalid radius in arbor profile");
   EXPECT_EQ(failure("none", "none"), "nothing");
+}
+
+TEST(ToolChecks, EachStopsJustBeyondItsToleranceWithItsIdAndCauses) {
+  for (const tests::ToolCase& c : tests::ToolCases("tool_checks.txt")) {
+    SCOPED_TRACE(c.line);
+    zvToolValues values = c.type->makeDefault()->GetValues();
+    Apply(values, c.group);
+    Apply(values, c.given);
+    if (!c.isGood) {
+      const std::string failure = tests::FailureOf([&] { c.type->make(values); });
+      EXPECT_TRUE(Begins(failure, c.failure)) << failure;
+      continue;
+    }
+    const auto tool = c.type->make(values);
+    for (const auto& [name, text] : c.expected) {
+      const double expected = tests::NumberFrom(text), found = NumberOf(*tool, name);
+      if (std::isinf(expected))
+        EXPECT_EQ(found, expected) << name;
+      else
+        EXPECT_NEAR(found, expected, 1e-14 * std::max(1.0, expected)) << name;
+    }
+    // What has passed passes again, and means the same.
+    tool->Validate();
+    EXPECT_EQ(c.type->make(tool->GetValues())->GetNumbers(), tool->GetNumbers());
+  }
+}
+
+// The default is made whether or not it would pass; then its own checks see it.
+TEST(ToolDefaults, AreTheseAndSixOfThemWouldBeRefused) {
+  std::size_t refused = 0;
+  std::set<const zvToolType*> seen;
+  for (const tests::ToolCase& c : tests::ToolCases("tool_defaults.txt")) {
+    SCOPED_TRACE(c.line);
+    seen.insert(c.type);
+    const auto tool = c.type->makeDefault();
+    zvToolValues expected{};
+    Apply(expected, c.group);
+    EXPECT_EQ(tool->GetNumbers(), expected.numbers);
+    EXPECT_EQ(tool->GetUnits(), kMetric);
+    const auto points = [](const zvToolPartDefinition<double>& part) {
+      return ProfilePoints(
+          zvRevolvedSolidExtractor<double>::Extract(*part.GetSolidDefinition()).GetProfile());
+    };
+    EXPECT_EQ(points(tool->GetHolder()), points(expected.holder));
+    EXPECT_EQ(points(tool->GetArbor()), points(expected.arbor));
+    EXPECT_FALSE(tool->HasShoulderDefinition());
+    EXPECT_EQ(tool->Clone()->GetDiameter(), expected.numbers.diameter);
+    for (const auto& [name, text] : c.expected)
+      EXPECT_NEAR(NumberOf(*tool, name), tests::NumberFrom(text), 1e-13) << name;
+    if (c.isGood) {
+      tool->Validate();
+      continue;
+    }
+    ++refused;
+    for (const auto& action : std::initializer_list<std::function<void()>>{
+             [&] { tool->Validate(); }, [&] { c.type->make(tool->GetValues()); }})
+      EXPECT_TRUE(Begins(tests::FailureOf(action), c.failure));
+  }
+  EXPECT_EQ(refused, 6u);
+  EXPECT_EQ(seen.size(), ToolTypes().size());
+}
+
+// One number of an otherwise good tool that is none, whichever it is.
+TEST(ToolChecks, WhatIsNoNumberNeverPasses) {
+  for (const zvToolType* const type : ToolTypes()) {
+    SCOPED_TRACE(type->name);
+    zvToolValues good = tests::GoodValues(*type);
+    const auto own = type->parameters;
+    if (std::find(own.begin(), own.end(), zvToolParameter::cornerRadiusType) != own.end()) {
+      good.numbers.cornerRadiusType = cornerRadiusType::given;
+      good.numbers.cornerRadius = 0.1;
+    }
+    type->make(good);
+    const auto expectRefused = [&](const auto& change) {
+      zvToolValues values = good;
+      change(values);
+      EXPECT_NE(tests::FailureOf([&] { type->make(values); }), "nothing");
+    };
+    for (const char* name : {"diameter", "fluteLength", "shoulderLength"})
+      if (!type->hasOneLength || name[0] != 's')
+        expectRefused([&](auto& v) { NumberOf(v.numbers, name) = kNaN; });
+    for (const zvToolParameter parameter : own) {
+      SCOPED_TRACE(RowOf(parameter).name);
+      zvToolValues values = good;
+      if (SetParameter(values.numbers, parameter, kNaN))
+        expectRefused([&](auto& v) { v.numbers = values.numbers; });
+      else
+        EXPECT_NE(RowOf(parameter).kind, zvToolParameterRow::Kind::length);
+    }
+  }
+}
+
+// Of solids that aren't revolved nothing else is asked.
+TEST(ToolChecks, NumbersOfAnySolidAreNumbers) {
+  const auto extruded = [](double x, double y, double height, double z) {
+    return zvExtrudedSolidDefinition<double>({{{{0, 0}, {1, 0}}}, {{{x, y}}}}, height, {0, 0, z},
+                                             kMetric);
+  };
+  const auto mesh = [](double x, double y, double z) {
+    zvTMesh<double> triangles(kMetric);
+    triangles.AddVertex({x, y, z});
+    return zvMeshSolidDefinition<double>(triangles);
+  };
+  const auto expect = [](const auto& solid, const char* inHolder, const char* inArbor) {
+    zvToolValues values = FindToolType("zvEndMill")->makeDefault()->GetValues();
+    const auto failure = [&] {
+      return tests::FailureOf([&] { FindToolType("zvEndMill")->make(values); });
+    };
+    values.arbor = zvTool::Arbor(solid);
+    EXPECT_PRED2(Begins, failure(), inArbor);
+    values.holder = zvTool::Holder(solid);
+    EXPECT_PRED2(Begins, failure(), inHolder) << "the holder is looked at first";
+  };
+  expect(extruded(-kInfinity, kInfinity, kInfinity, kInfinity), "nothing", "nothing");
+  expect(mesh(kInfinity, 0, -kInfinity), "nothing", "nothing");
+  for (const auto& solid : {extruded(kNaN, 0, 1, 0), extruded(0, kNaN, 1, 0)})
+    expect(solid, "2106 2134", "2106 2136");
+  for (const auto& solid : {extruded(0, 0, kNaN, 0), extruded(0, 0, 1, kNaN)})
+    expect(solid, "2106 2135", "2106 2137");
+  for (const auto& solid : {mesh(kNaN, 0, 0), mesh(0, kNaN, 0)})
+    expect(solid, "2106 2134", "2106 2136");
+  expect(mesh(0, 0, kNaN), "2106 2135", "2106 2137");
+}
+
+// Whatever the numbers are, a tool is refused in the documented way, or stays what it is when it is
+// made again of its own values.
+TEST(ToolChecks, WhatPassesOncePassesAgainForAnyNumbers) {
+  tests::Seeded random;
+  const double odd[] = {0,  1e-6, -1e-6, 9e-7,   1e-12,     1,          5,   20,
+                        90, 180,  1e300, 1e-300, kInfinity, -kInfinity, kNaN};
+  for (const zvToolType* type : ToolTypes()) {
+    SCOPED_TRACE(type->name);
+    int made = 0;
+    for (int i = 0; i < 3000; ++i) {
+      zvToolValues values = tests::GoodValues(*type);
+      const auto stir = [&](double number) {
+        if (random.Chance(0.6)) return number;
+        if (random.Chance(0.6)) return number * random.Real(0, 3);
+        return odd[random.Integer(0, static_cast<int>(std::size(odd)) - 1)];
+      };
+      zvToolNumbers& n = values.numbers;
+      n.diameter = stir(n.diameter);
+      n.fluteLength = stir(n.fluteLength);
+      n.shoulderLength = random.Chance(0.2) ? n.fluteLength : stir(n.shoulderLength);
+      for (const zvToolParameter parameter : type->parameters)
+        SetParameter(n, parameter, stir(GetParameter(n, parameter)));
+      n.cornerRadiusType = cornerRadiusType(random.Integer(0, 3));
+      if (random.Chance(0.3)) n.cornerRadius = n.diameter / 2;
+      zvToolType::ToolPointer tool;
+      try {
+        if (random.Chance(0.2)) values.shoulder.emplace(stir(3), stir(n.fluteLength), kMetric);
+        tool = type->make(values);
+      } catch (const misc::zvException& e) {
+        EXPECT_GT(e.GetId(), 2100u);
+        EXPECT_LT(e.GetId(), 2423u);
+        continue;
+      }
+      ++made;
+      const auto again = type->make(tool->GetValues());
+      EXPECT_EQ(again->GetNumbers(), tool->GetNumbers());
+      for (const char* name : {"hasShoulder", "shoulderDiameter", "shoulderBaseLength"})
+        EXPECT_EQ(NumberOf(*again, name), NumberOf(*tool, name));
+    }
+    EXPECT_GT(made, 100);
+    EXPECT_LT(made, 2900);
+  }
+}
+
+TEST(ToolChecks, AShoulderIsAboveZero) {
+  Extender good(2e-12, 2e-12, kInch);
+  for (const double bad : {1e-12, 0.0, -1.0, kNaN}) {
+    EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { Extender(bad, 1, kMetric); }, 2185));
+    EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { Extender(1, bad, kMetric); }, 2186));
+    EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { good.SetShoulderDiameter(bad); }, 2185));
+    EXPECT_TRUE(ThrowsId<zvcadcamException>([&] { good.SetShoulderBaseLength(bad); }, 2186));
+  }
+  EXPECT_EQ(good.GetShoulderDiameter(), 2e-12);
+  good.SetShoulderDiameter(3);
+  good.SetShoulderBaseLength(4);
+  EXPECT_EQ(good.GetShoulderDiameter(), 3);
+  EXPECT_EQ(good.GetShoulderBaseLength(), 4);
+}
+
+TEST(ToolChecks, LengthsAreComparedWithTheTools) {
+  const auto tool = FindToolType("zvEndMill")->makeDefault();  // 10, 20, 40
+  const auto expect = [](auto&& action, std::uint32_t id) { EXPECT_EQ(tests::IdOf(action), id); };
+  expect([&] { tool->ValidateDiameter(1e-300); }, 0);
+  expect([&] { tool->ValidateDiameter(0); }, 2105);
+  expect([&] { tool->ValidateFluteLength(40.0000009); }, 0);
+  expect([&] { tool->ValidateFluteLength(40.0000011); }, 2103);
+  expect([&] { tool->ValidateFluteLength(0); }, 2103);
+  expect([&] { tool->ValidateShoulderLength(19.9999991); }, 0);
+  expect([&] { tool->ValidateShoulderLength(19.9999989); }, 2107);
+  expect([&] { tool->ValidateShoulderLength(kNaN); }, 2107);
 }
 
 }  // namespace
