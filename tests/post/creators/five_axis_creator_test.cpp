@@ -1,15 +1,13 @@
 // What a 5-axis creator keeps, copies and refers to between postings, and its single moves.
 #include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/posting.h>
-#include <tests/support/toolpath_builders.h>
+#include <tests/support/outcome.h>
 
 namespace tests {
 
 namespace {
 
 using post::zvPosted5axMove;
-using Outcome = Posting<zvPosted5axMove>;
 using Change = std::function<void(FiveAxisScene&)>;
 
 constexpr auto kNone = zv5axControlDef::angleLimitNone;
@@ -122,12 +120,12 @@ TEST(FiveAxisCreator, ReadsTheCallersObjectsWhereItSolvesAndItsCopyElsewhere) {
     SCOPED_TRACE(c.name);
     FiveAxisScene scene;
     for (const Change& prepare : c.prepare) prepare(scene);
-    const Outcome asMade = PostAnew(scene, c.path);
+    const Outcome asMade = Post(scene, c.path);
     zvPosted5axTPCreator creator = scene.Creator();
     c.change(scene);
-    const Outcome asChanged = PostAnew(scene, c.path);
+    const Outcome asChanged = Post(scene, c.path);
     ASSERT_FALSE(asMade == asChanged);
-    EXPECT_TRUE(Post(creator, c.path) == (c.isSeen ? asChanged : asMade));
+    EXPECT_TRUE(PostBy(creator, c.path) == (c.isSeen ? asChanged : asMade));
   }
 }
 
@@ -153,13 +151,13 @@ TEST(FiveAxisCreator, ANewMachineReachesWhatMendsAListButNotSolutions) {
     scene.par.SetMaxAngleStep(0);
     scene.par.SetMaxAngleJump(20);
     scene.par.SetLimitsCheck(zvKDRParam::checkLinearAxes);
-    const Outcome asMade = PostAnew(scene, c.path);
+    const Outcome asMade = Post(scene, c.path);
     zvPosted5axTPCreator creator = scene.Creator();
     c.change(scene);
     const post::zv5axMachDef changed = scene.machine.MachDef();
     creator.SetMachDef(changed);
-    EXPECT_FALSE(PostAnew(scene, c.path) == asMade);
-    EXPECT_EQ(Post(creator, c.path) == asMade, !c.isSeen);
+    EXPECT_FALSE(Post(scene, c.path) == asMade);
+    EXPECT_EQ(PostBy(creator, c.path) == asMade, !c.isSeen);
     EXPECT_EQ(creator.GetMachDef().GetFirstRotationPivot(), changed.GetFirstRotationPivot());
   }
 }
@@ -193,7 +191,7 @@ TEST(FiveAxisCreator, SingleMovesWithinLimits) {
     if (c[0][0] >= 2 && c[3][0] > 0) {
       scene.par.SetFirstMoveRule(zvKDRParam::bySecondAxis);
       scene.par.SetFirstMovePreferredAngle(c[4].empty() ? -30 : 30);
-      EXPECT_EQ(PostAnew(scene, PathBuilder().Contour({move, move})).id, c[6][0]);
+      EXPECT_EQ(Post(scene, PathBuilder().Contour({move, move})).id, c[6][0]);
     }
   }
 }
@@ -219,19 +217,19 @@ TEST(FiveAxisCreator, AListThatCantBeRewoundIsPostedByTheOtherSolution) {
     zvPosted5axTPCreator creator = scene.Creator();
     // By the mirror solution the angles run from -170 to -120, or over the end from 10 further on.
     const PathBuilder& path = isFirst ? helped : Turns(-27.5, 22.5, 5);
-    const Outcome once = Post(creator, path);
+    const Outcome once = PostBy(creator, path);
     ASSERT_EQ(once.id, 0u);
     const double sign = isFirst ? -1 : 1;
-    for (const zvPosted5axMove& line : once.lines) EXPECT_NEAR(line.GetAngle(1), sign * 30, 1e-9);
+    for (const Line& line : once.lines) EXPECT_NEAR(line.degs[1], sign * 30, 1e-9);
     EXPECT_EQ(creator.GetPar().GetFirstMoveSolutionIndex(),
               isFirst ? zvKDRParam::mirrorSolution : zvKDRParam::firstSolution);
     EXPECT_EQ(scene.par.GetFirstMoveSolutionIndex(), index);
-    EXPECT_TRUE(Post(creator, path) == once);
+    EXPECT_TRUE(PostBy(creator, path) == once);
     // It stays for other paths, and goes with a copy.
-    EXPECT_NEAR(Post(creator, plain).lines.front().GetAngle(1), sign * 30, 1e-9);
+    EXPECT_NEAR(PostBy(creator, plain).lines.front().degs[1], sign * 30, 1e-9);
     zvPosted5axTPCreator copy(creator);
-    EXPECT_NEAR(Post(copy, plain).lines.front().GetAngle(1), sign * 30, 1e-9);
-    EXPECT_NEAR(PostAnew(scene, plain).lines.front().GetAngle(1), -sign * 30, 1e-9);
+    EXPECT_NEAR(PostBy(copy, plain).lines.front().degs[1], sign * 30, 1e-9);
+    EXPECT_NEAR(Post(scene, plain).lines.front().degs[1], -sign * 30, 1e-9);
   }
 }
 
@@ -240,7 +238,7 @@ TEST(FiveAxisCreator, AListThatNothingHelpsTurnsTheSolutionRoundEachTime) {
   const PathBuilder path = Turns(152.5, 402.5, 5);
   zvPosted5axTPCreator creator = scene.Creator();
   for (const auto expected : {zvKDRParam::mirrorSolution, zvKDRParam::firstSolution}) {
-    EXPECT_EQ(Post(creator, path).id, 5018u);
+    EXPECT_EQ(PostBy(creator, path).id, 5018u);
     EXPECT_EQ(creator.GetPar().GetFirstMoveSolutionIndex(), expected);
     // The list is that of the second attempt.
     const double second = expected == zvKDRParam::mirrorSolution ? -30 : 30;

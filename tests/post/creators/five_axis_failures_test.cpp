@@ -1,7 +1,6 @@
 // What a 5-axis posting refuses, by which of several faults, and what it leaves in its list.
 #include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 
 namespace tests {

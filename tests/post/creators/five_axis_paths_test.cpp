@@ -2,7 +2,6 @@
 // solution.
 #include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 
 namespace tests {

@@ -1,13 +1,11 @@
 #include <tests/post/creators/rows.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/posting.h>
-#include <tests/support/source_path.h>
+#include <tests/support/outcome.h>
 
 namespace tests {
 
 namespace {
 
-using post::zvPosted4axMove;
 using post::zvPostedMove;
 
 constexpr auto kLinear = zvKDRParam::checkLinearAxes;
@@ -20,10 +18,6 @@ Source AtAngles(const FourAxisScene& scene, const std::vector<double>& degs) {
   for (const double deg : degs)
     source.push_back({{10.0 * static_cast<double>(source.size()), 5, 0}, scene.DirectionAt(deg)});
   return source;
-}
-
-Posting<zvPosted4axMove> Post(const FourAxisScene& scene, const Source& source) {
-  return PostAnew(scene, Build(source), true);
 }
 
 TEST(FourAxisCreator, NearTheSpindleAnglesAreExact) {
@@ -49,7 +43,7 @@ TEST(FourAxisCreator, AnglesOfKnownRuns) {
     const auto lines = Post(scene, AtAngles(scene, c[0])).lines;
     ASSERT_EQ(lines.size(), c[1].size());
     for (std::size_t i = 0; i < lines.size(); ++i)
-      EXPECT_NEAR(lines[i].GetRotaryAngle(), c[1][i], 1e-9) << i;
+      EXPECT_NEAR(lines[i].degs[0], c[1][i], 1e-9) << i;
   }
 }
 
@@ -59,11 +53,11 @@ TEST(FourAxisCreator, LargeJumpsAreMadeOffThePart) {
   scene.par.SetRetractToLimits(true);
   scene.machine.high = {1000, 1000, 77};
   const auto source = AtAngles(scene, {0, 150, 151});
-  const auto [id, lines, counts] = PostAnew(scene, Build(source));
-  ASSERT_EQ(lines.size(), 5u);
-  EXPECT_EQ(counts.largeJumps, 1u);
-  EXPECT_EQ(lines[1].GetMachinePosition().z, 77);
-  EXPECT_TRUE(lines[1].IsRapid() && lines[2].IsRapid());
+  const Outcome outcome = Post(scene, source);
+  ASSERT_EQ(outcome.lines.size(), 5u);
+  EXPECT_EQ(outcome.counts.largeJumps, 1u);
+  EXPECT_EQ(outcome.lines[1].machine.z, 77);
+  EXPECT_TRUE(outcome.lines[1].rapid && outcome.lines[2].rapid);
   scene.par.SetMaxAngleJump(150.5);
   EXPECT_EQ(Post(scene, source).lines.size(), 3u) << "no jump";
   scene.par.SetMaxAngleJump(120);
@@ -172,15 +166,15 @@ TEST(FourAxisCreator, ANewMachineReachesChecksButNotSolutions) {
   scene.toolLength = 10;
   auto creator = scene.Creator();
   const auto path = Build(AtAngles(scene, {0, 40}));
-  const auto before = Post(creator, path);
+  const auto before = PostBy(creator, path);
   scene.machine.pivot = {0, 50, 0};
   creator.SetMachDef(scene.machine.MachDef());
-  EXPECT_EQ(Post(creator, path), before);
+  EXPECT_EQ(PostBy(creator, path), before);
   EXPECT_EQ(creator.GetMachDef().GetRotationPivot(), Point(0, 50, 0));
   // Its cone is another.
   scene.machine.spindle = {1, 0, 1};
   creator.SetMachDef(scene.machine.MachDef());
-  EXPECT_EQ(Post(creator, path).id, 5030u);
+  EXPECT_EQ(PostBy(creator, path).id, 5030u);
 }
 
 // The jump at the edge of the pole's cone can't be divided away: steps far below the pole's

@@ -1,7 +1,6 @@
 // Whole 4-axis paths against their moves alone, and places where a turn hardly shows.
 #include <tests/post/creators/rows.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 
 namespace tests {

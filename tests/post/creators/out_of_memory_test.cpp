@@ -4,7 +4,8 @@
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
 #include <tests/support/memory_watch.h>
-#include <tests/support/posting.h>
+#include <tests/support/numbers.h>
+#include <tests/support/throws_id.h>
 
 #include <chrono>
 #include <condition_variable>

@@ -3,7 +3,7 @@
 #include <kandrel/post/creators/posting_facade.h>
 #include <kandrel/post/verifier/posting_verifier.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/posting.h>
+#include <tests/support/outcome.h>
 
 #include <limits>
 #include <stdexcept>
@@ -83,13 +83,13 @@ struct Case {
   bool hasTolerance;
   void (*set)(zvKDRParam& par);
   // Whether five axes do what the case is for.
-  bool (*isMet)(const Posting<post::zvPosted5axMove>& posting);
+  bool (*isMet)(const Outcome& posting);
 };
 
-bool IsPosted(const Posting<post::zvPosted5axMove>& posting) {
+bool IsPosted(const Outcome& posting) {
   return posting.id == 0;
 }
-bool IsRewound(const Posting<post::zvPosted5axMove>& posting) {
+bool IsRewound(const Outcome& posting) {
   return posting.id == 0 && posting.counts.rewindings > 0;
 }
 
@@ -147,7 +147,7 @@ TYPED_TEST(Progress, CancelsAtEachPollAndPostsAgainTheSame) {
     const auto path = Fixture::Shop::Path(c.count, c.stepDeg);
     TypeParam plain = shop.Creator();
     Fixture::Set(plain, c);
-    const auto expected = Post(plain, path);
+    const auto expected = PostBy(plain, path);
     if constexpr (Fixture::Shop::kAxes == 5) {
       ASSERT_TRUE(c.isMet(expected));
     }
@@ -156,7 +156,7 @@ TYPED_TEST(Progress, CancelsAtEachPollAndPostsAgainTheSame) {
     TypeParam asked = shop.Creator();
     Fixture::Set(asked, c);
     asked.SetProgress(&hook);
-    ASSERT_EQ(Post(asked, path), expected);
+    ASSERT_EQ(PostBy(asked, path), expected);
     if (expected.id == 0) ExpectWholeStages(hook.calls);
     const std::size_t polls = hook.calls.size();
     for (std::size_t k = 0; k < polls; ++k) {
@@ -173,7 +173,7 @@ TYPED_TEST(Progress, CancelsAtEachPollAndPostsAgainTheSame) {
       ASSERT_EQ(creator.GetPar().GetFirstMoveSolutionIndex(), shop.par.GetFirstMoveSolutionIndex())
           << k;
       hook.endsAt = kNever;
-      ASSERT_EQ(Post(creator, path), expected) << "after poll " << k;
+      ASSERT_EQ(PostBy(creator, path), expected) << "after poll " << k;
       if (testing::Test::HasFailure()) return;
     }
   }

@@ -2,7 +2,7 @@
 // not its own. Meant for a thread sanitizer; without one, counts that went wrong tell.
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/posting.h>
+#include <tests/support/throws_id.h>
 
 #include <future>
 #include <thread>

@@ -1,6 +1,5 @@
 #include <kandrel/post/verifier/posting_verifier.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
@@ -182,8 +181,9 @@ void ExpectOwnPostingVerified(Seeded& random, AnyScene scene, int rotary, int& p
   }
   const PathBuilder path = Build(PathFor(random, scene, rotary));
   auto creator = CreatorOf(scene);
-  const auto [id, lines, counts, index] = PostBy(creator, path);
-  if (id != 0) return;
+  const Outcome outcome = PostBy(creator, path);
+  const Lines& lines = outcome.lines;
+  if (outcome.id != 0) return;
   ++posted;
   const auto& list = *creator.GetPostedList();
   zvPostingVerifier verifier = VerifierOf(scene);
