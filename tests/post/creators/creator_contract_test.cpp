@@ -6,7 +6,6 @@
 #include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvKDRParam;
@@ -327,5 +326,4 @@ static_assert(
     !std::is_constructible_v<post::zvPosted3axMoveMaker, const post::zv3axMachDef&, Point, double>);
 
 }  // namespace
-
 }  // namespace tests

@@ -5,7 +5,6 @@
 #include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using Angles = std::vector<std::pair<double, double>>;
@@ -197,5 +196,4 @@ TEST(FiveAxisPaths, TheSolverOffersWhatAPostingDoes) {
 }
 
 }  // namespace
-
 }  // namespace tests

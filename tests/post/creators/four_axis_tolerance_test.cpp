@@ -4,7 +4,6 @@
 #include <tests/support/four_axis_scenes.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvPathTolerance;
@@ -43,8 +42,7 @@ TEST(FourAxisTolerance, IsHeldWhateverTheMachine) {
     scene.par.SetMaxAngleStep(random.Chance(0.2) ? 0 : random.Real(0.5, 40));
     scene.par.SetMaxAngleJump(1000);
     if (random.Chance(0.2)) {
-      scene.par.SetInterpolateByDistance(true);
-      scene.par.SetInterpolationDistance(random.Real(1, 50));
+      DivideByDistance(scene.par, random.Real(1, 50));
     }
     const zvPathTolerance tolerance(std::pow(10, random.Real(-4, 0)),
                                     std::pow(10, random.Real(-2.5, 0.5)));
@@ -218,8 +216,7 @@ TEST(FourAxisTolerance, WhatNumbersDoNotHoldIsRefusedWithTheSmallest) {
 // interpolationDistance is an upper bound however small it is beside the tolerance.
 TEST(FourAxisTolerance, NoBlockIsLongerThanTheDistance) {
   FourAxisScene scene = Table();
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(0.05);
+  DivideByDistance(scene.par, 0.05);
   const Source source{{{10, 0, 0}, scene.Tool(0)}, {{60, 9, 0}, scene.Tool(1)}};
   const Lines lines = PostHeld(scene, source, {1, 0.1}).lines;
   EXPECT_GT(lines.size(), 1000u);
@@ -228,5 +225,4 @@ TEST(FourAxisTolerance, NoBlockIsLongerThanTheDistance) {
 }
 
 }  // namespace
-
 }  // namespace tests

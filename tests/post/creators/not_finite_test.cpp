@@ -3,7 +3,6 @@
 #include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvKDRParam;
@@ -141,5 +140,4 @@ TYPED_TEST(NotFinite, IsRefusedWhereItWouldBePostedAndOnlyThere) {
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -4,7 +4,6 @@
 #include <tests/support/five_axis_scenes.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvPathTolerance;
@@ -284,8 +283,7 @@ TEST(PathTolerance, NoBlockIsLongerThanTheDistance) {
   for (const auto& [tip, distance, id] :
        {std::tuple(1.0, 0.05, 0u), std::tuple(0.01, 0.05, 0u), std::tuple(1.0, 1e-8, 5039u)}) {
     FiveAxisScene scene = Trunnion();
-    scene.par.SetInterpolateByDistance(true);
-    scene.par.SetInterpolationDistance(distance);
+    DivideByDistance(scene.par, distance);
     scene.par.SetMaxAngleJump(190);
     // On an arc and between opposite orientations, which have none.
     for (const Point& end : {Direction(6, 20), Direction(174, 180)}) {
@@ -301,5 +299,4 @@ TEST(PathTolerance, NoBlockIsLongerThanTheDistance) {
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -1,9 +1,9 @@
 #include <tests/post/creators/rows.h>
 #include <tests/support/outcome.h>
+#include <tests/support/random_path.h>
 #include <tests/support/six_axis_scenes.h>
 
 namespace tests {
-
 namespace {
 
 using post::zv6axMachDef;
@@ -38,9 +38,8 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     scene.par.SetMaxAngleJump(random.Real(20, 179));
     scene.par.SetFirstMoveSolutionIndex(random.Chance(0.5) ? zvKDRParam::mirrorSolution
                                                            : zvKDRParam::firstSolution);
-    scene.control.SetFirstAxisLimit(
-        static_cast<post::zv5axControlDef::angleLimit>(random.Integer(0, 2)));
-    scene.control.SetSecondAxisLimit(scene.control.GetFirstAxisLimit());
+    const int wrap = random.Integer(0, 2);
+    scene.control = Wrapping(wrap, wrap);
     const double reach = random.Real(185, 300);
     scene.machine.firstRange = {-reach, reach};
     if (random.Chance(0.3)) scene.machine.secondRange = {-90, 90};
@@ -48,7 +47,8 @@ TEST(SixAxisCreator, PostsAsTheFiveAxisCreatorOfItsFlagsDoes) {
     machDef.SetFirstOnWorkpiece(static_cast<std::int32_t>(first));
     machDef.SetSecondOnWorkpiece(static_cast<std::int32_t>(second));
     machDef.SetThirdOnWorkpiece(random.Integer(-1, 2));
-    const auto source = RandomReachablePath(random, scene, random.Integer(2, 40));
+    const auto source =
+        RandomPath(random, scene.Model(), scene.machine.first, i % 2 == 0 ? kSweep : kScrew);
     const bool small = random.Chance(0.3);
     zvPosted5axTPCreator five = FiveAxisTwin(scene);
     zvPosted6axTPCreator six(machDef, scene.control, scene.par, scene.origin, scene.toolLength);
@@ -149,5 +149,4 @@ TEST(SixAxisCreator, RefusesMachinesThatCannotBePostedFor) {
 }
 
 }  // namespace
-
 }  // namespace tests

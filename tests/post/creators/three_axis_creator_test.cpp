@@ -3,7 +3,6 @@
 #include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvKDRParam;
@@ -64,8 +63,7 @@ TEST(ThreeAxisCreator, AnInterpolationThatFailsLeavesNothingOfItself) {
   for (const auto& [step, last, id] : cases)
     for (const bool smallMoves : {false, true}) {
       Scene scene;
-      scene.par.SetInterpolateByDistance(true);
-      scene.par.SetInterpolationDistance(step);
+      DivideByDistance(scene.par, step);
       auto creator = scene.Creator();
       // Orientations are not checked then.
       creator.SetTransfor3d(misc::MakeAutoPointer<post::zvTransformation3d>());
@@ -97,8 +95,7 @@ TEST(ThreeAxisCreator, InterpolatesByDistance) {
   for (const auto& [name, distance, step, inserted] : Rows<3>("distances.txt"))
     for (const bool smallMoves : {false, true}) {
       Scene scene;
-      scene.par.SetInterpolateByDistance(true);
-      scene.par.SetInterpolationDistance(step);
+      DivideByDistance(scene.par, step);
       scene.origin = {5, 0, 0};
       const auto path =
           Contour({Move5({}, {0, 0, 1}, 100), Move5({distance, 0, 0}, {0, 0, 1}, 200)});
@@ -120,8 +117,7 @@ TEST(ThreeAxisCreator, InterpolatesByDistance) {
 
 TEST(ThreeAxisCreator, InterpolatedRapidsTypesAndFeeds) {
   Scene scene;
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(1);
+  DivideByDistance(scene.par, 1);
   const auto path = PathBuilder()
                         .Link(3, {Move3({0, 0, 0}, 5000, true), Move3({1.5, 0, 0}, 5000, true)})
                         .Contour({Move3({3, 0, 0}, 100)})
@@ -178,5 +174,4 @@ TEST(ThreeAxisCreator, SetMachDefChangesChecksAndLeavesKinematics) {
 }
 
 }  // namespace
-
 }  // namespace tests

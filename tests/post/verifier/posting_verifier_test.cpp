@@ -1,13 +1,13 @@
 #include <kandrel/post/verifier/posting_verifier.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/outcome.h>
+#include <tests/support/random_path.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
 
 #include <map>
 
 namespace tests {
-
 namespace {
 
 using Finding = post::zvPostingFinding;
@@ -45,13 +45,7 @@ void ChangeRules(zvPostingVerifier& verifier, const Change& change) {
 
 template <class AnyScene>
 zvPostingVerifier VerifierOf(const AnyScene& scene) {
-  const auto machDef = [&] {
-    if constexpr (requires { scene.thirdAngle; })
-      return scene.MachDef();
-    else
-      return scene.machine.MachDef();
-  };
-  zvPostingVerifier verifier(machDef(), scene.control, scene.origin, scene.toolLength);
+  zvPostingVerifier verifier(MachDefOf(scene), scene.control, scene.origin, scene.toolLength);
   ChangeRules(verifier, [&](auto& rules) {
     rules.poleAngleTolerance = scene.par.GetPoleAngleTolerance();
     rules.hasMarkers = scene.par.GetInterpolationMode() != 0;
@@ -104,31 +98,6 @@ struct Posted {
   Neutral lines;
 };
 
-// Orientations come from angles on the model, so that the machine reaches them; with two rotary
-// axes some paths go through a pole or beside it, and some leap.
-template <class AnyScene>
-Source PathFor(Seeded& random, const AnyScene& scene, int rotary) {
-  const rigid::Machine model = scene.Model();
-  std::vector<double> degs{random.Real(-170, 170), random.Real(-170, 170)};
-  const double steps[] = {random.Real(-20, 20), random.Real(-5, 5)};
-  const int sort = rotary >= 2 ? random.Integer(0, 3) : 0;
-  const Point pole = Rules::Of(scene).pole.Normalized(), across = Across(pole, random);
-  const Point aside = Cross(pole, across) * std::pow(10.0, random.Real(-8, -1));
-  Point tip = random.Vector(200);
-  Source path;
-  const int count = random.Integer(2, 30);
-  for (int i = 0; i < count; ++i) {
-    path.push_back({tip, ToPoint(model.At({}, degs).axis), random.Real(100, 5000)});
-    if (sort == 1) path.back().orientation = pole + aside + across * (0.03 * (i - count / 2));
-    if (random.Chance(0.1)) path.back().rapid = true;
-    if (random.Chance(0.1)) path.back().link = random.Integer(0, 5);
-    for (std::size_t k = 0; rotary > 0 && k < 2; ++k) degs[k] += steps[k] * random.Real(0, 1);
-    if (sort == 2 && random.Chance(0.2)) degs = {random.Real(-170, 170), random.Real(-170, 170)};
-    if (sort != 2 || random.Chance(0.8)) tip += random.Vector(8);
-  }
-  return path;
-}
-
 /// Notes what the blocks say, by their line.
 struct Notes : post::zvBlockSink {
   std::map<std::uint64_t, post::zvVerifiedBlock> blocks;
@@ -154,6 +123,14 @@ void ExpectBounds(const Notes& notes, const AnyScene& scene, const Lines& lines,
   }
 }
 
+// Of what the machine can follow: without rotary axes the tool stands, with one it keeps to its
+// cone.
+int PathSortFor(Seeded& random, int rotary) {
+  if (rotary == 0) return kConstant;
+  const int sort = random.Integer(0, kPathSorts - 1);
+  return rotary == 1 && sort == kThroughPole ? kSweep : sort;
+}
+
 // A posting that no tolerance was asked of keeps all but the law.
 template <class AnyScene>
 void ExpectOwnPostingVerified(Seeded& random, AnyScene scene, int rotary, int& posted) {
@@ -161,9 +138,8 @@ void ExpectOwnPostingVerified(Seeded& random, AnyScene scene, int rotary, int& p
   scene.par.SetMaxAngleJump(random.Real(60, 180));
   scene.par.SetInterpolateByDistance(random.Chance(0.3));
   scene.par.SetInterpolationDistance(random.Real(0.7, 6));
-  const auto control = static_cast<zv5axControlDef::angleLimit>(random.Integer(0, 2));
-  scene.control.SetFirstAxisLimit(control);
-  scene.control.SetSecondAxisLimit(control);
+  const int wrap = random.Integer(0, 2);
+  scene.control = Wrapping(wrap, wrap);
   if constexpr (requires { scene.machine.secondRange; }) {
     if (random.Chance(0.5))
       scene.machine.spindle = scene.machine.first;  // then it reaches its pole
@@ -179,7 +155,10 @@ void ExpectOwnPostingVerified(Seeded& random, AnyScene scene, int rotary, int& p
       m.range = range;
     scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
   }
-  const PathBuilder path = Build(PathFor(random, scene, rotary));
+  const int sort = PathSortFor(random, rotary);
+  const double aside = std::pow(10, random.Real(-8, -1));
+  const PathBuilder path =
+      Build(RandomPath(random, scene.Model(), Rules::Of(scene).pole, sort, aside));
   auto creator = CreatorOf(scene);
   const Outcome outcome = PostBy(creator, path);
   const Lines& lines = outcome.lines;
@@ -422,8 +401,7 @@ TEST_F(Mutants, ToleranceSpeedAndCountsAreKept) {
 TEST(PostingVerifier, SeesRapidLinesOutOfOrderAndWhereNothingTurns) {
   FiveAxisScene scene;
   scene.par.SetInterpolateRapidMoves(true);
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(5);
+  DivideByDistance(scene.par, 5);
   scene.par.SetMaxAngleStep(3);
   const Point tilted = scene.Tool(40, 30), top{40, 5, 55};
   const Posted posted(scene, {{{0, 0, 60}, scene.Tool(5, 30), 1000, true},
@@ -590,7 +568,7 @@ TEST(PostingVerifier, JudgesSpeedsInBlocksShorterThanTheLineTolerance) {
 TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {
   Seeded random;
   const SixAxisScene scene = RandomSixAxisScene(random);
-  const Posted posted(scene, PathFor(random, scene, 3));
+  const Posted posted(scene, RandomPath(random, scene.Model(), scene.machine.first, kSweep));
   ASSERT_GT(posted.lines.size(), 2u);
   EXPECT_EQ(posted.Found([](Neutral& l) { l[1].degs[2] += 1e-3; }), (Places{{kLineAxisOff, 1, 5}}));
 }
@@ -606,5 +584,4 @@ TEST(PostingVerifier, RefusesMovesOfAnotherClassAndSetupsWithoutNumbers) {
 }
 
 }  // namespace
-
 }  // namespace tests
