@@ -14,21 +14,17 @@ namespace tests {
 using kintree::mkdMatrix;
 using FloatVector = kintree::mkdAxis::Vector;
 
-inline misc::zvAutoPointer<kintree::mkdTranslationalAxis> Slide(const std::wstring& name,
-                                                                const FloatVector& direction = {
-                                                                    1, 0, 0}) {
+inline auto Slide(const std::wstring& name, const FloatVector& direction = {1, 0, 0}) {
   return misc::MakeAutoPointer<kintree::mkdTranslationalAxis>(name, direction, kMetric);
 }
-inline misc::zvAutoPointer<kintree::mkdRotationalAxis> Swivel(const std::wstring& name,
-                                                              const FloatVector& direction = {0, 0,
-                                                                                              1},
-                                                              const FloatVector& pivot = {}) {
+inline auto Swivel(const std::wstring& name, const FloatVector& direction = {0, 0, 1},
+                   const FloatVector& pivot = {}) {
   return misc::MakeAutoPointer<kintree::mkdRotationalAxis>(name, direction, pivot, kMetric);
 }
-inline misc::zvAutoPointer<kintree::mkdCoordinateTransform> Transform(const std::wstring& name) {
+inline auto Transform(const std::wstring& name) {
   return misc::MakeAutoPointer<kintree::mkdCoordinateTransform>(name, kMetric);
 }
-inline misc::zvAutoPointer<kintree::mkdPolygonalGeometry> Body(const std::wstring& name) {
+inline auto Body(const std::wstring& name) {
   return misc::MakeAutoPointer<kintree::mkdPolygonalGeometry>(
       name, misc::MakeAutoPointer<cadcam::zvTMesh<float>>(), L"", kMetric);
 }

@@ -1,9 +1,12 @@
 // Postings and what they end in, as plain values.
 #pragma once
 
+#include <kandrel/post/model/path_tolerance.h>
 #include <kandrel/post/model/posted_move.h>
 #include <kandrel/post/model/posting_counts.h>
+#include <kandrel/post/model/tolerance_report.h>
 #include <tests/support/laws.h>
+#include <tests/support/numbers.h>
 #include <tests/support/testing.h>
 #include <tests/support/throws_id.h>
 
@@ -47,6 +50,10 @@ struct Outcome {
   Lines lines{};         ///< as they stand in its list, after an error too
   post::zvPostingCounts counts{};
   post::zvKDRParam::SolutionIndex index = post::zvKDRParam::firstSolution;  ///< as it stays
+  post::zvToleranceReport report{};
+  friend bool operator==(const Outcome& a, const Outcome& b) {
+    return a.id == b.id && a.lines == b.lines;
+  }
 };
 
 template <class Creator>
@@ -55,6 +62,7 @@ Outcome PostBy(Creator& creator, const cadcam::zvToolPath& path, bool small = fa
   if (creator.GetPostedList()) outcome.lines = LinesOf(*creator.GetPostedList());
   if constexpr (requires { creator.GetCounts(); }) outcome.counts = creator.GetCounts();
   outcome.index = creator.GetPar().GetFirstMoveSolutionIndex();
+  outcome.report = creator.GetToleranceReport();
   return outcome;
 }
 template <class AnyScene>
@@ -65,13 +73,16 @@ auto CreatorOf(const AnyScene& scene) {
     return scene.Creator();
 }
 template <class AnyScene>
-Outcome Post(const AnyScene& scene, const PathBuilder& path, bool small = false) {
+Outcome Post(const AnyScene& scene, const PathBuilder& path, bool small = false,
+             const post::zvPathTolerance& tolerance = {}) {
   auto creator = CreatorOf(scene);
+  creator.SetPathTolerance(tolerance);
   return PostBy(creator, path, small);
 }
 template <class AnyScene>
-Outcome Post(const AnyScene& scene, const Source& source, bool small = false) {
-  return Post(scene, Build(source), small);
+Outcome Post(const AnyScene& scene, const Source& source, bool small = false,
+             const post::zvPathTolerance& tolerance = {}) {
+  return Post(scene, Build(source), small, tolerance);
 }
 
 }  // namespace tests

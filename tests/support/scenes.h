@@ -22,6 +22,19 @@ using post::zv5axControlDef;
 using post::zvKDRParam;
 using Range = std::pair<double, double>;
 
+/// How a control writes the rotary axes, by the numbers of angleLimit.
+inline zv5axControlDef Wrapping(double first, double second) {
+  zv5axControlDef control;
+  control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(first));
+  control.SetSecondAxisLimit(static_cast<zv5axControlDef::angleLimit>(second));
+  return control;
+}
+/// Steps are divided by their length too.
+inline void DivideByDistance(zvKDRParam& par, double distance) {
+  par.SetInterpolateByDistance(true);
+  par.SetInterpolationDistance(distance);
+}
+
 /// What the definitions of all machines have, with the same defaults.
 struct LinearSetup {
   Point spindle{0, 0, 1};
@@ -67,6 +80,15 @@ struct Scene {
   /// The length against which errors of positions are measured.
   double Size() const { return 1 + origin.Length() + std::fabs(toolLength) + machine.Reach(); }
 };
+
+/// The definition of a scene's machine, that of six axes where there is one.
+template <class AnyScene>
+auto MachDefOf(const AnyScene& scene) {
+  if constexpr (requires { scene.thirdAngle; })
+    return scene.MachDef();
+  else
+    return scene.machine.MachDef();
+}
 
 /// A unit vector across `p`.
 inline Point Across(const Point& p, Seeded& random) {

@@ -3,7 +3,6 @@
 
 #include <kandrel/post/creators/six_axis_creator.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/source_path.h>
 
 namespace tests {
 
@@ -49,26 +48,6 @@ inline SixAxisScene RandomSixAxisScene(Seeded& random) {
   scene.thirdPivot = random.Vector(500);
   scene.thirdAngle = random.Real(-400, 400);
   return scene;
-}
-
-/// A path over orientations that the machine reaches, as angles on its model tell.
-inline Source RandomReachablePath(Seeded& random, const FiveAxisScene& scene, int count) {
-  const auto model = scene.Model();
-  double first = random.Real(-170, 170);
-  double second = random.Real(-170, 170);
-  const double firstStep = random.Real(-40, 40);
-  const double secondStep = random.Real(-10, 10);
-  Point tip = random.Vector(200);
-  Source path;
-  for (int i = 0; i < count; ++i) {
-    path.push_back({tip, ToPoint(model.At({}, first, second).axis), random.Real(100, 5000)});
-    if (random.Chance(0.1)) path.back().rapid = true;
-    if (random.Chance(0.1)) path.back().link = random.Integer(0, 5);
-    first += firstStep * random.Real(0, 1);
-    second += secondStep * random.Real(0, 1);
-    tip += random.Vector(8);
-  }
-  return path;
 }
 
 }  // namespace tests

@@ -1,6 +1,6 @@
 #include <kandrel/post/creators/creator_caster.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/posting.h>
+#include <tests/support/throws_id.h>
 
 namespace {
 

@@ -3,10 +3,9 @@
 #include <kandrel/cadcam/cadcam_exception.h>
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/posting.h>
+#include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvKDRParam;
@@ -17,7 +16,7 @@ constexpr auto kUnknownCheck = static_cast<zvKDRParam::LimitsCheck>(7);
 template <class C>
 struct EachCreator : testing::Test, Workshop<C> {
   PathBuilder path = Workshop<C>::Path(3, 2);
-  cadcam::zvToolPath inchPath = PathBuilder(kInch).Contour({Move5({}, {0, 0, 1})}).Path();
+  PathBuilder inchPath = PathBuilder(kInch).Contour({Move5({}, {0, 0, 1})});
 };
 TYPED_TEST_SUITE(EachCreator, EveryCreator);
 
@@ -51,7 +50,7 @@ TYPED_TEST(EachCreator, SharesItsListUntilItDiesOrStartsAnother) {
     creator.SetPostedList(nullptr);
     EXPECT_TRUE(creator.GetPostedList()->IsEmpty());
     third = creator.Post(this->path, false);
-    EXPECT_EQ(Post(copy, this->path), Post(creator, this->path));
+    EXPECT_EQ(PostBy(copy, this->path), PostBy(creator, this->path));
     third = creator.GetPostedList();
     EXPECT_EQ(IdOf([&] { creator.Post(this->inchPath, true); }), 5033u);
     EXPECT_EQ(third->GetCount(), 3u);
@@ -77,14 +76,14 @@ TYPED_TEST(EachCreator, ChecksNothingWithoutAFirstPassAndTheSetUpWithoutMoves) {
   EXPECT_TRUE(creator.Post(none, false)->IsEmpty()) << "an empty first pass hides a full second";
 
   const PathBuilder slice = PathBuilder().Contour({});
-  EXPECT_EQ(PostAnew(*this, PathBuilder(kInch).Contour({})).id, 5033u);
-  EXPECT_EQ(PostAnew(*this, slice).id, 5039u);
+  EXPECT_EQ(Post(*this, PathBuilder(kInch).Contour({})).id, 5033u);
+  EXPECT_EQ(Post(*this, slice).id, 5039u);
   this->origin.x = 0;
-  EXPECT_EQ(PostAnew(*this, slice).id, 5046u);
+  EXPECT_EQ(Post(*this, slice).id, 5046u);
   this->par.SetLimitsCheck(zvKDRParam::checkAllAxes);
   this->par.SetAlignToolpath(true);
   if constexpr (TestFixture::kAxes == 6) this->machDef.SetThirdAngle(kNaN);
-  EXPECT_EQ(PostAnew(*this, slice).id, 0u);
+  EXPECT_EQ(Post(*this, slice).id, 0u);
 }
 
 TYPED_TEST(EachCreator, TellsTheFirstFaultOfTheOrderAndLeavesWhatWasPosted) {
@@ -122,13 +121,13 @@ TYPED_TEST(EachCreator, TellsTheFirstFaultOfTheOrderAndLeavesWhatWasPosted) {
   for (const auto& c : cases) {
     Shop shop;
     if (c.change) c.change(shop);
-    const auto outcome = PostAnew(shop, PathBuilder().Contour(c.moves));
+    const auto outcome = Post(shop, PathBuilder().Contour(c.moves));
     EXPECT_EQ(outcome.id, c.id) << c.name;
     EXPECT_EQ(outcome.lines.size(), c.id != 0 && Shop::kAxes == 6 ? 0 : c.left) << c.name;
   }
-  EXPECT_EQ(PostAnew(*this, this->inchPath).id, 5033u);
-  EXPECT_EQ(PostAnew(*this, PathBuilder().Contour({good, zero}).Link(6, {turned})).id, 2637u);
-  EXPECT_EQ(PostAnew(*this, PathBuilder().Contour({noNumber}).Link(6, {turned})).id, 5039u);
+  EXPECT_EQ(Post(*this, this->inchPath).id, 5033u);
+  EXPECT_EQ(Post(*this, PathBuilder().Contour({good, zero}).Link(6, {turned})).id, 2637u);
+  EXPECT_EQ(Post(*this, PathBuilder().Contour({noNumber}).Link(6, {turned})).id, 5039u);
 }
 
 // Whatever the parameters and limits are, a posting ends: with a list, or with an error.
@@ -158,7 +157,7 @@ TYPED_TEST(EachCreator, EndsOnAbsurdParametersAndLimits) {
         shop.SetRange(-360, 360);
         if (isChecked) shop.par.SetLimitsCheck(zvKDRParam::checkAllAxes);
         set(shop, odd);
-        const auto outcome = PostAnew(shop, turns);
+        const auto outcome = Post(shop, turns);
         const bool isLimit = isChecked && outcome.id >= 5010 && outcome.id <= 5019;
         EXPECT_TRUE(outcome.id == 0 || outcome.id == 5039 || isLimit)
             << outcome.id << ' ' << odd << ' ' << &set - fields;
@@ -206,6 +205,29 @@ TYPED_TEST(EachCreator, MarksSingleMovesAndRefusesWhatAPathRefuses) {
   EXPECT_EQ(IdOf([&] { unknown.PostMoveWithinMachLimits(move, type); }), isTurned ? 5046u : 0u);
 }
 
+TYPED_TEST(EachCreator, APathToleranceGoesWithCopiesAndTheFacadeAndCanBeTakenBack) {
+  constexpr bool kIs3 = TestFixture::kAxes == 3;  // whose lines hold any tolerance
+  const post::zvPathTolerance tolerance(kIs3 ? 1e-300 : 0.01, kIs3 ? 1e300 : 0.1);
+  const auto turning = TestFixture::Path(20, 7);
+  TypeParam creator = this->Creator();
+  const Outcome plain = PostBy(creator, turning);
+  creator.SetPathTolerance(tolerance);
+  const Outcome held = PostBy(creator, turning);
+  EXPECT_EQ(held == plain, kIs3);
+  EXPECT_TRUE(held.report.IsHeld());
+  EXPECT_EQ(PostBy(creator, turning, true).lines, Small(held.lines));
+  TypeParam copy(creator);
+  EXPECT_TRUE(PostBy(copy, turning) == held);
+  zvKDR5AxBase facade(this->machDef, this->control, this->par, this->origin, this->toolLength);
+  facade.SetPathTolerance(tolerance);
+  EXPECT_EQ(facade.Post(turning).GetCount(), held.lines.size());
+  EXPECT_TRUE(facade.GetToleranceReport().IsHeld());
+  facade.SetPathTolerance({});
+  EXPECT_EQ(facade.Post(turning).GetCount(), plain.lines.size());
+  creator.SetPathTolerance({});
+  EXPECT_TRUE(PostBy(creator, turning) == plain);
+}
+
 TYPED_TEST(EachCreator, CopiesMachineAndParametersAndRefersToTheRest) {
   using Pointer = misc::zvAutoPointer<post::zvMachDef>;
   this->toolLength = 5;
@@ -217,12 +239,12 @@ TYPED_TEST(EachCreator, CopiesMachineAndParametersAndRefersToTheRest) {
     return TypeParam(definition, this->control, this->par, this->origin, this->toolLength);
   };
   TypeParam byPointer = make(this->machDef.Clone());
-  const auto expected = Post(creator, this->path);
-  EXPECT_EQ(Post(byPointer, this->path), expected);
+  const auto expected = PostBy(creator, this->path);
+  EXPECT_EQ(PostBy(byPointer, this->path), expected);
   this->machDef.SetUnits(kInch);
   this->machDef.SetSpindleDirection({0, 0, 2});
   this->par.SetLimitsCheck(kUnknownCheck);
-  EXPECT_EQ(Post(creator, this->path), expected);
+  EXPECT_EQ(PostBy(creator, this->path), expected);
 
   creator.SetMachDef(this->machDef);
   byPointer.SetMachDef(this->machDef.Clone());
@@ -237,7 +259,7 @@ TYPED_TEST(EachCreator, CopiesMachineAndParametersAndRefersToTheRest) {
     EXPECT_EQ(IdOf([&] { one->SetMachDef(other); }), 5043u);
     EXPECT_EQ(IdOf([&] { one->SetMachDef(Pointer()); }), kNullPointer);
     EXPECT_EQ(one->GetMachDef().GetSpindleDirection(), Point(0, 0, 1));
-    EXPECT_EQ(Post(*one, this->path).id, 5032u) << "as the one before the refused";
+    EXPECT_EQ(PostBy(*one, this->path).id, 5032u) << "as the one before the refused";
     one->GetMachDefPtr()->SetUnits(kMetric);
     EXPECT_EQ(one->GetMachDefPtr()->GetUnits(), kInch) << "a copy is given";
   }
@@ -263,7 +285,7 @@ TYPED_TEST(AligningCreator, KeepsAnAlignmentUntilAnotherReplacesIt) {
   const auto matrix = creator.GetAlignMatrix();
   ASSERT_TRUE(matrix);
   // What fits is turned by the old matrix, and so no longer fits.
-  EXPECT_EQ(Post(creator, this->path).id, kIs3 ? 5029u : 5030u);
+  EXPECT_EQ(PostBy(creator, this->path).id, kIs3 ? 5029u : 5030u);
   EXPECT_EQ(creator.GetAlignMatrix(), matrix);
   const auto single = creator.PostMove(Move5({1, 2, 3}, {1, 0, 0}), zvPostedMove::noLink);
   EXPECT_LT((single.GetPartPosition() - *matrix * Point(1, 2, 3)).Length(), 1e-12);
@@ -273,7 +295,7 @@ TYPED_TEST(AligningCreator, KeepsAnAlignmentUntilAnotherReplacesIt) {
   EXPECT_NE(copy.GetAlignMatrix(), matrix);
   EXPECT_EQ(*copy.GetAlignMatrix(), *matrix);
   creator.SetAlignMatrix(nullptr);
-  EXPECT_EQ(Post(creator, this->path).id, 0u);
+  EXPECT_EQ(PostBy(creator, this->path).id, 0u);
 }
 
 // A temporary bound to a reference would be gone at the first use.
@@ -304,5 +326,4 @@ static_assert(
     !std::is_constructible_v<post::zvPosted3axMoveMaker, const post::zv3axMachDef&, Point, double>);
 
 }  // namespace
-
 }  // namespace tests

@@ -1,15 +1,13 @@
-// What a 5-axis creator keeps, copies and refers to between postings, and its single moves.
+// What a 5-axis creator keeps, copies and refers to between postings, its single moves, and what it
+// refuses: by which of several faults, and what it leaves in its list.
 #include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/posting.h>
-#include <tests/support/toolpath_builders.h>
+#include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvPosted5axMove;
-using Outcome = Posting<zvPosted5axMove>;
 using Change = std::function<void(FiveAxisScene&)>;
 
 constexpr auto kNone = zv5axControlDef::angleLimitNone;
@@ -41,10 +39,7 @@ Change Set(Setter set, Value value) {
   return [=](FiveAxisScene& s) { (s.par.*set)(value); };
 }
 Change Wraps(zv5axControlDef::angleLimit first, zv5axControlDef::angleLimit second) {
-  return [=](FiveAxisScene& s) {
-    s.control.SetFirstAxisLimit(first);
-    s.control.SetSecondAxisLimit(second);
-  };
+  return [=](FiveAxisScene& s) { s.control = Wrapping(first, second); };
 }
 // A member of the machine.
 template <class Setup, class Value>
@@ -122,12 +117,12 @@ TEST(FiveAxisCreator, ReadsTheCallersObjectsWhereItSolvesAndItsCopyElsewhere) {
     SCOPED_TRACE(c.name);
     FiveAxisScene scene;
     for (const Change& prepare : c.prepare) prepare(scene);
-    const Outcome asMade = PostAnew(scene, c.path);
+    const Outcome asMade = Post(scene, c.path);
     zvPosted5axTPCreator creator = scene.Creator();
     c.change(scene);
-    const Outcome asChanged = PostAnew(scene, c.path);
+    const Outcome asChanged = Post(scene, c.path);
     ASSERT_FALSE(asMade == asChanged);
-    EXPECT_TRUE(Post(creator, c.path) == (c.isSeen ? asChanged : asMade));
+    EXPECT_TRUE(PostBy(creator, c.path) == (c.isSeen ? asChanged : asMade));
   }
 }
 
@@ -153,20 +148,19 @@ TEST(FiveAxisCreator, ANewMachineReachesWhatMendsAListButNotSolutions) {
     scene.par.SetMaxAngleStep(0);
     scene.par.SetMaxAngleJump(20);
     scene.par.SetLimitsCheck(zvKDRParam::checkLinearAxes);
-    const Outcome asMade = PostAnew(scene, c.path);
+    const Outcome asMade = Post(scene, c.path);
     zvPosted5axTPCreator creator = scene.Creator();
     c.change(scene);
     const post::zv5axMachDef changed = scene.machine.MachDef();
     creator.SetMachDef(changed);
-    EXPECT_FALSE(PostAnew(scene, c.path) == asMade);
-    EXPECT_EQ(Post(creator, c.path) == asMade, !c.isSeen);
+    EXPECT_FALSE(Post(scene, c.path) == asMade);
+    EXPECT_EQ(PostBy(creator, c.path) == asMade, !c.isSeen);
     EXPECT_EQ(creator.GetMachDef().GetFirstRotationPivot(), changed.GetFirstRotationPivot());
   }
 }
 
 // The first solution stands at (-80, 30), its mirror at (100, -30).
 TEST(FiveAxisCreator, SingleMovesWithinLimits) {
-  using Limit = zv5axControlDef::angleLimit;
   for (const auto& c : NumberCases("creators/data/five_axis_single_moves.txt")) {
     SCOPED_TRACE(c.line);
     FiveAxisScene scene;
@@ -174,7 +168,7 @@ TEST(FiveAxisCreator, SingleMovesWithinLimits) {
     scene.machine.secondRange = {c[1][2], c[1][3]};
     scene.machine.high.z = c[3][0];
     scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(c[0][0]));
-    Wraps(static_cast<Limit>(c[2][0]), static_cast<Limit>(c[2][1]))(scene);
+    scene.control = Wrapping(c[2][0], c[2][1]);
     const auto creator = scene.Creator();
     const auto move = Move5({1, 2, 3}, scene.Tool(-80, 30));
     const auto expect = [](const misc::zvAutoPointer<zvPosted5axMove>& line,
@@ -193,7 +187,7 @@ TEST(FiveAxisCreator, SingleMovesWithinLimits) {
     if (c[0][0] >= 2 && c[3][0] > 0) {
       scene.par.SetFirstMoveRule(zvKDRParam::bySecondAxis);
       scene.par.SetFirstMovePreferredAngle(c[4].empty() ? -30 : 30);
-      EXPECT_EQ(PostAnew(scene, PathBuilder().Contour({move, move})).id, c[6][0]);
+      EXPECT_EQ(Post(scene, PathBuilder().Contour({move, move})).id, c[6][0]);
     }
   }
 }
@@ -219,19 +213,19 @@ TEST(FiveAxisCreator, AListThatCantBeRewoundIsPostedByTheOtherSolution) {
     zvPosted5axTPCreator creator = scene.Creator();
     // By the mirror solution the angles run from -170 to -120, or over the end from 10 further on.
     const PathBuilder& path = isFirst ? helped : Turns(-27.5, 22.5, 5);
-    const Outcome once = Post(creator, path);
+    const Outcome once = PostBy(creator, path);
     ASSERT_EQ(once.id, 0u);
     const double sign = isFirst ? -1 : 1;
-    for (const zvPosted5axMove& line : once.lines) EXPECT_NEAR(line.GetAngle(1), sign * 30, 1e-9);
+    for (const Line& line : once.lines) EXPECT_NEAR(line.degs[1], sign * 30, 1e-9);
     EXPECT_EQ(creator.GetPar().GetFirstMoveSolutionIndex(),
               isFirst ? zvKDRParam::mirrorSolution : zvKDRParam::firstSolution);
     EXPECT_EQ(scene.par.GetFirstMoveSolutionIndex(), index);
-    EXPECT_TRUE(Post(creator, path) == once);
+    EXPECT_TRUE(PostBy(creator, path) == once);
     // It stays for other paths, and goes with a copy.
-    EXPECT_NEAR(Post(creator, plain).lines.front().GetAngle(1), sign * 30, 1e-9);
+    EXPECT_NEAR(PostBy(creator, plain).lines.front().degs[1], sign * 30, 1e-9);
     zvPosted5axTPCreator copy(creator);
-    EXPECT_NEAR(Post(copy, plain).lines.front().GetAngle(1), sign * 30, 1e-9);
-    EXPECT_NEAR(PostAnew(scene, plain).lines.front().GetAngle(1), -sign * 30, 1e-9);
+    EXPECT_NEAR(PostBy(copy, plain).lines.front().degs[1], sign * 30, 1e-9);
+    EXPECT_NEAR(Post(scene, plain).lines.front().degs[1], -sign * 30, 1e-9);
   }
 }
 
@@ -240,7 +234,7 @@ TEST(FiveAxisCreator, AListThatNothingHelpsTurnsTheSolutionRoundEachTime) {
   const PathBuilder path = Turns(152.5, 402.5, 5);
   zvPosted5axTPCreator creator = scene.Creator();
   for (const auto expected : {zvKDRParam::mirrorSolution, zvKDRParam::firstSolution}) {
-    EXPECT_EQ(Post(creator, path).id, 5018u);
+    EXPECT_EQ(PostBy(creator, path).id, 5018u);
     EXPECT_EQ(creator.GetPar().GetFirstMoveSolutionIndex(), expected);
     // The list is that of the second attempt.
     const double second = expected == zvKDRParam::mirrorSolution ? -30 : 30;
@@ -248,6 +242,69 @@ TEST(FiveAxisCreator, AListThatNothingHelpsTurnsTheSolutionRoundEachTime) {
   }
 }
 
-}  // namespace
+// A head whose second axis lies at 45 degrees reaches down to the horizontal and no further.
+FiveAxisScene NutatingHead() {
+  FiveAxisScene scene;
+  scene.machine.kind = 1;
+  scene.machine.second = {0, 1, 1};
+  scene.machine.secondPivot = {0, 0, 200};
+  return scene;
+}
 
+TEST(FiveAxisFailures, TheFirstFaultInOrderIsReported) {
+  enum Fault { kFaultless, kNoOrientation, kOutOfReach, kOutOfLimits };
+  for (const auto& [name, fault, at, other, otherAt, check, id, left] :
+       Rows<7>("first_faults.txt")) {
+    SCOPED_TRACE(name);
+    FiveAxisScene scene = NutatingHead();
+    scene.machine.high.x = 1000;
+    scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(check));
+    PathBuilder::Moves moves;
+    for (int i = 0; i < 5; ++i) {
+      Point tip{10.0 * i, 0, 0};
+      Point orientation = scene.Tool(10, 20 + 0.5 * i);
+      const auto sort = static_cast<Fault>(at == i ? fault : otherAt == i ? other : 0);
+      if (sort == kNoOrientation) orientation = {};
+      if (sort == kOutOfReach) orientation = {0.6, 0, -0.8};
+      if (sort == kOutOfLimits) tip.x = 2000;
+      moves.push_back(Move5(tip, orientation));
+    }
+    const Outcome outcome = Post(scene, PathBuilder().Contour(moves));
+    EXPECT_EQ(outcome.id, id);
+    ASSERT_EQ(outcome.lines.size(), left);
+    for (int i = 0; i < left; ++i) EXPECT_EQ(outcome.lines[static_cast<std::size_t>(i)].source, i);
+  }
+}
+
+// What fails between two moves leaves the list as it stood before them. This machine reaches from
+// 30 to 90 degrees off its first axis, and the blend passes along it.
+TEST(FiveAxisFailures, AFailureBetweenTwoMovesLeavesNothingBehindTheFirst) {
+  FiveAxisScene scene;
+  scene.machine.first = {0, 1, 0};
+  scene.machine.second = {0, 0.5, std::sqrt(0.75)};
+  const Outcome outcome =
+      Post(scene, Source{{{}, {0.6, 0.75, 0}}, {{}, {0.6, 0.8, 0}}, {{9, 0, 0}, {-0.6, 0.8, 0}}});
+  EXPECT_EQ(outcome.id, 5000u);
+  ASSERT_GE(outcome.lines.size(), 2u);
+  EXPECT_EQ(outcome.lines.back().source, 1);
+  EXPECT_FALSE(outcome.lines.back().inserted);
+}
+
+// Two turns up by steps that need no interpolation.
+TEST(FiveAxisFailures, RangesThatAreNoneEndInTheirLimit) {
+  for (const auto& [name, min, max, id, rewindings] : Rows<4>("odd_ranges.txt"))
+    for (const auto check : {zvKDRParam::checkRotaryAxes, zvKDRParam::checkAllAxes}) {
+      SCOPED_TRACE(name);
+      FiveAxisScene scene;
+      scene.machine.firstRange = {min, max};
+      scene.par.SetLimitsCheck(check);
+      Source source;
+      for (int i = 0; i <= 360; ++i) source.push_back({{10, 0, 0}, scene.Tool(2.5 * i, 30)});
+      const Outcome outcome = Post(scene, source);
+      EXPECT_EQ(outcome.id, id);
+      EXPECT_EQ(outcome.counts.rewindings, rewindings);
+    }
+}
+
+}  // namespace
 }  // namespace tests

@@ -5,7 +5,6 @@
 #include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 constexpr Range kUnlimited{-100000, 100000};
@@ -296,5 +295,4 @@ TEST(FiveAxisLimits, ARewindingInASwingAtTheLinearLimitsIsPosted) {
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -2,11 +2,9 @@
 // solution.
 #include <tests/post/creators/rows.h>
 #include <tests/support/five_axis_scenes.h>
-#include <tests/support/numbers.h>
 #include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using Angles = std::vector<std::pair<double, double>>;
@@ -198,5 +196,4 @@ TEST(FiveAxisPaths, TheSolverOffersWhatAPostingDoes) {
 }
 
 }  // namespace
-
 }  // namespace tests

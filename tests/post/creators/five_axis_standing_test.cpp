@@ -4,7 +4,6 @@
 #include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 Source Along(const Point& tool) {
@@ -21,11 +20,6 @@ FiveAxisScene Trunnion() {
   return scene;
 }
 
-void Wrap(FiveAxisScene& scene, double first, double second) {
-  scene.control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(first));
-  scene.control.SetSecondAxisLimit(static_cast<zv5axControlDef::angleLimit>(second));
-}
-
 void Prefer(FiveAxisScene& scene, double rule, double deg) {
   scene.par.SetFirstMoveRule(static_cast<zvKDRParam::FirstMoveRule>(rule));
   scene.par.SetFirstMovePreferredAngle(deg);
@@ -40,7 +34,7 @@ TEST(FiveAxisStanding, AxesStandWhereRulesRangesAndControlPutThem) {
       Prefer(scene, c[1][1], c[1][2]);
       scene.machine.firstRange = {c[2][0], c[2][1]};
       scene.machine.secondRange = {c[2][2], c[2][3]};
-      Wrap(scene, c[3][0], c[3][1]);
+      scene.control = Wrapping(c[3][0], c[3][1]);
       if (c[4][0] != 0) {  // the spindle so near the second axis that its angle isn't determined
         scene.machine.first = {1, 0, 0};
         scene.machine.second = {1e-7, 0, 1};
@@ -83,7 +77,7 @@ TEST(FiveAxisStanding, TakesTheGeneralWayWhereItMust) {
     FiveAxisScene scene = Trunnion();
     scene.par.SetPoleHandling(static_cast<zvKDRParam::PoleHandling>(handling));
     scene.machine.axes[1].x = skew;
-    Wrap(scene, 1, 2);
+    scene.control = Wrapping(1, 2);
     Prefer(scene, zvKDRParam::bySecondAxis, -30);
     Source path = Along(scene.Tool(40, -30));
     path.back().orientation = (path.back().orientation + Point{x, y, z}) * times;
@@ -110,8 +104,7 @@ TEST(FiveAxisStanding, TipProgrammedMachinesAddTheToolLengthAtZeroAlone) {
 TEST(FiveAxisStanding, LinearLimitsAndDistancesAreThoseOfThreeAxes) {
   FiveAxisScene scene = Trunnion();
   const Source path = Along(scene.Tool(40, 30));
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(7);
+  DivideByDistance(scene.par, 7);
   const Lines lines = Post(scene, path).lines;
   EXPECT_GT(lines.size(), 3u + 120 / 7);
   ExpectPoses(Rules::Of(scene), lines);
@@ -125,5 +118,4 @@ TEST(FiveAxisStanding, LinearLimitsAndDistancesAreThoseOfThreeAxes) {
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -1,13 +1,10 @@
 #include <tests/post/creators/rows.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/posting.h>
-#include <tests/support/source_path.h>
+#include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
-using post::zvPosted4axMove;
 using post::zvPostedMove;
 
 constexpr auto kLinear = zvKDRParam::checkLinearAxes;
@@ -20,10 +17,6 @@ Source AtAngles(const FourAxisScene& scene, const std::vector<double>& degs) {
   for (const double deg : degs)
     source.push_back({{10.0 * static_cast<double>(source.size()), 5, 0}, scene.DirectionAt(deg)});
   return source;
-}
-
-Posting<zvPosted4axMove> Post(const FourAxisScene& scene, const Source& source) {
-  return PostAnew(scene, Build(source), true);
 }
 
 TEST(FourAxisCreator, NearTheSpindleAnglesAreExact) {
@@ -43,13 +36,11 @@ TEST(FourAxisCreator, AnglesOfKnownRuns) {
     scene.par.SetMaxAngleJump(180);
     scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(c[3][0]));
     scene.machine.range = {c[2][0], c[2][1]};
-    scene.control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(c[3][1]));
-    scene.control.SetSecondAxisLimit(
-        zv5axControlDef::angleLimit360);  // which this machine has no axis for
+    scene.control = Wrapping(c[3][1], 1);  // of which this machine has the first axis alone
     const auto lines = Post(scene, AtAngles(scene, c[0])).lines;
     ASSERT_EQ(lines.size(), c[1].size());
     for (std::size_t i = 0; i < lines.size(); ++i)
-      EXPECT_NEAR(lines[i].GetRotaryAngle(), c[1][i], 1e-9) << i;
+      EXPECT_NEAR(lines[i].degs[0], c[1][i], 1e-9) << i;
   }
 }
 
@@ -59,11 +50,11 @@ TEST(FourAxisCreator, LargeJumpsAreMadeOffThePart) {
   scene.par.SetRetractToLimits(true);
   scene.machine.high = {1000, 1000, 77};
   const auto source = AtAngles(scene, {0, 150, 151});
-  const auto [id, lines, counts] = PostAnew(scene, Build(source));
-  ASSERT_EQ(lines.size(), 5u);
-  EXPECT_EQ(counts.largeJumps, 1u);
-  EXPECT_EQ(lines[1].GetMachinePosition().z, 77);
-  EXPECT_TRUE(lines[1].IsRapid() && lines[2].IsRapid());
+  const Outcome outcome = Post(scene, source);
+  ASSERT_EQ(outcome.lines.size(), 5u);
+  EXPECT_EQ(outcome.counts.largeJumps, 1u);
+  EXPECT_EQ(outcome.lines[1].machine.z, 77);
+  EXPECT_TRUE(outcome.lines[1].rapid && outcome.lines[2].rapid);
   scene.par.SetMaxAngleJump(150.5);
   EXPECT_EQ(Post(scene, source).lines.size(), 3u) << "no jump";
   scene.par.SetMaxAngleJump(120);
@@ -137,8 +128,7 @@ TEST(FourAxisCreator, SingleMovesWithinLimits) {
     scene.machine.range = {low, high};
     scene.machine.high.x = highX;
     scene.par.SetLimitsCheck(static_cast<zvKDRParam::LimitsCheck>(check));
-    scene.control.SetFirstAxisLimit(static_cast<zv5axControlDef::angleLimit>(wrap));
-    scene.control.SetSecondAxisLimit(zv5axControlDef::angleLimit360);
+    scene.control = Wrapping(wrap, 1);
     const auto creator = scene.Creator();
     const auto move = Move5({0, 0, 0}, scene.DirectionAt(at));
     const auto within = [&] {
@@ -172,15 +162,15 @@ TEST(FourAxisCreator, ANewMachineReachesChecksButNotSolutions) {
   scene.toolLength = 10;
   auto creator = scene.Creator();
   const auto path = Build(AtAngles(scene, {0, 40}));
-  const auto before = Post(creator, path);
+  const auto before = PostBy(creator, path);
   scene.machine.pivot = {0, 50, 0};
   creator.SetMachDef(scene.machine.MachDef());
-  EXPECT_EQ(Post(creator, path), before);
+  EXPECT_EQ(PostBy(creator, path), before);
   EXPECT_EQ(creator.GetMachDef().GetRotationPivot(), Point(0, 50, 0));
   // Its cone is another.
   scene.machine.spindle = {1, 0, 1};
   creator.SetMachDef(scene.machine.MachDef());
-  EXPECT_EQ(Post(creator, path).id, 5030u);
+  EXPECT_EQ(PostBy(creator, path).id, 5030u);
 }
 
 // The jump at the edge of the pole's cone can't be divided away: steps far below the pole's
@@ -197,6 +187,127 @@ TEST(FourAxisCreator, FineStepsEndAtTheEdgeOfAPole) {
     }
 }
 
-}  // namespace
+// Its paths are posted move by move, with nothing between.
+FourAxisScene Plain(FourAxisScene scene = {}) {
+  scene.par.SetMaxAngleStep(0);
+  scene.par.SetMaxAngleJump(1000);
+  return scene;
+}
 
+Line Alone(const FourAxisScene& scene, const SourceMove& move) {
+  return LineOf(
+      scene.Creator().PostMove(Move5(move.tip, move.orientation), post::zvPostedMove::noLink));
+}
+
+// A path is solved some moves at a time; each must come out to the bit as it does alone, whatever
+// stands beside it.
+TEST(FourAxisPaths, ArePostedAsTheirMovesAreAlone) {
+  Seeded random;
+  const int rounds = Rounds(600);
+  int alike = 0;
+  for (int i = 0; i < rounds; ++i) {
+    FourAxisScene scene = Plain(RandomFourAxisScene(random));
+    scene.par.SetPoleAngleTolerance(random.Chance(0.5) ? 0.1 : random.Real(1, 10));
+    const auto any = [&](const std::array<double, 4>& values, int from, int to) {
+      return values[static_cast<std::size_t>(random.Integer(from, to))];
+    };
+    Source source;
+    for (int k = random.Integer(2, 200); k > 0; --k) {
+      const double apart = any({0, 1e-6, 5e-4, 1e-3}, 0, 3);
+      const double deg = random.Chance(0.8)   ? random.Real(-180, 180)
+                         : random.Chance(0.5) ? 180 - apart
+                                              : -apart;
+      const bool isUsual = random.Chance(0.9);
+      const double length = any({1, 1.1, 1e-200, 1e200}, isUsual ? 0 : 2, isUsual ? 1 : 3);
+      const bool isOnAxis = scene.machine.onTable && random.Chance(0.02);
+      source.push_back({isOnAxis ? scene.machine.pivot - scene.origin : random.Vector(200),
+                        scene.Tool(deg) * length});
+      if (length == 1 && random.Chance(0.05))
+        source.back().orientation = Rounded(source.back().orientation);
+      if (isOnAxis && random.Chance(0.5))  // hardly off it, far from the pivot
+        source.back().tip += scene.machine.axis.Normalized() * 900 + random.Vector(1e-10);
+    }
+    const Lines lines = Post(scene, source).lines;
+    ASSERT_EQ(lines.size(), source.size()) << i;
+    for (std::size_t k = 0; k < lines.size(); ++k) {
+      const Line alone = Alone(scene, source[k]);
+      const double deg = lines[k].degs[0];
+      ASSERT_EQ(lines[k].machine, alone.machine) << i << ' ' << k;
+      ASSERT_EQ(deg, alone.degs[0] + 360 * std::round((deg - alone.degs[0]) / 360)) << i;
+      ASSERT_EQ(lines[k].source, static_cast<int>(k)) << i;
+      ++alike;
+    }
+  }
+  EXPECT_GT(alike, 80 * rounds);
+}
+
+// A turn shows at any distance from the axis above 1e-12, and none below; alone and in a path.
+TEST(FourAxisPaths, TurnPointsByTheirDistanceFromTheAxis) {
+  const FourAxisScene scene = Plain();
+  for (const double y : {1e-10, 1.1e-12, 0.9e-12}) {
+    const Source source(2, {{1000, y, 0}, scene.Tool(120)});
+    const Line alone = Alone(scene, source[0]);
+    EXPECT_NEAR(alone.machine.y, y > 1e-12 ? -y / 2 : y, 1e-25);
+    for (const Line& line : Post(scene, source).lines) EXPECT_EQ(line.machine, alone.machine);
+  }
+}
+
+// An orientation hardly off the cone, on either side of it, has the turn of the one on it and stays
+// as it was given.
+TEST(FourAxisPaths, SolveOrientationsNearTheConeAsOnIt) {
+  Seeded random;
+  FourAxisScene scene = Plain();
+  for (const double opening : {20.0, 45.0, 90.0, 120.0}) {
+    scene.machine.spindle = SpindleAt(scene.machine.axis, opening, random);
+    for (const double deg : {-170.0, -60.0, 2.0, 80.0})
+      for (const double off : {-0.99e-6, 1e-9, 0.99e-6}) {
+        const Point on = scene.Tool(deg);
+        const Point across = Cross(Cross(on, scene.machine.axis), on).Normalized();
+        const Source source(2, {{10, 20, 30}, on + off * across});
+        for (const Line& line : Post(scene, source).lines) {
+          EXPECT_NEAR(line.degs[0], deg, 1e-9) << opening << ' ' << off;
+          EXPECT_EQ(line.orientation, source[0].orientation);
+        }
+      }
+  }
+}
+
+// Checks then follow the new machine and solutions the old one, whose cone says nothing about what
+// lies between.
+TEST(FourAxisPaths, AreBlendedAsTheyStandAfterAChangeOfTheMachine) {
+  const FourAxisScene scene;
+  FourAxisScene other;
+  other.machine.axis = {0, 1, 0};
+  auto creator = scene.Creator();
+  creator.SetMachDef(other.machine.MachDef());
+  const Lines lines =
+      PostBy(creator, Build({{{0, 0, 0}, other.Tool(-20)}, {{9, 0, 0}, other.Tool(-60)}})).lines;
+  EXPECT_GT(lines.size(), 10u);
+  double tilt = 0;
+  for (const Line& line : lines) {
+    EXPECT_NEAR(line.orientation.Length(), 1, 1e-12);
+    EXPECT_NEAR(line.orientation.y, 0, 1e-12);
+    EXPECT_GT(line.orientation.x, tilt);
+    tilt = line.orientation.x;
+  }
+}
+
+// Nor may a move that can't be posted hide beside one that can.
+TEST(FourAxisPaths, AreRefusedWhereverTheFaultStands) {
+  const auto faults = Rows<7>("four_axis_faults.txt");
+  for (const bool onTable : {true, false})
+    for (std::size_t place = 0; place < 70; ++place)
+      for (const auto& [name, id, x, y, z, i, j, k] : faults) {
+        FourAxisScene scene;
+        scene.machine.onTable = onTable;
+        scene.toolLength = 50;
+        Source source;
+        for (int m = 0; m < 70; ++m) source.push_back({{1.0 * m, 0, 0}, scene.Tool(20 + m)});
+        source[place] = {{x, y, z}, {i, j, k}};
+        EXPECT_EQ(Post(scene, source, true).id, id)
+            << name << " at " << place << (onTable ? " table" : " head");
+      }
+}
+
+}  // namespace
 }  // namespace tests

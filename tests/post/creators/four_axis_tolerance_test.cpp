@@ -1,34 +1,12 @@
 // 4-axis postings held to a path tolerance: the law by rigid bodies, how many lines it takes, what
 // can't be held, refusals.
-#include <kandrel/misc/range_exception.h>
+#include <tests/post/creators/held_postings.h>
 #include <tests/support/four_axis_scenes.h>
-#include <tests/support/laws.h>
-#include <tests/support/outcome.h>
-
-#include <cmath>
-#include <limits>
 
 namespace tests {
-
 namespace {
 
 using post::zvPathTolerance;
-using post::zvToleranceReport;
-
-constexpr double kRad = 0.017453292519943295;
-
-struct Held {
-  Outcome outcome;
-  zvToleranceReport report;
-};
-Held PostHeld(const FourAxisScene& scene, const Source& source, const zvPathTolerance& tolerance,
-              bool small = false) {
-  auto creator = scene.Creator();
-  creator.SetPathTolerance(tolerance);
-  Held held{PostBy(creator, Build(source), small), {}};
-  held.report = creator.GetToleranceReport();
-  return held;
-}
 
 // Turns of all sizes, over and beside 0 and 180, on the spot too; tips a metre about; orientations
 // of any length and as files have them.
@@ -64,23 +42,22 @@ TEST(FourAxisTolerance, IsHeldWhateverTheMachine) {
     scene.par.SetMaxAngleStep(random.Chance(0.2) ? 0 : random.Real(0.5, 40));
     scene.par.SetMaxAngleJump(1000);
     if (random.Chance(0.2)) {
-      scene.par.SetInterpolateByDistance(true);
-      scene.par.SetInterpolationDistance(random.Real(1, 50));
+      DivideByDistance(scene.par, random.Real(1, 50));
     }
     const zvPathTolerance tolerance(std::pow(10, random.Real(-4, 0)),
                                     std::pow(10, random.Real(-2.5, 0.5)));
     const Source source = AnyPath(scene, random);
-    const auto [outcome, report] = PostHeld(scene, source, tolerance);
+    const Outcome outcome = PostHeld(scene, source, tolerance);
     ASSERT_EQ(outcome.id, 0u);
     ExpectSource(source, outcome.lines);
     const Rules rules = Rules::Of(scene);
     ExpectPoses(rules, outcome.lines);
     // No line brings the tool nearer to the arc than its cone; where that is flat nothing is lost.
     const double opening = DegBetween(scene.machine.axis, scene.machine.spindle);
-    EXPECT_TRUE(report.IsHeld() || std::fabs(opening - 90) > 1e-9);
-    EXPECT_LE(report.largestTip, tolerance.GetTip());
+    EXPECT_TRUE(outcome.report.IsHeld() || std::fabs(opening - 90) > 1e-9);
+    EXPECT_LE(outcome.report.largestTip, tolerance.GetTip());
     ExpectFollows(rules, source, outcome.lines,
-                  {std::max(tolerance.GetAxis(), report.largestAxis) * (1 + 1e-6),
+                  {std::max(tolerance.GetAxis(), outcome.report.largestAxis) * (1 + 1e-6),
                    tolerance.GetTip() * (1 + 1e-6)});
     for (std::size_t k = 1; k < outcome.lines.size(); ++k) {
       const Line &a = outcome.lines[k - 1], &b = outcome.lines[k];
@@ -91,7 +68,7 @@ TEST(FourAxisTolerance, IsHeldWhateverTheMachine) {
                   (b.part - a.part).Length() <= scene.par.GetInterpolationDistance() + 1e-9)
           << k;
     }
-    ++(report.IsHeld() ? held : reported);
+    ++(outcome.report.IsHeld() ? held : reported);
     more += static_cast<int>(outcome.lines.size() - source.size());
     if (HasFailure()) return;
   }
@@ -107,44 +84,6 @@ FourAxisScene Table(double openingDeg = 90) {
   scene.origin = {10, 20, 30};
   scene.toolLength = 120;
   return scene;
-}
-
-// The fewest lines, found by trying: from line to line the longest block that keeps to the path and
-// to the largest step, looked for by halving and looked at in many places.
-std::size_t LongestBlocks(const FourAxisScene& scene, const Source& source, double tip) {
-  const Rules rules = Rules::Of(scene);
-  const auto maker = scene.Maker();
-  std::size_t count = 1;
-  double last = Post(scene, {source[0]}).lines[0].degs[0];
-  for (std::size_t k = 1; k < source.size(); ++k) {
-    const SourceMove &from = source[k - 1], &to = source[k];
-    const double first = last;
-    const double alone = Post(scene, {to}).lines[0].degs[0];
-    const double end = first + std::remainder(alone - first, 360);
-    const auto at = [&](double t) {
-      const Point part = from.tip * (1 - t) + to.tip * t;
-      const double deg = first * (1 - t) + end * t;
-      return Line{maker.GetKinematics().MachinePosition(part, deg), part, {}, {deg}};
-    };
-    const auto holds = [&](const Line& a, const Line& b) {
-      if (!(Turn(a, b) <= scene.par.GetMaxAngleStep())) return false;
-      for (double t = 0.0625; t < 1; t += 0.0625)
-        if (OffLine(ToPoint(rules.PoseAt(Between(a, b, t, false)).tip), a.part, b.part) > tip)
-          return false;
-      return true;
-    };
-    for (double place = 0; place < 1; ++count) {
-      double low = place, high = 1;
-      if (holds(at(place), at(1))) low = 1;
-      for (int i = 0; i < 25 && low < 1; ++i) {
-        const double middle = (low + high) / 2;
-        (holds(at(place), at(middle)) ? low : high) = middle;
-      }
-      place = low;
-    }
-    last = end;
-  }
-  return count;
 }
 
 TEST(FourAxisTolerance, TakesFewMoreLinesThanTheLongestBlocks) {
@@ -164,12 +103,21 @@ TEST(FourAxisTolerance, TakesFewMoreLinesThanTheLongestBlocks) {
     for (int i = 0; i < 40; ++i)
       source.push_back({{i * 0.5, c.far * std::cos(0.1 * i), c.far * std::sin(0.07 * i)},
                         scene.Tool(c.turn * i + 3 * std::sin(0.5 * i))});
-    const Held held = PostHeld(scene, source, {c.tip, 90});
+    const Outcome held = PostHeld(scene, source, {c.tip, 90});
     EXPECT_TRUE(held.report.IsHeld());
-    const std::size_t fewest = LongestBlocks(scene, source, c.tip);
+    std::vector<double> degs;  // of the moves alone
+    for (const SourceMove& move : source) degs.push_back(Post(scene, {move}).lines[0].degs[0]);
+    const auto maker = scene.Maker();
+    const auto at = [&](std::size_t k, double t, const Line& last) {
+      const Point part = source[k - 1].tip * (1 - t) + source[k].tip * t;
+      double deg = degs[k - 1] + t * std::remainder(degs[k] - degs[k - 1], 360);
+      deg = last.degs[0] + std::remainder(deg - last.degs[0], 360);
+      return Line{maker.GetKinematics().MachinePosition(part, deg), part, scene.Tool(deg), {deg}};
+    };
+    const std::size_t fewest = FewestLines(Rules::Of(scene), {c.tip, 90},
+                                           Post(scene, {source[0]}).lines[0], source.size(), at);
     EXPECT_GT(fewest, source.size());
-    EXPECT_LE(static_cast<double>(held.outcome.lines.size()), 1.15 * static_cast<double>(fewest))
-        << fewest;
+    EXPECT_LE(static_cast<double>(held.lines.size()), 1.15 * static_cast<double>(fewest)) << fewest;
   }
 }
 
@@ -191,12 +139,12 @@ TEST(FourAxisTolerance, SaysWhatTheConeLeavesTheArcBy) {
         const double tolerance = off * part;
         if (tolerance < 0.01) continue;
         for (const bool small : {false, true}) {
-          const Held held = PostHeld(scene, source, {0.01, tolerance}, small);
+          const Outcome held = PostHeld(scene, source, {0.01, tolerance}, small);
           EXPECT_EQ(held.report.IsHeld(), part > 1);
           if (part > 1) continue;
           EXPECT_NEAR(held.report.largestAxis, off, 0.021 * off);
           // Its lines are in the midst of the turn.
-          const std::size_t lines = held.outcome.lines.size() - 2;
+          const std::size_t lines = held.lines.size() - 2;
           ASSERT_LE(held.report.count, lines);
           const auto middle = static_cast<double>(lines + 1) / 2;
           EXPECT_LE(held.report.lines[0].index, middle + 0.5);
@@ -221,9 +169,9 @@ TEST(FourAxisTolerance, OppositeOrientationsAndEqualMovesAreHeld) {
                         {{5, 60, 0}, scene.Tool(c.from)},
                         {{5, 70, 0}, scene.Tool(c.to)}};
     const double side = c.side * (scene.Tool(90.0).y > 0 ? 1 : -1);
-    const auto [outcome, report] = PostHeld(scene, source, {0.01, 0.1});
+    const Outcome outcome = PostHeld(scene, source, {0.01, 0.1});
     ASSERT_EQ(outcome.id, 0u);
-    EXPECT_TRUE(report.IsHeld());
+    EXPECT_TRUE(outcome.report.IsHeld());
     ExpectSource(source, outcome.lines);
     EXPECT_GT(outcome.lines.size(), 60u);
     for (std::size_t k = 1; k < outcome.lines.size(); ++k)
@@ -246,26 +194,12 @@ TEST(FourAxisTolerance, RewoundPathsAreHeld) {
   Source source;
   for (int i = 0; i < 200; ++i)
     source.push_back({{i * 0.1, 80, 30}, scene.Tool(i * 11.0), 500, false, -1});
-  const auto [outcome, report] = PostHeld(scene, source, {0.02, 0.1});
+  const Outcome outcome = PostHeld(scene, source, {0.02, 0.1});
   ASSERT_EQ(outcome.id, 0u);
   EXPECT_GT(outcome.counts.rewindings, 3u);
-  EXPECT_TRUE(report.IsHeld());
+  EXPECT_TRUE(outcome.report.IsHeld());
   ExpectWithinRanges(Rules::Of(scene), outcome.lines);
   ExpectFollows(Rules::Of(scene), source, outcome.lines, {0.1, 0.02});
-}
-
-TEST(FourAxisTolerance, SmallMovesAreTheSameAndOffIsAsBefore) {
-  const FourAxisScene scene = Table(80);
-  Seeded random;
-  const Source source = AnyPath(scene, random);
-  const Lines plain = Post(scene, source).lines;
-  auto creator = scene.Creator();
-  creator.SetPathTolerance({0.01, 0.1});
-  const Lines lines = PostBy(creator, Build(source)).lines;
-  EXPECT_GT(lines.size(), plain.size());
-  EXPECT_EQ(PostBy(creator, Build(source), true).lines, Small(lines));
-  creator.SetPathTolerance({});
-  EXPECT_EQ(PostBy(creator, Build(source)).lines, plain);
 }
 
 TEST(FourAxisTolerance, WhatNumbersDoNotHoldIsRefusedWithTheSmallest) {
@@ -274,31 +208,21 @@ TEST(FourAxisTolerance, WhatNumbersDoNotHoldIsRefusedWithTheSmallest) {
   };
   for (const Case& c : {Case{0.9e-8, 1, 0, 1e-8}, Case{1e-7, 1.9e-3, 0, 2e-3},
                         Case{1e-7, 1, 1e6, 1000200e-12}, Case{1, 1, 1e200, 1e188}}) {
-    const FourAxisScene scene = Table();
-    auto creator = scene.Creator();
-    creator.SetPathTolerance({c.tip, c.axis});
     const Source source{{{}, {0, 0, 1}}, {{c.far, 0, 0}, {0, 0, 1}}};
-    try {
-      creator.Post(Build(source), false);
-      FAIL() << c.smallest;
-    } catch (const misc::zvRangeException<double>& e) {
-      EXPECT_NEAR(*e.GetMinimum() / c.smallest, 1, 1e-9);
-    }
+    EXPECT_NEAR(SmallestNamed(Table(), source, {c.tip, c.axis}) / c.smallest, 1, 1e-9);
   }
 }
 
 // interpolationDistance is an upper bound however small it is beside the tolerance.
 TEST(FourAxisTolerance, NoBlockIsLongerThanTheDistance) {
   FourAxisScene scene = Table();
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(0.05);
+  DivideByDistance(scene.par, 0.05);
   const Source source{{{10, 0, 0}, scene.Tool(0)}, {{60, 9, 0}, scene.Tool(1)}};
-  const Lines lines = PostHeld(scene, source, {1, 0.1}).outcome.lines;
+  const Lines lines = PostHeld(scene, source, {1, 0.1}).lines;
   EXPECT_GT(lines.size(), 1000u);
   for (std::size_t k = 1; k < lines.size(); ++k)
     ASSERT_LE((lines[k].part - lines[k - 1].part).Length(), 0.05 + 1e-9) << k;
 }
 
 }  // namespace
-
 }  // namespace tests

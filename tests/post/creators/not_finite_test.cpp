@@ -1,9 +1,8 @@
 // What is infinite or NaN: refused where it would end in a posted number, and only there.
 #include <tests/support/every_creator.h>
-#include <tests/support/posting.h>
+#include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvKDRParam;
@@ -29,7 +28,7 @@ struct Spoilt : Workshop<C> {
     if (this->kAxes != 6 || !matrix) {
       EXPECT_EQ(single, IdOf([&] { creator.PostMoveWithinMachLimits(Last(), {}); }));
     }
-    return {Post(creator, path).id, single};
+    return {PostBy(creator, path).id, single};
   }
 };
 
@@ -141,5 +140,4 @@ TYPED_TEST(NotFinite, IsRefusedWhereItWouldBePostedAndOnlyThere) {
 }
 
 }  // namespace
-
 }  // namespace tests

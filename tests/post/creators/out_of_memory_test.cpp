@@ -1,19 +1,17 @@
 // What is left when the system has no more memory, at each request for it that a posting makes.
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/platform.h>
-#include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
 #include <tests/support/memory_watch.h>
-#include <tests/support/posting.h>
+#include <tests/support/numbers.h>
+#include <tests/support/throws_id.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <future>
 #include <new>
 #include <thread>
 
 namespace tests {
-
 namespace {
 
 // Where the machine stands for the move's tip and angles: a solved move stands there.
@@ -111,34 +109,41 @@ TYPED_TEST(OutOfMemory, APostingLeavesSolvedMovesOrNone) {
     this->ExpectSolvedMovesOrNone(0, kKeepsSolved);  // on axes that stand
 }
 
-// What fails for another reason is looked at once more; that must not need what may be short.
-TYPED_TEST(OutOfMemory, AFailureNeedsNoMoreThanASuccess) {
+// Whatever a posting puts in, by interpolation, windings and rewindings, comes from the pool: it
+// makes no call of the general heap per move. What fails for another reason is looked at once more;
+// that must not need what may be short.
+TYPED_TEST(OutOfMemory, APostingNeedsNoHeapPerMoveAndAFailureNoMoreThanASuccess) {
   constexpr int kMoves = 100000;
-  const auto peakOf = [&](double lastX, std::uint32_t id) {
-    TypeParam creator = this->Creator();
-    const auto path = this->Path(kMoves, 1.7, lastX);
-    const std::size_t before = MappedBytes();
-    const std::uint64_t calls = AllocationCount();
-    ResetPeak();
-    EXPECT_EQ(IdOf([&] { creator.Post(path, true); }), id);
-    EXPECT_LT(AllocationCount() - calls, kMoves / 10u);
-    return PeakMappedBytes() - before;
-  };
-  EXPECT_LE(peakOf(kNaN, 5039), peakOf(0, 0) + 0x100000);
+  constexpr int kOwnAxes = TestFixture::kAxes;
+  for (const bool smallMoves : {false, true}) {
+    if constexpr (kOwnAxes == 4) this->SetRange(-720, 720);
+    if constexpr (kOwnAxes == 3) {
+      this->par.SetInterpolateByDistance(true);
+      this->par.SetInterpolationDistance(0.06);
+      this->par.SetAlignToolpath(true);
+      if (smallMoves) this->machDef.SetSpindleDirection({0, 1, 0});
+    }
+    const auto peakOf = [&](double lastX, std::uint32_t id) {
+      TypeParam creator = this->Creator();
+      const auto path = this->Path(kMoves, 4, lastX);
+      const std::size_t before = MappedBytes();
+      const std::uint64_t calls = AllocationCount();
+      ResetPeak();
+      EXPECT_EQ(IdOf([&] { creator.Post(path, smallMoves); }), id);
+      EXPECT_LT(AllocationCount() - calls, kMoves / 100u);
+      if (id == 0) {
+        EXPECT_GE(creator.GetPostedList()->GetCount(), 2u * kMoves - 1);
+      }
+      if constexpr (kOwnAxes == 4) {
+        EXPECT_TRUE(id != 0 || creator.GetCounts().rewindings > 50);
+      }
+      return PeakMappedBytes() - before;
+    };
+    EXPECT_LE(peakOf(kNaN, 5039), peakOf(0, 0) + 0x100000);
+  }
 }
 
 using Shop = Workshop<zvPosted5axTPCreator>;
-
-TEST(OutOfMemoryOf, TheFacadeHasAWholeResultOrNone) {
-  const Shop shop;
-  const auto path = Shop::Path(40, 1.7);
-  zvKDR5AxBase facade(shop.machDef, shop.control, shop.par, shop.origin, 100);
-  const std::size_t expected = facade.Post(path).GetCount();
-  FailEverywhere([&] { facade.Post(path); },
-                 [&](bool hasFailed) {
-                   EXPECT_EQ(facade.GetPostedTP().GetCount(), hasFailed ? 0 : expected);
-                 });
-}
 
 TEST(OutOfMemoryOf, AToolpathIsBuiltOrNotAndScaledWhole) {
   std::optional<PathBuilder> path;
@@ -191,37 +196,20 @@ TEST_F(PoolOfChain, LosesNoMoreThanThePagesThatAreRefused) {
 
 // The release of pages takes most of the time that a long list takes to die.
 TEST_F(PoolOfChain, LetsOtherThreadsAppendWhileItDies) {
-  std::mutex mutex;
-  std::condition_variable changed;
-  int asked = 0;
-  int served = 0;
-  std::thread other([&] {
-    for (int i = 0; i < 3; ++i) {
-      std::unique_lock lock(mutex);
-      changed.wait(lock, [&] { return asked > i; });
-      lock.unlock();
-      EXPECT_NE(pool->Alloc(168), nullptr);
-      lock.lock();
-      ++served;
-      changed.notify_all();
-    }
-  });
+  std::vector<std::future<void*>> others;
   {
     const ReleaseHook hook([&] {
-      std::unique_lock lock(mutex);
-      if (asked == 3) return true;
-      const int turn = ++asked;
-      changed.notify_all();
-      EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(30), [&] { return served == turn; }))
+      if (others.size() == 3) return true;
+      others.push_back(std::async(std::launch::async, [&] { return pool->Alloc(168); }));
+      EXPECT_EQ(others.back().wait_for(std::chrono::seconds(30)), std::future_status::ready)
           << "the lock is held";
       return true;
     });
     pool->FreeChain(nodes[0], nodes.size());
   }
-  EXPECT_EQ(served, 3);
-  other.join();
+  EXPECT_EQ(others.size(), 3u);
+  for (auto& other : others) EXPECT_NE(other.get(), nullptr);
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -2,7 +2,7 @@
 // not its own. Meant for a thread sanitizer; without one, counts that went wrong tell.
 #include <kandrel/post/creators/posting_facade.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/posting.h>
+#include <tests/support/outcome.h>
 
 #include <future>
 #include <thread>
@@ -10,9 +10,11 @@
 namespace {
 
 using misc::zvAutoPointer;
+using tests::LineOf;
+using tests::Lines;
+using tests::LinesOf;
 using tests::PathBuilder;
 using tests::Point;
-using Digest = std::vector<double>;
 
 // `work(i)` on several threads at once.
 void InThreads(const std::function<void(int)>& work) {
@@ -26,18 +28,6 @@ void InThreads(const std::function<void(int)>& work) {
     });
   start.set_value();
   for (std::thread& thread : threads) thread.join();
-}
-
-void Add(Digest& digest, const post::zvPostedMove& move) {
-  const Point& p = move.GetMachinePosition();
-  digest.insert(digest.end(), {p.x, p.y, p.z, move.GetExtendedPoint().x});
-}
-
-template <class List>
-Digest DigestOf(const List& list) {
-  Digest digest;
-  for (const auto& move : list) Add(digest, move);
-  return digest;
 }
 
 // The shared machine, path and set-up of one machine class.
@@ -77,20 +67,20 @@ TYPED_TEST_SUITE(Threads, tests::EveryCreator);
 TYPED_TEST(Threads, PostWhatIsSharedAndWhatIsTheirOwn) {
   const auto& shop = this->m_shop;
   TypeParam alone = shop.Make();
-  const Digest expected = DigestOf(*alone.Post(shop.path, false));
+  const Lines expected = LinesOf(*alone.Post(shop.path, false));
   const cadcam::zvToolPath sharing = shop.path;  // other tree, same children
   {
     const cadcam::zvToolPath failing = shop.FailingPath();
     InThreads([&](int i) {
       for (int round = 0; round < 3; ++round) {
         TypeParam creator = shop.Make();
-        EXPECT_EQ(DigestOf(*creator.Post(i % 2 == 0 ? shop.path : sharing, false)), expected);
+        EXPECT_EQ(LinesOf(*creator.Post(i % 2 == 0 ? shop.path : sharing, false)), expected);
         const Shop<TypeParam> own;
-        EXPECT_EQ(DigestOf(*own.Make().Post(own.path, false)), expected);
+        EXPECT_EQ(LinesOf(*own.Make().Post(own.path, false)), expected);
         EXPECT_EQ(tests::IdOf([&] { creator.Post(failing, false); }), 2637u);
         // Copies of one creator, a limit keeper in some, share nothing and outlive what they copy.
         TypeParam copy(*std::make_unique<TypeParam>(std::as_const(alone)));
-        EXPECT_EQ(DigestOf(*copy.Post(shop.path, false)), expected);
+        EXPECT_EQ(LinesOf(*copy.Post(shop.path, false)), expected);
       }
     });
   }
@@ -103,19 +93,19 @@ TYPED_TEST(Threads, PostSingleMovesWithOneCreator) {
   const zvKDR5AxBase facade = shop.Facade();
   const auto type = post::zvPostedMove::noLink;
   const auto digest = [&] {
-    Digest all;
+    Lines all;
     for (const cadcam::zvMovePointer& move : shop.path.Path()) {
       if constexpr (tests::Workshop<TypeParam>::kAxes > 4)
-        Add(all, creator.PostMove2(move, type).first);
+        all.push_back(LineOf(creator.PostMove2(move, type).first));
       else
-        Add(all, creator.PostMove(move, type));
-      Add(all, *creator.PostMoveWithinMachLimits(move, type).first);
-      Add(all, *facade.PostMove(move, type).first);
-      Add(all, *facade.PostMoveWithinMachLimits(move, type).first);
+        all.push_back(LineOf(creator.PostMove(move, type)));
+      all.push_back(LineOf(*creator.PostMoveWithinMachLimits(move, type).first));
+      all.push_back(LineOf(*facade.PostMove(move, type).first));
+      all.push_back(LineOf(*facade.PostMoveWithinMachLimits(move, type).first));
     }
     return all;
   };
-  const Digest expected = digest();
+  const Lines expected = digest();
   InThreads([&](int) { EXPECT_EQ(digest(), expected); });
   shop.ExpectCountsUntouched();
 }
@@ -125,7 +115,7 @@ TYPED_TEST(Threads, TakeListsOver) {
   const auto& shop = this->m_shop;
   TypeParam creator = shop.Make();
   zvKDR5AxBase facade = shop.Facade();
-  const Digest expected = DigestOf(*creator.Post(shop.path, false));
+  const Lines expected = LinesOf(*creator.Post(shop.path, false));
   std::thread reader;
   for (int round = 0; round < 4; ++round) {
     creator.Post(shop.path, false);
@@ -136,9 +126,10 @@ TYPED_TEST(Threads, TakeListsOver) {
     EXPECT_EQ(facade.GetPostedTP().GetCount(), 0u);
     if (reader.joinable()) reader.join();
     reader = std::thread([&expected, list = std::move(list), posted = std::move(posted)]() mutable {
-      EXPECT_EQ(DigestOf(*list), expected);
-      Digest moves;
-      for (auto it = posted.Begin(); it != posted.End(); ++it) Add(moves, **it);
+      EXPECT_EQ(LinesOf(*list), expected);
+      Lines moves;
+      for (auto it = posted.Begin(); it != posted.End(); ++it)
+        moves.push_back(LineOf(static_cast<const typename TypeParam::Move&>(**it)));
       EXPECT_EQ(moves, expected);
       list->PushBack(list->Front());
     });

@@ -1,13 +1,11 @@
 #include <tests/post/creators/rows.h>
 #include <tests/support/every_creator.h>
-#include <tests/support/posting.h>
+#include <tests/support/outcome.h>
 
 namespace tests {
-
 namespace {
 
 using post::zvKDRParam;
-using post::zvPosted3axMove;
 using post::zvPostedMove;
 using Scene = Workshop<zvPosted3axTPCreator>;
 
@@ -25,18 +23,17 @@ TEST(ThreeAxisCreator, PostsMovesOfBothClassesAndTimesThatHaveAFeed) {
                         .Link(5, {Move3({0, 0, 50}, 3000, true), Move3({0, 0, 0}, 300)})
                         .Contour({Move5({3, 4, 0}, {0, 0, 1}, 600)})
                         .Link(2, {Move3({3, 4, 50}, 0)});
-  const auto moves = PostAnew(scene, path).lines;
+  const auto moves = Post(scene, path).lines;
   ASSERT_EQ(moves.size(), 4u);
   const double times[] = {0, 10, 0.5, 0};  // none without a feed
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(moves[i].GetMoveTime(), times[i]);
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(moves[i].time, times[i]);
   // A 5-axis source keeps its block; a 3-axis one has its position and orientation there, unmarked.
-  EXPECT_TRUE(moves[2].HasExtendedData());
-  EXPECT_EQ(moves[2].GetExtendedId(), 7u);
-  EXPECT_FALSE(moves[1].HasExtendedData());
-  EXPECT_EQ(moves[1].GetExtendedPoint(), Point(0, 0, 0));
-  EXPECT_EQ(moves[1].GetExtendedVector(), Point(0, 0, 1));
-
-  const auto creator = scene.Creator();
+  EXPECT_EQ(moves[2].extended.at(6), 7);
+  EXPECT_TRUE(moves[1].extended.empty());
+  auto creator = scene.Creator();
+  const auto& list = *creator.Post(path, false);
+  EXPECT_EQ(std::next(list.begin())->GetExtendedPoint(), Point(0, 0, 0));
+  EXPECT_EQ(std::next(list.begin())->GetExtendedVector(), Point(0, 0, 1));
   EXPECT_EQ(creator.GetPostedMoveType(path, path.Path().begin()), zvPostedMove::link5);
   EXPECT_EQ(IdOf([&] { creator.GetPostedMoveType(path, path.Path().end()); }), kNullPointer);
 }
@@ -49,7 +46,7 @@ TEST(ThreeAxisCreator, TakesOnlyOrientationsAlongTheSpindle) {
     for (std::size_t i = 1; i < c.groups.size(); ++i)
       moves.push_back(c[i].empty() ? misc::MakeAutoPointer<cadcam::zvCNCMove>()
                                    : Toward({c[i].at(0), c[i].at(1), c[i].at(2)}));
-    const auto outcome = PostAnew(scene, Contour(moves));
+    const auto outcome = Post(scene, Contour(moves));
     EXPECT_EQ(outcome.id, c[0][1]) << c.line;
     EXPECT_EQ(outcome.lines.size(), outcome.id == 0 ? moves.size() : 0) << c.line;
   }
@@ -66,12 +63,11 @@ TEST(ThreeAxisCreator, AnInterpolationThatFailsLeavesNothingOfItself) {
   for (const auto& [step, last, id] : cases)
     for (const bool smallMoves : {false, true}) {
       Scene scene;
-      scene.par.SetInterpolateByDistance(true);
-      scene.par.SetInterpolationDistance(step);
+      DivideByDistance(scene.par, step);
       auto creator = scene.Creator();
       // Orientations are not checked then.
       creator.SetTransfor3d(misc::MakeAutoPointer<post::zvTransformation3d>());
-      const auto outcome = Post(creator, Contour({Move3({}), Move3({}), last}), smallMoves);
+      const auto outcome = PostBy(creator, Contour({Move3({}), Move3({}), last}), smallMoves);
       EXPECT_EQ(outcome.id, id);
       EXPECT_EQ(outcome.lines.size(), 2u);
     }
@@ -91,7 +87,7 @@ TEST(ThreeAxisCreator, ReportsTheFirstLimitBrokenByMoreThanRounding) {
       const double single =
           check != zvKDRParam::checkNothing && check != zvKDRParam::checkRotaryAxes ? id : 0;
       EXPECT_EQ(IdOf([&] { creator.PostMoveWithinMachLimits(move, {}); }), single);
-      EXPECT_EQ(PostAnew(scene, Contour({Move3({}), move}), true).id, check < 0 ? 5046 : single);
+      EXPECT_EQ(Post(scene, Contour({Move3({}), move}), true).id, check < 0 ? 5046 : single);
     }
 }
 
@@ -99,60 +95,44 @@ TEST(ThreeAxisCreator, InterpolatesByDistance) {
   for (const auto& [name, distance, step, inserted] : Rows<3>("distances.txt"))
     for (const bool smallMoves : {false, true}) {
       Scene scene;
-      scene.par.SetInterpolateByDistance(true);
-      scene.par.SetInterpolationDistance(step);
+      DivideByDistance(scene.par, step);
       scene.origin = {5, 0, 0};
       const auto path =
           Contour({Move5({}, {0, 0, 1}, 100), Move5({distance, 0, 0}, {0, 0, 1}, 200)});
-      const auto moves = PostAnew(scene, path, smallMoves).lines;
+      const auto moves = Post(scene, path, smallMoves).lines;
       ASSERT_EQ(moves.size(), inserted + 2) << name;
       for (std::size_t i = 1; i < moves.size(); ++i) {
         const double t = static_cast<double>(i) / (inserted + 1);
-        EXPECT_NEAR(moves[i].GetPartPosition().x, distance * t, 1e-9);
-        EXPECT_EQ(moves[i].GetMachinePosition().x, moves[i].GetPartPosition().x + 5);
-        EXPECT_NEAR(moves[i].GetFeed(), 100 + 100 * t, 1e-9);
+        EXPECT_NEAR(moves[i].part.x, distance * t, 1e-9);
+        EXPECT_EQ(moves[i].machine.x, moves[i].part.x + 5);
+        EXPECT_NEAR(moves[i].feed, 100 + 100 * t, 1e-9);
         if (smallMoves) continue;
         const bool isLast = i + 1 == moves.size();
-        EXPECT_EQ(moves[i].IsInserted(), !isLast);
-        EXPECT_EQ(moves[i].GetSourceIndex(), isLast ? 1 : 0);
-        EXPECT_TRUE(moves[i].HasExtendedData());
+        EXPECT_EQ(moves[i].inserted, !isLast);
+        EXPECT_EQ(moves[i].source, isLast ? 1 : 0);
+        EXPECT_FALSE(moves[i].extended.empty());
       }
     }
 }
 
-TEST(ThreeAxisCreator, AnyPathToleranceIsHeldWithoutALineMore) {
-  Scene scene;
-  const auto path = Contour({Move5({}, {0, 0, 1}, 100), Move5({900, 5, 1}, {0, 0, 1}, 200)});
-  const auto plain = PostAnew(scene, path);
-  for (const double tolerance : {1e-300, 0.01, 1e300}) {
-    auto creator = scene.Creator();
-    creator.SetPathTolerance({tolerance, tolerance});
-    EXPECT_EQ(Post(creator, path), plain) << tolerance;
-    EXPECT_TRUE(creator.GetToleranceReport().IsHeld());
-  }
-}
-
 TEST(ThreeAxisCreator, InterpolatedRapidsTypesAndFeeds) {
   Scene scene;
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(1);
+  DivideByDistance(scene.par, 1);
   const auto path = PathBuilder()
                         .Link(3, {Move3({0, 0, 0}, 5000, true), Move3({1.5, 0, 0}, 5000, true)})
                         .Contour({Move3({3, 0, 0}, 100)})
                         .Link(1, {Move3({4.5, 0, 0}, 5000, true)});
-  const auto expect = [](const zvPosted3axMove& move, zvPostedMove::Types type, bool isRapid) {
-    EXPECT_TRUE(move.IsInserted());
-    EXPECT_EQ(move.GetType(), type);
-    EXPECT_EQ(move.IsRapid(), isRapid);
-    EXPECT_EQ(move.GetFeed(), type == zvPostedMove::noLink ? 100 : 5000);
+  const auto expect = [](const Line& move, zvPostedMove::Types type, bool isRapid) {
+    EXPECT_EQ(Flat(move.inserted, move.type, move.rapid, move.feed),
+              Flat(true, type, isRapid, type == zvPostedMove::noLink ? 100 : 5000));
   };
   // A rapid move gets no moves before it, a feed move after a rapid one does.
-  auto moves = PostAnew(scene, path).lines;
+  auto moves = Post(scene, path).lines;
   ASSERT_EQ(moves.size(), 6u);
   expect(moves[2], zvPostedMove::noLink, false);
   expect(moves[3], zvPostedMove::noLink, false);
   scene.par.SetInterpolateRapidMoves(true);
-  moves = PostAnew(scene, path).lines;
+  moves = Post(scene, path).lines;
   ASSERT_EQ(moves.size(), 10u);
   expect(moves[1], zvPostedMove::link3, true);
   // Types differ: the feed is that of the move ahead, even of a rapid one.
@@ -175,7 +155,7 @@ TEST(ThreeAxisCreator, ATransformationReplacesOriginToolAndAxes) {
   EXPECT_EQ(creator.Post(path, true)->Front().GetMachinePosition(), Point(-2, 1, 13));
   EXPECT_EQ(zvPosted3axTPCreator(creator).GetTransfor3d(), creator.GetTransfor3d());
   creator.SetTransfor3d(nullptr);
-  EXPECT_EQ(Post(creator, path).id, 5029u);
+  EXPECT_EQ(PostBy(creator, path).id, 5029u);
 }
 
 TEST(ThreeAxisCreator, SetMachDefChangesChecksAndLeavesKinematics) {
@@ -190,9 +170,8 @@ TEST(ThreeAxisCreator, SetMachDefChangesChecksAndLeavesKinematics) {
   const auto along = [](double z) { return Contour({Toward({1, 0, 0}, {0, 0, z})}); };
   // Orientation and limits by the new machine, the tool along the old spindle.
   EXPECT_EQ(creator.Post(along(-8), true)->Front().GetMachinePosition(), Point(0, 0, 2));
-  EXPECT_EQ(Post(creator, along(0)).id, 5017u);
+  EXPECT_EQ(PostBy(creator, along(0)).id, 5017u);
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -6,24 +6,15 @@
 #include <kandrel/post/model/path_tolerance.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/laws.h>
+#include <tests/support/numbers.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <utility>
-#include <vector>
-
 namespace tests {
-
 namespace {
 
 using post::zvBlockDeviation;
 using post::zvBlockLaw;
-
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// A machine as the law has it and as rigid bodies.
 struct Machine {
@@ -35,31 +26,20 @@ struct Machine {
 
   template <class AnyScene>
   static Machine Of(const AnyScene& scene, std::size_t rotary) {
-    if constexpr (requires { scene.thirdAngle; })
-      return {{scene.MachDef(), scene.origin, scene.toolLength},
-              scene.SixAxisModel(),
-              rotary,
-              scene.thirdAngle,
-              scene.Size()};
-    else
-      return {{scene.machine.MachDef(), scene.origin, scene.toolLength},
-              scene.Model(),
-              rotary,
-              0,
-              scene.Size()};
+    Machine machine{{MachDefOf(scene), scene.origin, scene.toolLength},
+                    Rules::Of(scene).model,
+                    rotary,
+                    0,
+                    scene.Size()};
+    if constexpr (requires { scene.thirdAngle; }) machine.thirdAngle = scene.thirdAngle;
+    return machine;
   }
   static Machine Draw(Seeded& random) {
-    switch (random.Integer(0, 7)) {
-      case 0:
-        return Of(RandomThreeAxisScene(random), 0);
-      case 1:
-        return Of(RandomSixAxisScene(random), 3);
-      case 2:
-      case 3:
-        return Of(RandomFourAxisScene(random), 1);
-      default:
-        return Of(RandomScene(random), 2);
-    }
+    const int sort = random.Integer(0, 7);
+    if (sort == 0) return Of(RandomThreeAxisScene(random), 0);
+    if (sort == 1) return Of(RandomSixAxisScene(random), 3);
+    if (sort <= 3) return Of(RandomFourAxisScene(random), 1);
+    return Of(RandomScene(random), 2);
   }
 
   zvBlockLaw::Pose At(const zvBlockLaw::Line& line) const {
@@ -235,9 +215,9 @@ TEST(PoseBound, BoundsWhatTheTipReachesAndHardlyMore) {
     ASSERT_GE(bound.Roughly(from.tip, to.tip, turns), is - slack);
     if (off <= 1e-9 && is > 1e-5) ratios.push_back(range.most / is);
     // Far turns and what is no number have no bound.
-    ASSERT_EQ(bound.Roughly(from.tip, to.tip, 0.2), kInfinite);
-    ASSERT_EQ(bound.TipOff(from, to, 0.2, 0, off, 1e9).most, kInfinite);
-    ASSERT_EQ(bound.TipOff(from, to, kNaN, 0, off, 1e9).most, kInfinite);
+    ASSERT_EQ(bound.Roughly(from.tip, to.tip, 0.2), kInfinity);
+    ASSERT_EQ(bound.TipOff(from, to, 0.2, 0, off, 1e9).most, kInfinity);
+    ASSERT_EQ(bound.TipOff(from, to, kNaN, 0, off, 1e9).most, kInfinity);
     to.tip.x = kNaN;
     ASSERT_FALSE(bound.TipOff(from, to, 0.1, 0.01, off, 1e9).most <= 1e9);
   }
@@ -293,7 +273,7 @@ TEST(BlockLaw, RefusesWhatCantBeJudged) {
   const zvBlockLaw law(scene.machine.MachDef(), scene.origin, scene.toolLength);
   const zvBlockLaw::Line good{{1, 2, 3}, 4, 5};
   const zvBlockLaw::Way way{law.PoseAt(good), law.PoseAt(good)};
-  for (const double bad : {kNaN, kInfinite, -kInfinite, 1.7e308}) {
+  for (const double bad : {kNaN, kInfinity, -kInfinity, 1.7e308}) {
     for (const zvBlockLaw::Line& line :
          {zvBlockLaw::Line{{bad, 0, 0}, 0, 0}, zvBlockLaw::Line{{}, bad, 0},
           zvBlockLaw::Line{{}, 0, bad}}) {
@@ -314,7 +294,7 @@ TEST(BlockLaw, RefusesWhatCantBeJudged) {
       auto& pose = end % 2 == 0 ? bad.from : bad.to;
       (end < 2 ? pose.axis : pose.tip).y = kNaN;
       EXPECT_FALSE(law.Holds(good, to, bad, {1e9, 180})) << end;
-      EXPECT_EQ(law.Bound(good, to, bad).axis, kInfinite) << end;
+      EXPECT_EQ(law.Bound(good, to, bad).axis, kInfinity) << end;
     }
   EXPECT_FALSE(law.Holds(good, good, way, {kNaN, kNaN}));
   EXPECT_TRUE(law.Holds(good, good, way, {1e-9, 1e-6}));
@@ -326,12 +306,11 @@ TEST(PathTolerance, IsOffOrAboveZero) {
   EXPECT_TRUE(tolerance.IsOn());
   EXPECT_EQ(tolerance.GetTip(), 0.01);
   EXPECT_EQ(tolerance.GetAxis(), 0.1);
-  for (const double bad : {0.0, -0.0, -1.0, kNaN, kInfinite}) {
+  for (const double bad : {0.0, -0.0, -1.0, kNaN, kInfinity}) {
     EXPECT_THROW(post::zvPathTolerance(bad, 1), misc::zvRangeException<double>) << bad;
     EXPECT_THROW(post::zvPathTolerance(1, bad), misc::zvRangeException<double>) << bad;
   }
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -163,17 +163,6 @@ TEST(FiveAxisSolver, RefusesOnlyWhatIsOutOfReachOrNoDirection) {
   EXPECT_NO_THROW(solve({}, {1, 0, 0}));
 }
 
-TEST(FiveAxisSolver, CarriesTheWholeMove) {
-  const FiveAxisScene scene;
-  const auto move = Move5({1, 2, 3}, {0, 0.6, 0.8}, 500, true);
-  const zvPosted5axMove solved =
-      scene.Solver().Solve(move, zvPostedMove::link3, 42, true, 1e308, false, 0).first;
-  const zvPosted5axMove expected(solved.GetMachinePosition(), {1, 2, 3}, {0, 0.6, 0.8},
-                                 solved.GetAngle(0), solved.GetAngle(1), 0, 500, true,
-                                 zvPostedMove::link3, {2, 4, 6}, {0, 1, 0}, 7, true, 42, true);
-  EXPECT_EQ(solved, expected);
-}
-
 TEST(FiveAxisSolver, FixesAnUndeterminedAngleOnTheTip) {
   Seeded random;
   for (int i = 0; i < 500; ++i) {

@@ -67,23 +67,6 @@ TEST(LimitChecker, ShiftsAllMovesOrNone) {
   }
 }
 
-TEST(LimitChecker, ServesOneAxis) {
-  using Move = zvPosted4axMove;
-  zv4axMachDef machDef;
-  machDef.SetMinAngle(0);
-  machDef.SetMaxAngle(180);
-  tests::PassList<Move> moves(
-      std::vector{tests::TableMove<Move>({}, {-300}), tests::TableMove<Move>({}, {-310})});
-  zvListLimits<Move> checker(moves.list, machDef, 1e-4);
-  zvLimitType limit;
-  EXPECT_TRUE(checker.RotaryExceeded(limit));
-  EXPECT_EQ(limit.limitAxis, 3);
-  EXPECT_FALSE(checker.TryShiftAll());
-  EXPECT_EQ(moves.Angles(), (Degs{60, 50}));
-  EXPECT_FALSE(checker.RotaryExceeded(limit));
-  EXPECT_TRUE(limit.IsNone());
-}
-
 TEST(ControlLimits, WrapEachAxisByItsOwn) {
   zv5axControlDef control;
   for (const auto& c : tests::NumberCases("passes/data/control_limits.txt")) {

@@ -1,16 +1,11 @@
 // The march along a step, on walks whose blocks are numbers.
 #include <kandrel/post/passes/step_march.h>
+#include <tests/support/numbers.h>
 #include <tests/support/seeded.h>
-#include <tests/support/testing.h>
 
-#include <cmath>
-#include <functional>
-#include <limits>
 #include <stdexcept>
-#include <vector>
 
 namespace tests {
-
 namespace {
 
 // A walk that is told what a block between two parameters uses.
@@ -83,7 +78,6 @@ TEST(StepMarch, TwoBlocksDoWhereHalvesDont) {
 }
 
 TEST(StepMarch, LeapsAreMadeTinyAndCounted) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
   struct Case {
     const char* what;
     std::function<double(double, double)> use;
@@ -92,10 +86,10 @@ TEST(StepMarch, LeapsAreMadeTinyAndCounted) {
   const auto over = [](double place, double value) {
     return [=](double a, double b) { return a < place && b >= place ? value : (b - a) / 0.2; };
   };
-  for (const Case& c : {Case{"one", over(0.4321, 9), 1}, Case{"not a number", over(0.7, nan), 1},
+  for (const Case& c : {Case{"one", over(0.4321, 9), 1}, Case{"not a number", over(0.7, kNaN), 1},
                         Case{"at the end", over(1, 1e9), 1},
                         Case{"everywhere", [](double, double) { return 50.0; }, 5},
-                        Case{"nothing known", [nan](double, double) { return nan; }, 5}}) {
+                        Case{"nothing known", [](double, double) { return kNaN; }, 5}}) {
     SCOPED_TRACE(c.what);
     NumberWalk walk{c.use};
     EXPECT_EQ(post::March(walk, 1).leaps, c.leaps);
@@ -126,7 +120,7 @@ TEST(StepMarch, EndsWhateverTheWalkSays) {
     ASSERT_NO_THROW(EXPECT_EQ(post::March(walk, end).leaps, 0)) << end << " " << longest;
     EXPECT_EQ(walk.places.back(), end);
   }
-  for (const double use : {1 + 1e-15, 1.5, std::numeric_limits<double>::quiet_NaN()}) {
+  for (const double use : {1 + 1e-15, 1.5, kNaN}) {
     NumberWalk walk{[&](double, double) { return use; }, 0};
     EXPECT_EQ(post::March(walk, 1).leaps, 5) << use;
     EXPECT_EQ(walk.places.back(), 1);
@@ -143,5 +137,4 @@ TEST(StepMarch, SaysWhereItIsTooDense) {
 }
 
 }  // namespace
-
 }  // namespace tests

@@ -3,6 +3,7 @@
 #include <kandrel/post/verifier/limit_report.h>
 #include <tests/support/five_axis_scenes.h>
 #include <tests/support/four_axis_scenes.h>
+#include <tests/support/numbers.h>
 #include <tests/support/six_axis_scenes.h>
 
 namespace {
@@ -10,10 +11,9 @@ namespace {
 using post::zv5axControlDef;
 using post::zvLimitBreach;
 using post::zvLimitReport;
+using tests::kInfinity;
+using tests::kNaN;
 using tests::Point;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 struct BreachCase {
   const char* what;
@@ -59,15 +59,12 @@ TEST(LimitReport, TellsEachAxisThatIsOutAndByHowMuch) {
   };
   tests::FiveAxisSetup setup;
   setup.low.x = -5;
-  setup.high.x = kInfinite;
+  setup.high.x = kInfinity;
   setup.firstRange = {-30, 45};
   setup.secondRange = {100, 500};
   for (const BreachCase& c : cases) {
     SCOPED_TRACE(c.what);
-    zv5axControlDef control;
-    control.SetFirstAxisLimit(c.control);
-    control.SetSecondAxisLimit(c.control);
-    zvLimitReport report(setup.MachDef(), control, 0.5);
+    zvLimitReport report(setup.MachDef(), tests::Wrapping(c.control, c.control), 0.5);
     EXPECT_EQ(Shown(report.Add({{c.x, 0, 0}, c.first, c.second})), c.expected);
     EXPECT_EQ(report.HasLinearBreach(), c.expected.starts_with('0'));
   }
@@ -99,9 +96,8 @@ Point SlidesFor(const tests::rigid::Machine& model, const Point& p_part, double 
 }
 
 template <class Scene>
-ShiftScene MakeLines(tests::Seeded& random, const Scene& scene,
-                     const misc::zvAutoPointer<post::zvMachDef>& machDef) {
-  ShiftScene made{machDef, {}, {}};
+ShiftScene MakeLines(tests::Seeded& random, const Scene& scene) {
+  ShiftScene made{tests::MachDefOf(scene).Clone(), {}, {}};
   const int count = random.Integer(1, 12);
   const double spread = random.Chance(0.3) ? 1 : 360;
   for (int i = 0; i < count; ++i) {
@@ -121,20 +117,10 @@ ShiftScene MakeLines(tests::Seeded& random, const Scene& scene,
 }
 
 ShiftScene RandomShiftScene(tests::Seeded& random) {
-  switch (random.Integer(0, 3)) {
-    case 0: {
-      tests::FourAxisScene scene = tests::RandomFourAxisScene(random);
-      return MakeLines(random, scene, scene.machine.MachDef().Clone());
-    }
-    case 1: {
-      tests::SixAxisScene scene = tests::RandomSixAxisScene(random);
-      return MakeLines(random, scene, scene.MachDef().Clone());
-    }
-    default: {
-      tests::FiveAxisScene scene = tests::RandomScene(random);
-      return MakeLines(random, scene, scene.machine.MachDef().Clone());
-    }
-  }
+  const int sort = random.Integer(0, 3);
+  if (sort == 0) return MakeLines(random, tests::RandomFourAxisScene(random));
+  if (sort == 1) return MakeLines(random, tests::RandomSixAxisScene(random));
+  return MakeLines(random, tests::RandomScene(random));
 }
 
 Point Moved(const ShiftScene& scene, std::size_t line, const Point& shift) {

@@ -1,6 +1,7 @@
 #include <kandrel/post/verifier/posting_verifier.h>
 #include <tests/support/four_axis_scenes.h>
 #include <tests/support/outcome.h>
+#include <tests/support/random_path.h>
 #include <tests/support/six_axis_scenes.h>
 #include <tests/support/three_axis_scenes.h>
 #include <tests/support/throws_id.h>
@@ -10,53 +11,65 @@
 #include <map>
 
 namespace tests {
-
 namespace {
 
 using Finding = post::zvPostingFinding;
+using enum Finding::Kind;
 using post::zvPostedLine;
 using post::zvPostingVerdict;
 using post::zvPostingVerifier;
+using Neutral = std::vector<zvPostedLine>;
 
-/// A finding by what it says of place: kind, line, axis.
-using Place = std::tuple<Finding::Kind, std::uint64_t, int>;
+/// A finding by what it says of place.
+struct Place {
+  int kind;
+  std::uint64_t line;
+  int axis = -1;
 
-std::vector<Place> PlacesOf(const zvPostingVerdict& verdict) {
-  std::vector<Place> places;
-  for (const Finding& f : verdict.findings) places.emplace_back(f.kind, f.line, f.axis);
+  friend bool operator==(const Place&, const Place&) = default;
+  friend void PrintTo(const Place& place, std::ostream* out) {
+    *out << place.kind << " in line " << place.line << ", axis " << place.axis;
+  }
+};
+using Places = std::vector<Place>;
+
+Places PlacesOf(const zvPostingVerdict& verdict) {
+  Places places;
+  for (const Finding& f : verdict.findings) places.push_back({f.kind, f.line, f.axis});
   return places;
 }
 
-template <class AnyScene>
-auto MachDefOf(const AnyScene& scene) {
-  if constexpr (requires { scene.thirdAngle; })
-    return scene.MachDef();
-  else
-    return scene.machine.MachDef();
+template <class Change>
+void ChangeRules(zvPostingVerifier& verifier, const Change& change) {
+  post::zvVerifierRules rules = verifier.GetRules();
+  change(rules);
+  verifier.SetRules(rules);
 }
 
 template <class AnyScene>
 zvPostingVerifier VerifierOf(const AnyScene& scene) {
   zvPostingVerifier verifier(MachDefOf(scene), scene.control, scene.origin, scene.toolLength);
-  post::zvVerifierRules rules;
-  rules.poleAngleTolerance = scene.par.GetPoleAngleTolerance();
-  rules.hasMarkers = scene.par.GetInterpolationMode() != 0;
-  verifier.SetRules(rules);
+  ChangeRules(verifier, [&](auto& rules) {
+    rules.poleAngleTolerance = scene.par.GetPoleAngleTolerance();
+    rules.hasMarkers = scene.par.GetInterpolationMode() != 0;
+  });
   return verifier;
 }
 
-zvPostedLine NeutralOf(const Line& line, bool isNumbered = true) {
-  zvPostedLine neutral{line.machine, {}, line.part, line.orientation, line.feed, line.rapid};
-  std::copy(line.degs.begin(), line.degs.end(), neutral.degs.begin());
-  if (isNumbered) {
-    neutral.source = line.source;
-    neutral.isInserted = line.inserted;
+Neutral NeutralOf(const Lines& lines, bool isNumbered) {
+  Neutral neutral;
+  for (const Line& line : lines) {
+    neutral.push_back({line.machine, {}, line.part, line.orientation, line.feed, line.rapid});
+    std::copy(line.degs.begin(), line.degs.end(), neutral.back().degs.begin());
+    if (!isNumbered) continue;
+    neutral.back().source = line.source;
+    neutral.back().isInserted = line.inserted;
   }
   return neutral;
 }
 
 zvPostingVerdict Verified(const zvPostingVerifier& verifier, const cadcam::zvToolPath& path,
-                          const std::vector<zvPostedLine>& lines) {
+                          const Neutral& lines) {
   std::size_t next = 0;
   return verifier.Verify(path, [&](zvPostedLine& line) {
     if (next == lines.size()) return false;
@@ -65,40 +78,28 @@ zvPostingVerdict Verified(const zvPostingVerifier& verifier, const cadcam::zvToo
   });
 }
 
-// Orientations come from angles on the model, so that the machine reaches them; with two rotary
-// axes some paths go through a pole or beside it, and some leap.
-template <class AnyScene>
-Source PathFor(Seeded& random, const AnyScene& scene, int rotary) {
-  const rigid::Machine model = scene.Model();
-  std::vector<double> degs{random.Real(-170, 170), random.Real(-170, 170)};
-  const double steps[] = {random.Real(-20, 20), random.Real(-5, 5)};
-  const int sort = rotary >= 2 ? random.Integer(0, 3) : 0;
-  const Point pole = Rules::Of(scene).pole.Normalized(), across = Across(pole, random);
-  const Point aside = Cross(pole, across) * std::pow(10.0, random.Real(-8, -1));
-  Point tip = random.Vector(200);
-  Source path;
-  const int count = random.Integer(2, 30);
-  for (int i = 0; i < count; ++i) {
-    path.push_back({tip, ToPoint(model.At({}, degs).axis), random.Real(100, 5000)});
-    if (sort == 1) path.back().orientation = pole + aside + across * (0.03 * (i - count / 2));
-    if (random.Chance(0.1)) path.back().rapid = true;
-    if (random.Chance(0.1)) path.back().link = random.Integer(0, 5);
-    for (std::size_t k = 0; rotary > 0 && k < 2; ++k) degs[k] += steps[k] * random.Real(0, 1);
-    if (sort == 2 && random.Chance(0.2)) degs = {random.Real(-170, 170), random.Real(-170, 170)};
-    if (sort != 2 || random.Chance(0.8)) tip += random.Vector(8);
+/// A posting as lines of anybody, its path, and who verifies it.
+struct Posted {
+  template <class AnyScene>
+  Posted(const AnyScene& scene, const Source& source, bool isNumbered = true,
+         const post::zvPathTolerance& tolerance = {})
+      : path(Build(source)), verifier(VerifierOf(scene)) {
+    auto creator = CreatorOf(scene);
+    creator.SetPathTolerance(tolerance);
+    lines = NeutralOf(PostBy(creator, path).lines, isNumbered);
   }
-  return path;
-}
+  zvPostingVerdict Verdict() const { return Verified(verifier, path, lines); }
+  /// What is found in the lines as something has changed them.
+  Places Found(const std::function<void(Neutral&)>& change = [](Neutral&) {}) const {
+    Neutral changed = lines;
+    change(changed);
+    return PlacesOf(Verified(verifier, path, changed));
+  }
 
-// How far the model leaves a way between two lines, by many places in between.
-post::zvBlockDeviation Sampled(const Rules& rules, const Line& a, const Line& b, bool isWrapped) {
-  post::zvBlockDeviation largest;
-  for (int i = 0; i <= 200; ++i) {
-    const rigid::Pose pose = rules.PoseAt(Between(a, b, i / 200.0, isWrapped));
-    largest.tip = std::max(largest.tip, OffLine(ToPoint(pose.tip), a.part, b.part));
-  }
-  return largest;
-}
+  PathBuilder path;
+  zvPostingVerifier verifier;
+  Neutral lines;
+};
 
 /// Notes what the blocks say, by their line.
 struct Notes : post::zvBlockSink {
@@ -106,17 +107,42 @@ struct Notes : post::zvBlockSink {
   void Take(const post::zvVerifiedBlock& block) override { blocks[block.line] = block; }
 };
 
-// Postings that no tolerance was asked of keep all but the law, and their blocks leave their ways
-// by what the model says.
+// Each block leaves its way by what the model says, looked at in many places, and hardly more.
 template <class AnyScene>
-void ExpectOwnPostingsVerified(Seeded& random, AnyScene scene, int rotary, int& posted) {
+void ExpectBounds(const Notes& notes, const AnyScene& scene, const Lines& lines, double floor) {
+  const Rules rules = Rules::Of(scene);
+  const bool isWrapped = scene.control.GetFirstAxisLimit() != zv5axControlDef::angleLimitNone;
+  if (rules.model.slidesTellTip) return;  // standing ones have the length all the same
+  for (const auto& [line, block] : notes.blocks) {
+    const Line &a = lines[line - 1], &b = lines[line];
+    double is = 0;
+    for (int i = 0; i <= 200; ++i) {
+      const rigid::Pose pose = rules.PoseAt(Between(a, b, i / 200.0, isWrapped));
+      is = std::max(is, OffLine(ToPoint(pose.tip), a.part, b.part));
+    }
+    const double slack = 1e-11 * (scene.Size() + a.machine.Length() + a.part.Length());
+    ASSERT_GE(block.deviation.tip, is - slack) << line;
+    ASSERT_LE(block.deviation.tip, std::max(floor, 1.021 * is + 1e-9 + 10 * slack)) << line;
+  }
+}
+
+// Of what the machine can follow: without rotary axes the tool stands, with one it keeps to its
+// cone.
+int PathSortFor(Seeded& random, int rotary) {
+  if (rotary == 0) return kConstant;
+  const int sort = random.Integer(0, kPathSorts - 1);
+  return rotary == 1 && sort == kThroughPole ? kSweep : sort;
+}
+
+// A posting that no tolerance was asked of keeps all but the law.
+template <class AnyScene>
+void ExpectOwnPostingVerified(Seeded& random, AnyScene scene, int rotary, int& posted) {
   scene.par.SetMaxAngleStep(random.Real(1, 8));
   scene.par.SetMaxAngleJump(random.Real(60, 180));
   scene.par.SetInterpolateByDistance(random.Chance(0.3));
   scene.par.SetInterpolationDistance(random.Real(0.7, 6));
-  const auto control = static_cast<zv5axControlDef::angleLimit>(random.Integer(0, 2));
-  scene.control.SetFirstAxisLimit(control);
-  scene.control.SetSecondAxisLimit(control);
+  const int wrap = random.Integer(0, 2);
+  scene.control = Wrapping(wrap, wrap);
   if constexpr (requires { scene.machine.secondRange; }) {
     if (random.Chance(0.5))
       scene.machine.spindle = scene.machine.first;  // then it reaches its pole
@@ -132,108 +158,73 @@ void ExpectOwnPostingsVerified(Seeded& random, AnyScene scene, int rotary, int& 
       m.range = range;
     scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
   }
-  const PathBuilder path = Build(PathFor(random, scene, rotary));
+  const int sort = PathSortFor(random, rotary);
+  const double aside = std::pow(10, random.Real(-8, -1));
+  const PathBuilder path =
+      Build(RandomPath(random, scene.Model(), Rules::Of(scene).pole, sort, aside));
   auto creator = CreatorOf(scene);
   const Outcome outcome = PostBy(creator, path);
+  const Lines& lines = outcome.lines;
   if (outcome.id != 0) return;
   ++posted;
-  const zvPostingVerifier verifier = VerifierOf(scene);
+  const auto& list = *creator.GetPostedList();
+  zvPostingVerifier verifier = VerifierOf(scene);
   Notes notes;
-  const zvPostingVerdict noted = verifier.Verify(path, *creator.GetPostedList(), &notes);
-  ASSERT_EQ(PlacesOf(noted), std::vector<Place>{});
-  ASSERT_EQ(noted.sources, path.Path().GetMoveCount());
-  ASSERT_EQ(noted.lines, outcome.lines.size());
-  ASSERT_EQ(noted.blocks, notes.blocks.size());
-
-  const Rules rules = Rules::Of(scene);
-  const auto expectBounds = [&](const Notes& told, double floor) {
-    for (const auto& [line, block] : told.blocks) {
-      const Line &a = outcome.lines[line - 1], &b = outcome.lines[line];
-      const double is = Sampled(rules, a, b, control != zv5axControlDef::angleLimitNone).tip;
-      if (rules.model.slidesTellTip) continue;  // standing ones have the length all the same
-      const double slack = 1e-11 * (scene.Size() + a.machine.Length() + a.part.Length());
-      ASSERT_GE(block.deviation.tip, is - slack) << line;
-      ASSERT_LE(block.deviation.tip, std::max(floor, 1.021 * is + 1e-9 + 10 * slack)) << line;
-    }
-  };
-  expectBounds(notes, 0);
+  const zvPostingVerdict noted = verifier.Verify(path, list, &notes);
+  ASSERT_EQ(PlacesOf(noted), Places{});
+  ASSERT_EQ(Flat(noted.sources, noted.lines, noted.blocks),
+            Flat(path.Path().GetMoveCount(), lines.size(), notes.blocks.size()));
+  ExpectBounds(notes, scene, lines, 0);
   // Without a sink most blocks are passed over, and the maxima are the same but for their 2%.
-  const zvPostingVerdict verdict = verifier.Verify(path, *creator.GetPostedList());
+  const zvPostingVerdict verdict = verifier.Verify(path, list);
+  ASSERT_EQ(PlacesOf(verdict), Places{});
   ASSERT_NEAR(verdict.tip.value, noted.tip.value, 0.021 * noted.tip.value + 2e-9);
   ASSERT_NEAR(verdict.axis.value, noted.axis.value, 0.021 * noted.axis.value + 2e-6);
-  ASSERT_EQ(verdict.findings.size(), 0u);
-  // With a floor small ones are told by what is at hand.
-  zvPostingVerifier coarse = verifier;
-  post::zvVerifierRules floored = verifier.GetRules();
-  floored.sinkFloor = {0.3 * verdict.tip.value, 0.3 * verdict.axis.value};
-  coarse.SetRules(floored);
-  Notes coarseNotes;
-  const zvPostingVerdict floorVerdict = coarse.Verify(path, *creator.GetPostedList(), &coarseNotes);
-  ASSERT_EQ(floorVerdict.tip.value, verdict.tip.value);
-  ASSERT_EQ(floorVerdict.tip.line, verdict.tip.line);
-  ASSERT_NEAR(floorVerdict.axis.value, verdict.axis.value, 0.021 * verdict.axis.value);
-  ASSERT_EQ(coarseNotes.blocks.size(), notes.blocks.size());
-  expectBounds(coarseNotes, floored.sinkFloor.tip);
-
   // The same by other doors: neutral lines with and without numbers, and a posted toolpath.
   for (const bool isNumbered : {true, false}) {
-    std::vector<zvPostedLine> lines;
-    for (const Line& line : outcome.lines) lines.push_back(NeutralOf(line, isNumbered));
-    const zvPostingVerdict same = Verified(verifier, path, lines);
-    ASSERT_EQ(PlacesOf(same), std::vector<Place>{});
+    const zvPostingVerdict same = Verified(verifier, path, NeutralOf(lines, isNumbered));
+    ASSERT_EQ(PlacesOf(same), Places{});
     ASSERT_EQ(same.sources, verdict.sources);
-    if (isNumbered) {
-      ASSERT_EQ(same.tip.value, verdict.tip.value);
-    }
+    ASSERT_TRUE(!isNumbered || same.tip.value == verdict.tip.value);
   }
   post::zvPostedTP toolpath;
-  for (const auto& move : *creator.GetPostedList())
+  for (const auto& move : list)
     toolpath.PushBack(misc::MakeAutoPointer<std::decay_t<decltype(move)>>(move));
   ASSERT_EQ(verifier.Verify(path, toolpath).tip.value, verdict.tip.value);
+  // With a floor small ones are told by what is at hand.
+  const post::zvBlockDeviation floor{0.3 * verdict.tip.value, 0.3 * verdict.axis.value};
+  ChangeRules(verifier, [&](auto& rules) { rules.sinkFloor = floor; });
+  Notes coarse;
+  const zvPostingVerdict floored = verifier.Verify(path, list, &coarse);
+  ASSERT_EQ(floored.tip.value, verdict.tip.value);
+  ASSERT_EQ(floored.tip.line, verdict.tip.line);
+  ASSERT_NEAR(floored.axis.value, verdict.axis.value, 0.021 * verdict.axis.value);
+  ASSERT_EQ(coarse.blocks.size(), notes.blocks.size());
+  ExpectBounds(coarse, scene, lines, floor.tip);
 }
 
+template <class Draw>
+void ExpectOwnPostingsVerified(int count, int rotary, const Draw& draw) {
+  Seeded random;
+  int posted = 0;
+  for (int i = 0; i < count; ++i) {
+    SCOPED_TRACE(i);
+    ExpectOwnPostingVerified(random, draw(random), rotary, posted);
+    if (testing::Test::HasFatalFailure()) return;
+  }
+  EXPECT_GT(posted, 0.65 * count);
+}
 TEST(PostingVerifier, FindsNothingInPostingsOfThreeAxes) {
-  Seeded random;
-  int posted = 0;
-  for (int i = 0; i < 100; ++i) {
-    SCOPED_TRACE(i);
-    ExpectOwnPostingsVerified(random, RandomThreeAxisScene(random), 0, posted);
-    if (HasFatalFailure()) return;
-  }
-  EXPECT_GT(posted, 66);
+  ExpectOwnPostingsVerified(100, 0, RandomThreeAxisScene);
 }
-
 TEST(PostingVerifier, FindsNothingInPostingsOfFourAxes) {
-  Seeded random;
-  int posted = 0;
-  for (int i = 0; i < 200; ++i) {
-    SCOPED_TRACE(i);
-    ExpectOwnPostingsVerified(random, RandomFourAxisScene(random), 1, posted);
-    if (HasFatalFailure()) return;
-  }
-  EXPECT_GT(posted, 130);
+  ExpectOwnPostingsVerified(200, 1, RandomFourAxisScene);
 }
-
 TEST(PostingVerifier, FindsNothingInPostingsOfFiveAxes) {
-  Seeded random;
-  int posted = 0;
-  for (int i = 0; i < 300; ++i) {
-    SCOPED_TRACE(i);
-    ExpectOwnPostingsVerified(random, RandomScene(random), 2, posted);
-    if (HasFatalFailure()) return;
-  }
-  EXPECT_GT(posted, 200);
+  ExpectOwnPostingsVerified(300, 2, RandomScene);
 }
-
 TEST(PostingVerifier, FindsNothingInPostingsOfSixAxes) {
-  Seeded random;
-  int posted = 0;
-  for (int i = 0; i < 100; ++i) {
-    SCOPED_TRACE(i);
-    ExpectOwnPostingsVerified(random, RandomSixAxisScene(random), 3, posted);
-    if (HasFatalFailure()) return;
-  }
-  EXPECT_GT(posted, 66);
+  ExpectOwnPostingsVerified(100, 3, RandomSixAxisScene);
 }
 
 struct CountingHook : misc::zvProgress {
@@ -250,13 +241,13 @@ TEST(PostingVerifier, AsksWhileManyMissingMovesArePassedOver) {
     source.push_back({{0.01 * static_cast<double>(i), 0, 0}, {0, 0, 1}, 1000});
   const PathBuilder path = Build(source);
   const std::vector<Line> posted = Post(scene, path).lines;
-  const std::vector<zvPostedLine> lines{NeutralOf(posted.front()), NeutralOf(posted.back())};
+  const Neutral lines = NeutralOf({posted.front(), posted.back()}, true);
   zvPostingVerifier verifier = VerifierOf(scene);
   CountingHook hook;
   verifier.SetProgress(&hook);
   const zvPostingVerdict verdict = Verified(verifier, path, lines);
   EXPECT_EQ(verdict.sources, 2u);
-  EXPECT_EQ(PlacesOf(verdict), (std::vector<Place>{{Finding::kSourceMissing, 1, -1}}));
+  EXPECT_EQ(PlacesOf(verdict), (Places{{kSourceMissing, 1}}));
   EXPECT_GE(hook.calls, kMoves / 4096);
 
   CountingHook canceller;
@@ -267,17 +258,8 @@ TEST(PostingVerifier, AsksWhileManyMissingMovesArePassedOver) {
 }
 
 /// A posting of five axes whose source moves stand in every fourth line, with three lines inserted
-/// after each; and what it takes to verify it.
-class Mutants : public testing::Test {
- protected:
-  static constexpr std::size_t kLine = 32;  // of a source move, with inserted ones about it
-
-  FiveAxisScene m_scene = MadeScene();
-  Source m_source = MadeSource(m_scene);
-  PathBuilder m_path = Build(m_source);
-  zvPostingVerifier m_verifier = VerifierOf(m_scene);
-  std::vector<zvPostedLine> m_lines = Posted(true);
-
+/// after each.
+struct Mutants : testing::Test {
   static FiveAxisScene MadeScene() {
     FiveAxisScene scene;
     scene.machine.firstPivot = {20, -30, 40};
@@ -286,153 +268,121 @@ class Mutants : public testing::Test {
     scene.toolLength = 80;
     return scene;
   }
-  static Source MadeSource(const FiveAxisScene& scene) {
+  static Source MadeSource() {
     Source source;
     for (int i = 0; i < 21; ++i)
       source.push_back({{10.0 * i, 4.0 * (i % 3), 1.0 * (i % 2)},
-                        scene.Tool(5 + 8.5 * i, 20.0 + 2 * (i % 2)),
+                        MadeScene().Tool(5 + 8.5 * i, 20.0 + 2 * (i % 2)),
                         1000.0 + 10 * i});
     return source;
   }
-  std::vector<zvPostedLine> Posted(bool isNumbered) const {
-    std::vector<zvPostedLine> lines;
-    for (const Line& line : Post(m_scene, m_path).lines)
-      lines.push_back(NeutralOf(line, isNumbered));
-    return lines;
-  }
-  std::vector<Place> Found(const std::vector<zvPostedLine>& lines) const {
-    return PlacesOf(Verified(m_verifier, m_path, lines));
-  }
+  Posted posted{MadeScene(), MadeSource()};
+  Posted unnumbered{MadeScene(), MadeSource(), false};
 };
 
-TEST_F(Mutants, NothingIsFoundInWhatWasPosted) {
-  ASSERT_EQ(m_lines.size(), 81u);
-  for (std::size_t i = 0; i < m_lines.size(); ++i)
-    ASSERT_EQ(m_lines[i].isInserted, i % 4 != 0) << i;
-  EXPECT_EQ(Found(m_lines), std::vector<Place>{});
-  EXPECT_EQ(Found(Posted(false)), std::vector<Place>{});
-}
-
 TEST_F(Mutants, AreFoundWithTheirLine) {
-  using Lines = std::vector<zvPostedLine>;
-  const auto at = [](Lines& lines, std::size_t k) { return lines.begin() + static_cast<long>(k); };
-  const double nan = std::numeric_limits<double>::quiet_NaN();
+  ASSERT_EQ(posted.lines.size(), 81u);
+  for (std::size_t i = 0; i < posted.lines.size(); ++i)
+    ASSERT_EQ(posted.lines[i].isInserted, i % 4 != 0) << i;
+  constexpr int k = 32;  // of a source move, with inserted ones about it
   struct Case {
     const char* what;
-    std::function<void(Lines&)> spoil;
-    std::vector<Place> places;
-    bool isAlsoOfSmall = true;  ///< the same is found in lines without numbers
+    std::function<void(Neutral&)> spoil;
+    Places places;
+    bool isAlsoUnnumbered = true;  ///< the same is found in lines without numbers
   };
-  constexpr std::uint64_t k = kLine;
-  const std::vector<Case> cases{
-      {"x off", [](Lines& l) { l[k].p_mach.x += 1e-3; }, {{Finding::kLineTipOff, k, -1}}},
-      {"z off", [](Lines& l) { l[k + 1].p_mach.z -= 1e-3; }, {{Finding::kLineTipOff, k + 1, -1}}},
-      {"first angle off", [](Lines& l) { l[k].degs[0] += 1e-3; }, {{Finding::kLineTipOff, k, -1}}},
-      {"second angle off", [](Lines& l) { l[k].degs[1] -= 1e-3; }, {{Finding::kLineTipOff, k, -1}}},
+  const Case cases[] = {
+      {"nothing", [](Neutral&) {}, {}},
+      {"x off", [](Neutral& l) { l[k].p_mach.x += 1e-3; }, {{kLineTipOff, k}}},
+      {"z off", [](Neutral& l) { l[k + 1].p_mach.z -= 1e-3; }, {{kLineTipOff, k + 1}}},
+      {"first angle off", [](Neutral& l) { l[k].degs[0] += 1e-3; }, {{kLineTipOff, k}}},
+      {"second angle off", [](Neutral& l) { l[k].degs[1] -= 1e-3; }, {{kLineTipOff, k}}},
       {"tool elsewhere",
-       [](Lines& l) { l[k].degs[1] -= 1; },
-       {{Finding::kLineTipOff, k, -1}, {Finding::kLineAxisOff, k, -1}}},
+       [](Neutral& l) { l[k].degs[1] -= 1; },
+       {{kLineTipOff, k}, {kLineAxisOff, k}}},
       {"a turn on",
-       [](Lines& l) { l[k].degs[0] += 360; },
-       {{Finding::kWholeTurn, k, 3}, {Finding::kWholeTurn, k + 1, 3}}},
+       [](Neutral& l) { l[k].degs[0] += 360; },
+       {{kWholeTurn, k, 3}, {kWholeTurn, k + 1, 3}}},
       {"a turn from here",
-       [](Lines& l) {
+       [](Neutral& l) {
          for (std::size_t i = k; i < l.size(); ++i) l[i].degs[1] -= 360;
        },
-       {{Finding::kWholeTurn, k, 4}}},
-      {"no number", [nan](Lines& l) { l[k].p_mach.y = nan; }, {{Finding::kNotFinite, k, -1}}},
+       {{kWholeTurn, k, 4}}},
+      {"no number", [](Neutral& l) { l[k].p_mach.y = kNaN; }, {{kNotFinite, k}}},
       {"too large to be added up",
-       [](Lines& l) { l[k].p_mach.x = l[k].p_mach.y = 1.7e308; },
-       {{Finding::kLineTipOff, k, -1},
-        {Finding::kLinearLimit, k, 0},
-        {Finding::kLinearLimit, k, 1}}},
-      {"the source move dropped",
-       [at](Lines& l) { l.erase(at(l, k)); },
-       {{Finding::kSourceMissing, k, -1}}},
-      {"the first dropped",
-       [at](Lines& l) { l.erase(at(l, 0)); },
-       {{Finding::kSourceMissing, 0, -1}}},
-      {"the last dropped", [](Lines& l) { l.pop_back(); }, {{Finding::kSourceMissing, 80, -1}}},
+       [](Neutral& l) { l[k].p_mach.x = l[k].p_mach.y = 1.7e308; },
+       {{kLineTipOff, k}, {kLinearLimit, k, 0}, {kLinearLimit, k, 1}}},
+      {"source move dropped", [](Neutral& l) { l.erase(l.begin() + k); }, {{kSourceMissing, k}}},
+      {"the first dropped", [](Neutral& l) { l.erase(l.begin()); }, {{kSourceMissing, 0}}},
+      {"the last dropped", [](Neutral& l) { l.pop_back(); }, {{kSourceMissing, 80}}},
       {"three source moves dropped",
-       [at](Lines& l) { l.erase(at(l, k), at(l, k + 9)); },
-       {{Finding::kSourceMissing, k, -1}}},
-      {"inserted ones swapped",
-       [](Lines& l) { std::swap(l[k + 1], l[k + 2]); },
-       {{Finding::kGoesBack, k + 2, -1}}},
+       [](Neutral& l) { l.erase(l.begin() + k, l.begin() + k + 9); },
+       {{kSourceMissing, k}}},
+      {"inserted swapped", [](Neutral& l) { std::swap(l[k + 1], l[k + 2]); }, {{kGoesBack, k + 2}}},
       {"source moves swapped",
-       [](Lines& l) { std::swap(l[k], l[k + 4]); },
-       {{Finding::kSourceMissing, k, -1},
-        {Finding::kSourceOrder, k + 1, -1},
-        {Finding::kSourceOrder, k + 2, -1},
-        {Finding::kSourceOrder, k + 3, -1},
-        {Finding::kSourceOrder, k + 4, -1}},
+       [](Neutral& l) { std::swap(l[k], l[k + 4]); },
+       {{kSourceMissing, k},
+        {kSourceOrder, k + 1},
+        {kSourceOrder, k + 2},
+        {kSourceOrder, k + 3},
+        {kSourceOrder, k + 4}},
        false},
       {"a number beyond the path",
-       [](Lines& l) { l[k + 1].source = 1000; },
-       {{Finding::kSourceUnknown, k + 1, -1}},
+       [](Neutral& l) { l[k + 1].source = 1000; },
+       {{kSourceUnknown, k + 1}},
        false},
-      {"too fast", [](Lines& l) { l[k].feed *= 1.01; }, {{Finding::kFeed, k, -1}}},
-      {"too fast between", [](Lines& l) { l[k + 1].feed = 1120; }, {{Finding::kFeed, k + 1, -1}}},
-      {"slower", [](Lines& l) { l[k].feed *= 0.5; }, {}},
-      {"rapid", [](Lines& l) { l[k].isRapid = true; }, {{Finding::kRapid, k, -1}}, false},
-      {"rapid between", [](Lines& l) { l[k + 1].isRapid = true; }, {{Finding::kRapid, k + 1, -1}}},
+      {"too fast", [](Neutral& l) { l[k].feed *= 1.01; }, {{kFeed, k}}},
+      {"too fast between", [](Neutral& l) { l[k + 1].feed = 1120; }, {{kFeed, k + 1}}},
+      {"slower", [](Neutral& l) { l[k].feed *= 0.5; }, {}},
+      {"rapid", [](Neutral& l) { l[k].isRapid = true; }, {{kRapid, k}}, false},
+      {"rapid between", [](Neutral& l) { l[k + 1].isRapid = true; }, {{kRapid, k + 1}}},
       {"rapid between two source moves",
-       [](Lines& l) { l[k + 1].isRapid = l[k + 2].isRapid = l[k + 3].isRapid = true; },
-       {{Finding::kRapid, k + 1, -1}, {Finding::kRapid, k + 2, -1}, {Finding::kRapid, k + 3, -1}}},
+       [](Neutral& l) { l[k + 1].isRapid = l[k + 2].isRapid = l[k + 3].isRapid = true; },
+       {{kRapid, k + 1}, {kRapid, k + 2}, {kRapid, k + 3}}},
       {"a part position elsewhere",
-       [](Lines& l) { l[k].p_part.x += 1; },
-       {{Finding::kTipOffSource, k, -1}, {Finding::kLineTipOff, k, -1}},
+       [](Neutral& l) { l[k].p_part.x += 1; },
+       {{kTipOffSource, k}, {kLineTipOff, k}},
        false},
       {"an orientation elsewhere",
-       [](Lines& l) {
-         l[k].dir_tool = {0, 0, 1};
-       },
-       {{Finding::kAxisOffSource, k, -1}, {Finding::kLineAxisOff, k, -1}},
+       [](Neutral& l) { l[k].dir_tool = Point(0, 0, 1); },
+       {{kAxisOffSource, k}, {kLineAxisOff, k}},
        false},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    Lines lines = m_lines;
-    c.spoil(lines);
-    EXPECT_EQ(Found(lines), c.places);
-    if (!c.isAlsoOfSmall) continue;
-    lines = Posted(false);
-    c.spoil(lines);
-    EXPECT_EQ(Found(lines), c.places) << "without numbers";
+    EXPECT_EQ(posted.Found(c.spoil), c.places) << c.what;
+    if (!c.isAlsoUnnumbered) continue;
+    EXPECT_EQ(unnumbered.Found(c.spoil), c.places) << c.what << " without numbers";
   }
 }
 
 TEST_F(Mutants, LimitsAreReportedWithAxisValueAndExcess) {
-  struct Case {
-    const char* what;
+  // Just this line lies beyond: the largest or smallest of all is looked for.
+  const auto most = [&](auto value) {
+    double largest = -1e9;
+    for (const zvPostedLine& line : posted.lines) largest = std::max(largest, value(line));
+    return largest;
+  };
+  const double x = most([](const auto& l) { return l.p_mach.x; });
+  const double z = -most([](const auto& l) { return -l.p_mach.z; });
+  const double a = most([](const auto& l) { return l.degs[0]; });
+  const double b = -most([](const auto& l) { return -l.degs[1]; });
+  const struct {
     std::function<void(FiveAxisSetup&)> narrow;
     int axis;
     double value, excess;
-    Finding::Kind kind = Finding::kLinearLimit;
+    Finding::Kind kind;
+  } cases[] = {
+      {[x](auto& m) { m.high.x = x - 1e-6; }, 0, x, 1e-6, kLinearLimit},
+      {[z](auto& m) { m.low.z = z + 1e-6; }, 2, z, 1e-6, kLinearLimit},
+      {[a](auto& m) { m.firstRange.second = a - 0.01; }, 3, a, 0.01, kRotaryLimit},
+      {[b](auto& m) { m.secondRange.first = b + 0.01; }, 4, b, 0.01, kRotaryLimit},
   };
-  // Just this line lies beyond: the largest or smallest of all is looked for.
-  const auto most = [&](auto value) {
-    return *std::max_element(m_lines.begin(), m_lines.end(),
-                             [&](const auto& a, const auto& b) { return value(a) < value(b); });
-  };
-  const double x = most([](const auto& l) { return l.p_mach.x; }).p_mach.x;
-  const double z = most([](const auto& l) { return -l.p_mach.z; }).p_mach.z;
-  const double a = most([](const auto& l) { return l.degs[0]; }).degs[0];
-  const double b = most([](const auto& l) { return -l.degs[1]; }).degs[1];
-  const std::vector<Case> cases{
-      {"x", [x](auto& m) { m.high.x = x - 1e-6; }, 0, x, 1e-6},
-      {"z", [z](auto& m) { m.low.z = z + 1e-6; }, 2, z, 1e-6},
-      {"first", [a](auto& m) { m.firstRange.second = a - 0.01; }, 3, a, 0.01,
-       Finding::kRotaryLimit},
-      {"second", [b](auto& m) { m.secondRange.first = b + 0.01; }, 4, b, 0.01,
-       Finding::kRotaryLimit},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    FiveAxisScene scene = m_scene;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.axis);
+    FiveAxisScene scene = MadeScene();
     c.narrow(scene.machine);
-    zvPostingVerifier verifier = VerifierOf(scene);
-    const zvPostingVerdict verdict = Verified(verifier, m_path, m_lines);
+    posted.verifier = VerifierOf(scene);
+    const zvPostingVerdict verdict = posted.Verdict();
     ASSERT_FALSE(verdict.findings.empty());
     for (const Finding& f : verdict.findings) {
       EXPECT_EQ(f.kind, c.kind);
@@ -441,45 +391,45 @@ TEST_F(Mutants, LimitsAreReportedWithAxisValueAndExcess) {
       EXPECT_LE(f.excess, c.excess + 1e-9);
       EXPECT_NEAR(std::fabs(f.value - f.bound), f.excess, 1e-12);
     }
-    post::zvVerifierRules rules = verifier.GetRules();
-    rules.limitsCheck = zvKDRParam::checkNothing;
-    verifier.SetRules(rules);
-    EXPECT_TRUE(Verified(verifier, m_path, m_lines).IsClean());
+    ChangeRules(posted.verifier, [](auto& rules) { rules.limitsCheck = zvKDRParam::checkNothing; });
+    EXPECT_EQ(posted.Found(), Places{});
   }
 }
 
 TEST_F(Mutants, ToleranceSpeedAndCountsAreKept) {
-  post::zvVerifierRules rules = m_verifier.GetRules();
-  const zvPostingVerdict plain = Verified(m_verifier, m_path, m_lines);
+  const zvPostingVerdict plain = posted.Verdict();
   ASSERT_GT(plain.tip.value, 1e-3);
-  rules.tolerance = {plain.tip.value * 0.97, 180};
-  m_verifier.SetRules(rules);
-  const zvPostingVerdict tight = Verified(m_verifier, m_path, m_lines);
-  ASSERT_FALSE(tight.findings.empty());
-  EXPECT_EQ(tight.findings.front().kind, Finding::kTipOffWay);
+  const auto verdictBy = [&](const auto& change) {
+    ChangeRules(posted.verifier, change);
+    return posted.Verdict();
+  };
+  const zvPostingVerdict tight = verdictBy([&](auto& rules) {
+    rules.tolerance = {plain.tip.value * 0.97, 180};
+  });
+  ASSERT_FALSE(tight.IsClean());
+  EXPECT_EQ(tight.findings.front().kind, kTipOffWay);
   EXPECT_EQ(tight.tip.line, plain.tip.line);
-  rules.tolerance = {plain.tip.value, plain.axis.value};
-  m_verifier.SetRules(rules);
-  EXPECT_TRUE(Verified(m_verifier, m_path, m_lines).IsClean());
-  rules.tolerance = {};
-  rules.maxRotarySpeed = plain.rotarySpeed.value * 0.999;
-  m_verifier.SetRules(rules);
-  const zvPostingVerdict fast = Verified(m_verifier, m_path, m_lines);
-  ASSERT_FALSE(fast.findings.empty());
-  EXPECT_EQ(fast.findings.front().kind, Finding::kRotarySpeed);
+  EXPECT_TRUE(verdictBy([&](auto& rules) {
+                rules.tolerance = {plain.tip.value, plain.axis.value};
+              }).IsClean());
+  const zvPostingVerdict fast = verdictBy([&](auto& rules) {
+    rules.tolerance = {};
+    rules.maxRotarySpeed = plain.rotarySpeed.value * 0.999;
+  });
+  ASSERT_FALSE(fast.IsClean());
+  EXPECT_EQ(fast.findings.front().kind, kRotarySpeed);
   // Degrees over the time that the feed takes for the way.
-  const zvPostedLine &a = m_lines[plain.rotarySpeed.line - 1], &b = m_lines[plain.rotarySpeed.line];
+  const auto line = plain.rotarySpeed.line;
+  const zvPostedLine &a = posted.lines[line - 1], &b = posted.lines[line];
   const double minutes = Distance(a.p_part, b.p_part) / b.feed;
-  EXPECT_NEAR(
-      plain.rotarySpeed.value,
-      std::max(std::fabs(b.degs[0] - a.degs[0]), std::fabs(b.degs[1] - a.degs[1])) / minutes,
-      1e-9 * plain.rotarySpeed.value);
-  rules.maxRotarySpeed = 0;
-  rules.mostFindings = 3;
-  m_verifier.SetRules(rules);
-  const zvPostingVerdict many = Verified(m_verifier, m_path, m_lines);
+  const double turn = std::max(std::fabs(b.degs[0] - a.degs[0]), std::fabs(b.degs[1] - a.degs[1]));
+  EXPECT_NEAR(plain.rotarySpeed.value, turn / minutes, 1e-9 * plain.rotarySpeed.value);
+  const zvPostingVerdict many = verdictBy([](auto& rules) {
+    rules.maxRotarySpeed = 0;
+    rules.mostFindings = 3;
+  });
   EXPECT_EQ(many.findings.size(), 3u);
-  EXPECT_GT(many.counts[Finding::kRotarySpeed], 50u);
+  EXPECT_GT(many.counts[kRotarySpeed], 50u);
 }
 
 // On a rapid step lines are rapid, and in their order; on a step along the tool they look like
@@ -487,78 +437,38 @@ TEST_F(Mutants, ToleranceSpeedAndCountsAreKept) {
 TEST(PostingVerifier, SeesRapidLinesOutOfOrderAndWhereNothingTurns) {
   FiveAxisScene scene;
   scene.par.SetInterpolateRapidMoves(true);
-  scene.par.SetInterpolateByDistance(true);
-  scene.par.SetInterpolationDistance(5);
+  DivideByDistance(scene.par, 5);
   scene.par.SetMaxAngleStep(3);
-  const Point tilted = scene.Tool(40, 30);
-  const Source source{{{0, 0, 60}, scene.Tool(5, 30), 1000, true},
-                      {{40, 5, 55}, tilted, 1000, true},
-                      {Point{40, 5, 55} - 30 * tilted, tilted},
-                      {{40, 5, 55}, tilted}};
-  const PathBuilder path = Build(source);
-  std::vector<zvPostedLine> lines;
-  for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
-  const zvPostingVerifier verifier = VerifierOf(scene);
-  ASSERT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
-  const auto down = static_cast<std::size_t>(
-      std::find_if(lines.begin() + 1, lines.end(), [](const auto& l) { return !l.isInserted; }) -
-      lines.begin());
+  const Point tilted = scene.Tool(40, 30), top{40, 5, 55};
+  const Posted posted(scene, {{{0, 0, 60}, scene.Tool(5, 30), 1000, true},
+                              {top, tilted, 1000, true},
+                              {top - 30 * tilted, tilted},
+                              {top, tilted}});
+  ASSERT_EQ(posted.Found(), Places{});
+  std::size_t down = 1;
+  while (posted.lines.at(down).isInserted) ++down;
   ASSERT_GT(down, 5u);
-  ASSERT_TRUE(lines[2].isRapid && lines[3].isRapid);
-  ASSERT_EQ(lines.size(), down + 17);
-
-  auto swapped = lines;
-  std::swap(swapped[2], swapped[3]);
-  EXPECT_EQ(PlacesOf(Verified(verifier, path, swapped)),
-            (std::vector<Place>{{Finding::kGoesBack, 3, -1}}));
-  // Down, and up again.
-  for (const std::size_t k : {down + 2, down + 10}) {
-    auto rapid = lines;
-    ASSERT_TRUE(rapid[k].isInserted);
-    rapid[k].isRapid = true;
-    EXPECT_EQ(PlacesOf(Verified(verifier, path, rapid)),
-              (std::vector<Place>{{Finding::kRapid, k, -1}}));
+  ASSERT_EQ(posted.lines.size(), down + 17);
+  ASSERT_TRUE(posted.lines[2].isRapid && posted.lines[3].isRapid);
+  EXPECT_EQ(posted.Found([](Neutral& l) { std::swap(l[2], l[3]); }), (Places{{kGoesBack, 3}}));
+  for (const std::size_t k : {down + 2, down + 10}) {  // down, and up again
+    ASSERT_TRUE(posted.lines[k].isInserted);
+    EXPECT_EQ(posted.Found([k](Neutral& l) { l[k].isRapid = true; }), (Places{{kRapid, k}}));
   }
 }
 
 // A line beside the path, where the machine puts it: the way from line to line is kept, the path's
 // is not.
 TEST(PostingVerifier, CountsWhatLinesOfFewDecimalsLieOffThePath) {
-  const ThreeAxisScene scene;
-  const PathBuilder path =
-      Build(Source{{{0, 0, 0}, {0, 0, 1}}, {{10, 0, 0}, {0, 0, 1}}, {{20, 0, 0}, {0, 0, 1}}});
-  std::vector<zvPostedLine> lines;
-  for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
-  ASSERT_EQ(lines.size(), 3u);
-  lines[1].p_part.y += 1e-3;
-  lines[1].p_mach.y += 1e-3;
-  zvPostingVerifier verifier = VerifierOf(scene);
-  post::zvVerifierRules rules = verifier.GetRules();
-  for (const double slack : {5e-4, 2e-3}) {
-    rules.lineLength = slack;
-    verifier.SetRules(rules);
-    const zvPostingVerdict verdict = Verified(verifier, path, lines);
-    EXPECT_EQ(verdict.IsClean(), slack > 1e-3);
-    EXPECT_EQ(verdict.counts[Finding::kTipOffSource], slack > 1e-3 ? 0u : 1u);
-    if (slack > 1e-3) {
-      EXPECT_NEAR(verdict.tip.value, 1e-3, 1e-9);
-    }
-  }
-}
-
-/// A posting on the default machine as lines of anybody, and its path.
-struct Neutral {
-  PathBuilder path;
-  std::vector<zvPostedLine> lines;
-};
-Neutral NeutralBy(const FiveAxisScene& scene, const Source& source,
-                  const post::zvPathTolerance& tolerance, bool isNumbered) {
-  Neutral neutral{Build(source), {}};
-  auto creator = scene.Creator();
-  creator.SetPathTolerance(tolerance);
-  for (const Line& line : PostBy(creator, neutral.path).lines)
-    neutral.lines.push_back(NeutralOf(line, isNumbered));
-  return neutral;
+  Posted posted(ThreeAxisScene(),
+                {{{}, {0, 0, 1}}, {{10, 0, 0}, {0, 0, 1}}, {{20, 0, 0}, {0, 0, 1}}});
+  posted.lines.at(1).p_part.y += 1e-3;
+  posted.lines[1].p_mach.y += 1e-3;
+  ChangeRules(posted.verifier, [](auto& rules) { rules.lineLength = 5e-4; });
+  EXPECT_EQ(posted.Verdict().counts[kTipOffSource], 1u);
+  ChangeRules(posted.verifier, [](auto& rules) { rules.lineLength = 2e-3; });
+  EXPECT_TRUE(posted.Verdict().IsClean());
+  EXPECT_NEAR(posted.Verdict().tip.value, 1e-3, 1e-9);
 }
 
 // From the edge of a wide cone the tool tilts onto the pole within the tolerance.
@@ -575,17 +485,13 @@ TEST(PostingVerifier, AllowsBesideAPoleWhatTheParametersDo) {
                       {{-48.2, -1.8, -0.1}, {0.00042, -0.0003125, 1}},
                       {{-48.2, -24.25, -0.1}, {0.105174, -0.050057, 2.497285}}};
   for (const bool isNumbered : {true, false}) {
-    const auto [path, lines] = NeutralBy(scene, source, {0.87, 1.4195}, isNumbered);
-    ASSERT_GT(lines.size(), 100u);
-    zvPostingVerifier verifier = VerifierOf(scene);
-    post::zvVerifierRules rules = verifier.GetRules();
-    rules.tolerance = {0.87, 1.4195};
-    verifier.SetRules(rules);
-    EXPECT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
+    Posted posted(scene, source, isNumbered, {0.87, 1.4195});
+    ASSERT_GT(posted.lines.size(), 100u);
+    ChangeRules(posted.verifier, [](auto& rules) { rules.tolerance = {0.87, 1.4195}; });
+    EXPECT_EQ(posted.Found(), Places{});
     // Without the width it is seen.
-    rules.poleAngleTolerance = 0.01;
-    verifier.SetRules(rules);
-    EXPECT_GT(Verified(verifier, path, lines).counts[Finding::kLineAxisOff], 100u);
+    ChangeRules(posted.verifier, [](auto& rules) { rules.poleAngleTolerance = 0.01; });
+    EXPECT_GT(posted.Verdict().counts[kLineAxisOff], 100u);
   }
 }
 
@@ -595,46 +501,33 @@ TEST(PostingVerifier, SeesLinesOfATurnOnTheSpotSwapped) {
   FiveAxisScene scene;
   scene.par.SetMaxAngleStep(3);
   scene.par.SetMaxAngleJump(360);
-  const Point tip{10, 20, 30};
-  struct Case {
+  const Point tip{10, 20, 30}, from = scene.Tool(10, 20), aside{5, 0, 0};
+  const struct {
     const char* what;
     Source source;
     int axis;  // of the finding, -1 for the tool's arc
-  };
-  const std::vector<Case> cases{
-      {"an arc", {{tip, scene.Tool(10, 20)}, {tip, scene.Tool(60, 50)}}, -1},
+  } cases[] = {
+      {"an arc", {{tip, from}, {tip, scene.Tool(60, 50)}}, -1},
       {"over a pole", {{tip, scene.Tool(0, 20)}, {tip, scene.Tool(180, 20)}}, -1},
-      {"on a pole",
-       {{tip - Point{5, 0, 0}, scene.Tool(10, 20)},
-        {tip, {0, 0, 1}},
-        {tip + Point{5, 0, 0}, scene.Tool(130, 20)}},
-       3},
-      {"opposite", {{tip, scene.Tool(10, 20)}, {tip, -scene.Tool(10, 20)}}, 3},
+      {"on a pole", {{tip - aside, from}, {tip, {0, 0, 1}}, {tip + aside, scene.Tool(130, 20)}}, 3},
+      {"opposite", {{tip, from}, {tip, -from}}, 3},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases)
     for (const bool isNumbered : {true, false}) {
       SCOPED_TRACE(testing::Message() << c.what << isNumbered);
-      const auto [path, lines] = NeutralBy(scene, c.source, {0.01, 0.1}, isNumbered);
-      const zvPostingVerifier verifier = VerifierOf(scene);
-      ASSERT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
+      const Posted posted(scene, c.source, isNumbered, {0.01, 0.1});
+      ASSERT_EQ(posted.Found(), Places{});
       // Two in the middle of what stands, with one before them that turns as they do.
-      std::size_t k = 0;
-      for (std::size_t i = 0; i + 3 < lines.size(); ++i) {
-        const auto stands = [&lines = lines, &tip](std::size_t j) {
-          return Distance(lines[j].p_part, tip) < 1e-9;
-        };
-        if (stands(i) && stands(i + 3) && k == 0) k = i + 1;
-      }
-      ASSERT_GT(k, 0u);
-      for (const std::size_t at : {k, k + 1}) {
-        auto swapped = lines;
-        std::swap(swapped[at], swapped[at + 1]);
-        EXPECT_EQ(PlacesOf(Verified(verifier, path, swapped)),
-                  (std::vector<Place>{{Finding::kTurnsBack, at + 1, c.axis}}))
+      const auto stands = [&](std::size_t i) {
+        return Distance(posted.lines.at(i).p_part, tip) < 1e-9;
+      };
+      std::size_t k = 1;
+      while (!stands(k - 1) || !stands(k + 2)) ++k;
+      for (const std::size_t at : {k, k + 1})
+        EXPECT_EQ(posted.Found([at](Neutral& l) { std::swap(l[at], l[at + 1]); }),
+                  (Places{{kTurnsBack, at + 1, c.axis}}))
             << at;
-      }
     }
-  }
 }
 
 // Between opposite orientations the machine goes its own way, which is no finding.
@@ -647,18 +540,15 @@ TEST(PostingVerifier, FindsNothingBetweenOppositeOrientations) {
     scene.par.SetMaxAngleJump(360);
     const Point dir = scene.Tool(random.Real(-170, 170), random.Real(-80, 80));
     const Point tip = random.Vector(100);
-    const Source source{{tip, dir}, {tip + random.Vector(10), -dir}};
+    const PathBuilder path = Build({{tip, dir}, {tip + random.Vector(10), -dir}});
     const post::zvPathTolerance tolerance(random.Real(0.001, 0.1), random.Real(0.02, 0.5));
-    const PathBuilder path = Build(source);
     auto creator = scene.Creator();
     creator.SetPathTolerance(tolerance);
     if (PostBy(creator, path).id != 0 || !creator.GetToleranceReport().IsHeld()) continue;
     ++held;
     zvPostingVerifier verifier = VerifierOf(scene);
-    post::zvVerifierRules rules = verifier.GetRules();
-    rules.tolerance = tolerance;
-    verifier.SetRules(rules);
-    ASSERT_EQ(PlacesOf(verifier.Verify(path, *creator.GetPostedList())), std::vector<Place>{});
+    ChangeRules(verifier, [&](auto& rules) { rules.tolerance = tolerance; });
+    ASSERT_EQ(PlacesOf(verifier.Verify(path, *creator.GetPostedList())), Places{});
   }
   EXPECT_GT(held, 20);
 }
@@ -667,69 +557,56 @@ TEST(PostingVerifier, FindsNothingBetweenOppositeOrientations) {
 TEST(PostingVerifier, TellsALiftFromATurningStepAlongTheTool) {
   FiveAxisScene scene;
   scene.par.SetMaxAngleStep(0.5);
-  const Point low = scene.Tool(40, 30);
-  for (const double way : {30.0, -30.0}) {
-    const Source source{{{40, 5, 55}, low, 1000},
-                        {Point{40, 5, 55} + way * low, scene.Tool(41, 33), 1000}};
+  const Point low = scene.Tool(40, 30), tip{40, 5, 55};
+  for (const double way : {30.0, -30.0})
     for (const bool isNumbered : {true, false}) {
       SCOPED_TRACE(testing::Message() << way << isNumbered);
-      const auto [path, lines] = NeutralBy(scene, source, {}, isNumbered);
-      const zvPostingVerifier verifier = VerifierOf(scene);
-      ASSERT_EQ(PlacesOf(Verified(verifier, path, lines)), std::vector<Place>{});
-      ASSERT_GT(lines.size(), 5u);
-      for (const std::size_t k : {std::size_t{1}, lines.size() / 2, lines.size() - 2}) {
-        auto rapid = lines;
-        rapid[k].isRapid = true;
-        EXPECT_EQ(PlacesOf(Verified(verifier, path, rapid)),
-                  (std::vector<Place>{{Finding::kRapid, k, -1}}));
-      }
+      const Posted posted(scene, {{tip, low}, {tip + way * low, scene.Tool(41, 33)}}, isNumbered);
+      ASSERT_EQ(posted.Found(), Places{});
+      const std::size_t count = posted.lines.size();
+      ASSERT_GT(count, 5u);
+      for (const std::size_t k : {std::size_t{1}, count / 2, count - 2})
+        EXPECT_EQ(posted.Found([k](Neutral& l) { l[k].isRapid = true; }), (Places{{kRapid, k}}));
     }
-  }
 }
 
 // By a whole turn, of which a wrapped angle tells nothing: the tool comes down where it left.
 TEST(PostingVerifier, TakesALiftThatTurnsByAWholeTurnOnAStepAlongTheTool) {
   const FiveAxisScene scene;
-  const Point up = scene.Tool(40, 30);
-  const Source source{{{40, 5, 55}, up, 1000}, {Point{40, 5, 55} + 30 * up, up, 1000}};
+  const Point up = scene.Tool(40, 30), tip{40, 5, 55};
   for (const bool isNumbered : {true, false}) {
-    auto [path, lines] = NeutralBy(scene, source, {}, isNumbered);
-    ASSERT_EQ(lines.size(), 2u);
-    zvPostedLine drop = lines[0], lift = lines[0];
-    drop.isInserted = lift.isInserted = isNumbered;
-    lift.isRapid = true;
-    lift.p_part += 20 * up;
-    lift.p_mach = lines[0].p_mach + (lines[1].p_mach - lines[0].p_mach) * (20.0 / 30);
-    lines.insert(lines.begin() + 1, {lift, lift, drop});
-    EXPECT_EQ(PlacesOf(Verified(VerifierOf(scene), path, lines)), std::vector<Place>{});
+    const Posted posted(scene, {{tip, up}, {tip + 30 * up, up}}, isNumbered);
+    ASSERT_EQ(posted.lines.size(), 2u);
+    EXPECT_EQ(posted.Found([&](Neutral& lines) {
+      zvPostedLine drop = lines[0], lift = lines[0];
+      drop.isInserted = lift.isInserted = isNumbered;
+      lift.isRapid = true;
+      lift.p_part += 20 * up;
+      lift.p_mach += (lines[1].p_mach - lines[0].p_mach) * (20.0 / 30);
+      lines.insert(lines.begin() + 1, {lift, lift, drop});
+    }),
+              Places{});
   }
 }
 
 // A line tolerance is for places: how fast an axis turns in a block shorter than it is seen.
 TEST(PostingVerifier, JudgesSpeedsInBlocksShorterThanTheLineTolerance) {
   const FiveAxisScene scene;
-  const Source source{{{0, 0, 0}, scene.Tool(40, 30)}, {{0.004, 0, 0}, scene.Tool(40, 31)}};
-  const auto [path, lines] = NeutralBy(scene, source, {}, true);
-  zvPostingVerifier verifier = VerifierOf(scene);
-  post::zvVerifierRules rules = verifier.GetRules();
-  rules.lineLength = 0.005;
-  rules.maxRotarySpeed = 10000;
-  verifier.SetRules(rules);
-  const zvPostingVerdict verdict = Verified(verifier, path, lines);
-  EXPECT_EQ(PlacesOf(verdict), (std::vector<Place>{{Finding::kRotarySpeed, 1, 4}}));
-  EXPECT_NEAR(verdict.rotarySpeed.value, 1 * 1000 / 0.004, 1);
+  Posted posted(scene, {{{}, scene.Tool(40, 30)}, {{0.004, 0, 0}, scene.Tool(40, 31)}});
+  ChangeRules(posted.verifier, [](auto& rules) {
+    rules.lineLength = 0.005;
+    rules.maxRotarySpeed = 10000;
+  });
+  EXPECT_EQ(posted.Found(), (Places{{kRotarySpeed, 1, 4}}));
+  EXPECT_NEAR(posted.Verdict().rotarySpeed.value, 1 * 1000 / 0.004, 1);
 }
 
 TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {
   Seeded random;
-  SixAxisScene scene = RandomSixAxisScene(random);
-  const PathBuilder path = Build(PathFor(random, scene, 3));
-  std::vector<zvPostedLine> lines;
-  for (const Line& line : Post(scene, path).lines) lines.push_back(NeutralOf(line));
-  ASSERT_GT(lines.size(), 2u);
-  lines[1].degs[2] += 1e-3;
-  EXPECT_EQ(PlacesOf(Verified(VerifierOf(scene), path, lines)),
-            (std::vector<Place>{{Finding::kLineAxisOff, 1, 5}}));
+  const SixAxisScene scene = RandomSixAxisScene(random);
+  const Posted posted(scene, RandomPath(random, scene.Model(), scene.machine.first, kSweep));
+  ASSERT_GT(posted.lines.size(), 2u);
+  EXPECT_EQ(posted.Found([](Neutral& l) { l[1].degs[2] += 1e-3; }), (Places{{kLineAxisOff, 1, 5}}));
 }
 
 TEST(PostingVerifier, RefusesMovesOfAnotherClassAndSetupsWithoutNumbers) {
@@ -738,11 +615,9 @@ TEST(PostingVerifier, RefusesMovesOfAnotherClassAndSetupsWithoutNumbers) {
   const misc::zvMemoryPoolList<post::zvPosted4axMove> list(provider);
   const PathBuilder path = Build(Source{{{}, {0, 0, 1}}});
   EXPECT_EQ(IdOf([&] { VerifierOf(scene).Verify(path, list); }), 5043u);
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(IdOf([&] { zvPostingVerifier(scene.machine.MachDef(), {}, {nan, 0, 0}, 0); }), 5039u);
-  EXPECT_EQ(IdOf([&] { zvPostingVerifier(scene.machine.MachDef(), {}, {}, nan); }), 5039u);
+  EXPECT_EQ(IdOf([&] { zvPostingVerifier(scene.machine.MachDef(), {}, {kNaN, 0, 0}, 0); }), 5039u);
+  EXPECT_EQ(IdOf([&] { zvPostingVerifier(scene.machine.MachDef(), {}, {}, kNaN); }), 5039u);
 }
 
 }  // namespace
-
 }  // namespace tests
