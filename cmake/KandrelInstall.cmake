@@ -12,7 +12,8 @@ install(TARGETS kandrel EXPORT kandrel-targets
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/kandrel ${PROJECT_BINARY_DIR}/include/kandrel
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
 if(TARGET kandrel-post)
-  set_target_properties(kandrel-post PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  file(RELATIVE_PATH libraries_from_programs ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(kandrel-post PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_programs}")
   install(TARGETS kandrel-post COMPONENT app)
 endif()
 
@@ -26,8 +27,17 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kandrel-config-version.cm
 install(FILES ${PROJECT_BINARY_DIR}/kandrel-config.cmake
   ${PROJECT_BINARY_DIR}/kandrel-config-version.cmake DESTINATION ${package_dir} COMPONENT dev)
 
-file(RELATIVE_PATH pkgconfig_to_prefix ${CMAKE_INSTALL_PREFIX}/${pkgconfig_dir}
-  ${CMAKE_INSTALL_PREFIX})
+# A folder of libraries that is given as an absolute path stays where it is, and so does the prefix.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  set(pkgconfig_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+  file(RELATIVE_PATH prefix_from_file ${CMAKE_INSTALL_PREFIX}/${pkgconfig_dir} ${CMAKE_INSTALL_PREFIX})
+  set(pkgconfig_prefix \${pcfiledir}/${prefix_from_file})
+endif()
+foreach(folder LIBDIR INCLUDEDIR)
+  cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_${folder} BASE_DIRECTORY "\${prefix}"
+    OUTPUT_VARIABLE pkgconfig_${folder})
+endforeach()
 set(pkgconfig_cflags "")
 set(pkgconfig_private "")
 if(kandrel_type STREQUAL "STATIC_LIBRARY")

@@ -44,13 +44,13 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libkandrel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-1)")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_COMPONENT_DEV_DESCRIPTION
   "These are the headers, and what CMake and pkg-config find the library by.\n${kernel}")
 
 set(CPACK_DEBIAN_APP_PACKAGE_NAME kandrel-post)
 set(CPACK_DEBIAN_APP_PACKAGE_SECTION science)
-set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-1)")
+set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_COMPONENT_APP_DESCRIPTION
   "This is a program for the command line that posts, verifies, shows and replays.\n${kernel}")
 include(CPack)

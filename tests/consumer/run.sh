@@ -27,8 +27,8 @@ by_pkg_config() {
   PKG_CONFIG_PATH=$(dirname "$(find "$2" -name kandrel.pc)")
   shift 2
   # shellcheck disable=SC2046  # the flags are words
-  g++ -std=c++20 tests/consumer/main.cpp $(pkg-config --cflags --libs "$@" kandrel) -o "$program"
-  LD_LIBRARY_PATH=$(pkg-config --variable=libdir kandrel) "$program" "$(pkg-config --modversion kandrel)"
+  g++ -std=c++20 tests/consumer/main.cpp $(pkg-config --cflags --libs "$@" kandrel) -Wl,-rpath,"$(pkg-config --variable=libdir kandrel)" -o "$program"
+  "$program" "$(pkg-config --modversion kandrel)"
 }
 
 # move PREFIX: what was installed stands elsewhere now; nothing in it may hold an absolute path.
@@ -51,6 +51,19 @@ find "$prefix/include/kandrel" -name '*.h' -print0 | xargs -0 -r -n 4 -P "$jobs"
   done' "$prefix/include"
 by_cmake shared -DCMAKE_PREFIX_PATH="$prefix"
 by_pkg_config shared/by_pkg_config "$prefix"
+say "consumer: folders of libraries that a packager names"
+# names_libdir LIBDIR PC RPATH: what kandrel.pc says of it, and the way to it from kandrel-post.
+names_libdir() {
+  rm -rf "$work/libdir"
+  cmake -S . -B "$work/libdir" -G Ninja -DCMAKE_INSTALL_PREFIX=/opt/kandrel "-DCMAKE_INSTALL_LIBDIR=$1" \
+    -DKANDREL_BUILD_TESTS=OFF -DKANDREL_BUILD_EXAMPLES=OFF -DKANDREL_REPORT=OFF >/dev/null
+  grep -qxF "libdir=$2" "$work/libdir/kandrel.pc" || fail "kandrel.pc with libraries in $1"
+  grep -qF "NEW_RPATH \"\\\$ORIGIN/$3\"" "$work/libdir/cmake_install.cmake" ||
+    fail "the way from kandrel-post to libraries in $1"
+}
+# shellcheck disable=SC2016  # what stands in the file
+names_libdir lib64 '${prefix}/lib64' ../lib64
+names_libdir /opt/elsewhere/lib /opt/elsewhere/lib ../../elsewhere/lib
 say "consumer: the program of the first guide, as its page has it"
 mkdir -p "$work/host"
 for file in examples/host/CMakeLists.txt examples/01_post_in_memory.cpp; do
