@@ -2,8 +2,8 @@
 # Uses the library from outside the tree in each way that there is: installed, shared and static,
 # through CMake and through pkg-config; as a folder of another project, named and fetched; and as
 # Debian packages, which are installed into a root of their own and removed. The program beside this
-# script is built and run each time. Besides: every installed header compiles by itself, and the
-# shared library lets out nothing that isn't ours.
+# script is built and run each time. Besides: every installed header compiles by itself and declares
+# nothing that the shared library keeps back, and that lets out nothing that isn't ours.
 . "$(dirname "$0")/../../script/common.sh"
 
 work=$PWD/build/consumer
@@ -45,6 +45,9 @@ tests/consumer/alien_symbols.sh "$library" || fail "$library lets out what isn't
   fail "alien_symbols.sh sees nothing"
 cmake --install build/release --prefix "$work/shared-prefix" >/dev/null
 prefix=$(move "$work/shared-prefix")
+tests/consumer/unexported.sh build/release/kandrel "$prefix/include/kandrel" ||
+  fail "installed headers declare what $library keeps back"
+! tests/consumer/unexported.sh build/release/kandrel kandrel >/dev/null || fail "unexported.sh sees nothing"
 find "$prefix/include/kandrel" -name '*.h' -print0 | xargs -0 -r -n 4 -P "$jobs" sh -c '
   for header in "$@"; do
     clang++ -std=c++20 -x c++ -fsyntax-only -Wno-pragma-once-outside-header -I"$0" "$header" || exit 255

@@ -4,9 +4,9 @@
 #include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/pack/compressed_streams.h>
 #include <kandrel/misc/polled_streams.h>
+#include <kandrel/persistence/detail/source_references.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/persistence/log_parts.h>
-#include <kandrel/persistence/source_references.h>
 #include <kandrel/post/creators/creator_caster.h>
 #include <kandrel/post/model/post_exception.h>
 #include <tests/support/bytes.h>
