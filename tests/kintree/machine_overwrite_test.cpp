@@ -103,7 +103,9 @@ class MachineOverwrite : public testing::Test {
                        const std::vector<std::wstring>& names) {
     const Attributes before = ReadByXmllint(m_folder.Path(name));
     const auto others = OtherFiles(name);
-    zvXMLOverwrite(m_folder.WidePath(name), machDef.Clone(), names).Overwrite();
+    // What was a temporary pointer is kept, and by a copy too.
+    const zvXMLOverwrite first(m_folder.WidePath(name), machDef.Clone(), names);
+    zvXMLOverwrite(first).Overwrite();
     const auto now = OtherFiles(name);
     for (const auto& [path, bytes] : others) EXPECT_EQ(now.at(path), bytes) << path;
     return Changes(before, ReadByXmllint(m_folder.Path(name)));
