@@ -108,13 +108,31 @@ dpkg_root() {
   PATH=$work/bin:$PATH dpkg --root="$root" --force-not-root --force-script-chrootless --log="$work/dpkg.log" "$@" >>"$work/dpkg.out" 2>&1 ||
     { cat "$work/dpkg.out" >&2; fail "dpkg $*"; }
 }
+# The page of the manual has all commands and options that --help has, and the packages name the
+# owners of what is inlined.
+tr -d '\\' <docs/kandrel-post.1 >"$work/page"
+has_all() {
+  local word
+  for word in $(build/release/apps/kandrel-post/kandrel-post "$@" --help | sed -nE 's/^  (-[a-zA-Z],)?(--[a-z-]+).*/\2/p'); do
+    case $word in --help | --version) continue ;; esac
+    grep -q -e "$word\b" "$work/page" || fail "docs/kandrel-post.1 lacks $word of kandrel-post $*"
+  done
+  for word in $(build/release/apps/kandrel-post/kandrel-post "$@" --help | sed -nE '/^Subcommands/,$s/^  ([a-z]+) .*/\1/p'); do
+    grep -qE "\.BR .*\b${*:+$* }$word\b" "$work/page" || fail "docs/kandrel-post.1 lacks $word of kandrel-post $*"
+    if [ $# -eq 0 ]; then has_all "$word"; else has_all "$@" "$word"; fi
+  done
+}
+has_all
+strings build/release/apps/kandrel-post/kandrel-post | sed -nE 's/.*Copyright \(c\) //p' | sort -u | while read -r owner; do
+  grep -qF "$owner" cmake/copyright_of_program || fail "cmake/copyright_of_program lacks $owner"
+done
 debs=("$work"/deb/*.deb)
 names=()
 for deb in "${debs[@]}"; do
   names+=("$(dpkg-deb -f "$deb" Package)")
   if command -v lintian >/dev/null 2>&1; then
-    # There is no licence that a package could bring.
-    lintian --no-cfg --allow-root --fail-on error --suppress-tags no-copyright-file "$deb"
+    # No list of bugs waits for these packages.
+    lintian --no-cfg --allow-root --fail-on error,warning --suppress-tags initial-upload-closes-no-bugs "$deb"
   fi
 done
 dpkg_root -i "${debs[@]}"
