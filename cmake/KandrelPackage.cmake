@@ -33,7 +33,12 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # kandrel-post is looked at before the library is a package: the dependency is told below.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/kandrel)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/finish_package.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/finish_deb.cmake)
 set(CPACK_KANDREL_SOURCES ${PROJECT_SOURCE_DIR})
+set(CPACK_KANDREL_MULTIARCH OFF)
+if(CMAKE_LIBRARY_ARCHITECTURE AND CMAKE_INSTALL_LIBDIR STREQUAL "lib/${CMAKE_LIBRARY_ARCHITECTURE}")
+  set(CPACK_KANDREL_MULTIARCH ON)
+endif()
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libkandrel${soname})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
@@ -44,13 +49,13 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libkandrel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-1)")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_COMPONENT_DEV_DESCRIPTION
-  "These are the headers, and what CMake and pkg-config find the library by.\n${kernel}")
+  "These are the headers, what CMake and pkg-config find the library by, its pages\nand examples, and sample machines.\n${kernel}")
 
 set(CPACK_DEBIAN_APP_PACKAGE_NAME kandrel-post)
 set(CPACK_DEBIAN_APP_PACKAGE_SECTION science)
-set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-1)")
+set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "libkandrel${soname} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_COMPONENT_APP_DESCRIPTION
   "This is a program for the command line that posts, verifies, shows and replays.\n${kernel}")
 include(CPack)

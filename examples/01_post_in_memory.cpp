@@ -35,10 +35,10 @@ int main() {
   }
 
   post::zv5axMachDef machine;
-  machine.SetFiveAxisKind(3);                     // both rotary axes carry the part
-  machine.SetFirstRotationDirection({0, 0, 1});   // C, the turning table
-  machine.SetSecondRotationDirection({1, 0, 0});  // A, the cradle that it rides on,
-  machine.SetSecondRotationPivot({0, 0, -50});    // with its axis 50 mm below zero
+  machine.SetFiveAxisKind(3);                      // both rotary axes carry the part
+  machine.SetFirstRotationDirection({0, 0, -1});   // C, the turning table
+  machine.SetSecondRotationDirection({-1, 0, 0});  // A, the cradle that it rides on,
+  machine.SetSecondRotationPivot({0, 0, -50});     // with its axis 50 mm below zero
   machine.SetMinSecondAngle(-120);
   machine.SetMaxSecondAngle(20);
   const post::zv5axControlDef control;  // angles run on past a turn
@@ -51,7 +51,7 @@ int main() {
     zvKDR5AxBase kernel(machine, control, parameters, partOrigin, kToolLength);
     const post::zvPostedTP& posted = kernel.Post(path);
     Printer printer;
-    for (auto line = posted.Begin(); line != posted.End(); ++line) (*line)->AcceptVisitor(printer);
+    for (const auto& line : posted) line->AcceptVisitor(printer);
   } catch (const misc::zvException& e) {
     std::fprintf(stderr, "error %u: %s\n", e.GetId(), e.what());
     return 1;

@@ -28,8 +28,18 @@ bool HasRelativePivot(const post::zvMachDef& machDef) {
 
 zvXMLOverwrite::zvXMLOverwrite(const std::wstring& xmlPath, const MachDefPointer& machDef,
                                Names axisNames)
-    : m_path(xmlPath), m_machDef(machDef), m_axisNames(std::move(axisNames)) {
-  const auto axes = static_cast<std::size_t>(post::zvMachDefUtils::GetNumberOfAxes(m_machDef));
+    : m_path(xmlPath), m_referred(&machDef), m_axisNames(std::move(axisNames)) {
+  CheckNames();
+}
+
+zvXMLOverwrite::zvXMLOverwrite(const std::wstring& xmlPath, MachDefPointer&& machDef,
+                               Names axisNames)
+    : m_path(xmlPath), m_kept(std::move(machDef)), m_axisNames(std::move(axisNames)) {
+  CheckNames();
+}
+
+void zvXMLOverwrite::CheckNames() {
+  const auto axes = static_cast<std::size_t>(post::zvMachDefUtils::GetNumberOfAxes(MachDef()));
   if (m_axisNames.empty()) {
     m_axisNames = {L"X", L"Y", L"Z", L"C", L"B", L"D"};
     m_axisNames.resize(axes);
@@ -44,10 +54,10 @@ zvXMLOverwrite::zvXMLOverwrite(const std::wstring& xmlPath, const MachDefPointer
 void zvXMLOverwrite::Overwrite() {
   const auto metric = misc::MakeAutoPointer<zvUnitsFactory::Units>(zvUnitsFactory::metric);
   const auto machine = kintree::zvV2XMLReader(m_path).Read(metric);
-  kintree::detail::zvXMLOutputInterpreter interpreter(*m_machDef, m_axisNames);
+  kintree::detail::zvXMLOutputInterpreter interpreter(*MachDef(), m_axisNames);
   for (const kintree::mkdKinematicNode& node : machine->GetTree())
     node.GetValue()->AcceptVisitor(interpreter);
-  const auto units = m_machDef->GetUnits();
+  const auto units = MachDef()->GetUnits();
   if (units != machine->GetUnits())
     kintree::TellUser(std::wstring(L"The machine is ") + InWords(units) +
                       L" and the machine file is " + InWords(machine->GetUnits()) +
@@ -56,7 +66,7 @@ void zvXMLOverwrite::Overwrite() {
   if (!missing.empty())
     kintree::TellUser(L"The machine file has no axis " + missing +
                       L": what the machine says of it is not written.");
-  if (HasRelativePivot(*m_machDef))
+  if (HasRelativePivot(*MachDef()))
     kintree::TellUser(
         L"Both rotary axes are in the head: the first pivot is written as the machine has it, "
         L"relative to the second. Where it comes from this file the axis has moved.");

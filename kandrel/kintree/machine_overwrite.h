@@ -22,11 +22,13 @@ class KANDREL_API zvXMLOverwrite {
   using Names = std::vector<std::wstring>;
   using MachDefPointer = misc::zvAutoPointer<post::zvMachDef>;
 
-  /// Reads and writes nothing yet. The definition's pointer is the caller's and outlives the
-  /// object. The names are those of X, Y, Z and the rotary axes in the file; for none they are X,
-  /// Y, Z, and C, B, D as far as there are rotary axes. Throws zvPostException 5003 for another
-  /// number of names than axes, "Accessing NULL pointer" for a null definition.
+  /// Reads and writes nothing yet. The definition's pointer is the caller's, is referred to and
+  /// outlives the object and its copies; a temporary one is kept, also that of a pointer to a
+  /// derived class. The names are those of X, Y, Z and the rotary axes in the file; for none they
+  /// are X, Y, Z, and C, B, D as far as there are rotary axes. Throws zvPostException 5003 for
+  /// another number of names than axes, "Accessing NULL pointer" for a null definition.
   zvXMLOverwrite(const std::wstring& xmlPath, const MachDefPointer& machDef, Names axisNames);
+  zvXMLOverwrite(const std::wstring& xmlPath, MachDefPointer&& machDef, Names axisNames);
 
   /// Replaces the file when the new one is complete; until then, and when this throws, the old one
   /// stays. Throws zvPostException 5037 for a translation axis of another name, 5038 for a fourth;
@@ -42,7 +44,11 @@ class KANDREL_API zvXMLOverwrite {
   void Overwrite();
 
  private:
+  void CheckNames();
+  const MachDefPointer& MachDef() const { return m_referred != nullptr ? *m_referred : m_kept; }
+
   std::wstring m_path;
-  const MachDefPointer& m_machDef;
+  const MachDefPointer* m_referred = nullptr;  // the caller's, or null where it is kept
+  MachDefPointer m_kept;
   Names m_axisNames;
 };

@@ -16,6 +16,9 @@ namespace misc {
 ///    begins again at 0.
 /// 2. Asked at least at both ends of each stage, and after 4096 moves at the latest.
 /// 3. What the hook throws passes through, as a cancelling does.
+/// 4. A hook that several objects have, or one that threads share, is called by all their threads,
+///    also at the same time, and must stand that; what it is told of each comes mixed with the
+///    rest. A hook for each thread's work keeps them apart.
 class KANDREL_API zvProgress {
  public:
   /// What is being done; no stored form holds these numbers.

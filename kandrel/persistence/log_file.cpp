@@ -5,8 +5,8 @@
 #include <kandrel/misc/std_streams.h>
 #include <kandrel/persistence/cadcam_types_reader.h>
 #include <kandrel/persistence/cadcam_types_writer.h>
+#include <kandrel/persistence/detail/source_references.h>
 #include <kandrel/persistence/log_file.h>
-#include <kandrel/persistence/source_references.h>
 #include <kandrel/persistence/versions.h>
 #include <kandrel/post/creators/creator_caster.h>
 

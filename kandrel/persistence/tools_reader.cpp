@@ -3,9 +3,9 @@
 #include <kandrel/cadcam/tools/lathe_tool.h>
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/cadcam/tools/typed_revolved_tool.h>
+#include <kandrel/persistence/detail/tool_records.h>
 #include <kandrel/persistence/geometry2d_reader.h>
 #include <kandrel/persistence/record_tags.h>
-#include <kandrel/persistence/tool_records.h>
 #include <kandrel/persistence/tools_reader.h>
 
 #include <algorithm>

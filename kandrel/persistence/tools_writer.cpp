@@ -2,10 +2,10 @@
 #include <kandrel/cadcam/tools/generic_revolved_tool.h>
 #include <kandrel/cadcam/tools/lathe_tool.h>
 #include <kandrel/cadcam/tools/typed_revolved_tool.h>
+#include <kandrel/persistence/detail/tool_records.h>
 #include <kandrel/persistence/geometry2d_writer.h>
 #include <kandrel/persistence/helper_writer.h>
 #include <kandrel/persistence/record_tags.h>
-#include <kandrel/persistence/tool_records.h>
 #include <kandrel/persistence/tools_writer.h>
 
 #include <algorithm>

@@ -16,9 +16,9 @@ printf '%s\n' "$lines" | awk '
   {
     for (i = 1; i <= 7; ++i) word[i] = substr($i, 2) + 0
     rad = atan2(0, -1) / 180
-    c = word[4] * rad; a = word[5] * rad
-    # The tip hangs 75 below where the slides stand. Back through the cradle, which turns about X,
-    # 50 below zero, the table, which turns about Z, and from the origin of the part.
+    c = -word[4] * rad; a = -word[5] * rad
+    # The tip hangs 75 below where the slides stand. Back through the cradle, which turns about -X,
+    # 50 below zero, the table, which turns about -Z, and from the origin of the part.
     y = word[2]; z = word[3] - 75 + 50
     back_y = y * cos(a) + z * sin(a); back_z = -y * sin(a) + z * cos(a) - 50
     x = word[1] * cos(c) + back_y * sin(c) - 5; y = -word[1] * sin(c) + back_y * cos(c) + 3

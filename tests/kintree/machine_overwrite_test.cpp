@@ -16,7 +16,9 @@ using kintree::zvV2XMLReader;
 using kintree::zvV2XMLWriter;
 
 void Overwrite(const ScratchFolder& folder, const post::zvMachDef& machDef, const Names& names) {
-  zvXMLOverwrite(folder.WidePath("m.xml"), machDef.Clone(), names).Overwrite();
+  // What was a temporary pointer is kept, and by a copy too.
+  const zvXMLOverwrite first(folder.WidePath("m.xml"), machDef.Clone(), names);
+  zvXMLOverwrite(first).Overwrite();
 }
 
 std::map<std::string, std::string> AllFiles(const ScratchFolder& folder) {

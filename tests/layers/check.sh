@@ -80,7 +80,9 @@ includes() {
         report("includes " target ", which does not stand below it")
       if (target !~ /^kandrel\//) next
       if (library && layer(target) > mine) report("includes " target ", which stands above it")
-      if (outside && target ~ /\/detail\//) report("includes " target ", which is not public")
+      public = library && FILENAME ~ /\.h$/ && FILENAME !~ /\/detail\//
+      if ((outside || public) && target ~ /\/detail\//)
+        report("includes " target ", which is not public")
       if (model && target ~ /^kandrel\/post\//)
         report("the model that tests the kernel includes " target)
     }

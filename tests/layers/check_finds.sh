@@ -12,7 +12,8 @@ tree() {
   rm -rf "$work/tree"
   mkdir -p "$work/tree"/{kandrel/{misc/detail,cadcam,post/{model,geometry,passes/rewinder,verifier,creators},persistence,kintree},apps/{host,kandrel-post/{host,out,cl,machine,commands}},examples,tests/support,tests/consumer,docs}
   cd "$work/tree"
-  printf '#include <kandrel/misc/detail/slot.h>\n#include <vector>\n' >kandrel/misc/text.h
+  echo '#include <vector>' >kandrel/misc/text.h
+  echo '#include <kandrel/misc/detail/slot.h>' >kandrel/misc/text.cpp
   : >kandrel/misc/detail/slot.h
   echo '#include <kandrel/misc/text.h>' >kandrel/cadcam/point.h
   echo '#include <kandrel/cadcam/point.h>' >kandrel/post/model/move.h
@@ -80,6 +81,7 @@ finds 'a file beside the layers of post' kandrel/post/thing.h '#include <vector>
 finds 'the library on tests' kandrel/post/model/move.cpp '#include <tests/support/model.h>'
 finds 'a program on tests' apps/host/main.cpp '#include <tests/support/model.h>'
 finds 'a program on internals' apps/host/main.cpp '#include <kandrel/misc/detail/slot.h>'
+finds 'a public header on internals' kandrel/misc/text.h '#include <kandrel/misc/detail/slot.h>'
 finds 'the host on what writes' apps/kandrel-post/host/errors.h '#include "kandrel-post/out/sink.h"'
 finds 'one reader on another' apps/kandrel-post/cl/writer.h '#include "kandrel-post/machine/json.h"'
 finds 'a reader on commands' apps/kandrel-post/machine/json.h '#include <kandrel-post/commands/report.h>'

@@ -1,9 +1,9 @@
 #include <kandrel/cadcam/tools/hole_tools.h>
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/misc/pack/compressed_streams.h>
+#include <kandrel/persistence/detail/source_references.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/persistence/log_parts.h>
-#include <kandrel/persistence/source_references.h>
 #include <kandrel/post/creators/creator_caster.h>
 #include <tests/persistence/records.h>
 #include <tests/support/every_creator.h>

@@ -1,3 +1,4 @@
+#include <kandrel/cadcam/stl/detail/line_reader.h>
 #include <kandrel/cadcam/stl/parser_stl.h>
 
 #include <cstddef>
@@ -26,7 +27,7 @@ zvParserSTL<T>::~zvParserSTL() = default;
 
 template <class T>
 void zvParserSTL<T>::Initialise(misc::zvBinInputStream& stream) {
-  m_lines.emplace(stream);
+  m_lines = std::make_unique<detail::LineReader>(stream);
   this->m_line = {};
   this->m_number = 0;
 }

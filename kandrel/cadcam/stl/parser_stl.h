@@ -1,19 +1,22 @@
 // zvParserSTL: reads STL texts.
 #pragma once
 
-#include <kandrel/cadcam/stl/detail/line_reader.h>
 #include <kandrel/cadcam/stl/parser.h>
 #include <kandrel/cadcam/stl/parser_commands.h>
 #include <kandrel/cadcam/stl/stl_file.h>
 #include <kandrel/misc/export.h>
 
-#include <optional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 namespace cadcam {
+
+namespace detail {
+class LineReader;
+}  // namespace detail
 
 /// Reads the first solid of an STL text, line by line, into a zvSTLFile.
 ///
@@ -54,7 +57,7 @@ class KANDREL_API zvParserSTL : public zvParser<zvSTLFile<T>> {
   Entry* Find(std::string_view keyword);
 
   std::vector<Entry> m_commands;  // the most frequent first
-  std::optional<detail::LineReader> m_lines;
+  std::unique_ptr<detail::LineReader> m_lines;
 };
 
 extern template class zvParserSTL<float>;

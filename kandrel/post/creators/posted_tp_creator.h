@@ -86,7 +86,9 @@ class KANDREL_API zvPostedTPCreator {
   /// Who is told how far a posting has come and may cancel it, by the thread that posts; null, as
   /// at first, is nobody. Not owned; copies take it over. What is posted doesn't depend on it. A
   /// posting that is cancelled throws misc::zvCancelled, one whose hook throws what that throws:
-  /// the posted list is empty then, counts and report too, and all else is as before.
+  /// the posted list is empty then, counts and report too, and all else is as before. Not while the
+  /// creator posts, nor from its hook. Creators on several threads that share a hook call it at the
+  /// same time; single moves ask nobody.
   misc::zvProgress* GetProgress() const noexcept { return m_polling.GetHook(); }
   void SetProgress(misc::zvProgress* progress) noexcept { m_polling = misc::zvPolling(progress); }
 

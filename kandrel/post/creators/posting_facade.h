@@ -91,7 +91,8 @@ class KANDREL_API zvKDR5AxBase {
   /// Who is told how far Post has come and may cancel it, by the thread that posts; null, as at
   /// first, is nobody. Not owned; copies take it over. What is posted doesn't depend on it. A
   /// posting that is cancelled throws misc::zvCancelled, one whose hook throws what that throws;
-  /// both are failures like others.
+  /// both are failures like others. Not while this object posts. Objects on several threads that
+  /// share a hook call it at the same time; single moves ask nobody.
   misc::zvProgress* GetProgress() const noexcept { return m_progress; }
   void SetProgress(misc::zvProgress* progress) noexcept { m_progress = progress; }
 

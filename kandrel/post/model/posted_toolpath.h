@@ -32,6 +32,11 @@ class KANDREL_API zvPostedTP {
   virtual const_iterator Begin() const;
   virtual iterator End();
   virtual const_iterator End() const;
+  /// The same for `for (const auto& move : posted)`.
+  iterator begin() { return Begin(); }
+  const_iterator begin() const { return Begin(); }
+  iterator end() { return End(); }
+  const_iterator end() const { return End(); }
   /// Before `position`; returns the place of the move, which is shared.
   virtual iterator Insert(const_iterator position, const MovePointer& move);
   virtual void PushBack(const MovePointer& move);

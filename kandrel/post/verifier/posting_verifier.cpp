@@ -2,8 +2,8 @@
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/post_exception.h>
 #include <kandrel/post/model/posted_visitor.h>
+#include <kandrel/post/verifier/detail/verification.h>
 #include <kandrel/post/verifier/posting_verifier.h>
-#include <kandrel/post/verifier/verification.h>
 
 #include <cmath>
 

@@ -62,8 +62,9 @@ struct zvPostedLine {
 /// 4. A turn on the spot takes no time at any feed: its speed is not judged. Lines that divide one
 ///    go on as well, on the arc of the tool or, where that stands, each axis in its sense.
 ///
-/// Threads may share a verifier. Linear in the number of lines, in memory of its own that doesn't
-/// grow with them but by the findings kept.
+/// Threads may share a verifier, and its hook with it: several may Verify at once, while none calls
+/// SetRules or SetProgress. Linear in the number of lines, in memory of its own that doesn't grow
+/// with them but by the findings kept.
 class KANDREL_API zvPostingVerifier {
  public:
   using Point = cadcam::zvTPoint3d<double>;
@@ -76,13 +77,15 @@ class KANDREL_API zvPostingVerifier {
   zvPostingVerifier(const zvMachDef& machDef, const zv5axControlDef& control,
                     const Point& partOrigin, double toolLengthCompensation);
 
-  /// What the posting must keep to; a change counts for verifications that begin later.
+  /// What the posting must keep to; a change counts for verifications that begin later. Not while
+  /// one goes on.
   const zvVerifierRules& GetRules() const noexcept { return m_rules; }
   void SetRules(const zvVerifierRules& rules) { m_rules = rules; }
 
   /// Who is told how far a verification has come and may cancel it, by the thread that verifies;
   /// null, as at first, is nobody. Not owned. Cancelled, Verify throws misc::zvCancelled; what the
-  /// hook throws passes through.
+  /// hook throws passes through. Not while a verification goes on; what threads that share the
+  /// verifier ask of a hook, misc::zvProgress says.
   misc::zvProgress* GetProgress() const noexcept { return m_progress; }
   void SetProgress(misc::zvProgress* progress) noexcept { m_progress = progress; }
 

@@ -33,6 +33,9 @@ TEST(PostedToolpath, SharesItsMovesAndClearsThemAlone) {
   EXPECT_EQ(a.UseCount(), 2u);
   const zvPostedTP copy = path;
   EXPECT_EQ(std::vector(copy.Begin(), copy.End()), (std::vector{a, b}));
+  EXPECT_EQ(std::vector(copy.begin(), copy.end()), (std::vector{a, b}));
+  for (MovePointer& move : path) move = a;
+  EXPECT_EQ(std::vector(path.Begin(), path.End()), (std::vector{a, a}));
   EXPECT_FALSE(path.HasAlignMatrix());
   const auto matrix = misc::MakeAutoPointer<cadcam::zvMatrix<double, 4, 4>>();
   path.SetAlignMatrix(matrix);

@@ -1,4 +1,4 @@
-#include <kandrel/persistence/source_references.h>
+#include <kandrel/persistence/detail/source_references.h>
 #include <kandrel/post/geometry/move_grabber.h>
 
 #include <cstdint>

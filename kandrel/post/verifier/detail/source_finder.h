@@ -6,9 +6,9 @@
 #include <kandrel/misc/progress.h>
 #include <kandrel/post/geometry/block_law.h>
 #include <kandrel/post/geometry/way_distance.h>
-#include <kandrel/post/verifier/judged_line.h>
+#include <kandrel/post/verifier/detail/judged_line.h>
+#include <kandrel/post/verifier/detail/source_walk.h>
 #include <kandrel/post/verifier/posting_findings.h>
-#include <kandrel/post/verifier/source_walk.h>
 #include <kandrel/post/verifier/verifier_rules.h>
 
 #include <array>

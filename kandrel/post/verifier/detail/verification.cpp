@@ -3,7 +3,7 @@
 #include <kandrel/post/geometry/way_distance.h>
 #include <kandrel/post/model/mach_def_utils.h>
 #include <kandrel/post/model/posting_parameters.h>
-#include <kandrel/post/verifier/verification.h>
+#include <kandrel/post/verifier/detail/verification.h>
 
 #include <algorithm>
 #include <cmath>

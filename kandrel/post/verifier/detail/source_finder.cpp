@@ -1,7 +1,7 @@
 #include <kandrel/misc/angles.h>
 #include <kandrel/misc/tolerances.h>
 #include <kandrel/post/model/limit_tests.h>
-#include <kandrel/post/verifier/source_finder.h>
+#include <kandrel/post/verifier/detail/source_finder.h>
 
 #include <algorithm>
 #include <cmath>

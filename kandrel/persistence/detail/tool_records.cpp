@@ -1,6 +1,6 @@
 #include <kandrel/cadcam/tools/hole_tools.h>
 #include <kandrel/cadcam/tools/mills.h>
-#include <kandrel/persistence/tool_records.h>
+#include <kandrel/persistence/detail/tool_records.h>
 
 #include <array>
 

@@ -9,9 +9,9 @@
 #include <kandrel/post/model/control_def.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/mach_def.h>
-#include <kandrel/post/verifier/judged_line.h>
+#include <kandrel/post/verifier/detail/judged_line.h>
+#include <kandrel/post/verifier/detail/source_finder.h>
 #include <kandrel/post/verifier/posting_findings.h>
-#include <kandrel/post/verifier/source_finder.h>
 #include <kandrel/post/verifier/verifier_rules.h>
 
 #include <array>
