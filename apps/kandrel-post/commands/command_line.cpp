@@ -113,7 +113,8 @@ void AddPost(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("post",
                                           "Post a toolpath for a machine; write posted.csv, "
                                           "posted.nc, run.kdr, report.html, run.glb and a "
-                                          "summary");
+                                          "summary; those that another run left in the folder, "
+                                          "and this one doesn't write, go");
   command.footer("Example: kandrel-post post -m preset:mill3_metric -t plate.cl -o out" +
                  LeftOut());
   auto options = std::make_shared<RunOptions>(command);

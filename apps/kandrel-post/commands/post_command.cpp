@@ -24,6 +24,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -59,6 +60,9 @@ namespace {
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
 constexpr const char* kPageFile = "report.html";
+// All that a run may write: a folder shows one run.
+constexpr std::array<std::string_view, 5> kRunFiles{"posted.csv", "posted.nc", "run.kdr", kPageFile,
+                                                    "run.glb"};
 constexpr std::size_t kMostFindingsShown = 16;
 constexpr std::size_t kMostFindingsInPage = 1000;
 // What of a tolerance the page doesn't tell from nothing: less than its colours do.
@@ -298,7 +302,7 @@ void RunPost(const PostOptions& options) {
   progress.Stage("posting");
   RefuseHopelessTolerance(options, machine, par, program.toolPath);
 
-  OutputFolder folder(options.folder);
+  OutputFolder folder(options.folder, kRunFiles);
   HeldLines lines(WrappedAxes(options.control));
   const bool hasPage = options.report && !PageTemplate().empty();
   const Job job{options,
