@@ -81,7 +81,8 @@ struct Job {
 struct Walked {
   PostedStatistics statistics;
   std::uint64_t polesCrossed = 0;
-  bool hasModel = false;  // run.glb
+  std::string uncheckedLimits{};  // what leaves them, in words
+  bool hasModel = false;          // run.glb
   std::vector<std::string> modelNotes{};
 };
 
@@ -154,6 +155,7 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
                   ModelSetup{job.options.origin, job.options.toolLength}, wrapped, count);
   Walked walked{PostedStatistics(wrapped)};
   std::optional<PoleCounter> poles = MakePoleCounter(job);
+  UncheckedLimits limits(job.machine, job.options.control, job.par);
   if (job.lines != nullptr) job.lines->Start(count, counts);
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
@@ -161,6 +163,7 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
     nc.Write(row);
     if (model) model->Write(row);
     walked.statistics.Add(row);
+    limits.Add({move.GetMachinePosition(), row.angles[0], row.angles[1]});
     const bool isOnPole = poles && poles->Add(move);
     if (job.lines != nullptr) job.lines->Write(row, isOnPole);
     const std::uint64_t written = walked.statistics.GetCount();
@@ -173,6 +176,7 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
     walked.modelNotes = model->GetNotes();
   }
   if (poles) walked.polesCrossed = poles->GetCrossed();
+  walked.uncheckedLimits = limits.InWords(job.machine);
   return walked;
 }
 
@@ -265,7 +269,8 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   report.deviation = {tip.value, tip.line, NcWriter::NumberOf(tip.line)};
   report.tolerance = job.tolerance;
   report.notHeld = outcome.notHeld;
-  report.verdict = VerdictInWords(outcome.verdict, job.machine, kMostFindingsShown);
+  report.verdict = VerdictInWords(outcome.verdict, job.machine, kMostFindingsShown,
+                                  outcome.walked.uncheckedLimits);
   return report;
 }
 
