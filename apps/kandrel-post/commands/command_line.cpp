@@ -138,7 +138,7 @@ void AddVerify(CLI::App& app) {
       "Hold posted lines of anybody against toolpath and machine; a line for each finding");
   command.footer(
       "Give the options that the lines were posted with. Limits are looked at unless --set "
-      "limitsCheck says which.\n"
+      "limitsCheck says which. --small and --link-type are taken, but change nothing here.\n"
       "POSTED.csv may have the columns of posted.csv alone; one with any other is refused.\n"
       "Example: kandrel-post verify -m preset:trunnion_ca -t part.cl out/posted.csv --tolerance "
       "0.01");
