@@ -6,7 +6,9 @@
 #include <kandrel/misc/units_factory.h>
 
 #include <algorithm>
+#include <string>
 
+#include "kandrel-post/host/errors.h"
 #include "kandrel-post/out/text_sink.h"
 
 namespace kandrel_post {
@@ -24,6 +26,13 @@ void PutPoint(TextSink& sink, const Point& p) {
   sink.PutShortest(p.y);
   sink.Put(',');
   sink.PutShortest(p.z);
+}
+
+// A name that ends neither its statement nor its line, and joins it to no other.
+std::string InStatement(std::string_view name) {
+  std::string text = Printable(name);
+  std::replace(text.begin(), text.end(), '$', '?');
+  return text;
 }
 
 // Writes what changes from move to move.
@@ -59,7 +68,7 @@ class MoveWriter {
 
 void WriteCl(TextSink& sink, const cadcam::zvToolPath& toolPath, std::string_view partName) {
   sink.Put("PARTNO/");
-  sink.Put(partName);
+  sink.Put(InStatement(partName));
   sink.Put(toolPath.GetUnits() == measures::zvUnitsFactory::inch ? "\nUNITS/INCHES\n"
                                                                  : "\nUNITS/MM\n");
   const bool tilted = std::any_of(toolPath.begin(), toolPath.end(), [](const zvMovePointer& move) {

@@ -113,7 +113,8 @@ void AddPost(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("post",
                                           "Post a toolpath for a machine; write posted.csv, "
                                           "posted.nc, run.kdr, report.html, run.glb and a "
-                                          "summary");
+                                          "summary; those that another run left in the folder, "
+                                          "and this one doesn't write, go");
   command.footer("Example: kandrel-post post -m preset:mill3_metric -t plate.cl -o out" +
                  LeftOut());
   auto options = std::make_shared<RunOptions>(command);
@@ -137,7 +138,7 @@ void AddVerify(CLI::App& app) {
       "Hold posted lines of anybody against toolpath and machine; a line for each finding");
   command.footer(
       "Give the options that the lines were posted with. Limits are looked at unless --set "
-      "limitsCheck says which.\n"
+      "limitsCheck says which. --small and --link-type are taken, but change nothing here.\n"
       "POSTED.csv may have the columns of posted.csv alone; one with any other is refused.\n"
       "Example: kandrel-post verify -m preset:trunnion_ca -t part.cl out/posted.csv --tolerance "
       "0.01");

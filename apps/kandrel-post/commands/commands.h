@@ -41,8 +41,8 @@ struct PostOptions {
   std::optional<LineToleranceOption> lineTolerance;
 };
 
-/// Posts a toolpath, writes posted.csv, posted.nc, run.kdr and report.html into the folder and
-/// prints the summary.
+/// Posts a toolpath, writes posted.csv, posted.nc, run.kdr, report.html and run.glb into the
+/// folder, removes those of them that another run has left there, and prints the summary.
 void RunPost(const PostOptions& options);
 
 /// Holds the lines of a CSV file against the toolpath and the machine of the options, and prints

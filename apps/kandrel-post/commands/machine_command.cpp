@@ -1,6 +1,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 
 #include "kandrel-post/commands/commands.h"
@@ -15,9 +17,11 @@
 namespace kandrel_post {
 
 void ListPresets() {
+  std::size_t width = 0;
+  for (const Preset& preset : Presets()) width = std::max(width, preset.name.size());
   TextSink out(STDOUT_FILENO, "standard output");
   for (const Preset& preset : Presets())
-    out.Put(fmt::format("{:<16} {}\n", preset.name, preset.description));
+    out.Put(fmt::format("{:<{}} {}\n", preset.name, width, preset.description));
   out.Flush();
 }
 

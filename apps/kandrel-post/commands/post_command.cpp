@@ -25,6 +25,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -61,6 +62,9 @@ namespace {
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
 constexpr const char* kPageFile = "report.html";
+// All that a run may write: a folder shows one run.
+constexpr std::array<std::string_view, 5> kRunFiles{"posted.csv", "posted.nc", "run.kdr", kPageFile,
+                                                    "run.glb"};
 constexpr std::size_t kMostFindingsShown = 16;
 constexpr std::size_t kMostFindingsInPage = 1000;
 // What of a tolerance the page doesn't tell from nothing: less than its colours do.
@@ -86,7 +90,8 @@ struct Job {
 struct Walked {
   PostedStatistics statistics;
   std::uint64_t polesCrossed = 0;
-  bool hasModel = false;  // run.glb
+  std::string uncheckedLimits{};  // what leaves them, in words
+  bool hasModel = false;          // run.glb
 };
 
 struct PostOutcome {
@@ -159,6 +164,7 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
                                        wrapped, count);
   Walked walked{PostedStatistics(wrapped)};
   std::optional<PoleCounter> poles = MakePoleCounter(job);
+  UncheckedLimits limits(job.machine, job.options.control, job.par);
   if (job.lines != nullptr) job.lines->Start(count, counts);
   forEachMove([&](const post::zvPostedMove& move) {
     const PostedRow row = RowOf(move);
@@ -166,6 +172,7 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
     nc.Write(row);
     if (model) model->Write(row);
     walked.statistics.Add(row);
+    limits.Add({move.GetMachinePosition(), row.angles[0], row.angles[1]});
     const bool isOnPole = poles && poles->Add(move);
     if (job.lines != nullptr) job.lines->Write(row, isOnPole);
     const std::uint64_t written = walked.statistics.GetCount();
@@ -178,6 +185,7 @@ Walked WriteFiles(const Job& job, OutputFolder& folder, Progress& progress,
     job.modelFile.writing.Start([&model] { model->Finish(); });
   }
   if (poles) walked.polesCrossed = poles->GetCrossed();
+  walked.uncheckedLimits = limits.InWords(job.machine);
   return walked;
 }
 
@@ -270,7 +278,8 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   report.deviation = {tip.value, tip.line, NcWriter::NumberOf(tip.line)};
   report.tolerance = job.tolerance;
   report.notHeld = outcome.notHeld;
-  report.verdict = VerdictInWords(outcome.verdict, job.machine, kMostFindingsShown);
+  report.verdict = VerdictInWords(outcome.verdict, job.machine, kMostFindingsShown,
+                                  outcome.walked.uncheckedLimits);
   return report;
 }
 
@@ -307,7 +316,7 @@ void RunPost(const PostOptions& options) {
   progress.Stage("posting");
   RefuseHopelessTolerance(options, machine, par, program.toolPath);
 
-  OutputFolder folder(options.folder);
+  OutputFolder folder(options.folder, kRunFiles);
   HeldLines lines(WrappedAxes(options.control));
   const bool hasPage = options.report && !PageTemplate().empty();
   RunModelFile modelFile;

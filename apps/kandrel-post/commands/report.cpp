@@ -99,12 +99,13 @@ std::string SkippedWords(const ClProgram& program) {
 // Where each axis was, against its limits.
 std::string AxisTable(const Report& report, const MachineValues& values,
                       const std::vector<std::string>& names, const PostedStatistics& posted) {
+  if (posted.GetCount() == 0) return {};
   std::string text;
   auto out = std::back_inserter(text);
   const std::vector<AxisLimits> limits = LimitsOf(values);
   fmt::format_to(out, "axis            {:>14} {:>14} {:>14} {:>14}\n", "used from", "to",
                  "limit from", "to");
-  for (std::size_t i = 0; i < limits.size() && posted.GetCount() != 0; ++i) {
+  for (std::size_t i = 0; i < limits.size(); ++i) {
     const PostedStatistics::Range& range = posted.GetRange(i);
     // A wrapped angle doesn't show where the axis stands.
     const bool comparable = i < 3 || !report.wrapped[i - 3];

@@ -1,6 +1,7 @@
 #include "kandrel-post/commands/verdict_text.h"
 
 #include <fmt/format.h>
+#include <kandrel/post/model/limit_type.h>
 #include <kandrel/post/model/mach_def.h>
 
 #include <algorithm>
@@ -147,11 +148,44 @@ std::uint64_t FindingCount(const post::zvPostingVerdict& verdict) {
   return std::accumulate(verdict.counts.begin(), verdict.counts.end(), std::uint64_t{0});
 }
 
-std::string VerdictInWords(const post::zvPostingVerdict& verdict, const Machine& machine,
-                           std::size_t most) {
+UncheckedLimits::UncheckedLimits(const Machine& machine, const post::zv5axControlDef& control,
+                                 const post::zvKDRParam& par)
+    : m_report(*machine.builder.GetMachDef(), control, par.GetLimitTolerance()),
+      m_areLinearChecked(post::ChecksLinearAxes(par.GetLimitsCheck())),
+      m_areRotaryChecked(post::ChecksRotaryAxes(par.GetLimitsCheck())) {}
+
+void UncheckedLimits::Add(const post::zvBlockLaw::Line& line) {
+  if (m_areLinearChecked && m_areRotaryChecked) return;
+  for (const post::zvLimitBreach& breach : m_report.AddUnbound(line)) {
+    const bool isRotary = breach.limit.limitAxis >= post::zvLimitType::kFirstRotary;
+    if (isRotary ? m_areRotaryChecked : m_areLinearChecked) continue;
+    post::zvLimitBreach& furthest = m_furthest[static_cast<std::size_t>(breach.limit.limitAxis)];
+    if (furthest.limit.IsNone() || breach.excess > furthest.excess) furthest = breach;
+  }
+}
+
+std::string UncheckedLimits::InWords(const Machine& machine) const {
   const FindingText words(machine);
+  std::string text;
+  for (const post::zvLimitBreach& breach : m_furthest) {
+    if (breach.limit.IsNone()) continue;
+    const std::int32_t axis = breach.limit.limitAxis;
+    const Finding::Kind kind =
+        axis >= post::zvLimitType::kFirstRotary ? Finding::kRotaryLimit : Finding::kLinearLimit;
+    text += (text.empty() ? "" : "; ") +
+            words.Of({kind, 0, -1, axis, breach.value, breach.bound, breach.excess});
+  }
+  return text;
+}
+
+std::string VerdictInWords(const post::zvPostingVerdict& verdict, const Machine& machine,
+                           std::size_t most, const std::string& uncheckedLimits) {
+  const FindingText words(machine);
+  const std::string unchecked =
+      uncheckedLimits.empty() ? "" : "limits were not checked: " + uncheckedLimits + '\n';
   if (verdict.IsClean())
-    return fmt::format("verified: tip within {} {}, axis within {} deg\n",
+    return fmt::format("verified{}tip within {} {}, axis within {} deg\n",
+                       unchecked.empty() ? ": " : ", but " + unchecked + "  ",
                        RoundedUp(verdict.tip.value), words.GetUnit(),
                        RoundedUp(verdict.axis.value));
   const std::uint64_t count = FindingCount(verdict);
@@ -166,6 +200,7 @@ std::string VerdictInWords(const post::zvPostingVerdict& verdict, const Machine&
     fmt::format_to(out, ": {}\n", words.Of(f));
   }
   if (count > shown) fmt::format_to(out, "  and {} more\n", count - shown);
+  if (!unchecked.empty()) fmt::format_to(out, "  {}", unchecked);
   return text;
 }
 

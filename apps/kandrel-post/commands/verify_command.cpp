@@ -27,7 +27,7 @@ constexpr std::uint64_t kLinesBetweenReports = 4096;
 
 post::zvPostingVerdict VerifyFile(const post::zvPostingVerifier& verifier,
                                   const cadcam::zvToolPath& toolPath, const std::string& fileName,
-                                  int rotaryCount, Progress& progress) {
+                                  int rotaryCount, UncheckedLimits& limits, Progress& progress) {
   InputFile file(fileName);
   const double size = file.GetSize();
   PostedCsvReader reader(file.Source(), fileName, rotaryCount);
@@ -35,7 +35,9 @@ post::zvPostingVerdict VerifyFile(const post::zvPostingVerifier& verifier,
   return verifier.Verify(toolPath, [&](post::zvPostedLine& line) {
     if (++count % kLinesBetweenReports == 0 && size > 0)
       progress.Fraction(static_cast<double>(reader.GetBytesRead()) / size);
-    return reader.Next(line);
+    const bool isLine = reader.Next(line);
+    if (isLine) limits.Add({line.p_mach, line.degs[0], line.degs[1]});
+    return isLine;
   });
 }
 
@@ -71,12 +73,13 @@ void RunVerify(const PostOptions& options, const std::string& postedFile) {
   post::zvVerifierRules rules = VerifierRules(options, machine, par, program.toolPath.GetUnits());
   if (par.GetAlignToolpath()) rules.alignment = AlignmentOf(program.toolPath, machDef);
   verifier.SetRules(rules);
+  UncheckedLimits limits(machine, options.control, par);
   const post::zvPostingVerdict verdict =
-      VerifyFile(verifier, program.toolPath, postedFile, AxisCount(machine) - 3, progress);
+      VerifyFile(verifier, program.toolPath, postedFile, AxisCount(machine) - 3, limits, progress);
   progress.Stop();
 
   TextSink out(STDOUT_FILENO, "standard output");
-  out.Put(VerdictInWords(verdict, machine, verdict.findings.size()));
+  out.Put(VerdictInWords(verdict, machine, verdict.findings.size(), limits.InWords(machine)));
   out.Flush();
   if (!verdict.IsClean()) Fail(fmt::format("{}: not verified", postedFile));
 }

@@ -1,11 +1,14 @@
 #include "kandrel-post/host/errors.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <kandrel/cadcam/stl_parser_exception.h>
 #include <kandrel/misc/exception.h>
 #include <kandrel/misc/text.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -26,17 +29,6 @@ void FailAtLine(std::string_view file, unsigned long long line, std::string_view
   Fail(fmt::format("{}:{}: {}", file, line, expected));
 }
 
-void ThrowInFile(const std::string& file) {
-  int line = 0;
-  try {
-    throw;
-  } catch (const cadcam::zvParserException& e) {
-    line = e.GetDetail();
-  } catch (...) {
-  }
-  throw FailureInFile(std::current_exception(), line > 0 ? fmt::format("{}:{}", file, line) : file);
-}
-
 namespace {
 
 // The library breaks some of its texts into lines; here each is one line.
@@ -45,7 +37,33 @@ std::string OneLine(std::string text) {
   return Printable(text);
 }
 
+// Why the system doesn't open a file to read it; empty where it does.
+std::string WhyNotOpened(const std::string& file) {
+  const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0) return std::strerror(errno);
+  ::close(descriptor);
+  return {};
+}
+
 }  // namespace
+
+void ThrowInFile(const std::string& file) {
+  using STLException = cadcam::zvSTLParserException;
+  int line = 0;
+  std::string words;
+  try {
+    throw;
+  } catch (const STLException& e) {
+    line = e.GetDetail();
+    if (e.GetId() == STLException::kMissingFile || e.GetId() == STLException::kNotOpened)
+      words = WhyNotOpened(file);
+  } catch (const cadcam::zvParserException& e) {
+    line = e.GetDetail();
+  } catch (...) {
+  }
+  throw FailureInFile(std::current_exception(), line > 0 ? fmt::format("{}:{}", file, line) : file,
+                      std::move(words));
+}
 
 std::wstring PathOf(const std::string& fileName, std::string_view what) {
   std::wstring path = misc::FromUtf8(fileName);
@@ -66,7 +84,10 @@ std::string DescribeCurrentFailure() {
     try {
       e.Rethrow();
     } catch (...) {
-      return fmt::format("{}  caused by 0: {}\n", DescribeCurrentFailure(), file);
+      std::string text = DescribeCurrentFailure();
+      if (!e.GetSystemWords().empty())
+        text += fmt::format("  caused by 0: {}\n", e.GetSystemWords());
+      return text + fmt::format("  caused by 0: {}\n", file);
     }
   } catch (const misc::zvException& e) {
     std::string text = fmt::format("error {}: {}\n", e.GetId(), OneLine(e.what()));

@@ -36,19 +36,25 @@ class ToldFailure : public std::exception {};
                              std::string_view expected);
 
 /// A failure in reading or writing a file, which is reported as it is, with the file, or the place
-/// in it, as its last cause.
+/// in it, as its last cause. In front of it stand the system's words, where these are the reason.
 class FailureInFile : public std::runtime_error {
  public:
-  FailureInFile(std::exception_ptr failure, const std::string& place)
-      : std::runtime_error(place), m_failure(std::move(failure)) {}
+  FailureInFile(std::exception_ptr failure, const std::string& place, std::string systemWords)
+      : std::runtime_error(place),
+        m_failure(std::move(failure)),
+        m_systemWords(std::move(systemWords)) {}
+
+  const std::string& GetSystemWords() const noexcept { return m_systemWords; }
 
   [[noreturn]] void Rethrow() const { std::rethrow_exception(m_failure); }
 
  private:
   std::exception_ptr m_failure;
+  std::string m_systemWords;
 };
 
-/// Throws the exception being handled as a FailureInFile: "<file>:<line>" where it knows the line.
+/// Throws the exception being handled as a FailureInFile: "<file>:<line>" where it knows the line,
+/// and with the system's words where an STL file can't be opened.
 /// To be called in a catch clause.
 [[noreturn]] void ThrowInFile(const std::string& file);
 

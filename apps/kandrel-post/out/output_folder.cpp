@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -31,9 +32,44 @@ fs::path FirstMissing(const fs::path& folder) {
   return missing;
 }
 
+bool IsFolder(const fs::path& path) {
+  std::error_code ignored;
+  return fs::is_directory(path, ignored);
+}
+
+// Changes of names that are undone, the last one first, unless they are kept.
+class Renames {
+ public:
+  explicit Renames(std::size_t most) { m_done.reserve(most); }
+  Renames(const Renames&) = delete;
+  Renames& operator=(const Renames&) = delete;
+  ~Renames() {
+    for (auto done = m_done.rbegin(); done != m_done.rend(); ++done)
+      std::rename(done->to.c_str(), done->from.c_str());
+  }
+
+  // Returns the error number where the system refuses it, else 0.
+  int Move(const fs::path& from, const fs::path& to) {
+    Done done{from, to};
+    if (std::rename(from.c_str(), to.c_str()) != 0) return errno;
+    m_done.push_back(std::move(done));
+    return 0;
+  }
+
+  void Keep() { m_done.clear(); }
+
+ private:
+  struct Done {
+    fs::path from;
+    fs::path to;
+  };
+  std::vector<Done> m_done;
+};
+
 }  // namespace
 
-OutputFolder::OutputFolder(const std::string& folder) : m_folder(folder) {
+OutputFolder::OutputFolder(const std::string& folder, Names names)
+    : m_folder(folder), m_names(names) {
   if (!m_folder.has_filename()) m_folder = m_folder.parent_path();  // DIR/ is DIR
   m_firstMade = FirstMissing(m_folder);
   const SignalsHeld held;  // no folder without an entry that removes it
@@ -62,8 +98,7 @@ OutputFolder::~OutputFolder() {
 
 TextSink& OutputFolder::Create(std::string_view fileName) {
   const fs::path target = m_folder / fileName;
-  std::error_code ignored;
-  if (fs::is_directory(target, ignored)) FailWithErrno(target.string(), "cannot be made", EISDIR);
+  if (IsFolder(target)) FailWithErrno(target.string(), "cannot be made", EISDIR);
   m_files.reserve(m_files.size() + 1);
   for (int attempt = 0;; ++attempt) {
     const fs::path temporary = m_folder / fmt::format(".{}.{}-{}", fileName, ::getpid(), attempt);
@@ -87,14 +122,35 @@ void OutputFolder::Commit() {
     if (::close(descriptor) != 0) FailWithErrno(file.target.string(), "cannot be written", errno);
   }
   const SignalsHeld held;  // all files or none
-  for (std::size_t i = 0; i < m_files.size(); ++i) {
-    const File& file = m_files[i];
-    if (std::rename(file.temporary.c_str(), file.target.c_str()) == 0) continue;
-    const int error = errno;
-    for (std::size_t k = 0; k < i; ++k) ::unlink(m_files[k].target.c_str());
-    FailWithErrno(file.target.string(), "cannot be made", error);
+  std::vector<fs::path> older;
+  for (const File& file : m_files) older.push_back(file.target);
+  for (const std::string_view name : m_names)
+    if (const fs::path path = m_folder / name; !IsMade(path) && !IsFolder(path))
+      older.push_back(path);
+  // Older files stand aside until all the new ones have their names.
+  std::vector<fs::path> aside;
+  aside.reserve(older.size());
+  Renames renames(older.size() + m_files.size());
+  for (const fs::path& path : older) {
+    if (IsFolder(path)) FailWithErrno(path.string(), "cannot be made", EISDIR);
+    const std::string name = path.filename().string();
+    const fs::path to = m_folder / fmt::format(".{}.{}-old", name, ::getpid());
+    if (const int error = renames.Move(path, to); error == 0)
+      aside.push_back(to);
+    else if (error != ENOENT)
+      FailWithErrno(path.string(), "cannot be replaced", error);
   }
+  for (const File& file : m_files)
+    if (const int error = renames.Move(file.temporary, file.target); error != 0)
+      FailWithErrno(file.target.string(), "cannot be made", error);
+  renames.Keep();
   m_committed = true;
+  for (const fs::path& path : aside) ::unlink(path.c_str());
+}
+
+bool OutputFolder::IsMade(const fs::path& target) const {
+  return std::any_of(m_files.begin(), m_files.end(),
+                     [&](const File& file) { return file.target == target; });
 }
 
 }  // namespace kandrel_post

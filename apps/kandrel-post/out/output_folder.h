@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,8 +18,12 @@ namespace kandrel_post {
 /// left, not even by a signal that ends the program. All operations fail with error 0.
 class OutputFolder {
  public:
-  /// Makes the folder where it is missing; one that was made goes again without a Commit.
-  explicit OutputFolder(const std::string& folder);
+  using Names = std::span<const std::string_view>;
+
+  /// Makes the folder where it is missing; one that was made goes again without a Commit. `names`
+  /// are files that belong together, and are referred to: those of them that this job doesn't make
+  /// are another job's, and a Commit removes them.
+  explicit OutputFolder(const std::string& folder, Names names = {});
   OutputFolder(const OutputFolder&) = delete;
   OutputFolder& operator=(const OutputFolder&) = delete;
   ~OutputFolder();
@@ -26,7 +31,8 @@ class OutputFolder {
   /// A new file; the sink lives as long as this object.
   TextSink& Create(std::string_view fileName);
 
-  /// Completes all files and gives them their names.
+  /// Completes all files and gives them their names. When it fails, older files are there again
+  /// as they were.
   void Commit();
 
  private:
@@ -38,7 +44,10 @@ class OutputFolder {
     std::unique_ptr<TextSink> sink;
   };
 
+  bool IsMade(const std::filesystem::path& target) const;
+
   std::filesystem::path m_folder;
+  Names m_names;
   std::filesystem::path m_firstMade;  // the outermost folder made here, empty for none
   std::vector<std::unique_ptr<RemovedBySignal>> m_madeRemoved;  // from the inside out
   std::vector<File> m_files;

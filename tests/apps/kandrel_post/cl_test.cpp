@@ -52,9 +52,9 @@ TEST(ClReader, KeepsItsMemoryOnALineAStatementAndWordsWithoutEnd) {
   EXPECT_LE(ReadClText(words).skippedWords.size(), 501u);
 }
 
-std::string Written(const zvToolPath& toolPath) {
+std::string Written(const zvToolPath& toolPath, std::string_view name = "test") {
   return tests::Written(
-      [&](kandrel_post::TextSink& sink) { kandrel_post::WriteCl(sink, toolPath, "test"); });
+      [&](kandrel_post::TextSink& sink) { kandrel_post::WriteCl(sink, toolPath, name); });
 }
 
 TEST(ClWriter, WritesTextThatReadsBackToTheSameTree) {
@@ -74,6 +74,22 @@ TEST(ClWriter, WritesTextThatReadsBackToTheSameTree) {
   EXPECT_EQ(again.GetUnits(), odd.GetUnits());
   EXPECT_EQ(Shown(again), Shown(odd));
   EXPECT_EQ(Written(again), text);
+}
+
+TEST(ClWriter, WritesNamesOfAnyCharactersSoThatTheyReadBack) {
+  const zvToolPath inch = tests::ReadClText("UNITS/INCHES\nGOTO/1,2,3").toolPath;
+  for (int byte = 0; byte < 256; ++byte) {
+    SCOPED_TRACE(byte);
+    const std::string c(1, static_cast<char>(byte));
+    for (const std::string& name : {c, "a" + c, "a" + c + c + "b"}) {
+      const kandrel_post::ClProgram read = tests::ReadClText(Written(inch, name));
+      EXPECT_EQ(read.toolPath.GetUnits(), measures::zvUnitsFactory::inch);
+      EXPECT_EQ(Shown(read.toolPath), "PS[C 1,2,3]");
+      if (name.size() < 4) continue;
+      const std::string shown = byte < 0x20 || byte == 0x7f || byte == '$' ? "?" : c;
+      EXPECT_EQ(read.partName, "a" + shown + shown + "b");
+    }
+  }
 }
 
 // A rapid move at cutting depth would break a tool: with the tool upright, rapid moves across stand

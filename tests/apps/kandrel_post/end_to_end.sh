@@ -132,7 +132,7 @@ printf 'solid\nendsolid' >none.stl
 shows '{"form": "text", "triangles": 0, "min": null, "max": null}' stl show none.stl --json
 printf 'solid\nvertex 1 2' >bad.stl
 expect 1 $'error 3504: [^\n]*\n  caused by 0: bad.stl:2' stl show bad.stl
-expect 1 $'error 3500: [^\n]*\n  caused by 0: nothing.stl' stl convert nothing.stl binary.stl
+expect 1 $'error 3500: [^\n]*\n  caused by 0: No such file or directory\n  caused by 0: nothing.stl' stl convert nothing.stl binary.stl
 expect 1 $'error 3508: [^\n]*\n  caused by 0: File open failed[^\n]*\n  caused by 0: [.]' stl show .
 expect 1 $'error 0: File open failed[^\n]*\n  caused by 0: no/such.stl' stl convert text.stl no/such.stl
 expect 1 $'error 2149: [^\n]*\n  caused by 0: /dev/full' stl convert text.stl /dev/full
