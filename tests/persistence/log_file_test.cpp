@@ -414,8 +414,8 @@ TEST(LogParts, AreSavedAndLoadedByTheirTags) {
   EXPECT_EQ(value, 12.5);
   EXPECT_EQ(loadedControl.GetSecondAxisLimit(), post::zv5axControlDef::angleLimit180);
   EXPECT_EQ(loadedParameters->GetMaxAngleStep(), 2);
-  EXPECT_EQ(loadedWriter->GetAxisNames(), par.GetAxisNames());
-  EXPECT_EQ(loadedWriter->GetOutputCoordinatesType(), -2);
+  const auto saveAgain = [&](auto& out) { Manager::SaveWriterParams(out, *loadedWriter); };
+  EXPECT_EQ(saved(saveAgain), writer);
   EXPECT_EQ(loadedWriter->GetOutputNCFormat(), zvKDRWriterParam::outputNCFormatDefault);
   EXPECT_EQ(loadedBase->Post(Path(true)).GetCount(), base.Post(Path(true)).GetCount());
   // What is saved under a machine's tag is none.
