@@ -124,10 +124,17 @@ void AddPost(CLI::App& app) {
   command.add_flag("--no-report", *noReport,
                    "without report.html, the run as a page for a browser, and run.glb, its "
                    "motion for a viewer of glTF");
-  command.callback([options, folder, noReport] {
+  auto refusedReport = std::make_shared<bool>(false);
+  command
+      .add_flag("--refused-report", *refusedReport,
+                "where the kernel refuses the run, write report.html alone, which says why; for "
+                "limits with the lines of the same run posted without checks")
+      ->excludes("--no-report");
+  command.callback([options, folder, noReport, refusedReport] {
     PostOptions taken = options->Take();
     taken.folder = *folder;
     taken.report = !*noReport;
+    taken.refusedReport = *refusedReport;
     RunPost(taken);
   });
 }

@@ -38,6 +38,7 @@ struct PostOptions {
   ToleranceOption tolerance;
   std::optional<double> maxRotarySpeed;  ///< degrees a minute
   bool report = true;                    ///< with report.html
+  bool refusedReport = false;            ///< also of a run that the kernel refuses
   std::optional<LineToleranceOption> lineTolerance;
 };
 

@@ -43,13 +43,15 @@ class UncheckedRun {
 
   const post::zvMachDef& GetMachDef() const { return *m_machDef; }
 
-  // Calls `take(move)` for each posted line, with the part origin shifted.
-  template <class Take>
-  void ForEachLine(const Point& shift, const Take& take) const {
+  // Calls `take(move)` for each posted line, with the part origin shifted; before them
+  // `start(count, counts)`.
+  template <class Take, class Start>
+  void ForEachLine(const Point& shift, const Take& take, const Start& start) const {
     const Point origin = m_options.origin + shift;
     zvKDR5AxBase kernel(m_machDef, m_options.control, m_par, origin, m_options.toolLength);
     kernel.SetPathTolerance(PathToleranceOf(m_options.tolerance, m_toolPath.GetUnits()));
     const post::zvPostedTP& posted = kernel.Post(m_toolPath);
+    start(posted.GetCount(), kernel.GetCounts());
     for (auto move = posted.Begin(); move != posted.End(); ++move) take(**move);
   }
 
@@ -70,9 +72,12 @@ class UncheckedRun {
   bool IsWithinLinearLimits(const Point& shift) const {
     bool isWithin = true;
     try {
-      ForEachLine(shift, [&](const post::zvPostedMove& move) {
-        isWithin = isWithin && post::LinearOut(move.GetMachinePosition(), *m_machDef).IsNone();
-      });
+      ForEachLine(
+          shift,
+          [&](const post::zvPostedMove& move) {
+            isWithin = isWithin && post::LinearOut(move.GetMachinePosition(), *m_machDef).IsNone();
+          },
+          [](std::uint64_t, const post::zvPostingCounts&) {});
     } catch (const zvPostException&) {
       return false;
     }
@@ -89,21 +94,31 @@ class UncheckedRun {
 class LimitLines {
  public:
   LimitLines(UncheckedRun& run, const Machine& machine, const post::zv5axControlDef& control,
-             double limitTolerance)
+             double limitTolerance, UncheckedRunSink* sink)
       : m_run(run),
+        m_sink(sink),
         m_report(run.GetMachDef(), control, limitTolerance),
         m_axes(AxisWordsOf(NamesByAxis(machine)).words),
         m_out(STDERR_FILENO, "standard error") {}
 
   void WriteBreaches() {
     std::uint64_t index = 0;
-    m_run.ForEachLine({}, [&](const post::zvPostedMove& move) {
-      const PostedRow row = RowOf(move);
-      const post::zvBlockLaw::Line line{move.GetMachinePosition(), row.angles[0], row.angles[1]};
-      const auto breaches = m_run.IsLifted(move) ? m_report.AddUnbound(line) : m_report.Add(line);
-      for (const post::zvLimitBreach& breach : breaches) Put(breach, index, move.GetSourceIndex());
-      ++index;
-    });
+    m_run.ForEachLine(
+        {},
+        [&](const post::zvPostedMove& move) {
+          if (m_sink != nullptr) m_sink->Take(move);
+          const PostedRow row = RowOf(move);
+          const post::zvBlockLaw::Line line{move.GetMachinePosition(), row.angles[0],
+                                            row.angles[1]};
+          const auto breaches =
+              m_run.IsLifted(move) ? m_report.AddUnbound(line) : m_report.Add(line);
+          for (const post::zvLimitBreach& breach : breaches)
+            Put(breach, index, move.GetSourceIndex());
+          ++index;
+        },
+        [this](std::uint64_t count, const post::zvPostingCounts& counts) {
+          if (m_sink != nullptr) m_sink->Start(count, counts);
+        });
   }
 
   void WriteShift() {
@@ -118,6 +133,7 @@ class LimitLines {
       m_out.Put(',');
       m_out.PutShortest(shift->z);
       m_out.Put('\n');
+      if (m_sink != nullptr) m_sink->TakeShift(*shift);
       return;
     }
   }
@@ -139,9 +155,11 @@ class LimitLines {
       m_out.PutShortest(number);
     }
     m_out.Put('\n');
+    if (m_sink != nullptr) m_sink->TakeBreach(breach, index, source);
   }
 
   UncheckedRun& m_run;
+  UncheckedRunSink* m_sink;
   post::zvLimitReport m_report;
   std::vector<std::string> m_axes;
   TextSink m_out;
@@ -158,9 +176,10 @@ bool IsRefusedByLimits(const misc::zvException& failure) {
 }
 
 void WriteLimitLines(const PostOptions& options, const Machine& machine,
-                     const post::zvKDRParam& par, const cadcam::zvToolPath& toolPath) {
+                     const post::zvKDRParam& par, const cadcam::zvToolPath& toolPath,
+                     UncheckedRunSink* sink) {
   UncheckedRun run(options, machine, par, toolPath);
-  LimitLines lines(run, machine, options.control, par.GetLimitTolerance());
+  LimitLines lines(run, machine, options.control, par.GetLimitTolerance(), sink);
   try {
     lines.WriteBreaches();
   } catch (const zvPostException& e) {

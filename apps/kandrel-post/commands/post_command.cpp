@@ -35,6 +35,7 @@
 #include "kandrel-post/commands/hopeless_tolerance.h"
 #include "kandrel-post/commands/limit_lines.h"
 #include "kandrel-post/commands/parameters.h"
+#include "kandrel-post/commands/refused_run.h"
 #include "kandrel-post/commands/report.h"
 #include "kandrel-post/commands/report_facts.h"
 #include "kandrel-post/commands/verdict_text.h"
@@ -283,21 +284,43 @@ Report MakeReport(const Job& job, const PostOutcome& outcome) {
   return report;
 }
 
-// Posts; where the machine's limits refuse the run, says what leaves them and fails as told.
-PostOutcome PostOrTellLimits(const Job& job, OutputFolder& folder, Progress& progress) {
+// Posts; where the machine's limits refuse the run, says what leaves them and fails as told. Writes
+// the page of a refused run where it is asked for.
+PostOutcome PostOrTellRefusal(const Job& job, const ClProgram& program, OutputFolder& folder,
+                              Progress& progress) {
+  bool isByLimits = false;
+  std::optional<RefusedRun> refused;
   try {
     return Post(job, folder, progress);
   } catch (const misc::zvException& e) {
-    if (!IsRefusedByLimits(e)) throw;
+    isByLimits = IsRefusedByLimits(e);
+    // Failures of this program have no id, and are none that the kernel refuses.
+    if (job.options.refusedReport && job.lines != nullptr && e.GetId() != 0)
+      refused.emplace(RefusedRun::Setup{job.options, job.machine, job.par, program}, e, *job.lines,
+                      MakePoleCounter(job));
+    if (!isByLimits && !refused) throw;
     progress.Stop();
     std::fputs(DescribeCurrentFailure().c_str(), stderr);
   }
   // The failure's own lines stand; what goes wrong from here on follows them.
-  try {
-    WriteLimitLines(job.options, job.machine, job.par, job.toolPath);
-  } catch (...) {
-    std::fputs(fmt::format("  no limits told: {}", DescribeCurrentFailure()).c_str(), stderr);
-  }
+  const auto follow = [](const char* what, const auto& act) {
+    try {
+      act();
+    } catch (...) {
+      std::fputs(fmt::format("  {}: {}", what, DescribeCurrentFailure()).c_str(), stderr);
+    }
+  };
+  if (isByLimits)
+    follow("no limits told", [&] {
+      WriteLimitLines(job.options, job.machine, job.par, job.toolPath,
+                      refused ? &*refused : nullptr);
+    });
+  if (refused)
+    follow("no page written", [&] {
+      OutputFolder pageFolder(job.options.folder);
+      refused->WritePage(pageFolder.Create(kPageFile), kPageFile, ToolFor(job.machine));
+      pageFolder.Commit();
+    });
   throw ToldFailure();
 }
 
@@ -327,7 +350,7 @@ void RunPost(const PostOptions& options) {
                 PathToleranceOf(options.tolerance, program.toolPath.GetUnits()),
                 hasPage ? &lines : nullptr,
                 modelFile};
-  const PostOutcome outcome = PostOrTellLimits(job, folder, progress);
+  const PostOutcome outcome = PostOrTellRefusal(job, program, folder, progress);
 
   Report report = MakeReport(job, outcome);
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;

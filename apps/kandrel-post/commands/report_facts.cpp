@@ -1,12 +1,16 @@
 #include "kandrel-post/commands/report_facts.h"
 
+#include <fmt/format.h>
 #include <kandrel/cadcam/tools/tool_approximation.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/version.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -22,6 +26,81 @@ using nlohmann::ordered_json;
 
 // How fine the tool's outline is, in parts of its diameter.
 constexpr double kOutlineTolerance = 0.005;
+
+// The unit of the numbers of a finding.
+enum class FindingUnit { none, length, angle, lengthPerMinute, anglePerMinute };
+
+// How the page knows a kind of finding, and which of the finding's numbers it has.
+struct KindOnPage {
+  const char* name;
+  FindingUnit unit;
+  bool hasBound;
+};
+
+KindOnPage OnPage(post::zvPostingFinding::Kind kind) {
+  using Finding = post::zvPostingFinding;
+  switch (kind) {
+    case Finding::kTipOffWay:
+      return {"tipOffWay", FindingUnit::length, true};
+    case Finding::kAxisOffWay:
+      return {"axisOffWay", FindingUnit::angle, true};
+    case Finding::kLineTipOff:
+      return {"lineTipOff", FindingUnit::length, false};
+    case Finding::kLineAxisOff:
+      return {"lineAxisOff", FindingUnit::angle, false};
+    case Finding::kTipOffSource:
+      return {"tipOffSource", FindingUnit::length, false};
+    case Finding::kAxisOffSource:
+      return {"axisOffSource", FindingUnit::angle, false};
+    case Finding::kLinearLimit:
+      return {"linearLimit", FindingUnit::length, true};
+    case Finding::kRotaryLimit:
+      return {"rotaryLimit", FindingUnit::angle, true};
+    case Finding::kRotarySpeed:
+      return {"rotarySpeed", FindingUnit::anglePerMinute, true};
+    case Finding::kFeed:
+      return {"feed", FindingUnit::lengthPerMinute, true};
+    case Finding::kRapid:
+      return {"rapid", FindingUnit::none, false};
+    case Finding::kSourceMissing:
+      return {"sourceMissing", FindingUnit::none, false};
+    case Finding::kSourceOrder:
+      return {"sourceOrder", FindingUnit::none, false};
+    case Finding::kSourceUnknown:
+      return {"sourceUnknown", FindingUnit::none, false};
+    case Finding::kGoesBack:
+      return {"goesBack", FindingUnit::length, false};
+    case Finding::kTurnsBack:
+      return {"turnsBack", FindingUnit::angle, false};
+    case Finding::kWholeTurn:
+      return {"wholeTurn", FindingUnit::angle, false};
+    case Finding::kNotFinite:
+    case Finding::kKinds:
+      break;
+  }
+  return {"notFinite", FindingUnit::none, false};
+}
+
+std::string InWords(FindingUnit unit, bool isInch) {
+  const std::string length = isInch ? "in" : "mm";
+  switch (unit) {
+    case FindingUnit::length:
+      return length;
+    case FindingUnit::angle:
+      return "deg";
+    case FindingUnit::lengthPerMinute:
+      return length + "/min";
+    case FindingUnit::anglePerMinute:
+      return "deg/min";
+    case FindingUnit::none:
+      break;
+  }
+  return {};
+}
+
+bool IsInch(const RunFacts& facts) {
+  return facts.machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch;
+}
 
 std::string FileName(const std::string& file) {
   return Printable(std::filesystem::path(file).filename().string());
@@ -55,8 +134,11 @@ ordered_json AxesToJson(const RunFacts& facts) {
         {"max", limits[i].max},
         {"usedMin", isUsed ? ordered_json(used.min) : ordered_json()},
         {"usedMax", isUsed ? ordered_json(used.max) : ordered_json()},
-        {"checked", isLinear ? post::ChecksLinearAxes(facts.limitsCheck)
-                             : i < 5 && post::ChecksRotaryAxes(facts.limitsCheck)},
+        // What leaves the limits of a refused run stands among its findings.
+        {"checked", facts.refusal != nullptr ||
+                        (isLinear ? post::ChecksLinearAxes(facts.limitsCheck)
+                                  : i < 5 && post::ChecksRotaryAxes(facts.limitsCheck))},
+        {"slack", isLinear ? 0.0 : facts.report.rotarySlackDeg},
         {"wrapped", i == 3   ? WrapWord(control.GetFirstAxisLimit())
                     : i == 4 ? WrapWord(control.GetSecondAxisLimit())
                              : "none"},
@@ -85,14 +167,25 @@ ordered_json FindingsToJson(const RunFacts& facts) {
   for (std::size_t i = 0; i < words.size(); ++i) {
     const post::zvPostingFinding& f = facts.verdict.findings[i];
     const bool hasAxis = f.axis >= 0 && static_cast<std::size_t>(f.axis) < names.size();
+    const KindOnPage kind = OnPage(f.kind);
+    const bool hasValue =
+        f.kind != post::zvPostingFinding::kRapid && f.kind != post::zvPostingFinding::kNotFinite;
+    // The third axis is held against where it should stand.
+    const bool hasBound =
+        kind.hasBound || (f.kind == post::zvPostingFinding::kLineAxisOff && f.axis >= 0);
     findings.push_back(
         {{"line", f.line},
          {"source", f.source >= 0 ? ordered_json(f.source) : ordered_json()},
          {"axis", hasAxis ? ordered_json(names[static_cast<std::size_t>(f.axis)]) : ordered_json()},
-         {"kind", words[i]},
-         {"value", f.value},
-         {"bound", f.bound},
+         {"kind", kind.name},
+         {"text", words[i]},
+         {"unit", InWords(kind.unit, IsInch(facts))},
+         {"value", hasValue ? ordered_json(f.value) : ordered_json()},
+         {"bound", hasBound ? ordered_json(f.bound) : ordered_json()},
          {"excess", f.excess}});
+    if (facts.refusal == nullptr) continue;
+    findings.back()["from"] = facts.refusal->stretches[i].first;
+    findings.back()["to"] = facts.refusal->stretches[i].second;
   }
   return findings;
 }
@@ -113,22 +206,45 @@ ordered_json NotHeldToJson(const post::zvToleranceReport& report) {
           {"lines", std::move(lines)}};
 }
 
-// The profiles of its parts one above the other, from the tip upwards.
-ordered_json OutlineToJson(const cadcam::zvEndMill& tool) {
+// The profiles of its parts one above the other, from the tip upwards. The holder ends where the
+// tool length compensation counts from: a tool of another length stands out of it by more or less.
+ordered_json OutlineToJson(const cadcam::zvEndMill& tool, double toolLength) {
   const cadcam::zvEndMillApproximation<double> outline(tool,
                                                        kOutlineTolerance * tool.GetDiameter());
+  double top = tool.GetTotalLength();
+  for (const auto& point : outline.GetHolderProfile().points)
+    top = std::max(top, tool.GetTotalLength() + point.y);
+  const double lift = toolLength > 0 ? toolLength - top : 0;
+  const double shoulder = tool.GetShoulderLength();
   ordered_json points = ordered_json::array();
   const auto add = [&](const auto& profile, double base) {
     for (const auto& point : profile.points) {
-      ordered_json next = {point.x, base + point.y};
+      const double y = base + point.y;
+      ordered_json next = {point.x, base < shoulder ? y : std::max(y + lift, shoulder)};
       if (points.empty() || points.back() != next) points.push_back(std::move(next));
     }
   };
   add(outline.GetCuttingProfile(), 0);
   add(outline.GetNonCuttingProfile(), 0);
-  add(outline.GetArborProfile(), tool.GetShoulderLength());
+  add(outline.GetArborProfile(), shoulder);
   add(outline.GetHolderProfile(), tool.GetTotalLength());
   return points;
+}
+
+ordered_json ToolToJson(const RunFacts& facts) {
+  return {{"name", fmt::format("default end mill D{:.4g}", facts.tool.GetDiameter())},
+          {"isStandIn", true},  // nothing says what tool the run is for
+          {"outline", OutlineToJson(facts.tool, facts.options.toolLength)}};
+}
+
+ordered_json RefusalToJson(const Refusal& refusal) {
+  ordered_json causes = ordered_json::array();
+  for (const auto& [id, text] : refusal.causes) causes.push_back({{"id", id}, {"text", text}});
+  const auto& shift = refusal.shift;
+  return {{"id", refusal.id},
+          {"text", refusal.text},
+          {"causes", std::move(causes)},
+          {"shift", shift ? ordered_json{shift->x, shift->y, shift->z} : ordered_json()}};
 }
 
 ordered_json LinesOf(std::string_view text) {
@@ -144,8 +260,6 @@ ordered_json LinesOf(std::string_view text) {
 }  // namespace
 
 ordered_json FactsToJson(const RunFacts& facts) {
-  const bool isInch =
-      facts.machine.builder.GetMachDef()->GetUnits() == measures::zvUnitsFactory::inch;
   const post::zvPathTolerance& tolerance = facts.report.tolerance;
   const bool hasTolerance = tolerance.IsOn() && AxisCount(facts.machine) > 3;
   ordered_json files = ordered_json::array();
@@ -155,7 +269,7 @@ ordered_json FactsToJson(const RunFacts& facts) {
   json["kandrel"] = misc::kKandrelVersion;
   json["title"] = FileName(facts.options.toolPathFile);
   json["machine"] = Printable(facts.options.machine);
-  json["units"] = isInch ? "in" : "mm";
+  json["units"] = IsInch(facts) ? "in" : "mm";
   json["axes"] = AxesToJson(facts);
   json["counts"] = CountsToJson(facts);
   json["polesCrossed"] = facts.report.polesCrossed;
@@ -163,16 +277,21 @@ ordered_json FactsToJson(const RunFacts& facts) {
   json["tolerance"] = hasTolerance
                           ? ordered_json{{"tip", tolerance.GetTip()}, {"axis", tolerance.GetAxis()}}
                           : ordered_json();
-  json["maxima"] = {{"tip", LargestToJson(facts.verdict.tip)},
-                    {"axis", LargestToJson(facts.verdict.axis)}};
-  json["verified"] = facts.verdict.IsClean();
+  const std::optional<double>& maxSpeed = facts.options.maxRotarySpeed;
+  json["maxRotarySpeed"] = maxSpeed ? ordered_json(*maxSpeed) : ordered_json();
+  json["refused"] = facts.refusal != nullptr ? RefusalToJson(*facts.refusal) : ordered_json();
+  json["maxima"] = facts.refusal != nullptr
+                       ? ordered_json()
+                       : ordered_json{{"tip", LargestToJson(facts.verdict.tip)},
+                                      {"axis", LargestToJson(facts.verdict.axis)}};
+  json["verified"] = facts.refusal == nullptr && facts.verdict.IsClean();
   json["verdict"] = LinesOf(facts.report.verdict);
   json["findings"] = FindingsToJson(facts);
   json["findingCount"] = FindingCount(facts.verdict);
   json["notHeld"] = NotHeldToJson(facts.report.notHeld);
   json["summary"] = facts.summary;
   json["files"] = std::move(files);
-  json["tool"] = {{"outline", OutlineToJson(facts.tool)}};
+  json["tool"] = ToolToJson(facts);
   json["toolLength"] = facts.options.toolLength;
   return json;
 }

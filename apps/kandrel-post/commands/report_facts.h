@@ -1,12 +1,17 @@
 // What the page of a run says beside its lines.
 #pragma once
 
+#include <kandrel/cadcam/point3d.h>
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/verifier/posting_findings.h>
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "kandrel-post/cl/reader.h"
 #include "kandrel-post/commands/commands.h"
@@ -14,6 +19,16 @@
 #include "kandrel-post/machine/machine.h"
 
 namespace kandrel_post {
+
+/// Why the kernel refuses a run.
+struct Refusal {
+  std::uint32_t id = 0;
+  std::string text;
+  std::vector<std::pair<std::uint32_t, std::string>> causes;
+  std::optional<cadcam::zvTPoint3d<double>> shift;  ///< that clears the linear limits
+  /// For each finding of the verdict the first and the last of the lines that it stands for.
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> stretches;
+};
 
 /// What they are made of; all is referred to.
 struct RunFacts {
@@ -26,6 +41,9 @@ struct RunFacts {
   post::zvKDRParam::LimitsCheck limitsCheck;
   const cadcam::zvEndMill& tool;
   const std::string& summary;  ///< the screen that `post` prints
+  /// Null for none. Else the lines are those of the run without checks, if any, and the findings of
+  /// the verdict are where they leave the limits.
+  const Refusal* refusal = nullptr;
 };
 
 /// As JSON, which docs/kandrel-post.md describes. A number that is not finite becomes null.

@@ -70,10 +70,10 @@ async function main() {
   const licences = packages.map(({title, text}) => `${title}\n\n${text}\n`).join('\n\n');
   const script = bundle.outputFiles[0].text.trim();
   if (/<\/script|<!--/i.test(script)) throw new Error('the script would end its element');
-  const page = fill(read('src/page.html'), {
+  const page = fill(read('src/page.html').replace(/^ +/gm, ''), {
     '/*STYLE*/': style.outputFiles[0].text.trim(),
     '<!--LICENCES-->': escapeHtml(licences),
-    '/*SCRIPT*/': `/*!\n${licences.replace(/\*\//g, '* /')}*/\n${script}`,
+    '/*SCRIPT*/': script,
   });
   if (page.split(kPlace).length !== 2) throw new Error(`${kPlace} has to stand once`);
   const foreign = /[^\t\n\x20-\x7e]/.exec(page);

@@ -1,7 +1,8 @@
 // node page_in_browser.mjs WEB FOLDER...: opens report.html of each folder, as kandrel-post has
 // written it, in Chromium. The page shows the counts of summary.txt and posted.csv beside it,
-// complains of nothing and asks for nothing. WEB is the page's folder, with its packages installed.
-import { readFileSync } from "node:fs";
+// complains of nothing and asks for nothing. Where there is a refused.txt, the error lines of a run
+// with --refused-report, the page says what its first line does. WEB is the page's folder, with its packages installed.
+import { existsSync, readFileSync } from "node:fs";
 import { createRequire } from "node:module";
 import { join, resolve } from "node:path";
 import { pathToFileURL } from "node:url";
@@ -48,7 +49,13 @@ for (const folder of folders) {
   await page.goto(pathToFileURL(resolve(folder, "report.html")).href);
   await page.waitForFunction(() => window.kandrel !== undefined && window.kandrel.ready);
   const shown = await page.evaluate(() => window.kandrel.counts);
-  for (const [key, count] of Object.entries(countsOf(folder)))
+  if (existsSync(join(folder, "refused.txt"))) {
+    const [error] = readFileSync(join(folder, "refused.txt"), "utf8").split("\n");
+    const told = await page.locator("#refusal").innerText();
+    if (!told.includes(error)) complaints.push(`says "${told}" in place of "${error}"`);
+    const isMarked = (await page.locator("#findings-rows tr").count()) > 0;
+    if (!isMarked || shown.posted === 0) complaints.push("shows no line beyond its limits");
+  } else for (const [key, count] of Object.entries(countsOf(folder)))
     if (shown[key] !== count) complaints.push(`${key} ${shown[key]}, ${count} expected`);
   console.log(`${folder}: ${complaints.length === 0 ? "good" : complaints.join("\n  ")}`);
   failures += complaints.length;

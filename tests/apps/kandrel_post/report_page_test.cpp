@@ -200,6 +200,17 @@ TEST(ReportPage, HoldsWhatPostedCsvAndTheSummarySay) {
     EXPECT_EQ(page.run.at("totalTime").get<double>(), page.columns.at("time").back());
     EXPECT_EQ(page.run.at("axes").size(), static_cast<std::size_t>(values.axes));
     EXPECT_EQ(page.run.at("axes").back().at("wrapped"), c.at(3));
+    const std::size_t speed = c.at(2).find("--max-rotary-speed 100");
+    const bool hasSpeed = speed != c.at(2).npos;
+    EXPECT_EQ(page.run.at("maxRotarySpeed"), hasSpeed ? nlohmann::json(100.0) : nlohmann::json());
+    for (const auto& finding : page.run.at("findings")) {
+      EXPECT_EQ(finding.at("kind"), "rotarySpeed");
+      EXPECT_EQ(finding.at("unit"), "deg/min");
+      EXPECT_EQ(finding.at("bound"), 100);
+    }
+    if (c.at(2) == "--tool-length 2") {
+      EXPECT_NEAR(page.run.at("tool").at("outline").back().at(1), 2, 1e-12);
+    }
     EXPECT_EQ(page.run.at("verified").get<bool>(), c.at(4) == "verified");
     EXPECT_EQ(page.run.at("findings").size(),
               std::min<std::size_t>(1000, page.run.at("findingCount")));
@@ -207,6 +218,76 @@ TEST(ReportPage, HoldsWhatPostedCsvAndTheSummarySay) {
     EXPECT_EQ(Stretches(page.columns.at("flags"), 4), std::stoi(c.at(5)));
     EXPECT_EQ(Stretches(page.columns.at("flags"), 8), std::stoi(c.at(6)));
     EXPECT_EQ(Stretches(page.columns.at("flags"), 16), std::stoi(c.at(7)));
+  }
+}
+
+// Why, and for limits where, in the numbers of the error lines; nothing else is written, and
+// nothing said that isn't said without the page.
+TEST(ReportPage, TellsOfARefusedRunWhenAskedTo) {
+  struct Case {
+    const char* options;
+    const char* sample;
+    int id;
+    bool hasLines;
+  };
+  for (const Case& c :
+       {Case{"preset:trunnion_ca --origin 0,600,0 --set limitsCheck=1", "screw", 5015, true},
+        Case{"preset:mill3_metric", "screw", 0, false}}) {
+    SCOPED_TRACE(c.options);
+    const tests::ScratchFolder scratch;
+    const std::string command = fmt::format("post -t {} -o {} -m {}", SampleFile(scratch, c.sample),
+                                            scratch.Path("out"), c.options);
+    const Outcome plain = RunLine(command);
+    ASSERT_EQ(plain.exitCode, 1);
+    EXPECT_FALSE(fs::exists(scratch.Path("out")));
+    const Outcome run = RunLine(command + " --refused-report");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.failure, plain.failure);
+    EXPECT_EQ(run.summary, "");
+    if (kandrel_post::PageTemplate().empty()) continue;
+    ASSERT_EQ(std::distance(fs::directory_iterator(scratch.Path("out")), {}), 1);
+    const Page page = ReadPage(scratch.Path("out/report.html"));
+    const auto& refused = page.run.at("refused");
+    EXPECT_EQ(run.failure.find(fmt::format("error {}: {}\n", refused.at("id").get<int>(),
+                                           refused.at("text").get<std::string>())),
+              0u);
+    if (c.id != 0) {
+      EXPECT_EQ(refused.at("id"), c.id);
+    }
+    EXPECT_FALSE(page.run.at("verified").get<bool>());
+    EXPECT_EQ(page.run.at("rows") != 0, c.hasLines);
+    EXPECT_EQ(page.run.at("refused").at("shift").is_array(),
+              run.failure.find("\n  shift ") != run.failure.npos);
+    // Value and bound of each line and axis that the error lines name.
+    std::map<std::pair<std::string, std::uint64_t>, std::pair<double, double>> told;
+    std::istringstream failure(run.failure);
+    for (std::string text; std::getline(failure, text);) {
+      if (text.rfind("  breach ", 0) != 0) continue;
+      std::istringstream words(text.substr(9));
+      std::string index, source, axis, value, bound;
+      words >> index >> source >> axis >> value >> bound;
+      told[{axis, std::stoull(index)}] = {tests::NumberFrom(value), tests::NumberFrom(bound)};
+    }
+    EXPECT_EQ(told.empty(), !c.hasLines);
+    EXPECT_EQ(page.run.at("findingCount"), told.size());
+    // Stretches hold them all, and each stands for its worst.
+    for (const auto& f : page.run.at("findings")) {
+      const std::string axis = f.at("axis");
+      const std::vector<double>& column =
+          page.columns.at("a" + std::to_string(std::string("XYZ").find(axis)));
+      const double bound = f.at("bound");
+      const double excess = f.at("excess");
+      EXPECT_EQ(column.at(f.at("line")), f.at("value"));
+      EXPECT_EQ(std::abs(f.at("value").get<double>() - bound), excess);
+      for (std::uint64_t line = f.at("from"); line <= f.at("to"); ++line) {
+        const auto it = told.find({axis, line});
+        ASSERT_NE(it, told.end()) << axis << line;
+        ASSERT_EQ(it->second, std::pair(column.at(line), bound));
+        ASSERT_LE(std::abs(it->second.first - bound), excess);
+        told.erase(it);
+      }
+    }
+    EXPECT_TRUE(told.empty());
   }
 }
 

@@ -12,6 +12,10 @@ const kChartHeight = 116;
 const kMostPlaces = 60;
 // A limit is drawn where the curve keeps this part of the height.
 const kCurveShare = 0.45;
+// What stays below this part of what is allowed is far below it.
+const kFarShare = 0.1;
+
+const kLimits = [['min', 'min'], ['max', 'max'], ['bound', 'allowed']];
 
 function yLabel(value) {
   if (value === null) return null;
@@ -138,7 +142,8 @@ export class Chart {
           formatNumber(spec.max, 3));
       }
     } else if (typeof spec.bound === 'number' && !drawn.bound) {
-      words.push(`far below the ${formatNumber(spec.bound, 6)} allowed`);
+      const isFar = !(spec.extent.max > kFarShare * spec.bound);
+      words.push(`${isFar ? 'far ' : ''}below the ${formatNumber(spec.bound, 6)} allowed`);
     }
     note.textContent = words.join(', ');
     note.title = note.textContent;
@@ -157,8 +162,10 @@ export class Chart {
     ctx.beginPath();
     ctx.rect(left, top, width, height);
     ctx.clip();
-    this.drawPlaces(u, this.charts.facts.jumps, theme.warn);
-    this.drawPlaces(u, this.charts.facts.rewindings, theme.mark);
+    if (this.charts.hasMarks) {
+      this.drawPlaces(u, this.charts.facts.jumps, theme.warn);
+      this.drawPlaces(u, this.charts.facts.rewindings, theme.mark);
+    }
     ctx.fillStyle = theme['bad-band'];
     if (typeof spec.max === 'number') this.band(u, spec.max, top);
     if (typeof spec.min === 'number') this.band(u, spec.min, top + height);
@@ -197,7 +204,7 @@ export class Chart {
   }
 
   drawMarks(u) {
-    const {theme, run, view} = this.charts;
+    const {theme} = this.charts;
     const {spec, drawn} = this;
     const {left, top, width, height} = u.bbox;
     const {ctx} = u;
@@ -209,7 +216,7 @@ export class Chart {
     ctx.lineWidth = 1.5 * scale;
     ctx.font = `${11 * scale}px system-ui, sans-serif`;
     ctx.textAlign = 'right';
-    for (const [name, word] of [['min', 'min'], ['max', 'max'], ['bound', 'allowed']]) {
+    for (const [name] of kLimits) {
       if (!drawn[name]) continue;
       const y = Math.round(u.valToPos(spec[name], 'y', true));
       ctx.strokeStyle = theme.bad;
@@ -218,6 +225,13 @@ export class Chart {
       ctx.moveTo(left, y);
       ctx.lineTo(left + width, y);
       ctx.stroke();
+    }
+    if (this.charts.hasMarks) this.drawFindings(u);
+    // Above all else, so that they can be read.
+    ctx.setLineDash([]);
+    for (const [name, word] of kLimits) {
+      if (!drawn[name]) continue;
+      const y = Math.round(u.valToPos(spec[name], 'y', true));
       const isBelow = y - top < 16 * scale || (name === 'min' && top + height - y > 16 * scale);
       const text = `${word} ${formatNumber(spec[name], 6)}`;
       const right = left + width - 4 * scale;
@@ -231,7 +245,16 @@ export class Chart {
       ctx.textBaseline = 'middle';
       ctx.fillText(text, right, boxTop + 7.5 * scale);
     }
-    // A triangle for each finding of this axis, one a pixel at most.
+    ctx.restore();
+  }
+
+  // A triangle for each finding that concerns this chart, none over the other.
+  drawFindings(u) {
+    const {theme, run, view} = this.charts;
+    const {spec} = this;
+    const {top, height} = u.bbox;
+    const {ctx} = u;
+    const scale = devicePixelRatio;
     ctx.setLineDash([]);
     ctx.fillStyle = theme.bad;
     ctx.strokeStyle = theme.panel;
@@ -241,7 +264,7 @@ export class Chart {
       const x = run.x[row];
       if (x < view[0] || x > view[1]) continue;
       const px = u.valToPos(x, 'x', true);
-      if (px - last < 3 * scale) continue;
+      if (px - last < 10 * scale) continue;
       last = px;
       const value = spec.values[row];
       let y = Number.isFinite(value) ? u.valToPos(value, 'y', true) : top;
@@ -254,7 +277,6 @@ export class Chart {
       ctx.fill();
       ctx.stroke();
     }
-    ctx.restore();
   }
 
   update(width) {

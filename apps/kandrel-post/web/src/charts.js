@@ -26,6 +26,7 @@ export class Charts {
     this.handles = [];
     this.hoverX = null;
     this.shadow = null;
+    this.hasMarks = true;
     this.lanes = new Lanes(this, lanes);
     this.charts = specs.map((spec) => new Chart(this, spec));
     root.append(this.lanes.root, ...this.charts.map((chart) => chart.root));
@@ -154,6 +155,12 @@ export class Charts {
     for (const chart of this.charts) chart.update(this.width);
     this.place();
     this.onView?.(this);
+  }
+
+  // The triangles of findings and the lines of jumps and rewindings; lanes stay.
+  showMarks(hasMarks) {
+    this.hasMarks = hasMarks;
+    this.redraw();
   }
 
   redraw() {

@@ -2,9 +2,8 @@
 
 import {kFlag} from './run.js';
 
-// By so much angles may pass their limits, as a posting without other parameters lets them, and
-// rounding.
-const kLimitSlack = 1.0001e-4;
+// A difference to a limit may come out larger than it is by so much of the slack.
+const kRounding = 1.0001;
 
 function rowsWith(flags, bit) {
   let count = 0;
@@ -30,8 +29,9 @@ function excessOf(axis, value) {
 
 // Extents of the finite values of an axis and what of it leaves the limits. Limits that the posting
 // has checked, by a slack that it was given, are its own to judge, and the verification's.
-export function studyAxis(axis, slack = kLimitSlack) {
+export function studyAxis(axis) {
   const {values} = axis;
+  const slack = axis.slack * kRounding;
   const facts = {min: NaN, max: NaN, broken: 0, outside: 0, firstRow: -1, worstRow: -1, excess: 0};
   for (let i = 0; i < values.length; ++i) {
     const v = values[i];
@@ -92,11 +92,22 @@ function ofFeedMoves(run, values) {
   return out;
 }
 
+// Deviations of feed moves. The verification hands over those that are too small to be seen as
+// bounds, which may lie above the maximum of all; that one is exact.
+function deviations(values, largest, isShown) {
+  const most = typeof largest === 'number' && largest >= 0 ? Math.fround(largest) : Infinity;
+  const out = Float32Array.from(values, (v) => isShown ? (v > most ? most : v) : NaN);
+  return {values: out, ...extentOf(out)};
+}
+
 export function studyRun(run) {
   const {flags} = run.col;
   const feed = ofFeedMoves(run, run.col.feed);
   const speed = rotarySpeed(run);
   const {tip, axis} = run.col;
+  const {maxima} = run.info;
+  // Three linear axes leave a line by nothing but rounding.
+  const turns = run.axes.some((a) => a.isRotary);
   const rows = {
     rapid: rowsWith(flags, kFlag.rapid),
     inserted: rowsWith(flags, kFlag.inserted),
@@ -108,10 +119,11 @@ export function studyRun(run) {
     rows,
     jumps: starts(rows.jump),
     rewindings: starts(rows.rewinding),
-    axes: run.axes.map((a) => studyAxis(a)),
+    poles: starts(rows.pole),
+    axes: run.axes.map(studyAxis),
     feed: {values: feed, ...extentOf(feed)},
     speed: {values: speed, ...extentOf(speed)},
-    tip: {values: tip, ...extentOf(tip)},
-    axis: {values: axis, ...extentOf(axis)},
+    tip: deviations(tip, maxima?.tip?.value, turns),
+    axis: deviations(axis, maxima?.axis?.value, turns),
   };
 }

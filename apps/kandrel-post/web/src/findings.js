@@ -8,20 +8,33 @@ const kMostRows = 1000;
 
 const isNumber = (value) => typeof value === 'number' && Number.isFinite(value);
 
-// The unit of a finding's numbers, by its axis and its words.
-function unitOf(finding, run) {
-  if (typeof finding.unit === 'string') return finding.unit;
-  const kind = String(finding.kind ?? '');
-  const axis = run.axes.find((a) => a.letter === finding.axis);
-  if (/a minute|speed/.test(kind)) return 'deg/min';
-  if (axis) return axis.isRotary ? 'deg' : run.unit;
-  if (/feed/.test(kind)) return `${run.unit}/min`;
-  if (/tool axis|orientation|\barc\b/.test(kind)) return 'deg';
-  if (/tip|part position|behind/.test(kind)) return run.unit;
-  return '';
+// The chart on which findings of a kind are marked; those of other kinds stand on their axis's.
+const kCharts = {tipOffWay: 'tip', axisOffWay: 'axis', rotarySpeed: 'speed', feed: 'feed'};
+
+// Findings of one kind and axis on lines that follow each other become one, which stands on the
+// worst of them: {from, to} beside its own line. Some come joined.
+function join(found) {
+  const joined = [];
+  const last = new Map();
+  const worse = (a, b) => Math.abs(a.beyond ?? a.value ?? 0) > Math.abs(b.beyond ?? b.value ?? 0);
+  for (const one of found) {
+    const key = `${one.kind} ${one.axis ?? ''}`;
+    const before = last.get(key);
+    if (isNumber(one.line) && before && (one.line === before.to + 1 || one.line === before.to)) {
+      const {from} = before;
+      if (worse(one, before)) Object.assign(before, one);
+      Object.assign(before, {from, to: one.line});
+      continue;
+    }
+    const next = {from: one.line, to: one.line, ...one};
+    joined.push(next);
+    last.set(key, next);
+  }
+  return joined;
 }
 
-// All rows of the table: {line, row, source, axis, what, value, allowed, beyond, unit, isFault}.
+// All rows of the table: {line, from, to, row, source, kind, axis, chart, what, value, allowed,
+// beyond, unit, isFault}; `chart` is the id of the chart that it is marked on.
 export function gatherFindings(run, facts) {
   const {info, unit} = run;
   const found = [];
@@ -32,7 +45,7 @@ export function gatherFindings(run, facts) {
       const value = axis.values[row];
       const isMax = axis.max !== null && value > axis.max;
       found.push({
-        row, axis: axis.letter, value, unit: axis.isRotary ? 'deg' : unit, isFault: false,
+        row, kind: 'unchecked', axis: axis.letter, value, unit: axis.isRotary ? 'deg' : unit, isFault: false,
         allowed: isMax ? axis.max : axis.min, beyond: study.excess,
         what: `leaves its ${isMax ? 'upper' : 'lower'} limit on ` +
           `${plural(study.outside, 'line', 'lines')}, here furthest; limits were not checked`,
@@ -40,7 +53,7 @@ export function gatherFindings(run, facts) {
     }
     if (study.broken > 0) {
       const row = axis.values.findIndex((v) => !Number.isFinite(v));
-      found.push({row, axis: axis.letter, value: NaN, isFault: true, unit: '',
+      found.push({row, kind: 'broken', axis: axis.letter, value: NaN, isFault: true, unit: '',
         what: `has no finite number on ${plural(study.broken, 'line', 'lines')}, here first`});
     }
   });
@@ -51,7 +64,8 @@ export function gatherFindings(run, facts) {
     const {tolerance} = info;
     const isTip = !(isNumber(tolerance?.tip) && line.tip <= tolerance.tip);
     found.push({
-      line: index, source: line.source, unit: isTip ? unit : 'deg', isFault: false,
+      line: index, source: line.source, kind: isTip ? 'tipNotHeld' : 'axisNotHeld',
+      chart: isTip ? 'tip' : 'axis', unit: isTip ? unit : 'deg', isFault: false,
       value: isTip ? line.tip : line.axis, allowed: isTip ? tolerance?.tip : tolerance?.axis,
       what: `the tolerance is not held on the way there: tip ${formatDigits(line.tip)} ${unit}, ` +
         `axis ${formatDigits(line.axis)} deg`,
@@ -59,13 +73,18 @@ export function gatherFindings(run, facts) {
   }
   for (const finding of Array.isArray(info.findings) ? info.findings : []) {
     if (!finding || !isNumber(finding.line)) continue;
+    const isLimited = isNumber(finding.bound);
     found.push({
-      line: finding.line, source: finding.source, axis: finding.axis, value: finding.value,
-      allowed: finding.bound, beyond: finding.excess, unit: unitOf(finding, run), isFault: true,
-      what: String(finding.text ?? finding.kind ?? 'it is wrong'),
+      line: finding.line, source: finding.source, kind: finding.kind, axis: finding.axis,
+      chart: kCharts[finding.kind], value: finding.value, allowed: finding.bound,
+      ...isNumber(finding.from) && isNumber(finding.to) && {from: finding.from, to: finding.to},
+      beyond: isLimited ? finding.excess : null, unit: finding.unit ?? '', isFault: true,
+      what: String(finding.text ?? 'it is wrong'),
     });
   }
-  for (const one of found) {
+  const joined = join(found);
+  for (const one of joined) {
+    one.chart ??= one.axis;
     if (run.n === 0) one.row = -1;
     else one.row ??= rowOfLine(run, one.line);
     if (one.row >= 0) {
@@ -73,18 +92,20 @@ export function gatherFindings(run, facts) {
       one.source ??= run.col.source[one.row];
     }
   }
-  return found;
+  return joined;
 }
 
 export function fillFindings(run, found, cursor, goTo) {
   const {info} = run;
   const words = [];
-  for (const text of Array.isArray(info.refusals) ? info.refusals : []) words.push(String(text));
   const count = isNumber(info.findingCount) ? info.findingCount : (info.findings ?? []).length;
   if (count > 0) {
-    words.push(`The verification has ${plural(count, 'finding', 'findings')}` +
-      (count > (info.findings ?? []).length ?
-        `; the first ${formatCount((info.findings ?? []).length)} are listed.` : '.'));
+    const listed = (info.findings ?? []).length;
+    const isCut = info.refused ? listed >= kMostRows : count > listed;
+    words.push((info.refused ? `The limits are left ${plural(count, 'time', 'times')}, in ` +
+      plural(listed, 'stretch', 'stretches') :
+      `The verification has ${plural(count, 'finding', 'findings')}`) +
+      (isCut ? `; the first ${formatCount(listed)} are listed.` : '.'));
   }
   const heldCount = info.notHeld?.count ?? 0;
   if (heldCount > 0) {
@@ -92,8 +113,8 @@ export function fillFindings(run, found, cursor, goTo) {
       `${plural(heldCount, 'line', 'lines')}.`);
   }
   if (found.length === 0 && words.length === 0) {
-    words.push(info.verified === true ?
-      'Nothing: the verification has no finding and no axis leaves its limits.' :
+    words.push(info.refused ? 'The posting was refused, see above.' :
+      info.verified === true ? 'Nothing: the verification has no finding and no axis leaves its limits.' :
       'No finding is listed.');
   }
   byId('findings-words').textContent = words.join(' ');
@@ -103,14 +124,18 @@ export function fillFindings(run, found, cursor, goTo) {
   const rows = found.slice(0, kMostRows).map((one) => {
     const cell = (text, name = '', label = '') => element('td', {
       ...name && {class: name}, ...label && {'data-label': label}}, text);
-    const button = element('button', {type: 'button'}, String(one.line ?? '\u2013'));
-    button.setAttribute('aria-label', `Go to line ${one.line}`);
+    const isMany = one.to > one.from;
+    const button = element('button', {type: 'button'},
+      isMany ? `${one.from}\u2013${one.to}` : String(one.line ?? '\u2013'));
+    button.setAttribute('aria-label', `Go to line ${one.line}` +
+      (isMany ? `, the worst of ${one.from} to ${one.to}` : ''));
     const unit = one.unit ? `\u00a0${one.unit}` : '';
     const number = (value, text) => isNumber(value) ? text(value) + unit : '';
     const hasSource = isNumber(one.source) && one.source >= 0 && one.source !== kNoSource;
     const what = cell('', 'what');
     what.append(element('span', {class: one.isFault ? 'sort' : 'sort warn', role: 'img',
-      'aria-label': one.isFault ? 'finding' : 'note'}), one.what);
+      'aria-label': one.isFault ? 'finding' : 'note'}),
+      isMany ? `on ${formatCount(one.to - one.from + 1)} lines, worst on ${one.line}: ${one.what}` : one.what);
     const row = element('tr', {}, element('td', {}, button),
       cell(hasSource ? String(one.source) : '', 'num', 'Source move'),
       cell(one.axis ? String(one.axis) : '', '', 'Axis'), what,

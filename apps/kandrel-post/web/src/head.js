@@ -36,6 +36,69 @@ function verdictText(info) {
   return info.verified === true ? 'Verified' : 'Not verified';
 }
 
+// Axes that leave limits which the posting has not checked, in words.
+function limitsLeft(run, facts) {
+  const words = [];
+  run.axes.forEach((axis, i) => {
+    const {outside, worstRow} = facts.axes[i];
+    if (outside === 0) return;
+    const value = axis.values[worstRow];
+    const limit = axis.max !== null && value > axis.max ? axis.max : axis.min;
+    words.push(`${axis.letter} goes to ${formatNumber(value, 3)}, ` +
+      `its limit is ${formatNumber(limit, 3)}`);
+  });
+  return words.join('; ');
+}
+
+function addBadges(run, facts) {
+  const {info, unit} = run;
+  const verdict = byId('verdict');
+  const {refused} = info;
+  if (refused) {
+    verdict.append(badge('bad', `Refused: ${refused.text ?? ''} (error ${refused.id ?? 0})`));
+    return;
+  }
+  const left = limitsLeft(run, facts);
+  if (info.verified === true && left !== '') {
+    verdict.append(badge('warn', `Verified, but limits were not checked: ${left}`));
+  } else {
+    verdict.append(badge(info.verified === true ? 'ok' : 'bad', verdictText(info)));
+    run.axes.forEach((axis, i) => {
+      const {outside, excess} = facts.axes[i];
+      if (outside === 0) return;
+      verdict.append(badge('warn', `${axis.letter} leaves its limits by ` +
+        `${formatDigits(excess, 4)} ${axis.isRotary ? 'deg' : unit}, which was not checked`));
+    });
+  }
+  const notHeld = info.notHeld?.count ?? 0;
+  if (notHeld > 0) {
+    verdict.append(badge('warn', 'Tolerance not held on the way to ' +
+      plural(notHeld, 'line', 'lines')));
+  }
+}
+
+// Why there is no posting, in the words of the error lines.
+function fillRefusal(run) {
+  const {refused} = run.info;
+  if (!refused) return;
+  const box = byId('refusal');
+  box.hidden = false;
+  const line = (text) => box.append(element('p', {}, text));
+  box.append(element('h2', {}, 'The posting was refused'));
+  line(`error ${refused.id ?? 0}: ${refused.text ?? ''}`);
+  for (const {id, text} of Array.isArray(refused.causes) ? refused.causes : []) {
+    line(`caused by ${id ?? 0}: ${text ?? ''}`);
+  }
+  if (run.n > 0) {
+    line('Below is the same run posted without checks; nothing of it was written.');
+  }
+  const {shift} = refused;
+  if (Array.isArray(shift) && shift.every((value) => typeof value === 'number')) {
+    line(`No linear axis leaves its limits with the part origin shifted by ${shift.join(', ')} ` +
+      `${run.unit} (X, Y, Z).`);
+  }
+}
+
 export function fillHead(run, facts, goTo) {
   const {info, counts, unit} = run;
   const title = String(info.title || 'Posted run');
@@ -48,25 +111,15 @@ export function fillHead(run, facts, goTo) {
     unit === 'in' ? 'inches' : 'millimetres',
   ].join(', ');
 
-  const verdict = byId('verdict');
-  verdict.append(badge(info.verified === true ? 'ok' : 'bad', verdictText(info)));
-  run.axes.forEach((axis, i) => {
-    const {outside, excess} = facts.axes[i];
-    if (outside === 0) return;
-    verdict.append(badge('warn', `${axis.letter} leaves its limits by ` +
-      `${formatDigits(excess, 4)} ${axis.isRotary ? 'deg' : unit}, which was not checked`));
-  });
-  const notHeld = info.notHeld?.count ?? 0;
-  if (notHeld > 0) {
-    verdict.append(badge('warn', 'Tolerance not held on the way to ' +
-      plural(notHeld, 'line', 'lines')));
-  }
+  addBadges(run, facts);
+  fillRefusal(run);
 
   const list = byId('facts');
   const add = (name, value, small, line) => {
     const dd = element('dd', {}, value);
     if (small) dd.append(' ', element('small', {}, small));
-    if (Number.isInteger(line) && run.n > 0) {
+    // Where there is nothing to see no line leads to it.
+    if (Number.isInteger(line) && run.n > 0 && !value.startsWith('<')) {
       const button = element('button', {type: 'button', class: 'link'}, `line ${line}`);
       button.addEventListener('click', () => goTo(rowOfLine(run, line)));
       dd.append(' ', button);
@@ -82,15 +135,16 @@ export function fillHead(run, facts, goTo) {
   add('Rewindings', formatCount(counts.rewindings));
   if (run.axes.length > 4) add('Poles crossed', formatCount(info.polesCrossed ?? 0));
   const {tolerance, maxima} = info;
+  const turns = run.axes.some((axis) => axis.isRotary);
   const isSet = (value) => typeof value === 'number' && Number.isFinite(value);
   if (run.axes.length > 3) {
     add('Tolerance', isSet(tolerance?.tip) ? `${formatNumber(tolerance.tip, 6)} ${unit}` : 'off',
       isSet(tolerance?.axis) ? `${formatNumber(tolerance.axis, 6)} deg` : '');
   }
-  if (isSet(maxima?.tip?.value)) {
+  if (isSet(maxima?.tip?.value) && turns) {
     add('Tip off its line', `${formatDigits(maxima.tip.value)} ${unit}`, '', maxima.tip.line);
   }
-  if (isSet(maxima?.axis?.value) && run.axes.length > 3) {
+  if (isSet(maxima?.axis?.value) && turns) {
     add('Axis off its arc', `${formatDigits(maxima.axis.value)} deg`, '', maxima.axis.line);
   }
   if (run.lines > run.n) {

@@ -7,7 +7,7 @@
 //   state()  what is shown: row, line and x of the cursor (seconds, or lines in a run of no time),
 //            chartX (the same, read back from the charts' line), tool ({tip, axis} as drawn, or
 //            null), view ([from, to] of the charts), hasView, isPlaying, points (drawn, of each
-//            chart)
+//            chart), marks (rows of findings of each chart)
 //   goToLine(line), goTo(x)   put the cursor there
 //   times    milliseconds of the last updates of the cursor, without drawing, and draws of the view
 
@@ -30,8 +30,8 @@ const kSampled = 50000;
 
 function chartSpecs(run, facts, found) {
   const {info, unit} = run;
-  const marksOf = (letter) => Uint32Array.from(found.filter((one) => one.axis === letter &&
-    one.row >= 0).map((one) => one.row)).sort();
+  const marksOf = (chart) =>
+    uniqueSorted(found.filter((one) => one.chart === chart).map((one) => one.row));
   const specs = run.axes.map((axis, i) => ({
     title: axis.letter,
     unit: axis.isRotary ? 'deg' : unit,
@@ -45,20 +45,20 @@ function chartSpecs(run, facts, found) {
     leastSpan: axis.isRotary || unit === 'mm' ? 0.2 : 0.01,
     marks: marksOf(axis.letter),
   }));
-  const more = (title, unitWords, values, bound, empty) => specs.push({
-    title, unit: unitWords, kind: 'other', values: values.values, extent: values, isStepped: true,
-    fromZero: true, bound, empty, leastSpan: bound ? bound / 100 : 1,
+  const more = (id, title, unitWords, bound, empty) => specs.push({
+    title, unit: unitWords, kind: 'other', values: facts[id].values, extent: facts[id],
+    isStepped: true, fromZero: true, bound, empty, leastSpan: bound ? bound / 100 : 1,
+    marks: marksOf(id),
   });
   const {tolerance} = info;
   const number = (value) => typeof value === 'number' && Number.isFinite(value) ? value : null;
-  more('Feed', `${unit}/min`, facts.feed, null, 'rapid moves have none');
-  if (run.axes.some((axis) => axis.isRotary)) {
-    if (run.hasTime) more('Rotary speed', 'deg/min', facts.speed, null, 'nothing fed here');
-    more('Tip off its line', unit, facts.tip, number(tolerance?.tip), 'not measured here');
-    more('Axis off its arc', 'deg', facts.axis, number(tolerance?.axis), 'not measured here');
-  } else if (!Number.isNaN(facts.tip.min)) {
-    more('Tip off its line', unit, facts.tip, number(tolerance?.tip), 'not measured here');
+  more('feed', 'Feed', `${unit}/min`, null, 'rapid moves have none');
+  if (!run.axes.some((axis) => axis.isRotary)) return specs;
+  if (run.hasTime) {
+    more('speed', 'Rotary speed', 'deg/min', number(info.maxRotarySpeed), 'nothing fed here');
   }
+  more('tip', 'Tip off its line', unit, number(tolerance?.tip), 'not measured here');
+  more('axis', 'Axis off its arc', 'deg', number(tolerance?.axis), 'not measured here');
   return specs;
 }
 
@@ -78,7 +78,15 @@ function laneList(run, facts, found) {
       {name: 'jump', spans: rows.jump, ticks: facts.jumps, color: 'warn'},
       {name: 'rewinding', spans: rows.rewinding, ticks: facts.rewindings, color: 'mark'});
   }
-  lanes.push({name: 'to look at', ticks: uniqueSorted(found.map((one) => one.row)), color: 'bad'});
+  // All lines of a finding, not its worst alone.
+  const lookAt = [];
+  for (const {row, from, to} of found) {
+    lookAt.push(row);
+    if (!(to > from)) continue;
+    const last = rowOfLine(run, to);
+    for (let i = rowOfLine(run, from); i <= last; ++i) lookAt.push(i);
+  }
+  lanes.push({name: 'to look at', ticks: uniqueSorted(lookAt), color: 'bad'});
   return lanes;
 }
 
@@ -144,7 +152,10 @@ function fillLegend(run, facts, found, view) {
   if (found.some((one) => one.row >= 0)) item('bad', 'to look at');
   if (facts.jumps.length > 0) item('warn', 'large jump');
   if (facts.rewindings.length > 0) item('mark', 'rewinding');
+  if (facts.poles.length > 0) item('pole', 'on a pole');
   items.push(element('li', {}, `grid ${view.gridText} ${run.unit}`));
+  const {tool} = run.info;
+  if (tool?.name) item('tool', `tool: ${tool.name}${tool.isStandIn ? ', not yours' : ''}`, 'square');
   byId('legend').append(...items);
 }
 
@@ -162,11 +173,12 @@ function start(run) {
 
   const readout = new Readout(run, facts, cursor);
   const foundRows = found.map((one) => one.row);
-  const marks = uniqueSorted([...facts.jumps, ...facts.rewindings, ...foundRows]);
+  const marks = uniqueSorted([...facts.poles, ...facts.jumps, ...facts.rewindings, ...foundRows]);
   const player = new Player(run, cursor, readout, marks);
   fillHead(run, facts, goTo);
   fillFindings(run, found, cursor, goTo);
   byId('summary').textContent = String(info.summary ?? '');
+  byId('summary').parentElement.hidden = !info.summary;
   const files = Array.isArray(info.files) ? info.files.map(String) : [];
   byId('files').textContent = files.length > 0 ? `Written with this page: ${files.join(', ')}` : '';
   byId('made').textContent = `Made by Kandrel ${info.kandrel ?? ''}`;
@@ -181,6 +193,8 @@ function start(run) {
     byId('stretch').textContent = (shown.isWhole ? 'The whole run, ' : 'From ') + shown.viewText;
   }
   tellView(charts);
+  byId('dots-jump').hidden = facts.jumps.length === 0;
+  byId('dots-rewinding').hidden = facts.rewindings.length === 0;
   const buttons = {
     'pan-left': () => charts.pan(-0.4), 'pan-right': () => charts.pan(0.4),
     'zoom-in': () => charts.zoom(0.4), 'zoom-out': () => charts.zoom(2.5),
@@ -201,6 +215,7 @@ function start(run) {
   const view = View3d.make({
     canvas: byId('view'), box: byId('view-box'), run, cursor, theme,
     markedRows: [
+      {rows: facts.poles, color: 'pole', size: 7},
       {rows: facts.jumps, color: 'warn', size: 8},
       {rows: facts.rewindings, color: 'mark', size: 8},
       {rows: uniqueSorted(foundRows), color: 'bad', size: 7},
@@ -223,7 +238,15 @@ function start(run) {
       button.disabled = true;
     }
   }
+  byId('show-marks').addEventListener('change', (event) => {
+    view?.showMarks(event.target.checked);
+    charts.showMarks(event.target.checked);
+  });
   tieColors(run, facts, view, theme);
+  if (info.refused && run.n === 0) {
+    document.querySelector('.columns').hidden = true;
+    byId('player').hidden = true;
+  }
   return {cursor, charts, view, player};
 }
 
@@ -248,6 +271,7 @@ function inspection(run, {cursor, charts, view, player}) {
       hasView: view !== null,
       isPlaying: player.isPlaying,
       points: charts.charts.map((chart) => chart.plot.data[0].length),
+      marks: charts.charts.map((chart) => [...chart.spec.marks]),
     }),
     goToLine: (line) => timed(() => cursor.setRow(rowOfLine(run, line))),
     goTo: (x) => timed(() => cursor.setX(x)),

@@ -9,14 +9,12 @@ const kWords = [
   [kFlag.jump, 'large jump'], [kFlag.rewinding, 'rewinding'],
 ];
 
-// What the range bar spans: the limits, and what is used where it goes beyond or has none. Limits
-// that are hundreds of times as wide as the used range say nothing, and are left out.
+// What the range bar spans: the limits, and what is used where it goes beyond or has none.
 function barRange(axis, facts) {
   let low = Number.isNaN(facts.min) ? 0 : facts.min;
   let high = Number.isNaN(facts.max) ? 0 : facts.max;
-  const isFar = axis.isRotary ? 4000 : 1e6;
-  if (axis.min !== null && axis.min > -isFar) low = Math.min(low, axis.min);
-  if (axis.max !== null && axis.max < isFar) high = Math.max(high, axis.max);
+  if (axis.min !== null) [low, high] = [Math.min(low, axis.min), Math.max(high, axis.min)];
+  if (axis.max !== null) [low, high] = [Math.min(low, axis.max), Math.max(high, axis.max)];
   if (!(high - low > 0)) return [low - 1, high + 1];
   return [low, high];
 }
@@ -44,9 +42,12 @@ export class Readout {
     };
     if (axis.min !== null && axis.min > low) stripe('out', low, axis.min);
     if (axis.max !== null && axis.max < high) stripe('out', axis.max, high);
-    if (!Number.isNaN(facts.min)) stripe('used', facts.min, facts.max);
     const at = element('div', {class: 'at'});
-    track.append(at);
+    // Nothing is used of limits that there are not.
+    if (axis.min !== null || axis.max !== null) {
+      if (!Number.isNaN(facts.min)) stripe('used', facts.min, facts.max);
+      track.append(at);
+    }
     const now = document.createTextNode('');
     const limits = axis.min === null && axis.max === null ? 'none' :
       `${axis.min === null ? 'none' : formatNumber(axis.min, 3)} to ` +
@@ -87,9 +88,8 @@ export class Readout {
     }
     const speed = facts.speed.values[row];
     if (!Number.isNaN(speed) && speed > 0) flags.push(`turns at ${formatDigits(speed)} deg/min`);
-    if (!Number.isNaN(col.tip[row])) {
-      flags.push(`tip off its line by up to ${formatDigits(col.tip[row])} ${run.unit}`);
-    }
+    const tip = facts.tip.values[row];
+    if (!Number.isNaN(tip)) flags.push(`tip off its line by up to ${formatDigits(tip)} ${run.unit}`);
     return parts.concat(flags).join(', ') + '.';
   }
 

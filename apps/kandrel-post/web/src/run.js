@@ -11,6 +11,9 @@ const kNeeded = ['line', 'time', 'px', 'py', 'pz', 'i', 'j', 'k', 'feed', 'tip',
 
 export const kFlag = {rapid: 1, inserted: 2, pole: 4, jump: 8, rewinding: 16};
 export const kNoSource = 0xFFFFFFFF;
+// By so much axes may pass their limits where the run doesn't say it.
+const kLimitSlack = 1e-4;
+const kEndless = 100000;
 
 // What keeps a run from being shown, in words.
 export class RunError extends Error {}
@@ -80,15 +83,22 @@ function monotone(times) {
 const isNumber = (value) => typeof value === 'number' && Number.isFinite(value);
 
 function readAxis(axis, values) {
-  // Limits without any room between them are none: so stands an axis that was never given any.
-  const isShut = isNumber(axis.min) && isNumber(axis.max) && !(axis.min < axis.max);
-  const limit = (value) => isNumber(value) && !isShut ? value : null;
+  const isRotary = axis.kind === 'rotary';
+  // A rotary axis without end has limits of hundreds of turns, which are none to people, as long as
+  // it stays within them.
+  const limit = (value, sign) => {
+    if (!isNumber(value)) return null;
+    const isEndless = isRotary && sign * value >= kEndless &&
+      values.every((v) => !(sign * v > sign * value));
+    return isEndless ? null : value;
+  };
   return {
     letter: String(axis.letter ?? '?'),
-    isRotary: axis.kind === 'rotary',
-    min: limit(axis.min),
-    max: limit(axis.max),
+    isRotary,
+    min: limit(axis.min, -1),
+    max: limit(axis.max, 1),
     isChecked: axis.checked === true,
+    slack: isNumber(axis.slack) ? axis.slack : kLimitSlack,
     wrapped: axis.wrapped === '360' || axis.wrapped === '180' ? axis.wrapped : 'none',
     values,
   };

@@ -25,14 +25,15 @@ export class Theme {
   }
 }
 
-// Viridis, which colour-blind eyes read as well, without the end that the background swallows.
+// Viridis, which colour-blind eyes read as well, without the end that the background swallows and
+// the purple at its start, which marks of rewindings have.
 const kViridis = [
   [68, 1, 84], [72, 40, 120], [62, 74, 137], [49, 104, 142], [38, 130, 142], [31, 158, 137],
   [53, 183, 121], [109, 205, 89], [180, 222, 44], [253, 231, 37],
 ];
 
 export function rampColor(part, isDark) {
-  const [from, to] = isDark ? [0.28, 1] : [0, 0.82];
+  const [from, to] = isDark ? [0.28, 1] : [0.22, 0.82];
   const at = (from + Math.min(Math.max(part, 0), 1) * (to - from)) * (kViridis.length - 1);
   const i = Math.min(Math.floor(at), kViridis.length - 2);
   return kViridis[i].map((c, k) => Math.round(c + (at - i) * (kViridis[i + 1][k] - c)));

@@ -2,8 +2,8 @@
 // those of the run. It draws when something has changed, and only then.
 
 import {
-  AmbientLight, AxesHelper, BufferAttribute, BufferGeometry, CanvasTexture, Color, ColorManagement,
-  DirectionalLight, DoubleSide, GridHelper, Group, LatheGeometry, Line, LineBasicMaterial,
+  AmbientLight, BufferAttribute, BufferGeometry, CanvasTexture, Color, ColorManagement,
+  DirectionalLight, DoubleSide, Group, LatheGeometry, Line, LineBasicMaterial,
   LineDashedMaterial, LineSegments, LinearSRGBColorSpace, Mesh, MeshLambertMaterial,
   OrthographicCamera, Points, PointsMaterial, Quaternion, Scene, Spherical, Sprite, SpriteMaterial,
   Vector2, Vector3, WebGLRenderer,
@@ -29,6 +29,8 @@ const kSettle = 250;
 // So many points say how large the path looks.
 const kFitted = 4000;
 const kFarOut = 4.5;
+// Up to so many times the path's size the tool is fitted into the view.
+const kToolShare = 1.2;
 
 const kViews = {
   home: [0.62, -1, 0.72],
@@ -116,9 +118,9 @@ export class View3d {
     theme.onChange(() => this.retheme());
     new ResizeObserver(() => this.resize()).observe(box);
     this.resize();
+    this.placeTool();
     this.look('home');
     this.retheme();
-    this.placeTool();
   }
 
   // The points less the middle of the part, so that single precision holds where it lies far out,
@@ -234,7 +236,7 @@ export class View3d {
       object.renderOrder = 2;
       object.frustumCulled = false;
       this.scene.add(object);
-      this.marks.push({material, color});
+      this.marks.push({object, material, color});
     }
   }
 
@@ -275,8 +277,14 @@ export class View3d {
     const {theme, size, middle, gridStep} = this;
     this.frame.clear();
     const cells = Math.min(2 * Math.ceil(0.75 * size / gridStep), 60);
-    const grid = new GridHelper(cells * gridStep, cells, theme.line, theme.line);
-    grid.rotation.x = Math.PI / 2;
+    const half = cells * gridStep / 2;
+    const rules = [];
+    for (let v = -half, i = 0; i <= cells; v += gridStep, ++i) {
+      rules.push(new Vector3(v, -half), new Vector3(v, half));
+      rules.push(new Vector3(-half, v), new Vector3(half, v));
+    }
+    const grid = new LineSegments(new BufferGeometry().setFromPoints(rules),
+      new LineBasicMaterial({color: theme.line}));
     // On round numbers of the part's frame.
     const offset = (k) => Math.round(middle[k] / gridStep) * gridStep - middle[k];
     grid.position.set(offset(0), offset(1), this.low[2] - size * 0.002);
@@ -284,11 +292,16 @@ export class View3d {
     const origin = new Vector3(...middle).negate();
     if (origin.length() > 2 * size) return;
     const length = size * 0.14;
-    const axes = new AxesHelper(length);
-    axes.position.copy(origin);
     const colors = ['#d55e00', '#009e73', '#3f8fd8'];
-    axes.setColors(...colors.map((c) => new Color(c)));
-    axes.material.depthTest = false;
+    const ends = [0, 1, 2].flatMap((k) => [new Vector3(), new Vector3().setComponent(k, length)]);
+    const geometry = new BufferGeometry().setFromPoints(ends);
+    geometry.setAttribute('color', new BufferAttribute(new Float32Array(colors.flatMap((c) => {
+      const rgb = new Color(c).toArray();
+      return [...rgb, ...rgb];
+    })), 3));
+    const axes = new LineSegments(geometry,
+      new LineBasicMaterial({vertexColors: true, depthTest: false}));
+    axes.position.copy(origin);
     axes.renderOrder = 1;
     this.frame.add(axes);
     ['X', 'Y', 'Z'].forEach((letter, k) => {
@@ -349,6 +362,11 @@ export class View3d {
     this.draw();
   }
 
+  showMarks(isShown) {
+    for (const {object} of this.marks) object.visible = isShown;
+    this.draw();
+  }
+
   cutPaths() {
     const {row} = this.cursor;
     for (const path of [this.feed, this.coarse, this.rapid]) {
@@ -405,6 +423,23 @@ export class View3d {
     this.fit();
   }
 
+  // How far the tool reaches where it stands, in the camera's axes. Of one that is much longer than
+  // the path is large its lower end alone: the path has to be seen.
+  *toolReach() {
+    if (!this.tool.visible) return;
+    const turn = this.camera.quaternion.clone().invert();
+    const tip = this.tool.position.clone().applyQuaternion(turn);
+    const axis = new Vector3(0, 0, 1).applyQuaternion(this.tool.quaternion).applyQuaternion(turn);
+    const most = this.isPoint ? Infinity : kToolShare * this.size;
+    for (const [radius, height] of this.outline) {
+      const place = tip.clone().addScaledVector(axis, Math.min(height, most));
+      // A circle about the axis.
+      const half = new Vector3(...axis.toArray().map((c) => radius * Math.sqrt(Math.max(0, 1 - c * c))));
+      yield place.clone().add(half);
+      yield place.sub(half);
+    }
+  }
+
   // Part and tool fill the view, from where it is looked at.
   fit() {
     const {camera, controls} = this;
@@ -419,6 +454,10 @@ export class View3d {
       seen.copy(point).applyQuaternion(camera.quaternion.clone().invert());
       low.min(seen);
       high.max(seen);
+    }
+    for (const reach of this.toolReach()) {
+      low.min(reach);
+      high.max(reach);
     }
     const target = low.clone().add(high).multiplyScalar(0.5).applyQuaternion(camera.quaternion);
     controls.target.copy(target);

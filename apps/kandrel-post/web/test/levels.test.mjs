@@ -46,7 +46,7 @@ test('a thinned curve has the extremes of each pixel, and gaps where nothing els
 });
 
 test('what leaves the limits is found, with whole turns of a wrapped angle', () => {
-  const axis = (values, more) => ({values, min: -120, max: 30, wrapped: 'none', ...more});
+  const axis = (values, more) => ({values, min: -120, max: 30, wrapped: 'none', slack: 1e-4, ...more});
   const cases = [
     [axis([0, 30, -120]), 0, 0],
     [axis([0, 31, -125, 20]), 2, 5],
@@ -56,6 +56,8 @@ test('what leaves the limits is found, with whole turns of a wrapped angle', () 
     [axis([350, 250], {wrapped: '360'}), 0, 0],
     [axis([40, 200], {wrapped: '360'}), 2, 40],
     [axis([30.2], {isChecked: true}), 0, 0],
+    [axis([30.0001, -120.0001]), 0, 0],
+    [axis([12, 12.5], {min: 12, max: 12, slack: 0}), 1, 0.5],
   ];
   cases.forEach(([given, outside, excess], k) => {
     const found = studyAxis(given);

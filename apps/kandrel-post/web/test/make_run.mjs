@@ -93,23 +93,25 @@ export function makeRun({lines = 2000, axes = 5, findings = 3, units = 'mm', has
   const info = {
     format: 1, kandrel: '0.1.0', title: 'hemisphere_pole.cl', machine: 'preset:trunnion_ca', units,
     axes: letters.map((letter, m) => ({letter, kind: m < 3 ? 'linear' : 'rotary',
-      min: limits[m][0], max: limits[m][1], usedMin: lines ? Math.min(...sampled(a[m])) : null,
+      min: limits[m][0], max: limits[m][1], slack: m < 3 ? 0 : 1e-4, usedMin: lines ? Math.min(...sampled(a[m])) : null,
       usedMax: lines ? Math.max(...sampled(a[m])) : null, checked: false, wrapped: 'none'})),
     rows: lines, ofLines: lines,
     counts: {source: sources, posted: lines, inserted, rapid, largeJumps: jumps, rewindings},
     polesCrossed: axes > 4 ? 12 : 0, totalTime: seconds,
-    tolerance: axes > 3 ? {tip: 0.01, axis: 0.1} : null,
+    tolerance: axes > 3 ? {tip: 0.01, axis: 0.1} : null, maxRotarySpeed: null,
     maxima: {tip: {value: 0.005, line: Math.min(90, Math.max(lines - 1, 0))},
       axis: {value: 0.03, line: Math.min(130, Math.max(lines - 1, 0))}},
     verified: findings === 0,
     verdict: findings ? [`not verified: ${findings} findings`, '  line 300: the tip leaves its line'] :
       [`verified: tip within 0.005 ${units}, axis within 0.03 deg`],
     findings: Array.from({length: Math.min(findings, 1000)}, (_, f) => {
-      const line = Math.min(lines - 1, 300 + 40 * f);
+      const line = Math.min(lines - 1, findings < 40 ? 300 + 40 * f : 2 * f);
       const isTurn = axes > 3 && f % 2 === 1;
       return {line, source: source[line] ?? -1, axis: isTurn ? 'C' : null,
-        kind: isTurn ? 'C turns faster than allowed, degrees a minute' :
-          'the tip leaves its line on the way there', value: isTurn ? 7213 : 0.01026,
+        kind: isTurn ? 'rotarySpeed' : 'tipOffWay', text: isTurn ?
+          'C turns at 7213 deg a minute at the feed there, 3600 allowed' :
+          'on the way there the tip leaves its line by 0.01026 mm, 0.01 allowed',
+        unit: isTurn ? 'deg/min' : units, value: isTurn ? 7213 : 0.01026,
         bound: isTurn ? 3600 : 0.01, excess: isTurn ? 3613 : 0.00026};
     }),
     findingCount: findings,
@@ -117,7 +119,8 @@ export function makeRun({lines = 2000, axes = 5, findings = 3, units = 'mm', has
     summary: `toolpath        hemisphere_pole.cl\nmachine         trunnion_ca, ${axes} axes\n` +
       `posted moves    ${lines}\n`,
     files: ['posted.csv', 'posted.nc', 'run.kdr', 'report.html', 'run.glb'],
-    tool: {outline: ballEnd(radius / 11, radius * 1.5)}, toolLength: 120,
+    tool: {name: 'default end mill D8', isStandIn: true,
+      outline: ballEnd(radius / 11, radius * 1.5)}, toolLength: 120,
   };
   const columns = [['line', 'u32', Float64Array.from({length: lines}, (_, n) => n)],
     ['time', 'f64', time], ...a.map((values, m) => [`a${m}`, 'f64', values]),

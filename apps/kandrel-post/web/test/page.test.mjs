@@ -199,6 +199,112 @@ describe('the page', {concurrency: 3}, () => {
     await close();
   });
 
+  // What a run says, changed, and what the page shows of it: name, change, what is looked at.
+  const finding = (line, kind, more) =>
+    ({line, source: line, axis: null, kind, text: `a ${kind} while the tip stands`, ...more});
+  const textsOf = (page, selector) => page.locator(selector).allInnerTexts();
+  const chartOf = (page, title) => page.locator('.chart').filter({has: page.locator('.chart-title',
+    {hasText: new RegExp(`^${title}$`)})});
+  const told = [
+    ['a bound of rotary speeds and findings on the charts they concern', ({info}) => {
+      info.maxRotarySpeed = 6e5;
+      info.findings = [finding(400, 'rotarySpeed', {axis: 'A', unit: 'deg/min', value: 9e5,
+        bound: 6e5, excess: 3e5}), finding(500, 'axisOffWay', {unit: 'deg', value: 1}),
+      finding(600, 'turnsBack', {axis: 'A', unit: 'deg', value: 2}), finding(700, 'rapid')];
+    }, async (page) => {
+      // Of X, Y, Z, C, A, feed, rotary speed, tip, axis; A has its own where it is out furthest.
+      const {marks} = await page.evaluate(() => kandrel.state());
+      assert.deepEqual(marks.map((rows) => rows.length), [0, 0, 0, 0, 2, 0, 1, 0, 1]);
+      assert.deepEqual([marks[4].includes(600), marks[6], marks[8]], [true, [400], [500]]);
+      assert.match(await chartOf(page, 'Rotary speed').innerText(), /below the 600000 allowed/);
+      const units = (await textsOf(page, '#findings-rows td:nth-child(5)')).map((text) =>
+        text.replace(/^[\d.]+\s*/, ''));
+      assert.deepEqual(units, ['deg', 'deg/min', 'deg', 'deg', '']);
+    }],
+    ['deviations no larger than their maximum', (run) => {
+      run.info.maxima.axis = {value: 2.6e-7, line: 7};
+      for (const n of column(run, 'axis').keys()) {
+        if (column(run, 'axis')[n] >= 0) column(run, 'axis')[n] = 0.000139;
+      }
+    }, async (page) => {
+      const tile = page.locator('#facts > div', {hasText: 'Axis off its arc'});
+      assert.match(await tile.innerText(), /< 1e-6 deg$/);
+      assert.equal(await tile.locator('button').count(), 0);
+      await page.evaluate(() => kandrel.goToLine(740));
+      const chart = chartOf(page, 'Axis off its arc');
+      assert.equal(await chart.locator('.chart-now').innerText(), '< 1e-6\u00a0deg');
+      assert.match(await chart.locator('.chart-note').innerText(), /^far below the 0.1 allowed/);
+      assert.match(await chartOf(page, 'Tip off its line').locator('.chart-note').innerText(),
+        /^(below the 0.01 allowed|)$/);
+    }],
+    ['findings on lines that follow each other as one', ({info}) => {
+      const turns = (line, value) => finding(line, 'rotarySpeed', {axis: 'A', unit: 'deg/min',
+        value, bound: 1500, excess: value - 1500});
+      info.findings = [turns(100, 1600), finding(101, 'rapid'), turns(101, 1900), turns(102, 1700),
+        turns(104, 1800)];
+    }, async (page) => {
+      const lines = await textsOf(page, '#findings-rows button');
+      assert.deepEqual(lines.slice(1), ['100\u2013102', '101', '104']);
+      const row = page.locator('#findings-rows tr').nth(1);
+      assert.match(await row.innerText(), /on 3 lines, worst on 101:[^]*1900/);
+      await row.getByRole('button').click();
+      assert.equal(await page.evaluate(() => kandrel.state().line), 101);
+      assert.deepEqual((await page.evaluate(() => kandrel.state())).marks[6], [101, 104]);
+    }],
+    ['limits that are none, and one without room', ({info}) => {
+      Object.assign(info.axes[4], {min: 12, max: 12});
+    }, async (page) => {
+      const row = (k) => page.locator('#axes tr').nth(k);
+      assert.equal(await row(3).locator('td').last().innerText(), 'none');
+      assert.equal(await row(3).locator('.used, .at').count(), 0);
+      assert.equal(await row(4).locator('td').last().innerText(), '12 to 12');
+      assert.match(await page.locator('#verdict').innerText(), /A leaves its limits by 87 deg/);
+    }],
+    ['a verified run that leaves limits as one to look at', ({info}) => {
+      Object.assign(info, {verified: true, findings: [], findingCount: 0});
+    }, async (page) => {
+      assert.equal(await page.locator('.badge').count(), 1);
+      assert.equal(await page.locator('.badge.warn').innerText(),
+        'Verified, but limits were not checked: A goes to 75, its limit is 30');
+    }],
+    ['a refusal in words', ({info}) => {
+      info.refused = {id: 5018, text: 'Above the maximum.', causes: [{id: 5008, text: 'Out.'}],
+        shift: [1, 2, -3.5]};
+      for (const axis of info.axes) axis.checked = true;
+      info.findings = [finding(247, 'rotaryLimit', {from: 230, to: 260, axis: 'A', unit: 'deg', value: 75, bound: 30,
+        excess: 45})];
+      info.findingCount = 1;
+    }, async (page) => {
+      assert.equal(await page.locator('#verdict').innerText(),
+        'Refused: Above the maximum. (error 5018)');
+      assert.match(await page.locator('#refusal').innerText(),
+        /error 5018: Above the maximum\.\s+caused by 5008: Out\.[^]*shifted by 1, 2, -3\.5 mm/);
+      assert.match(await page.locator('#findings-words').innerText(), /limits are left 1 time, in 1 stretch\./);
+      assert.equal(await page.locator('#findings-rows button').innerText(), '230\u2013260');
+      assert.deepEqual((await page.evaluate(() => kandrel.state())).marks[4], [247]);
+    }],
+    ['a refusal without lines', (run) => {
+      Object.assign(run, makeRun({lines: 0, findings: 0}));
+      run.info.refused = {id: 5029, text: 'Not for 3 axes.', causes: [], shift: null};
+      run.info.verified = false;
+    }, async (page) => {
+      assert.match(await page.locator('#refusal').innerText(), /error 5029: Not for 3 axes\.$/);
+      assert.equal(await page.locator('#view').isVisible(), false);
+    }],
+  ];
+
+  for (const [name, change, look] of told) {
+    test(`shows ${name}`, async () => {
+      const run = makeRun();
+      change(run);
+      const {page, complaints, close} = await open(makePage(template, run.info, run.columns));
+      assert.equal(await page.evaluate(() => kandrel.ready), true);
+      await look(page);
+      assert.deepEqual(complaints, []);
+      await close();
+    });
+  }
+
   const broken = (change) => {
     const run = makeRun({lines: 300});
     change(run);
