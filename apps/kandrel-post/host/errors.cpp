@@ -66,7 +66,9 @@ std::string DescribeCurrentFailure() {
     try {
       e.Rethrow();
     } catch (...) {
-      return fmt::format("{}  caused by 0: {}\n", DescribeCurrentFailure(), file);
+      const std::string text = DescribeCurrentFailure();
+      const std::string cause = fmt::format("  caused by 0: {}\n", file);
+      return text.ends_with(cause) ? text : text + cause;
     }
   } catch (const misc::zvException& e) {
     std::string text = fmt::format("error {}: {}\n", e.GetId(), OneLine(e.what()));

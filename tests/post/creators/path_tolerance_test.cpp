@@ -320,6 +320,8 @@ TEST(PathTolerance, RefusesWhatNumbersDontHold) {
       EXPECT_EQ(smallest, 0);
     } catch (const Refusal& refusal) {
       EXPECT_NEAR(*refusal.GetMinimum(), smallest, 1e-3 * smallest);
+      EXPECT_EQ(refusal.GetCauses().at(0).second,
+                axis < 0.002 ? post::kAxisTolerance : post::kTipTolerance);
     }
   }
 }
