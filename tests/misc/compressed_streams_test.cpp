@@ -199,6 +199,7 @@ TEST(CompressedStreams, OpeningFailsInWords) {
     return ThrowsId<zvException>([&] { zvCompressedOutputFileStream stream(path, true); }, 0, text);
   };
   EXPECT_TRUE(readFails(missing, failed));
+  EXPECT_EQ(tests::LastCauseOf([&] { zvCompressedInputFileStream stream(missing); }), missing);
   EXPECT_TRUE(readFails(folder.WidePath(""), failed));
   EXPECT_TRUE(readFails(L"/dev/zero", failed));
   EXPECT_TRUE(readFails(longName, failed + remark));

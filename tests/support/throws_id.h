@@ -22,6 +22,17 @@ std::uint32_t IdOf(Action&& action) {
   return 0;
 }
 
+/// The text of the innermost cause of what `action` throws; empty where there is none.
+template <class Action>
+std::wstring LastCauseOf(Action&& action) {
+  try {
+    action();
+  } catch (const misc::zvException& e) {
+    return e.GetCauses().empty() ? std::wstring() : e.GetCauses().back().second;
+  }
+  return {};
+}
+
 // Of no class of action or exception, since every statement that is checked has classes of its own.
 inline testing::AssertionResult ThrowsId(const std::type_info& type,
                                          const std::function<void()>& action, std::uint32_t id,

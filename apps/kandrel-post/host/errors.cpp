@@ -85,9 +85,11 @@ std::string DescribeCurrentFailure() {
       e.Rethrow();
     } catch (...) {
       std::string text = DescribeCurrentFailure();
+      const std::string cause = fmt::format("  caused by 0: {}\n", file);
+      if (text.ends_with(cause)) return text;
       if (!e.GetSystemWords().empty())
         text += fmt::format("  caused by 0: {}\n", e.GetSystemWords());
-      return text + fmt::format("  caused by 0: {}\n", file);
+      return text + cause;
     }
   } catch (const misc::zvException& e) {
     std::string text = fmt::format("error {}: {}\n", e.GetId(), OneLine(e.what()));

@@ -147,7 +147,10 @@ void zvCompressedOutputFileStream::Close() {
 
 zvCompressedInputFileStream::zvCompressedInputFileStream(const std::wstring& path)
     : m_file(misc::OpenToRead(path)) {
-  if (m_file == nullptr) Fail((L"File open failed.\n" + misc::PathLengthRemark(path)).c_str());
+  if (m_file == nullptr) {
+    const misc::zvException file(0, path);
+    throw misc::zvException(0, L"File open failed.\n" + misc::PathLengthRemark(path), &file);
+  }
   std::array<char, 4> tag = {};
   m_isZlib = std::fread(tag.data(), sizeof tag, 1, m_file.get()) == 1 && tag == kZlibTag;
   if (m_isZlib) {

@@ -5,6 +5,7 @@
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/polled_end.h>
 #include <kandrel/post/creators/posted_tp_creator.h>
+#include <kandrel/post/model/finite_moves.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/post/model/mach_def.h>
 #include <kandrel/post/model/post_exception.h>
@@ -89,8 +90,19 @@ class KANDREL_API zvCreatorOf : public zvPostedTPCreator {
   /// Empties the posted list, also for whoever shares it.
   ~zvCreatorOf() override = default;
 
-  /// Post of each creator: what `post()` does, with the hook asked. Where the hook has ended it,
-  /// all is as before it but the list.
+  /// Post of each creator: what `post()` does with `toolpath`, with the hook asked. Where the hook
+  /// has ended it, all is as before it but the list. A 5039 names the move that it is of.
+  template <class PostAll>
+  ListPointer PostPolled(const cadcam::zvToolPath& toolpath, const PostAll& post) {
+    try {
+      return PostPolled(post);
+    } catch (const post::zvPostException& e) {
+      post::TellWhichMove(e, toolpath);
+      throw;
+    }
+  }
+
+  /// The same without the name.
   template <class PostAll>
   ListPointer PostPolled(const PostAll& post) {
     if (Polling().Get() == nullptr) return post();

@@ -43,7 +43,7 @@ zv5axMoveSolver zvPosted5axTPCreator::MakeSolver(const zv5axMachDef& machDef, co
 
 zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
-  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+  return PostPolled(toolpath, [&] { return PostAll(toolpath, smallMoves); });
 }
 
 zvPosted5axTPCreator::ListPointer zvPosted5axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,

@@ -42,7 +42,7 @@ zvPosted4axMoveMaker zvPosted4axTPCreator::MakeSolver(const zv4axMachDef& machDe
 
 zvPosted4axTPCreator::ListPointer zvPosted4axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
-  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+  return PostPolled(toolpath, [&] { return PostAll(toolpath, smallMoves); });
 }
 
 zvPosted4axTPCreator::ListPointer zvPosted4axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,

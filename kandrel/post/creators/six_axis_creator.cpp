@@ -35,7 +35,7 @@ zvPosted5axTPCreator zvPosted6axTPCreator::FiveAxisCreator() const {
 
 zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
-  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+  return PostPolled(toolpath, [&] { return PostAll(toolpath, smallMoves); });
 }
 
 zvPosted6axTPCreator::ListPointer zvPosted6axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,

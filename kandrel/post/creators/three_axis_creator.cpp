@@ -40,7 +40,7 @@ void zvPosted3axTPCreator::SetTransfor3d(
 
 zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::Post(const cadcam::zvToolPath& toolpath,
                                                              bool smallMoves) {
-  return PostPolled([&] { return PostAll(toolpath, smallMoves); });
+  return PostPolled(toolpath, [&] { return PostAll(toolpath, smallMoves); });
 }
 
 zvPosted3axTPCreator::ListPointer zvPosted3axTPCreator::PostAll(const cadcam::zvToolPath& toolpath,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kandrel/cadcam/cnc_move.h>
+#include <kandrel/cadcam/tool_path.h>
 #include <kandrel/misc/export.h>
 #include <kandrel/misc/memory_pool_list.h>
 #include <kandrel/misc/polled_end.h>
@@ -15,6 +16,11 @@ namespace post {
 
 /// Throws zvPostException 5039 for a position or orientation that is infinite or NaN.
 KANDREL_API void RequireFinite(const cadcam::zvCNCMove& move);
+
+/// For a posting of `toolpath` that has failed: where `failure` is 5039 without a cause and a move
+/// of the path has a number that is not finite, throws it anew, with the first such move as its
+/// cause.
+KANDREL_API void TellWhichMove(const zvPostException& failure, const cadcam::zvToolPath& toolpath);
 
 /// Adds to a sum that stays finite only where machine position, feed and time of all moves are: a
 /// cheap first look. Part positions, orientations and angles are finite already.

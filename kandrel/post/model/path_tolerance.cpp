@@ -8,16 +8,20 @@ namespace post {
 
 namespace {
 
-double RequirePositive(double value) {
+double RequirePositive(double value, const wchar_t* what) {
   constexpr double kLargest = std::numeric_limits<double>::max();
-  if (!(value > 0)) throw misc::zvRangeException<double>(0.0, std::nullopt, value);
-  if (!(value <= kLargest)) throw misc::zvRangeException<double>(std::nullopt, kLargest, value);
+  const auto refuse = [&](std::optional<double> minimum, std::optional<double> maximum) {
+    const misc::zvException which(0, what);
+    throw misc::zvRangeException<double>(minimum, maximum, value, &which);
+  };
+  if (!(value > 0)) refuse(0.0, std::nullopt);
+  if (!(value <= kLargest)) refuse(std::nullopt, kLargest);
   return value;
 }
 
 }  // namespace
 
 zvPathTolerance::zvPathTolerance(double tip, double axis)
-    : m_tip(RequirePositive(tip)), m_axis(RequirePositive(axis)) {}
+    : m_tip(RequirePositive(tip, kTipTolerance)), m_axis(RequirePositive(axis, kAxisTolerance)) {}
 
 }  // namespace post

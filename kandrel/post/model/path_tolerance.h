@@ -5,6 +5,10 @@
 
 namespace post {
 
+/// What was too small or no number, as the cause of a misc::zvRangeException.
+inline constexpr const wchar_t* kTipTolerance = L"The path tolerance of the tip";
+inline constexpr const wchar_t* kAxisTolerance = L"The path tolerance of the tool axis";
+
 /// The law that a posting holds when it is asked for: along every feed block, with all axes of the
 /// machine moving linearly between its two lines,
 ///
@@ -19,7 +23,7 @@ class KANDREL_API zvPathTolerance {
   /// Off.
   zvPathTolerance() = default;
   /// `tip` in the path's units, `axis` in degrees. Throws misc::zvRangeException for what is not
-  /// above 0 and finite: NaN, infinity, zero and negative values.
+  /// above 0 and finite: NaN, infinity, zero and negative values. Its cause says which of the two.
   zvPathTolerance(double tip, double axis);
 
   /// Whether a tolerance is set: a default one isn't.

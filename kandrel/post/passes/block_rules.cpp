@@ -28,16 +28,19 @@ zvBlockRules::zvBlockRules(const zvPathTolerance& tolerance, const zvKDRParam& p
       m_distance(m_ownDistance) {
   if (!(tolerance.GetTip() >= misc::kSmallestTipTolerance)) RefuseAt({});
   RequireHeldAt({});
-  if (!(tolerance.GetAxis() >= misc::kSmallestAxisTolerance))
+  if (!(tolerance.GetAxis() >= misc::kSmallestAxisTolerance)) {
+    const misc::zvException which(0, kAxisTolerance);
     throw misc::zvRangeException<double>(misc::kSmallestAxisTolerance, std::nullopt,
-                                         tolerance.GetAxis());
+                                         tolerance.GetAxis(), &which);
+  }
 }
 
 void zvBlockRules::RefuseAt(const Point& p_part) const {
+  const misc::zvException which(0, kTipTolerance);
   throw misc::zvRangeException<double>(
       std::max(misc::kSmallestTipTolerance,
                misc::kSmallestTipPart * (m_size + LargestCoordinate(p_part))),
-      std::nullopt, m_tolerance.GetTip());
+      std::nullopt, m_tolerance.GetTip(), &which);
 }
 
 double zvBlockRules::UseOfSteps(double turn, double distance) const noexcept {

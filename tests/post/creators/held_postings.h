@@ -45,7 +45,8 @@ std::size_t FewestLines(const Rules& rules, const post::zvPathTolerance& toleran
   return count;
 }
 
-/// The smallest tolerance that the refusal of a posting names; 0 where there is none.
+/// The smallest tolerance that the refusal of a posting names; 0 where there is none. The refusal
+/// says which of the two it is.
 template <class AnyScene>
 double SmallestNamed(const AnyScene& scene, const Source& source,
                      const post::zvPathTolerance& tolerance) {
@@ -54,6 +55,9 @@ double SmallestNamed(const AnyScene& scene, const Source& source,
   try {
     creator.Post(Build(source), true);
   } catch (const misc::zvRangeException<double>& refusal) {
+    const bool isOfTip = refusal.GetRefused() == tolerance.GetTip();
+    EXPECT_EQ(refusal.GetCauses().at(0).second,
+              isOfTip ? post::kTipTolerance : post::kAxisTolerance);
     return *refusal.GetMinimum();
   }
   return 0;

@@ -139,5 +139,23 @@ TYPED_TEST(NotFinite, IsRefusedWhereItWouldBePostedAndOnlyThere) {
   }
 }
 
+TYPED_TEST(NotFinite, OfAPathTheMoveIsNamed) {
+  const Workshop<TypeParam> shop;
+  const Point tip(1, 2, 3), tool = shop.Tool(0);
+  const cadcam::zvMovePointer good = Move5(tip, tool, 1000);
+  const auto causeOf = [&](const Workshop<TypeParam>& set, const cadcam::zvMovePointer& last) {
+    auto creator = set.Creator();
+    const auto path = PathBuilder().Contour({good}).Link(1, {good, last});
+    return LastCauseOf([&] { creator.Post(path, false); });
+  };
+  const std::wstring named = L"Move 2 of the toolpath, from 0, has a number that isn't finite";
+  EXPECT_EQ(causeOf(shop, Move5({1, kNaN, 3}, tool, 1000)), named);
+  EXPECT_EQ(causeOf(shop, Move5(tip, {0, 0, kInfinity}, 1000)), named);
+  EXPECT_EQ(causeOf(shop, Move5(tip, tool, kNaN)), named);
+  Workshop<TypeParam> elsewhere = shop;
+  elsewhere.origin.x = kNaN;
+  EXPECT_EQ(causeOf(elsewhere, good), L"");
+}
+
 }  // namespace
 }  // namespace tests
