@@ -10,6 +10,7 @@
 #include <kandrel/kintree/machine_file_validator.h>
 #include <kandrel/kintree/machine_visitors.h>
 #include <kandrel/kintree/message_hook.h>
+#include <kandrel/misc/misc_exception.h>
 #include <kandrel/misc/text.h>
 #include <kandrel/misc/tolerances.h>
 
@@ -42,8 +43,10 @@ std::wstring Shown(std::string_view identifier) {
 }
 
 [[noreturn]] void ThrowSemantic(std::string_view tag, std::string_view identifier,
-                                const std::wstring& message, std::uint32_t code = 0) {
-  throw zvKintreeMachDefSemanticException(misc::FromUtf8(tag), Shown(identifier), message, code);
+                                const std::wstring& message, std::uint32_t code = 0,
+                                const misc::zvException* previous = nullptr) {
+  throw zvKintreeMachDefSemanticException(misc::FromUtf8(tag), Shown(identifier), message, code,
+                                          previous);
 }
 
 // What fails while an element is read is told once more with the element.
@@ -57,16 +60,29 @@ void Within(const XmlElement& element, std::string_view identifier, const Action
   }
 }
 
+// As NumberOf; what is no number names its attribute.
+template <class T, class Attribute>
+T NumberIn(const AttributeValues<Attribute>& given, Attribute attribute) {
+  try {
+    return NumberOf<T>(given[attribute]);
+  } catch (const misc::zvmiscException& e) {
+    const misc::zvException which(
+        0, misc::FromUtf8(NameOf(attribute)) + L"=\"" + Shown(given[attribute]) + L"\"");
+    throw misc::zvmiscException(e.GetId(), &which);
+  }
+}
+
 template <class Attribute>
 Point PointOf(const AttributeValues<Attribute>& given, Attribute first) {
   const auto [x, y, z] = Trio(first);
-  const float numbers[] = {NumberOf<float>(given[x]), NumberOf<float>(given[y]),
-                           NumberOf<float>(given[z])};
+  const float numbers[] = {NumberIn<float>(given, x), NumberIn<float>(given, y),
+                           NumberIn<float>(given, z)};
   return {numbers[0], numbers[1], numbers[2]};
 }
 
-float NumberOrZero(std::string_view value) {
-  return value.empty() ? 0 : NumberOf<float>(value);
+template <class Attribute>
+float NumberOrZero(const AttributeValues<Attribute>& given, Attribute attribute) {
+  return given[attribute].empty() ? 0 : NumberIn<float>(given, attribute);
 }
 
 // Rotations and shifts; a reflection too, and the last element is not looked at.
@@ -173,7 +189,7 @@ class Filler {
     using enum MachineDataAttribute;
     const AttributeValues<MachineDataAttribute> given(element);
     m_machine.SetName(misc::FromUtf8(given[name]));
-    m_machine.SetVersion(given[version].empty() ? 1.0f : NumberOf<float>(given[version]));
+    m_machine.SetVersion(given[version].empty() ? 1.0f : NumberIn<float>(given, version));
     m_machine.SetUnits(UnitsOf(given[units], given[name]), true);
   }
 
@@ -214,8 +230,8 @@ class Filler {
   static void SetRange(mkdAxis& axis, const AttributeValues<AxisAttribute>& given) {
     using enum AxisAttribute;
     if (given[minvalue].empty() && given[maxvalue].empty()) return;
-    const double minimum = NumberOf<double>(given[minvalue]);
-    const double maximum = NumberOf<double>(given[maxvalue]);
+    const double minimum = NumberIn<double>(given, minvalue);
+    const double maximum = NumberIn<double>(given, maxvalue);
     axis.SetMinimum(minimum);
     axis.SetMaximum(maximum);
     // An axis starts inside its range; where the range is turned round it has no inside.
@@ -227,7 +243,7 @@ class Filler {
     using enum AxisAttribute;
     if (given[valuetype] == kStepped) {
       axis.SetValidator(misc::MakeAutoPointer<misc::zvSteppingBasedDiscreteValueValidator<double>>(
-          axis.GetMinimum(), axis.GetMaximum(), NumberOf<double>(given[step])));
+          axis.GetMinimum(), axis.GetMaximum(), NumberIn<double>(given, step)));
     } else if (given[valuetype] == kListed) {
       auto list = NumbersOf<double>(given[AxisAttribute::values]);
       if (list.empty()) return;
@@ -303,7 +319,8 @@ class Filler {
     const std::string geo = LowerCase(given[GeometryAttribute::geo]);
     if (geo.find("stl") != std::string::npos) return kGeometry;
     if (geo.find("asc") != std::string::npos) return kToolpath;
-    ThrowSemantic(element.GetTag(), name, L"Cannot determine geometry type ");
+    const misc::zvException why(0, L"objtype is empty, and neither name nor geo says what it is");
+    ThrowSemantic(element.GetTag(), name, L"Cannot determine geometry type ", 0, &why);
   }
 
   Object MakeGeometry(const XmlElement& element, const GeometryValues& given, std::string_view type,
@@ -322,7 +339,11 @@ class Filler {
                   const std::wstring& bitmap) const {
     const Units units = m_machine.GetUnits();
     const auto mesh = misc::MakeAutoPointer<cadcam::zvTMesh<float>>(units);
-    if (IsFile(source)) cadcam::LoadSTL(source, *mesh);
+    if (IsFile(source))
+      cadcam::LoadSTL(source, *mesh);
+    else if (!source.empty())
+      TellUser(L"The file '" + source + L"' isn't there; the body '" +
+               Shown(given[GeometryAttribute::name]) + L"' has no triangles.");
     return WithAppearance(misc::MakeAutoPointer<Body>(
                               misc::FromUtf8(given[GeometryAttribute::name]), mesh, source, units),
                           given, bitmap);
@@ -353,7 +374,7 @@ class Filler {
   static zvAppearance AppearanceOf(const Point& colour, const GeometryValues& given,
                                    const std::wstring& bitmap) {
     using enum GeometryAttribute;
-    return {colour, NumberOrZero(given[alpha]), NumberOrZero(given[reflectivity]), bitmap};
+    return {colour, NumberOrZero(given, alpha), NumberOrZero(given, reflectivity), bitmap};
   }
 
   Object MakeTool(const GeometryValues& given, const std::wstring& bitmap) const {

@@ -15,7 +15,8 @@ namespace kintree {
 ///
 /// Files that the machine names are found from the machine file's folder. STL files and toolpath
 /// texts that aren't there, or are no regular files, give empty meshes and toolpaths; preprocessors
-/// must be there. What the reader tells the user while it goes on reaches kintree::SetMessageHook.
+/// must be there. What the reader tells the user while it goes on reaches kintree::SetMessageHook:
+/// transforms that are none, and STL files that aren't there.
 ///
 /// Both ways of reading throw
 /// - zvException, id 0, "Xml file not found." for what can't be read or is no XML, with the reason
@@ -28,11 +29,10 @@ namespace kintree {
 /// - zvmiscException 2579 for a version that is no number;
 /// - zvKintreeMachDefSemanticException 0 for whatever fails within `axis`, `transform`, `geometry`,
 ///   `base` or `collcheck`, once for each of them that the failure is nested in: the text of the
-///   failure stands in it, with a blank behind, and the failure is its cause. Such are 2579, 2189
-///   of a direction without length, zvMachineSimulatorException for identifiers that are there
-///   twice or not at all, the errors of STL files, "Unknown objtype" and "Cannot determine geometry
-///   type
-///   ";
+///   failure stands in it, with a blank behind, and the failure is its cause. Such are 2579, whose
+///   own cause is the attribute, 2189 of a direction without length, zvMachineSimulatorException
+///   for identifiers that are there twice or not at all, the errors of STL files, "Unknown objtype"
+///   and "Cannot determine geometry type ";
 /// - zvMachineSimulatorException kDuplicateIdentifier where a toolpath has to be added
 ///   (zvXMLVersion1_3Validator) and its name is taken.
 ///

@@ -241,15 +241,43 @@ TEST(MachineFileReader, DepthIsBounded) {
     ReadBytes(Deep(97, std::string(100000, 'i'), "<axis id='X'/>"));
     ADD_FAILURE() << "nothing thrown";
   } catch (const Semantic& e) {
-    ASSERT_EQ(e.GetCauses().size(), 98u);
-    // Each element around a failure tells it again; the innermost is the failure itself.
+    ASSERT_EQ(e.GetCauses().size(), 99u);
+    // Each element around a failure tells it again; then come the failure itself and its attribute.
     EXPECT_EQ(e.GetCauses()[97], (misc::zvException::Cause{2579,
                                                            L"Conversion from string to value "
                                                            L"failed."}));
+    EXPECT_EQ(e.GetCauses()[98], (misc::zvException::Cause{0, L"x=\"\""}));
     EXPECT_EQ(e.GetMessage().find(e.GetCauses()[0].second), e.GetMessage().find(L" : ") + 3);
     // The identifiers are cut to what a person reads.
     EXPECT_LT(e.GetMessage().size(), 110000u);
   }
+}
+
+TEST(MachineFileReader, WhatIsWrongIsNamed) {
+  const std::pair<const char*, const wchar_t*> cases[] = {
+      {"<base name='b' objtype='geometry' clrr='1' clrg='1'/>", L"clrb=\"\""},
+      {"<base name='b' objtype='geometry' clrr='r' clrg='1'/>", L"clrr=\"r\""},
+      {"<axis id='X' x='1' y='0' z='0' maxvalue='1'/>", L"minvalue=\"\""},
+      {"<base name='b' clrr='1' clrg='1' clrb='1'/>",
+       L"objtype is empty, and neither name nor geo says what it is"}};
+  for (const auto& [body, cause] : cases) {
+    try {
+      ReadBytes(body);
+      ADD_FAILURE() << body;
+    } catch (const Semantic& e) {
+      EXPECT_EQ(e.GetCauses().back(), (misc::zvException::Cause{0, cause})) << body;
+    }
+  }
+}
+
+TEST(MachineFileReader, AMissingMeshIsTold) {
+  const tests::Reports reports;
+  tests::ReadBody(tests::Geometry("none", "objtype='stock'") +
+                  tests::Geometry("lost", "geo='parts/gone.stl'") +
+                  tests::Geometry("path", "geo='gone.asc'"));
+  EXPECT_EQ(reports.Get(),
+            std::vector<std::wstring>{L"The file '/nowhere/parts/gone.stl' isn't there; the body "
+                                      L"'lost' has no triangles."});
 }
 
 }  // namespace
