@@ -60,6 +60,10 @@ class KANDREL_API zvTPPass
 
 /// A machine-independent toolpath: passes, slices, sections, moves. Children are shared: a copy of
 /// a toolpath holds the same passes. Range-for runs over the moves; Children() are the passes.
+///
+/// SetUnits converts the lengths of the moves and leaves their feeds: 800 mm a minute becomes 800
+/// inches a minute. Multiply the feeds by zvUnitsFactory::GetScaleFactor as well, move by move;
+/// docs/guides/own-host.md shows it.
 class KANDREL_API zvToolPath
     : public zvMovesAccessor<
           misc::zvCollectionOfContainers<std::list<misc::zvAutoPointer<zvTPPass>>>>,
@@ -92,9 +96,10 @@ class KANDREL_API zvToolPath
   std::uint64_t GetMoveCount() const;
 
  protected:
-  /// Scales every move that the walk reaches: a move that stands twice in the tree is scaled twice,
-  /// and one that another toolpath shares is scaled for that one too. A null anywhere in the tree
-  /// throws "Accessing NULL pointer" and leaves all moves as they were; nothing else fails.
+  /// Scales every move that the walk reaches, feeds aside, as zvCNCMoveScaleVisitor says: a move
+  /// that stands twice in the tree is scaled twice, and one that another toolpath shares is scaled
+  /// for that one too. A null anywhere in the tree throws "Accessing NULL pointer" and leaves all
+  /// moves as they were; nothing else fails.
   void Scale(measures::zvUnitsFactory::Units newUnits, double factor) override;
 };
 

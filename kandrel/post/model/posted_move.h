@@ -228,7 +228,7 @@ class KANDREL_API zvPosted5axMove : public zvPostedMove {
   double AngleDistance(const zvPosted5axMove& other) const noexcept;
 
   /// A zvPoleStatus. In a finished list a free angle has been taken from a determined move wherever
-  /// there is one, and the status is 0.
+  /// there is one, and the status is 0: no list of moves on poles. See zvPostingCounts.
   std::uint32_t GetPoleStatus() const noexcept { return m_poleStatus; }
   void SetPoleStatus(std::uint32_t status) noexcept { m_poleStatus = status; }
 

@@ -11,6 +11,10 @@ namespace post {
 /// Tolerances, step sizes and choices of a posting; a plain value. Lengths are in the units of
 /// machine and toolpath, angles in degrees. Only SetPoleAngleTolerance checks its argument: a step
 /// that is not above 0 switches its rule off when posting.
+///
+/// Nothing compares the units that it was made for with those of the machine, and nothing converts
+/// it: parameters made for inches lift a tool by 4 mm in place of 100 on a metric machine. Make it
+/// with the machine's own, zvKDRParam(machine.GetUnits()).
 class KANDREL_API zvKDRParam {
  public:
   using Units = measures::zvUnitsFactory::Units;
@@ -57,7 +61,8 @@ class KANDREL_API zvKDRParam {
   /// Without FirstMoveByRule: true takes the mirror solution.
   bool GetFirstMoveMirror() const noexcept { return m_firstMoveMirror; }
   void SetFirstMoveMirror(bool value) noexcept { m_firstMoveMirror = value; }
-  /// Decides the defaults and is kept; creators compare machine and toolpath instead.
+  /// Decides the defaults and is kept; creators compare machine and toolpath instead. Setting them
+  /// changes no length.
   Units GetParamUnits() const noexcept { return m_paramUnits; }
   void SetParamUnits(Units units) noexcept { m_paramUnits = units; }
   /// A circular distance of angles above this is a large jump, repaired by retract and approach. On

@@ -34,7 +34,8 @@ struct zvToleranceReport {
     largestTip = std::max(largestTip, tip);
     largestAxis = std::max(largestAxis, axis);
   }
-  /// Whether no block was added.
+  /// Whether no block was added. So it is also where no tolerance was set, or nothing posted:
+  /// zvPathTolerance::IsOn says whether there was one to hold.
   bool IsHeld() const noexcept { return count == 0; }
   /// How many of `lines` are set.
   std::size_t GetLineCount() const noexcept { return count < kMostLines ? count : kMostLines; }
