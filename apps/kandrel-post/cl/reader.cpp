@@ -272,7 +272,7 @@ class Reader {
     if (IsFeedPerRevolution(unit))
       Expected(fmt::format("a feed per minute expected, {} is one per revolution", unit));
     if (result != ClArguments::kNumber || !arguments.AtEnd() || !(feed >= 0))
-      Expected("a feed that is not negative expected: FEDRAT/f or FEDRAT/f,MMPM");
+      Expected("a finite feed, not negative, expected: FEDRAT/f or FEDRAT/f,MMPM");
     if (unit.empty() || IsFeedPerMinute(unit)) {
       m_feedUnits.reset();
     } else if (unit == "MMPM") {

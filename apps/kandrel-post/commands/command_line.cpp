@@ -13,6 +13,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kandrel-post/commands/commands.h"
@@ -57,6 +58,13 @@ constexpr const char* kToleranceHelp =
     "(0.01 mm or 0.0005 in, 0.1); off: lines by steps alone";
 
 // The options of a run, which a verification of it takes too.
+std::string SettingNames() {
+  std::string names;
+  for (const auto& setting : SettingsOf(post::zvKDRParam(measures::zvUnitsFactory::metric)))
+    names += fmt::format("{}{}", names.empty() ? "" : ", ", setting.first);
+  return names;
+}
+
 class RunOptions {
  public:
   explicit RunOptions(CLI::App& command) {
@@ -69,8 +77,9 @@ class RunOptions {
     command.add_option("--tool-length", m_toolLength, "tool length compensation (0)")
         ->check(Check(&ParseLength));
     command
-        .add_option("--set", m_options.settings,
-                    "NAME=VALUE, a posting parameter by its field name; repeatable")
+        .add_option(
+            "--set", m_options.settings,
+            "NAME=VALUE, a posting parameter by its field name; repeatable: " + SettingNames())
         ->allow_extra_args(false)
         ->check(Check(&CheckSetting));
     command.add_option("--control", m_control, "none, 360 or 180 for each rotary axis (none,none)")
@@ -321,6 +330,9 @@ int Run(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& e) {
     std::ostringstream help, complaint;
     app.exit(e, help, complaint);
+    if (std::string_view(e.what()).starts_with("A subcommand"))
+      for (const std::string& word : app.remaining(true))
+        std::fputs(fmt::format("{}: no such command\n", Printable(word)).c_str(), stderr);
     std::fputs(complaint.str().c_str(), stderr);
     if (e.get_exit_code() != 0) return kWrongCommandLine;
     TextSink out(STDOUT_FILENO, "standard output");

@@ -288,12 +288,15 @@ std::vector<Column> ColumnsOf(const PostedRow& row) {
   return columns;
 }
 
+// A log doesn't hold the tolerance that its run had.
+constexpr const char* kMaybe = " (another --tolerance, or off?)";
+
 // Fails at the first line that is not the same in all columns.
 template <class List>
 void RequireEqual(const List& stored, const List& again) {
   if (stored.GetCount() != again.GetCount())
-    Fail(fmt::format("{} lines are stored, posted again there are {}", stored.GetCount(),
-                     again.GetCount()));
+    Fail(fmt::format("{} lines are stored, posted again there are {}{}", stored.GetCount(),
+                     again.GetCount(), kMaybe));
   std::uint64_t index = 0;
   for (auto a = stored.begin(), b = again.begin(); a != stored.end(); ++a, ++b, ++index) {
     const std::vector<Column> was = ColumnsOf(RowOf(*a));
@@ -301,8 +304,8 @@ void RequireEqual(const List& stored, const List& again) {
     // Where the first ones are equal, both have the next.
     for (std::size_t i = 0; i < was.size(); ++i)
       if (was[i].second != is[i].second && !(std::isnan(was[i].second) && std::isnan(is[i].second)))
-        Fail(fmt::format("line {} differs: {} is stored as {}, posted again it is {}", index,
-                         was[i].first, was[i].second, is[i].second));
+        Fail(fmt::format("line {} differs: {} is stored as {}, posted again it is {}{}", index,
+                         was[i].first, was[i].second, is[i].second, kMaybe));
   }
 }
 
