@@ -197,6 +197,8 @@ TEST(MachineDescriptions, SayWhatOverwritingDidNotTakeAsItWasMeant) {
   std::filesystem::remove(scratch.Path("chuck.stl"));
   EXPECT_EQ(overwrite("trunnion_ca.xml").failure,
             "note: The file '" + scratch.Path("shared/chuck.stl") +
+                "' isn't there; the body 'chuck' has no triangles.\nnote: The file '" +
+                scratch.Path("shared/chuck.stl") +
                 "' isn't there; the machine file names it without its folder from now on.\nnote: " +
                 scratch.Path("t.kds") +
                 " stands beside it: posting takes from there what its kind says\n");

@@ -55,7 +55,7 @@ double SmallestNamed(const AnyScene& scene, const Source& source,
   try {
     creator.Post(Build(source), true);
   } catch (const misc::zvRangeException<double>& refusal) {
-    const bool isOfTip = refusal.GetRefused() == tolerance.GetTip();
+    const bool isOfTip = refusal.GetValue() == tolerance.GetTip();
     EXPECT_EQ(refusal.GetCauses().at(0).second,
               isOfTip ? post::kTipTolerance : post::kAxisTolerance);
     return *refusal.GetMinimum();
