@@ -141,7 +141,7 @@ export class Chart {
         words.splice(-2, 2, `far from its limits ${formatNumber(spec.min, 3)} to ` +
           formatNumber(spec.max, 3));
       }
-    } else if (typeof spec.bound === 'number' && !drawn.bound) {
+    } else if (spec.bound && this.hasCurve && !drawn.bound) {
       const isFar = !(spec.extent.max > kFarShare * spec.bound);
       words.push(`${isFar ? 'far ' : ''}below the ${formatNumber(spec.bound, 6)} allowed`);
     }
