@@ -316,7 +316,20 @@ TEST(STLReader, PathsFailByTheirKind) {
       [&] { LoadSTL(folder.WidePath("\u00E9.stl/x"), mesh); }, 3500));
 }
 
-TEST(STLReader, ForeignFilesAreRead) {
+// What admesh says of a file, or nothing where it isn't there or doesn't take it.
+std::string SaidByAdmesh(const std::string& file) {
+  std::string said;
+  std::FILE* const pipe = ::popen(("admesh -n " + file + " 2>&1").c_str(), "r");
+  for (int c = 0; (c = std::fgetc(pipe)) != EOF;) said += static_cast<char>(c);
+  ::pclose(pipe);
+  return said.find("Min X") == std::string::npos ? "" : said;
+}
+
+double NumberBehind(const std::string& text, const std::string& words) {
+  return tests::NumberFrom(text.c_str() + text.find(words) + words.size());
+}
+
+TEST(STLReader, ForeignFilesAreReadAsOthersReadThem) {
   const std::filesystem::path folder = tests::DataFolder("stl");
   if (!std::filesystem::is_directory(folder)) GTEST_SKIP() << "no sample data";
   const struct {
@@ -340,11 +353,20 @@ TEST(STLReader, ForeignFilesAreRead) {
       {"wavy_vase_open", 0, 3312, zvSTLForm::binary},
   };
   for (const auto& c : cases) {
-    const Result result = Load(tests::FileText(folder / (std::string(c.name) + ".stl")));
+    const std::string file = folder / (std::string(c.name) + ".stl");
+    const Result result = Load(tests::FileText(file));
     EXPECT_EQ(result.id, c.id) << c.name;
     if (c.id != 0) continue;
     EXPECT_EQ(result.mesh.GetTriangles().size(), c.triangles) << c.name;
     EXPECT_EQ(result.form, c.form) << c.name;
+    const std::string said = SaidByAdmesh(file);
+    if (said.empty()) continue;
+    EXPECT_EQ(NumberBehind(said, "Number of facets                 :"), c.triangles) << c.name;
+    for (int axis = 0; axis < 3; ++axis) {
+      const std::string name(1, static_cast<char>('X' + axis));
+      EXPECT_NEAR(NumberBehind(said, "Min " + name + " ="), result.mesh.GetMinimum()[axis], 1e-6);
+      EXPECT_NEAR(NumberBehind(said, "Max " + name + " ="), result.mesh.GetMaximum()[axis], 1e-6);
+    }
   }
 }
 
