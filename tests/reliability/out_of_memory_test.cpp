@@ -31,7 +31,8 @@ using post::zvPathTolerance;
 bool IsForMemory(const misc::zvException& e) {
   const std::wstring text = e.GetCauses().empty() ? e.GetMessage() : e.GetCauses().back().second;
   return text == L"Failed to allocate memory" || text == L"Memory error!" ||
-         text == L"Unexpected end of input stream!" || text.starts_with(L"File open failed.");
+         text == L"Unexpected end of input stream!" || text.starts_with(L"File open failed.") ||
+         e.GetMessage().starts_with(L"File open failed.");
 }
 
 // Tells what an attempt has come to, when memory is there again.
