@@ -8,6 +8,7 @@
 #include <tests/support/numbers.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/testing.h>
+#include <tests/support/text_numbers.h>
 #include <tests/support/throws_id.h>
 
 namespace cadcam {

@@ -105,6 +105,8 @@ export class View3d {
     this.controls = new OrbitControls(this.camera, canvas);
     this.controls.enableDamping = false;
     this.controls.zoomToCursor = true;
+    // What was fitted stays so when the box changes, until somebody looks elsewhere.
+    this.controls.addEventListener('start', () => { this.isFitted = false; });
     this.controls.addEventListener('change', () => {
       this.moving();
       this.draw();
@@ -467,6 +469,7 @@ export class View3d {
     const half = margin / 2 * Math.max((high.x - low.x) * h / Math.max(w, 1), high.y - low.y,
       this.size * (this.isPoint ? 1 : 0.1));
     this.half = half;
+    this.isFitted = true;
     camera.zoom = 1;
     this.frameCamera();
     controls.update();
@@ -492,11 +495,13 @@ export class View3d {
     if (w === 0 || h === 0) return;
     this.renderer.setPixelRatio(Math.min(devicePixelRatio, 2));
     this.renderer.setSize(w, h, false);
-    if (this.half) this.frameCamera();
+    if (this.isFitted) this.fit();
+    else if (this.half) this.frameCamera();
     this.draw();
   }
 
   turn(around, up) {
+    this.isFitted = false;
     const {camera, controls} = this;
     // Spherical has Y for its pole: (x, y, z) stands for (y, z, x) of the part.
     const o = camera.position.clone().sub(controls.target);
@@ -512,6 +517,7 @@ export class View3d {
   }
 
   pan(right, up) {
+    this.isFitted = false;
     const {camera, controls} = this;
     const step = 2 * this.half / camera.zoom;
     const shift = new Vector3(right * step, up * step, 0).applyQuaternion(camera.quaternion);
@@ -522,6 +528,7 @@ export class View3d {
   }
 
   zoom(factor) {
+    this.isFitted = false;
     this.camera.zoom = Math.min(Math.max(this.camera.zoom * factor, 1e-3), 1e6);
     this.camera.updateProjectionMatrix();
     this.draw();
