@@ -67,7 +67,7 @@ constexpr const char* kPageFile = "report.html";
 constexpr std::array<std::string_view, 5> kRunFiles{"posted.csv", "posted.nc", "run.kdr", kPageFile,
                                                     "run.glb"};
 constexpr std::size_t kMostFindingsShown = 16;
-constexpr std::size_t kMostFindingsInPage = 1000;
+constexpr std::size_t kMostFindingsInPage = 100000;  // before those of neighbours are joined
 // What of a tolerance the page doesn't tell from nothing: less than its colours do.
 constexpr double kPartNotShown = 1.0 / 64;
 

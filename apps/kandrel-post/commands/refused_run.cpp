@@ -16,8 +16,6 @@ namespace kandrel_post {
 
 namespace {
 
-constexpr std::size_t kMostStretches = 1000;
-
 Refusal RefusalOf(const misc::zvException& failure) {
   Refusal refusal;
   refusal.id = failure.GetId();

@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -160,12 +162,38 @@ ordered_json LargestToJson(const post::zvPostingVerdict::Largest& largest) {
   return {{"value", largest.value}, {"line", largest.line}};
 }
 
-ordered_json FindingsToJson(const RunFacts& facts) {
+// Findings of lines that follow each other, of one kind, axis and side of its bound, as the worst
+// of them, with the first and the last of the lines.
+struct Joined {
+  explicit Joined(const std::vector<post::zvPostingFinding>& findings) {
+    std::map<std::tuple<int, int, bool>, std::size_t> last;
+    for (const post::zvPostingFinding& f : findings) {
+      const auto [at, isNew] =
+          last.try_emplace({f.kind, f.axis, f.value > f.bound}, stretches.size());
+      if (!isNew && f.line - stretches[at->second].second <= 1) {
+        stretches[at->second].second = f.line;
+        post::zvPostingFinding& before = worst.findings[at->second];
+        if (f.excess > before.excess) before = f;
+        continue;
+      }
+      if (stretches.size() == kMostStretches) break;
+      at->second = stretches.size();
+      worst.findings.push_back(f);
+      stretches.emplace_back(f.line, f.line);
+    }
+  }
+
+  post::zvPostingVerdict worst;
+  LineStretches stretches;
+};
+
+ordered_json FindingsToJson(const RunFacts& facts, const post::zvPostingVerdict& verdict,
+                            const LineStretches& stretches) {
   const std::vector<std::string> names = ShownAxisNames(facts.machine);
-  const std::vector<std::string> words = FindingsInWords(facts.verdict, facts.machine);
+  const std::vector<std::string> words = FindingsInWords(verdict, facts.machine);
   ordered_json findings = ordered_json::array();
   for (std::size_t i = 0; i < words.size(); ++i) {
-    const post::zvPostingFinding& f = facts.verdict.findings[i];
+    const post::zvPostingFinding& f = verdict.findings[i];
     const bool hasAxis = f.axis >= 0 && static_cast<std::size_t>(f.axis) < names.size();
     const KindOnPage kind = OnPage(f.kind);
     const bool hasValue =
@@ -175,6 +203,8 @@ ordered_json FindingsToJson(const RunFacts& facts) {
         kind.hasBound || (f.kind == post::zvPostingFinding::kLineAxisOff && f.axis >= 0);
     findings.push_back(
         {{"line", f.line},
+         {"from", stretches[i].first},
+         {"to", stretches[i].second},
          {"source", f.source >= 0 ? ordered_json(f.source) : ordered_json()},
          {"axis", hasAxis ? ordered_json(names[static_cast<std::size_t>(f.axis)]) : ordered_json()},
          {"kind", kind.name},
@@ -183,11 +213,16 @@ ordered_json FindingsToJson(const RunFacts& facts) {
          {"value", hasValue ? ordered_json(f.value) : ordered_json()},
          {"bound", hasBound ? ordered_json(f.bound) : ordered_json()},
          {"excess", f.excess}});
-    if (facts.refusal == nullptr) continue;
-    findings.back()["from"] = facts.refusal->stretches[i].first;
-    findings.back()["to"] = facts.refusal->stretches[i].second;
   }
   return findings;
+}
+
+// Those of a refused run stand for stretches of lines already.
+ordered_json FindingsToJson(const RunFacts& facts) {
+  if (facts.refusal != nullptr)
+    return FindingsToJson(facts, facts.verdict, facts.refusal->stretches);
+  const Joined joined(facts.verdict.findings);
+  return FindingsToJson(facts, joined.worst, joined.stretches);
 }
 
 ordered_json NotHeldToJson(const post::zvToleranceReport& report) {

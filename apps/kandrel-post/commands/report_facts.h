@@ -6,6 +6,7 @@
 #include <kandrel/post/model/posting_parameters.h>
 #include <kandrel/post/verifier/posting_findings.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -20,14 +21,19 @@
 
 namespace kandrel_post {
 
+/// For each finding the first and the last of the lines that it stands for.
+using LineStretches = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
+
+/// So many stand on a page.
+inline constexpr std::size_t kMostStretches = 1000;
+
 /// Why the kernel refuses a run.
 struct Refusal {
   std::uint32_t id = 0;
   std::string text;
   std::vector<std::pair<std::uint32_t, std::string>> causes;
   std::optional<cadcam::zvTPoint3d<double>> shift;  ///< that clears the linear limits
-  /// For each finding of the verdict the first and the last of the lines that it stands for.
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> stretches;
+  LineStretches stretches;                          ///< of the verdict's findings
 };
 
 /// What they are made of; all is referred to.

@@ -203,8 +203,10 @@ TEST(ReportPage, HoldsWhatPostedCsvAndTheSummarySay) {
     const std::size_t speed = c.at(2).find("--max-rotary-speed 100");
     const bool hasSpeed = speed != c.at(2).npos;
     EXPECT_EQ(page.run.at("maxRotarySpeed"), hasSpeed ? nlohmann::json(100.0) : nlohmann::json());
+    std::uint64_t told = 0;  // some stand for several lines
     for (const auto& finding : page.run.at("findings")) {
       EXPECT_EQ(finding.at("kind"), "rotarySpeed");
+      told += finding.at("to").get<std::uint64_t>() - finding.at("from").get<std::uint64_t>() + 1;
       EXPECT_EQ(finding.at("unit"), "deg/min");
       EXPECT_EQ(finding.at("bound"), 100);
     }
@@ -212,8 +214,7 @@ TEST(ReportPage, HoldsWhatPostedCsvAndTheSummarySay) {
       EXPECT_NEAR(page.run.at("tool").at("outline").back().at(1), 2, 1e-12);
     }
     EXPECT_EQ(page.run.at("verified").get<bool>(), c.at(4) == "verified");
-    EXPECT_EQ(page.run.at("findings").size(),
-              std::min<std::size_t>(1000, page.run.at("findingCount")));
+    EXPECT_EQ(told, page.run.at("findingCount"));
     EXPECT_EQ(page.run.at("findings").empty(), c.at(4) == "verified");
     EXPECT_EQ(Stretches(page.columns.at("flags"), 4), std::stoi(c.at(5)));
     EXPECT_EQ(Stretches(page.columns.at("flags"), 8), std::stoi(c.at(6)));

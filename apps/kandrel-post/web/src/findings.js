@@ -100,12 +100,13 @@ export function fillFindings(run, found, cursor, goTo) {
   const words = [];
   const count = isNumber(info.findingCount) ? info.findingCount : (info.findings ?? []).length;
   if (count > 0) {
-    const listed = (info.findings ?? []).length;
-    const isCut = info.refused ? listed >= kMostRows : count > listed;
-    words.push((info.refused ? `The limits are left ${plural(count, 'time', 'times')}, in ` +
-      plural(listed, 'stretch', 'stretches') :
+    const listed = info.findings ?? [];
+    const lines = (one) => isNumber(one?.from) && isNumber(one?.to) ? one.to - one.from + 1 : 1;
+    const covered = listed.reduce((sum, one) => sum + lines(one), 0);
+    words.push((info.refused ? `The limits are left ${plural(count, 'time', 'times')}` :
       `The verification has ${plural(count, 'finding', 'findings')}`) +
-      (isCut ? `; the first ${formatCount(listed)} are listed.` : '.'));
+      (covered > listed.length ? `, in ${plural(listed.length, 'stretch', 'stretches')}` : '') +
+      (covered < count ? `; the first ${formatCount(covered)} are listed.` : '.'));
   }
   const heldCount = info.notHeld?.count ?? 0;
   if (heldCount > 0) {
