@@ -5,7 +5,6 @@
 #include <kandrel/cadcam/mesh.h>
 #include <kandrel/cadcam/stl/stl_reader.h>
 #include <kandrel/kintree/geometry.h>
-#include <kandrel/kintree/machine_file_reader.h>
 #include <kandrel/kintree/machine_reader.h>
 #include <kandrel/kintree/machine_visitors.h>
 #include <kandrel/misc/exception.h>
@@ -156,11 +155,11 @@ int main(int argc, char** argv) {
   try {
     const std::wstring file = misc::FromUtf8(argv[1]);
     ShowPart(misc::FromUtf8(argv[2]));
-    const auto tree = kintree::zvV2XMLReader(file).Read(nullptr);  // no default units
-    Bodies(*tree).Walk();
-
-    const post::zvMachDefBuilder definition = zvMachDefReader(file).Read();
+    zvMachDefReader reader(file);
+    const post::zvMachDefBuilder definition = reader.Read();
     post::zvMachDef& machine = *definition.GetMachDef();
+    if (reader.GetMachine()) Bodies(*reader.GetMachine()).Walk();  // none of a settings file alone
+
     const post::zv5axControlDef control;
     cadcam::zvToolPath path = Cone();
     Job job{machine, control, post::zvKDRParam(Units::metric), {0, 0, 60}, 120, {0.01, 0.1}};

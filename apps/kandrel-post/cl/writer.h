@@ -11,8 +11,7 @@ class TextSink;
 
 /// Numbers are written in the shortest form that reads back to the same double. Data that a text
 /// has no statement for are dropped: tags, stamps and extended data of moves. In the name `?`
-/// stands for `$`, which means something in CL text, and for control characters; it is at most some
-/// thousand characters long, as lines are.
+/// stands for `$`, which means something in CL text, and for control characters.
 void WriteCl(TextSink& sink, const cadcam::zvToolPath& toolPath, std::string_view partName);
 
 }  // namespace kandrel_post

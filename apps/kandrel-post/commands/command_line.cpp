@@ -136,7 +136,7 @@ void AddPost(CLI::App& app) {
   auto refusedReport = std::make_shared<bool>(false);
   command
       .add_flag("--refused-report", *refusedReport,
-                "where the kernel refuses the run, write report.html alone, which says why; for "
+                "where the kernel refuses the run, write refused.html, a page that says why; for "
                 "limits with the lines of the same run posted without checks")
       ->excludes("--no-report");
   command.callback([options, folder, noReport, refusedReport] {
@@ -338,9 +338,10 @@ int Run(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& e) {
     std::ostringstream help, complaint;
     app.exit(e, help, complaint);
-    if (std::string_view(e.what()).starts_with("A subcommand"))
-      for (const std::string& word : app.remaining(true))
-        std::fputs(fmt::format("{}: no such command\n", Printable(word)).c_str(), stderr);
+    const std::vector<std::string> rest = app.remaining(true);
+    if (std::string_view(e.what()).starts_with("A subcommand") && !rest.empty() &&
+        !rest.front().starts_with('-'))
+      std::fputs(fmt::format("{}: no such command\n", Printable(rest.front())).c_str(), stderr);
     std::fputs(complaint.str().c_str(), stderr);
     if (e.get_exit_code() != 0) return kWrongCommandLine;
     TextSink out(STDOUT_FILENO, "standard output");

@@ -3,6 +3,7 @@
 #include <kandrel/cadcam/tools/mills.h>
 #include <kandrel/misc/auto_pointer.h>
 #include <kandrel/misc/exception.h>
+#include <kandrel/misc/range_exception.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/persistence/log_file.h>
 #include <kandrel/post/creators/five_axis_creator.h>
@@ -63,9 +64,11 @@ namespace {
 
 constexpr std::uint64_t kMovesBetweenReports = 4096;
 constexpr const char* kPageFile = "report.html";
+// A name of its own: beside it the files of an earlier run may stand.
+constexpr const char* kRefusedFile = "refused.html";
 // All that a run may write: a folder shows one run.
-constexpr std::array<std::string_view, 5> kRunFiles{"posted.csv", "posted.nc", "run.kdr", kPageFile,
-                                                    "run.glb"};
+constexpr std::array<std::string_view, 6> kRunFiles{"posted.csv", "posted.nc", "run.kdr",
+                                                    kPageFile,    "run.glb",   kRefusedFile};
 constexpr std::size_t kMostFindingsShown = 16;
 constexpr std::size_t kMostFindingsInPage = 100000;  // before those of neighbours are joined
 // What of a tolerance the page doesn't tell from nothing: less than its colours do.
@@ -294,8 +297,11 @@ PostOutcome PostOrTellRefusal(const Job& job, const ClProgram& program, OutputFo
     return Post(job, folder, progress);
   } catch (const misc::zvException& e) {
     isByLimits = IsRefusedByLimits(e);
-    // Failures of this program have no id, and are none that the kernel refuses.
-    if (job.options.refusedReport && job.lines != nullptr && e.GetId() != 0)
+    // Failures of this program have no id, and are none that the kernel refuses; of the kernel's
+    // only numbers out of range have none.
+    const bool isByKernel =
+        e.GetId() != 0 || dynamic_cast<const misc::zvRangeException<double>*>(&e) != nullptr;
+    if (job.options.refusedReport && job.lines != nullptr && isByKernel)
       refused.emplace(RefusedRun::Setup{job.options, job.machine, job.par, program}, e, *job.lines,
                       MakePoleCounter(job));
     if (!isByLimits && !refused) throw;
@@ -318,7 +324,7 @@ PostOutcome PostOrTellRefusal(const Job& job, const ClProgram& program, OutputFo
   if (refused)
     follow("no page written", [&] {
       OutputFolder pageFolder(job.options.folder);
-      refused->WritePage(pageFolder.Create(kPageFile), kPageFile, ToolFor(job.machine));
+      refused->WritePage(pageFolder.Create(kRefusedFile), kRefusedFile, ToolFor(job.machine));
       pageFolder.Commit();
     });
   throw ToldFailure();

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <kandrel/cadcam/tools/tool_approximation.h>
+#include <kandrel/misc/tolerances.h>
 #include <kandrel/misc/units_factory.h>
 #include <kandrel/post/model/limit_tests.h>
 #include <kandrel/version.h>
@@ -140,7 +141,7 @@ ordered_json AxesToJson(const RunFacts& facts) {
         {"checked", facts.refusal != nullptr ||
                         (isLinear ? post::ChecksLinearAxes(facts.limitsCheck)
                                   : i < 5 && post::ChecksRotaryAxes(facts.limitsCheck))},
-        {"slack", isLinear ? 0.0 : facts.report.rotarySlackDeg},
+        {"slack", isLinear ? misc::kEqual : facts.report.rotarySlackDeg},
         {"wrapped", i == 3   ? WrapWord(control.GetFirstAxisLimit())
                     : i == 4 ? WrapWord(control.GetSecondAxisLimit())
                              : "none"},

@@ -37,33 +37,67 @@ bool IsFolder(const fs::path& path) {
   return fs::is_directory(path, ignored);
 }
 
-// Changes of names that are undone, the last one first, unless they are kept.
+// Changes of names that are undone, the last one first, unless they are kept. All return the error
+// number where the system refuses, else 0.
 class Renames {
  public:
-  explicit Renames(std::size_t most) { m_done.reserve(most); }
+  explicit Renames(std::size_t most) {
+    m_done.reserve(most);
+    m_aside.reserve(most);
+  }
   Renames(const Renames&) = delete;
   Renames& operator=(const Renames&) = delete;
   ~Renames() {
-    for (auto done = m_done.rbegin(); done != m_done.rend(); ++done)
-      std::rename(done->to.c_str(), done->from.c_str());
+    for (auto done = m_done.rbegin(); done != m_done.rend(); ++done) {
+      // Nothing happens where both are still one file, and the second name goes.
+      if (std::rename(done->to.c_str(), done->from.c_str()) == 0 && done->isLink)
+        ::unlink(done->to.c_str());
+    }
   }
 
-  // Returns the error number where the system refuses it, else 0.
   int Move(const fs::path& from, const fs::path& to) {
-    Done done{from, to};
+    Done done{from, to, false};
     if (std::rename(from.c_str(), to.c_str()) != 0) return errno;
     m_done.push_back(std::move(done));
     return 0;
   }
 
-  void Keep() { m_done.clear(); }
+  // A hidden name beside it, by which the file can be had back; it has its own as well where
+  // `staysThere`, so that even a program that is killed leaves it, unless the file system knows no
+  // second names.
+  int PutAside(const fs::path& path, bool staysThere) {
+    for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+      const fs::path to = path.parent_path() / fmt::format(".{}.{}-old{}", path.filename().string(),
+                                                           ::getpid(), attempt);
+      Done done{path, to, true};
+      if (::link(path.c_str(), to.c_str()) == 0) {
+        m_done.push_back(std::move(done));
+        m_aside.push_back(to);
+        if (staysThere || ::unlink(path.c_str()) == 0) return 0;
+        return errno;
+      }
+      if (errno == EEXIST) continue;
+      if (errno != EPERM && errno != EOPNOTSUPP && errno != EMLINK && errno != ENOSYS) return errno;
+      const int error = Move(path, to);
+      if (error == 0) m_aside.push_back(to);
+      return error;
+    }
+    return EEXIST;
+  }
+
+  void Keep() {
+    m_done.clear();
+    for (const fs::path& path : m_aside) ::unlink(path.c_str());
+  }
 
  private:
   struct Done {
     fs::path from;
     fs::path to;
+    bool isLink;
   };
   std::vector<Done> m_done;
+  std::vector<fs::path> m_aside;
 };
 
 }  // namespace
@@ -122,30 +156,27 @@ void OutputFolder::Commit() {
     if (::close(descriptor) != 0) FailWithErrno(file.target.string(), "cannot be written", errno);
   }
   const SignalsHeld held;  // all files or none
-  std::vector<fs::path> older;
-  for (const File& file : m_files) older.push_back(file.target);
-  for (const std::string_view name : m_names)
-    if (const fs::path path = m_folder / name; !IsMade(path) && !IsFolder(path))
-      older.push_back(path);
-  // Older files stand aside until all the new ones have their names.
-  std::vector<fs::path> aside;
-  aside.reserve(older.size());
-  Renames renames(older.size() + m_files.size());
-  for (const fs::path& path : older) {
-    if (IsFolder(path)) FailWithErrno(path.string(), "cannot be made", EISDIR);
-    const std::string name = path.filename().string();
-    const fs::path to = m_folder / fmt::format(".{}.{}-old", name, ::getpid());
-    if (const int error = renames.Move(path, to); error == 0)
-      aside.push_back(to);
-    else if (error != ENOENT)
-      FailWithErrno(path.string(), "cannot be replaced", error);
+  Renames renames(2 * m_files.size() + m_names.size());
+  for (const File& file : m_files) {
+    if (IsFolder(file.target)) FailWithErrno(file.target.string(), "cannot be made", EISDIR);
+    const int error = renames.PutAside(file.target, /*staysThere=*/true);
+    if (error != 0 && error != ENOENT)
+      FailWithErrno(file.target.string(), "cannot be replaced", error);
   }
+  // Where there is none of the first name, nobody knows whose the others are.
+  std::error_code ignored;
+  if (!m_names.empty() && fs::is_regular_file(m_folder / m_names.front(), ignored))
+    for (const std::string_view name : m_names) {
+      const fs::path path = m_folder / name;
+      if (IsMade(path) || IsFolder(path)) continue;
+      const int error = renames.PutAside(path, /*staysThere=*/false);
+      if (error != 0 && error != ENOENT) FailWithErrno(path.string(), "cannot be removed", error);
+    }
   for (const File& file : m_files)
     if (const int error = renames.Move(file.temporary, file.target); error != 0)
       FailWithErrno(file.target.string(), "cannot be made", error);
   renames.Keep();
   m_committed = true;
-  for (const fs::path& path : aside) ::unlink(path.c_str());
 }
 
 bool OutputFolder::IsMade(const fs::path& target) const {

@@ -21,8 +21,8 @@ class OutputFolder {
   using Names = std::span<const std::string_view>;
 
   /// Makes the folder where it is missing; one that was made goes again without a Commit. `names`
-  /// are files that belong together, and are referred to: those of them that this job doesn't make
-  /// are another job's, and a Commit removes them.
+  /// are files that belong together, and are referred to: where a file of the first name stands,
+  /// those of them that this job doesn't make are another job's, and a Commit removes them.
   explicit OutputFolder(const std::string& folder, Names names = {});
   OutputFolder(const OutputFolder&) = delete;
   OutputFolder& operator=(const OutputFolder&) = delete;

@@ -73,6 +73,11 @@ TEST_F(OutputFolder, HoldsTheFilesOfTheLastJobThatWasDoneAndWhatIsNone) {
   EXPECT_EQ(HeldBy(m_out), held);
   EXPECT_EQ(Job("6", {"a"}, commit), "");
   EXPECT_EQ(HeldBy(m_out), (Held{{"a", "6"}, {"c", "/"}, {"other", "mine"}}));
+  // What stands without the first of the names is no job's.
+  fs::remove(m_out + "/a");
+  tests::WriteFile(m_out + "/b", "mine");
+  EXPECT_EQ(Job("7", {"a"}, commit), "");
+  EXPECT_EQ(HeldBy(m_out), (Held{{"a", "7"}, {"b", "mine"}, {"c", "/"}, {"other", "mine"}}));
 }
 
 TEST_F(OutputFolder, ShowsOneRun) {

@@ -46,10 +46,11 @@ for (const folder of folders) {
   page.on("request", (request) => {
     if (!/^(file|data|blob):/.test(request.url())) complaints.push(`asks for ${request.url()}`);
   });
-  await page.goto(pathToFileURL(resolve(folder, "report.html")).href);
+  const isRefused = existsSync(join(folder, "refused.html"));
+  await page.goto(pathToFileURL(resolve(folder, isRefused ? "refused.html" : "report.html")).href);
   await page.waitForFunction(() => window.kandrel !== undefined && window.kandrel.ready);
   const shown = await page.evaluate(() => window.kandrel.counts);
-  if (existsSync(join(folder, "refused.txt"))) {
+  if (isRefused) {
     const [error] = readFileSync(join(folder, "refused.txt"), "utf8").split("\n");
     const told = await page.locator("#refusal").innerText();
     if (!told.includes(error)) complaints.push(`says "${told}" in place of "${error}"`);

@@ -233,6 +233,7 @@ TEST(ReportPage, TellsOfARefusedRunWhenAskedTo) {
   };
   for (const Case& c :
        {Case{"preset:trunnion_ca --origin 0,600,0 --set limitsCheck=1", "screw", 5015, true},
+        Case{"preset:trunnion_ca --tolerance 0.01,0.001", "screw", 0, false},
         Case{"preset:mill3_metric", "screw", 0, false}}) {
     SCOPED_TRACE(c.options);
     const tests::ScratchFolder scratch;
@@ -247,7 +248,7 @@ TEST(ReportPage, TellsOfARefusedRunWhenAskedTo) {
     EXPECT_EQ(run.summary, "");
     if (kandrel_post::PageTemplate().empty()) continue;
     ASSERT_EQ(std::distance(fs::directory_iterator(scratch.Path("out")), {}), 1);
-    const Page page = ReadPage(scratch.Path("out/report.html"));
+    const Page page = ReadPage(scratch.Path("out/refused.html"));
     const auto& refused = page.run.at("refused");
     EXPECT_EQ(run.failure.find(fmt::format("error {}: {}\n", refused.at("id").get<int>(),
                                            refused.at("text").get<std::string>())),

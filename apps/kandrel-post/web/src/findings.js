@@ -20,13 +20,15 @@ function join(found) {
   for (const one of found) {
     const key = `${one.kind} ${one.axis ?? ''}`;
     const before = last.get(key);
-    if (isNumber(one.line) && before && (one.line === before.to + 1 || one.line === before.to)) {
-      const {from} = before;
+    const from = one.from ?? one.line;
+    const to = one.to ?? one.line;
+    if (isNumber(from) && before && (from === before.to + 1 || from === before.to)) {
+      const first = before.from;
       if (worse(one, before)) Object.assign(before, one);
-      Object.assign(before, {from, to: one.line});
+      Object.assign(before, {from: first, to});
       continue;
     }
-    const next = {from: one.line, to: one.line, ...one};
+    const next = {...one, from, to};
     joined.push(next);
     last.set(key, next);
   }

@@ -40,12 +40,12 @@ function verdictText(info) {
 function limitsLeft(run, facts) {
   const words = [];
   run.axes.forEach((axis, i) => {
-    const {outside, worstRow} = facts.axes[i];
+    const {outside, worstRow, excess} = facts.axes[i];
     if (outside === 0) return;
     const value = axis.values[worstRow];
     const limit = axis.max !== null && value > axis.max ? axis.max : axis.min;
     words.push(`${axis.letter} goes to ${formatNumber(value, 3)}, ` +
-      `its limit is ${formatNumber(limit, 3)}`);
+      `${formatDigits(excess, 4)} beyond its limit ${formatNumber(limit, 3)}`);
   });
   return words.join('; ');
 }

@@ -265,7 +265,7 @@ describe('the page', {concurrency: 3}, () => {
     }, async (page) => {
       assert.equal(await page.locator('.badge').count(), 1);
       assert.equal(await page.locator('.badge.warn').innerText(),
-        'Verified, but limits were not checked: A goes to 75, its limit is 30');
+        'Verified, but limits were not checked: A goes to 75, 45 beyond its limit 30');
     }],
     ['a refusal in words', ({info}) => {
       info.refused = {id: 5018, text: 'Above the maximum.', causes: [{id: 5008, text: 'Out.'}],
