@@ -122,7 +122,10 @@ has_all() {
   done
 }
 has_all
-strings build/release/apps/kandrel-post/kandrel-post | sed -nE 's/.*Copyright \(c\) //p' | sort -u | while read -r owner; do
+mapfile -t owners < <(strings build/release/apps/kandrel-post/kandrel-post | sed -nE 's/.*Copyright \(c\) //p' | sort -u)
+[ ${#owners[@]} -gt 0 ] || build/release/apps/kandrel-post/kandrel-post --version | grep -q 'left out' ||
+  fail "kandrel-post names no owner of what its page is made of"
+for owner in "${owners[@]}"; do
   grep -qF "$owner" cmake/copyright_of_program || fail "cmake/copyright_of_program lacks $owner"
 done
 debs=("$work"/deb/*.deb)
