@@ -156,9 +156,7 @@ void ExpectOwnPostingVerified(Seeded& random, AnyScene scene, int rotary, int& p
     scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
   }
   const int sort = PathSortFor(random, rotary);
-  const double aside = std::pow(10, random.Real(-8, -1));
-  const PathBuilder path =
-      Build(RandomPath(random, scene.Model(), Rules::Of(scene).pole, sort, aside));
+  const PathBuilder path = Build(RandomPath(random, scene.Model(), Rules::Of(scene).pole, sort));
   auto creator = CreatorOf(scene);
   const Outcome outcome = PostBy(creator, path);
   const Lines& lines = outcome.lines;
