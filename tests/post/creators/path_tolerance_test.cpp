@@ -300,6 +300,16 @@ TEST(PathTolerance, NoBlockIsLongerThanTheDistance) {
   }
 }
 
+// By a line on the pole few are needed on either side of it.
+TEST(PathTolerance, AWayOverThePoleTakesFewLines) {
+  FiveAxisScene scene = Trunnion(2);
+  scene.par.SetMaxAngleJump(190);
+  const Source source{{{10, 0, 0}, Direction(1, 0)}, {{110, 3, 0}, Direction(1, 180.2)}};
+  const Outcome held = PostHeld(scene, source, {0.01, 0.5});
+  EXPECT_TRUE(held.report.IsHeld());
+  EXPECT_LE(held.lines.size(), 6u);
+}
+
 // The tool turns on a great circle about an axis on which the tip runs: nothing else divides it.
 TEST(PathTolerance, NoBlockTurnsFar) {
   FiveAxisScene scene;
