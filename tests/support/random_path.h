@@ -11,7 +11,7 @@ enum PathSort { kSweep, kThroughPole, kScrew, kJumps, kConstant, kRepeats, kPath
 /// Orientations come from angles on the model, so that the machine reaches them; but for rounding
 /// in some paths. `direction` is that of the pole which some go through, or past it aside.
 inline Source RandomPath(Seeded& random, const rigid::Machine& model, const Point& direction,
-                         int sort, double mostAside = 0.02) {
+                         int sort) {
   const int count = random.Integer(2, 25);
   std::vector<double> degs(2);
   for (double& deg : degs) deg = random.Chance(0.2) ? 0 : random.Real(-180, 180);
@@ -22,7 +22,8 @@ inline Source RandomPath(Seeded& random, const rigid::Machine& model, const Poin
   const Point pole = direction.Normalized() * (random.Chance(0.5) ? 1.0 : -1.0);
   const Point across = Across(pole, random);
   const bool isExact = random.Chance(0.5);
-  const Point aside = Cross(pole, across) * (isExact ? 0.0 : random.Real(-mostAside, mostAside));
+  const Point aside = Cross(pole, across) *
+                      (isExact ? 0.0 : random.Real(-1, 1) * std::pow(10, random.Real(-8, -1)));
   const Point leaving = random.Chance(0.5) ? across : Across(pole, random);
   const double poleStep = random.Real(0.005, 0.06);
   const bool isRounded = random.Chance(0.2);

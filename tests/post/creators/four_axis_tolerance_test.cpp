@@ -213,6 +213,17 @@ TEST(FourAxisTolerance, WhatNumbersDoNotHoldIsRefusedWithTheSmallest) {
   }
 }
 
+// The tool turns on a great circle about an axis on which the tip runs: nothing else divides it.
+TEST(FourAxisTolerance, NoBlockTurnsFar) {
+  FourAxisScene scene;
+  scene.machine.axis = {1, 0, 0};
+  scene.par.SetMaxAngleStep(0);
+  const Source source{{{}, scene.Tool(0)}, {{10, 0, 0}, scene.Tool(110)}};
+  const Lines lines = PostHeld(scene, source, {0.01, 0.1}).lines;
+  EXPECT_EQ(lines.size(), 4u);
+  for (std::size_t k = 1; k < lines.size(); ++k) EXPECT_LE(Turn(lines[k - 1], lines[k]), 45);
+}
+
 // interpolationDistance is an upper bound however small it is beside the tolerance.
 TEST(FourAxisTolerance, NoBlockIsLongerThanTheDistance) {
   FourAxisScene scene = Table();

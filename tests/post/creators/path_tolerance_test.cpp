@@ -285,17 +285,41 @@ TEST(PathTolerance, NoBlockIsLongerThanTheDistance) {
     FiveAxisScene scene = Trunnion();
     DivideByDistance(scene.par, distance);
     scene.par.SetMaxAngleJump(190);
-    // On an arc and between opposite orientations, which have none.
-    for (const Point& end : {Direction(6, 20), Direction(174, 180)}) {
+    // On an arc, on next to none, and between opposite orientations, which have none.
+    for (const Point& end : {Direction(6, 20), Direction(6, 0.01), Direction(174, 180)}) {
       const Source source{{{10, 0, 0}, Direction(6, 0)}, {{110, 9, 0}, end}};
       const Outcome held = PostHeld(scene, source, {tip, 0.1});
       EXPECT_EQ(held.id, id);
       const Lines& lines = held.lines;
       EXPECT_EQ(static_cast<double>(lines.size()) > 100 / distance, id == 0);
-      for (std::size_t k = 1; id == 0 && k < lines.size(); ++k)
+      for (std::size_t k = 1; id == 0 && k < lines.size(); ++k) {
         ASSERT_LE((lines[k].part - lines[k - 1].part).Length(), distance + 1e-9) << k;
+        ASSERT_EQ(lines[k].source, lines[k].inserted ? 0 : 1) << k;
+      }
     }
   }
+}
+
+// By a line on the pole few are needed on either side of it.
+TEST(PathTolerance, AWayOverThePoleTakesFewLines) {
+  FiveAxisScene scene = Trunnion(2);
+  scene.par.SetMaxAngleJump(190);
+  const Source source{{{10, 0, 0}, Direction(1, 0)}, {{110, 3, 0}, Direction(1, 180.2)}};
+  const Outcome held = PostHeld(scene, source, {0.01, 0.5});
+  EXPECT_TRUE(held.report.IsHeld());
+  EXPECT_LE(held.lines.size(), 6u);
+}
+
+// The tool turns on a great circle about an axis on which the tip runs: nothing else divides it.
+TEST(PathTolerance, NoBlockTurnsFar) {
+  FiveAxisScene scene;
+  scene.par.SetMaxAngleStep(100);
+  const Source source{{{}, Direction(90, 0)}, {{0, 0, 10}, Direction(90, 110)}};
+  const Outcome held = PostHeld(scene, source, {0.01, 0.1});
+  EXPECT_TRUE(held.report.IsHeld());
+  EXPECT_EQ(held.lines.size(), 4u);
+  for (std::size_t k = 1; k < held.lines.size(); ++k)
+    EXPECT_LE(Turn(held.lines[k - 1], held.lines[k]), 45);
 }
 
 }  // namespace

@@ -185,6 +185,11 @@ TEST(FiveAxisSolver, FixesAnUndeterminedAngleOnTheTip) {
     ASSERT_EQ(pole.GetAngle(0), previous.GetAngle(0));
     const zvRotarySolution fixed{pole.GetAngle(0), before.GetAngle(1), pole.GetMachinePosition()};
     ExpectOnModel(scene, {fixed, fixed, 0}, p_part, scene.machine.first, 2e-5);
+    pole = before;
+    pole.SetPoleStatus(2);
+    solver.FixPoleAngle(previous, pole);
+    ASSERT_EQ(pole.GetAngle(0), before.GetAngle(0));
+    ASSERT_EQ(pole.GetAngle(1), previous.GetAngle(1));
   }
 }
 

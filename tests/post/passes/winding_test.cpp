@@ -17,6 +17,24 @@ struct Winding : testing::Test {
 using Classes = testing::Types<post::zvPosted4axMove, post::zvPosted5axMove>;
 TYPED_TEST_SUITE(Winding, Classes);
 
+// Whole turns are added, and no step is more than half a turn.
+TYPED_TEST(Winding, BringsEachWithinHalfATurnOfTheOneBefore) {
+  tests::Seeded random;
+  for (int run = 0; run < 1000; ++run) {
+    std::vector<double> degs(static_cast<std::size_t>(random.Integer(0, 60)));
+    for (double& deg : degs)
+      deg = random.Chance(0.3) ? 90.0 * random.Integer(-20, 20) : random.Real(-2000, 2000);
+    const int axis = random.Integer(0, post::zvMoveTraits<TypeParam>::kAxes - 1);
+    const std::vector<double> wound = this->Wound(degs, axis);
+    ASSERT_EQ(wound.size(), degs.size());
+    for (std::size_t i = 0; i < degs.size(); ++i) {
+      ASSERT_NEAR(std::remainder(wound[i] - degs[i], 360), 0, 1e-8);
+      ASSERT_LE(std::fabs(wound[i] - wound[i == 0 ? 0 : i - 1]), 180 + 1e-8);
+    }
+    ASSERT_EQ(this->Wound(wound, axis), wound) << "what is wound stays";
+  }
+}
+
 // Half a turn stays; one that turns are taken from ends on the other side. Absurd angles are
 // refused, and what is no number passes.
 TYPED_TEST(Winding, IsTheNearestOfEachAndRefusesAbsurdAngles) {

@@ -159,9 +159,7 @@ void ExpectOwnPostingVerified(Seeded& random, AnyScene scene, int rotary, int& p
     scene.par.SetLimitsCheck(zvKDRParam::checkRotaryAxes);
   }
   const int sort = PathSortFor(random, rotary);
-  const double aside = std::pow(10, random.Real(-8, -1));
-  const PathBuilder path =
-      Build(RandomPath(random, scene.Model(), Rules::Of(scene).pole, sort, aside));
+  const PathBuilder path = Build(RandomPath(random, scene.Model(), Rules::Of(scene).pole, sort));
   auto creator = CreatorOf(scene);
   const Outcome outcome = PostBy(creator, path);
   const Lines& lines = outcome.lines;
@@ -592,13 +590,46 @@ TEST(PostingVerifier, TakesALiftThatTurnsByAWholeTurnOnAStepAlongTheTool) {
 // A line tolerance is for places: how fast an axis turns in a block shorter than it is seen.
 TEST(PostingVerifier, JudgesSpeedsInBlocksShorterThanTheLineTolerance) {
   const FiveAxisScene scene;
-  Posted posted(scene, {{{}, scene.Tool(40, 30)}, {{0.004, 0, 0}, scene.Tool(40, 31)}});
+  const Point there = scene.Tool(40, 30);
+  Posted posted(scene, {{{}, there}, {{0.004, 0, 0}, scene.Tool(40, 31)}, {{}, there}});
   ChangeRules(posted.verifier, [](auto& rules) {
     rules.lineLength = 0.005;
     rules.maxRotarySpeed = 10000;
   });
-  EXPECT_EQ(posted.Found(), (Places{{kRotarySpeed, 1, 4}}));
-  EXPECT_NEAR(posted.Verdict().rotarySpeed.value, 1 * 1000 / 0.004, 1);
+  EXPECT_EQ(posted.Found(), (Places{{kRotarySpeed, 1, 4}, {kRotarySpeed, 2, 4}}));
+  const zvPostingVerdict::Largest speed = posted.Verdict().rotarySpeed;
+  EXPECT_NEAR(speed.value, 1 * 1000 / 0.004, 1);
+  EXPECT_EQ(speed.line, 1u) << "of equal ones the first";
+}
+
+// Whichever of its turns is written.
+TEST(PostingVerifier, GivesAWrappedAngleTheSlackOfALimit) {
+  FiveAxisScene scene;
+  scene.control = Wrapping(zv5axControlDef::angleLimit360, zv5axControlDef::angleLimitNone);
+  const Posted posted(scene, {{{}, scene.Tool(40, 30)}});
+  const double deg = posted.lines.at(0).degs[0] - 360;
+  for (const double off : {0.5e-4, 2e-4})
+    for (const Range& range : {Range{deg - 90, deg - off}, Range{deg + off, deg + 90}}) {
+      scene.machine.firstRange = range;
+      const auto verdict = Verified(VerifierOf(scene), posted.path, posted.lines);
+      EXPECT_EQ(verdict.counts[kRotaryLimit], off > 1e-4 ? 1u : 0u) << off;
+      for (const Finding& finding : verdict.findings) EXPECT_NEAR(finding.excess, off, 1e-9);
+    }
+}
+
+// A spindle along the second axis, which only rounding keeps from being refused: that axis is free
+// wherever the tool stands, and postings put the tool on the cone about the first within the
+// tolerance.
+TEST(PostingVerifier, AllowsAlongTheSecondAxisWhatTheParametersDo) {
+  FiveAxisScene scene;
+  scene.machine.kind = 2;
+  scene.machine.spindle = scene.machine.second = {1, 1, 1};
+  const Point dir = scene.Tool(40, 0), tilted = dir + Point{0, 0, 1e-4};
+  Posted posted(scene, {{{}, tilted}, {{10, 0, 0}, scene.Tool(42, 0) + Point{0, 0, 1e-4}}});
+  ASSERT_EQ(posted.lines.size(), 2u);
+  EXPECT_EQ(posted.Found(), Places{});
+  ChangeRules(posted.verifier, [](auto& rules) { rules.poleAngleTolerance = 0.001; });
+  EXPECT_EQ(posted.Found(), (Places{{kLineAxisOff, 0}, {kLineAxisOff, 1}}));
 }
 
 TEST(PostingVerifier, SeesAThirdAxisThatDoesntStand) {

@@ -90,6 +90,7 @@ TYPED_TEST(Rewinding, KnownRuns) {
       const Point& p = move.GetPartPosition();
       degs += Angles::Angle(move, 0);
       places += p.x + 2 * p.y + 3 * p.z;
+      ASSERT_TRUE(!move.IsRapid() || move.GetType() == Types::noLink) << "a lift in a link";
       if (move.IsRapid() && !before->IsRapid())
         found.insert(found.end(), {Angles::Angle(*before, 0), before->GetPartPosition().y});
       before = &move;
@@ -104,6 +105,9 @@ TYPED_TEST(Rewinding, KnownRuns) {
   EXPECT_EQ(this->Run(none, this->RangesOf({-360, 360})), 0u);
   tests::PassList<TypeParam> other(this->Ramp(0, 900, 5));
   EXPECT_EQ(this->Run(other, this->RangesOf({0, 180}, {0, 100})), 0u);
+  // An axis that is out and can't be rewound keeps the other from it.
+  EXPECT_EQ(this->Run(other, this->RangesOf({-360, 360}, {300, 400})),
+            Angles::kAxes == 2 ? 0u : 1u);
 }
 
 TYPED_TEST(Rewinding, StepsThatAreNoStepsTurnAtOnceAndTinyOnesAreRefused) {
