@@ -4,7 +4,6 @@
 #include <kandrel/post/model/limit_type.h>
 
 #include <cstddef>
-#include <utility>
 #include <vector>
 
 #include "kandrel-post/commands/parameters.h"
@@ -32,7 +31,7 @@ RefusedRun::RefusedRun(const Setup& setup, const misc::zvException& failure, Hel
     : m_setup(setup),
       m_refusal(RefusalOf(failure)),
       m_lines(lines),
-      m_poles(std::move(poles)),
+      m_poles(poles),
       m_statistics(WrappedAxes(setup.options.control)) {}
 
 void RefusedRun::Start(std::uint64_t count, const post::zvPostingCounts& counts) {

@@ -85,7 +85,7 @@ KindOnPage OnPage(post::zvPostingFinding::Kind kind) {
 }
 
 std::string InWords(FindingUnit unit, bool isInch) {
-  const std::string length = isInch ? "in" : "mm";
+  std::string length = isInch ? "in" : "mm";
   switch (unit) {
     case FindingUnit::length:
       return length;
