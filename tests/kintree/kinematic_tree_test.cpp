@@ -149,7 +149,11 @@ TEST(KinematicTree, KeptTransformsAreThoseOfTheFirstUntilTheLastIsReleased) {
   EXPECT_TRUE(ThrowsId<Failure>([&] { tree.KeepTransforms(*x); }, 3));
   tree.Add(x, nullptr);
   tree.Add(body, x.Get());
+  const auto c = Swivel(L"C");
+  tree.Add(c, x.Get());
   x->SetValue(1);
+  c->SetValue(90);
+  tree.KeepTransforms(*c);
   tree.KeepTransforms(*x);
   tree.KeepTransforms(*body);
   x->SetValue(2);
@@ -160,6 +164,7 @@ TEST(KinematicTree, KeptTransformsAreThoseOfTheFirstUntilTheLastIsReleased) {
   EXPECT_EQ(tree.FindKeptTransforms(*x)->world, mkdMatrix::Identity());
   EXPECT_EQ(tree.FindKeptTransforms(*x)->composite, Shift(1, 0, 0));
   EXPECT_EQ(tree.FindKeptTransforms(*body)->composite, Shift(1, 0, 0));
+  EXPECT_EQ(Apply(tree.FindKeptTransforms(*c)->composite, {1, 0, 0}), Point(1, 1, 0));
   tree.ReleaseTransforms(*x);
   tree.ReleaseTransforms(*x);
   EXPECT_EQ(tree.FindKeptTransforms(*x), nullptr);
