@@ -87,26 +87,19 @@ std::string FailureInShort(const std::string& body, const std::string& data) {
 }
 
 TEST(MachineFileCases, AreReadAndWrittenSo) {
-  std::ifstream file(KANDREL_SOURCE_DIR "/tests/kintree/machine_file_cases.txt");
-  int count = 0;
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with('#')) continue;
-    ++count;
-    const std::size_t arrow = line.find(" => ");
-    ASSERT_NE(arrow, std::string::npos) << line;
-    std::string body = line.substr(0, arrow), data = "version='1.4' units='metric'";
+  const auto check = [](std::string body, std::string wanted) {
+    std::string data = "version='1.4' units='metric'";
     if (const std::size_t end = body.find('}'); body.starts_with('{')) {
       data = body.substr(1, end - 1);
       body.erase(0, end + 1);
     }
     body = Replaced(body, "@x", "x='1' y='0' z='0'");
     body = Replaced(body, "@red", "clrr='1' clrg='0' clrb='0'");
-    std::string wanted = line.substr(arrow + 4);
     wanted = Replaced(wanted, "@number", "Conversion from string to value failed.");
     if (wanted.ends_with(" @")) wanted.pop_back();
-    EXPECT_EQ(FailureInShort(body, data), wanted) << line;
-  }
-  EXPECT_GT(count, 70);
+    EXPECT_EQ(FailureInShort(body, data), wanted);
+  };
+  EXPECT_GT(ForEachCase("machine_file_cases.txt", check), 70);
 }
 
 }  // namespace

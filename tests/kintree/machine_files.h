@@ -12,7 +12,27 @@
 #include <tests/support/scratch_folder.h>
 #include <tests/support/throws_id.h>
 
+#include <fstream>
+
 namespace tests {
+
+/// Calls `check(given, wanted)` for each line "given => wanted" of a table beside these tests, and
+/// returns how many there are.
+template <class Check>
+int ForEachCase(const std::string& table, const Check& check) {
+  std::ifstream file(KANDREL_SOURCE_DIR "/tests/kintree/" + table);
+  int count = 0;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with('#')) continue;
+    SCOPED_TRACE(line);
+    ++count;
+    if (const std::size_t arrow = line.find(" => "); arrow != std::string::npos)
+      check(line.substr(0, arrow), line.substr(arrow + 4));
+    else
+      ADD_FAILURE() << "no case";
+  }
+  return count;
+}
 
 inline std::string MachineFile(const std::string& body, const std::string& data) {
   return "<machine_definition><machine_data " + data + "/>" + body + "</machine_definition>";

@@ -108,22 +108,16 @@ std::string InWords(const zvMachDefReader& reader, const post::zvMachDefBuilder&
 }
 
 TEST_F(MachineReader, FindsTheAxesOfMachines) {
-  std::ifstream file(KANDREL_SOURCE_DIR "/tests/kintree/machine_reader_cases.txt");
-  int count = 0;
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with('#')) continue;
-    ++count;
-    const std::size_t arrow = line.find(" => ");
-    ASSERT_NE(arrow, std::string::npos) << line;
+  const auto check = [&](const std::string& machine, const std::string& wanted) {
     std::string found;
     try {
-      found = InWords(m_reader, Read(line.substr(0, arrow)));
+      found = InWords(m_reader, Read(machine));
     } catch (const misc::zvException& e) {
       found = std::to_string(e.GetId());
     }
-    EXPECT_EQ(found, line.substr(arrow + 4)) << line;
-  }
-  EXPECT_GT(count, 20);
+    EXPECT_EQ(found, wanted);
+  };
+  EXPECT_GT(tests::ForEachCase("machine_reader_cases.txt", check), 20);
 }
 
 TEST_F(MachineReader, TakesTheNumbersOfEachAxis) {
